@@ -1,0 +1,172 @@
+#include "device/link/LinkPeers.h"
+
+#include "device/link/LinkMessages.h"
+
+#include <algorithm>
+
+namespace vexo::link {
+
+namespace {
+
+constexpr std::uint32_t kAgeingPauseTicks =
+    50; // ageing comes when more than this have passed: every 51 ticks
+constexpr std::int32_t kAgeingStepMs = 50;
+constexpr std::uint32_t kTimeoutIntervals = 3;
+constexpr std::int32_t kTimeoutWithoutProtocolMs = 3000;
+
+constexpr std::uint8_t kFromStack = 0; // the login callback's `from` for what the peer table itself finds
+constexpr std::uint8_t kLoggedIn = 0;
+constexpr std::uint8_t kLoggedOut = 1;
+
+constexpr std::uint16_t kNoSlot = 0;
+
+std::uint16_t lastSlot() {
+    std::uint16_t slot = 0;
+    while (stack().peers[slot].next != kNoSlot) {
+        slot = stack().peers[slot].next;
+    }
+    return slot;
+}
+
+// The first free slot behind `slot`, all 52 taken as a ring.
+std::uint16_t freeSlotAfter(std::uint16_t slot) {
+    for (std::uint16_t tried = 0; tried < kPeerCount; ++tried) {
+        slot = static_cast<std::uint16_t>(slot % kPeerCount + 1);
+        if (stack().peers[slot].used == kPeerFree) {
+            return slot;
+        }
+    }
+    return kNoSlot;
+}
+
+std::int32_t timeoutMs(const HelloRecord& hello) {
+    if (hello.protocolA == 0 || hello.protocolB == 0) {
+        return kTimeoutWithoutProtocolMs;
+    }
+    return static_cast<std::int32_t>(kTimeoutIntervals * helloIntervalMs(hello.intervalCode));
+}
+
+void refresh(Peer& peer, const HelloRecord& hello) {
+    peer.timeLeft = std::max(peer.timeLeft, timeoutMs(hello));
+    peer.nodeKind = hello.nodeKind;
+    peer.maxPayload = hello.maxPayload;
+    peer.frameRate = hello.frameRate;
+    peer.upTime = hello.upTime;
+    peer.hops = hello.hops;
+    peer.otherChannel = 0;
+}
+
+void unlink(std::uint16_t slot) {
+    std::uint16_t previous = 0;
+    while (stack().peers[previous].next != slot) {
+        previous = stack().peers[previous].next;
+    }
+    stack().peers[previous].next = stack().peers[slot].next;
+    stack().peers[slot] = {};
+}
+
+void lose(std::uint16_t slot) {
+    Peer& peer = stack().peers[slot];
+    const LinkAddress address = peer.address;
+    peer.used = kPeerChanging;
+    callLogin(kFromStack, kLoggedOut, address);
+    unlink(slot);
+}
+
+void agePeers() {
+    std::uint16_t slot = stack().peers[0].next;
+    while (slot != kNoSlot) {
+        Peer& peer = stack().peers[slot];
+        if (peer.used != kPeerUsed) {
+            return;
+        }
+        const std::uint16_t next = peer.next;
+        peer.timeLeft = std::max(0, peer.timeLeft - kAgeingStepMs);
+        if (peer.timeLeft == 0) {
+            if (peer.otherChannel == 0) {
+                lose(slot);
+            } else {
+                peer.channel = peer.otherChannel;
+                peer.otherChannel = 0;
+            }
+        }
+        slot = next;
+    }
+}
+
+} // namespace
+
+Peer* findPeer(const LinkAddress& address) {
+    for (std::uint16_t slot = stack().peers[0].next; slot != kNoSlot; slot = stack().peers[slot].next) {
+        if (stack().peers[slot].address == address) {
+            return &stack().peers[slot];
+        }
+    }
+    return nullptr;
+}
+
+Registration registerPeer(std::uint32_t channel, const LinkAddress& source, const HelloRecord& hello) {
+    if (source == hostAddress()) {
+        return Registration::dropped;
+    }
+    if (Peer* known = findPeer(source); known != nullptr) {
+        if (known->channel != channel) {
+            known->otherChannel = channel;
+            return Registration::moved;
+        }
+        refresh(*known, hello);
+        return Registration::refreshed;
+    }
+
+    const std::uint16_t last = lastSlot();
+    const std::uint16_t slot = freeSlotAfter(last);
+    if (slot == kNoSlot) {
+        reportError(kLinkErrorPeerTableFull, kMessageHello);
+        return Registration::dropped;
+    }
+    Peer& peer = stack().peers[slot];
+    peer.used = kPeerChanging;
+    peer.channel = channel;
+    peer.address = source;
+    peer.protocolA = hello.protocolA;
+    peer.protocolB = hello.protocolB;
+    refresh(peer, hello);
+    stack().peers[last].next = slot;
+
+    sendDirectedHello(channel, source);
+    callLogin(kFromStack, kLoggedIn, source);
+    sendLoginNotice(source);
+    peer.used = kPeerUsed;
+    return Registration::added;
+}
+
+void losePeer(const LinkAddress& address) {
+    const Peer* peer = findPeer(address);
+    if (peer != nullptr && peer->used == kPeerUsed) {
+        lose(static_cast<std::uint16_t>(peer - stack().peers.data()));
+    }
+}
+
+void agePeersWhenDue() {
+    if (stack().now - stack().lastAgeingAt > kAgeingPauseTicks) {
+        stack().lastAgeingAt = stack().now;
+        agePeers();
+    }
+}
+
+std::uint32_t peerCount() {
+    std::uint32_t count = 0;
+    for (std::uint16_t slot = stack().peers[0].next; slot != kNoSlot; slot = stack().peers[slot].next) {
+        ++count;
+    }
+    return count;
+}
+
+void callLogin(std::uint8_t from, std::uint8_t type, const LinkAddress& address) {
+    const auto& login = stack().callbacks.login;
+    if (login.function != nullptr) {
+        login.function(from, type, address, login.context);
+    }
+}
+
+} // namespace vexo::link

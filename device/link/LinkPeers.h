@@ -1,0 +1,34 @@
+#pragma once
+
+#include "device/link/LinkHello.h"
+#include "device/link/LinkState.h"
+
+#include <cstdint>
+
+namespace vexo::link {
+
+enum class Registration {
+    refreshed, // known on this channel
+    moved,     // known on another channel
+    added,     // a new peer, logged in
+    dropped,   // the host's own address, or no room (error 9)
+};
+
+// Takes note of a hello from `source`.
+Registration registerPeer(std::uint32_t channel, const LinkAddress& source, const HelloRecord& hello);
+
+// Null for an address that is no peer.
+[[nodiscard]] Peer* findPeer(const LinkAddress& address);
+
+// Removes a peer, after the login callback with from 0 and type 1. Does nothing for an unknown address and
+// while a callback for this peer is running.
+void losePeer(const LinkAddress& address);
+
+// Every 51 ticks: takes 50 ms from each peer's time and loses those whose time is up.
+void agePeersWhenDue();
+
+[[nodiscard]] std::uint32_t peerCount();
+
+void callLogin(std::uint8_t from, std::uint8_t type, const LinkAddress& address);
+
+} // namespace vexo::link

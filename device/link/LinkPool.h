@@ -1,0 +1,42 @@
+#pragma once
+
+// The private memory of the link stack: one fixed block of bytes, given out first fit, with a table of
+// records in the order of their offsets. Running out and damage are results, never crashes. Single-threaded.
+
+#include <array>
+#include <cstdint>
+
+namespace vexo::link {
+
+inline constexpr std::uint32_t kPoolByteCount = 300000;
+inline constexpr std::uint32_t kPoolRecordCount = 210;
+
+// A block that is in use.
+struct PoolRecord {
+    std::uint32_t offset = 0;
+    std::uint32_t byteCount = 0;
+};
+
+struct Pool {
+    std::uint32_t usedRecords = 0;
+    // Raised by each reset: blocks taken under an earlier generation are no longer theirs who hold them.
+    std::uint32_t generation = 0;
+    std::array<PoolRecord, kPoolRecordCount> records{};
+    std::array<std::uint8_t, kPoolByteCount> bytes{};
+};
+
+struct PoolBlock {
+    std::uint8_t* bytes = nullptr; // null with error 12
+    int error = 0; // 0; 11 when the records were corrupt (the block is from the reset pool); 12
+};
+
+// Takes `byteCount` bytes (at least 1) with undefined content.
+[[nodiscard]] PoolBlock poolTake(Pool& pool, std::uint32_t byteCount);
+
+// Gives a block back. Gives 0, 11 when the records are corrupt, 13 when `block` is not the start of a block
+// in use; with 11 and 13 the pool was reset.
+[[nodiscard]] int poolRelease(Pool& pool, const std::uint8_t* block);
+
+[[nodiscard]] std::uint32_t poolBytesInUse(const Pool& pool);
+
+} // namespace vexo::link

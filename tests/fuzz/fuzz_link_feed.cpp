@@ -1,0 +1,270 @@
+// Fuzzes the link stack as its user drives it. The input is a little program: reports of any bytes and any
+// size from 0 to 65, frames with a right checksum, polls, ticks, requests, handlers that poll again. It fails
+// on what the sanitizers find, on a frame sent that is not sound, on a damaged pool, and when something is
+// left over once the wire has been silent long enough.
+
+#include "device/link/Link.h"
+#include "device/link/LinkInspection.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+void require(bool condition, const char* what) {
+    if (!condition) {
+        std::fprintf(stderr, "not so: %s\n", what);
+        std::abort();
+    }
+}
+
+// The fuzzer's bytes, zeros once they are used up.
+class Program {
+public:
+    Program(const std::uint8_t* bytes, std::size_t size) : next(bytes), end(bytes + size) {}
+
+    [[nodiscard]] bool isOver() const { return next == end; }
+    std::uint8_t byte() { return isOver() ? 0 : *next++; }
+    std::uint16_t word() {
+        const std::uint8_t low = byte();
+        return static_cast<std::uint16_t>(low | byte() << 8);
+    }
+    Bytes bytes(std::size_t count) {
+        Bytes taken(count);
+        std::generate(taken.begin(), taken.end(), [this] { return byte(); });
+        return taken;
+    }
+    LinkAddress address() {
+        constexpr std::array<LinkAddress, 6> kUsual{
+            {{1, 1, 28}, {7, 3, 0x1234}, {8, 3, 0x1234}, {0, 0, 0}, {2, 1, 28}, {0, 3, 1}}};
+        const std::uint8_t choice = byte();
+        return choice < 250 ? kUsual[choice % kUsual.size()]
+                            : LinkAddress{byte(), static_cast<std::uint8_t>(choice % 3), byte()};
+    }
+    std::uint16_t messageId() {
+        constexpr std::array<std::uint16_t, 14> kUsual{0,  1,  13, 14, 16,     23,     30,
+                                                       31, 32, 33, 34, 0x8002, 0x8006, 0x9000};
+        const std::uint8_t choice = byte();
+        return choice < 250 ? kUsual[choice % kUsual.size()] : word();
+    }
+
+private:
+    const std::uint8_t* next;
+    const std::uint8_t* end;
+};
+
+// Frames of the fuzzer's choice with a sound header and checksum.
+Bytes frameFrom(Program& program) {
+    const std::uint8_t kind = program.byte() & 0x0F;
+    const std::uint16_t messageId = program.messageId();
+    const LinkAddress source = program.address();
+    const LinkAddress destination = program.address();
+    const std::uint16_t sequence = program.word();
+    const std::uint16_t length = program.byte() < 200 ? program.byte() % 40 : program.word() % 501;
+    Bytes frame{0x55,
+                static_cast<std::uint8_t>(0x10 | kind),
+                static_cast<std::uint8_t>(length),
+                static_cast<std::uint8_t>(length >> 8),
+                static_cast<std::uint8_t>(sequence),
+                static_cast<std::uint8_t>(sequence >> 8),
+                source.chid,
+                source.vid,
+                static_cast<std::uint8_t>(source.pid),
+                static_cast<std::uint8_t>(source.pid >> 8),
+                destination.chid,
+                destination.vid,
+                static_cast<std::uint8_t>(destination.pid),
+                static_cast<std::uint8_t>(destination.pid >> 8),
+                static_cast<std::uint8_t>(messageId),
+                static_cast<std::uint8_t>(messageId >> 8)};
+    const Bytes payload = program.bytes(length);
+    frame.insert(frame.end(), payload.begin(), payload.end());
+    std::uint8_t sum = 0;
+    for (const std::uint8_t byte : frame) {
+        sum = static_cast<std::uint8_t>(sum + byte);
+    }
+    frame.push_back(sum);
+    return frame;
+}
+
+int checkSent(std::uint32_t channel, std::uint32_t length, const std::uint8_t* bytes, void*) {
+    require(channel == 1 || channel == 2, "a frame is sent on an open channel");
+    require(length >= 17 && length <= 517, "a sent frame has 17 to 517 bytes");
+    require(bytes[0] == 0x55 && bytes[1] >> 4 == 1, "a sent frame has its magic and control");
+    require(bytes[2] + bytes[3] * 256U + 17 == length, "a sent frame's length is its own");
+    std::uint8_t sum = 0;
+    for (std::uint32_t index = 0; index + 1 < length; ++index) {
+        sum = static_cast<std::uint8_t>(sum + bytes[index]);
+    }
+    require(bytes[length - 1] == sum, "a sent frame's checksum is right");
+    return 1;
+}
+
+// Touches all bytes, so that the sanitizers see a wrong pointer or length.
+void touch(const std::uint8_t* bytes, std::uint16_t length) {
+    std::uint32_t sum = 0;
+    for (std::uint16_t index = 0; index < length; ++index) {
+        sum += bytes[index];
+    }
+    require(sum <= 255U * length, "bytes are bytes");
+}
+
+int takeAnswer(const LinkInfo& info, const std::uint8_t* bytes, void*) {
+    require((bytes == nullptr) == (info.length == 0), "bytes are null exactly when the length is 0");
+    touch(bytes, info.length);
+    return 0;
+}
+
+int takeVersion(const LinkInfo& info, const std::uint8_t* bytes, void*) {
+    require(bytes == nullptr || info.length >= 11, "a version holds its numbers");
+    return takeAnswer(info, bytes, nullptr);
+}
+
+int takeAttribute(const LinkInfo& info, std::uint16_t attID, const std::uint8_t* bytes, void*) {
+    require(attID != 0 || bytes == nullptr, "attribute 0 has no value");
+    return takeAnswer(info, bytes, nullptr);
+}
+
+void login(std::uint8_t from, std::uint8_t, const LinkAddress& address, void*) {
+    if (from != 1 && address.chid != 0) {
+        linkQueryName(address);
+        linkQuerySerial(address);
+        linkQueryVersion(address);
+        linkSubscribe(address);
+    }
+}
+
+int pollDepth = 0;
+
+// A handler with a nested event loop in it.
+void pollAgain(const LinkFrame& frame, void*) {
+    touch(frame.payload, frame.length);
+    if (pollDepth < 3) {
+        ++pollDepth;
+        for (int count = 0; count < 60; ++count) {
+            linkPoll();
+            linkTick(1);
+        }
+        --pollDepth;
+    }
+}
+
+void tick(std::uint32_t count, std::uint32_t milliseconds) {
+    for (std::uint32_t done = 0; done < count; ++done) {
+        linkPoll();
+        linkTick(milliseconds);
+    }
+}
+
+void step(Program& program) {
+    const std::uint8_t code = program.byte();
+    const std::uint32_t channel = (code & 0x80) == 0 ? 1 : 2;
+    switch (code & 0x0F) {
+    case 0:
+    case 1:
+    case 2: {
+        const Bytes report = program.bytes(program.byte() % 66);
+        linkFeed(channel, static_cast<std::uint32_t>(report.size()), report.data());
+        break;
+    }
+    case 3:
+    case 4:
+    case 5:
+    case 6: {
+        const Bytes frame = frameFrom(program);
+        const std::size_t reportSize = 1 + program.byte() % 65;
+        for (std::size_t offset = 0; offset < frame.size(); offset += reportSize) {
+            const std::size_t count = std::min(reportSize, frame.size() - offset);
+            linkFeed(channel, static_cast<std::uint32_t>(count), frame.data() + offset);
+        }
+        linkPoll();
+        break;
+    }
+    case 7:
+        tick(program.byte(), 1);
+        break;
+    case 8:
+        tick(1 + program.byte() % 8, program.word());
+        break;
+    case 9: {
+        const LinkAddress address = program.address();
+        const std::uint8_t attID = program.byte();
+        const Bytes value = program.bytes(program.byte());
+        linkSetAttribute(address, attID, static_cast<std::uint8_t>(value.size()), value.data());
+        break;
+    }
+    case 10: {
+        const LinkAddress address = program.address();
+        const Bytes ids = program.bytes(program.byte());
+        linkGetAttributes(address, static_cast<std::uint8_t>(ids.size()), ids.data());
+        break;
+    }
+    case 11: {
+        const LinkAddress address = program.address();
+        linkQueryName(address);
+        linkQuerySerial(address);
+        linkGetAttribute(address, program.byte());
+        break;
+    }
+    case 12: {
+        const Bytes payload = program.bytes(program.word() % 1200);
+        LinkFrame frame;
+        frame.kind = program.byte() & 0x0F;
+        frame.length = static_cast<std::uint16_t>(payload.size());
+        frame.destination = program.address();
+        frame.messageId = program.messageId();
+        frame.payload = (code & 0x40) == 0 ? payload.data() : nullptr;
+        linkSend(program.byte() % 8, frame);
+        break;
+    }
+    case 13:
+        linkRegisterMessage(program.messageId(), pollAgain, (code & 0x40) == 0 ? pollAgain : nullptr);
+        break;
+    case 14:
+        (void)linkOpenChannel(checkSent);
+        break;
+    default:
+        linkPoll();
+        break;
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    linkInit();
+    linkInstallLoginCallback(login);
+    linkInstallNameCallback(takeAnswer);
+    linkInstallSerialCallback(takeAnswer);
+    linkInstallVersionCallback(takeVersion);
+    linkInstallAttributeCallback(takeAttribute);
+    linkInstallErrorCallback([](int code, std::uint16_t, void*) {
+        require(code != kLinkErrorPoolCorrupt && code != kLinkErrorUnknownBlock, "the pool is sound");
+    });
+    (void)linkOpenChannel(checkSent);
+    linkRegisterMessage(0x8002, pollAgain, pollAgain);
+
+    Program program(bytes, size);
+    while (!program.isOver()) {
+        step(program);
+    }
+
+    const auto isQuiet = [](const LinkInspection& seen) {
+        return seen.pendingCount == 0 && seen.receiveQueueLength == 0 && seen.sendQueueLength == 0;
+    };
+    for (int count = 0; count < 3000 && !isQuiet(linkInspect()); ++count) {
+        tick(1, 1001);
+    }
+    const LinkInspection seen = linkInspect();
+    require(isQuiet(seen), "everything ends");
+    require(seen.pendingStarted == seen.pendingAnswered + seen.pendingTimedOut + seen.pendingCancelled,
+            "every request ends once");
+    require(seen.poolBlocksInUse <= 2, "only frames under construction hold memory"); // one for each channel
+    return 0;
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+// The seed of a random test: VEXO_SEED when it is set, so that a failing run can be repeated, else
+// `fallback`.
+inline std::uint64_t seedFromEnvironment(std::uint64_t fallback) {
+    const char* text = std::getenv("VEXO_SEED");
+    return text == nullptr ? fallback : std::stoull(text);
+}
