@@ -1,0 +1,189 @@
+#include "emulator/LocalSocket.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <utility>
+
+namespace vexo::emulator {
+namespace {
+
+constexpr const char* kFileName = "vexo-emulator.sock";
+// As long as a USB transfer may take before the kernel gives it up.
+constexpr timeval kSendTimeout{.tv_sec = 5, .tv_usec = 0};
+// Small, so that reports queue up in the sender, where they are counted, and not in the kernel.
+constexpr int kSendBufferBytes = 4096;
+
+bool fillAddress(const std::string& path, sockaddr_un& address) {
+    address = {};
+    address.sun_family = AF_UNIX;
+    if (path.empty() || path.size() >= sizeof(address.sun_path)) {
+        return false;
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    return true;
+}
+
+const sockaddr* generic(const sockaddr_un& address) {
+    return reinterpret_cast<const sockaddr*>(&address);
+}
+
+std::string withReason(const std::string& sentence) {
+    return sentence + " (" + std::strerror(errno) + ")";
+}
+
+} // namespace
+
+std::string socketPath(const std::string& given) {
+    if (!given.empty()) {
+        return given;
+    }
+    const auto environment = [](const char* name) {
+        const char* const value = std::getenv(name); // nobody changes the environment while this runs
+        return std::string(value == nullptr ? "" : value);
+    };
+    if (const std::string named = environment("VEXO_EMULATOR_SOCKET"); !named.empty()) {
+        return named;
+    }
+    if (const std::string runtime = environment("XDG_RUNTIME_DIR"); !runtime.empty()) {
+        return (std::filesystem::path(runtime) / kFileName).string();
+    }
+    std::error_code error;
+    return (std::filesystem::temp_directory_path(error) / kFileName).string();
+}
+
+LocalSocket::LocalSocket(LocalSocket&& other) noexcept : handle(std::exchange(other.handle, -1)) {}
+
+LocalSocket& LocalSocket::operator=(LocalSocket&& other) noexcept {
+    if (this != &other) {
+        close();
+        handle = std::exchange(other.handle, -1);
+    }
+    return *this;
+}
+
+LocalSocket LocalSocket::listenAt(const std::string& path, std::string& error) {
+    sockaddr_un address;
+    if (!fillAddress(path, address)) {
+        error = "the socket's path is empty or longer than " + std::to_string(sizeof(address.sun_path) - 1) +
+                " bytes: " + path;
+        return {};
+    }
+    if (connectTo(path).isOpen()) {
+        error = "another emulator listens at " + path;
+        return {};
+    }
+    struct stat status{};
+    if (lstat(path.c_str(), &status) == 0) {
+        if (!S_ISSOCK(status.st_mode)) {
+            error = "there is something else than a socket at " + path;
+            return {};
+        }
+        // Left behind by an emulator that was killed.
+        unlink(path.c_str());
+    }
+    LocalSocket listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const mode_t formerMask = umask(S_IRWXG | S_IRWXO);
+    const bool bound = listener.isOpen() && bind(listener.handle, generic(address), sizeof(address)) == 0;
+    umask(formerMask);
+    if (!bound || listen(listener.handle, SOMAXCONN) != 0) {
+        error = withReason("cannot listen at " + path);
+        return {};
+    }
+    return listener;
+}
+
+LocalSocket LocalSocket::connectTo(const std::string& path) {
+    sockaddr_un address;
+    if (!fillAddress(path, address)) {
+        return {};
+    }
+    LocalSocket connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!connection.isOpen()) {
+        return {};
+    }
+    setsockopt(connection.handle, SOL_SOCKET, SO_SNDTIMEO, &kSendTimeout, sizeof(kSendTimeout));
+    if (connect(connection.handle, generic(address), sizeof(address)) != 0) {
+        return {};
+    }
+    return connection;
+}
+
+LocalSocket LocalSocket::accept() {
+    LocalSocket connection(accept4(handle, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (connection.isOpen()) {
+        setsockopt(connection.handle, SOL_SOCKET, SO_SNDBUF, &kSendBufferBytes, sizeof(kSendBufferBytes));
+    }
+    return connection;
+}
+
+void LocalSocket::close() {
+    if (handle >= 0) {
+        ::close(std::exchange(handle, -1));
+    }
+}
+
+void LocalSocket::shutDown() {
+    if (handle >= 0) {
+        shutdown(handle, SHUT_RDWR);
+    }
+}
+
+LocalSocket::Transfer LocalSocket::send(BytesView bytes, std::size_t& count) {
+    ssize_t sent = -1;
+    do {
+        sent = ::send(handle, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    } while (sent < 0 && errno == EINTR);
+    count = sent < 0 ? 0 : static_cast<std::size_t>(sent);
+    if (sent >= 0) {
+        return Transfer::Done;
+    }
+    return errno == EAGAIN ? Transfer::WouldBlock : Transfer::Closed;
+}
+
+LocalSocket::Transfer LocalSocket::receive(std::span<std::uint8_t> buffer, std::size_t& count) {
+    ssize_t received = -1;
+    do {
+        received = recv(handle, buffer.data(), buffer.size(), 0);
+    } while (received < 0 && errno == EINTR);
+    count = received < 0 ? 0 : static_cast<std::size_t>(received);
+    if (received > 0) {
+        return Transfer::Done;
+    }
+    return received < 0 && errno == EAGAIN ? Transfer::WouldBlock : Transfer::Closed;
+}
+
+LocalSocket::Readiness LocalSocket::waitReadable(int timeoutMs) const {
+    pollfd entry{.fd = handle, .events = POLLIN, .revents = 0};
+    const int ready = poll(&entry, 1, timeoutMs);
+    if (ready == 0 || (ready < 0 && errno == EINTR)) {
+        return Readiness::TimedOut;
+    }
+    if (ready < 0 || (entry.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
+        return Readiness::Closed;
+    }
+    return Readiness::Readable;
+}
+
+void waitForAny(std::span<WaitEntry> entries, int timeoutMs) {
+    std::vector<pollfd> polled(entries.size());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        polled[i].fd = entries[i].nativeHandle;
+        polled[i].events = static_cast<short>(entries[i].wantsWrite ? POLLIN | POLLOUT : POLLIN);
+    }
+    const int ready = poll(polled.data(), polled.size(), timeoutMs);
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const short events = ready > 0 ? polled[i].revents : short{0};
+        entries[i].readable = (events & (POLLIN | POLLERR | POLLHUP | POLLNVAL)) != 0;
+        entries[i].writable = (events & POLLOUT) != 0;
+    }
+}
+
+} // namespace vexo::emulator

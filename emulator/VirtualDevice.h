@@ -1,0 +1,132 @@
+// One virtual device: what it says of itself, its attributes, its button and its automatic gain. It takes
+// frames' bytes and gives messages; reports, faults and sockets are somebody else's (VirtualBus).
+//
+// Times are milliseconds of the caller's clock and never go back. One thread.
+#pragma once
+
+#include "emulator/Attributes.h"
+#include "emulator/LinkNode.h"
+#include "emulator/Random.h"
+
+#include <map>
+
+namespace vexo::emulator {
+
+struct DeviceIdentity {
+    std::string name;
+    std::string serial;
+    std::uint8_t versionMajor = 0;
+    std::uint8_t versionMinor = 0;
+};
+
+// How the device treats each kind of question beside hello and login, which LinkSettings has.
+struct AnswerSettings {
+    Answering name = Answering::On;
+    Answering serial = Answering::On;
+    Answering version = Answering::On;
+    Answering subscribe = Answering::On;
+    Answering write = Answering::On;
+    Answering read = Answering::On;
+};
+
+// What a device did since it was plugged.
+struct AnsweredCounts {
+    std::uint64_t name = 0;
+    std::uint64_t serial = 0;
+    std::uint64_t version = 0;
+    std::uint64_t subscribe = 0;
+};
+
+// The mixer's automatic gain: levels while it listens, then a gain step.
+struct AutoGainPlan {
+    std::uint64_t durationMs = 10000;
+    std::uint64_t periodMs = 100;
+    std::uint8_t step = 18;
+};
+
+class VirtualDevice {
+public:
+    // What a device tells its surroundings.
+    struct Events {
+        // The frames of one message to the host.
+        std::function<void(std::vector<LinkFrame> pieces)> messageToHost;
+        // A frame from the host; whole is the put-together payload when the frame was the last of several.
+        std::function<void(const LinkFrame& frame, const std::optional<Bytes>& whole)> frameFromHost;
+        // The host wrote an attribute; status is what it was answered (0 for success).
+        std::function<void(std::uint8_t id, const Bytes& value, std::uint8_t status)> attributeFromHost;
+    };
+
+    // The ordinal counts the devices of one model from 0: it tells address and serial number apart.
+    VirtualDevice(Model deviceModel, std::uint8_t ordinal, std::uint64_t seed, Events deviceEvents);
+
+    void powerOn(std::uint64_t nowMs);
+    // Settings go back to those of the factory, without a word to anybody.
+    void loseSettings();
+    void reseed(std::uint64_t seed) { random = Random(seed); }
+
+    // Frame bytes of one report from the host.
+    void receive(BytesView frameBytes, std::uint64_t nowMs);
+    void advance(std::uint64_t nowMs);
+    std::uint64_t nextEventAtMs() const;
+
+    // Turns a knob. The model must have the attribute. The result says how many hosts were notified.
+    std::size_t turn(std::uint8_t id, const Bytes& value, std::uint64_t nowMs);
+    // COUNT changes of an attribute, or private messages (ids from 0x8000), at this rate from now on.
+    void startStorm(std::uint64_t count, std::uint64_t perSecond, std::uint16_t target, std::uint64_t nowMs);
+    bool stormRuns() const { return storm.sent < storm.count; }
+    bool autoGainRuns() const { return autoGainRunning; }
+
+    bool hasAttribute(std::uint8_t id) const { return attributes.contains(id); }
+    const std::map<std::uint8_t, Bytes>& values() const { return attributes; }
+    const FrameReader::Counters& readerCounters() const { return reader.counters; }
+
+    const Model model;
+    DeviceIdentity identity;
+    AnswerSettings answers;
+    AnsweredCounts answered;
+    AutoGainPlan autoGainPlan;
+    LinkNode link;
+
+private:
+    struct Storm {
+        std::uint64_t count = 0;
+        std::uint64_t sent = 0;
+        std::uint64_t perSecond = 1;
+        std::uint64_t startedAtMs = 0;
+        std::uint16_t target = 0;
+        std::uint64_t nextAtMs() const { return startedAtMs + sent * 1000 / perSecond; }
+    };
+
+    void dispatch(const LinkFrame& message);
+    void answerName(const LinkFrame& request);
+    void answerSerial(const LinkFrame& request);
+    void answerVersion(const LinkFrame& request);
+    void answerSubscription(const LinkFrame& request);
+    void answerWrite(const LinkFrame& request);
+    void answerRead(const LinkFrame& request);
+    void answerMultiWrite(const LinkFrame& request);
+    void answerMultiRead(const LinkFrame& request);
+    // Stores a value that the host wrote; the result is the status.
+    std::uint8_t store(std::uint8_t id, const Bytes& value);
+    // What a value that was written makes the device do, after the answer.
+    void react(std::uint8_t id, const Bytes& value);
+    void resetToFactory();
+    std::size_t notify(std::uint8_t id);
+    void startAutoGain();
+    void advanceAutoGain();
+    void sendOneOfStorm();
+
+    Events events;
+    Random random;
+    FrameReader reader;
+    std::map<std::uint8_t, Bytes> attributes;
+    std::uint64_t now = 0;
+
+    bool autoGainRunning = false;
+    std::uint64_t autoGainEndsAtMs = 0;
+    std::uint64_t nextLevelAtMs = 0;
+    int level = 0;
+    Storm storm;
+};
+
+} // namespace vexo::emulator

@@ -1,0 +1,205 @@
+#include "emulator/hidapi/EmulatedHandle.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+
+namespace vexo::emulator {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kAnswerMs = 2000;
+// The kernel takes output reports of 2 to 16384 bytes, the report id included.
+constexpr std::size_t kShortestReport = 2;
+constexpr std::size_t kLongestReport = 16384;
+constexpr const wchar_t* kGone = L"the device is disconnected";
+
+int millisecondsUntil(Clock::time_point deadline) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return static_cast<int>(std::max<decltype(left)>(0, left));
+}
+
+bool sendAll(LocalSocket& socket, BytesView bytes) {
+    std::size_t count = 0;
+    while (!bytes.empty()) {
+        if (socket.send(bytes, count) != LocalSocket::Transfer::Done) {
+            return false;
+        }
+        bytes = bytes.subspan(count);
+    }
+    return true;
+}
+
+// Receives no more than what completes the message under way. False when the connection has ended.
+bool receiveSome(LocalSocket& socket, WireBuffer& buffer) {
+    std::array<std::uint8_t, 4096> bytes{};
+    std::size_t count = 0;
+    const std::size_t wanted = std::min(bytes.size(), buffer.missing());
+    const LocalSocket::Transfer transfer = socket.receive(std::span(bytes).first(wanted), count);
+    buffer.add(BytesView(bytes).first(count));
+    return transfer != LocalSocket::Transfer::Closed && !buffer.broken();
+}
+
+std::optional<Bytes> askOn(LocalSocket& socket, WireType type, BytesView body) {
+    Bytes request{kHidClient};
+    const Bytes message = wireMessage(type, body);
+    request.insert(request.end(), message.begin(), message.end());
+    if (!socket.isOpen() || !sendAll(socket, request)) {
+        return std::nullopt;
+    }
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(kAnswerMs);
+    WireBuffer buffer;
+    while (true) {
+        // An answer that is followed by the connection's end is an answer all the same.
+        if (socket.waitReadable(millisecondsUntil(deadline)) == LocalSocket::Readiness::TimedOut &&
+            Clock::now() >= deadline) {
+            return std::nullopt;
+        }
+        const bool open = receiveSome(socket, buffer);
+        if (std::optional<WireBuffer::Message> answer = buffer.take()) {
+            return answer->type == type ? std::optional(std::move(answer->body)) : std::nullopt;
+        }
+        if (!open) {
+            return std::nullopt;
+        }
+    }
+}
+
+} // namespace
+
+std::optional<Bytes> askEmulator(WireType type, BytesView body) {
+    LocalSocket socket = LocalSocket::connectTo(socketPath());
+    return askOn(socket, type, body);
+}
+
+std::shared_ptr<EmulatedHandle> EmulatedHandle::open(const std::string& path) {
+    LocalSocket socket = LocalSocket::connectTo(socketPath());
+    Bytes body;
+    appendText(body, path);
+    const std::optional<Bytes> answer = askOn(socket, WireType::Open, body);
+    if (!answer) {
+        return nullptr;
+    }
+    WireReader reader(*answer);
+    if (reader.takeU8() == 0) {
+        return nullptr;
+    }
+    InterfaceInfo info = reader.takeInterface();
+    return reader.ok() ? std::make_shared<EmulatedHandle>(std::move(socket), std::move(info)) : nullptr;
+}
+
+void EmulatedHandle::close() {
+    dead = true;
+    socket.shutDown();
+}
+
+bool EmulatedHandle::gone() {
+    if (!dead && socket.waitReadable(0) == LocalSocket::Readiness::Closed) {
+        dead = true;
+    }
+    return dead;
+}
+
+void EmulatedHandle::setError(std::wstring text) {
+    const std::lock_guard lock(errorMutex);
+    error = std::move(text);
+}
+
+std::wstring EmulatedHandle::lastError() const {
+    const std::lock_guard lock(errorMutex);
+    return error;
+}
+
+int EmulatedHandle::fail(std::wstring text) {
+    setError(std::move(text));
+    return -1;
+}
+
+int EmulatedHandle::takeReport(std::span<std::uint8_t> buffer, const Bytes& report) const {
+    const std::size_t count = std::min(buffer.size(), report.size());
+    std::copy_n(report.begin(), count, buffer.begin());
+    return static_cast<int>(count);
+}
+
+int EmulatedHandle::read(std::span<std::uint8_t> buffer, int timeoutMs) {
+    setError({});
+    const bool forEver = timeoutMs < 0;
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(std::max(0, timeoutMs));
+    std::unique_lock lock(readMutex, std::defer_lock);
+    if (forEver) {
+        lock.lock();
+    } else if (!lock.try_lock_until(deadline)) {
+        return 0;
+    }
+    while (!dead) {
+        const LocalSocket::Readiness readiness =
+            socket.waitReadable(forEver ? -1 : millisecondsUntil(deadline));
+        if (readiness == LocalSocket::Readiness::TimedOut) {
+            if (!forEver && Clock::now() >= deadline) {
+                return 0;
+            }
+            continue;
+        }
+        // As with the kernel, a read with a time-out sees the unplug before reports that are still unread,
+        // and a read without one takes them first.
+        if (readiness == LocalSocket::Readiness::Closed && !forEver) {
+            break;
+        }
+        const bool open = receiveSome(socket, incoming);
+        if (const std::optional<WireBuffer::Message> message = incoming.take()) {
+            if (message->type == WireType::Input) {
+                return takeReport(buffer, message->body);
+            }
+        } else if (!open) {
+            break;
+        }
+    }
+    dead = true;
+    return fail(kGone);
+}
+
+int EmulatedHandle::write(BytesView report) {
+    setError({});
+    if (report.size() < kShortestReport || report.size() > kLongestReport) {
+        return fail(L"a report has 2 to 16384 bytes, its report id included");
+    }
+    const std::lock_guard lock(writeMutex);
+    if (gone()) {
+        return fail(kGone);
+    }
+    if (!sendAll(socket, wireMessage(WireType::Write, report))) {
+        // A message that went out in part cannot be followed by another.
+        close();
+        return fail(kGone);
+    }
+    return static_cast<int>(report.size());
+}
+
+int EmulatedHandle::sendFeature(BytesView report) {
+    setError({});
+    Bytes body;
+    appendText(body, info.path);
+    body.insert(body.end(), report.begin(), report.end());
+    const std::optional<Bytes> answer =
+        report.empty() || gone() ? std::nullopt : askEmulator(WireType::SetFeature, body);
+    if (!answer || *answer != Bytes{1}) {
+        return fail(L"the device did not take the feature report");
+    }
+    return static_cast<int>(report.size());
+}
+
+int EmulatedHandle::getFeature(std::span<std::uint8_t> buffer) {
+    setError({});
+    Bytes body;
+    appendText(body, info.path);
+    body.push_back(buffer.empty() ? std::uint8_t{0} : buffer[0]);
+    const std::optional<Bytes> answer =
+        buffer.empty() || gone() ? std::nullopt : askEmulator(WireType::GetFeature, body);
+    if (!answer || answer->empty() || answer->front() != 1) {
+        return fail(L"the device has no such feature report");
+    }
+    return takeReport(buffer, Bytes(answer->begin() + 1, answer->end()));
+}
+
+} // namespace vexo::emulator

@@ -1,0 +1,59 @@
+// An interface of an emulated device that a program has open: one connection to the emulator.
+//
+// All operations may be called from several threads at once. close() may be called while another thread
+// reads: the reader then fails; the object itself lives until the last user has let go of it.
+#pragma once
+
+#include "emulator/HidWire.h"
+#include "emulator/LocalSocket.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+namespace vexo::emulator {
+
+// Asks the emulator on a connection of its own; nothing when none runs, or it does not answer within two
+// seconds.
+std::optional<Bytes> askEmulator(WireType type, BytesView body);
+
+class EmulatedHandle {
+public:
+    // Null when there is no such interface.
+    static std::shared_ptr<EmulatedHandle> open(const std::string& path);
+
+    EmulatedHandle(LocalSocket connection, InterfaceInfo interfaceInfo)
+        : info(std::move(interfaceInfo)), socket(std::move(connection)) {}
+
+    // As hid_read_timeout: bytes of one report, 0 after the time-out, -1 once the device is gone. -1
+    // milliseconds wait for ever.
+    int read(std::span<std::uint8_t> buffer, int timeoutMs);
+    // As hid_write: the number of bytes, or -1.
+    int write(BytesView report);
+    // The same for feature reports.
+    int sendFeature(BytesView report);
+    int getFeature(std::span<std::uint8_t> buffer);
+    void close();
+
+    void setError(std::wstring text);
+    std::wstring lastError() const;
+
+    const InterfaceInfo info;
+    std::atomic<bool> nonBlocking = false;
+
+private:
+    bool gone();
+    int fail(std::wstring text);
+    int takeReport(std::span<std::uint8_t> buffer, const Bytes& report) const;
+
+    LocalSocket socket;
+    std::atomic<bool> dead = false;
+    std::timed_mutex readMutex;
+    // A message that has arrived in part; guarded by readMutex.
+    WireBuffer incoming;
+    std::mutex writeMutex;
+    mutable std::mutex errorMutex;
+    std::wstring error;
+};
+
+} // namespace vexo::emulator

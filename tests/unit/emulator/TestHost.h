@@ -1,0 +1,137 @@
+// A host for tests of the bus: opens the link interface, sends frames in reports, gathers what comes back.
+// The clock is the test's own.
+#pragma once
+
+#include "emulator/VirtualBus.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace vexo::emulator {
+
+// Makes a failing comparison of bytes readable.
+inline Bytes bytes(std::string_view hex) {
+    const std::optional<Bytes> parsed = fromHex(hex);
+    if (!parsed) {
+        ADD_FAILURE() << "not hexadecimal: " << hex;
+    }
+    return parsed.value_or(Bytes());
+}
+
+class TestHost {
+public:
+    explicit TestHost(Model deviceModel = Model::MixdeskR2, std::uint64_t seed = 1)
+        : bus(std::vector<Model>{deviceModel}, seed), model(modelInfo(deviceModel)) {
+        VirtualBus::Listener listener;
+        listener.inputReport = [this](VirtualBus::HandleId id, const Bytes& report) {
+            EXPECT_EQ(id, handle);
+            reports.push_back(report);
+            const std::size_t header = std::min(model.reportHeader, report.size());
+            reader.feed(BytesView(report).subspan(header),
+                        [this](LinkFrame&& frame) { frames.push_back(std::move(frame)); });
+        };
+        listener.unplugged = [this](VirtualBus::HandleId) {
+            ++unplugCount;
+        };
+        bus.setListener(std::move(listener));
+        bus.plug(0);
+        open();
+    }
+
+    void open() {
+        const std::optional<VirtualBus::HandleId> opened =
+            bus.open(bus.enumerate(model.vendorId, model.productId).front().path);
+        ASSERT_TRUE(opened.has_value());
+        handle = *opened;
+    }
+
+    VirtualDevice& device() { return bus.device(0); }
+    LinkAddress deviceAddress() { return device().link.settings.address; }
+
+    void advance(std::uint64_t ms) { bus.advance(bus.timeMs() + ms); }
+
+    // Cuts bytes into reports as the program does.
+    void writeBytes(BytesView all) {
+        const std::size_t chunk = model.reportHeader != 0 ? 58 : 64;
+        for (std::size_t at = 0; at < all.size(); at += chunk) {
+            const BytesView part = all.subspan(at, std::min(chunk, all.size() - at));
+            Bytes report;
+            if (model.reportHeader != 0) {
+                report = {1, static_cast<std::uint8_t>(part.size())};
+            } else {
+                report = {0};
+            }
+            report.insert(report.end(), part.begin(), part.end());
+            EXPECT_TRUE(bus.write(handle, report));
+        }
+    }
+
+    void send(std::uint8_t kind, std::uint16_t messageId, Bytes payload, std::uint16_t sequence = 7) {
+        writeBytes(encodeFrame({.kind = kind,
+                                .sequence = sequence,
+                                .source = address,
+                                .destination = messageId == kHello ? kBroadcast : deviceAddress(),
+                                .messageId = messageId,
+                                .payload = std::move(payload)}));
+    }
+
+    void sendHello(std::uint16_t maxPayload = 500, std::uint32_t upTimeMs = 0) {
+        Bytes record{0};
+        appendU16(record, maxPayload);
+        record.insert(record.end(), {0, 1, 10});
+        appendU32(record, upTimeMs);
+        record.insert(record.end(), {0, 0, 36});
+        send(kNotification, kHello, record);
+    }
+
+    // Hello, login notice and its answer, subscription.
+    void login() {
+        sendHello();
+        send(kRequest, kLoginNotice, toBytes(deviceAddress()));
+        send(kRequest, kAttributeSubscription, {0});
+        if (const std::optional<LinkFrame> notice = last(kLoginNotice, kRequest)) {
+            send(kResponse, kLoginNotice, {0}, notice->sequence);
+        }
+        clear();
+    }
+
+    void clear() {
+        reports.clear();
+        frames.clear();
+    }
+
+    std::vector<LinkFrame> framesOf(std::uint16_t messageId) const {
+        std::vector<LinkFrame> found;
+        std::ranges::copy_if(frames, std::back_inserter(found),
+                             [&](const LinkFrame& frame) { return frame.messageId == messageId; });
+        return found;
+    }
+
+    std::optional<LinkFrame> last(std::uint16_t messageId, std::uint8_t kind) const {
+        for (auto frame = frames.rbegin(); frame != frames.rend(); ++frame) {
+            if (frame->messageId == messageId && frame->kind == kind) {
+                return *frame;
+            }
+        }
+        return std::nullopt;
+    }
+
+    // The payload of the answer to a request that is sent now, as text; "none" without an answer.
+    std::string ask(std::uint16_t messageId, Bytes payload) {
+        clear();
+        send(kRequest, messageId, std::move(payload));
+        const std::optional<LinkFrame> answer = last(messageId, kResponse);
+        return answer ? toHex(answer->payload) : "none";
+    }
+
+    VirtualBus bus;
+    const ModelInfo& model;
+    LinkAddress address{1, 1, 28};
+    VirtualBus::HandleId handle = 0;
+    std::vector<Bytes> reports;
+    std::vector<LinkFrame> frames;
+    FrameReader reader;
+    int unplugCount = 0;
+};
+
+} // namespace vexo::emulator
