@@ -1,0 +1,109 @@
+#pragma once
+
+#include "device/link/Link.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QTimer>
+#include <QVariantList>
+#include <QVariantMap>
+
+#include <array>
+#include <cstdint>
+
+class HIDDevice;
+
+/// The process-wide singleton through which everything reaches the device: it scans the HID bus for a known
+/// device, opens it, drives the link stack with a tick of one millisecond, keeps the device information map,
+/// and offers the attribute and private message operations to QML (module `VexoDeckHIDHotplug`).
+///
+/// All of it runs on the main thread: scan, tick, parser (through the queued reports of the readers),
+/// callbacks and writes. There is one link stack in the process, so one manager at a time.
+class HIDHotplugManager : public QObject {
+    Q_OBJECT
+
+public:
+    /// The process-wide object, made at the first call, which is on the main thread.
+    static HIDHotplugManager* instance();
+
+    /// Starts the scan (every 2000 ms) and the tick (1 ms) and initialises the link stack.
+    explicit HIDHotplugManager(QObject* parent = nullptr);
+    ~HIDHotplugManager() override;
+
+    /// A copy of the map of what is known of the device found last. Keys: `dpid` (USB product id: 0x1396
+    /// Voxmic M40, 0x1397 Voxmic T40, 0x9829 Mixdesk R2), `pid` and `vid` (of its link address, not USB ids),
+    /// `name`, `sn`, `version` ("V2.05"). Never cleared: after a disconnection the old values stay.
+    Q_INVOKABLE [[nodiscard]] QVariantMap getDeviceInfo() const;
+
+    /// Writes an attribute: tracked and retried by the link. `byteArray` of at most 200 bytes; a longer value
+    /// is dropped by the link. Nothing, not even a log line, while no device is open.
+    Q_INVOKABLE void messageSend(std::uint16_t attID, const QByteArray& byteArray);
+    /// Asks for one attribute; the answer comes as messageReceived. Nothing while no device is open.
+    Q_INVOKABLE void messageGet(std::uint16_t attID);
+    /// Asks for all attributes. Nothing while no device is open.
+    Q_INVOKABLE void messageGetAll();
+    /// Each byte as an unsigned number 0 to 255.
+    Q_INVOKABLE [[nodiscard]] QVariantList byteArrayToVariantList(const QByteArray& byteArray) const;
+
+    /// Closes all interfaces and stops scan and tick: the link stands still.
+    Q_INVOKABLE void stopAndDisconnectDevice();
+    /// Starts what is stopped of scan and tick. The next scan comes 2000 ms later.
+    Q_INVOKABLE void startAndConnectDevice();
+
+    /// Sends a private message to the logged-in device, as a notification, or as a tracked request for
+    /// 0x8006. The link drops it when no device is logged in.
+    Q_INVOKABLE void sendPriMessage(std::uint32_t msgid, const QByteArray& byteArray);
+
+    /// Returns when no reader thread runs any more; for the end of the process.
+    void waitForReaders();
+
+public slots:
+    /// Runs one scan.
+    void onScanTimer();
+    /// Runs one tick of the link: its periodic work, then its clock.
+    void onTimeout();
+
+signals:
+    /// An interface opened or closed, or the name, serial number or version came. `isConnected` tells whether
+    /// any interface is open at that moment.
+    void deviceConnected(const QVariantMap& deviceInfo, bool isConnected);
+    /// The device reported an attribute, as an answer or by itself.
+    void messageReceived(uint16_t attID, const QVariantList& byteArray);
+    /// A private message other than 0x8006 came; `value` is its first byte, 0 where it has none.
+    void priMsgCallback(uint32_t msgid, uint8_t value);
+    /// Progress of a firmware transfer, 0 to 100, and its text.
+    void upgradeFirmwareProgress(int progress, const QString& message);
+    /// The scan saw a mixer in its bootloader. The manager has stopped itself.
+    void upgradeFirmwareSignal();
+
+private:
+    void connectTransport();
+    void installLinkCallbacks();
+    void onReport(const QByteArray& report);
+    /// Sends one frame of the link in reports of the model's form; -1 while no device is open, otherwise 1.
+    int sendFrame(const QByteArray& frame);
+
+    void onLogin(std::uint8_t from, std::uint8_t type, const LinkAddress& address);
+    int onName(const LinkInfo& info, const std::uint8_t* bytes);
+    int onSerial(const LinkInfo& info, const std::uint8_t* bytes);
+    int onVersion(const LinkInfo& info, const std::uint8_t* bytes);
+    int onAttribute(const LinkInfo& info, std::uint16_t attID, const std::uint8_t* bytes);
+    void onPrivateMessage(const LinkFrame& frame);
+    void emitDeviceConnected();
+
+    /// USB ids of the device found last.
+    std::uint16_t vendorId = 0;
+    std::uint16_t productId = 0;
+    /// "FIXED_USAGE": the usage page that an interface must have to be opened.
+    std::uint16_t fixedUsage = 0;
+    /// Link address of the logged-in device.
+    LinkAddress peerAddress;
+    /// [0] the scan, [1] the tick.
+    std::array<QTimer*, 2> timers{};
+    /// The last scan saw a known device.
+    bool online = false;
+    /// The link's channel number for this transport.
+    std::int32_t linkChannel = 0;
+    QVariantMap deviceInfo;
+    HIDDevice* hidDevice = nullptr;
+};

@@ -1,0 +1,234 @@
+#include "tests/support/ScriptedHidapi.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <hidapi.h>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+
+struct hid_device_ {
+    std::string path;
+    bool closed = false;
+    bool gone = false;
+    std::deque<scriptedHidapi::Report> reports;
+};
+
+namespace {
+
+struct Bus {
+    std::vector<scriptedHidapi::Interface> interfaces;
+    /// Kept after hid_close, so that a late call is counted and does not crash.
+    std::vector<std::unique_ptr<hid_device>> handles;
+    std::map<std::string, std::vector<scriptedHidapi::Report>> written;
+    std::set<std::string> openFails;
+    std::set<std::string> writeFails;
+    int nonblockingFailures = 0;
+    bool readsHeld = false;
+    int readsInside = 0;
+    int lists = 0;
+    int enumerations = 0;
+    int callsAfterClose = 0;
+};
+
+std::mutex busMutex;
+std::condition_variable busChanged;
+Bus bus;
+
+/// Under the lock: whether the call meets an open handle.
+bool usable(const hid_device* device) {
+    if (device->closed) {
+        ++bus.callsAfterClose;
+    }
+    return !device->closed && !device->gone;
+}
+
+} // namespace
+
+namespace scriptedHidapi {
+
+void reset() {
+    const std::lock_guard lock(busMutex);
+    bus = Bus{};
+}
+
+void plug(const Interface& interface) {
+    const std::lock_guard lock(busMutex);
+    bus.interfaces.push_back(interface);
+}
+
+void unplug(const std::string& path) {
+    const std::lock_guard lock(busMutex);
+    std::erase_if(bus.interfaces, [&path](const Interface& interface) { return interface.path == path; });
+    for (const auto& handle : bus.handles) {
+        if (handle->path == path) {
+            handle->gone = true;
+        }
+    }
+    busChanged.notify_all();
+}
+
+void deliver(const std::string& path, const Report& report) {
+    const std::lock_guard lock(busMutex);
+    for (const auto& handle : bus.handles) {
+        if (handle->path == path && !handle->closed) {
+            handle->reports.push_back(report);
+        }
+    }
+    busChanged.notify_all();
+}
+
+void failNonblocking(int count) {
+    const std::lock_guard lock(busMutex);
+    bus.nonblockingFailures = count;
+}
+
+void failOpen(const std::string& path, bool fail) {
+    const std::lock_guard lock(busMutex);
+    fail ? (void)bus.openFails.insert(path) : (void)bus.openFails.erase(path);
+}
+
+void failWrite(const std::string& path, bool fail) {
+    const std::lock_guard lock(busMutex);
+    fail ? (void)bus.writeFails.insert(path) : (void)bus.writeFails.erase(path);
+}
+
+void holdReads(bool hold) {
+    const std::lock_guard lock(busMutex);
+    bus.readsHeld = hold;
+    busChanged.notify_all();
+}
+
+int readsInside() {
+    const std::lock_guard lock(busMutex);
+    return bus.readsInside;
+}
+
+std::vector<Report> written(const std::string& path) {
+    const std::lock_guard lock(busMutex);
+    return bus.written[path];
+}
+
+int openHandles() {
+    const std::lock_guard lock(busMutex);
+    return static_cast<int>(
+        std::ranges::count_if(bus.handles, [](const auto& handle) { return !handle->closed; }));
+}
+
+int openedEver() {
+    const std::lock_guard lock(busMutex);
+    return static_cast<int>(bus.handles.size());
+}
+
+int listsOutstanding() {
+    const std::lock_guard lock(busMutex);
+    return bus.lists;
+}
+
+int enumerations() {
+    const std::lock_guard lock(busMutex);
+    return bus.enumerations;
+}
+
+int callsAfterClose() {
+    const std::lock_guard lock(busMutex);
+    return bus.callsAfterClose;
+}
+
+} // namespace scriptedHidapi
+
+hid_device_info* hid_enumerate(unsigned short vendorId, unsigned short productId) {
+    const std::lock_guard lock(busMutex);
+    ++bus.enumerations;
+    hid_device_info* first = nullptr;
+    hid_device_info** next = &first;
+    for (const auto& interface : bus.interfaces) {
+        if ((vendorId != 0 && interface.vendorId != vendorId) ||
+            (productId != 0 && interface.productId != productId)) {
+            continue;
+        }
+        auto* const info = new hid_device_info{};
+        info->path = new char[interface.path.size() + 1];
+        std::memcpy(info->path, interface.path.c_str(), interface.path.size() + 1);
+        info->vendor_id = interface.vendorId;
+        info->product_id = interface.productId;
+        info->usage_page = interface.usagePage;
+        *next = info;
+        next = &info->next;
+    }
+    bus.lists += first != nullptr ? 1 : 0;
+    return first;
+}
+
+void hid_free_enumeration(hid_device_info* list) {
+    const std::lock_guard lock(busMutex);
+    bus.lists -= list != nullptr ? 1 : 0;
+    while (list != nullptr) {
+        hid_device_info* const next = list->next;
+        delete[] list->path;
+        delete list;
+        list = next;
+    }
+}
+
+hid_device* hid_open_path(const char* path) {
+    const std::lock_guard lock(busMutex);
+    const bool present =
+        std::ranges::any_of(bus.interfaces, [path](const auto& interface) { return interface.path == path; });
+    if (!present || bus.openFails.contains(path)) {
+        return nullptr;
+    }
+    bus.handles.push_back(std::make_unique<hid_device>());
+    bus.handles.back()->path = path;
+    return bus.handles.back().get();
+}
+
+int hid_set_nonblocking(hid_device* device, int) {
+    const std::lock_guard lock(busMutex);
+    if (bus.nonblockingFailures > 0) {
+        --bus.nonblockingFailures;
+        return -1;
+    }
+    return usable(device) ? 0 : -1;
+}
+
+int hid_read_timeout(hid_device* device, unsigned char* data, size_t length, int milliseconds) {
+    std::unique_lock lock(busMutex);
+    ++bus.readsInside;
+    busChanged.wait(lock, [] { return !bus.readsHeld; });
+    busChanged.wait_for(lock, std::chrono::milliseconds(milliseconds),
+                        [device] { return device->gone || device->closed || !device->reports.empty(); });
+    --bus.readsInside;
+    if (!usable(device)) {
+        return -1;
+    }
+    if (device->reports.empty()) {
+        return 0;
+    }
+    const scriptedHidapi::Report report = device->reports.front();
+    device->reports.pop_front();
+    const std::size_t count = std::min(length, report.size());
+    std::copy_n(report.begin(), count, data);
+    return static_cast<int>(count);
+}
+
+int hid_write(hid_device* device, const unsigned char* data, size_t length) {
+    const std::lock_guard lock(busMutex);
+    if (!usable(device) || bus.writeFails.contains(device->path)) {
+        return -1;
+    }
+    bus.written[device->path].emplace_back(data, data + length);
+    return static_cast<int>(length);
+}
+
+void hid_close(hid_device* device) {
+    const std::lock_guard lock(busMutex);
+    if (device->closed) {
+        ++bus.callsAfterClose;
+    }
+    device->closed = true;
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// A HID bus under a test's control: a program that links this file meets these interfaces in the place of
+/// the machine's own. One bus in a process; reset() before each test. Every operation may be called on any
+/// thread.
+namespace scriptedHidapi {
+
+struct Interface {
+    std::string path;
+    std::uint16_t vendorId = 0;
+    std::uint16_t productId = 0;
+    std::uint16_t usagePage = 0;
+};
+
+using Report = std::vector<std::uint8_t>;
+
+/// Forgets all interfaces, handles, scripts and counts. No handle may be in use.
+void reset();
+
+/// Adds an interface at the end of the bus.
+void plug(const Interface& interface);
+/// Removes an interface: reads and writes on its open handles fail from now on.
+void unplug(const std::string& path);
+/// Queues a report for the open handles of a path.
+void deliver(const std::string& path, const Report& report);
+
+/// Lets the next `count` calls of hid_set_nonblocking return -1.
+void failNonblocking(int count);
+/// Whether hid_open_path of a path gives null.
+void failOpen(const std::string& path, bool fail);
+/// Whether hid_write on a path returns -1.
+void failWrite(const std::string& path, bool fail);
+/// Holds every hid_read_timeout inside the call until released: a read that is on.
+void holdReads(bool hold);
+/// How many reads are inside hid_read_timeout.
+[[nodiscard]] int readsInside();
+
+/// The reports written to a path, oldest first.
+[[nodiscard]] std::vector<Report> written(const std::string& path);
+/// Handles that are open now; opened ever; enumeration lists given and not freed.
+[[nodiscard]] int openHandles();
+[[nodiscard]] int openedEver();
+[[nodiscard]] int listsOutstanding();
+/// Calls of hid_enumerate.
+[[nodiscard]] int enumerations();
+/// Calls on a handle after its hid_close, double closes included: a defect of the program under test.
+[[nodiscard]] int callsAfterClose();
+
+} // namespace scriptedHidapi

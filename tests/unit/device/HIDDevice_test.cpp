@@ -1,0 +1,302 @@
+#include "device/HIDDevice.h"
+#include "tests/support/Await.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ScriptedHidapi.h"
+
+#include <QDir>
+
+#include <atomic>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace {
+
+constexpr std::uint16_t kVendor = 0x3327;
+constexpr std::uint16_t kProduct = 0x9829;
+constexpr int kPage = 12;
+
+scriptedHidapi::Interface linkInterface(const std::string& path) {
+    return {path, kVendor, kProduct, kPage};
+}
+
+qsizetype threadCount() {
+    return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs).size();
+}
+
+class HIDDeviceTest : public testing::Test {
+protected:
+    void SetUp() override {
+        scriptedHidapi::reset();
+        QObject::connect(&device, &HIDDevice::deviceConnected, &device,
+                         [this](const QString& path) { connected.append(path); });
+        QObject::connect(&device, &HIDDevice::deviceDisconnected, &device,
+                         [this](const QString& path) { disconnected.append(path); });
+        QObject::connect(
+            &device, &HIDDevice::dataReceived, &device,
+            [this](const QString& path, const QByteArray& data) { received.emplace_back(path, data); });
+    }
+    void TearDown() override {
+        scriptedHidapi::holdReads(false);
+        device.closeAll();
+        device.waitForReaders();
+        EXPECT_EQ(scriptedHidapi::callsAfterClose(), 0);
+        EXPECT_EQ(scriptedHidapi::listsOutstanding(), 0);
+    }
+
+    /// The paths disconnected so far, those included that a reader reported and nobody has picked up yet.
+    const QStringList& allDisconnected() {
+        QCoreApplication::processEvents();
+        return disconnected;
+    }
+
+    HIDDevice device;
+    // What the signals said, carried to this thread as the program does it.
+    QStringList connected;
+    QStringList disconnected;
+    QList<std::pair<QString, QByteArray>> received;
+};
+
+} // namespace
+
+TEST_F(HIDDeviceTest, OpensEveryMatchingInterfaceInListOrder) {
+    scriptedHidapi::plug(linkInterface("/b"));
+    scriptedHidapi::plug({"/keyboard", kVendor, kProduct, 1});
+    scriptedHidapi::plug({"/other", 1, 2, kPage});
+    scriptedHidapi::plug(linkInterface("/a"));
+    device.openDevice(kVendor, kProduct, kPage);
+    EXPECT_EQ(connected, QStringList({"/b", "/a"}));
+    EXPECT_EQ(device.devicePaths().keys(), QStringList({"/a", "/b"}));
+    for (const HIDDevice::DeviceEntry& entry : device.devicePaths()) {
+        EXPECT_TRUE(entry.connected);
+        EXPECT_NE(entry.handle, nullptr);
+        EXPECT_NE(entry.readThread, nullptr);
+    }
+}
+
+TEST_F(HIDDeviceTest, EmptyEnumerationDoesNothingAndLogsNothing) {
+    const LogCapture log;
+    device.openDevice(kVendor, kProduct, kPage);
+    EXPECT_FALSE(device.isOpen());
+    EXPECT_TRUE(connected.isEmpty());
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST_F(HIDDeviceTest, SecondOpenSkipsTheOpenPathAndOpensOnlyNewOnes) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    device.openDevice(kVendor, kProduct, kPage);
+    scriptedHidapi::plug(linkInterface("/b"));
+    device.openDevice(kVendor, kProduct, kPage);
+    EXPECT_EQ(connected, QStringList({"/a", "/b"}));
+    EXPECT_EQ(scriptedHidapi::openedEver(), 2);
+}
+
+TEST_F(HIDDeviceTest, InterfaceThatCannotBeOpenedIsSkippedSilently) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::plug(linkInterface("/b"));
+    scriptedHidapi::failOpen("/a", true);
+    const LogCapture log;
+    device.openDevice(kVendor, kProduct, kPage);
+    EXPECT_EQ(device.devicePaths().keys(), QStringList("/b"));
+    EXPECT_EQ(log.texts(QtDebugMsg), QStringList({" hid_open_path ", " hid_open_path "}));
+}
+
+TEST_F(HIDDeviceTest, FailingNonblockingIsTriedAgainOnTheSameInterfaceWithoutClosing) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::plug(linkInterface("/b"));
+    scriptedHidapi::failNonblocking(3);
+    const LogCapture log;
+    device.openDevice(kVendor, kProduct, kPage);
+    EXPECT_EQ(device.devicePaths().keys(), QStringList({"/a", "/b"}));
+    EXPECT_EQ(log.count("hid_set_nonblocking failed: -1"), 3);
+    EXPECT_EQ(scriptedHidapi::openedEver(), 5);
+    EXPECT_EQ(scriptedHidapi::openHandles(), 5);
+}
+
+TEST_F(HIDDeviceTest, ConnectedIsEmittedOnTheCallersThreadAndDataOnTheReaders) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    std::atomic<QThread*> connectedOn = nullptr;
+    std::atomic<QThread*> receivedOn = nullptr;
+    QObject::connect(
+        &device, &HIDDevice::deviceConnected, &device, [&] { connectedOn = QThread::currentThread(); },
+        Qt::DirectConnection);
+    QObject::connect(
+        &device, &HIDDevice::dataReceived, &device, [&] { receivedOn = QThread::currentThread(); },
+        Qt::DirectConnection);
+    device.openDevice(kVendor, kProduct, kPage);
+    EXPECT_EQ(connectedOn, QThread::currentThread());
+    scriptedHidapi::deliver("/a", {1, 2, 3});
+    ASSERT_TRUE(await([&] { return receivedOn.load() != nullptr; }));
+    EXPECT_NE(receivedOn, QThread::currentThread());
+    EXPECT_EQ(receivedOn, device.devicePaths().first().readThread.data());
+}
+
+TEST_F(HIDDeviceTest, ReportsArriveAtTheirRealLengthAndEmptyOnesNever) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    device.openDevice(kVendor, kProduct, kPage);
+    scriptedHidapi::Report full(65);
+    for (std::size_t i = 0; i < full.size(); ++i) {
+        full[i] = static_cast<std::uint8_t>(i);
+    }
+    scriptedHidapi::deliver("/a", {});
+    scriptedHidapi::deliver("/a", {7});
+    scriptedHidapi::deliver("/a", {});
+    scriptedHidapi::deliver("/a", full);
+    ASSERT_TRUE(await([&] { return received.size() >= 2; }));
+    EXPECT_EQ(received.at(0).first, "/a");
+    EXPECT_EQ(received.at(0).second, QByteArray("\x07"));
+    EXPECT_EQ(received.at(1).second, QByteArray(reinterpret_cast<const char*>(full.data()), 65));
+    EXPECT_EQ(received.size(), 2);
+}
+
+TEST_F(HIDDeviceTest, UnplugDuringAReadDisconnectsOnceAndLogsBothLines) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    device.openDevice(kVendor, kProduct, kPage);
+    ASSERT_TRUE(await([] { return scriptedHidapi::readsInside() == 1; }));
+    const LogCapture log;
+    scriptedHidapi::unplug("/a");
+    ASSERT_TRUE(await([&] { return !device.isOpen() && !disconnected.isEmpty(); }));
+    device.waitForReaders();
+    EXPECT_EQ(allDisconnected().size(), 1);
+    EXPECT_EQ(scriptedHidapi::openHandles(), 0);
+    EXPECT_EQ(log.texts(QtDebugMsg), QStringList({"HIDDevice: 读取错误，设备可能已断开: \"/a\"",
+                                                  "HIDDevice:  ，设备可能已断开: \"/a\""}));
+}
+
+TEST_F(HIDDeviceTest, CloseLogsOneLineAndDisconnectsOnce) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    device.openDevice(kVendor, kProduct, kPage);
+    ASSERT_TRUE(await([] { return scriptedHidapi::readsInside() == 1; }));
+    const LogCapture log;
+    device.closeDevice("/a");
+    device.closeDevice("/a");
+    device.waitForReaders();
+    EXPECT_EQ(allDisconnected().size(), 1);
+    EXPECT_EQ(log.texts(QtDebugMsg), QStringList("HIDDevice:  ，设备可能已断开: \"/a\""));
+}
+
+TEST_F(HIDDeviceTest, CloseDoesNotWaitForTheReadAndTheLastHolderClosesTheHandle) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::holdReads(true);
+    device.openDevice(kVendor, kProduct, kPage);
+    ASSERT_TRUE(await([] { return scriptedHidapi::readsInside() == 1; }));
+    device.closeDevice("/a");
+    EXPECT_EQ(allDisconnected().size(), 1);
+    EXPECT_FALSE(device.isOpen());
+    EXPECT_EQ(scriptedHidapi::readsInside(), 1) << "the read is still on";
+    EXPECT_EQ(scriptedHidapi::openHandles(), 1) << "the reader holds the handle";
+    scriptedHidapi::holdReads(false);
+    device.waitForReaders();
+    EXPECT_EQ(scriptedHidapi::openHandles(), 0);
+    EXPECT_EQ(allDisconnected().size(), 1);
+}
+
+TEST_F(HIDDeviceTest, ReopenedPathGetsAReaderOfItsOwnWhileTheFormerReadIsOn) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::holdReads(true);
+    device.openDevice(kVendor, kProduct, kPage);
+    ASSERT_TRUE(await([] { return scriptedHidapi::readsInside() == 1; }));
+    device.closeDevice("/a");
+    device.openDevice(kVendor, kProduct, kPage);
+    ASSERT_TRUE(await([] { return scriptedHidapi::readsInside() == 2; }));
+    scriptedHidapi::holdReads(false);
+    ASSERT_TRUE(await([] { return scriptedHidapi::openHandles() == 1; }));
+    EXPECT_TRUE(device.isOpen()) << "the former reader closed the new interface";
+    scriptedHidapi::deliver("/a", {9});
+    ASSERT_TRUE(await([&] { return received.size() == 1; }));
+    EXPECT_EQ(allDisconnected().size(), 1);
+}
+
+TEST_F(HIDDeviceTest, CloseAllOnAnEmptyMapEmitsNothing) {
+    const LogCapture log;
+    device.closeAll();
+    EXPECT_TRUE(allDisconnected().isEmpty());
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST_F(HIDDeviceTest, IsOpenTurnsFalseOnlyWhenTheLastInterfaceHasGone) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::plug(linkInterface("/b"));
+    device.openDevice(kVendor, kProduct, kPage);
+    device.closeDevice("/a");
+    EXPECT_TRUE(device.isOpen());
+    device.closeDevice("/b");
+    EXPECT_FALSE(device.isOpen());
+    EXPECT_EQ(allDisconnected().size(), 2);
+}
+
+TEST_F(HIDDeviceTest, WriteAllReachesEveryInterfaceAndSucceedsWithOne) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::plug(linkInterface("/b"));
+    device.openDevice(kVendor, kProduct, kPage);
+    scriptedHidapi::failWrite("/a", true);
+    const LogCapture log;
+    EXPECT_TRUE(device.writeAll(QByteArray("\x01\x02\xAB", 3)));
+    EXPECT_EQ(scriptedHidapi::written("/b"), (std::vector<scriptedHidapi::Report>{{1, 2, 0xAB}}));
+    EXPECT_EQ(log.texts(QtDebugMsg), QStringList(R"(Failed to write to device: "/a" data:  "0102ab")"));
+    scriptedHidapi::failWrite("/b", true);
+    EXPECT_FALSE(device.writeAll("x"));
+    EXPECT_TRUE(device.isOpen()) << "a failed write leaves the interface open";
+}
+
+TEST_F(HIDDeviceTest, WriteToAnUnknownPathFailsWithALine) {
+    const LogCapture log;
+    EXPECT_FALSE(device.writeTo("/gone", "x"));
+    EXPECT_EQ(log.texts(QtDebugMsg), QStringList("Device not found"));
+    EXPECT_FALSE(device.writeAll("x"));
+}
+
+TEST_F(HIDDeviceTest, FiveHundredPlugAndUnplugCyclesLeaveNothingBehind) {
+    qsizetype threadsBefore = 0;
+    for (int cycle = 0; cycle < 500; ++cycle) {
+        const std::string path = "/cycle" + std::to_string(cycle % 7);
+        scriptedHidapi::plug(linkInterface(path));
+        device.openDevice(kVendor, kProduct, kPage);
+        ASSERT_EQ(connected.size(), cycle + 1);
+        scriptedHidapi::unplug(path);
+        ASSERT_TRUE(await([&] { return disconnected.size() == cycle + 1; })) << "cycle " << cycle;
+        ASSERT_FALSE(device.isOpen());
+        if (cycle == 10) {
+            device.waitForReaders();
+            threadsBefore = threadCount();
+        }
+    }
+    device.waitForReaders();
+    EXPECT_EQ(connected.size(), 500);
+    EXPECT_EQ(allDisconnected().size(), 500);
+    EXPECT_EQ(scriptedHidapi::openHandles(), 0);
+    EXPECT_TRUE(await([&] { return threadCount() <= threadsBefore; })) << threadCount() << " threads";
+}
+
+TEST_F(HIDDeviceTest, UnplugAndCloseAtOnceDisconnectExactlyOnce) {
+    for (int cycle = 0; cycle < 200; ++cycle) {
+        scriptedHidapi::plug(linkInterface("/a"));
+        device.openDevice(kVendor, kProduct, kPage);
+        std::thread puller([] { scriptedHidapi::unplug("/a"); });
+        if (cycle % 2 == 0) {
+            device.closeDevice("/a");
+        } else {
+            device.writeAll("x");
+            device.closeAll();
+        }
+        puller.join();
+        ASSERT_TRUE(await([&] { return disconnected.size() >= cycle + 1; })) << "cycle " << cycle;
+        device.waitForReaders();
+        ASSERT_EQ(allDisconnected().size(), cycle + 1);
+        ASSERT_FALSE(device.isOpen());
+    }
+    EXPECT_EQ(scriptedHidapi::openHandles(), 0);
+}
+
+TEST(HIDDeviceEndTest, DestructorClosesAllAndWaitsForTheReaders) {
+    scriptedHidapi::reset();
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::plug(linkInterface("/b"));
+    {
+        HIDDevice device;
+        device.openDevice(kVendor, kProduct, kPage);
+        ASSERT_TRUE(await([] { return scriptedHidapi::readsInside() == 2; }));
+    }
+    EXPECT_EQ(scriptedHidapi::readsInside(), 0);
+    EXPECT_EQ(scriptedHidapi::openHandles(), 0);
+    EXPECT_EQ(scriptedHidapi::callsAfterClose(), 0);
+}
