@@ -1,0 +1,44 @@
+import QtQuick
+import QtQuick.Controls
+import MediaControls
+
+/* The main window: a stack with the welcome page, and the main layout above it while a device is in use. */
+WindowFrame {
+    id: windowFrame
+
+    component FadeIn: Transition {
+        PropertyAnimation {
+            property: "opacity"
+            from: 0
+            to: 1
+            duration: VxTheme.fadeMs
+            easing.type: VxTheme.easing
+        }
+    }
+    component FadeOut: Transition {
+        PropertyAnimation {
+            property: "opacity"
+            from: 1
+            to: 0
+            duration: VxTheme.fadeMs
+            easing.type: VxTheme.easing
+        }
+    }
+
+    title: "Vexo Deck"
+    visible: true
+    rightView: Component {
+        Item {}
+    }
+
+    StackView {
+        id: stackView
+
+        objectName: "stackView"
+        initialItem: WelcomeLayout {}
+        pushEnter: FadeIn {}
+        pushExit: FadeOut {}
+        popEnter: FadeIn {}
+        popExit: FadeOut {}
+    }
+}

@@ -1,0 +1,66 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Window
+
+/* Makes a frameless window resizable at its edges and corners. Fills the window, above everything else. */
+Item {
+    id: resizeEdges
+
+    objectName: "resizeEdges"
+
+    required property Window window
+    readonly property int thickness: 5
+    readonly property int cornerLength: 12
+
+    Repeater {
+        model: [
+            {
+                edges: Qt.TopEdge,
+                shape: Qt.SizeVerCursor
+            },
+            {
+                edges: Qt.BottomEdge,
+                shape: Qt.SizeVerCursor
+            },
+            {
+                edges: Qt.LeftEdge,
+                shape: Qt.SizeHorCursor
+            },
+            {
+                edges: Qt.RightEdge,
+                shape: Qt.SizeHorCursor
+            },
+            {
+                edges: Qt.TopEdge | Qt.LeftEdge,
+                shape: Qt.SizeFDiagCursor
+            },
+            {
+                edges: Qt.BottomEdge | Qt.RightEdge,
+                shape: Qt.SizeFDiagCursor
+            },
+            {
+                edges: Qt.TopEdge | Qt.RightEdge,
+                shape: Qt.SizeBDiagCursor
+            },
+            {
+                edges: Qt.BottomEdge | Qt.LeftEdge,
+                shape: Qt.SizeBDiagCursor
+            }
+        ]
+
+        MouseArea {
+            required property var modelData
+            readonly property bool horizontal: modelData.edges & (Qt.LeftEdge | Qt.RightEdge)
+            readonly property bool vertical: modelData.edges & (Qt.TopEdge | Qt.BottomEdge)
+            readonly property bool corner: horizontal && vertical
+
+            x: modelData.edges & Qt.RightEdge ? parent.width - width : 0
+            y: modelData.edges & Qt.BottomEdge ? parent.height - height : 0
+            width: corner ? resizeEdges.cornerLength : horizontal ? resizeEdges.thickness : parent.width
+            height: corner ? resizeEdges.cornerLength : vertical ? resizeEdges.thickness : parent.height
+            cursorShape: modelData.shape
+            onPressed: resizeEdges.window.startSystemResize(modelData.edges)
+        }
+    }
+}

@@ -1,0 +1,101 @@
+import QtQuick
+import QtQuick.Controls
+import MediaControls
+
+/*
+    The frameless window on which every window of the program is built. It fades in when shown. Closing fades it out
+    and keeps it hidden as the user left it, or destroys it with isDestroy; the main window's close ends the program.
+*/
+ApplicationWindow {
+    id: windowFrame
+
+    // The body below the title bar.
+    default property Component content
+    // More content of the title bar. Only the main window has some, and is known by it.
+    property Component rightView: null
+    property bool isDestroy: false
+    property color titleColor: "#ffffff"
+    property bool macStyle: Qt.platform.os === "osx"
+
+    // For windows that have something to do at the end of their completion.
+    function loadView() {
+    }
+
+    function quitProgram() {
+        if (VxConfig.isWindowsPlatform())
+            Qt.exit(0);
+        else
+            Qt.quit();
+    }
+
+    width: 1300
+    height: 800
+    minimumWidth: 800
+    minimumHeight: 500
+    flags: Qt.Window | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
+    color: "#000000"
+    opacity: 0
+    font.family: VxTheme.fontFamily
+
+    Behavior on opacity {
+        NumberAnimation {
+            duration: VxTheme.fadeMs
+            easing.type: VxTheme.easing
+        }
+    }
+
+    Loader {
+        objectName: "body"
+        anchors.fill: parent
+        anchors.topMargin: titleBar.height
+        sourceComponent: windowFrame.content
+    }
+
+    TitleBar {
+        id: titleBar
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        z: 1
+        window: windowFrame
+        macStyle: windowFrame.macStyle
+        titleColor: windowFrame.titleColor
+        rightView: windowFrame.rightView
+        onCloseRequested: windowFrame.rightView ? windowFrame.quitProgram() : windowFrame.close()
+    }
+
+    ResizeEdges {
+        anchors.fill: parent
+        z: 2
+        window: windowFrame
+        visible: titleBar.resizable && windowFrame.visibility === Window.Windowed
+    }
+
+    Timer {
+        id: closeTimer
+
+        interval: VxTheme.fadeMs
+        onTriggered: {
+            windowFrame.visible = false;
+            windowFrame.opacity = 0;
+            if (windowFrame.isDestroy)
+                windowFrame.destroy();
+        }
+    }
+
+    onVisibleChanged: {
+        if (visible)
+            opacity = 1;
+    }
+    onClosing: close => {
+        close.accepted = rightView !== null;
+        opacity = 0;
+        closeTimer.start();
+    }
+    Component.onCompleted: {
+        flags = Qt.Window | Qt.FramelessWindowHint;
+        if (!macStyle)
+            color = VxTheme.windowBackground;
+        loadView();
+    }
+}

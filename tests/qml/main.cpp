@@ -1,0 +1,48 @@
+// Runs the test documents of this folder with fakes in the place of the native singletons.
+
+#include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/TestLog.h"
+
+#include <QGuiApplication>
+#include <QQmlEngine>
+#include <QQuickStyle>
+#include <QStyleHints>
+#include <QtQuickTest>
+
+#include <cstdio>
+
+namespace {
+
+class Setup : public QObject {
+    Q_OBJECT
+
+public slots:
+    void applicationAvailable() {
+        // Tests close main windows and go on.
+        QGuiApplication::setQuitOnLastWindowClosed(false);
+        QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
+        QQuickStyle::setStyle("Material");
+        registerFakeHIDHotplugManager();
+        qmlRegisterSingletonType<TestLog>(
+            "VexoDeckTest", 1, 0, "TestLog", [](QQmlEngine*, QJSEngine*) -> QObject* {
+                QJSEngine::setObjectOwnership(&TestLog::instance(), QJSEngine::CppOwnership);
+                return &TestLog::instance();
+            });
+    }
+
+    void qmlEngineAvailable(QQmlEngine*) { TestLog::install(); }
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Setup setup;
+    const int result = quick_test_main_with_setup(argc, argv, "qml", VEXO_QML_TEST_DIR, &setup);
+    // What was logged after the last test case, while the engine went down.
+    const QStringList faults = TestLog::instance().takeFaults();
+    for (const QString& fault : faults)
+        std::fprintf(stderr, "%s\n", qPrintable(fault));
+    return result != 0 ? result : faults.isEmpty() ? 0 : 1;
+}
+
+#include "main.moc"

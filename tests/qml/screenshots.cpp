@@ -1,0 +1,78 @@
+// Draws the windows in their states and saves pictures of them:
+//     qml_screenshots FOLDER [WIDTHxHEIGHT]
+// writes FOLDER/<state>.png. Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
+
+#include "tests/qml/FakeHIDHotplugManager.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QStyleHints>
+
+#include <cstdio>
+
+namespace {
+
+// Long enough for every transition of a page.
+constexpr int kSettleMs = 900;
+
+void settle() {
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < kSettleMs)
+        QGuiApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+}
+
+bool save(QQuickWindow& window, const QDir& folder, const QString& state) {
+    settle();
+    const QString path = folder.filePath(state + ".png");
+    const bool saved = window.grabWindow().save(path);
+    std::printf("%s %s\n", saved ? "saved" : "could not save", qPrintable(path));
+    return saved;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QGuiApplication application(argc, argv);
+    const QStringList arguments = QGuiApplication::arguments();
+    if (arguments.size() < 2) {
+        std::fprintf(stderr, "usage: qml_screenshots FOLDER [WIDTHxHEIGHT]\n");
+        return 2;
+    }
+    const QDir folder(arguments[1]);
+    folder.mkpath(".");
+    QQuickStyle::setStyle("Material");
+    QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
+
+    registerFakeHIDHotplugManager();
+    QQmlApplicationEngine engine;
+    engine.loadFromModule("VexoDeck", "Main");
+    if (engine.rootObjects().isEmpty())
+        return 1;
+    auto* manager =
+        engine.singletonInstance<FakeHIDHotplugManager*>("VexoDeckHIDHotplug", "HIDHotplugManager");
+    auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
+    if (arguments.size() > 2) {
+        const QStringList size = arguments[2].split('x');
+        window->resize(size.value(0).toInt(), size.value(1).toInt());
+    }
+
+    bool saved = save(*window, folder, "waiting");
+    const QList<std::pair<QString, uint>> models = {
+        {"VEXO Mixdesk R2", 0x9829}, {"VEXO Voxmic M40", 0x1396}, {"VEXO Voxmic T40", 0x1397}};
+    for (const auto& [name, productId] : models) {
+        const QVariantMap info = {{"dpid", productId}, {"pid", 1},          {"vid", 2},
+                                  {"name", name},      {"sn", "VX24A0117"}, {"version", "V1.04"}};
+        emit manager->deviceConnected(info, true);
+        saved = save(*window, folder, "ready-" + name.section(' ', -1)) && saved;
+        QMetaObject::invokeMethod(window->findChild<QObject*>("startButton"), "click");
+        saved = save(*window, folder, "main-" + name.section(' ', -1)) && saved;
+        emit manager->deviceConnected(info, false);
+        settle();
+    }
+    return saved ? 0 : 1;
+}

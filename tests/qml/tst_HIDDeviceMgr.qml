@@ -1,0 +1,453 @@
+import QtQuick
+import QtTest
+import MediaControls
+import VexoDeckHIDHotplug
+import VexoDeckTest
+
+LoggedTestCase {
+    id: testCase
+
+    name: "HIDDeviceMgr"
+
+    readonly property var mixer: ({
+            dpid: 0x9829,
+            pid: 0x0102,
+            vid: 7,
+            name: "VEXO Mixdesk R2",
+            sn: "VX24A0117",
+            version: "V1.04"
+        })
+    readonly property var microphone: ({
+            dpid: 0x1396,
+            pid: 0x0102,
+            vid: 7,
+            name: "VEXO Voxmic M40",
+            sn: "VX24B0001",
+            version: "V2.00"
+        })
+    readonly property var lightMicrophone: ({
+            dpid: 0x1397,
+            pid: 0x0102,
+            vid: 7,
+            name: "VEXO Voxmic T40",
+            sn: "VX24C0001",
+            version: "V2.00"
+        })
+
+    SignalSpy {
+        id: connectedSpy
+
+        target: HIDDeviceMgr
+        signalName: "deviceConnected"
+    }
+
+    SignalSpy {
+        id: messageSpy
+
+        target: HIDDeviceMgr
+        signalName: "messageReceived"
+    }
+
+    SignalSpy {
+        id: flushSpy
+
+        target: HIDDeviceMgr.flushTimer
+        signalName: "triggered"
+    }
+
+    SignalSpy {
+        id: progressSpy
+
+        target: HIDDeviceMgr
+        signalName: "upgradeFirmwareProgress"
+    }
+
+    SignalSpy {
+        id: bootloaderSpy
+
+        target: HIDDeviceMgr
+        signalName: "upgradeFirmwareSignal"
+    }
+
+    function init() {
+        HIDHotplugManager.deviceConnected({}, false);
+        HIDHotplugManager.setDeviceInfo({});
+        HIDHotplugManager.clearCalls();
+        [connectedSpy, messageSpy, progressSpy, bootloaderSpy].forEach(spy => spy.clear());
+        TestLog.begin();
+    }
+
+    function callsOf(name) {
+        return HIDHotplugManager.calls.filter(call => call.name === name);
+    }
+
+    function waitForFlush() {
+        flushSpy.clear();
+        flushSpy.wait();
+    }
+
+    function without(info, key) {
+        const rest = Object.assign({}, info);
+        delete rest[key];
+        return rest;
+    }
+
+    // ---- catalogue
+
+    function test_the_catalogue_gives_each_attribute_its_id() {
+        const expected = {
+            mute: 1,
+            power: 2,
+            auto_gain: 3,
+            auto_gain_on: 3,
+            listen_output: 4,
+            mic_gain: 5,
+            listen_volume: 6,
+            mic_listen_ratio: 7,
+            usb_audio_version: 8,
+            mcu_version: 9,
+            background_static_effect: 10,
+            background_breath_effect: 11,
+            background_wave_effect: 12,
+            input_sound_wave_light_color: 13,
+            background_light_off: 14,
+            input_sound_wave_direction: 15,
+            mic_gain_light_color: 16,
+            listen_volume_light_color: 17,
+            mic_listen_ratio_light_color: 18,
+            rgb_light_brightness: 19,
+            rgb_light_off: 21,
+            background_wave_light_direction: 22,
+            anti_noise: 23,
+            ai_jianzao: 24,
+            device_boom_value: 25,
+            other_light_off: 26,
+            reset_factory_settings: 27,
+            device_compressor: 28,
+            device_compressor_value: 29
+        };
+        for (const name in expected)
+            compare(HIDDeviceMgr.attrs[name], expected[name], name);
+        compare(Object.keys(HIDDeviceMgr.attrs).length, Object.keys(expected).length + 1);
+        compare(HIDDeviceMgr.attrs.auto_gain_map.length, 30);
+        compare(HIDDeviceMgr.attrs.auto_gain_map[0], 10);
+        compare(HIDDeviceMgr.attrs.auto_gain_map[29], 70);
+    }
+
+    // ---- what the device is
+
+    function test_without_a_device_every_answer_is_missing() {
+        compare(HIDDeviceMgr.getDeviceName(), "N/A");
+        compare(HIDDeviceMgr.getDeviceSN(), "N/A");
+        compare(HIDDeviceMgr.getDeviceVersion(), "N/A");
+        compare(HIDDeviceMgr.getDevicePID(), "N/A");
+        compare(HIDDeviceMgr.getDeviceDPID(), "N/A");
+        compare(HIDDeviceMgr.getDeviceVID(), "N/A");
+        compare(HIDDeviceMgr.isR2(), false);
+        compare(HIDDeviceMgr.isM40(), false);
+        compare(HIDDeviceMgr.isT40(), false);
+        compare(HIDDeviceMgr.isDeviceReady(), true);
+    }
+
+    function test_the_information_is_fetched_from_the_manager_and_kept() {
+        HIDHotplugManager.setDeviceInfo(mixer);
+        compare(HIDDeviceMgr.getDeviceInfo(), mixer);
+        compare(HIDDeviceMgr.getDeviceName(), "VEXO Mixdesk R2");
+        compare(HIDDeviceMgr.getDeviceSN(), "VX24A0117");
+        compare(HIDDeviceMgr.getDeviceVersion(), "V1.04");
+        compare(HIDDeviceMgr.getDevicePID(), 0x0102);
+        compare(HIDDeviceMgr.getDeviceDPID(), 0x9829);
+        compare(HIDDeviceMgr.getDeviceVID(), 7);
+    }
+
+    function test_the_model_is_told_by_the_usb_product_id_data() {
+        return [
+            {
+                tag: "R2",
+                info: mixer,
+                answers: [true, false, false]
+            },
+            {
+                tag: "M40",
+                info: microphone,
+                answers: [false, true, false]
+            },
+            {
+                tag: "T40",
+                info: lightMicrophone,
+                answers: [false, false, true]
+            }
+        ];
+    }
+
+    function test_the_model_is_told_by_the_usb_product_id(row) {
+        HIDHotplugManager.deviceConnected(row.info, true);
+        compare([HIDDeviceMgr.isR2(), HIDDeviceMgr.isM40(), HIDDeviceMgr.isT40()], row.answers);
+        HIDHotplugManager.deviceConnected(row.info, false);
+        compare([HIDDeviceMgr.isR2(), HIDDeviceMgr.isM40(), HIDDeviceMgr.isT40()], row.answers, "still after its loss");
+    }
+
+    // ---- writes
+
+    function test_of_two_writes_of_one_attribute_only_the_last_is_sent() {
+        HIDDeviceMgr.sendMessage(5, [11]);
+        HIDDeviceMgr.sendMessage(5, [12]);
+        compare(callsOf("messageSend"), [], "nothing goes out before the flush");
+        waitForFlush();
+        compare(callsOf("messageSend"), [
+            {
+                name: "messageSend",
+                id: 5,
+                bytes: [12]
+            }
+        ]);
+        waitForFlush();
+        compare(callsOf("messageSend").length, 1, "nothing is sent while nothing has changed");
+    }
+
+    function test_writes_of_several_attributes_go_out_in_one_round_by_ascending_id() {
+        HIDDeviceMgr.sendMessage(21, [1, 2, 3, 0]);
+        HIDDeviceMgr.sendMessage(6, [3]);
+        HIDDeviceMgr.sendMessage(5, [4]);
+        waitForFlush();
+        compare(callsOf("messageSend").map(call => call.id), [5, 6, 21]);
+        compare(HIDDeviceMgr.messageCache, {});
+    }
+
+    function test_a_write_is_logged_with_id_and_value() {
+        HIDDeviceMgr.sendMessage(5, [12]);
+        waitForFlush();
+        compare(linesWith("发送消息到设备:"), ["发送消息到设备: 5 [12]"]);
+    }
+
+    function test_the_flush_comes_every_500_ms() {
+        compare(HIDDeviceMgr.flushTimer.interval, 500);
+        compare(HIDDeviceMgr.flushTimer.repeat, true);
+        compare(HIDDeviceMgr.flushTimer.running, true);
+    }
+
+    function test_values_become_bytes_data() {
+        return [
+            {
+                tag: "booleans",
+                value: [true, false],
+                bytes: [1, 0]
+            },
+            {
+                tag: "negative",
+                value: [-5],
+                bytes: [0xfb]
+            },
+            {
+                tag: "fraction",
+                value: [0.29 * 100],
+                bytes: [28]
+            },
+            {
+                tag: "more than a byte",
+                value: [0x1ff],
+                bytes: [0xff]
+            },
+            {
+                tag: "30 colours",
+                value: new Array(120).fill(7),
+                bytes: new Array(120).fill(7)
+            }
+        ];
+    }
+
+    function test_values_become_bytes(row) {
+        HIDDeviceMgr.sendMessage(25, row.value);
+        waitForFlush();
+        compare(callsOf("messageSend")[0].bytes, row.bytes);
+    }
+
+    function test_a_write_is_still_handed_on_after_the_device_has_gone() {
+        HIDHotplugManager.deviceConnected(mixer, true);
+        HIDDeviceMgr.sendMessage(5, [4]);
+        HIDHotplugManager.deviceConnected(mixer, false);
+        waitForFlush();
+        compare(callsOf("messageSend").length, 1);
+    }
+
+    function test_a_private_message_goes_out_at_once() {
+        HIDDeviceMgr.sendPriMessage(0x8004, [1]);
+        compare(callsOf("sendPriMessage"), [
+            {
+                name: "sendPriMessage",
+                id: 0x8004,
+                bytes: [1]
+            }
+        ]);
+    }
+
+    function test_text_and_hexadecimal_become_bytes() {
+        compare(HIDDeviceMgr.stringToByteArray("AA55"), [0x41, 0x41, 0x35, 0x35]);
+        compare(HIDDeviceMgr.stringToByteArray(""), []);
+        compare(HIDDeviceMgr.hexToByteArray("0xAA 0x55 01ff"), [0xaa, 0x55, 0x01, 0xff]);
+        compare(HIDDeviceMgr.hexToByteArray(""), []);
+    }
+
+    // ---- stopping, upgrading
+
+    function test_only_the_mixer_is_stopped_and_started_data() {
+        return [
+            {
+                tag: "R2",
+                info: mixer,
+                count: 1
+            },
+            {
+                tag: "M40",
+                info: microphone,
+                count: 0
+            },
+            {
+                tag: "T40",
+                info: lightMicrophone,
+                count: 0
+            },
+            {
+                tag: "none",
+                info: {},
+                count: 0
+            }
+        ];
+    }
+
+    function test_only_the_mixer_is_stopped_and_started(row) {
+        HIDHotplugManager.deviceConnected(row.info, true);
+        HIDDeviceMgr.stopAndDisconnectDevice();
+        HIDDeviceMgr.startAndConnectDevice();
+        compare(callsOf("stopAndDisconnectDevice").length, row.count);
+        compare(callsOf("startAndConnectDevice").length, row.count);
+    }
+
+    function test_an_upgrade_is_passed_on_and_its_news_come_back() {
+        HIDDeviceMgr.upgradeFirmware("/firmware/m40.bin");
+        compare(callsOf("upgradeFirmware")[0].path, "/firmware/m40.bin");
+        HIDHotplugManager.upgradeFirmwareProgress(40, "升级中");
+        compare(progressSpy.count, 1);
+        compare(progressSpy.signalArguments[0][0], 40);
+        compare(progressSpy.signalArguments[0][1], "升级中");
+        HIDHotplugManager.upgradeFirmwareSignal();
+        compare(bootloaderSpy.count, 1);
+    }
+
+    // ---- connection
+
+    function test_a_complete_report_reads_ten_attributes_once() {
+        const before = new Date();
+        HIDHotplugManager.deviceConnected(mixer, true);
+        compare(connectedSpy.count, 1);
+        compare(connectedSpy.signalArguments[0][0], mixer);
+        compare(connectedSpy.signalArguments[0][1], true);
+        compare(callsOf("messageGet").map(call => call.id), [1, 2, 3, 4, 5, 6, 7, 24, 26, 3]);
+        compare(HIDDeviceMgr.deviceReady, true);
+        verify(HIDDeviceMgr.connectTime >= before);
+        compare(linesWith("=== HIDDeviceMgr.qml: 设备连接成功 ===").length, 1);
+
+        HIDHotplugManager.deviceConnected(mixer, true);
+        compare(connectedSpy.count, 2);
+        compare(callsOf("messageGet").length, 10, "not again in the same connection");
+    }
+
+    function test_a_report_with_the_product_id_only_changes_the_information_only() {
+        HIDHotplugManager.deviceConnected({
+            dpid: 0x1397
+        }, true);
+        compare(HIDDeviceMgr.isT40(), true);
+        compare(HIDDeviceMgr.deviceReady, false);
+        compare(callsOf("messageGet"), []);
+    }
+
+    function test_a_missing_value_keeps_the_device_from_becoming_ready_data() {
+        return ["version", "pid", "sn", "vid", "name"].map(key => ({
+                    tag: key
+                }));
+    }
+
+    function test_a_missing_value_keeps_the_device_from_becoming_ready(row) {
+        HIDHotplugManager.deviceConnected(without(mixer, row.tag), true);
+        compare(HIDDeviceMgr.deviceReady, false);
+        compare(callsOf("messageGet"), []);
+        HIDHotplugManager.deviceConnected(mixer, true);
+        compare(HIDDeviceMgr.deviceReady, true);
+    }
+
+    function test_a_name_that_says_not_available_counts_as_missing() {
+        HIDHotplugManager.deviceConnected(Object.assign({}, mixer, {
+            name: "N/A"
+        }), true);
+        compare(HIDDeviceMgr.deviceReady, false);
+        compare(callsOf("messageGet"), []);
+    }
+
+    function test_a_loss_ends_readiness_and_is_published() {
+        const published = [];
+        const callback = (topic, payload) => published.push(payload);
+        MessageBus.subscribe("update_firmware_disconnected", callback);
+        HIDHotplugManager.deviceConnected(mixer, true);
+        HIDHotplugManager.deviceConnected(mixer, false);
+        MessageBus.unsubscribe("update_firmware_disconnected", callback);
+        compare(published, [true]);
+        compare(HIDDeviceMgr.deviceReady, false);
+        compare(connectedSpy.signalArguments[1][1], false);
+    }
+
+    function test_after_a_loss_the_old_information_satisfies_the_first_report() {
+        HIDHotplugManager.deviceConnected(mixer, true);
+        HIDHotplugManager.deviceConnected(mixer, false);
+        HIDHotplugManager.clearCalls();
+        HIDHotplugManager.deviceConnected(mixer, true);
+        compare(callsOf("messageGet").length, 10);
+        compare(HIDDeviceMgr.deviceReady, true);
+    }
+
+    // ---- reports
+
+    function test_a_report_is_published_and_logged_data() {
+        return [[1, mixer, "mute_state", "静音"], [2, mixer, "power_state", "电源"], [3, mixer, "update_auto_gain", "自动增益"], [3, microphone, "update_auto_gain_on", "自动增益开关"], [3, lightMicrophone, "update_auto_gain_on", "自动增益开关"], [4, mixer, "listen_output_state", "监听输出"], [5, mixer, "update_mic_gain_level", "麦克风增益"], [6, mixer, "listen_volume_level", "监听音量"], [7, mixer, "mic_listen_ratio", "麦克风/电脑监听比例"], [14, mixer, "background_light_mode", "背景灯光模式"], [23, mixer, "anti_noise_state", "防破音"], [24, mixer, "ai_jianzao_state", "AI降噪"], [26, mixer, "update_other_light_off", "其他灯光开关"]].map(row => ({
+                    tag: row[0] + " of " + row[1].name,
+                    id: row[0],
+                    info: row[1],
+                    topic: row[2],
+                    word: row[3]
+                }));
+    }
+
+    function test_a_report_is_published_and_logged(row) {
+        HIDHotplugManager.deviceConnected(row.info, true);
+        const published = [];
+        const callback = (topic, payload) => published.push([topic, payload]);
+        const topics = Object.values(MessageBus.messageTypes);
+        topics.forEach(topic => MessageBus.subscribe(topic, callback));
+        TestLog.begin();
+        HIDHotplugManager.messageReceived(row.id, [9, 8]);
+        compare(TestLog.lines, [`收到${row.word}消息: [9,8]`]);
+        topics.forEach(topic => MessageBus.unsubscribe(topic, callback));
+        compare(published, [[row.topic, 9]]);
+        compare(messageSpy.count, 1);
+        compare(messageSpy.signalArguments[0][0], row.id);
+        compare(messageSpy.signalArguments[0][1], [9, 8]);
+    }
+
+    function test_other_reports_are_only_handed_on_data() {
+        return [8, 9, 10, 13, 19, 20, 25, 27, 29, 65535].map(id => ({
+                    tag: String(id),
+                    id: id
+                }));
+    }
+
+    function test_other_reports_are_only_handed_on(row) {
+        HIDHotplugManager.messageReceived(row.id, [1]);
+        compare(messageSpy.count, 1);
+        compare(TestLog.lines, []);
+    }
+
+    function test_an_empty_report_does_no_harm() {
+        HIDHotplugManager.messageReceived(1, []);
+        compare(messageSpy.count, 1);
+        compare(TestLog.lines, ["收到静音消息: []"]);
+    }
+}

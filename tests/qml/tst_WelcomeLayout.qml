@@ -1,0 +1,270 @@
+import QtQuick
+import QtQuick.Controls
+import QtTest
+import MediaControls
+import VexoDeck
+import VexoDeckHIDHotplug
+import VexoDeckTest
+
+LoggedTestCase {
+    id: testCase
+
+    name: "WelcomeLayout"
+
+    readonly property var mixer: ({
+            dpid: 0x9829,
+            pid: 0x0102,
+            vid: 7,
+            name: "VEXO Mixdesk R2",
+            sn: "VX24A0117",
+            version: "V1.04"
+        })
+    property Main window: null
+    property StackView stackView: null
+
+    Component {
+        id: mainComponent
+
+        Main {}
+    }
+
+    function init() {
+        HIDHotplugManager.deviceConnected({}, false);
+        TestLog.begin();
+        window = createTemporaryObject(mainComponent, testCase);
+        tryCompare(window, "opacity", 1);
+        stackView = child("stackView");
+    }
+
+    function child(name) {
+        return findChild(window.contentItem, name);
+    }
+
+    function connectMixer(changes) {
+        HIDHotplugManager.deviceConnected(Object.assign({}, mixer, changes ?? {}), true);
+    }
+
+    function compareWaiting() {
+        tryCompare(child("startButton"), "visible", false);
+        compare(child("status").visible, false);
+        compare(child("description").visible, true);
+        tryCompare(child("title"), "text", "连接你的 VEXO 设备");
+    }
+
+    function compareReady() {
+        tryCompare(child("description"), "visible", false);
+        compare(child("status").visible, true);
+        compare(child("startButton").visible, true);
+        compare(child("title").text, "VEXO Mixdesk R2");
+    }
+
+    function openMainLayout() {
+        connectMixer();
+        tryCompare(child("startButton"), "visible", true);
+        tryCompare(stackView, "busy", false);
+        mouseClick(child("startButton"));
+        tryCompare(stackView, "depth", 2);
+        tryCompare(stackView, "busy", false);
+        compare(stackView.currentItem.objectName, "mainLayout");
+    }
+
+    function test_the_main_window_bears_the_name_of_the_program() {
+        compare(window.title, "Vexo Deck");
+        compare(window.visible, true);
+    }
+
+    function test_pages_change_by_a_fade_of_200_ms() {
+        connectMixer();
+        tryCompare(child("startButton"), "visible", true);
+        const welcome = stackView.currentItem;
+        verifyFade(() => mouseClick(child("startButton")), () => [stackView.currentItem, welcome]);
+        const layout = stackView.currentItem;
+        verifyFade(() => HIDHotplugManager.deviceConnected(mixer, false), () => [welcome, layout]);
+    }
+
+    // During the change the pages, one coming and one going, differ in opacity only. A busy machine may stretch it.
+    function verifyFade(change, pages) {
+        const start = Date.now();
+        change();
+        compare(stackView.busy, true);
+        const [coming, going] = pages();
+        tryVerify(() => coming.opacity > 0.1 && coming.opacity < 0.9);
+        fuzzyCompare(coming.opacity + going.opacity, 1, 0.01);
+        compare([coming.x, coming.y, coming.scale, going.x, going.y, going.scale], [0, 0, 1, 0, 0, 1]);
+        tryCompare(stackView, "busy", false);
+        compare(coming.opacity, 1);
+        const durationMs = Date.now() - start;
+        verify(durationMs >= 180 && durationMs < 1000, `${durationMs} ms`);
+    }
+
+    function test_without_a_device_the_page_invites_to_connect_one() {
+        compareWaiting();
+        compare(child("description").text, "Vexo Deck 可将你的兼容设备变身为强大中枢\n支持低延迟混音，体验高清音质，享受每一次声音表达");
+        verify(String(child("deviceImage").source).endsWith("icons/device_r2.png"));
+        compare(stackView.depth, 1);
+    }
+
+    function test_a_complete_report_offers_the_way_on() {
+        connectMixer();
+        compareReady();
+        compare(child("status").text, "已连接");
+        compare(child("startButton").text, "开启高清音质之旅");
+    }
+
+    function test_the_picture_follows_the_model_data() {
+        return [[0x9829, "icons/device_r2.png"], [0x1396, "icons/device_m40.png"], [0x1397, "icons/device_t40.png"]].map(row => ({
+                    tag: row[0].toString(16),
+                    dpid: row[0],
+                    image: row[1]
+                }));
+    }
+
+    function test_the_picture_follows_the_model(row) {
+        connectMixer({
+            dpid: row.dpid
+        });
+        verify(String(child("deviceImage").source).endsWith(row.image));
+    }
+
+    function test_an_incomplete_report_keeps_the_page_waiting_data() {
+        return [
+            {
+                tag: "serial number N/A",
+                changes: {
+                    sn: "N/A"
+                }
+            },
+            {
+                tag: "name N/A",
+                changes: {
+                    name: "N/A"
+                }
+            },
+            {
+                tag: "serial number missing",
+                changes: {
+                    sn: undefined
+                }
+            },
+            {
+                tag: "name null",
+                changes: {
+                    name: null
+                }
+            }
+        ];
+    }
+
+    function test_an_incomplete_report_keeps_the_page_waiting(row) {
+        connectMixer(row.changes);
+        compareWaiting();
+    }
+
+    function test_an_incomplete_report_counts_as_a_loss() {
+        connectMixer();
+        compareReady();
+        connectMixer({
+            sn: "N/A"
+        });
+        compareWaiting();
+    }
+
+    function test_a_later_complete_report_makes_up_for_an_incomplete_one() {
+        connectMixer({
+            name: "N/A",
+            sn: "N/A"
+        });
+        compareWaiting();
+        connectMixer();
+        compareReady();
+    }
+
+    function test_the_program_does_not_move_on_by_itself() {
+        connectMixer();
+        compareReady();
+        compare(stackView.depth, 1);
+    }
+
+    function test_the_button_opens_the_main_layout() {
+        openMainLayout();
+        const layout = stackView.currentItem;
+        compare(findChild(layout, "deviceName").text, "VEXO Mixdesk R2");
+    }
+
+    function test_the_return_key_opens_the_main_layout() {
+        window.requestActivate();
+        tryCompare(window, "active", true);
+        connectMixer();
+        compareReady();
+        compare(child("startButton").activeFocus, true);
+        keyClick(Qt.Key_Return);
+        tryCompare(stackView, "depth", 2);
+    }
+
+    function test_the_loss_of_the_device_leads_back_and_destroys_the_main_layout() {
+        openMainLayout();
+        let destroyed = false;
+        stackView.currentItem.Component.destruction.connect(() => destroyed = true);
+        HIDHotplugManager.deviceConnected(mixer, false);
+        compare(stackView.depth, 1);
+        tryVerify(() => destroyed);
+        tryCompare(stackView, "busy", false);
+        compareWaiting();
+    }
+
+    function test_after_a_reconnection_the_button_is_pressed_again() {
+        openMainLayout();
+        HIDHotplugManager.deviceConnected(mixer, false);
+        tryCompare(stackView, "busy", false);
+        connectMixer();
+        compareReady();
+        compare(stackView.depth, 1);
+        openMainLayout();
+    }
+
+    function test_a_loss_during_an_upgrade_changes_nothing() {
+        openMainLayout();
+        const page = stackView.get(0);
+        page.isUpdateFirmware = true;
+        HIDHotplugManager.deviceConnected(mixer, false);
+        compare(stackView.depth, 2);
+        page.isUpdateFirmware = false;
+    }
+
+    function test_everything_has_a_name_for_a_screen_reader() {
+        compare(child("title").Accessible.name, "连接你的 VEXO 设备");
+        compare(child("title").Accessible.role, Accessible.Heading);
+        connectMixer();
+        compare(child("status").Accessible.name, "已连接");
+        compare(child("status").Accessible.role, Accessible.StaticText);
+        compare(child("startButton").Accessible.name, "开启高清音质之旅");
+        compare(child("startButton").Accessible.role, Accessible.Button);
+    }
+
+    function test_no_text_is_cut_off_data() {
+        return [[800, 500], [1300, 800], [2560, 1400]].map(size => ({
+                    tag: size.join("x"),
+                    size: size
+                }));
+    }
+
+    function test_no_text_is_cut_off(row) {
+        window.width = row.size[0];
+        window.height = row.size[1];
+        ["title", "description"].forEach(name => {
+            const label = child(name);
+            tryVerify(() => label.height >= label.contentHeight && label.width >= label.contentWidth, 1000, name);
+            const place = label.mapToItem(window.contentItem, 0, 0);
+            verify(place.x >= 0 && place.y >= 30, name);
+            verify(place.x + label.width <= window.width && place.y + label.height <= window.height, name);
+        });
+        connectMixer({
+            name: "VEXO Voxmic T40 Studio Edition with a long name"
+        });
+        tryCompare(child("startButton"), "visible", true);
+        const button = child("startButton");
+        const bottom = button.mapToItem(window.contentItem, 0, button.height).y;
+        verify(bottom <= window.height, `the button ends at ${bottom}`);
+        verify(button.contentItem.contentWidth <= button.availableWidth);
+    }
+}

@@ -1,0 +1,301 @@
+import QtQuick
+import QtTest
+import VexoDeck
+import VexoDeckTest
+
+LoggedTestCase {
+    id: testCase
+
+    name: "WindowFrame"
+
+    Component {
+        id: frameComponent
+
+        WindowFrame {
+            property int loadCount: 0
+
+            function loadView() {
+                loadCount++;
+            }
+
+            title: "设置"
+            visible: true
+
+            Rectangle {
+                objectName: "content"
+                color: "navy"
+            }
+        }
+    }
+
+    Component {
+        id: fixedFrameComponent
+
+        WindowFrame {
+            width: 500
+            height: 300
+            minimumWidth: 500
+            maximumWidth: 500
+            minimumHeight: 300
+            maximumHeight: 300
+            visible: true
+        }
+    }
+
+    Component {
+        id: mainFrameComponent
+
+        WindowFrame {
+            property int quitCount: 0
+
+            function quitProgram() {
+                quitCount++;
+            }
+
+            visible: true
+            rightView: Component {
+                Item {
+                    objectName: "more"
+                    width: 40
+                }
+            }
+        }
+    }
+
+    Component {
+        id: closeWatchComponent
+
+        Connections {
+            property var accepted: []
+
+            function onClosing(close) {
+                accepted.push(close.accepted);
+            }
+        }
+    }
+
+    function create(component, properties) {
+        const frame = createTemporaryObject(component, testCase, properties ?? {});
+        tryCompare(frame, "opacity", 1);
+        return frame;
+    }
+
+    function child(frame, name) {
+        return findChild(frame.contentItem, name);
+    }
+
+    function leftOf(item, frame) {
+        return item.mapToItem(frame.contentItem, 0, 0).x;
+    }
+
+    function test_a_window_has_the_size_of_the_program_and_no_system_frame() {
+        const frame = create(frameComponent);
+        compare(frame.width, 1300);
+        compare(frame.height, 800);
+        compare(frame.minimumWidth, 800);
+        compare(frame.minimumHeight, 500);
+        compare(frame.flags, Qt.Window | Qt.FramelessWindowHint);
+        compare(frame.isDestroy, false);
+        compare(frame.titleColor, "#ffffff");
+        compare(frame.loadCount, 1);
+    }
+
+    function test_the_body_lies_below_a_title_bar_30_high() {
+        const frame = create(frameComponent);
+        const title = child(frame, "windowTitle");
+        compare(title.text, "设置");
+        compare(title.font.bold, true);
+        compare(title.font.pixelSize, 12);
+        compare(title.Accessible.name, "设置");
+        const body = child(frame, "content");
+        compare(body.mapToItem(frame.contentItem, 0, 0).y, 30);
+        compare(body.width, 1300);
+        compare(body.height, 770);
+    }
+
+    function test_a_window_fades_in_when_it_is_shown() {
+        const frame = createTemporaryObject(frameComponent, testCase, {
+            visible: false
+        });
+        compare(frame.opacity, 0);
+        frame.visible = true;
+        verify(frame.opacity < 1);
+        tryCompare(frame, "opacity", 1);
+    }
+
+    function test_a_closed_window_fades_out_and_stays_alive_hidden() {
+        const frame = create(frameComponent);
+        const watch = createTemporaryObject(closeWatchComponent, testCase, {
+            target: frame
+        });
+        frame.x = 17;
+        frame.close();
+        compare(watch.accepted, [false]);
+        compare(frame.visible, true, "while it fades");
+        tryCompare(frame, "visible", false);
+        compare(frame.x, 17);
+        tryCompare(frame, "opacity", 0);
+        frame.visible = true;
+        tryCompare(frame, "opacity", 1);
+    }
+
+    function test_a_window_that_asks_for_it_is_destroyed_after_its_close() {
+        const frame = frameComponent.createObject(testCase, {
+            isDestroy: true
+        });
+        tryCompare(frame, "opacity", 1);
+        let destroyed = false;
+        frame.Component.destruction.connect(() => destroyed = true);
+        frame.close();
+        compare(destroyed, false);
+        tryVerify(() => destroyed);
+    }
+
+    function test_the_main_window_accepts_its_close() {
+        const frame = create(mainFrameComponent);
+        const watch = createTemporaryObject(closeWatchComponent, testCase, {
+            target: frame
+        });
+        frame.close();
+        compare(watch.accepted, [true]);
+        tryCompare(frame, "visible", false);
+        tryCompare(frame, "opacity", 0);
+    }
+
+    function test_the_close_button_of_the_main_window_ends_the_program_data() {
+        return [
+            {
+                tag: "windows and linux",
+                macStyle: false
+            },
+            {
+                tag: "macos",
+                macStyle: true
+            }
+        ];
+    }
+
+    function test_the_close_button_of_the_main_window_ends_the_program(row) {
+        const frame = create(mainFrameComponent, {
+            macStyle: row.macStyle
+        });
+        mouseClick(child(frame, "closeButton"));
+        compare(frame.quitCount, 1);
+        compare(frame.visible, true);
+    }
+
+    function test_the_close_button_of_another_window_closes_it() {
+        const frame = create(frameComponent);
+        mouseClick(child(frame, "closeButton"));
+        tryCompare(frame, "visible", false);
+    }
+
+    function test_the_buttons_are_reached_and_pressed_by_the_keyboard() {
+        const frame = create(frameComponent);
+        frame.requestActivate();
+        tryCompare(frame, "active", true);
+        const close = child(frame, "closeButton");
+        close.forceActiveFocus(Qt.TabFocusReason);
+        compare(close.activeFocus, true);
+        compare(close.visualFocus, true);
+        keyClick(Qt.Key_Return);
+        tryCompare(frame, "visible", false);
+    }
+
+    function test_every_button_has_a_name_for_a_screen_reader() {
+        const frame = create(frameComponent);
+        compare(child(frame, "minimizeButton").Accessible.name, "最小化");
+        compare(child(frame, "maximizeButton").Accessible.name, "最大化");
+        compare(child(frame, "closeButton").Accessible.name, "关闭");
+        compare(child(frame, "closeButton").Accessible.role, Accessible.Button);
+    }
+
+    function test_the_minimise_button_minimises() {
+        const frame = create(frameComponent);
+        mouseClick(child(frame, "minimizeButton"));
+        tryCompare(frame, "visibility", Window.Minimized);
+    }
+
+    function test_the_maximise_button_toggles_data() {
+        return [
+            {
+                tag: "windows and linux",
+                macStyle: false
+            },
+            {
+                tag: "macos",
+                macStyle: true
+            }
+        ];
+    }
+
+    function test_the_maximise_button_toggles(row) {
+        const frame = create(frameComponent, {
+            macStyle: row.macStyle
+        });
+        const button = child(frame, "maximizeButton");
+        mouseClick(button);
+        tryCompare(frame, "visibility", Window.Maximized);
+        compare(button.Accessible.name, "还原");
+        mouseClick(button);
+        tryCompare(frame, "visibility", Window.Windowed);
+    }
+
+    function test_a_press_that_wobbles_on_a_button_is_still_a_click() {
+        const frame = create(frameComponent);
+        const button = child(frame, "minimizeButton");
+        mousePress(button, 20, 15);
+        mouseMove(button, 24, 17, -1, Qt.LeftButton);
+        mouseMove(button, 26, 18, -1, Qt.LeftButton);
+        mouseRelease(button, 26, 18);
+        tryCompare(frame, "visibility", Window.Minimized);
+    }
+
+    function test_a_window_of_fixed_size_is_neither_maximised_nor_resized() {
+        const frame = create(fixedFrameComponent);
+        compare(child(frame, "maximizeButton").enabled, false);
+        compare(child(frame, "resizeEdges").visible, false);
+    }
+
+    function test_the_edges_resize_unless_the_window_is_maximised() {
+        const frame = create(frameComponent);
+        compare(child(frame, "resizeEdges").visible, true);
+        frame.visibility = Window.Maximized;
+        tryCompare(child(frame, "resizeEdges"), "visible", false);
+    }
+
+    function test_buttons_and_extra_content_change_sides_with_the_system() {
+        const windows = create(mainFrameComponent, {
+            macStyle: false
+        });
+        verify(leftOf(child(windows, "closeButton"), windows) > 1200);
+        verify(leftOf(child(windows, "minimizeButton"), windows) < leftOf(child(windows, "maximizeButton"), windows));
+        verify(leftOf(child(windows, "maximizeButton"), windows) < leftOf(child(windows, "closeButton"), windows));
+        compare(leftOf(child(windows, "more"), windows), 0);
+        compare(windows.color, "#1e1e1e");
+
+        const mac = create(mainFrameComponent, {
+            macStyle: true
+        });
+        verify(leftOf(child(mac, "closeButton"), mac) < 20);
+        verify(leftOf(child(mac, "closeButton"), mac) < leftOf(child(mac, "minimizeButton"), mac));
+        verify(leftOf(child(mac, "minimizeButton"), mac) < leftOf(child(mac, "maximizeButton"), mac));
+        compare(leftOf(child(mac, "more"), mac), 1260);
+        compare(mac.color, "#000000");
+    }
+
+    function test_on_macos_the_window_follows_the_mouse() {
+        const frame = create(frameComponent, {
+            macStyle: true
+        });
+        frame.x = 100;
+        frame.y = 100;
+        const bar = child(frame, "titleBar");
+        mousePress(bar, 300, 15);
+        mouseMove(bar, 320, 25);
+        mouseMove(bar, 340, 35);
+        verify(frame.x > 100);
+        verify(frame.y > 100);
+        mouseRelease(bar, 300, 15);
+    }
+}
