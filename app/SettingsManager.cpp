@@ -1,0 +1,90 @@
+#include "app/SettingsManager.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+
+SettingsManager* SettingsManager::instance() {
+    static auto* const manager = new SettingsManager;
+    return manager;
+}
+
+SettingsManager::SettingsManager(QObject* parent) : QObject(parent) {
+    // The store is named after the product, not after the organisation that the application object carries.
+    const QString product = QCoreApplication::applicationName();
+    settings = new QSettings(product.isEmpty() ? QStringLiteral("Vexo Deck") : product,
+                             QStringLiteral("Settings"), this);
+    // Kept without effect: the store above already has the platform's native format, and users' settings live
+    // there.
+    QSettings::setDefaultFormat(QSettings::IniFormat);
+    qDebug() << "QSettings file path: " << settings->fileName();
+}
+
+SettingsManager::~SettingsManager() {
+    if (settings != nullptr) {
+        settings->sync();
+    }
+}
+
+void SettingsManager::setValue(const QString& key, const QVariant& value) {
+    if (settings == nullptr) {
+        return;
+    }
+    const QVariant oldValue = settings->value(key);
+    settings->setValue(key, value);
+    if (oldValue != value) {
+        emit valueChanged(key, value);
+    }
+}
+
+QVariant SettingsManager::getValue(const QString& key, const QVariant& defaultValue) const {
+    return settings == nullptr ? defaultValue : settings->value(key, defaultValue);
+}
+
+void SettingsManager::removeValue(const QString& key) {
+    if (settings == nullptr) {
+        return;
+    }
+    settings->remove(key);
+    emit valueChanged(key, QVariant());
+}
+
+bool SettingsManager::contains(const QString& key) const {
+    return settings != nullptr && settings->contains(key);
+}
+
+void SettingsManager::setColor(const QString& key, const QColor& color) {
+    setValue(key, color.name());
+}
+
+QColor SettingsManager::getColor(const QString& key, const QColor& defaultColor) const {
+    if (settings == nullptr) {
+        return defaultColor;
+    }
+    return QColor(settings->value(key, defaultColor.name()).toString());
+}
+
+void SettingsManager::setStringList(const QString& key, const QStringList& list) {
+    setValue(key, list);
+}
+
+QStringList SettingsManager::getStringList(const QString& key, const QStringList& defaultList) const {
+    return settings == nullptr ? defaultList : settings->value(key, defaultList).toStringList();
+}
+
+void SettingsManager::sync() {
+    if (settings != nullptr) {
+        settings->sync();
+    }
+}
+
+void SettingsManager::clear() {
+    if (settings == nullptr) {
+        return;
+    }
+    settings->clear();
+    emit valueChanged(QString(), QVariant());
+}
+
+QStringList SettingsManager::getAllKeys() const {
+    return settings == nullptr ? QStringList() : settings->allKeys();
+}

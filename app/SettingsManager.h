@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QColor>
+#include <QObject>
+#include <QSettings>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+/// The program's one persistent key-value store, a process-wide singleton over one QSettings object.
+///
+/// It stores whatever it is given and knows neither keys nor defaults. QML reaches it as singleton type
+/// `SettingsManager` of module `VexoDeckSettings`. Main thread only; QSettings does the locking towards other
+/// processes. A damaged store reads as empty and a store that cannot be written keeps its values for the rest
+/// of the run: no operation fails.
+class SettingsManager : public QObject {
+    Q_OBJECT
+
+public:
+    /// The process-wide object, made at the first call and alive to the end of the process. Unguarded: the
+    /// first call is on the main thread.
+    static SettingsManager* instance();
+
+    explicit SettingsManager(QObject* parent = nullptr);
+    /// Writes what is pending.
+    ~SettingsManager() override;
+
+    /// Always writes; emits valueChanged(key, value) only if the old and the new value differ.
+    Q_INVOKABLE void setValue(const QString& key, const QVariant& value);
+    /// The stored value, or `defaultValue` (invalid where none is given). The native store decides which type
+    /// comes back: text, where the platform keeps only text.
+    Q_INVOKABLE [[nodiscard]] QVariant getValue(const QString& key,
+                                                const QVariant& defaultValue = QVariant()) const;
+    /// Removes the key; emits valueChanged(key, invalid) also for a key that was absent.
+    Q_INVOKABLE void removeValue(const QString& key);
+    Q_INVOKABLE [[nodiscard]] bool contains(const QString& key) const;
+
+    /// Stores the colour's name, "#rrggbb" in lower case: alpha is lost. The signal carries the name.
+    Q_INVOKABLE void setColor(const QString& key, const QColor& color);
+    /// The colour of the stored name; a stored text that names no colour gives an invalid colour, not the
+    /// default. An absent key gives `defaultColor` without its alpha, and black where the default is invalid:
+    /// that is what an invalid colour's name says.
+    Q_INVOKABLE [[nodiscard]] QColor getColor(const QString& key,
+                                              const QColor& defaultColor = QColor()) const;
+
+    /// As setValue, the list as one value.
+    Q_INVOKABLE void setStringList(const QString& key, const QStringList& list);
+    /// The stored list; a single stored string comes back as a list of one.
+    Q_INVOKABLE [[nodiscard]] QStringList getStringList(const QString& key,
+                                                        const QStringList& defaultList = QStringList()) const;
+
+    /// Writes what is pending and takes in what other processes wrote.
+    Q_INVOKABLE void sync();
+    /// Removes all keys; emits valueChanged once, with an empty key and an invalid value.
+    Q_INVOKABLE void clear();
+    Q_INVOKABLE [[nodiscard]] QStringList getAllKeys() const;
+
+signals:
+    void valueChanged(const QString& key, const QVariant& value);
+
+protected:
+    /// Child of this object, never null after construction; every operation has its fallback all the same.
+    QSettings* settings = nullptr;
+};

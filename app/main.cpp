@@ -1,0 +1,62 @@
+#include "app/DarkLook.h"
+#include "app/InstanceGuard.h"
+#include "app/SettingsManager.h"
+#include "device/HIDHotplugManager.h"
+
+#include <QDebug>
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QSharedMemory>
+#include <QtQml>
+
+namespace {
+
+/// Registers a service as the singleton type of its class name, version 1.0. The factory gives the
+/// process-wide object and leaves its ownership to the engine.
+template <typename Service>
+void registerService(const char* module, const char* typeName) {
+    qmlRegisterSingletonType<Service>(
+        module, 1, 0, typeName, [](QQmlEngine*, QJSEngine*) -> QObject* { return Service::instance(); });
+}
+
+} // namespace
+
+/// Builds the whole process in one fixed order and runs it. Exit codes: the event loop's; 1 when another
+/// instance runs; -1 when the root document cannot be loaded.
+int main(int argc, char* argv[]) {
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("Vexo Deck"));
+    QGuiApplication::setOrganizationName(QStringLiteral("VEXO"));
+    QGuiApplication::setOrganizationDomain(QStringLiteral("vexo.example"));
+
+    QSharedMemory guard(QStringLiteral("VEXO_Deck_SingleInstance"));
+    if (decideInstance(guard) == InstanceDecision::AlreadyRunning) {
+        return 1;
+    }
+
+    applyDarkLook(application);
+
+    QQmlApplicationEngine engine;
+    SettingsManager::instance();
+    registerService<SettingsManager>("VexoDeckSettings", "SettingsManager");
+    // The scan runs from here on: a device that is present may connect before the first window shows.
+    HIDHotplugManager::instance();
+    registerService<HIDHotplugManager>("VexoDeckHIDHotplug", "HIDHotplugManager");
+
+    QObject::connect(
+        &engine, &QQmlApplicationEngine::objectCreationFailed, &application,
+        [] { QCoreApplication::exit(-1); }, Qt::QueuedConnection);
+    engine.loadFromModule("VexoDeck", "Main");
+
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, [&guard] {
+        qInfo() << "应用程序即将退出，开始清理资源...";
+        if (HIDHotplugManager* const manager = HIDHotplugManager::instance()) {
+            manager->stopAndDisconnectDevice();
+        }
+        if (guard.isAttached()) {
+            guard.detach();
+        }
+        qInfo() << "资源清理完成";
+    });
+    return QGuiApplication::exec();
+}

@@ -1,0 +1,44 @@
+#include "app/DarkLook.h"
+
+#include <QGuiApplication>
+#include <QQuickStyle>
+
+#include <gtest/gtest.h>
+
+TEST(DarkLookTest, EveryRoleHasItsOpaqueColourInEveryGroup) {
+    const std::pair<QPalette::ColorRole, QColor> expected[] = {
+        {QPalette::Window, QColor(53, 53, 53)},         {QPalette::WindowText, QColor(255, 255, 255)},
+        {QPalette::Base, QColor(25, 25, 25)},           {QPalette::AlternateBase, QColor(53, 53, 53)},
+        {QPalette::ToolTipBase, QColor(255, 255, 255)}, {QPalette::ToolTipText, QColor(255, 255, 255)},
+        {QPalette::Text, QColor(255, 255, 255)},        {QPalette::Button, QColor(53, 53, 53)},
+        {QPalette::ButtonText, QColor(255, 255, 255)},  {QPalette::BrightText, QColor(255, 0, 0)},
+        {QPalette::Link, QColor(42, 130, 218)},         {QPalette::Highlight, QColor(42, 130, 218)},
+        {QPalette::HighlightedText, QColor(0, 0, 0)},
+    };
+    const QPalette palette = darkPalette();
+    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        for (const auto& [role, colour] : expected) {
+            EXPECT_EQ(palette.color(group, role), colour) << "role " << role << " group " << group;
+        }
+    }
+}
+
+TEST(DarkLookTest, LookIsDarkOnALightDesktop) {
+    QPalette light;
+    light.setColor(QPalette::Window, Qt::white);
+    QGuiApplication::setPalette(light);
+    ASSERT_FALSE(qApp->property("darkMode").isValid());
+
+    applyDarkLook(*qApp);
+
+    EXPECT_EQ(qApp->property("darkMode"), QVariant(true));
+    EXPECT_EQ(QGuiApplication::palette().color(QPalette::Window), QColor(53, 53, 53));
+    EXPECT_EQ(QQuickStyle::name(), QStringLiteral("Material"));
+}
+
+int main(int argc, char* argv[]) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    testing::InitGoogleTest(&argc, argv);
+    const QGuiApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,92 @@
+#include "app/InstanceGuard.h"
+#include "platform/AbandonedSegment.h"
+#include "tests/support/LogCapture.h"
+
+#include <QSharedMemory>
+#include <QUuid>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+namespace {
+
+const QString kLine = QStringLiteral("共享内存已存在，直接退出");
+
+QString freshKey() {
+    return QStringLiteral("VEXO_test_") + QUuid::createUuid().toString(QUuid::WithoutBraces);
+}
+
+} // namespace
+
+TEST(InstanceGuardTest, FirstInstanceTakesTheSegment) {
+    QSharedMemory guard(freshKey());
+    EXPECT_EQ(decideInstance(guard), InstanceDecision::Run);
+    EXPECT_TRUE(guard.isAttached());
+    EXPECT_EQ(guard.size(), 1);
+}
+
+TEST(InstanceGuardTest, SecondInstanceIsToldAndTheFirstKeepsItsSegment) {
+    const QString key = freshKey();
+    QSharedMemory first(key);
+    ASSERT_EQ(decideInstance(first), InstanceDecision::Run);
+    const LogCapture log;
+    {
+        QSharedMemory second(key);
+        EXPECT_EQ(decideInstance(second), InstanceDecision::AlreadyRunning);
+    }
+    EXPECT_EQ(log.texts(QtDebugMsg), QStringList(kLine));
+    EXPECT_TRUE(first.isAttached());
+    QSharedMemory third(key);
+    EXPECT_EQ(decideInstance(third), InstanceDecision::AlreadyRunning);
+}
+
+TEST(InstanceGuardTest, SegmentGoesWithItsLastAttachment) {
+    const QString key = freshKey();
+    {
+        QSharedMemory first(key);
+        ASSERT_EQ(decideInstance(first), InstanceDecision::Run);
+        first.detach();
+    }
+    QSharedMemory probe(key);
+    EXPECT_FALSE(probe.attach()) << "the segment is still there";
+    QSharedMemory next(key);
+    EXPECT_EQ(decideInstance(next), InstanceDecision::Run);
+    EXPECT_TRUE(next.isAttached());
+}
+
+TEST(InstanceGuardTest, SegmentThatCanNeitherBeMetNorReplacedStopsTheProgramWithoutAMessage) {
+    const QString key = freshKey();
+    QSharedMemory holder(key);
+    ASSERT_TRUE(holder.create(1 << 30, QSharedMemory::ReadWrite));
+    // No room in the address space for a second attachment: every attach fails, every create meets the
+    // segment.
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+    rlimit tight = before;
+    tight.rlim_cur = 1;
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
+    QSharedMemory guard(key);
+    const LogCapture log;
+    const InstanceDecision decision = decideInstance(guard);
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
+    EXPECT_EQ(decision, InstanceDecision::AlreadyRunning);
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST(InstanceGuardTest, SegmentThatNobodyHoldsIsReleasedAndASegmentInUseIsNot) {
+    const QString key = freshKey();
+    QSharedMemory holder(key);
+    ASSERT_TRUE(holder.create(1, QSharedMemory::ReadWrite));
+    QSharedMemory other(key);
+    releaseAbandonedSegment(other);
+    EXPECT_FALSE(other.isAttached());
+    EXPECT_TRUE(other.attach()) << "the segment in use has gone";
+}
+
+TEST(InstanceGuardTest, FailureOfAnotherKindDoesNotStopTheProgram) {
+    QSharedMemory guard((QString())); // without a key nothing can be created
+    const LogCapture log;
+    EXPECT_EQ(decideInstance(guard), InstanceDecision::Run);
+    EXPECT_FALSE(guard.isAttached());
+    EXPECT_EQ(log.count(kLine), 0);
+}
