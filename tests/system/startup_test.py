@@ -1,0 +1,145 @@
+"""Start-up and shutdown, with the real executable as a process."""
+
+import shutil
+import signal
+import unittest
+
+from system_case import BUILD, CLEANUP_BEGIN, CLEANUP_END, CONNECTED, WAITING_TITLE, SystemCase, wait_until
+
+ALREADY_RUNNING = "共享内存已存在，直接退出"
+
+
+class StartUp(SystemCase):
+    def test_second_start_exits_with_1_prints_its_line_and_opens_no_window(self):
+        first = self.start()
+        second = self.stage.start_program()
+        self.assertEqual(second.wait_exit(), 1)
+        self.assertEqual(second.log.strip(), ALREADY_RUNNING)
+        self.assertIsNone(first.process.poll())
+        self.assertEqual(len(self.stage.windows("Vexo Deck")), 1)
+        self.stage.emulator("plug")
+        self.stage.wait_text(CONNECTED)
+
+    def test_next_start_succeeds_after_the_first_instance_has_ended(self):
+        self.assertEqual(self.quit(self.start()), 0)
+        again = self.start()
+        self.assertNotIn(ALREADY_RUNNING, again.log)
+        self.assertEqual(self.quit(again), 0)
+
+    def test_segment_that_a_killed_process_left_does_not_stop_the_next_start(self):
+        killed = self.start()
+        self.stage.end_program(killed, signal.SIGKILL)
+        self.start()
+
+    def test_broken_root_document_gives_minus_one_and_both_clean_up_lines(self):
+        program = self.program_with_root_document("import QtQuick\nWindow { visible: true; noSuchProperty: 1 }\n")
+        self.assertEqual(program.wait_exit(), 255, program.log)  # -1 as the system gives it
+        self.assertEqual(program.log.count(CLEANUP_BEGIN), 1)
+        self.assertEqual(program.log.count(CLEANUP_END), 1)
+        self.assertLess(program.log.index(CLEANUP_BEGIN), program.log.index(CLEANUP_END))
+        # The device scan was on before the document was read.
+        self.assertLess(program.log.index("单例创建完成，开始监测设备"), program.log.index("noSuchProperty"))
+
+    def program_with_root_document(self, document):
+        """Starts the program with another root document: the engine looks beside the executable before it looks
+        into the program's resources."""
+        folder = self.stage.folder / "other-root"
+        (folder / "VexoDeck").mkdir(parents=True)
+        executable = folder / "program"
+        shutil.copy(BUILD / "app" / "VexoDeck", executable)
+        (folder / "VexoDeck" / "qmldir").write_text("module VexoDeck\nMain 1.0 Main.qml\n")
+        (folder / "VexoDeck" / "Main.qml").write_text(document)
+        return self.stage.start_program(executable=executable)
+
+    def test_clean_up_runs_once_and_in_order_at_the_end(self):
+        program = self.start()
+        self.assertEqual(self.quit(program), 0)
+        end = program.log[program.log.index(CLEANUP_BEGIN):]
+        lines = [CLEANUP_BEGIN, "HIDHotplugManager::stopAndDisconnectDevice 停止监测并断开设备", CLEANUP_END]
+        self.assertEqual([line for line in end.splitlines() if line in lines], lines)
+
+    def test_look_is_dark_without_a_dark_desktop(self):
+        program = self.program_with_root_document("""
+            import QtQuick
+            Window {
+                property SystemPalette look: SystemPalette {}
+                Component.onCompleted: {
+                    console.log("light", Application.styleHints.colorScheme === Qt.Light, "window", look.window, "text", look.windowText)
+                    Qt.exit(7)
+                }
+            }""")
+        self.assertEqual(program.wait_exit(), 7, program.log)
+        self.assertIn("light false window #353535 text #ffffff", program.log)
+
+    def test_double_click_on_the_title_bar_maximises(self):
+        self.start()
+        x, y, _, _ = self.stage.wait_text("Vexo Deck", "frame")["extents"]
+        self.stage.xdotool("mousemove", x + 300, y + 15, "click", "--repeat", 2, "--delay", 50, 1)
+        self.stage.wait_text("还原", "button")
+
+    def test_damaged_settings_do_not_stop_the_start(self):
+        settings = self.stage.folder / "config" / "Vexo Deck" / "Settings.conf"
+        settings.parent.mkdir(parents=True)
+        settings.write_bytes(b"\x00\xff[[[=%%%\n\x80=\xfe\n[unclosed")
+        program = self.start()
+        self.assertIn(f'QSettings file path:  "{settings}"', program.log)
+        self.stage.wait_text(WAITING_TITLE)
+        self.assertEqual(self.quit(program), 0)
+
+    def test_settings_that_cannot_be_written_do_not_stop_the_start(self):
+        (self.stage.folder / "config" / "Vexo Deck").write_text("a file where the folder should be")
+        program = self.start()
+        self.assertIn("QSettings file path:", program.log)
+        self.stage.wait_text(WAITING_TITLE)
+        self.assertEqual(self.quit(program), 0)
+
+    def test_log_folder_that_cannot_be_written_gives_the_warnings_and_nothing_else(self):
+        blocker = self.stage.folder / "data" / "VEXO"
+        blocker.write_text("a file where the folder should be")
+        program = self.start()
+        self.stage.emulator("plug")
+        self.stage.wait_text(CONNECTED)
+        self.assertIn("无法打开日志文件:", program.log)
+        self.assertEqual(self.quit(program), 0)
+
+
+class StartUpWithDevice(SystemCase):
+    plugged = True
+
+    def test_device_present_at_start_connects_and_logs_its_traffic(self):
+        program = self.start()
+        self.stage.wait_text(CONNECTED)
+        program.wait_log("HIDDevice 连接成功:")
+        lines = self.stage.data_file("hid_data.log").read_text().splitlines()
+        self.assertTrue(any("] [TX] 01" in line for line in lines), lines[:3])
+        self.assertTrue(any("] [RX] 55" in line for line in lines), lines[:3])
+
+    def test_quitting_closes_the_device_before_the_process_ends(self):
+        program = self.start()
+        self.stage.wait_text(CONNECTED)
+        self.assertEqual(self.quit(program), 0)
+        end = program.log[program.log.index(CLEANUP_BEGIN):]
+        self.assertIn("HIDDevice 断开连接:", end)
+        self.assertLess(end.index("HIDDevice 断开连接:"), end.index(CLEANUP_END))
+        self.assertNotIn("HIDDevice 连接成功:", end)
+        wait_until(lambda: self.stage.emulator("state")["openHandles"] == 0, "the handle closed")
+
+
+class MixerInItsBootloader(SystemCase):
+    models = ("r2-bootloader", "m40")
+
+    def test_bootloader_at_start_stops_the_manager_and_no_device_connects(self):
+        self.stage.emulator("plug r2-bootloader")
+        program = self.start()
+        program.wait_log("停止监测并断开设备")
+        # A device that comes now would be met by the next scan, if there was one.
+        self.stage.emulator("unplug r2-bootloader")
+        self.stage.emulator("plug m40")
+        opened = self.stage.ask_emulator("on m40 wait open 5000")
+        self.assertFalse(opened["ok"], "the scan went on")
+        self.assertNotIn("HIDDevice 连接成功:", program.log)
+        self.stage.wait_text(WAITING_TITLE)
+
+
+if __name__ == "__main__":
+    unittest.main()

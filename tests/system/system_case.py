@@ -1,0 +1,56 @@
+"""What the system tests share: where the build is, and a test case with a stage."""
+
+import os
+import pathlib
+import sys
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tools" / "stage"))
+
+from stage import Stage, wait_until  # noqa: E402, F401
+
+BUILD = pathlib.Path(os.environ["VEXO_BUILD"])
+LONG = "VEXO_LONG" in os.environ
+
+WAITING_TITLE = "连接你的 VEXO 设备"
+CONNECTED = "已连接"
+START_BUTTON = "开启高清音质之旅"
+CLEANUP_BEGIN = "应用程序即将退出，开始清理资源..."
+CLEANUP_END = "资源清理完成"
+
+
+class SystemCase(unittest.TestCase):
+    """A test with the whole program on a stage of its own. A failing test leaves a picture of the screen."""
+
+    models = ("r2",)
+    plugged = False
+
+    def setUp(self):
+        self.stage = self.make_stage()
+        self.addCleanup(self.stage.__exit__, None, None, None)
+        self.stage.__enter__()
+        self.addCleanup(self._picture_of_failure)
+
+    def make_stage(self):
+        return Stage(BUILD, self.models, plugged=self.plugged)
+
+    def _picture_of_failure(self):
+        outcome = self._outcome.result
+        if any(case is self for case, _ in outcome.failures + outcome.errors):
+            picture = self.stage.screenshot(BUILD / "failures" / f"{self.id()}.png")
+            print(f"picture of the screen: {picture}", file=sys.stderr)
+            for program in self.stage.programs:
+                print(f"the program's log:\n{program.log}", file=sys.stderr)
+
+    def start(self, **words):
+        """Starts the program and waits for its first page."""
+        program = self.stage.start_program(**words)
+        wait_until(lambda: self.stage.windows("Vexo Deck") or program.process.poll() is not None, "the main window")
+        self.assertIsNone(program.process.poll(), f"the program ended:\n{program.log}")
+        return program
+
+    def quit(self, program):
+        """Closes the main window with its own button; the exit code."""
+        self.stage.click("关闭", "button")
+        return program.wait_exit()

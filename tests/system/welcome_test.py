@@ -1,0 +1,167 @@
+"""The welcome page against the virtual devices: waiting, ready, and back; faults of the device and of the wire."""
+
+import os
+import random
+import unittest
+
+from system_case import CONNECTED, LONG, START_BUTTON, WAITING_TITLE, SystemCase, wait_until
+
+DESCRIPTION = "Vexo Deck 可将你的兼容设备变身为强大中枢\n支持低延迟混音，体验高清音质，享受每一次声音表达"
+
+
+class Welcome(SystemCase):
+    def wait_waiting(self):
+        self.stage.wait_text(WAITING_TITLE)
+        self.stage.wait_text(DESCRIPTION)
+        self.assertIsNone(self.stage.find(CONNECTED))
+        self.assertIsNone(self.stage.find(START_BUTTON))
+
+    def wait_ready(self, name):
+        self.stage.wait_text(CONNECTED)
+        self.stage.wait_text(START_BUTTON, "button")
+        self.stage.wait_text(name)
+        self.assertIsNone(self.stage.find(WAITING_TITLE))
+        self.assertIsNone(self.stage.find(DESCRIPTION))
+
+    def check_model(self, name):
+        self.start()
+        self.wait_waiting()
+        self.stage.emulator("plug")
+        self.wait_ready(name)
+        answered = self.stage.emulator("state")["answered"]
+        self.assertEqual({word: answered[word] for word in ("name", "serial", "version", "subscribe")},
+                         {"name": 1, "serial": 1, "version": 1, "subscribe": 1})
+        self.stage.emulator("unplug")
+        self.wait_waiting()
+        self.stage.emulator("plug")
+        self.wait_ready(name)
+
+
+class MixdeskR2(Welcome):
+    def test_page_follows_the_device(self):
+        self.check_model("VEXO Mixdesk R2")
+
+    def test_serial_number_not_available_keeps_the_waiting_view(self):
+        program = self.start()
+        self.stage.emulator("identity serial N/A")
+        self.stage.emulator("plug")
+        program.wait_log("SN回调，长度:")
+        program.wait_log("版本回调，长度:")
+        self.wait_waiting()
+
+    def test_device_that_never_answers_its_name_keeps_the_waiting_view(self):
+        program = self.start()
+        self.stage.emulator("answer name off")
+        self.stage.emulator("plug")
+        program.wait_log("SN回调，长度:")
+        self.wait_waiting()
+        # All four sends of the query.
+        wait_until(lambda: self.count_frames(1) >= 4, "four name queries", 30)
+        self.wait_waiting()
+
+    def count_frames(self, message_id):
+        return len(self.stage.emulator(f"dump {message_id}")["frames"])
+
+    def test_device_that_answers_late_still_connects(self):
+        self.start()
+        self.stage.emulator("fault late 1 1500 to-host")
+        self.stage.emulator("plug")
+        self.wait_ready("VEXO Mixdesk R2")
+
+    def test_device_that_answers_twice_and_out_of_order_connects(self):
+        self.start()
+        self.stage.emulator("fault duplicate 1")
+        self.stage.emulator("fault reorder 0.5 to-host")
+        self.stage.emulator("plug")
+        self.wait_ready("VEXO Mixdesk R2")
+
+    def test_answers_from_a_wrong_source_leave_the_program_alive(self):
+        program = self.start()
+        self.stage.emulator("fault wrong-source 1 to-host")
+        self.stage.emulator("plug")
+        # Such an answer does not end its request: all four sends go out.
+        wait_until(lambda: self.count_frames(23) >= 4, "four serial number queries", 30)
+        self.stage.emulator("faults off")
+        self.stage.emulator("unplug")
+        self.wait_waiting()
+        self.assertIsNone(program.process.poll())
+
+    def test_lossy_wire_connects_all_the_same(self):
+        seed = int(os.environ.get("VEXO_SEED", random.randrange(1 << 31)))
+        print(f"seed {seed}")
+        program = self.start()
+        self.stage.emulator(f"seed {seed}")
+        self.stage.emulator("fault drop 0.1")
+        self.stage.emulator("fault corrupt 0.05 to-host")
+        self.stage.emulator("fault split 0.5 to-host")
+        self.stage.emulator("plug")
+        self.stage.wait_text(CONNECTED, limit=60)
+        self.assertIsNone(program.process.poll())
+
+    def test_storm_of_reports_and_nonsense_leaves_the_page_alive(self):
+        program = self.start()
+        self.stage.emulator("plug")
+        self.wait_ready("VEXO Mixdesk R2")
+        self.stage.emulator("send-raw hex:" + "55" * 60)
+        self.stage.emulator("send-attribute-notification")
+        self.stage.emulator("send-attribute-notification 5 200 1")
+        self.stage.emulator("send-frame 3 1 1 2 3")
+        self.stage.emulator("storm 3000 1000 mic_gain")
+        self.stage.emulator("wait storm 20000")
+        self.stage.emulator("unplug")
+        self.wait_waiting()
+        self.assertIsNone(program.process.poll())
+
+    def test_plug_and_unplug_cycles_leave_no_thread_handle_or_memory_behind(self):
+        program = self.start()
+        cycles = 500 if LONG else 30
+        warm_up = 5
+        before = None
+        for cycle in range(cycles):
+            self.stage.emulator("plug")
+            program.wait_log("HIDDevice 连接成功:", cycle + 1)
+            self.stage.emulator("unplug")
+            program.wait_log("HIDDevice 断开连接:", cycle + 1)
+            if cycle == warm_up:
+                before = self.usage(program)
+        wait_until(lambda: self.usage(program)[0] <= before[0], f"{before[0]} threads again")
+        after = self.usage(program)
+        print(f"threads, handles, KiB resident after {warm_up + 1} cycles: {before}, after {cycles}: {after}")
+        self.assertLessEqual(after[1], before[1], "open files grew")
+        self.assertLess(after[2], before[2] * 1.05 + 2048, "memory grew")
+        self.assertEqual(program.log.count("HIDDevice 连接成功:"), cycles)
+        self.assertEqual(program.log.count("HIDDevice 断开连接:"), cycles)
+        self.assertEqual(self.stage.emulator("state")["openHandles"], 0)
+
+    def usage(self, program):
+        return program.status("Threads"), program.open_files(), program.status("VmRSS")
+
+
+class VoxmicM40(Welcome):
+    models = ("m40",)
+
+    def test_page_follows_the_device(self):
+        self.check_model("VEXO Voxmic M40")
+
+
+class VoxmicT40(Welcome):
+    models = ("t40",)
+
+    def test_page_follows_the_device(self):
+        self.check_model("VEXO Voxmic T40")
+
+
+class TwoDevices(Welcome):
+    models = ("m40", "r2")
+
+    def test_only_one_of_two_devices_is_used_while_it_is_there(self):
+        self.start()
+        self.stage.emulator("plug m40")
+        self.stage.emulator("plug r2")
+        self.stage.wait_text(CONNECTED)
+        handles = [self.stage.emulator(f"state {name}")["openHandles"] for name in ("m40", "r2")]
+        self.assertEqual(sorted(handles), [0, 1])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,285 @@
+"""A stage for the whole program: virtual display, session bus, emulator, and the program itself as a process.
+
+The program is seen as a user sees it: its controls are found by their accessible names and roles (AT-SPI), the
+mouse is a real pointer on the virtual display, and pictures are taken of the screen. Everything that is started
+lives in a private folder and ends with the stage.
+
+    with Stage(build, ["r2"]) as stage:
+        program = stage.start_program()
+        stage.emulator("plug")
+        stage.wait_text("已连接")
+        stage.screenshot("connected.png")
+"""
+
+import json
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import time
+
+
+class Timeout(AssertionError):
+    """A condition did not come true in time."""
+
+
+def wait_until(condition, what, limit=20.0):
+    """Waits for a condition and returns its value; `what` names it in the error."""
+    end = time.monotonic() + limit
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise Timeout(f"not within {limit:g} s: {what}")
+        time.sleep(0.02)
+
+
+class Program:
+    """One run of the program. `log` is everything that it has printed so far."""
+
+    def __init__(self, command, env, log_path):
+        self.log_path = log_path
+        with open(log_path, "wb") as log:
+            self.process = subprocess.Popen(command, env=env, stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
+
+    @property
+    def pid(self):
+        return self.process.pid
+
+    @property
+    def log(self):
+        return self.log_path.read_text(encoding="utf-8", errors="replace")
+
+    def wait_log(self, text, count=1, limit=20.0):
+        wait_until(lambda: self.log.count(text) >= count or self._ended(), f"{count} times {text!r} in the log", limit)
+        if self.log.count(text) < count:
+            raise AssertionError(f"the program ended ({self.process.returncode}) without logging {text!r}:\n{self.log}")
+
+    def _ended(self):
+        return self.process.poll() is not None
+
+    def wait_exit(self, limit=20.0):
+        """The exit code, as the process gave it."""
+        return self.process.wait(limit)
+
+    def status(self, field):
+        """A number of /proc/PID/status: Threads, VmRSS (KiB)."""
+        for line in pathlib.Path(f"/proc/{self.pid}/status").read_text().splitlines():
+            if line.startswith(field + ":"):
+                return int(line.split()[1])
+        raise KeyError(field)
+
+    def open_files(self):
+        return len(os.listdir(f"/proc/{self.pid}/fd"))
+
+    def cpu_seconds(self):
+        fields = pathlib.Path(f"/proc/{self.pid}/stat").read_text().rsplit(")", 1)[1].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+class Stage:
+    def __init__(self, build, models=("r2",), plugged=False, size=(1400, 900), seed=None, environment=None):
+        self.build = pathlib.Path(build).resolve()
+        self.models = list(models)
+        self.plugged = plugged
+        self.size = size
+        self.seed = seed
+        self.environment = environment or {}
+        self.processes = []
+        self.programs = []
+        self.folder = None
+        self.control = None
+
+    # ---- set-up and end
+
+    def __enter__(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="vexo-stage-"))
+        try:
+            self._start()
+        except BaseException:
+            self.__exit__(None, None, None)
+            raise
+        return self
+
+    def _start(self):
+        for name in ("home", "config", "data", "cache", "runtime", "tmp"):
+            (self.folder / name).mkdir(mode=0o700)
+        self.env = dict(os.environ)
+        self.env.update(
+            HOME=str(self.folder / "home"),
+            XDG_CONFIG_HOME=str(self.folder / "config"),
+            XDG_DATA_HOME=str(self.folder / "data"),
+            XDG_CACHE_HOME=str(self.folder / "cache"),
+            XDG_RUNTIME_DIR=str(self.folder / "runtime"),
+            # Also keeps the single-instance segment apart from that of other programs on this machine.
+            TMPDIR=str(self.folder / "tmp"),
+            LANG="C.UTF-8",
+            LC_ALL="C.UTF-8",
+            QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
+            QT_QPA_PLATFORM="xcb",
+            VEXO_EMULATOR_SOCKET=str(self.folder / "emulator.sock"),
+            **self.environment,
+        )
+        self.env.pop("WAYLAND_DISPLAY", None)
+        self._start_display()
+        self._start_bus()
+        if self.models:
+            self._start_emulator()
+
+    def _start_display(self):
+        width, height = self.size
+        read_end, write_end = os.pipe()
+        server = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp", "-noreset"],
+            pass_fds=[write_end], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.processes.append(server)
+        os.close(write_end)
+        with os.fdopen(read_end) as answer:
+            number = answer.readline()
+        if not number.endswith("\n"):
+            raise RuntimeError("the virtual display did not start")
+        self.env["DISPLAY"] = f":{number.strip()}"
+        self.env.pop("XAUTHORITY", None)
+
+    def _start_bus(self):
+        bus = subprocess.Popen(
+            ["dbus-daemon", "--session", "--nofork", "--print-address=1", f"--address=unix:path={self.folder}/bus"],
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=self.env)
+        self.processes.append(bus)
+        self.env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
+        # The accessibility bus comes first: a program that starts before it stays unseen.
+        subprocess.run(
+            ["dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress"],
+            env=self.env, check=True, capture_output=True, timeout=20)
+
+    def _start_emulator(self):
+        command = [str(self.build / "emulator" / "vexo-emulator")]
+        if self.seed is not None:
+            command += ["--seed", str(self.seed)]
+        if self.plugged:
+            command.append("--plug")
+        emulator = subprocess.Popen(command + self.models, env=self.env, stdin=subprocess.DEVNULL,
+                                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.processes.append(emulator)
+        ready = emulator.stdout.readline()
+        if b'"ready":true' not in ready:
+            raise RuntimeError(f"the emulator did not start: {ready!r}")
+        self.control = socket.socket(socket.AF_UNIX)
+        self.control.settimeout(60)
+        self.control.connect(self.env["VEXO_EMULATOR_SOCKET"])
+        self.answers = self.control.makefile("r", encoding="utf-8")
+
+    def __exit__(self, *_):
+        if self.control is not None:
+            self.control.close()
+        for program in self.programs:
+            if program.process.poll() is None:
+                program.process.kill()
+                program.process.wait()
+        for process in reversed(self.processes):
+            process.terminate()
+            try:
+                process.wait(10)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+            if process.stdout is not None:
+                process.stdout.close()
+        if self.folder is not None:
+            shutil.rmtree(self.folder, ignore_errors=True)
+
+    # ---- the virtual device
+
+    def ask_emulator(self, command):
+        """One command to the emulator; its answer as a dictionary, be it yes or no."""
+        self.control.sendall((command + "\n").encode())
+        return json.loads(self.answers.readline())
+
+    def emulator(self, command):
+        """One command to the emulator that has to succeed; its answer as a dictionary."""
+        answer = self.ask_emulator(command)
+        if not answer.get("ok"):
+            raise AssertionError(f"the emulator refused {command!r}: {answer}")
+        return answer
+
+    # ---- the program
+
+    def start_program(self, executable=None, environment=None, real_bus=False):
+        env = dict(self.env, **(environment or {}))
+        if not real_bus:
+            env["LD_LIBRARY_PATH"] = str(self.build / "emulator" / "hidapi")
+        executable = executable or self.build / "app" / "VexoDeck"
+        program = Program([str(executable)], env, self.folder / f"program-{len(self.programs)}.log")
+        self.programs.append(program)
+        return program
+
+    def data_file(self, name):
+        """A file of the program's application data folder."""
+        return self.folder / "data" / "VEXO" / "Vexo Deck" / name
+
+    # ---- what a user sees and does
+
+    def _ui(self, *words, limit=30):
+        """Runs the accessibility reader inside the stage's session; its answer as JSON."""
+        reader = pathlib.Path(__file__).with_name("ui.py")
+        result = subprocess.run(["python3", str(reader), *words], env=self.env, capture_output=True, text=True, timeout=limit)
+        if result.returncode != 0:
+            raise AssertionError(f"reading the screen failed: {result.stderr}")
+        return json.loads(result.stdout)
+
+    def controls(self):
+        """Everything on the screen that a screen reader would meet: dictionaries with name, role, states,
+        extents [x, y, width, height], value."""
+        return self._ui()
+
+    def find(self, name, role=None):
+        """The first control that shows on the screen with this name, or None."""
+        for control in self.controls():
+            if control["name"] == name and (role is None or control["role"] == role) and "showing" in control["states"]:
+                return control
+        return None
+
+    def wait_text(self, name, role=None, limit=20.0):
+        return wait_until(lambda: self.find(name, role), f"{name!r} on the screen", limit)
+
+    def wait_no_text(self, name, role=None, limit=20.0):
+        wait_until(lambda: self.find(name, role) is None, f"{name!r} gone from the screen", limit)
+
+    def click(self, name, role=None):
+        x, y, width, height = self.wait_text(name, role)["extents"]
+        self.xdotool("mousemove", x + width // 2, y + height // 2, "click", 1)
+
+    def xdotool(self, *words):
+        subprocess.run(["xdotool", *map(str, words)], env=self.env, check=True, capture_output=True)
+
+    def windows(self, title):
+        """The visible windows with this title."""
+        result = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"], env=self.env, capture_output=True, text=True)
+        return result.stdout.split()
+
+    def screenshot(self, path):
+        path = pathlib.Path(path)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        subprocess.run(["import", "-window", "root", str(path)], env=self.env, check=True)
+        return path
+
+    def steady_screenshot(self, path, limit=10.0):
+        """A picture taken when two in a row are the same: animations have ended."""
+        last = None
+        end = time.monotonic() + limit
+        while time.monotonic() < end:
+            now = self.screenshot(path).read_bytes()
+            pixels = subprocess.run(["convert", str(path), "rgb:-"], env=self.env, check=True, capture_output=True).stdout
+            if pixels == last:
+                return now
+            last = pixels
+            time.sleep(0.1)
+        raise Timeout("the picture on the screen does not come to rest")
+
+    def end_program(self, program, sign=signal.SIGTERM):
+        program.process.send_signal(sign)
+        return program.wait_exit()
