@@ -61,6 +61,8 @@ function(vexo_executable name)
     vexo_moc_if_qt(${name} "${ARG_LINKS}")
 endfunction()
 
+# What the address sanitizer runs: every test program but those that need documents and a display.
+add_custom_target(vexo_sanitized_tests)
 # All test programs that share data between threads: what the thread sanitizer is for.
 add_custom_target(vexo_thread_tests)
 
@@ -81,6 +83,7 @@ function(vexo_gtest name)
     if(NOT ARG_MAIN)
         target_link_libraries(${name} PRIVATE GTest::gtest_main)
     endif()
+    add_dependencies(vexo_sanitized_tests ${name})
     if(ARG_LABEL MATCHES "threads")
         add_dependencies(vexo_thread_tests ${name})
     endif()

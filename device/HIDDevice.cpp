@@ -3,6 +3,7 @@
 #include <QDebug>
 
 #include <array>
+#include <utility>
 
 namespace {
 
@@ -79,7 +80,9 @@ void HIDDevice::startDataReadThread(const QString& path) {
         entry->readThread = thread;
         ++readerCount;
     }
-    // The only way in which a reader's thread object ends: deleting it earlier would wait for the read.
+    std::erase_if(readers, [](const QPointer<QThread>& reader) { return reader == nullptr; });
+    readers.emplace_back(thread);
+    // How a reader's thread object ends: deleting it earlier would wait for the read.
     connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     thread->start();
 }
@@ -201,6 +204,15 @@ bool HIDDevice::writeTo(const QString& path, const QByteArray& report) {
 }
 
 void HIDDevice::waitForReaders() {
-    std::unique_lock lock(mutex);
-    readerEnded.wait(lock, [this] { return readerCount == 0; });
+    {
+        std::unique_lock lock(mutex);
+        readerEnded.wait(lock, [this] { return readerCount == 0; });
+    }
+    // Out of their loops; now the threads themselves.
+    for (const QPointer<QThread>& reader : std::exchange(readers, {})) {
+        if (reader != nullptr) {
+            reader->wait();
+            delete reader;
+        }
+    }
 }

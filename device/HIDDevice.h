@@ -7,11 +7,11 @@
 #include <QString>
 #include <QThread>
 
-#include <condition_variable>
 #include <cstdint>
 #include <hidapi.h>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 /// Owner of open USB HID handles: opens every interface of a vendor and product id on a usage page, reads
 /// each on a thread of its own and writes reports to all of them. It knows nothing of frames: it moves byte
@@ -55,7 +55,7 @@ public:
     /// True unless the path is unknown, closing, or hidapi reports -1. A short write counts as success.
     bool writeTo(const QString& path, const QByteArray& report);
 
-    /// Returns when no reader runs any more. Only for the end of the object or the process, after closeAll.
+    /// Joins all readers. Main thread, only for the end of the object or the process, after closeAll.
     void waitForReaders();
 
 signals:
@@ -84,4 +84,6 @@ private:
     int readerCount = 0;
     /// Under the mutex.
     Devices devices;
+    /// The readers that have not been joined; main thread only. Entries turn null as their threads end.
+    std::vector<QPointer<QThread>> readers;
 };

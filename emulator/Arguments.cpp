@@ -12,8 +12,9 @@ std::optional<std::uint64_t> parseNumber(std::string_view text) {
     const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
     const std::string_view digits = hexadecimal ? text.substr(2) : text;
     std::uint64_t value = 0;
-    const char* const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, value, hexadecimal ? 16 : 10);
+    const char* const begin = digits.data();
+    const char* const end = begin + digits.size();
+    const auto [stop, error] = std::from_chars(begin, end, value, hexadecimal ? 16 : 10);
     if (digits.empty() || error != std::errc() || stop != end) {
         return std::nullopt;
     }

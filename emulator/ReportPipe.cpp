@@ -23,15 +23,9 @@ void ReportPipe::damage(Report& report) {
     }
 }
 
-void ReportPipe::enqueue(Report report, std::uint64_t dueAtMs) {
-    // What comes later on a cable never overtakes what is before it.
-    const std::uint64_t notBeforeMs = queue.empty() ? 0 : queue.back().dueAtMs;
-    queue.push_back({std::max(dueAtMs, notBeforeMs), std::move(report)});
-}
-
 void ReportPipe::releaseHeld(std::uint64_t dueAtMs) {
     if (held) {
-        enqueue(std::move(held->report), dueAtMs);
+        queue.push_back({dueAtMs, std::move(held->report)});
         held.reset();
     }
 }
@@ -48,15 +42,15 @@ void ReportPipe::push(Report report, std::uint64_t nowMs) {
     if (passed && !held) {
         held = Timed{dueAtMs + kHeldAtMostMs, report};
         if (twice) {
-            enqueue(std::move(report), dueAtMs);
+            queue.push_back({dueAtMs, std::move(report)});
             releaseHeld(dueAtMs);
         }
         return;
     }
     if (twice) {
-        enqueue(report, dueAtMs);
+        queue.push_back({dueAtMs, report});
     }
-    enqueue(std::move(report), dueAtMs);
+    queue.push_back({dueAtMs, std::move(report)});
     releaseHeld(dueAtMs);
 }
 

@@ -36,11 +36,11 @@ private:
     };
 
     void damage(Report& report);
-    void enqueue(Report report, std::uint64_t dueAtMs);
     void releaseHeld(std::uint64_t dueAtMs);
 
     Direction direction;
     FaultPlan& faults;
+    // In the order of the cable: nothing overtakes what is before it, even when that is due later.
     std::deque<Timed> queue;
     // A report that waits for the next one to pass it, and how long it waits at most.
     std::optional<Timed> held;

@@ -94,6 +94,7 @@ void UhidBridge::update() {
 
 std::vector<int> UhidBridge::nativeHandles() const {
     std::vector<int> handles;
+    handles.reserve(devices.size());
     for (const KernelDevice& device : devices) {
         handles.push_back(device.nativeHandle);
     }
@@ -108,12 +109,13 @@ void UhidBridge::onReadable(int nativeHandle) {
     }
     if (event.type == UHID_OPEN) {
         device->handle = bus.open(device->path);
-    } else if (event.type == UHID_CLOSE && device->handle) {
-        bus.close(*device->handle);
+    } else if (event.type == UHID_CLOSE) {
+        // No handle has the number 0.
+        bus.close(device->handle.value_or(0));
         device->handle.reset();
-    } else if (event.type == UHID_OUTPUT && device->handle) {
+    } else if (event.type == UHID_OUTPUT) {
         const std::size_t size = std::min<std::size_t>(event.u.output.size, UHID_DATA_MAX);
-        bus.write(*device->handle, Bytes(event.u.output.data, event.u.output.data + size));
+        bus.write(device->handle.value_or(0), Bytes(event.u.output.data, event.u.output.data + size));
     } else if (event.type == UHID_SET_REPORT) {
         const std::size_t size = std::min<std::size_t>(event.u.set_report.size, UHID_DATA_MAX);
         const Bytes report(event.u.set_report.data, event.u.set_report.data + size);

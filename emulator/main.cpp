@@ -177,7 +177,8 @@ int serve(const Options& options) {
                              {"socket", path},
                              {"seed", options.seed},
                              {"devices", std::move(names)}})
-                  << std::endl;
+                  << '\n'
+                  << std::flush;
     }
     server.run();
     unlink(path.c_str());

@@ -165,8 +165,10 @@ std::uint8_t statusOf(const LinkFrame& response) {
 void linkQueryName(const LinkAddress& address) {
     using namespace vexo::link;
     if (address == hostAddress()) {
+        std::array<std::uint8_t, kHostName.size()> name{};
+        std::copy(kHostName.begin(), kHostName.end(), name.begin());
         callAnswer(stack().callbacks.name, {kLinkResponse, address, kLinkMessageName, 0, kStatusSuccess},
-                   kHostName);
+                   name);
     } else {
         sendRequest(address, kLinkMessageName, {});
     }

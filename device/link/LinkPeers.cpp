@@ -8,8 +8,8 @@ namespace vexo::link {
 
 namespace {
 
-constexpr std::uint32_t kAgeingPauseTicks =
-    50; // ageing comes when more than this have passed: every 51 ticks
+// Ageing comes when more ticks than this have passed: every 51.
+constexpr std::uint32_t kAgeingPauseTicks = 50;
 constexpr std::int32_t kAgeingStepMs = 50;
 constexpr std::uint32_t kTimeoutIntervals = 3;
 constexpr std::int32_t kTimeoutWithoutProtocolMs = 3000;

@@ -21,8 +21,8 @@ inline constexpr std::uint16_t kPeerCount = 52;
 inline constexpr std::uint8_t kHostVid = 1;
 inline constexpr std::uint16_t kHostPid = 28;
 inline constexpr std::uint8_t kHostFirstChid = 1;
-inline constexpr std::array<std::uint8_t, 6> kHostName = {'S', 'R', '-', 'P', 'C', '\0'};
-inline constexpr std::uint16_t kHostFrameRate = 0; // frames per second, 0 for no limit
+inline constexpr std::array<char, 6> kHostName = std::to_array("SR-PC"); // its NUL belongs to it
+inline constexpr std::uint16_t kHostFrameRate = 0;                       // frames per second, 0 for no limit
 
 // The wire's frame: 16 bytes of header, the payload, one byte of checksum.
 inline constexpr std::uint8_t kFrameMagic = 0x55;

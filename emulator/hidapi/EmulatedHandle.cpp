@@ -122,16 +122,41 @@ int EmulatedHandle::takeReport(std::span<std::uint8_t> buffer, const Bytes& repo
     return static_cast<int>(count);
 }
 
+bool EmulatedHandle::takeTurn(bool forEver, Clock::time_point deadline) {
+    std::unique_lock lock(turnMutex);
+    const auto isFree = [this] {
+        return !turnTaken;
+    };
+    if (forEver) {
+        turnEnded.wait(lock, isFree);
+    } else if (!turnEnded.wait_until(lock, deadline, isFree)) {
+        return false;
+    }
+    turnTaken = true;
+    return true;
+}
+
+void EmulatedHandle::endTurn() {
+    {
+        const std::lock_guard lock(turnMutex);
+        turnTaken = false;
+    }
+    turnEnded.notify_one();
+}
+
 int EmulatedHandle::read(std::span<std::uint8_t> buffer, int timeoutMs) {
     setError({});
     const bool forEver = timeoutMs < 0;
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(std::max(0, timeoutMs));
-    std::unique_lock lock(readMutex, std::defer_lock);
-    if (forEver) {
-        lock.lock();
-    } else if (!lock.try_lock_until(deadline)) {
+    if (!takeTurn(forEver, deadline)) {
         return 0;
     }
+    const int count = receiveReport(buffer, forEver, deadline);
+    endTurn();
+    return count;
+}
+
+int EmulatedHandle::receiveReport(std::span<std::uint8_t> buffer, bool forEver, Clock::time_point deadline) {
     while (!dead) {
         const LocalSocket::Readiness readiness =
             socket.waitReadable(forEver ? -1 : millisecondsUntil(deadline));

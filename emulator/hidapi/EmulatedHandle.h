@@ -8,6 +8,8 @@
 #include "emulator/LocalSocket.h"
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 
@@ -42,14 +44,22 @@ public:
     std::atomic<bool> nonBlocking = false;
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     bool gone();
+    bool takeTurn(bool forEver, Clock::time_point deadline);
+    void endTurn();
+    int receiveReport(std::span<std::uint8_t> buffer, bool forEver, Clock::time_point deadline);
     int fail(std::wstring text);
     int takeReport(std::span<std::uint8_t> buffer, const Bytes& report) const;
 
     LocalSocket socket;
     std::atomic<bool> dead = false;
-    std::timed_mutex readMutex;
-    // A message that has arrived in part; guarded by readMutex.
+    // One thread at a time receives; the others wait for their turn as long as their time-outs let them.
+    std::mutex turnMutex;
+    std::condition_variable turnEnded;
+    bool turnTaken = false;
+    // A message that has arrived in part; belongs to the thread whose turn it is.
     WireBuffer incoming;
     std::mutex writeMutex;
     mutable std::mutex errorMutex;

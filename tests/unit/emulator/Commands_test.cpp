@@ -14,6 +14,16 @@ protected:
                                         : answer.at("error").get<std::string>();
     }
 
+    CommandInterpreter::Wait wait(std::string_view line) {
+        CommandInterpreter::Outcome outcome = interpreter.execute(line);
+        EXPECT_TRUE(outcome.wait.has_value()) << line << ": " << toLine(outcome.answer);
+        CommandInterpreter::Wait never;
+        never.holds = [] {
+            return false;
+        };
+        return outcome.wait.value_or(never);
+    }
+
     TestHost host;
     CommandInterpreter interpreter{host.bus};
 };
@@ -135,28 +145,25 @@ TEST_F(Commands, WritesReportsAndDumpTellWhatTheHostSentUntilClear) {
 
 TEST_F(Commands, WaitHoldsUntilTheConditionDoes) {
     host.sendHello();
-    auto outcome = interpreter.execute("wait login 200");
-    ASSERT_TRUE(outcome.wait.has_value());
-    EXPECT_FALSE(interpreter.resolve(*outcome.wait).has_value());
+    const CommandInterpreter::Wait begun = wait("wait login 200");
+    EXPECT_FALSE(interpreter.resolve(begun).has_value());
     host.advance(20);
     host.send(kRequest, kLoginNotice, toBytes(host.deviceAddress()));
-    EXPECT_EQ(toLine(interpreter.resolve(*outcome.wait).value_or(Json())), R"({"ok":true,"waitedMs":20})");
+    EXPECT_EQ(toLine(interpreter.resolve(begun).value_or(Json())), R"({"ok":true,"waitedMs":20})");
 }
 
 TEST_F(Commands, WaitTimesOutWithASentenceAndTheSeed) {
-    auto outcome = interpreter.execute("wait attribute mic_gain 200");
-    ASSERT_TRUE(outcome.wait.has_value());
+    const CommandInterpreter::Wait begun = wait("wait attribute mic_gain 200");
     host.advance(199);
-    EXPECT_FALSE(interpreter.resolve(*outcome.wait).has_value());
+    EXPECT_FALSE(interpreter.resolve(begun).has_value());
     host.advance(1);
-    EXPECT_EQ(toLine(interpreter.resolve(*outcome.wait).value_or(Json())),
+    EXPECT_EQ(toLine(interpreter.resolve(begun).value_or(Json())),
               R"({"ok":false,"error":"no attribute within 200 ms","seed":1})");
 }
 
 TEST_F(Commands, EveryConditionHoldsWhenItsEventHasCome) {
     const auto holds = [&](std::string_view line) {
-        const auto outcome = interpreter.execute(line);
-        return outcome.wait.has_value() && outcome.wait->holds();
+        return wait(line).holds();
     };
     EXPECT_TRUE(holds("wait plugged"));
     EXPECT_FALSE(holds("wait unplugged"));

@@ -257,6 +257,23 @@ TEST(EmulatedHidapi, AnUnplugWakesABlockingRead) {
     EXPECT_EQ(result, -1);
 }
 
+TEST(EmulatedHidapi, AReadWithATimeOutIsNotHeldUpByOneWithout) {
+    EmulatorProcess emulator({"--plug", "r2"});
+    emulator.command("answer hello off");
+    hid_device* const device = hid_open_path(kMixerLink);
+    std::thread blocking([&] {
+        Report report{};
+        EXPECT_EQ(hid_read_timeout(device, report.data(), report.size(), -1), -1);
+    });
+    // Whichever of the two comes first, this one must come back.
+    for (int i = 0; i < 20; ++i) {
+        Report report{};
+        EXPECT_EQ(hid_read_timeout(device, report.data(), report.size(), 10), 0);
+    }
+    hid_close(device);
+    blocking.join();
+}
+
 TEST(EmulatedHidapi, TheEmulatorsDeathIsAnUnplug) {
     EmulatorProcess emulator({"--plug", "r2"});
     const Handle device(hid_open_path(kMixerLink));
@@ -428,9 +445,9 @@ TEST(EmulatedHidapi, OpeningAndClosingLeaksNoFilesOnEitherSide) {
 
 TEST(EmulatedHidapi, ManyThreadsMayEnumerateAtOnce) {
     EmulatorProcess emulator({"--plug", "r2"});
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([] {
+    std::array<std::thread, 8> threads;
+    for (std::thread& thread : threads) {
+        thread = std::thread([] {
             for (int round = 0; round < 20; ++round) {
                 EXPECT_EQ(lengthOf(enumerate(0x3327, 0x9829).get()), 2);
                 const Handle device(hid_open_path(kMixerLink));

@@ -31,6 +31,7 @@ struct Pipe {
 pid_t start(const std::vector<std::string>& words, const std::vector<std::string>& variables, int input,
             int output, int errors) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     }

@@ -9,6 +9,8 @@ int countSinceStart = 0;
 
 } // namespace
 
+// The names are those of the linker's --wrap.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t itemCount, std::size_t size);
@@ -29,6 +31,7 @@ void* __wrap_realloc(void* memory, std::size_t size) {
     return __real_realloc(memory, size);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     ++countSinceStart;

@@ -57,11 +57,11 @@ TEST(LinkMemory, TheCountersCount) {
     HeapCounter counter;
     auto* volatile number = new std::uint64_t(1);
     void* volatile memory = std::malloc(16); // volatile: the compiler must not leave it out
-    memory = std::realloc(memory, 32);
+    void* volatile grown = std::realloc(memory, 32);
     void* volatile zeros = std::calloc(4, 4);
     const int count = counter.allocationCount();
     delete number;
-    std::free(memory);
+    std::free(grown);
     std::free(zeros);
     EXPECT_EQ(count, 4);
 }

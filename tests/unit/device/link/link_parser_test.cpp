@@ -26,6 +26,7 @@ public:
 
     std::vector<Bytes> deliveredPayloads() const {
         std::vector<Bytes> payloads;
+        payloads.reserve(delivered.size());
         for (const Delivered& one : delivered) {
             payloads.push_back(one.payload);
         }
@@ -353,6 +354,7 @@ TEST_F(LinkParser, EqualsTheByteWiseDefinitionOnAnyStreamInAnyPortions) {
             }
         }
         std::vector<Bytes> dispatched;
+        dispatched.reserve(delivered.size());
         for (const Delivered& one : delivered) {
             dispatched.push_back(encode({one.frame.kind, one.frame.sequence, one.frame.source,
                                          one.frame.destination, one.frame.messageId, one.payload}));

@@ -85,6 +85,7 @@ TEST_F(LinkPeers, ThePeerCanBeSentToInsideItsLoginCallback) {
     hello(kDevice);
     flush();
     std::vector<std::uint16_t> ids;
+    ids.reserve(sent.size());
     for (const Sent& one : sent) {
         ids.push_back(one.frame.messageId);
     }

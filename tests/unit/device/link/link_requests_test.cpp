@@ -373,6 +373,15 @@ TEST_F(LinkRequests, ABroadcastMessageIsDispatchedTwice) {
     EXPECT_TRUE(sent.empty()); // repeated on channel 0 only, which nobody uses
 }
 
+TEST_F(LinkRequests, ABroadcastFromTheHostsOwnAddressIsOnlyDispatchedInItsSecondPass) {
+    feed({2, 9, kHost, kEverybody, kMessage, {1, 2}});
+    linkPoll();
+    EXPECT_TRUE(delivered.empty());
+    tick(10);
+    ASSERT_EQ(delivered.size(), 1U);
+    EXPECT_EQ(delivered[0].frame.destination, kHost);
+}
+
 TEST(LinkSeed, IsTheHashOfTheBuildTextsWithTheirFinalNul) {
     // 21 bytes: "Jan  1 2024" NUL "00:00:00" NUL, seed = seed * 131 + byte.
     const std::uint8_t bytes[] = {'J', 'a', 'n', ' ', ' ', '1', ' ', '2', '0', '2', '4',
