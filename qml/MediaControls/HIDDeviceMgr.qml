@@ -59,22 +59,27 @@ QtObject {
         {
             attribute: attrs.mute,
             word: "静音",
+            store: value => ConfigMgr.setValue(ConfigMgr.keys.device_mute, value === 1),
             publish: value => MessageBus.publishMuteState(value)
         },
         {
             attribute: attrs.auto_gain_on,
             matches: () => !isR2(),
             word: "自动增益开关",
+            store: value => ConfigMgr.setValue(ConfigMgr.keys.auto_gain_on, value === 1),
             publish: value => MessageBus.publishUpdateAutoGainOn(value)
         },
         {
             attribute: attrs.other_light_off,
             word: "其他灯光开关",
+            // Kept: no key of this name is declared. The setting follows through the switch of the general tab.
+            store: value => ConfigMgr.setValue(ConfigMgr.keys["other_light_off"], value === 1),
             publish: value => MessageBus.publishUpdateOtherLightOff(value)
         },
         {
             attribute: attrs.power,
             word: "电源",
+            store: value => ConfigMgr.setValue(ConfigMgr.keys.device_phantom, value === 1),
             publish: value => MessageBus.publishPowerState(value)
         },
         {
@@ -91,21 +96,25 @@ QtObject {
         {
             attribute: attrs.mic_gain,
             word: "麦克风增益",
+            store: value => ConfigMgr.setValue(ConfigMgr.keys.auto_gain, value),
             publish: value => MessageBus.publishUpdateMicGainLevel(value)
         },
         {
             attribute: attrs.listen_volume,
             word: "监听音量",
+            store: value => ConfigMgr.setValue(ConfigMgr.keys.device_dB, value),
             publish: value => MessageBus.publishListenVolumeLevel(value)
         },
         {
             attribute: attrs.mic_listen_ratio,
             word: "麦克风/电脑监听比例",
+            store: value => ConfigMgr.setValue(ConfigMgr.keys.device_mic_ratio, value),
             publish: value => MessageBus.publishMicListenRatio(value)
         },
         {
             attribute: attrs.anti_noise,
             word: "防破音",
+            store: value => ConfigMgr.setValue(ConfigMgr.keys.device_boom, value === 1),
             publish: value => MessageBus.publishAntiNoiseState(value)
         },
         {
@@ -272,6 +281,9 @@ QtObject {
         if (!report)
             return;
         console.log("收到" + report.word + "消息:", JSON.stringify(data));
+        // A report without a value leaves the configuration as it was.
+        if (report.store && data.length > 0)
+            report.store(data[0]);
         report.publish(data[0]);
     }
 

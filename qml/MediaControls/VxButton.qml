@@ -8,11 +8,9 @@ T.Button {
     property int type: 0
 
     function fillColor(): color {
-        if (down)
-            return VxTheme.accentPressed;
-        if (hovered)
-            return type === 0 ? VxTheme.accentHover : VxTheme.neutralHover;
-        return type === 0 ? VxTheme.accent : VxTheme.neutral;
+        const plain = type === 0 ? VxTheme.accent : VxTheme.neutral;
+        const hover = type === 0 ? VxTheme.accentHover : VxTheme.neutralHover;
+        return down ? VxTheme.accentPressed : hovered && enabled ? hover : plain;
     }
 
     implicitWidth: Math.max(120, implicitContentWidth + leftPadding + rightPadding)
@@ -23,17 +21,15 @@ T.Button {
     focusPolicy: Qt.StrongFocus
     font.family: VxTheme.fontFamily
     font.pixelSize: VxTheme.fontButton
-    opacity: enabled ? 1 : 0.4
+    opacity: enabled ? 1 : VxTheme.disabledOpacity
 
     Accessible.role: Accessible.Button
     Accessible.name: text
 
-    contentItem: Text {
+    contentItem: VxText {
         text: button.text
         font: button.font
-        color: VxTheme.text
         horizontalAlignment: Text.AlignHCenter
-        verticalAlignment: Text.AlignVCenter
         elide: Text.ElideRight
     }
     background: Rectangle {
@@ -42,18 +38,12 @@ T.Button {
 
         Behavior on color {
             ColorAnimation {
-                duration: 120
+                duration: VxTheme.hoverMs
             }
         }
 
-        Rectangle {
-            anchors.fill: parent
-            anchors.margins: -4
-            radius: parent.radius + 4
+        FocusRing {
             visible: button.visualFocus
-            color: "transparent"
-            border.width: 2
-            border.color: VxTheme.focusRing
         }
     }
 

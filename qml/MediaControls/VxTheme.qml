@@ -9,7 +9,7 @@ QtObject {
     readonly property color background: "#000000"
     readonly property color windowBackground: "#1e1e1e"
     readonly property color titleBar: "#1a1a1a"
-    readonly property color unselected: "#3e3e3e"
+    readonly property color unselected: "#3E3E3E"
 
     readonly property color accent: "#0075FF"
     readonly property color accentHover: "#2B8CFF"
@@ -33,6 +33,45 @@ QtObject {
     readonly property int fontButton: 18
     readonly property int fontHeading: 20
     readonly property int fontDisplay: 40
+
+    // Surfaces and lines of the controls.
+    readonly property color surface: "#181818"
+    readonly property color card: "#242424"
+    readonly property color popup: "#292929"
+    readonly property color popupHover: "#3a3a3a"
+    readonly property color field: "#1c1c1c"
+    readonly property color outline: "#4a4a4a"
+    readonly property color outlineHover: "#7a7a7a"
+    readonly property color outlineDisabled: "#808080"
+    readonly property color unselectedHover: "#5E5E5E"
+    readonly property color track: "#383838"
+    readonly property color switchOff: "#404040"
+    readonly property color switchOffHover: "#525252"
+    readonly property color check: "#0A59F7"
+    readonly property color checkHover: "#2D72FA"
+    // A lit button that takes something away: a mute.
+    readonly property color worn: "#991010"
+    readonly property color tooltip: "#000000"
+    // The edge of what stands on colours.
+    readonly property color shade: "#80000000"
+    // A touch of light over any ground.
+    readonly property color veilHover: "#1affffff"
+    readonly property color veilPressed: "#0dffffff"
+
+    readonly property color meterLow: "#00E27E"
+    readonly property color meterMiddle: "#79C33A"
+    readonly property color meterHigh: "#FFC000"
+    readonly property color meterGround: "#000000"
+    readonly property color clipping: "#FF3200"
+    readonly property color clippingOff: "#232323"
+
+    readonly property int radiusTile: 5
+    readonly property int radiusPanel: 8
+    readonly property int radiusLarge: 12
+    readonly property real disabledOpacity: 0.4
+    // How fast a control answers the mouse.
+    readonly property int hoverMs: 120
+    readonly property int toolTipDelayMs: 700
 
     // The first installed family that draws Latin, Cyrillic and Chinese in one hand; else what the system prefers.
     readonly property string fontFamily: {

@@ -1,6 +1,8 @@
 // Runs the test documents of this folder with fakes in the place of the native singletons.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/LongTexts.h"
+#include "tests/qml/StoreFile.h"
 #include "tests/qml/TestLog.h"
 
 #include <QGuiApplication>
@@ -23,6 +25,8 @@ public slots:
         QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
         QQuickStyle::setStyle("Material");
         registerFakeHIDHotplugManager();
+        registerTemporarySettings();
+        registerLongTexts();
         qmlRegisterSingletonType<TestLog>(
             "VexoDeckTest", 1, 0, "TestLog", [](QQmlEngine*, QJSEngine*) -> QObject* {
                 QJSEngine::setObjectOwnership(&TestLog::instance(), QJSEngine::CppOwnership);

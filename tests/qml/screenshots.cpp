@@ -3,6 +3,7 @@
 // writes FOLDER/<state>.png. Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/StoreFile.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -26,11 +27,29 @@ void settle() {
         QGuiApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
 }
 
+void call(QQuickWindow& window, const char* objectName, const char* method) {
+    QMetaObject::invokeMethod(window.findChild<QObject*>(objectName), method);
+}
+
 bool save(QQuickWindow& window, const QDir& folder, const QString& state) {
     settle();
     const QString path = folder.filePath(state + ".png");
     const bool saved = window.grabWindow().save(path);
     std::printf("%s %s\n", saved ? "saved" : "could not save", qPrintable(path));
+    return saved;
+}
+
+bool saveUpgrade(QQuickWindow& window, FakeHIDHotplugManager& manager, QQmlEngine& engine, const QDir& folder,
+                 const QString& model) {
+    QMetaObject::invokeMethod(engine.singletonInstance<QObject*>("MediaControls", "MessageBus"),
+                              "publishUpdateFirmware", QVariant("http://localhost/firmware.bin"));
+    emit manager.upgradeFirmwareProgress(42, "升级进度:42");
+    bool saved = save(window, folder, "upgrade-" + model);
+    emit manager.upgradeFirmwareProgress(0, "升级失败");
+    saved = save(window, folder, "upgrade-failed-" + model) && saved;
+    emit manager.upgradeFirmwareProgress(100, "升级成功");
+    saved = save(window, folder, "upgrade-done-" + model) && saved;
+    call(window, "btn2", "click");
     return saved;
 }
 
@@ -49,6 +68,7 @@ int main(int argc, char** argv) {
     QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
 
     registerFakeHIDHotplugManager();
+    registerTemporarySettings();
     QQmlApplicationEngine engine;
     engine.loadFromModule("VexoDeck", "Main");
     if (engine.rootObjects().isEmpty())
@@ -62,6 +82,9 @@ int main(int argc, char** argv) {
     }
 
     bool saved = save(*window, folder, "waiting");
+    call(*window, "moreButton", "click");
+    saved = save(*window, folder, "menu") && saved;
+    call(*window, "moreButton", "click");
     const QList<std::pair<QString, uint>> models = {
         {"VEXO Mixdesk R2", 0x9829}, {"VEXO Voxmic M40", 0x1396}, {"VEXO Voxmic T40", 0x1397}};
     for (const auto& [name, productId] : models) {
@@ -69,8 +92,14 @@ int main(int argc, char** argv) {
                                   {"name", name},      {"sn", "VX24A0117"}, {"version", "V1.04"}};
         emit manager->deviceConnected(info, true);
         saved = save(*window, folder, "ready-" + name.section(' ', -1)) && saved;
-        QMetaObject::invokeMethod(window->findChild<QObject*>("startButton"), "click");
+        call(*window, "startButton", "click");
         saved = save(*window, folder, "main-" + name.section(' ', -1)) && saved;
+        call(*window, "deviceSettingsButton", "click");
+        saved = save(*window, folder, "drawer-" + name.section(' ', -1)) && saved;
+        emit manager->deviceConnected(info, false);
+        settle();
+        emit manager->deviceConnected(info, true);
+        saved = saveUpgrade(*window, *manager, engine, folder, name.section(' ', -1)) && saved;
         emit manager->deviceConnected(info, false);
         settle();
     }

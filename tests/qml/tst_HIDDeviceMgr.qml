@@ -424,7 +424,8 @@ LoggedTestCase {
         topics.forEach(topic => MessageBus.subscribe(topic, callback));
         TestLog.begin();
         HIDHotplugManager.messageReceived(row.id, [9, 8]);
-        compare(TestLog.lines, [`收到${row.word}消息: [9,8]`]);
+        compare(linesWith("收到"), [`收到${row.word}消息: [9,8]`]);
+        compare(TestLog.lines[0], `收到${row.word}消息: [9,8]`);
         topics.forEach(topic => MessageBus.unsubscribe(topic, callback));
         compare(published, [[row.topic, 9]]);
         compare(messageSpy.count, 1);

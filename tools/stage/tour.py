@@ -9,6 +9,10 @@ import sys
 
 from stage import Stage
 
+# The pages of the device drawer, as their tabs call them; Voxmic M40 has no lights.
+PAGES = {"microphone": "话筒", "monitor": "监听", "lighting": "灯光", "general": "通用"}
+MODEL_PAGES = {"r2": list(PAGES), "m40": ["microphone", "monitor", "general"], "t40": list(PAGES)}
+
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
@@ -28,10 +32,30 @@ def main():
         stage.emulator("plug")
         stage.wait_text("已连接")
         picture("2-connected.png", "the virtual device is connected")
+        stage.click("更多")
+        stage.wait_text("帮助", "menu item")
+        picture("3-menu.png", "the main window's menu")
+        stage.xdotool("key", "Escape")
+        stage.wait_no_text("帮助", "menu item")
+        stage.click("开启高清音质之旅", "button")
+        stage.wait_text("设备设置", "button")
+        picture("4-main.png", "the working screen")
+        stage.click("设备设置", "button")
+        stage.wait_text("返回", "button")
+        # The drawer moves to its place.
+        picture("5-drawer.png", "the device drawer")
+        for page in MODEL_PAGES[arguments.model]:
+            stage.click(PAGES[page], "page tab")
+            picture(f"5-drawer-{page}.png", f"the page {PAGES[page]} of the drawer")
+        if arguments.model == "m40" and stage.find(PAGES["lighting"], "page tab"):
+            raise SystemExit("tour: Voxmic M40 shows a tab for lights")
+        stage.xdotool("key", "Escape")
+        stage.wait_no_text("返回", "button")
+        picture("6-main.png", "the drawer is closed again")
         stage.emulator("unplug")
         stage.wait_no_text("已连接")
         stage.wait_text("连接你的 VEXO 设备")
-        picture("3-disconnected.png", "unplugged again")
+        picture("7-disconnected.png", "unplugged again")
     print("tour: done", flush=True)
 
 

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls
 import MediaControls
@@ -28,7 +30,9 @@ WindowFrame {
     title: "Vexo Deck"
     visible: true
     rightView: Component {
-        Item {}
+        MoreButton {
+            macStyle: windowFrame.macStyle
+        }
     }
 
     StackView {
@@ -41,4 +45,6 @@ WindowFrame {
         popEnter: FadeIn {}
         popExit: FadeOut {}
     }
+
+    Component.onCompleted: MessageDialogMgr.setParent(windowFrame)
 }

@@ -1,39 +1,103 @@
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Templates as T
 import MediaControls
 
-/* The working screen. Lives from the press on the welcome page's button to the loss of the device. */
+/*
+    The working screen: the mixer, and beside it the drawer with the device's settings. Lives from the press on the
+    welcome page's button to the loss of the device.
+*/
 Page {
     id: mainLayout
 
     objectName: "mainLayout"
 
+    // The display is watched. Never goes back to false.
+    property bool screenPowerMonitor: false
+
+    function startScreenPowerMonitor() {
+        if (screenPowerMonitor || !ConfigMgr.getValue(ConfigMgr.keys.color_bg_other_close_lighting))
+            return;
+        screenPowerMonitor = true;
+    }
+
+    // The device's lights go off and on with the display, while the user wants that.
+    function handleScreenPowerStateChanged(screenOn: bool) {
+        if (!ConfigMgr.getValue(ConfigMgr.keys.color_bg_other_close_lighting))
+            return;
+        const brightness = screenOn ? ConfigMgr.getValue(ConfigMgr.keys.color_bg_other_brightness) : 0;
+        HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.rgb_light_brightness, [brightness * 100]);
+    }
+
+    Accessible.role: Accessible.Pane
     background: Rectangle {
         color: VxTheme.background
     }
 
-    Column {
-        anchors.centerIn: parent
-        spacing: 24
+    MessageListener {
+        messageTypes: [MessageBus.messageTypes.SCREEN_POWER_STATE_CHANGED]
+        onMessage: () => mainLayout.startScreenPowerMonitor()
+    }
 
-        Image {
-            anchors.horizontalCenter: parent.horizontalCenter
-            width: 160
-            height: 120
-            source: VxConfig.getDeviceImage(2)
-            mipmap: true
-            Accessible.ignored: true
+    MainSettings {
+        anchors.left: parent.left
+        anchors.right: deviceSettingsDrawer.left
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        onDeviceSettingsRequested: deviceSettingsDrawer.open()
+    }
+
+    Rectangle {
+        id: deviceSettingsDrawer
+
+        objectName: "deviceSettingsDrawer"
+
+        property bool isOpen: false
+        // What had the focus when the drawer opened; it gets it back.
+        property Item opener: null
+
+        function open() {
+            isOpen = true;
+            opener = mainLayout.Window.activeFocusItem;
+            passFocus(deviceSettings);
         }
 
-        Label {
-            objectName: "deviceName"
-            anchors.horizontalCenter: parent.horizontalCenter
-            text: HIDDeviceMgr.getDeviceName()
-            font.pixelSize: VxTheme.fontHeading
-            font.bold: true
-            color: VxTheme.text
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
+        function close() {
+            isOpen = false;
+            if (opener && deviceSettings.activeFocus)
+                passFocus(opener);
+            opener = null;
+        }
+
+        // A focus that was seen stays seen.
+        function passFocus(item: Item) {
+            const holder = mainLayout.Window.activeFocusItem as T.AbstractButton;
+            item.forceActiveFocus(holder && holder.visualFocus ? Qt.TabFocusReason : Qt.OtherFocusReason);
+        }
+
+        anchors.right: parent.right
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        width: isOpen ? 450 : 0
+        visible: isOpen || width > 0
+        clip: true
+        color: VxTheme.surface
+
+        Behavior on width {
+            NumberAnimation {
+                duration: VxTheme.fadeMs
+                easing.type: Easing.OutCubic
+            }
+        }
+
+        DeviceSettings {
+            id: deviceSettings
+
+            width: 450
+            height: parent.height
+            onBackClicked: deviceSettingsDrawer.close()
         }
     }
+
+    Component.onCompleted: startScreenPowerMonitor()
 }

@@ -1,0 +1,36 @@
+import QtQuick
+
+/* The meter of a mixer strip: left and right side by side. */
+Row {
+    id: indicator
+
+    function setLevels(levelLeft: real, levelRight: real) {
+        left.setLevel(levelLeft);
+        right.setLevel(levelRight);
+    }
+
+    function clearClipping() {
+        left.clearClipping();
+        right.clearClipping();
+    }
+
+    height: 160
+    spacing: 10
+
+    AudioChannelIndicator {
+        id: left
+
+        objectName: "left"
+        width: 9
+        height: parent.height
+        channelName: "L"
+    }
+    AudioChannelIndicator {
+        id: right
+
+        objectName: "right"
+        width: 9
+        height: parent.height
+        channelName: "R"
+    }
+}

@@ -1,0 +1,70 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Effects
+import QtQuick.Templates as T
+
+/* A bare icon to press. Its text is not shown: it names the button for a screen reader and in the tooltip. */
+T.Button {
+    id: button
+
+    implicitWidth: icon.width + leftPadding + rightPadding
+    implicitHeight: icon.height + topPadding + bottomPadding
+    padding: 4
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    flat: true
+    display: T.AbstractButton.IconOnly
+    icon.width: 24
+    icon.height: 24
+    opacity: enabled ? 1 : VxTheme.disabledOpacity
+
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+
+    contentItem: Item {
+        // Only while held down: a layer costs a frame buffer.
+        Loader {
+            objectName: "shadow"
+            anchors.fill: picture
+            active: button.down
+            opacity: 0.5
+            sourceComponent: MultiEffect {
+                source: picture
+                blurEnabled: true
+                blur: 1
+                blurMax: 16
+                brightness: 0.2
+            }
+        }
+        Image {
+            id: picture
+
+            anchors.centerIn: parent
+            width: button.icon.width
+            height: button.icon.height
+            sourceSize: Qt.size(width, height)
+            source: button.icon.source
+            fillMode: Image.PreserveAspectFit
+            Accessible.ignored: true
+        }
+    }
+    background: Rectangle {
+        radius: VxTheme.radiusSmall
+        color: button.down ? VxTheme.veilPressed : button.hovered && button.enabled ? VxTheme.veilHover : "transparent"
+
+        FocusRing {
+            gap: 1
+            visible: button.visualFocus
+        }
+    }
+
+    VxToolTip {
+        visible: button.hovered && button.text !== ""
+        delay: VxTheme.toolTipDelayMs
+        text: button.text
+    }
+
+    Keys.onReturnPressed: click()
+    Keys.onEnterPressed: click()
+}

@@ -1,0 +1,182 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/*
+    The slider of the screens, lying or standing. moved is for live traffic; changeComplete comes once, 500 ms after
+    the user's hand let go: unless it takes the slider again within that time. A step by the keyboard or the wheel
+    counts as a press, a move and a release.
+*/
+T.Slider {
+    id: slider
+
+    property color backgroundColor: VxTheme.track
+    property real backgroundOpacity: 1
+    property bool showTooltip: true
+    // Declared for screens that name it: the text is made by formatedValueFunc.
+    property string tooltipFormat: "%.0f%%"
+    property bool snapToStep: false
+    // function (value) that gives the text of a value; without it the text is a percent of 1.
+    property var formatedValueFunc: null
+    // For a screen reader.
+    property string name: ""
+    // From the first touch of the user's hand until changeComplete: what comes from elsewhere shall not move the
+    // slider meanwhile.
+    readonly property bool isManually: hand.on
+    readonly property string valueText: {
+        const format = formatedValueFunc;
+        return format ? String(format(value)) : Math.round(value * 100) + "%";
+    }
+
+    signal changeComplete(real value)
+
+    QtObject {
+        id: hand
+
+        property bool on: false
+        property bool tooltipShown: false
+        // Eighths of a degree of wheel movement that did not make a step yet.
+        property real wheelRest: 0
+    }
+
+    function takeHand() {
+        hand.on = true;
+        hand.tooltipShown = true;
+        tooltipTimer.stop();
+    }
+
+    // Moves by a number of steps as the user's hand does. Keeps bindings of value.
+    function moveBySteps(count: int) {
+        takeHand();
+        const before = value;
+        for (let step = 0; step < Math.abs(count); step++) {
+            if (count > 0)
+                increase();
+            else
+                decrease();
+        }
+        if (value !== before)
+            moved();
+        if (!pressed)
+            tooltipTimer.restart();
+    }
+
+    function stepsOfRange(fraction: real): int {
+        const step = stepSize > 0 ? stepSize : 0.1;
+        return Math.max(1, Math.ceil(Math.abs(to - from) * fraction / step));
+    }
+
+    function handleKey(event: var) {
+        const steps = {
+            [Qt.Key_Left]: -1,
+            [Qt.Key_Down]: -1,
+            [Qt.Key_Right]: 1,
+            [Qt.Key_Up]: 1,
+            [Qt.Key_PageDown]: -stepsOfRange(0.1),
+            [Qt.Key_PageUp]: stepsOfRange(0.1),
+            [Qt.Key_Home]: -stepsOfRange(1),
+            [Qt.Key_End]: stepsOfRange(1)
+        }[event.key] ?? 0;
+        event.accepted = steps !== 0;
+        if (steps !== 0)
+            moveBySteps(steps);
+    }
+
+    function handleWheel(eighthsOfDegree: real) {
+        const notch = 120;
+        hand.wheelRest += eighthsOfDegree;
+        const steps = Math.trunc(hand.wheelRest / notch);
+        hand.wheelRest -= steps * notch;
+        if (steps !== 0)
+            moveBySteps(steps);
+    }
+
+    implicitWidth: horizontal ? 200 : 24
+    implicitHeight: horizontal ? 24 : 200
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    wheelEnabled: false
+    snapMode: snapToStep ? T.Slider.SnapAlways : T.Slider.NoSnap
+    opacity: enabled ? 1 : VxTheme.disabledOpacity
+
+    Accessible.role: Accessible.Slider
+    Accessible.name: name
+    Accessible.description: valueText
+
+    background: Item {
+        Rectangle {
+            objectName: "groove"
+            anchors.centerIn: parent
+            width: slider.horizontal ? slider.availableWidth : 4
+            height: slider.horizontal ? 4 : slider.availableHeight
+            radius: 2
+            color: slider.backgroundColor
+            opacity: slider.backgroundOpacity
+        }
+        Rectangle {
+            objectName: "fill"
+            x: slider.horizontal ? slider.leftPadding : (parent.width - width) / 2
+            y: slider.horizontal ? (parent.height - height) / 2 : slider.handle.y + slider.handle.height / 2
+            width: slider.horizontal ? slider.handle.x + slider.handle.width / 2 - slider.leftPadding : 4
+            height: slider.horizontal ? 4 : slider.topPadding + slider.availableHeight - y
+            radius: 2
+            color: VxTheme.accent
+        }
+    }
+    handle: VxIcon {
+        x: slider.leftPadding + (slider.horizontal ? slider.visualPosition * (slider.availableWidth - width) : (slider.availableWidth - width) / 2)
+        y: slider.topPadding + (slider.horizontal ? (slider.availableHeight - height) / 2 : slider.visualPosition * (slider.availableHeight - height))
+        size: slider.horizontal ? 14 : 18
+        source: "icons/dot.svg"
+        scale: slider.pressed ? 1.2 : slider.hovered && slider.enabled ? 1.1 : 1
+
+        Behavior on scale {
+            NumberAnimation {
+                duration: VxTheme.hoverMs
+            }
+        }
+
+        FocusRing {
+            inner: parent.width / 2
+            visible: slider.visualFocus
+        }
+
+        VxToolTip {
+            objectName: "tooltip"
+            visible: slider.showTooltip && hand.tooltipShown
+            text: slider.valueText
+        }
+    }
+
+    WheelHandler {
+        enabled: slider.enabled
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+        orientation: Qt.Vertical
+        target: null
+        onWheel: event => slider.handleWheel(event.angleDelta.y)
+    }
+
+    Timer {
+        id: tooltipTimer
+
+        interval: 500
+        onTriggered: {
+            hand.tooltipShown = false;
+            slider.changeComplete(slider.value);
+            hand.on = false;
+        }
+    }
+
+    Accessible.onIncreaseAction: moveBySteps(1)
+    Accessible.onDecreaseAction: moveBySteps(-1)
+    Keys.onPressed: event => handleKey(event)
+    onPressedChanged: {
+        if (pressed)
+            takeHand();
+        else
+            tooltipTimer.restart();
+    }
+    onValueChanged: {
+        if (pressed)
+            takeHand();
+    }
+}

@@ -1,0 +1,59 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/* A label. With tips it has an icon behind it that shows them, under the mouse or reached by the keyboard. */
+Row {
+    id: customText
+
+    property string text: ""
+    property real textOpacity: 1
+    property int textPpixelSize: VxTheme.fontSmall
+    property string tips: ""
+    // A longer text wraps.
+    property real maximumWidth: Number.POSITIVE_INFINITY
+
+    spacing: 6
+
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
+    Accessible.description: tips
+
+    VxText {
+        objectName: "label"
+        anchors.verticalCenter: parent.verticalCenter
+        width: Math.min(Math.ceil(implicitWidth), customText.maximumWidth - (tipsIcon.visible ? tipsIcon.width + customText.spacing : 0))
+        text: customText.text
+        opacity: customText.textOpacity
+        font.pixelSize: customText.textPpixelSize
+        wrapMode: Text.Wrap
+    }
+
+    T.AbstractButton {
+        id: tipsIcon
+
+        objectName: "tipsIcon"
+        anchors.verticalCenter: parent.verticalCenter
+        implicitWidth: 16
+        implicitHeight: 16
+        visible: customText.tips !== ""
+        hoverEnabled: true
+        focusPolicy: Qt.TabFocus
+        Accessible.role: Accessible.StaticText
+        Accessible.name: customText.tips
+
+        contentItem: VxIcon {
+            source: "icons/info.svg"
+            opacity: tipsIcon.hovered || tipsIcon.visualFocus ? 1 : 0.6
+        }
+        background: FocusRing {
+            inner: 8
+            gap: 2
+            visible: tipsIcon.visualFocus
+        }
+
+        VxToolTip {
+            visible: tipsIcon.hovered || tipsIcon.visualFocus
+            text: customText.tips
+        }
+    }
+}

@@ -1,0 +1,29 @@
+import QtQuick
+
+/* The first three of the given colours from left to right; fewer repeat the last one. */
+Rectangle {
+    id: bar
+
+    required property var colors
+
+    function colorAt(index: int): color {
+        return colors[Math.min(index, colors.length - 1)] ?? "#000000";
+    }
+
+    gradient: Gradient {
+        orientation: Gradient.Horizontal
+
+        GradientStop {
+            position: 0
+            color: bar.colorAt(0)
+        }
+        GradientStop {
+            position: 0.5
+            color: bar.colorAt(1)
+        }
+        GradientStop {
+            position: 1
+            color: bar.colorAt(2)
+        }
+    }
+}

@@ -1,0 +1,130 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import MediaControls
+
+/* What the device drawer holds: the device with its picture, and its settings on pages behind tabs. */
+FocusScope {
+    id: deviceSettings
+
+    objectName: "deviceSettings"
+
+    readonly property list<string> pageNames: [qsTr("话筒"), qsTr("监听"), qsTr("灯光"), qsTr("通用")]
+    // Tab index to page index. Voxmic M40 has no lights.
+    readonly property list<int> pageMap: HIDDeviceMgr.isM40() ? [0, 1, 3] : [0, 1, 2, 3]
+    property int tabIndex: 0
+
+    signal backClicked
+
+    // By keyboard, with the first tab after the last.
+    function selectTab(index: int) {
+        tabIndex = (index + tabs.count) % tabs.count;
+        tabs.itemAt(tabIndex).forceActiveFocus(Qt.TabFocusReason);
+    }
+
+    Accessible.role: Accessible.Pane
+    Accessible.name: qsTr("设备设置")
+    Keys.onEscapePressed: backClicked()
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: 20
+        spacing: 14
+
+        RowLayout {
+            objectName: "settingsHead"
+            Layout.fillWidth: true
+            spacing: 10
+
+            CustomButton {
+                objectName: "backButton"
+                Layout.alignment: Qt.AlignTop
+                icon.source: VxConfig.iconUrl("icons/left.svg", "")
+                icon.width: 20
+                icon.height: 20
+                rotation: 180
+                focus: true
+                Accessible.name: qsTr("返回")
+                onClicked: deviceSettings.backClicked()
+            }
+            ColumnLayout {
+                Layout.fillWidth: true
+                spacing: 2
+
+                VxText {
+                    objectName: "settingsDeviceName"
+                    Layout.fillWidth: true
+                    text: HIDDeviceMgr.getDeviceName()
+                    wrapMode: Text.Wrap
+                    font.pixelSize: VxTheme.fontHeading
+                    font.bold: true
+                    Accessible.ignored: false
+                    Accessible.role: Accessible.Heading
+                    Accessible.name: text
+                }
+                VxText {
+                    objectName: "serialNumber"
+                    Layout.fillWidth: true
+                    text: "SN:" + HIDDeviceMgr.getDeviceSN() + " " + HIDDeviceMgr.getDeviceVersion()
+                    wrapMode: Text.Wrap
+                    color: VxTheme.textSecondary
+                    font.pixelSize: VxTheme.fontCaption
+                    Accessible.ignored: false
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
+                }
+            }
+        }
+
+        Image {
+            objectName: "settingsDeviceImage"
+            Layout.fillWidth: true
+            // In a low window the page below needs the room more.
+            Layout.preferredHeight: Math.max(90, Math.min(200, deviceSettings.height - 430))
+            source: VxConfig.getDeviceImage(0)
+            fillMode: Image.PreserveAspectFit
+            mipmap: true
+            Accessible.role: Accessible.Graphic
+            Accessible.name: HIDDeviceMgr.getDeviceName()
+        }
+
+        Flow {
+            objectName: "tabs"
+            Layout.fillWidth: true
+            spacing: 8
+            Accessible.role: Accessible.PageTabList
+
+            Repeater {
+                id: tabs
+
+                model: deviceSettings.pageMap
+
+                DrawerTab {
+                    required property int modelData
+                    required property int index
+
+                    objectName: "tab" + index
+                    width: Math.min(implicitWidth, parent.width)
+                    text: deviceSettings.pageNames[modelData]
+                    checked: index === deviceSettings.tabIndex
+                    onClicked: deviceSettings.tabIndex = index
+                    onMoved: step => deviceSettings.selectTab(index + step)
+                }
+            }
+        }
+
+        StackLayout {
+            objectName: "pages"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            currentIndex: deviceSettings.pageMap[deviceSettings.tabIndex] ?? 0
+
+            MicrophoneTab {}
+            MonitorTab {}
+            LightingTab {}
+            GeneralTab {}
+        }
+    }
+}

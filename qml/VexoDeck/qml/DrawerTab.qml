@@ -1,0 +1,46 @@
+import QtQuick
+import QtQuick.Templates as T
+import MediaControls
+
+/* A tab of the device drawer. The arrow keys go from one to the next; the tabulator stops at the selected one. */
+T.AbstractButton {
+    id: tab
+
+    signal moved(step: int)
+
+    implicitWidth: Math.max(60, implicitContentWidth + leftPadding + rightPadding)
+    implicitHeight: 35
+    horizontalPadding: 14
+    checkable: true
+    autoExclusive: true
+    hoverEnabled: true
+    focusPolicy: checked || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
+
+    Accessible.role: Accessible.PageTab
+    Accessible.name: text
+    Accessible.selected: checked
+
+    contentItem: VxText {
+        text: tab.text
+        horizontalAlignment: Text.AlignHCenter
+        elide: Text.ElideRight
+        opacity: tab.checked ? 1 : tab.hovered ? 0.6 : 0.3
+
+        Behavior on opacity {
+            NumberAnimation {
+                duration: VxTheme.hoverMs
+            }
+        }
+    }
+    background: Rectangle {
+        radius: VxTheme.radiusSmall
+        color: tab.checked ? VxTheme.accent : "transparent"
+
+        FocusRing {
+            visible: tab.visualFocus
+        }
+    }
+
+    Keys.onLeftPressed: moved(-1)
+    Keys.onRightPressed: moved(1)
+}

@@ -1,0 +1,96 @@
+import QtQuick
+import MediaControls
+
+/* The microphone's input: gain, automatic gain, mute and phantom power. */
+SettingsSection {
+    id: microphoneInput
+
+    readonly property bool isR2: HIDDeviceMgr.isR2()
+    readonly property string autoGainText: qsTr("自动增益")
+    readonly property string autoGainTips: qsTr("开启后，话筒音量将自动调节至最佳增益。")
+
+    // The lowest step is 1%, the highest 100%.
+    function gainText(step: int): string {
+        return Math.round((step - ConfigMgr.auto_gain_min) * 99 / ConfigMgr.auto_gain_count + 1) + "%";
+    }
+
+    function sendSwitch(attribute: int, on: bool) {
+        HIDDeviceMgr.sendMessage(attribute, [on ? 1 : 0]);
+    }
+
+    function handleGainMoved() {
+        const gain = autoGainSlider.step;
+        if (ConfigMgr.getValue(ConfigMgr.keys.auto_gain) !== gain) {
+            ConfigMgr.setValue(ConfigMgr.keys.auto_gain, gain);
+            MessageBus.publishUpdateMicGainLevel(gain);
+        }
+        if (autoGainSlider.isManually)
+            HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.mic_gain, [gain]);
+    }
+
+    title: isR2 ? qsTr("XLR输入") : qsTr("话筒")
+    minimumCardHeight: isR2 ? 220 : 180
+
+    StepSliderBlock {
+        id: autoGainSlider
+
+        sliderName: "autoGainSlider"
+        text: qsTr("增益")
+        tips: qsTr("提高增益，避免声音过小。\n降低增益，避免声音失真。")
+        key: ConfigMgr.keys.auto_gain
+        from: ConfigMgr.auto_gain_min
+        to: ConfigMgr.auto_gain_max
+        valueTextOf: step => microphoneInput.gainText(step)
+        onMoved: microphoneInput.handleGainMoved()
+
+        MessageListener {
+            messageTypes: [MessageBus.messageTypes.UPDATE_MIC_GAIN_LEVEL]
+            onMessage: () => {
+                if (!autoGainSlider.isManually)
+                    autoGainSlider.readValue();
+            }
+        }
+    }
+
+    SwitchRow {
+        objectName: "autoGainSwitch"
+        visible: !microphoneInput.isR2
+        text: microphoneInput.autoGainText
+        tips: microphoneInput.autoGainTips
+        key: ConfigMgr.keys.auto_gain_on
+        topic: MessageBus.messageTypes.UPDATE_AUTO_GAIN_ON
+        onToggled: checked => microphoneInput.sendSwitch(HIDDeviceMgr.attrs.auto_gain_on, checked)
+    }
+
+    SettingRow {
+        objectName: "autoGainMeasurement"
+        visible: microphoneInput.isR2
+        text: microphoneInput.autoGainText
+        tips: microphoneInput.autoGainTips
+
+        BwButton {
+            objectName: "autoGainButton"
+            anchors.verticalCenter: parent.verticalCenter
+            text: qsTr("开始检测")
+            Accessible.description: microphoneInput.autoGainText
+            onClicked: MessageBus.publishUpdateAutoGain(true)
+        }
+    }
+
+    SwitchRow {
+        objectName: "muteSwitch"
+        text: qsTr("静音")
+        key: ConfigMgr.keys.device_mute
+        topic: MessageBus.messageTypes.MUTE_STATE
+        onToggled: checked => microphoneInput.sendSwitch(HIDDeviceMgr.attrs.mute, checked)
+    }
+
+    SwitchRow {
+        objectName: "phantomSwitch"
+        visible: microphoneInput.isR2
+        text: qsTr("48V幻象电源")
+        key: ConfigMgr.keys.device_phantom
+        topic: MessageBus.messageTypes.POWER_STATE
+        onToggled: checked => microphoneInput.sendSwitch(HIDDeviceMgr.attrs.power, checked)
+    }
+}

@@ -1,0 +1,59 @@
+import QtQuick
+
+/* The button of the title bar that opens the main window's menu. */
+TitleBarButton {
+    id: moreButton
+
+    property bool macStyle: false
+
+    objectName: "moreButton"
+    implicitWidth: 30
+    name: qsTr("更多")
+    icon.source: VxConfig.iconUrl("icons/more.svg", "")
+    checked: morePopup.opened
+    onClicked: {
+        if (morePopup.visible) {
+            morePopup.close();
+            return;
+        }
+        morePopup.byKeyboard = visualFocus;
+        morePopup.open();
+    }
+
+    Accessible.role: Accessible.ButtonMenu
+
+    MorePopup {
+        id: morePopup
+
+        // The focus was seen on the button: it shall be seen on the rows, and on the button again.
+        property bool byKeyboard: false
+
+        macStyle: moreButton.macStyle
+        // None of the rows has its window or service yet.
+        rows: [
+            {
+                text: qsTr("帮助"),
+                icon: VxConfig.iconUrl("icons/bz.svg", ""),
+                action: null
+            },
+            {
+                text: qsTr("客服"),
+                icon: VxConfig.iconUrl("icons/kf.svg", ""),
+                action: null
+            },
+            {
+                text: qsTr("设置"),
+                icon: VxConfig.iconUrl("icons/sz.svg", ""),
+                action: null
+            }
+        ]
+        onOpened: {
+            if (byKeyboard)
+                focusRow(0, 1);
+        }
+        onClosed: {
+            if (byKeyboard && moreButton.activeFocus)
+                moreButton.focusReason = Qt.TabFocusReason;
+        }
+    }
+}

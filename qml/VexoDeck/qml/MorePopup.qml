@@ -1,0 +1,108 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Templates as T
+import MediaControls
+
+/* The main window's menu, under its button. A row without an action cannot be chosen. */
+T.Popup {
+    id: morePopup
+
+    objectName: "morePopup"
+
+    // The button stands at the right on macOS, else at the left.
+    property bool macStyle: false
+    // text, icon and action (a function or null) of each row.
+    property list<var> rows: []
+
+    // Room for the longest row of each language.
+    function widthFor(languageCode: string): int {
+        switch (languageCode) {
+        case "ja_JP":
+            return 150;
+        case "it_IT":
+        case "fr_FR":
+        case "de_DE":
+        case "en_US":
+            return 180;
+        case "es_ES":
+            return 190;
+        case "ru_RU":
+            return 220;
+        default:
+            return 110;
+        }
+    }
+
+    // Gives the focus to the next row that can be chosen, from an index on, in steps of 1 or -1.
+    function focusRow(from: int, step: int) {
+        for (let count = 0; count < repeater.count; count++) {
+            const row = repeater.itemAt((from + count * step + repeater.count) % repeater.count);
+            if (row.enabled) {
+                row.forceActiveFocus(step > 0 ? Qt.TabFocusReason : Qt.BacktabFocusReason);
+                return;
+            }
+        }
+    }
+
+    x: macStyle ? 30 - width : 0
+    y: 30
+    width: widthFor("zh_CN")
+    implicitHeight: contentHeight + topPadding + bottomPadding
+    padding: 5
+    modal: false
+    focus: true
+    closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent
+
+    background: Rectangle {
+        radius: VxTheme.radiusPanel
+        color: VxTheme.popup
+        border.width: 1
+        border.color: VxTheme.unselected
+    }
+    contentItem: Column {
+        spacing: 2
+        Accessible.role: Accessible.PopupMenu
+        Accessible.name: qsTr("更多")
+
+        Repeater {
+            id: repeater
+
+            model: morePopup.rows
+
+            MorePopupRow {
+                required property var modelData
+                required property int index
+
+                objectName: "morePopupRow" + index
+                width: morePopup.availableWidth
+                text: modelData.text
+                icon.source: modelData.icon
+                enabled: Boolean(modelData.action)
+                onClicked: {
+                    morePopup.close();
+                    modelData.action();
+                }
+                Keys.onDownPressed: morePopup.focusRow(index + 1, 1)
+                Keys.onUpPressed: morePopup.focusRow(index - 1, -1)
+            }
+        }
+    }
+    enter: Transition {
+        NumberAnimation {
+            property: "opacity"
+            from: 0
+            to: 1
+            duration: VxTheme.hoverMs
+            easing.type: VxTheme.easing
+        }
+    }
+    exit: Transition {
+        NumberAnimation {
+            property: "opacity"
+            to: 0
+            duration: VxTheme.hoverMs
+            easing.type: VxTheme.easing
+        }
+    }
+}

@@ -1,0 +1,64 @@
+import QtQuick
+import MediaControls
+
+/* A slider of whole steps under its name and its value. */
+Column {
+    id: block
+
+    required property string text
+    property string tips: ""
+    required property string key
+    required property int from
+    required property int to
+    // function (step) that gives the text of a step
+    required property var valueTextOf
+    readonly property alias step: slider.step
+    readonly property alias isManually: slider.isManually
+    property string sliderName: "slider"
+
+    // The user's hand has moved the slider.
+    signal moved
+    // The user's hand let go 500 ms ago.
+    signal changeComplete
+
+    function readValue() {
+        slider.readValue();
+    }
+
+    function writeValue() {
+        slider.writeValue();
+    }
+
+    width: parent?.width ?? 0
+
+    SettingRow {
+        minimumHeight: 36
+        text: block.text
+        tips: block.tips
+
+        VxText {
+            objectName: "value"
+            anchors.verticalCenter: parent.verticalCenter
+            text: slider.valueText
+            color: VxTheme.textSecondary
+        }
+    }
+
+    StepSlider {
+        id: slider
+
+        objectName: block.sliderName
+        width: parent.width
+        height: 32
+        key: block.key
+        from: block.from
+        to: block.to
+        name: block.text
+        formatedValueFunc: value => {
+            const textOf = block.valueTextOf;
+            return textOf(Math.round(value));
+        }
+        onMoved: block.moved()
+        onChangeComplete: block.changeComplete()
+    }
+}

@@ -1,0 +1,79 @@
+import QtQuick
+import QtQuick.Templates as T
+import MediaControls
+
+/* One of several tiles of which one is selected: a text, with an icon above it where one is given. */
+T.AbstractButton {
+    id: tile
+
+    required property bool selected
+
+    function fillColor(): color {
+        if (selected)
+            return down ? VxTheme.accentPressed : hovered ? VxTheme.accentHover : VxTheme.accent;
+        return hovered && !down ? VxTheme.unselectedHover : VxTheme.unselected;
+    }
+
+    padding: 3
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+
+    Accessible.role: Accessible.RadioButton
+    Accessible.name: text
+    Accessible.checkable: true
+    Accessible.checked: selected
+
+    contentItem: Item {
+        Column {
+            anchors.verticalCenter: parent.verticalCenter
+            width: parent.width
+            spacing: 3
+
+            VxIcon {
+                anchors.horizontalCenter: parent.horizontalCenter
+                visible: source.toString() !== ""
+                size: 24
+                source: tile.icon.source
+            }
+
+            VxText {
+                id: label
+
+                objectName: "label"
+                width: parent.width
+                text: tile.text
+                font.pixelSize: VxTheme.fontCaption
+                // A long text first gets smaller, then two lines.
+                fontSizeMode: Text.HorizontalFit
+                minimumPixelSize: 9
+                wrapMode: Text.WordWrap
+                maximumLineCount: 2
+                elide: Text.ElideRight
+                horizontalAlignment: Text.AlignHCenter
+            }
+        }
+    }
+    background: Rectangle {
+        radius: VxTheme.radiusSmall
+        color: tile.fillColor()
+
+        Behavior on color {
+            ColorAnimation {
+                duration: VxTheme.hoverMs
+            }
+        }
+
+        FocusRing {
+            gap: 2
+            visible: tile.visualFocus
+        }
+    }
+
+    VxToolTip {
+        visible: label.truncated && (tile.hovered || tile.visualFocus)
+        text: tile.text
+    }
+
+    Keys.onReturnPressed: click()
+    Keys.onEnterPressed: click()
+}

@@ -1,0 +1,41 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+
+/* A row of tiles of equal width, one of which is selected. The selection follows the index alone. */
+Row {
+    id: tileRow
+
+    // Maps with "text" and, where there is one, "icon".
+    required property list<var> tiles
+    property int selectIndex: -1
+    property int tileHeight: 60
+    // For a screen reader.
+    property string name: ""
+
+    // The user has chosen a tile.
+    signal chosen(index: int)
+
+    width: parent?.width ?? 0
+    spacing: 8
+
+    Accessible.role: Accessible.Grouping
+    Accessible.name: name
+
+    Repeater {
+        model: tileRow.tiles
+
+        TileButton {
+            required property var modelData
+            required property int index
+
+            objectName: "tile" + index
+            width: (tileRow.width - (tileRow.tiles.length - 1) * tileRow.spacing) / tileRow.tiles.length
+            height: tileRow.tileHeight
+            text: modelData.text
+            icon.source: modelData.icon ?? ""
+            selected: index === tileRow.selectIndex
+            onClicked: tileRow.chosen(index)
+        }
+    }
+}

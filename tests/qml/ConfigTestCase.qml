@@ -1,0 +1,86 @@
+import MediaControls
+import VexoDeckHIDHotplug
+import VexoDeckSettings
+import VexoDeckTest
+
+/* A test case that starts each test with no device, an empty store and its settings loaded as on Linux. */
+LoggedTestCase {
+    id: testCase
+
+    // The device information of each model.
+    readonly property var mixdeskR2: ({
+            dpid: 0x9829,
+            pid: 1,
+            vid: 2,
+            name: "VEXO Mixdesk R2",
+            sn: "VX24A0117",
+            version: "V1.04"
+        })
+    readonly property var voxmicM40: Object.assign({}, mixdeskR2, {
+        dpid: 0x1396,
+        name: "VEXO Voxmic M40"
+    })
+    readonly property var voxmicT40: Object.assign({}, mixdeskR2, {
+        dpid: 0x1397,
+        name: "VEXO Voxmic T40"
+    })
+
+    function init() {
+        initConfig();
+    }
+
+    // For test cases that have more to set up.
+    function initConfig() {
+        TestLog.begin();
+        connectDevice({});
+        SettingsManager.clear();
+        loadOn("linux");
+        TestLog.begin();
+    }
+
+    function connectDevice(info) {
+        HIDHotplugManager.deviceConnected(info, true);
+    }
+
+    // What the settings are when the program starts anew on a platform.
+    function startOn(platformName) {
+        StoreFile.restart();
+        loadOn(platformName);
+    }
+
+    function startWith(lines, platformName) {
+        StoreFile.replace(lines);
+        loadOn(platformName);
+    }
+
+    function loadOn(platformName) {
+        ConfigMgr.platformName = platformName;
+        ConfigMgr.loadAllSettings();
+    }
+
+    // The stored value as a new start finds it, undefined for an absent key.
+    function stored(key) {
+        StoreFile.restart();
+        return SettingsManager.getValue(key);
+    }
+
+    function storedList(key) {
+        StoreFile.restart();
+        return Array.from(SettingsManager.getStringList(key));
+    }
+
+    // compare() takes 1 and "1" for different, but a list of the engine and an array for different, too.
+    function compareList(actual, expected) {
+        compare(Array.from(actual), expected);
+    }
+
+    // The text of the script error that the call raises; fails when it raises none.
+    function errorOf(call) {
+        try {
+            call();
+        } catch (error) {
+            return String(error);
+        }
+        fail("no script error");
+    }
+}

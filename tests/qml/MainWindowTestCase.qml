@@ -1,0 +1,98 @@
+import QtQuick
+import QtQuick.Controls
+import MediaControls
+import VexoDeck
+import VexoDeckHIDHotplug
+
+/* A test case with the main window, made anew for each test, and ways to its pages. */
+ConfigTestCase {
+    id: testCase
+
+    property Main window: null
+    property StackView stackView: null
+
+    readonly property Component mainComponent: Component {
+        Main {}
+    }
+
+    function init() {
+        initConfig();
+        HIDHotplugManager.deviceConnected({}, false);
+        // Writes that wait for the next flush are no business of the next test.
+        HIDDeviceMgr.messageCache = {};
+        HIDHotplugManager.clearCalls();
+        openWindow();
+    }
+
+    function openWindow(properties) {
+        window = createTemporaryObject(mainComponent, testCase, properties ?? {});
+        tryCompare(window, "opacity", 1);
+        stackView = child("stackView");
+    }
+
+    function child(name) {
+        return findChild(window.contentItem, name);
+    }
+
+    function loseDevice() {
+        HIDHotplugManager.deviceConnected(HIDDeviceMgr.deviceInfo, false);
+        tryCompare(stackView, "busy", false);
+    }
+
+    // From the waiting page to the working screen of a model. Gives the new page.
+    function openMainLayout(info) {
+        connectDevice(info);
+        tryCompare(child("startButton"), "visible", true);
+        mouseClick(child("startButton"));
+        compare(stackView.depth, 2);
+        tryCompare(stackView, "busy", false);
+        return stackView.currentItem;
+    }
+
+    function openDrawer(info) {
+        const layout = openMainLayout(info);
+        mouseClick(child("deviceSettingsButton"));
+        tryCompare(child("deviceSettingsDrawer"), "width", 450);
+        return layout;
+    }
+
+    function activateWindow() {
+        window.requestActivate();
+        tryCompare(window, "active", true);
+    }
+
+    function compareWaiting() {
+        tryCompare(child("startButton"), "visible", false);
+        compare(child("status").visible, false);
+        compare(child("description").visible, true);
+        tryCompare(child("title"), "text", "连接你的 VEXO 设备");
+    }
+
+    // The names of the calls that the documents made at the device manager.
+    function callsNamed(name) {
+        return HIDHotplugManager.calls.filter(call => call.name === name);
+    }
+
+    // Waits for the layout to settle.
+    function verifyNoClippedTexts(root) {
+        const start = Date.now();
+        while (clippedTexts(root).length > 0 && Date.now() < start + 1000)
+            wait(20);
+        compare(clippedTexts(root), []);
+    }
+
+    // Texts inside an item that are cut off or stand outside of it.
+    function clippedTexts(root) {
+        return textsIn(root).filter(label => {
+            const end = label.mapToItem(root, label.width, label.height);
+            const begin = label.mapToItem(root, 0, 0);
+            const inside = begin.x >= 0 && begin.y >= 0 && end.x <= root.width && end.y <= root.height;
+            return label.truncated || label.contentWidth > label.width + 0.5 || label.contentHeight > label.height + 0.5 || !inside;
+        }).map(label => label.text);
+    }
+
+    function textsIn(item) {
+        const found = item.visible && item.text && item.contentWidth !== undefined && item.truncated !== undefined ? [item] : [];
+        return Array.from(item.children).filter(part => part.visible).reduce((texts, part) => texts.concat(textsIn(part)), found);
+    }
+}

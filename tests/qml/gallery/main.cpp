@@ -1,0 +1,122 @@
+// Shows every control of the library, in every state:
+//     vexo_control_gallery              a window to try them in
+//     vexo_control_gallery --save FILE  writes a picture, as in docs/pictures/control-gallery.png
+// Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
+
+#include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/StoreFile.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QImage>
+#include <QPainter>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QStyleHints>
+#include <QtTest/qtestmouse.h>
+
+#include <cstdio>
+
+namespace {
+
+// Longer than any transition of a control.
+constexpr int kSettleMs = 350;
+
+void settle() {
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < kSettleMs)
+        QGuiApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+}
+
+// The cells of the document that want to be shown in a pose.
+QList<QQuickItem*> posedCells(QQuickItem* item) {
+    QList<QQuickItem*> cells;
+    if (!item->property("pose").toString().isEmpty())
+        cells.append(item);
+    for (QQuickItem* child : item->childItems())
+        cells.append(posedCells(child));
+    return cells;
+}
+
+// Brings the control of a cell into its pose as a user would.
+void takePose(QQuickWindow& window, const QQuickItem& cell, const QString& pose) {
+    auto* control = cell.property("control").value<QQuickItem*>();
+    const bool right = cell.property("anchor").toInt() == Qt::AlignRight;
+    const QPointF place = right ? QPointF(control->width() - 8, control->height() / 2)
+                                : QPointF(control->width() / 2, control->height() / 2);
+    const QPoint point = control->mapToScene(place).toPoint();
+    if (pose == "focus") {
+        control->forceActiveFocus(Qt::TabFocusReason);
+        return;
+    }
+    QTest::mouseMove(&window, point);
+    if (pose == "press")
+        QTest::mousePress(&window, Qt::LeftButton, Qt::NoModifier, point);
+    else if (pose == "open")
+        QTest::mouseClick(&window, Qt::LeftButton, Qt::NoModifier, point);
+}
+
+// A release at another place is no click.
+void leavePose(QQuickWindow& window, const QString& pose) {
+    const QPoint aside(2, window.height() - 2);
+    QTest::mouseMove(&window, aside);
+    if (pose == "press")
+        QTest::mouseRelease(&window, Qt::LeftButton, Qt::NoModifier, aside);
+    else if (pose == "open")
+        QTest::mouseClick(&window, Qt::LeftButton, Qt::NoModifier, aside);
+    window.contentItem()->forceActiveFocus(Qt::OtherFocusReason);
+}
+
+// One picture of the window with each posed cell in its pose, which a real mouse could give to one only.
+QImage draw(QQuickWindow& window) {
+    settle();
+    // The first frame of a program takes its time.
+    settle();
+    settle();
+    QImage picture = window.grabWindow();
+    const qreal ratio = picture.devicePixelRatio();
+    for (QQuickItem* cell : posedCells(window.contentItem())) {
+        const QString pose = cell->property("pose").toString();
+        takePose(window, *cell, pose);
+        settle();
+        const QRectF area(cell->mapToScene(QPointF(0, 0)), cell->size());
+        const QImage posed = window.grabWindow();
+        QPainter painter(&picture);
+        painter.drawImage(area, posed, QRectF(area.topLeft() * ratio, area.size() * ratio));
+        painter.end();
+        leavePose(window, pose);
+        settle();
+    }
+    return picture;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QGuiApplication application(argc, argv);
+    const QStringList arguments = QGuiApplication::arguments();
+    const bool saving = arguments.size() == 3 && arguments[1] == "--save";
+    if (arguments.size() > 1 && !saving) {
+        std::fprintf(stderr, "usage: vexo_control_gallery [--save FILE]\n");
+        return 2;
+    }
+    QQuickStyle::setStyle("Material");
+    QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
+    registerFakeHIDHotplugManager();
+    registerTemporarySettings();
+
+    QQmlApplicationEngine engine;
+    engine.load(QUrl::fromLocalFile(VEXO_GALLERY_DIR "/Gallery.qml"));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+    if (!saving)
+        return QGuiApplication::exec();
+
+    auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
+    const bool saved = draw(*window).save(arguments[2]);
+    std::printf("%s %s\n", saved ? "saved" : "could not save", qPrintable(arguments[2]));
+    return saved ? 0 : 1;
+}

@@ -1,0 +1,212 @@
+import QtQuick
+import QtTest
+import MediaControls
+import VexoDeckTest
+
+Item {
+    id: page
+
+    width: 400
+    height: 200
+
+    Component {
+        id: checkComponent
+
+        CustomCheckBox {
+            text: "自动安装最新版本"
+        }
+    }
+
+    Component {
+        id: radiosComponent
+
+        Column {
+            CustomRadioButton {
+                objectName: "first"
+                text: "App"
+                checked: true
+            }
+            CustomRadioButton {
+                objectName: "second"
+                text: "URL"
+            }
+        }
+    }
+
+    Component {
+        id: switchComponent
+
+        SwitchBox {
+            x: 20
+            y: 20
+            name: "静音"
+        }
+    }
+
+    SignalSpy {
+        id: toggledSpy
+
+        signalName: "toggled"
+    }
+
+    SignalSpy {
+        id: checkedSpy
+
+        signalName: "checkedChanged"
+    }
+
+    LoggedTestCase {
+        name: "Choices"
+
+        function create(component, properties) {
+            const control = createTemporaryObject(component, page, properties ?? {});
+            for (const spy of [toggledSpy, checkedSpy]) {
+                spy.target = component === radiosComponent ? null : control;
+                spy.clear();
+            }
+            return control;
+        }
+
+        function test_a_check_box_is_blue_with_a_tick_when_ticked() {
+            const box = create(checkComponent);
+            compare(box.indicator.width, 16);
+            compare(box.indicator.height, 16);
+            compare(box.indicator.radius, 4);
+            const tick = findChild(box.indicator, "tick");
+            compare(tick.visible, false);
+            box.checked = true;
+            compare(box.indicator.color, "#0a59f7");
+            compare(tick.visible, true);
+            verify(String(tick.source).endsWith("icons/select.svg"));
+        }
+
+        function test_a_check_box_is_ticked_by_mouse_and_keyboard() {
+            const box = create(checkComponent);
+            mouseClick(box);
+            compare(box.checked, true);
+            box.forceActiveFocus(Qt.TabFocusReason);
+            keyClick(Qt.Key_Space);
+            compare(box.checked, false);
+            keyClick(Qt.Key_Return);
+            compare(box.checked, true);
+            compare(toggledSpy.count, 3);
+        }
+
+        function test_the_label_of_a_check_box_wraps() {
+            const box = create(checkComponent, {
+                width: 120,
+                text: "Automatisch die neueste Version installieren, sobald sie bereitsteht"
+            });
+            verify(box.contentItem.lineCount > 1);
+            verify(!box.contentItem.truncated);
+            verify(box.height >= box.contentItem.contentHeight);
+        }
+
+        function test_a_radio_button_has_a_white_outline_and_a_white_dot_of_10_when_checked() {
+            const first = findChild(create(radiosComponent), "first");
+            compare(first.indicator.width, 16);
+            compare(first.indicator.radius, 8);
+            compare(first.indicator.border.color, "#ffffff");
+            const dot = findChild(first.indicator, "dot");
+            compare(dot.width, 10);
+            compare(dot.color, "#ffffff");
+            compare(dot.visible, true);
+            first.checked = false;
+            compare(dot.visible, false);
+        }
+
+        function test_one_radio_button_of_a_group_is_checked() {
+            const radios = create(radiosComponent);
+            const first = findChild(radios, "first");
+            const second = findChild(radios, "second");
+            mouseClick(second);
+            compare(second.checked, true);
+            compare(first.checked, false);
+            first.forceActiveFocus(Qt.TabFocusReason);
+            keyClick(Qt.Key_Space);
+            compare(first.checked, true);
+            compare(second.checked, false);
+        }
+
+        function test_choices_have_roles_and_names_for_a_screen_reader() {
+            const box = create(checkComponent);
+            compare(box.Accessible.role, Accessible.CheckBox);
+            compare(box.Accessible.name, "自动安装最新版本");
+            const first = findChild(create(radiosComponent), "first");
+            compare(first.Accessible.role, Accessible.RadioButton);
+            compare(first.Accessible.name, "App");
+        }
+
+        function test_a_switch_box_is_30_by_16_and_off() {
+            const box = create(switchComponent);
+            compare(box.width, 30);
+            compare(box.height, 16);
+            compare(box.radius, 8);
+            compare(box.checked, false);
+            compare(box.color, "#404040");
+        }
+
+        function test_a_switch_box_written_by_a_program_does_not_emit_toggled() {
+            const box = create(switchComponent);
+            mouseMove(page, page.width - 1, page.height - 1);
+            box.checked = true;
+            compare(checkedSpy.count, 1);
+            compare(toggledSpy.count, 0);
+            tryCompare(box, "color", "#0075ff");
+        }
+
+        function test_a_click_flips_checked_and_then_emits_toggled() {
+            const box = create(switchComponent);
+            const order = [];
+            box.checkedChanged.connect(() => order.push("checkedChanged"));
+            box.toggled.connect(checked => order.push("toggled " + checked + " " + box.checked));
+            mouseClick(box);
+            mouseClick(box);
+            compare(order, ["checkedChanged", "toggled true true", "checkedChanged", "toggled false false"]);
+        }
+
+        function test_the_thumb_of_a_switch_box_moves_in_200_ms() {
+            const box = create(switchComponent);
+            const thumb = findChild(box, "thumb");
+            const off = thumb.x;
+            compare(off, 2);
+            const started = Date.now();
+            box.checked = true;
+            verify(thumb.x < 16, "it moves, it does not jump");
+            tryCompare(thumb, "x", 16);
+            const took = Date.now() - started;
+            verify(took >= 150, took + " ms");
+        }
+
+        function test_a_switch_box_is_flipped_by_the_keyboard() {
+            const box = create(switchComponent);
+            compare(box.activeFocusOnTab, true);
+            box.forceActiveFocus(Qt.TabFocusReason);
+            compare(findChild(box, "focusRing").visible, true);
+            keyClick(Qt.Key_Space);
+            compare(box.checked, true);
+            keyClick(Qt.Key_Return);
+            compare(box.checked, false);
+            compare(toggledSpy.count, 2);
+        }
+
+        function test_a_disabled_switch_box_keeps_its_state() {
+            const box = create(switchComponent, {
+                enabled: false
+            });
+            mouseClick(box);
+            compare(box.checked, false);
+            compare(toggledSpy.count, 0);
+        }
+
+        function test_a_screen_reader_can_flip_a_switch_box() {
+            const box = create(switchComponent);
+            compare(box.Accessible.role, Accessible.CheckBox);
+            compare(box.Accessible.name, "静音");
+            compare(box.Accessible.checkable, true);
+            box.Accessible.toggleAction();
+            compare(box.Accessible.checked, true);
+            compare(toggledSpy.count, 1);
+        }
+    }
+}

@@ -1,0 +1,84 @@
+"""The working screen against the virtual devices: menu, device drawer, and the way back when the device goes."""
+
+import unittest
+
+from system_case import CONNECTED, START_BUTTON, WAITING_TITLE, SystemCase
+
+SETTINGS_BUTTON = "设备设置"
+BACK_BUTTON = "返回"
+
+
+class MainLayout(SystemCase):
+    plugged = True
+    tabs = ["话筒", "监听", "灯光", "通用"]
+
+    def shown_tabs(self):
+        return [control for control in self.stage.controls()
+                if control["role"] == "page tab" and "showing" in control["states"]]
+
+    def selected_tabs(self):
+        return [tab["name"] for tab in self.shown_tabs() if "selected" in tab["states"]]
+
+    def open_drawer(self):
+        self.stage.wait_text(CONNECTED)
+        self.stage.click(START_BUTTON, "button")
+        # Also waits for the end of the fade: a control of the page below does not show any more.
+        self.stage.wait_no_text(START_BUTTON, "button")
+        self.assertEqual(self.shown_tabs(), [])
+        self.stage.click(SETTINGS_BUTTON, "button")
+        self.stage.wait_text(BACK_BUTTON, "button")
+
+    def check_model(self):
+        program = self.start()
+        self.open_drawer()
+        self.assertEqual([tab["name"] for tab in self.shown_tabs()], self.tabs)
+        self.assertEqual(self.selected_tabs(), self.tabs[:1])
+        self.stage.steady_screenshot(self.stage.folder / "drawer.png")
+        self.stage.click(self.tabs[-1], "page tab")
+        self.assertEqual(self.selected_tabs(), self.tabs[-1:])
+
+        self.stage.emulator("unplug")
+        self.stage.wait_text(WAITING_TITLE)
+        self.stage.wait_no_text(BACK_BUTTON, "button")
+        self.stage.emulator("plug")
+        self.open_drawer()
+        self.assertEqual(self.selected_tabs(), self.tabs[:1])
+
+        self.stage.xdotool("key", "Escape")
+        self.stage.wait_no_text(BACK_BUTTON, "button")
+        self.stage.wait_text(SETTINGS_BUTTON, "button")
+        self.assertEqual(self.quit(program), 0)
+
+
+class MixdeskR2(MainLayout):
+    def test_drawer_opens_and_is_closed_again_after_a_reconnection(self):
+        self.check_model()
+
+    def test_menu_closes_on_escape_and_on_a_press_outside(self):
+        self.start()
+        self.stage.wait_text(CONNECTED)
+        for close in (["key", "Escape"], ["mousemove", 700, 700, "click", 1]):
+            self.stage.click("更多")
+            for row in ("帮助", "客服", "设置"):
+                self.assertNotIn("enabled", self.stage.wait_text(row, "menu item")["states"])
+            self.stage.xdotool(*close)
+            self.stage.wait_no_text("帮助", "menu item")
+
+
+class VoxmicM40(MainLayout):
+    models = ("m40",)
+    tabs = ["话筒", "监听", "通用"]
+
+    def test_drawer_opens_and_is_closed_again_after_a_reconnection(self):
+        self.check_model()
+
+
+class VoxmicT40(MainLayout):
+    models = ("t40",)
+
+    def test_drawer_opens_and_is_closed_again_after_a_reconnection(self):
+        self.check_model()
+
+
+if __name__ == "__main__":
+    unittest.main()
