@@ -1,0 +1,109 @@
+#pragma once
+
+// The meeting point of the audio path. Producers (the captures of applications, and the capture service with
+// a stream index in the place of a process id) hand in packets of any format; they become 48000 Hz stereo
+// float, are measured, and are kept in rings per source and bus. Consumers (the render threads) ask for a
+// stretch of mixed, limited samples. The level thread reads the meters.
+//
+// Samples are written without a lock. One mutex guards the map of rings; consumers hold it for the mix of one
+// block, producers for a look-up. The record store's mutex is taken inside it, never the other way round.
+//
+// mixBus() and mixSolo() neither allocate nor log and make no system call but those of the two mutexes.
+// addInputData() allocates at the first packet of a source and where a packet is larger than any before it on
+// the calling thread.
+
+#include "platform/routerAudio/AppAudioConfig.h"
+#include "platform/routerAudio/InputBuffer.h"
+#include "platform/routerAudio/WaveFormat.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+class AppAudioConfigStore;
+
+class PerAppInputBuffers {
+public:
+    using InputBuffer = ::InputBuffer;
+
+    /// The buffers of the process, over the store of the process; made at first use and alive to its end.
+    static PerAppInputBuffers& instance();
+
+    /// Reads its records from `store`, which outlives it.
+    explicit PerAppInputBuffers(AppAudioConfigStore& store);
+    PerAppInputBuffers(const PerAppInputBuffers&) = delete;
+    PerAppInputBuffers& operator=(const PerAppInputBuffers&) = delete;
+
+    /// Takes one packet of a source: `byteCount` bytes at `data`, as `format` says. Dropped when the source
+    /// has no active record. A packet of unknown format is silent; one without channels or frames is nothing;
+    /// one whose rate gives no frames is logged and dropped. Any number of threads, each with its own
+    /// sources.
+    void addInputData(std::uint32_t processID, const void* data, std::uint32_t byteCount,
+                      const WaveFormat& format);
+
+    /// Brings the bus meters up to date with those of the sources. Producers, after each packet.
+    void updateBusLevels();
+
+    /// Writes `frames` frames of the bus (1 or 2; any other has no sources) to `output`, interleaved left and
+    /// right: the sum of its sources, times the master's gain, limited to -1.0 ... 1.0. A source that runs
+    /// short is missing from the rest. The bus's render thread.
+    void mixBus(float* output, std::uint32_t frames, std::uint32_t bus);
+
+    /// The same for Solo: all of Bus 1 if its master record says solo, else all of Bus 2 if its does, else
+    /// the sources that carry solo. Solo's render thread.
+    void mixSolo(float* output, std::uint32_t frames);
+
+    /// The larger of the source's two meters, 0.0 for a ring that does not exist. Any thread.
+    [[nodiscard]] StereoLevel getProcessLevels(std::uint32_t processID) const;
+    /// As of the last updateBusLevels(), not clamped: several loud sources exceed 1.0. Any thread.
+    [[nodiscard]] StereoLevel getBus1Levels() const;
+    [[nodiscard]] StereoLevel getBus2Levels() const;
+
+    /// The ids that have rings. Any thread.
+    [[nodiscard]] std::set<std::uint32_t> collectProcessIds() const;
+
+    /// Empties the rings of a source, which stay in the map. The source's capture has stopped; one that has
+    /// not may leave a few of its frames behind. Any thread.
+    void resetProcessBuffers(std::uint32_t processID);
+
+    /// The ring of a source on a bus, made when there is none. Any thread but a render callback.
+    [[nodiscard]] std::shared_ptr<InputBuffer> getInputBuffer(std::uint32_t processID, std::uint32_t bus);
+
+    /// Forgets all rings: the end of routing. The solo ring and the bus meters stay as they are.
+    void clear();
+
+private:
+    using RingMap = std::map<std::string, std::shared_ptr<InputBuffer>>;
+    // A ring of one bus, with its key in the map.
+    struct BusRing {
+        const std::string* key;
+        InputBuffer* ring;
+    };
+    using BusRings = std::vector<BusRing>;
+    struct BusLevel {
+        std::atomic<float> left{0.0f};
+        std::atomic<float> right{0.0f};
+    };
+
+    [[nodiscard]] InputBuffer* find(std::uint32_t processID, std::uint32_t bus) const;
+    [[nodiscard]] std::pair<std::shared_ptr<InputBuffer>, std::shared_ptr<InputBuffer>>
+    ringsOf(std::uint32_t processID);
+    void insert(RingMap& prepared);
+    void addBus(const BusRings& busRings, std::atomic<std::uint32_t> InputBuffer::* readPosition,
+                float* output, std::uint32_t frames, float gain, bool scaled) const;
+
+    AppAudioConfigStore& store;
+    mutable std::mutex mutex;
+    RingMap rings;                                 // by "{processID}:{bus}"
+    std::array<BusRings, 2> ringsByBus;            // of Bus 1 and Bus 2, in the order of the map
+    const std::shared_ptr<InputBuffer> soloBuffer; // written by every source with solo: one, by use
+    BusLevel bus1Level;
+    BusLevel bus2Level;
+};

@@ -1,0 +1,169 @@
+// Random use of the mixer beside its scalar definition.
+
+#include "tests/unit/platform/routerAudio/MixerFixture.h"
+#include "tests/unit/platform/routerAudio/ScalarReference.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+
+namespace {
+
+class Player {
+public:
+    explicit Player(std::uint32_t seed) : random(seed) {}
+
+    void step() {
+        const std::uint32_t what = random() % 100;
+        if (what < 45) {
+            addPacket();
+        } else if (what < 60) {
+            mix(1);
+        } else if (what < 72) {
+            mix(2);
+        } else if (what < 87) {
+            mix(3);
+        } else if (what < 94) {
+            changeSource();
+        } else if (what < 96) {
+            changeMaster();
+        } else if (what < 97 && random() % 20 == 0) {
+            const std::uint32_t processID = anySource();
+            buffers.resetProcessBuffers(processID);
+            reference.resetProcessBuffers(processID);
+        } else {
+            compareLevels();
+        }
+    }
+
+private:
+    static constexpr float kFull = 1.1f;
+
+    std::uint32_t anySource() {
+        constexpr std::uint32_t kSources[]{0, 1, 3, 10, 100, 2345, 0x89ABCDEF};
+        return kSources[random() % std::size(kSources)];
+    }
+
+    float anyVolume() {
+        constexpr float kVolumes[]{0.0f, 1.0f, 1.0f, 0.3f, 0.77f, 0.5f, -0.4f, 2.5f};
+        return kVolumes[random() % std::size(kVolumes)];
+    }
+
+    // Mostly short, sometimes long enough to lap.
+    std::uint32_t anyLength() {
+        const std::uint32_t kind = random() % 4000;
+        return kind == 0 ? random() % 60'000 : (kind < 40 ? random() % 2000 : random() % 48);
+    }
+
+    void addPacket() {
+        constexpr std::uint32_t kRates[]{48000, 48000, 48000, 44100, 96000, 16000};
+        const std::uint32_t processID = anySource();
+        WaveFormat format =
+            floatWaveFormat(static_cast<std::uint16_t>(1 + random() % 3), kRates[random() % 6]);
+        if (random() % 8 == 0) {
+            format = {kWaveFormatPcm, 2, format.samplesPerSecond, 4, 16};
+        }
+        bytes.resize(std::size_t{anyLength()} * format.blockAlign + random() % format.blockAlign);
+        if (format.formatTag == kWaveFormatIeeeFloat) {
+            for (std::size_t at = 0; at + 4 <= bytes.size(); at += 4) {
+                const float sample =
+                    static_cast<float>(static_cast<std::int32_t>(random())) / 2147483648.0f * kFull;
+                std::memcpy(bytes.data() + at, &sample, 4);
+            }
+            if (bytes.size() >= 4 && random() % 500 == 0) {
+                constexpr float kSpecials[]{std::numeric_limits<float>::quiet_NaN(),
+                                            std::numeric_limits<float>::infinity(), 1e-42f};
+                std::memcpy(bytes.data(), &kSpecials[random() % 3], 4);
+            }
+        } else {
+            for (std::uint8_t& byte : bytes) {
+                byte = static_cast<std::uint8_t>(random());
+            }
+        }
+        const auto byteCount = static_cast<std::uint32_t>(bytes.size());
+        buffers.addInputData(processID, bytes.data(), byteCount, format);
+        reference.addInputData(processID, bytes.data(), byteCount, format);
+    }
+
+    void mix(std::uint32_t output) {
+        const std::uint32_t frames = anyLength();
+        actual.assign(std::size_t{frames} * 2, 9.0f);
+        expected.assign(std::size_t{frames} * 2, 8.0f);
+        if (output == 3) {
+            buffers.mixSolo(actual.data(), frames);
+            reference.mixSolo(expected.data(), frames);
+        } else {
+            buffers.mixBus(actual.data(), frames, output);
+            reference.mixBus(expected.data(), frames, output);
+        }
+        if (std::memcmp(actual.data(), expected.data(), actual.size() * sizeof(float)) != 0) {
+            FAIL() << "output " << output << ", " << frames
+                   << " frames: " << firstDifference(actual, expected);
+        }
+    }
+
+    AppAudioConfig anyConfig(std::uint32_t processID) {
+        return {.processID = processID,
+                .active = random() % 20 != 0,
+                .input1Enabled = random() % 8 != 0,
+                .input1Volume = anyVolume(),
+                .input1Muted = random() % 8 == 0,
+                .input2Enabled = random() % 8 != 0,
+                .input2Volume = anyVolume(),
+                .input2Muted = random() % 8 == 0,
+                .solo = random() % 4 == 0};
+    }
+
+    void changeSource() {
+        const std::uint32_t processID = anySource();
+        store.putConfig(processID, anyConfig(processID));
+    }
+
+    void changeMaster() {
+        const std::uint32_t processID = random() % 2 == 0 ? kBus1MasterProcessId : kBus2MasterProcessId;
+        store.putConfig(processID, anyConfig(processID));
+    }
+
+    static void expectNear(const StereoLevel& level, const StereoLevel& wanted) {
+        // A meter of an absurd packet may be infinite on both sides.
+        const auto near = [](float a, float b) {
+            return a == b || (std::isnan(a) && std::isnan(b)) ||
+                   std::fabs(a - b) <= 1e-6f * std::max(1.0f, std::fabs(b));
+        };
+        if (!near(level.left, wanted.left) || !near(level.right, wanted.right)) {
+            FAIL() << "levels " << level.left << ", " << level.right << ", expected " << wanted.left << ", "
+                   << wanted.right;
+        }
+    }
+
+    void compareLevels() {
+        buffers.updateBusLevels();
+        reference.updateBusLevels();
+        expectNear(buffers.getBus1Levels(), reference.getBus1Levels());
+        expectNear(buffers.getBus2Levels(), reference.getBus2Levels());
+        const std::uint32_t processID = anySource();
+        expectNear(buffers.getProcessLevels(processID), reference.getProcessLevels(processID));
+    }
+
+    Random random;
+    AppAudioConfigStore store;
+    PerAppInputBuffers buffers{store};
+    reference::Mixer reference{store};
+    std::vector<std::uint8_t> bytes;
+    std::vector<float> actual;
+    std::vector<float> expected;
+};
+
+} // namespace
+
+TEST(PerAppInputBuffersProperty, AMillionRandomStepsEqualTheScalarDefinitionBitForBit) {
+    const std::uint32_t seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Player player(seed);
+    const int steps = longRun() ? 20'000'000 : 1'000'000;
+    for (int step = 0; step < steps; ++step) {
+        player.step();
+        ASSERT_FALSE(testing::Test::HasFailure()) << "step " << step;
+    }
+}
