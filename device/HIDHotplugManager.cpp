@@ -9,6 +9,7 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -78,6 +79,7 @@ HIDHotplugManager::HIDHotplugManager(QObject* parent) : QObject(parent), hidDevi
     connect(timers[0], &QTimer::timeout, this, &HIDHotplugManager::onScanTimer);
     timers[0]->start(kScanIntervalMs);
     timers[1] = new QTimer(this);
+    timers[1]->setTimerType(Qt::PreciseTimer);
     connect(timers[1], &QTimer::timeout, this, &HIDHotplugManager::onTimeout);
     timers[1]->start(kTickIntervalMs);
 
@@ -193,8 +195,29 @@ void HIDHotplugManager::onScanTimer() {
 }
 
 void HIDHotplugManager::onTimeout() {
+    wakeLink();
     linkPoll();
     linkTick(1);
+    restLink();
+}
+
+void HIDHotplugManager::restLink() {
+    const std::uint32_t idleTicks = timers[1]->isActive() ? linkIdleTicks() : 0;
+    if (idleTicks == 0) {
+        return;
+    }
+    restTicks = idleTicks;
+    restClock.start();
+    timers[1]->setInterval(kTickIntervalMs * static_cast<int>(idleTicks + 1));
+}
+
+void HIDHotplugManager::wakeLink() {
+    if (restTicks == 0) {
+        return;
+    }
+    linkTick(static_cast<std::uint32_t>(
+        std::min<qint64>(restClock.elapsed() / kTickIntervalMs, std::exchange(restTicks, 0))));
+    timers[1]->setInterval(kTickIntervalMs);
 }
 
 int HIDHotplugManager::sendFrame(const QByteArray& frame) {
@@ -222,6 +245,7 @@ int HIDHotplugManager::sendFrame(const QByteArray& frame) {
 
 void HIDHotplugManager::onReport(const QByteArray& report) {
     const QByteArray bytes = productId == kMixdeskR2.productId ? report.mid(kMixerReportHeaderBytes) : report;
+    wakeLink();
     linkFeed(static_cast<std::uint32_t>(linkChannel), static_cast<std::uint32_t>(bytes.size()),
              rawBytes(bytes));
     appendDataLog(QStringLiteral("RX"), bytes);
@@ -323,6 +347,7 @@ void HIDHotplugManager::messageSend(std::uint16_t attID, const QByteArray& byteA
         return;
     }
     qDebug() << "属性发送 " << "attID:" << attID << "数据:" << byteArray.toHex();
+    wakeLink();
     linkSetAttribute(peerAddress, static_cast<std::uint8_t>(attID),
                      static_cast<std::uint8_t>(byteArray.size()), rawBytes(byteArray));
     appendAttributeLog(QStringLiteral("发送"), attID, byteArray);
@@ -333,6 +358,7 @@ void HIDHotplugManager::messageGet(std::uint16_t attID) {
         return;
     }
     qDebug() << "属性获取 " << "attID:" << attID;
+    wakeLink();
     linkGetAttribute(peerAddress, static_cast<std::uint8_t>(attID));
 }
 
@@ -341,6 +367,7 @@ void HIDHotplugManager::messageGetAll() {
         return;
     }
     qDebug() << "获取所有属性";
+    wakeLink();
     linkGetAttributes(peerAddress, 0, nullptr);
 }
 
@@ -357,6 +384,7 @@ void HIDHotplugManager::stopAndDisconnectDevice() {
     qDebug() << "HIDHotplugManager::stopAndDisconnectDevice 停止监测并断开设备";
     hidDevice->closeAll();
     online = false;
+    wakeLink();
     for (QTimer* timer : timers) {
         if (timer->isActive()) {
             timer->stop();
@@ -381,6 +409,7 @@ void HIDHotplugManager::sendPriMessage(std::uint32_t msgid, const QByteArray& by
     frame.messageId = static_cast<std::uint16_t>(msgid);
     frame.length = static_cast<std::uint16_t>(byteArray.size());
     frame.payload = rawBytes(byteArray);
+    wakeLink();
     linkSend(kLinkTracked, frame);
     appendAttributeLog(QStringLiteral("发送"), msgid, byteArray);
 }

@@ -3,6 +3,7 @@
 #include "device/link/Link.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 #include <QVariantList>
@@ -26,7 +27,9 @@ public:
     /// The process-wide object, made at the first call, which is on the main thread.
     static HIDHotplugManager* instance();
 
-    /// Starts the scan (every 2000 ms) and the tick (1 ms) and initialises the link stack.
+    /// Starts the scan (every 2000 ms) and the tick (1 ms) and initialises the link stack. While the link has
+    /// nothing to do, the tick's timer rests for the ticks in which that stays so, and makes up for them when
+    /// it wakes: a thousand idle wake-ups a second would keep the processor from sleeping.
     explicit HIDHotplugManager(QObject* parent = nullptr);
     ~HIDHotplugManager() override;
 
@@ -60,7 +63,7 @@ public:
 public slots:
     /// Runs one scan.
     void onScanTimer();
-    /// Runs one tick of the link: its periodic work, then its clock.
+    /// Runs one tick of the link, after those that it rested through: its periodic work, then its clock.
     void onTimeout();
 
 signals:
@@ -80,6 +83,11 @@ private:
     void connectTransport();
     void installLinkCallbacks();
     void onReport(const QByteArray& report);
+    /// Lets the tick's timer rest, if it runs, for as long as the link has nothing to do.
+    void restLink();
+    /// Ends a rest: makes up for its ticks and lets the timer run each millisecond again. Comes before all that
+    /// gives the link work.
+    void wakeLink();
     /// Sends one frame of the link in reports of the model's form; -1 while no device is open, otherwise 1.
     int sendFrame(const QByteArray& frame);
 
@@ -100,6 +108,9 @@ private:
     LinkAddress peerAddress;
     /// [0] the scan, [1] the tick.
     std::array<QTimer*, 2> timers{};
+    /// The ticks that the present rest may take, 0 while the timer runs each millisecond.
+    std::uint32_t restTicks = 0;
+    QElapsedTimer restClock;
     /// The last scan saw a known device.
     bool online = false;
     /// The link's channel number for this transport.

@@ -9,6 +9,7 @@
 #include "device/link/LinkSeed.h"
 #include "device/link/LinkState.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -69,4 +70,11 @@ void linkPoll() {
 
 void linkTick(std::uint32_t milliseconds) {
     stack().now += milliseconds;
+}
+
+std::uint32_t linkIdleTicks() {
+    if (stack().receiveQueue.size() != 0 || stack().sendQueue.size() != 0) {
+        return 0;
+    }
+    return std::min({vexo::link::ticksToAgeing(), vexo::link::ticksToHello(), vexo::link::ticksToRetry()});
 }

@@ -150,6 +150,11 @@ void linkPoll();
 // Adds to the millisecond counter.
 void linkTick(std::uint32_t milliseconds);
 
+// How many of the coming ticks linkPoll would find nothing to do in, provided that nothing is fed or sent
+// meanwhile: 0 while a frame waits, at most 50 (the ageing of peers). A caller may sleep that long and then
+// make up for it with one call of linkTick.
+[[nodiscard]] std::uint32_t linkIdleTicks();
+
 // Takes the first free of 256 handler entries. Each of the two handlers may be null. Of several handlers for
 // one id the first registered is called. Gives 0, or 1 when the table is full.
 int linkRegisterMessage(std::uint16_t messageId, LinkFrameHandler onMessage, LinkFrameHandler onTimeout,

@@ -147,8 +147,12 @@ void sendDirectedHello(std::uint32_t channel, const LinkAddress& destination) {
     sendOnChannel(channel, frame);
 }
 
+std::uint32_t ticksToHello() {
+    return ticksUntilOver(stack().lastHelloAt, kHelloIntervalMs);
+}
+
 void broadcastHelloWhenDue() {
-    if (stack().now - stack().lastHelloAt > kHelloIntervalMs) {
+    if (ticksToHello() == 0) {
         broadcastHello();
     }
 }

@@ -30,6 +30,9 @@ void receiveHello(std::uint32_t channel, const LinkFrame& frame);
 // Sends a hello of kind 2 to one address on one channel.
 void sendDirectedHello(std::uint32_t channel, const LinkAddress& destination);
 
+// How many ticks stand between now and the next broadcast: 0 when it is due.
+[[nodiscard]] std::uint32_t ticksToHello();
+
 // Broadcasts a hello when more than 1024 ticks have passed since the last.
 void broadcastHelloWhenDue();
 

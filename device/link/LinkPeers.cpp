@@ -147,8 +147,12 @@ void losePeer(const LinkAddress& address) {
     }
 }
 
+std::uint32_t ticksToAgeing() {
+    return ticksUntilOver(stack().lastAgeingAt, kAgeingPauseTicks);
+}
+
 void agePeersWhenDue() {
-    if (stack().now - stack().lastAgeingAt > kAgeingPauseTicks) {
+    if (ticksToAgeing() == 0) {
         stack().lastAgeingAt = stack().now;
         agePeers();
     }

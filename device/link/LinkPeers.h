@@ -24,6 +24,9 @@ Registration registerPeer(std::uint32_t channel, const LinkAddress& source, cons
 // while a callback for this peer is running.
 void losePeer(const LinkAddress& address);
 
+// How many ticks stand between now and the next ageing: 0 when it is due.
+[[nodiscard]] std::uint32_t ticksToAgeing();
+
 // Every 51 ticks: takes 50 ms from each peer's time and loses those whose time is up.
 void agePeersWhenDue();
 

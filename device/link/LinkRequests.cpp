@@ -77,6 +77,16 @@ void dispatchFrame(const LinkFrame& frame) {
     stack().dispatchedSequence = outerSequence;
 }
 
+std::uint32_t ticksToRetry() {
+    std::uint32_t ticks = kRetryPauseTicks + 1;
+    for (const PendingRequest& entry : stack().pending) {
+        if (entry.used) {
+            ticks = std::min(ticks, ticksUntilOver(entry.sentAt, kRetryPauseTicks));
+        }
+    }
+    return ticks;
+}
+
 void retryPendingRequests() {
     for (PendingRequest& entry : stack().pending) {
         if (!entry.used || stack().now - entry.sentAt <= kRetryPauseTicks) {

@@ -157,6 +157,13 @@ struct Stack {
 
 [[nodiscard]] LinkAddress hostAddress();
 
+// How many ticks stand between now and the first tick more than `pause` ticks after `since`: 0 when that is
+// now or was.
+[[nodiscard]] inline std::uint32_t ticksUntilOver(std::uint32_t since, std::uint32_t pause) {
+    const std::uint32_t passed = stack().now - since;
+    return passed > pause ? 0 : pause - passed + 1;
+}
+
 [[nodiscard]] constexpr bool isBroadcast(const LinkAddress& address) {
     return address.vid == 0 && address.pid == 0;
 }

@@ -1,10 +1,13 @@
 #include "device/HIDHotplugManager.h"
+
+#include "device/link/LinkInspection.h"
 #include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedHidapi.h"
 #include "tests/support/WireFrame.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QStandardPaths>
@@ -312,6 +315,26 @@ TEST_F(HIDHotplugManagerTest, StartOnARunningManagerChangesNothing) {
     manager->startAndConnectDevice();
     EXPECT_EQ(timers[0]->timerId(), idBefore);
     EXPECT_EQ(timers[1]->timerId(), tickBefore);
+}
+
+TEST_F(HIDHotplugManagerTest, TheTickRestsWhileTheLinkIsIdleAndWakesForWork) {
+    connectDevice(kR2);
+    login();
+    for (const std::uint16_t message : std::initializer_list<std::uint16_t>{1, 14, 16, 23, 34}) {
+        tick(3);
+        answer(message, {0});
+    }
+    manager->startAndConnectDevice();
+    ASSERT_TRUE(await([&] { return timers[1]->interval() > 1; }));
+    const std::uint32_t before = linkInspect().tickCount;
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_TRUE(await([&] { return linkInspect().tickCount >= before + 150; })) << "ticks rested are made up for";
+    manager->messageGet(10);
+    const std::uint32_t passed = linkInspect().tickCount - before;
+    EXPECT_EQ(timers[1]->interval(), 1) << "a request wakes the link";
+    EXPECT_LE(passed, clock.elapsed() + 60) << "time does not run ahead";
+    EXPECT_TRUE(await([&] { return !lastSent(31).empty(); })) << "and it goes out";
 }
 
 TEST_F(HIDHotplugManagerTest, MixerReportsCarryIdLengthAndAtMost58Bytes) {
