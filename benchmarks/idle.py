@@ -38,7 +38,7 @@ def idle(stage, program, seconds):
     """Percent of one core, and resident KiB afterwards."""
     before = program.cpu_seconds()
     time.sleep(seconds)
-    return (program.cpu_seconds() - before) / seconds * 100, program.status("VmRSS")
+    return (program.cpu_seconds() - before) / seconds * 100, program.resident_kib()
 
 
 def main():

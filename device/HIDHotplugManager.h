@@ -85,8 +85,8 @@ private:
     void onReport(const QByteArray& report);
     /// Lets the tick's timer rest, if it runs, for as long as the link has nothing to do.
     void restLink();
-    /// Ends a rest: makes up for its ticks and lets the timer run each millisecond again. Comes before all that
-    /// gives the link work.
+    /// Ends a rest: makes up for its ticks and lets the timer run each millisecond again. Comes before all
+    /// that gives the link work.
     void wakeLink();
     /// Sends one frame of the link in reports of the model's form; -1 while no device is open, otherwise 1.
     int sendFrame(const QByteArray& frame);

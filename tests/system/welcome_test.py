@@ -134,7 +134,7 @@ class MixdeskR2(Welcome):
         self.assertEqual(self.stage.emulator("state")["openHandles"], 0)
 
     def usage(self, program):
-        return program.status("Threads"), program.open_files(), program.status("VmRSS")
+        return program.status("Threads"), program.open_files(), program.resident_kib()
 
 
 class VoxmicM40(Welcome):

@@ -67,8 +67,15 @@ class Program:
         return self.process.wait(limit)
 
     def status(self, field):
-        """A number of /proc/PID/status: Threads, VmRSS (KiB)."""
-        for line in pathlib.Path(f"/proc/{self.pid}/status").read_text().splitlines():
+        """A number of /proc/PID/status, such as Threads."""
+        return self._number("status", field)
+
+    def resident_kib(self):
+        """Resident memory, exact: VmRSS of the status is a sum that processors bring up to date now and then."""
+        return self._number("smaps_rollup", "Rss")
+
+    def _number(self, file, field):
+        for line in pathlib.Path(f"/proc/{self.pid}/{file}").read_text().splitlines():
             if line.startswith(field + ":"):
                 return int(line.split()[1])
         raise KeyError(field)

@@ -139,9 +139,10 @@ Page {
         width: Math.min(parent.width * 0.55, parent.height * 4 / 3 * 0.92)
         height: width * 3 / 4
         source: VxConfig.getDeviceImage(0)
+        // Decoded at about the size shown: the full picture would keep four times the memory.
+        sourceSize.width: 160 * Math.ceil(width * Screen.devicePixelRatio / 160)
         asynchronous: true
         retainWhileLoading: true
-        mipmap: true
         opacity: deviceImage.status !== Image.Ready ? 0 : view.ready ? 1 : 0.6
         scale: view.ready ? 1 : 0.97
         Accessible.role: Accessible.Graphic

@@ -1,5 +1,4 @@
 #include "device/HIDHotplugManager.h"
-
 #include "device/link/LinkInspection.h"
 #include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
@@ -329,7 +328,8 @@ TEST_F(HIDHotplugManagerTest, TheTickRestsWhileTheLinkIsIdleAndWakesForWork) {
     const std::uint32_t before = linkInspect().tickCount;
     QElapsedTimer clock;
     clock.start();
-    EXPECT_TRUE(await([&] { return linkInspect().tickCount >= before + 150; })) << "ticks rested are made up for";
+    EXPECT_TRUE(await([&] { return linkInspect().tickCount >= before + 150; }))
+        << "ticks rested are made up for";
     manager->messageGet(10);
     const std::uint32_t passed = linkInspect().tickCount - before;
     EXPECT_EQ(timers[1]->interval(), 1) << "a request wakes the link";
