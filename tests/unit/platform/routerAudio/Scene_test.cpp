@@ -311,7 +311,7 @@ TEST_F(SceneTest, ThePictureShowsWhatWasPlayed) {
     ASSERT_FALSE(image.isNull());
     // The wave's colour in the output's left lane: near its top while the source plays, in its middle after.
     const auto highestRow = [&](double part) {
-        const int x = 206 + static_cast<int>((image.width() - 222) * part);
+        const int x = 206 + static_cast<int>((image.width() - 238) * part);
         int y = image.height() - 176;
         while (y < image.height() && image.pixelColor(x, y) != QColor(0x4F, 0xC3, 0xF7)) {
             ++y;
