@@ -195,8 +195,9 @@ std::wstring FindDeviceGuidByNameOrGuid(AudioEndpointSystem& system, const std::
             const std::wstring name = GetDeviceFriendlyName(endpoint.get());
             if (contains(lowerCased(name), wanted)) {
                 std::wstring guid = GetDeviceId(endpoint.get());
-                routerLog(L"[FindDeviceGuidByNameOrGuid] Found device by name: \"" + name + L"\" -> GUID: " +
-                          guid);
+                std::wstring line = L"[FindDeviceGuidByNameOrGuid] Found device by name: \"";
+                line.append(name).append(L"\" -> GUID: ").append(guid);
+                routerLog(line);
                 return guid;
             }
         }
