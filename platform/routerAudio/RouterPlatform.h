@@ -1,0 +1,28 @@
+#pragma once
+
+// All that the router needs of the operating system, in one hand. The folder of the system defines
+// systemRouterPlatform(); tests and the scene renderer put bodies of their own in its place.
+
+#include "platform/routerAudio/AudioEndpoint.h"
+#include "platform/routerAudio/ComApartment.h"
+#include "platform/routerAudio/ProcessCapture.h"
+#include "platform/routerAudio/RenderChannel.h"
+
+#include <functional>
+#include <memory>
+
+class PerAppInputBuffers;
+
+struct RouterPlatform {
+    std::shared_ptr<ComApartment> com;
+    std::shared_ptr<AudioEndpointSystem> endpoints;
+    /// A capture, not started, that hands its packets to the given buffers, which outlive it. Null: none could
+    /// be made.
+    std::function<std::shared_ptr<ProcessCapture>(PerAppInputBuffers& buffers)> makeProcessCapture;
+    /// An output, not opened.
+    std::function<std::unique_ptr<RenderChannel>()> makeRenderChannel;
+};
+
+/// The bodies of this system. Makes no connection and waits for nothing: a sound system that is not there
+/// shows at the first question. All four members are set.
+[[nodiscard]] RouterPlatform systemRouterPlatform();
