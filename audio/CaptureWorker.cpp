@@ -52,7 +52,7 @@ void CaptureWorker::run() {
         }
     }
 
-    closeStreams(streams.slots, streams.outputStream);
+    closeStreams(streams.inputSlots, streams.outputStream);
     terminatePortAudio();
     qDebug() << "Audio routing service stopped";
 }
@@ -150,7 +150,7 @@ void CaptureWorker::removeInputs(const std::vector<std::string>& names) {
 
 bool CaptureWorker::hasSlotToRetry() const {
     return std::ranges::any_of(
-        streams.slots, [](const auto& slot) { return slot.stream == nullptr && slot.deviceIndex != -1; });
+        streams.inputSlots, [](const auto& slot) { return slot.stream == nullptr && slot.deviceIndex != -1; });
 }
 
 void CaptureWorker::readAndHandOver() {
@@ -158,8 +158,8 @@ void CaptureWorker::readAndHandOver() {
         const std::lock_guard lock(service.mutex);
         config = service.config;
     }
-    slots = streams.slots;
-    if (slots.empty() || !allActive()) {
+    inputSlots = streams.inputSlots;
+    if (inputSlots.empty() || !allActive()) {
         idle();
         return;
     }
@@ -176,7 +176,7 @@ void CaptureWorker::readAndHandOver() {
 
 // All or nothing: one input that could not be opened silences all, until it is rebuilt or removed.
 bool CaptureWorker::allActive() {
-    for (const InputStreamSlot& slot : slots) {
+    for (const InputStreamSlot& slot : inputSlots) {
         if (slot.stream == nullptr) {
             return false;
         }
@@ -200,7 +200,7 @@ bool CaptureWorker::allActive() {
 
 // Nothing of the pass is handed over when one input fails.
 bool CaptureWorker::readBlocks() {
-    for (InputStreamSlot& slot : slots) {
+    for (InputStreamSlot& slot : inputSlots) {
         if (slot.stream == nullptr) {
             continue;
         }
@@ -240,7 +240,7 @@ bool CaptureWorker::readBlock(InputStreamSlot& slot) {
 }
 
 void CaptureWorker::handOver() const {
-    for (const InputStreamSlot& slot : slots) {
+    for (const InputStreamSlot& slot : inputSlots) {
         if (slot.stream == nullptr || slot.buffer.empty() || slot.index < 0) {
             continue;
         }

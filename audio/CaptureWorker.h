@@ -35,5 +35,5 @@ private:
     InputStreamSet streams;
     // Working copies of a pass: what rebuildStreams owns is not read.
     AudioRouterConfig config;
-    std::vector<InputStreamSlot> slots;
+    std::vector<InputStreamSlot> inputSlots;
 };

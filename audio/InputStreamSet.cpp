@@ -65,7 +65,7 @@ bool reinitialisePortAudio() {
 // The slots of the configured inputs whose device is there. An input that is left out stays configured: that
 // is how a device which is gone is kept for its return.
 std::vector<InputStreamSlot> findSlots(const AudioRouterConfig& config) {
-    std::vector<InputStreamSlot> slots;
+    std::vector<InputStreamSlot> inputSlots;
     for (const InputDeviceRequest& request : config.inputs) {
         InputStreamSlot slot;
         slot.name = request.name;
@@ -82,9 +82,9 @@ std::vector<InputStreamSlot> findSlots(const AudioRouterConfig& config) {
             continue;
         }
         slot.channels = chosenChannels(request.channels, info->maxInputChannels);
-        slots.push_back(std::move(slot));
+        inputSlots.push_back(std::move(slot));
     }
-    return slots;
+    return inputSlots;
 }
 
 // What opening the slots of one rebuild has come to.
@@ -144,20 +144,20 @@ std::int32_t chosenChannels(std::int32_t requested, std::int32_t maxInputChannel
     return requested < 1 ? std::min(2, maxInputChannels) : std::min(requested, maxInputChannels);
 }
 
-std::int32_t planOutputChannels(std::vector<InputStreamSlot>& slots) {
+std::int32_t planOutputChannels(std::vector<InputStreamSlot>& inputSlots) {
     std::int32_t maxIndex = -1;
-    for (const InputStreamSlot& slot : slots) {
+    for (const InputStreamSlot& slot : inputSlots) {
         maxIndex = std::max(maxIndex, slot.index);
     }
     std::int32_t next = maxIndex >= 0 ? maxIndex * 2 + 2 : 0;
     std::int32_t outputChannels = next;
-    for (InputStreamSlot& slot : slots) {
+    for (InputStreamSlot& slot : inputSlots) {
         if (slot.index >= 0) {
             slot.baseChannel = slot.index * 2;
             outputChannels = std::max(outputChannels, slot.baseChannel + 2);
         }
     }
-    for (InputStreamSlot& slot : slots) {
+    for (InputStreamSlot& slot : inputSlots) {
         if (slot.index < 0) {
             slot.baseChannel = next;
             next += 2;
@@ -229,8 +229,8 @@ PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t fra
     return stream;
 }
 
-void closeStreams(std::vector<InputStreamSlot>& slots, PaStream* outputStream) {
-    for (const InputStreamSlot& slot : slots) {
+void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStream) {
+    for (const InputStreamSlot& slot : inputSlots) {
         if (slot.stream != nullptr) {
             Pa_StopStream(slot.stream);
         }
@@ -239,7 +239,7 @@ void closeStreams(std::vector<InputStreamSlot>& slots, PaStream* outputStream) {
         Pa_StopStream(outputStream);
     }
     std::this_thread::sleep_for(kClosePause);
-    for (InputStreamSlot& slot : slots) {
+    for (InputStreamSlot& slot : inputSlots) {
         if (slot.stream != nullptr) {
             Pa_CloseStream(slot.stream);
             slot.stream = nullptr;
@@ -251,7 +251,7 @@ void closeStreams(std::vector<InputStreamSlot>& slots, PaStream* outputStream) {
 }
 
 bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
-    closeStreams(set.slots, set.outputStream);
+    closeStreams(set.inputSlots, set.outputStream);
     set.outputStream = nullptr;
     if (reinitialise && !reinitialisePortAudio()) {
         return false;
@@ -263,11 +263,11 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
         config = set.service.config;
         set.currentRate = set.service.sampleRate;
     }
-    set.slots = findSlots(config);
-    if (set.slots.empty()) {
+    set.inputSlots = findSlots(config);
+    if (set.inputSlots.empty()) {
         qDebug() << "No available input devices (will keep running to wait for subsequent addition/replacement)";
     }
-    set.outputChannels = planOutputChannels(set.slots);
+    set.outputChannels = planOutputChannels(set.inputSlots);
     set.outputDeviceIndex = -1;
     if (set.outputChannels > 0) {
         set.outputDeviceIndex = findDevice(config.outputDevice, true);
@@ -280,9 +280,9 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
     OpenOutcome outcome;
     double rate = set.currentRate;
     // The first input sets the rate for the rest.
-    if (!set.slots.empty()) {
+    if (!set.inputSlots.empty()) {
         const std::optional<double> obtained =
-            openSlot(set.slots.front(), rate, config.framesPerBuffer, outcome);
+            openSlot(set.inputSlots.front(), rate, config.framesPerBuffer, outcome);
         if (obtained && std::fabs(*obtained - set.currentRate) > kRateToleranceHz) {
             qDebug().noquote() << "[Info] Actual sample rate used:" << *obtained
                                << "Hz (device default sample rate)";
@@ -291,8 +291,8 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
         rate = obtained.value_or(rate);
     }
     qDebug() << "[Info] Windows platform: output stream disabled, only recording from microphone";
-    for (std::size_t at = 1; at < set.slots.size(); ++at) {
-        InputStreamSlot& slot = set.slots[at];
+    for (std::size_t at = 1; at < set.inputSlots.size(); ++at) {
+        InputStreamSlot& slot = set.inputSlots[at];
         const std::optional<double> obtained = openSlot(slot, rate, config.framesPerBuffer, outcome);
         // The last deviating input wins, while the streams before it keep running at their own rate. Kept so.
         if (obtained && std::fabs(*obtained - rate) > kRateToleranceHz) {
@@ -315,7 +315,7 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
         qDebug() << "Currently no successfully opened input streams (will keep running to wait for subsequent "
                     "addition/replacement)";
     }
-    for (InputStreamSlot& slot : set.slots) {
+    for (InputStreamSlot& slot : set.inputSlots) {
         std::ranges::fill(slot.buffer, 0.0f);
     }
     qDebug().noquote() << "Audio stream initialized, sample rate:" << rate

@@ -27,7 +27,7 @@ struct InputStreamSlot {
 /// The worker's streams, on its own stack for the life of the thread.
 struct InputStreamSet {
     AudioRouterState& service;
-    std::vector<InputStreamSlot> slots;
+    std::vector<InputStreamSlot> inputSlots;
     PaStream* outputStream = nullptr; ///< always null: nothing leaves through PortAudio
     double currentRate = 0.0;         ///< Hz
     std::int32_t outputChannels = 0;
@@ -45,14 +45,14 @@ struct InputStreamSet {
 /// Lays the inputs out over output channels, two each: those with an index at twice that, the others after
 /// them in order. Returns the channels in all. Nothing consumes the plan yet; it is the contract for a
 /// platform with an output stream.
-std::int32_t planOutputChannels(std::vector<InputStreamSlot>& slots);
+std::int32_t planOutputChannels(std::vector<InputStreamSlot>& inputSlots);
 
 /// Opens and starts the slot's stream, and fills its device index, channels and buffer. `rate`, in Hz, is what
 /// is wanted, and what was obtained on return. Throws std::runtime_error with a text.
 [[nodiscard]] PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer);
 
 /// Closes everything; failures are swallowed.
-void closeStreams(std::vector<InputStreamSlot>& slots, PaStream* outputStream);
+void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStream);
 
 /// Closes all streams and opens those of the configuration, after a new initialisation of PortAudio where
 /// `reinitialise` says so. False when PortAudio cannot be initialised any more; a set without one open stream

@@ -14,7 +14,7 @@ protected:
     }
 
     void TearDown() override {
-        closeStreams(streams.slots, nullptr);
+        closeStreams(streams.inputSlots, nullptr);
         Pa_Terminate();
         CaptureFixture::TearDown();
     }
@@ -44,10 +44,10 @@ TEST_F(InputStreamSetTest, RequestNamedDefaultOpensTheDefaultInputAndItsSlotKeep
     initializeWith({device("first"), device("second")});
     scriptedPortAudio::setDefaultDevices(1, -1);
     ASSERT_TRUE(rebuild({{"Default", 0, 0}}));
-    ASSERT_EQ(streams.slots.size(), 1U);
-    EXPECT_EQ(streams.slots[0].name, "Default");
-    EXPECT_EQ(streams.slots[0].deviceIndex, 1);
-    EXPECT_NE(streams.slots[0].stream, nullptr);
+    ASSERT_EQ(streams.inputSlots.size(), 1U);
+    EXPECT_EQ(streams.inputSlots[0].name, "Default");
+    EXPECT_EQ(streams.inputSlots[0].deviceIndex, 1);
+    EXPECT_NE(streams.inputSlots[0].stream, nullptr);
 }
 
 TEST_F(InputStreamSetTest, WasapiDeviceWinsOverAnEarlierOneOfAnotherHost) {
@@ -111,24 +111,24 @@ TEST(ChosenChannels, AutomaticTakesOneOfAMonoDeviceAndTwoOfASixChannelDevice) {
 TEST_F(InputStreamSetTest, EightChannelsOfAStereoDeviceAreCutToTwoWithoutAMessage) {
     initializeWith({device("mic")});
     ASSERT_TRUE(rebuild({{"mic", 8, 0}}));
-    EXPECT_EQ(streams.slots[0].channels, 2);
+    EXPECT_EQ(streams.inputSlots[0].channels, 2);
     EXPECT_EQ(log.count("hannel"), 0);
 }
 
 TEST(OutputChannelPlan, IndexesOneAndNone) {
-    std::vector<InputStreamSlot> slots(2);
-    slots[0].index = 1;
-    EXPECT_EQ(planOutputChannels(slots), 6);
-    EXPECT_EQ(slots[0].baseChannel, 2);
-    EXPECT_EQ(slots[1].baseChannel, 4);
+    std::vector<InputStreamSlot> inputSlots(2);
+    inputSlots[0].index = 1;
+    EXPECT_EQ(planOutputChannels(inputSlots), 6);
+    EXPECT_EQ(inputSlots[0].baseChannel, 2);
+    EXPECT_EQ(inputSlots[1].baseChannel, 4);
 }
 
 TEST(OutputChannelPlan, AllWithoutIndexFollowEachOther) {
-    std::vector<InputStreamSlot> slots(3);
-    EXPECT_EQ(planOutputChannels(slots), 6);
-    EXPECT_EQ(slots[0].baseChannel, 0);
-    EXPECT_EQ(slots[1].baseChannel, 2);
-    EXPECT_EQ(slots[2].baseChannel, 4);
+    std::vector<InputStreamSlot> inputSlots(3);
+    EXPECT_EQ(planOutputChannels(inputSlots), 6);
+    EXPECT_EQ(inputSlots[0].baseChannel, 0);
+    EXPECT_EQ(inputSlots[1].baseChannel, 2);
+    EXPECT_EQ(inputSlots[2].baseChannel, 4);
 }
 
 TEST(OutputChannelPlan, NoSlotsNeedNoChannels) {
@@ -140,14 +140,14 @@ TEST_F(InputStreamSetTest, StreamsAreBlockingFloatAtTheDevicesLowLatencyWithoutC
     initializeWith({device("mic")});
     ASSERT_TRUE(rebuild({{"mic", 0, 0}}));
     EXPECT_EQ(scriptedPortAudio::openedWith(), std::vector<std::string>{"mic 2 48000 256 1 0.008"});
-    EXPECT_EQ(streams.slots[0].buffer, std::vector<float>(512, 0.0f));
+    EXPECT_EQ(streams.inputSlots[0].buffer, std::vector<float>(512, 0.0f));
 }
 
 TEST_F(InputStreamSetTest, MissingInputIsLoggedAndLeftOutWhileTheOthersOpen) {
     initializeWith({device("b")});
     ASSERT_TRUE(rebuild({{"a", 0, 0}, {"b", 0, 1}}));
-    ASSERT_EQ(streams.slots.size(), 1U);
-    EXPECT_EQ(streams.slots[0].name, "b");
+    ASSERT_EQ(streams.inputSlots.size(), 1U);
+    EXPECT_EQ(streams.inputSlots[0].name, "b");
     EXPECT_EQ(log.count("Input device not found: a"), 1);
     EXPECT_EQ(state.config.inputs.size(), 2U);
 }
@@ -214,7 +214,7 @@ TEST_F(InputStreamSetTest, FormatCheckErrorOtherThanTheRateIsLoggedAndTheOpenTri
     scriptedPortAudio::setErrorText(-9994, "Sample format not supported");
     initializeWith({device("mic")});
     ASSERT_TRUE(rebuild({{"mic", 0, 0}}));
-    EXPECT_NE(streams.slots[0].stream, nullptr);
+    EXPECT_NE(streams.inputSlots[0].stream, nullptr);
     EXPECT_EQ(log.count("[Warning] Warning when checking device format: Sample format not supported"), 1);
 }
 
@@ -223,9 +223,9 @@ TEST_F(InputStreamSetTest, FailedOpenLeavesASlotWithoutStreamAndDevice) {
     scriptedPortAudio::setErrorText(-9985, "Device unavailable");
     initializeWith({device("mic")});
     ASSERT_TRUE(rebuild({{"mic", 0, 0}}));
-    ASSERT_EQ(streams.slots.size(), 1U);
-    EXPECT_EQ(streams.slots[0].stream, nullptr);
-    EXPECT_EQ(streams.slots[0].deviceIndex, -1);
+    ASSERT_EQ(streams.inputSlots.size(), 1U);
+    EXPECT_EQ(streams.inputSlots[0].stream, nullptr);
+    EXPECT_EQ(streams.inputSlots[0].deviceIndex, -1);
     EXPECT_EQ(log.count("Failed to open input stream (mic): Failed to open input stream: Device unavailable "
                         "(device index: 0) (skipping this input)"),
               1);
@@ -290,11 +290,11 @@ TEST_F(InputStreamSetTest, DefaultDeviceWithoutInputChannelsIsNoInputDevice) {
 TEST_F(InputStreamSetTest, StreamsStopInOrderBeforeTheFirstIsClosed) {
     initializeWith({device("a"), device("b")});
     ASSERT_TRUE(rebuild({{"a", 0, 0}, {"b", 0, 1}}));
-    closeStreams(streams.slots, nullptr);
+    closeStreams(streams.inputSlots, nullptr);
     EXPECT_EQ(scriptedPortAudio::streamCalls(),
               (std::vector<std::string>{"open a", "start a", "open b", "start b", "stop a", "stop b", "close a",
                                         "close b"}));
-    EXPECT_EQ(streams.slots[0].stream, nullptr);
+    EXPECT_EQ(streams.inputSlots[0].stream, nullptr);
 }
 
 TEST_F(InputStreamSetTest, EveryRebuildOpensAllStreamsAnew) {
