@@ -3,6 +3,7 @@
 #include "platform/linux/routerAudio/PulseLink.h"
 #include "platform/routerAudio/RenderChannel.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -12,7 +13,8 @@
 /// made anew as soon as it is back.
 class PulseRenderChannel final : public RenderChannel {
 public:
-    PulseRenderChannel();
+    /// `busId` names the thread and the stream.
+    explicit PulseRenderChannel(std::uint32_t busId);
     ~PulseRenderChannel() override;
 
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override;
@@ -32,6 +34,7 @@ private:
     void scheduleRetry();
     void cancelRetry();
 
+    const std::uint32_t bus;
     std::string sinkName;
     std::unique_ptr<pa_mainloop, MainloopDeleter> mainloop;
     // While run() is on, on its thread.
