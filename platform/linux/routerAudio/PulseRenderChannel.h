@@ -29,6 +29,9 @@ private:
 
     static void onState(pa_stream* stream, void* self);
     static void onWrite(pa_stream* stream, std::size_t byteCount, void* self);
+    static void onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index, void* self);
+    static void onSinkFound(pa_context* context, const pa_sink_info* info, int end, void* self);
+    void handleReady(pa_context& context);
     void connectStream();
     void dropStream();
     void scheduleRetry();
@@ -40,6 +43,7 @@ private:
     // While run() is on, on its thread.
     std::unique_ptr<PulseLink> link;
     pa_stream* stream = nullptr;
+    std::uint32_t sinkIndex = PA_INVALID_INDEX; // of the sink that the stream was made on
     pa_time_event* retry = nullptr;
     const RenderCallback* callback = nullptr;
 };
