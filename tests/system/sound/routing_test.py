@@ -3,12 +3,11 @@
 import subprocess
 import sys
 import time
-import unittest
 
 import numpy
 
 from bridge_host import LISTEN_BUS, LIVE_BUS, source
-from sound_case import APPS, PIPEWIRE, SPEAKERS, SoundCase, level_db, tone, wait_until
+from sound_case import APPS, PIPEWIRE, SPEAKERS, SoundCase, level_db, main, tone, wait_until
 
 TONE = 1000
 OTHER_TONE = 3000
@@ -272,6 +271,7 @@ class SlowSink(SoundCase):
     def make_devices(self):
         self.sound.add_sink(APPS, "Applications", hardware=False, rate=44100)
         self.sound.add_sink(SPEAKERS, "Speakers", rate=44100)
+        self.sound.set_default_sink(APPS)
 
     def test_sinks_of_44100_hz_play_the_right_pitch_and_level(self):
         bridge = self.start_bridge()
@@ -291,4 +291,4 @@ class SlowSinkOnPipeWire(SlowSink):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    main()

@@ -50,6 +50,7 @@ class SoundCase(unittest.TestCase):
     def make_devices(self):
         self.sound.add_sink(APPS, "Applications", hardware=False)
         self.sound.add_sink(SPEAKERS, "Speakers")
+        self.sound.set_default_sink(APPS)
 
     def _start_bus(self):
         bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address=1",
@@ -84,3 +85,18 @@ class SoundCase(unittest.TestCase):
 
         wait_until(heard, what, limit)
         return found[0]
+
+
+def main():
+    """Runs the test cases of the server named on the command line, or all."""
+    words = sys.argv[1:]
+    servers = (PULSEAUDIO, PIPEWIRE)
+    if "--server" in words:
+        at = words.index("--server")
+        servers = (words[at + 1],)
+        del words[at:at + 2]
+    module = sys.modules["__main__"]
+    for name, case in list(vars(module).items()):
+        if isinstance(case, type) and issubclass(case, SoundCase) and case.kind not in servers:
+            delattr(module, name)
+    unittest.main(module, argv=[sys.argv[0], *words])
