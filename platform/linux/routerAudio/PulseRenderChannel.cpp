@@ -1,6 +1,7 @@
 #include "platform/linux/routerAudio/PulseRenderChannel.h"
 
 #include "platform/linux/routerAudio/PulseEndpoints.h"
+#include "platform/linux/routerAudio/PulseStream.h"
 #include "platform/linux/routerAudio/RealTimeThread.h"
 #include "platform/routerAudio/Resampler.h"
 
@@ -146,13 +147,8 @@ void PulseRenderChannel::connectStream() {
 }
 
 void PulseRenderChannel::dropStream() {
-    if (stream != nullptr) {
-        pa_stream_set_state_callback(stream, nullptr, nullptr);
-        pa_stream_set_write_callback(stream, nullptr, nullptr);
-        pa_stream_disconnect(stream);
-        pa_stream_unref(stream);
-        stream = nullptr;
-    }
+    retireStream(stream);
+    stream = nullptr;
     sinkIndex = PA_INVALID_INDEX;
 }
 
