@@ -5,6 +5,7 @@
 #include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/portaudio/ScriptedPortAudio.h"
+#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 
 #include <QSysInfo>
 
@@ -87,6 +88,7 @@ protected:
     }
 
     LogCapture log;
+    RouterLogCapture routerLines;
     std::unique_ptr<TestBridge> bridge = std::make_unique<TestBridge>();
 };
 
@@ -98,6 +100,12 @@ TEST_F(SystemBridgeTest, ConstructionStartsTheRouterAndNoCaptureService) {
     EXPECT_TRUE(AudioRouterAPI::instance().isAudioRouterRunning());
     EXPECT_FALSE(bridge->IsRunning());
     EXPECT_EQ(scriptedPortAudio::initializations(), 0);
+}
+
+TEST_F(SystemBridgeTest, WithoutASoundServerSoloIsOffAndTheRouterRuns) {
+    EXPECT_TRUE(routerLines.contains(L"[ERROR] No devices available, Solo forwarding will be disabled."));
+    EXPECT_EQ(log.count("[INFO] AudioRouterAPI initialized successfully"), 1);
+    EXPECT_TRUE(bridge->getRunningApplications().isEmpty());
 }
 
 TEST_F(SystemBridgeTest, GrantedPermissionCreatesAndStartsTheService) {

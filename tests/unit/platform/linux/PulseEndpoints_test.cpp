@@ -2,6 +2,7 @@
 
 #include "platform/linux/ProcessInfo.h"
 #include "platform/routerAudio/EndpointClassification.h"
+#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -31,6 +32,7 @@ AudioEndpoint endpoint(const PulseDevice& from) {
 } // namespace
 
 TEST(PulseEndpointId, PciIsBuiltInAndUsbAndBluetoothAreNot) {
+    const RouterLogCapture quiet;
     const AudioEndpoint pci = endpoint(device("alsa_output.pci-0000_00_1f.3.analog-stereo", "pci", "internal"));
     const AudioEndpoint usb = endpoint(device("alsa_output.usb-Maker_Thing-00.analog-stereo", "usb", "speaker"));
     const AudioEndpoint bluetooth = endpoint(device("bluez_output.AA_BB", "bluetooth", "headset"));
