@@ -1,0 +1,209 @@
+"""What may be wrong with the sound server, and what many programs ask of the bridge."""
+
+import os
+import pathlib
+import socket
+import sys
+import time
+
+import numpy
+
+from bridge_host import source
+from sound_case import APPS, LONG, PIPEWIRE, SPEAKERS, SoundCase, level_db, main, tone, wait_until
+
+AMPLITUDE = 0.25
+LEVEL_DB = 20 * numpy.log10(AMPLITUDE)
+TONE = 1000
+
+
+def threads_of(pid):
+    return sorted(path.read_text().strip() for path in pathlib.Path(f"/proc/{pid}/task").glob("*/comm"))
+
+
+def open_files(pid):
+    return len(os.listdir(f"/proc/{pid}/fd"))
+
+
+class WithoutServer(SoundCase):
+    """The bridge before, without and beside a server that does not answer."""
+
+    def setUp(self):
+        super().setUp()
+        self.sound.stop(kill=True)
+
+    def test_start_without_a_server_is_immediate_and_says_so(self):
+        started = time.monotonic()
+        bridge = self.start_bridge()
+        self.assertLess(time.monotonic() - started, 3.0)
+        self.assertIn("[ERROR] No devices available, Solo forwarding will be disabled.", bridge.log)
+        self.assertEqual(bridge.call("getRunningApplications"), [])
+        self.assertEqual(bridge.end(), 0)
+
+    def test_server_that_does_not_answer_holds_nothing_up(self):
+        # A socket that takes connections and never says a word.
+        path = self.sound.runtime / "pulse" / "native"
+        silent = socket.socket(socket.AF_UNIX)
+        self.addCleanup(silent.close)
+        silent.bind(str(path))
+        silent.listen(50)
+        started = time.monotonic()
+        bridge = self.start_bridge()
+        self.assertLess(time.monotonic() - started, 4.0)
+        bridge.route(source(4711))
+        # The bridge's own destruction; PortAudio's worker waits for the silent server in the system's library.
+        bridge.kill()
+
+    def test_nothing_is_started_in_its_place(self):
+        bridge = self.start_bridge()
+        bridge.route(source(4711))
+        time.sleep(1.0)  # two attempts to connect
+        self.assertFalse((self.sound.runtime / "pulse" / "native").exists())
+        self.assertEqual(bridge.end(), 0)
+
+    def test_server_that_comes_later_is_used(self):
+        bridge = self.start_bridge()
+        self.sound.start()
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        bridge.route(source(player.pid))
+        speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(speakers.stop)
+        self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
+
+    def test_idle_bridge_without_a_server_burns_no_core(self):
+        bridge = self.start_bridge()
+        before = self.cpu_seconds(bridge.pid)
+        time.sleep(3.0)
+        self.assertLess((self.cpu_seconds(bridge.pid) - before) / 3.0, 0.05)
+
+    def cpu_seconds(self, pid):
+        fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+class Endurance(SoundCase):
+    def test_captures_start_and_stop_without_a_leak(self):
+        bridge = self.start_bridge()
+        wait_until(lambda: "Audio routing service started" in bridge.log, "the capture service")
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        cycles = 1000 if LONG else 100
+        settled = None
+        for cycle in range(cycles):
+            bridge.route(source(player.pid))
+            bridge.route()
+            if cycle == cycles // 2:
+                settled = open_files(bridge.pid), threads_of(bridge.pid), self.resident(bridge.pid)
+        self.assertEqual(bridge.log.count("[INFO] Started capture for PID"), cycles)
+        self.assertNotIn("[ERROR]", bridge.log)
+        wait_until(lambda: "Vexo Deck capture" not in self.sound.pactl("list", "source-outputs"), "the captures to be gone")
+        files, threads, resident = settled
+        wait_until(lambda: open_files(bridge.pid) <= files, "no more open files than before")
+        self.assertEqual(threads_of(bridge.pid), threads)
+        # The client library's pools fill up over the first hundreds of streams; a leak goes on and on.
+        self.assertLess(self.resident(bridge.pid), resident + 4096)
+        # And it still works.
+        speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(speakers.stop)
+        bridge.route(source(player.pid))
+        self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
+
+    def resident(self, pid):
+        status = pathlib.Path(f"/proc/{pid}/status").read_text()
+        return next(int(line.split()[1]) for line in status.splitlines() if line.startswith("VmRSS:"))
+
+    def test_server_that_restarts_again_and_again_is_told_of_once_a_second_at_most(self):
+        bridge = self.start_bridge()
+        began = time.monotonic()
+        for _ in range(4):
+            self.sound.stop(kill=True)
+            self.sound.start()
+            wait_until(lambda: "Vexo Deck" in self.sound.pactl("list", "clients"), "the bridge to be back", 5)
+        lines = bridge.log.count("Sound server lost") + bridge.log.count("Sound server is back")
+        self.assertGreater(lines, 0)
+        self.assertLessEqual(lines, time.monotonic() - began + 1)
+
+    def test_process_of_another_user_is_captured_and_listed_without_a_path(self):
+        # The sound belongs to the server, whoever plays it.
+        path = self.folder / "other.raw"
+        path.write_bytes(tone(TONE, 60, AMPLITUDE).tobytes())
+        os.chmod(self.folder, 0o755)
+        os.chmod(path, 0o644)
+        os.chmod(self.sound.runtime, 0o755)
+        os.chmod(self.sound.runtime / "pulse", 0o755)
+        os.chmod(self.sound.runtime / "pulse" / "native", 0o777)
+        player = self.sound.client(["pacat", "--raw", "--format=float32le", "--rate=48000", "--channels=2",
+                                    "--latency-msec=20", f"--device={APPS}", path], user=65534,
+                                   env_extra={"HOME": "/nonexistent", "PULSE_COOKIE": ""})
+        wait_until(lambda: self.sound.playback_of(player.pid), "the other user's player")
+        bridge = self.start_bridge()
+        bridge.route(source(player.pid))
+        speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(speakers.stop)
+        self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
+        record = next(entry for entry in bridge.call("getRunningApplications") if entry["processIdentifier"] == str(player.pid))
+        self.assertTrue(record["name"])
+
+    def test_fifty_programs_are_listed_and_one_of_them_is_heard(self):
+        # PulseAudio mixes the first 32 streams of a sink, so this one comes first.
+        heard_player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        players = []
+        path = self.folder / "quiet.raw"
+        path.write_bytes(numpy.zeros((48000 * 60, 2), numpy.float32).tobytes())
+        for _ in range(49):
+            players.append(self.sound.client(["pacat", "--raw", "--format=float32le", "--rate=48000", "--channels=2",
+                                              f"--device={APPS}", path]))
+        bridge = self.start_bridge()
+        wanted = {str(player.pid) for player in [*players, heard_player]}
+
+        def listed():
+            return {entry["processIdentifier"] for entry in bridge.call("getRunningApplications") if entry.get("type") == "app"}
+
+        wait_until(lambda: listed() >= wanted, "every playing program in the list", 30)
+        self.assertEqual(listed(), wanted)
+        bridge.route(source(heard_player.pid))
+        speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(speakers.stop)
+        # At this load of the server the player itself has dropouts.
+        self.wait_heard(speakers, lambda heard: level_db(heard, TONE) > LEVEL_DB - 6, "the application", limit=40)
+
+    def test_eight_applications_play_without_a_dropout_that_a_plain_client_would_not_have(self):
+        """Beside the bridge, a plain recorder piped into a plain player, with the same latencies."""
+        seconds = 1800 if LONG else 120
+        self.sound.add_sink("plain", "Plain", hardware=False)
+        bridge = self.start_bridge()
+        players = [self.sound.play(tone(300 + 100 * at, 10, 0.05), APPS, f"player{at}") for at in range(8)]
+        words = "--raw --format=float32le --rate=48000 --channels=2"
+        self.sound.client(["sh", "-c", f"parec {words} --latency-msec=20 --device={APPS}.monitor | "
+                                       f"pacat {words} --latency-msec=30 --device=plain"])
+        bridge.route(*[source(player.pid) for player in players])
+        recorders = []
+        for sink in (SPEAKERS, "plain"):
+            recorders.append(self.sound.recorder(sink))
+            self.addCleanup(recorders[-1].stop)
+            self.wait_heard(recorders[-1], lambda heard: all(level_db(heard, 300 + 100 * at) > -30 for at in range(8)),
+                            f"all eight on {sink}", limit=60)
+        first = [recorder.frames() for recorder in recorders]
+        counts = []
+        for recorder, begin in zip(recorders, first):
+            recorder.wait_frames(begin + seconds * 48000, seconds * 2 + 60)
+            counts.append(self.dropouts(recorder.signal()[begin:begin + seconds * 48000]))
+        ours, theirs = counts
+        print(f"dropouts in {seconds} s: {ours} through the bridge, {theirs} through the plain chain", file=sys.stderr)
+        self.assertLessEqual(ours, theirs + 1)
+
+    def dropouts(self, signal):
+        """Stretches of more than 1 ms in which nothing plays: eight tones are never silent together so long."""
+        quiet = (numpy.abs(signal).max(axis=1) < 1e-4).astype(int)
+        edges = numpy.flatnonzero(numpy.diff(numpy.concatenate([[0], quiet, [0]])))
+        return int(((edges[1::2] - edges[::2]) > 48).sum())
+
+
+class WithoutServerOnPipeWire(WithoutServer):
+    kind = PIPEWIRE
+
+
+class EnduranceOnPipeWire(Endurance):
+    kind = PIPEWIRE
+
+
+if __name__ == "__main__":
+    main()
