@@ -104,7 +104,7 @@ T.AbstractButton {
         id: popup
 
         objectName: "popup"
-        x: Math.round((plusButton.width - width) / 2)
+        x: 0
         y: Math.round((plusButton.height - height) / 2)
         width: 300
         height: 400

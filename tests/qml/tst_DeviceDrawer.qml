@@ -151,8 +151,9 @@ MainWindowTestCase {
         compare(child("serialNumber").text, "SN:VX24A0117 V1.04");
         verify(String(child("settingsDeviceImage").source).endsWith(row.image));
         compare(child("settingsDeviceImage").height, 200);
-        verify(String(child("stripImage").source).endsWith(row.small));
-        compare(child("deviceName").text, row.info.name);
+        const strip = child("deviceStrip");
+        verify(String(findChild(strip, "stripImage").source).endsWith(row.small));
+        compare(findChild(strip, "title").text, row.info.name.replace("VEXO ", ""));
     }
 
     function test_what_the_device_does_not_tell_is_not_available() {

@@ -15,23 +15,13 @@ Item {
     // The application runs: it can be swapped.
     required property bool appShown
     readonly property bool isSource: showType === StripKind.Source
+    readonly property bool isDevice: showType === StripKind.Device
 
     signal appSelected(app: var)
     signal deleteClicked
     signal settingsClicked
 
-    component CornerButton: CustomButton {
-        anchors.top: parent.top
-        anchors.right: parent.right
-        anchors.margins: -3
-        padding: 4
-        icon.width: 16
-        icon.height: 16
-        opacity: hovered || visualFocus ? 1 : 0.55
-        Accessible.description: head.title
-    }
-
-    implicitHeight: 74
+    implicitHeight: 80
 
     AppIcon {
         objectName: "appIcon"
@@ -44,10 +34,10 @@ Item {
     Image {
         objectName: "stripImage"
         anchors.horizontalCenter: parent.horizontalCenter
-        y: head.showType === StripKind.Device ? 0 : 6
-        width: head.showType === StripKind.Device ? 52 : 28
-        height: head.showType === StripKind.Device ? 40 : 28
-        sourceSize: head.showType === StripKind.Device ? undefined : Qt.size(width, height)
+        y: head.isDevice ? 0 : 6
+        width: head.isDevice ? 52 : 28
+        height: head.isDevice ? 40 : 28
+        sourceSize: head.isDevice ? undefined : Qt.size(width, height)
         visible: !head.isSource
         source: head.imageSource
         fillMode: Image.PreserveAspectFit
@@ -61,12 +51,12 @@ Item {
         objectName: "title"
         anchors.bottom: parent.bottom
         width: parent.width
-        height: 28
+        height: 36
         visible: !appBox.visible
         text: head.title
         font.pixelSize: VxTheme.fontCaption
-        fontSizeMode: Text.HorizontalFit
-        minimumPixelSize: 10
+        fontSizeMode: Text.Fit
+        minimumPixelSize: 9
         horizontalAlignment: Text.AlignHCenter
         wrapMode: Text.WordWrap
         maximumLineCount: 2
@@ -89,7 +79,7 @@ Item {
         id: appBox
 
         objectName: "appBox"
-        anchors.bottom: parent.bottom
+        anchors.verticalCenter: titleLabel.verticalCenter
         width: parent.width
         visible: head.isSource && head.appShown
         currentApp: head.currentApp
@@ -97,18 +87,20 @@ Item {
         onAppSelected: app => head.appSelected(app)
     }
 
-    CornerButton {
-        objectName: "deleteButton"
-        visible: head.isSource
-        text: qsTr("删除")
-        icon.source: VxConfig.iconUrl("icons/del2.svg", "")
-        onClicked: head.deleteClicked()
-    }
-    CornerButton {
-        objectName: "deviceSettingsButton"
-        visible: head.showType === StripKind.Device
-        text: qsTr("设备设置")
-        icon.source: VxConfig.iconUrl("icons/sz.svg", "")
-        onClicked: head.settingsClicked()
+    CustomButton {
+        id: cornerButton
+
+        objectName: head.isSource ? "deleteButton" : head.isDevice ? "deviceSettingsButton" : ""
+        anchors.top: parent.top
+        anchors.right: parent.right
+        anchors.margins: -3
+        visible: head.isSource || head.isDevice
+        text: head.isSource ? qsTr("删除") : qsTr("设备设置")
+        icon.source: VxConfig.iconUrl(head.isSource ? "icons/del2.svg" : "icons/sz.svg", "")
+        icon.width: 16
+        icon.height: 16
+        opacity: hovered || visualFocus ? 1 : 0.55
+        Accessible.description: head.title
+        onClicked: head.isSource ? head.deleteClicked() : head.settingsClicked()
     }
 }
