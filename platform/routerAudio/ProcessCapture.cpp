@@ -1,0 +1,24 @@
+#include "platform/routerAudio/ProcessCapture.h"
+
+#include "platform/routerAudio/RouterLog.h"
+
+#include <string>
+
+void logCaptureFormat(const WaveFormat& format) {
+    routerLog(L"[INFO] Capture format: " + std::to_wstring(format.samplesPerSecond) + L" Hz, " +
+              std::to_wstring(format.channels) + L" ch, " + std::to_wstring(format.bitsPerSample) + L" bits");
+}
+
+void logDefaultCaptureFormat(HResult result) {
+    routerLog(L"[WARNING] GetMixFormat failed (" + hexText(result) +
+              L"), using default format (48000 Hz, 32-bit float)");
+}
+
+void logCapturingProcess(std::uint32_t processId) {
+    routerLog(L"[INFO] Capturing from process loopback (PID: " + std::to_wstring(processId) + L")");
+}
+
+void logCaptureStarted(std::uint32_t processId, std::uint32_t bufferFrames) {
+    routerLog(L"[INFO] Audio capture started for PID " + std::to_wstring(processId) + L", buffer size: " +
+              std::to_wstring(bufferFrames) + L" frames");
+}
