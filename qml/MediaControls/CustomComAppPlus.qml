@@ -114,6 +114,8 @@ T.AbstractButton {
         focus: true
 
         contentItem: FocusScope {
+            focus: true
+
             VxText {
                 id: heading
 

@@ -52,7 +52,7 @@ Rectangle {
         readSolo();
         monitorMute.setActive(ConfigMgr.getValue(bundleIdentifier + "_monitor") === true);
         liveMute.setActive(ConfigMgr.getValue(bundleIdentifier + "_mix") === true);
-        volume.read();
+        volume.read(bundleIdentifier);
     }
 
     function readSolo() {

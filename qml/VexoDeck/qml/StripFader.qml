@@ -29,9 +29,24 @@ Item {
         meter.setLevels(levelLeft, levelRight);
     }
 
+    function handleTap() {
+        const now = Date.now();
+        const twice = now - tap.lastMs < Application.styleHints.mouseDoubleClickInterval;
+        tap.lastMs = twice ? 0 : now;
+        // The slider's own release, which follows, would take the value back.
+        if (twice)
+            Qt.callLater(backToDefault);
+    }
+
     // As the user's hand does.
     function backToDefault() {
         slider.moveBySteps(Math.round((defaultValue - slider.value) / stepSize));
+    }
+
+    QtObject {
+        id: tap
+
+        property real lastMs: 0
     }
 
     Item {
@@ -98,8 +113,7 @@ Item {
             onChangeComplete: stripFader.changeComplete()
 
             TapHandler {
-                // The slider's own release, which follows, would take the value back.
-                onDoubleTapped: Qt.callLater(stripFader.backToDefault)
+                onTapped: stripFader.handleTap()
             }
         }
     }

@@ -20,7 +20,7 @@ QtObject {
     readonly property real to: isMonitor ? ConfigMgr.auto_device_max : isDevice ? ConfigMgr.auto_gain_max : ConfigMgr.auto_app_max
     readonly property real stepSize: isHardware ? 1 : 0.01
     readonly property real defaultValue: isHardware ? ConfigMgr.defaults[key] : ConfigMgr.defaults.auto_app
-    readonly property string key: isMonitor ? ConfigMgr.keys.device_dB : isDevice ? ConfigMgr.keys.auto_gain : bundleIdentifier + "_dB"
+    readonly property string key: keyOf(bundleIdentifier)
     // The reports of the hardware.
     readonly property string topic: isMonitor ? MessageBus.messageTypes.LISTEN_VOLUME_LEVEL : isDevice ? MessageBus.messageTypes.UPDATE_MIC_GAIN_LEVEL : ""
 
@@ -34,15 +34,21 @@ QtObject {
         return Math.round(value * 100) + "%";
     }
 
-    function read() {
-        const value = Number(isHardware ? ConfigMgr.getValue(key) : ConfigMgr.getValue(key, defaultValue));
+    function keyOf(identifier: string): string {
+        return isMonitor ? ConfigMgr.keys.device_dB : isDevice ? ConfigMgr.keys.auto_gain : identifier + "_dB";
+    }
+
+    // The identifier is given: a handler of its change may come before the bindings here.
+    function read(identifier: string) {
+        const name = keyOf(identifier);
+        const value = Number(isHardware ? ConfigMgr.getValue(name) : ConfigMgr.getValue(name, defaultValue));
         fader.show(Number.isFinite(value) ? value : defaultValue);
     }
 
     // What comes back from the hardware does not fight the user's hand.
     function follow() {
         if (!fader.isManually)
-            read();
+            read(bundleIdentifier);
     }
 
     function handleMoved() {
