@@ -63,6 +63,11 @@ function spline(p0, p1, p2, p3, t) {
     return 0.5 * (2 * p1 + (p2 - p0) * t + (2 * p0 - 5 * p1 + 4 * p2 - p3) * t * t + (3 * p1 - p0 - 3 * p2 + p3) * t * t * t);
 }
 
+// Rounding keeps the end of a span and the beginning of the next apart.
+function samePosition(a, b) {
+    return Math.abs(a.x - b.x) < 1e-9 && Math.abs(a.y - b.y) < 1e-9;
+}
+
 // The positions of the curve through the points, whose ends count twice.
 function curve(through) {
     const last = through.length - 1;
@@ -79,7 +84,7 @@ function curve(through) {
                 y: spline(p0.y, p1.y, p2.y, p3.y, t)
             };
             const before = positions[positions.length - 1];
-            if (!before || before.x !== position.x || before.y !== position.y)
+            if (!before || !samePosition(before, position))
                 positions.push(position);
         }
     }
