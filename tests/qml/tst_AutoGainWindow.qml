@@ -75,8 +75,8 @@ MainWindowTestCase {
         layout = openMainLayout(mixdeskR2);
         HIDDeviceMgr.messageCache = {};
         report("auto_gain", 1);
-        takeWindow();
         compare(pending(), [1]);
+        takeWindow();
     }
 
     function test_other_payloads_open_no_window_data() {
@@ -94,9 +94,9 @@ MainWindowTestCase {
 
     function test_the_measurement_is_asked_for_at_the_next_flush() {
         startMeasurement();
-        compare(pending(), [1]);
         tryVerify(() => callsNamed("messageSend").length === 1);
         compare(callsNamed("messageSend")[0].id, 3);
+        compare(Array.from(callsNamed("messageSend")[0].bytes), [1]);
     }
 
     function test_the_countdown_starts_at_10_and_shows_1_until_the_last_tenth_has_run_out() {

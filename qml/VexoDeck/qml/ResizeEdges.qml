@@ -64,10 +64,10 @@ Item {
             readonly property bool corner: horizontal && vertical
 
             objectName: modelData.name
-            x: modelData.edges & Qt.RightEdge ? parent.width - width : 0
-            y: modelData.edges & Qt.BottomEdge ? parent.height - height : 0
-            width: corner ? resizeEdges.cornerLength : horizontal ? resizeEdges.thickness : parent.width
-            height: corner ? resizeEdges.cornerLength : vertical ? resizeEdges.thickness : parent.height
+            x: modelData.edges & Qt.RightEdge ? resizeEdges.width - width : 0
+            y: modelData.edges & Qt.BottomEdge ? resizeEdges.height - height : 0
+            width: corner ? resizeEdges.cornerLength : horizontal ? resizeEdges.thickness : resizeEdges.width
+            height: corner ? resizeEdges.cornerLength : vertical ? resizeEdges.thickness : resizeEdges.height
             cursorShape: modelData.shape
             onPressed: resizeEdges.window.startSystemResize(modelData.edges)
         }
