@@ -12,6 +12,8 @@ HANDLE_HALF = 7
 class Panel:
     def __init__(self, stage):
         self.stage = stage
+        # The program counts its time in ticks: on a busy machine its hellos come late.
+        stage.emulator("identity patience 60")
 
     # ---- ways
 
@@ -60,24 +62,28 @@ class Panel:
         a number for a slider's value, a text for a description, None for a control that is not there. A slider's
         text is expected of ("description of", name)."""
 
-        def differences():
-            shown = {(control["role"], control["name"]): control
-                     for control in reversed(self.stage.controls()) if "showing" in control["states"]}
-            shown |= {("description of", name): control for (role, name), control in shown.items() if role == "slider"}
-            return {key: self._aspect(shown.get(key), wanted) for key, wanted in expected.items()
-                    if self._aspect(shown.get(key), wanted) != wanted}
-
         last = {}
 
         def holds():
             nonlocal last
-            last = differences()
+            last = self._differences(expected)
             return not last
 
         try:
             wait_until(holds, "the screen")
         except AssertionError:
             raise AssertionError(f"the screen shows {last}, and not {expected}") from None
+
+    def shows(self, expected):
+        """Whether the screen shows it now; see wait_shown()."""
+        return not self._differences(expected)
+
+    def _differences(self, expected):
+        shown = {(control["role"], control["name"]): control
+                 for control in reversed(self.stage.controls()) if "showing" in control["states"]}
+        shown |= {("description of", name): control for (role, name), control in shown.items() if role == "slider"}
+        return {key: self._aspect(shown.get(key), wanted) for key, wanted in expected.items()
+                if self._aspect(shown.get(key), wanted) != wanted}
 
     @staticmethod
     def _aspect(control, wanted):

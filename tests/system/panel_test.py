@@ -26,7 +26,8 @@ class PanelWalk(SystemCase):
         super().setUp()
         self.panel = Panel(self.stage)
         self.program = self.start(environment=TYPED_LOG)
-        self.stage.xdotool("search", "--onlyvisible", "--name", "^Vexo Deck$", "windowmove", 0, 0, "windowsize", *SCREEN)
+        window = self.stage.windows("Vexo Deck")[0]
+        self.stage.xdotool("windowmove", window, 0, 0, "windowsize", window, *SCREEN)
 
     def tearDown(self):
         # Before the stage goes. A test that failed may have left the mouse pressed.
