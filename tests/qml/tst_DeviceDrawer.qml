@@ -171,7 +171,7 @@ MainWindowTestCase {
             {
                 tag: "smallest window",
                 height: 500,
-                picture: 125
+                picture: 145
             }
         ];
     }
