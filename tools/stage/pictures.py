@@ -1,6 +1,6 @@
 """Takes the pictures of docs/screens.md: every page of every model, as the running program shows it.
 
-    tools/env python3 tools/stage/pictures.py --build build/release [--out docs/pictures]
+    tools/env python3 tools/stage/pictures.py --build build/dev [--out docs/pictures]
 
 The pictures are palette images of the main window alone, small enough for the repository.
 """
