@@ -14,8 +14,7 @@ import re
 import sys
 import time
 
-ROOT = pathlib.Path(__file__).resolve().parents[1]
-sys.path[:0] = [str(ROOT / "tools" / "stage"), str(ROOT / "tests" / "system")]
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tools" / "stage"))
 
 from stage import Stage  # noqa: E402
 from stall_log import StallLog  # noqa: E402

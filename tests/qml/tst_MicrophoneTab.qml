@@ -140,6 +140,16 @@ PageTestCase {
         compare(setting("auto_gain"), 25);
     }
 
+    function test_step_is_the_nearest_whole_number() {
+        openPage(voxmicM40);
+        const slider = gainSlider();
+        for (const value of [6.9999999999, 7.0000000001]) {
+            slider.value = value;
+            compare(slider.step, 7);
+            compare(slider.valueText, "40%");
+        }
+    }
+
     function test_gain_percent_at_every_step_data() {
         const rows = [];
         for (let step = 0; step <= 18; step++)

@@ -1,6 +1,6 @@
 """Takes the pictures of docs/screens.md: every page of every model, as the running program shows it.
 
-    tools/env python3 tools/stage/pictures.py --build build/release [--out docs/pictures]
+    tools/env python3 tools/stage/pictures.py --build build/dev [--out docs/pictures]
 
 The pictures are palette images of the main window alone, small enough for the repository.
 """
@@ -114,9 +114,10 @@ def take_documents(build, folder):
         subprocess.run([str(programs / "qml_screenshots"), str(drawn)], env=stage.env, check=True, capture_output=True)
         subprocess.run([str(programs / "gallery" / "vexo_control_gallery"), "--save", str(drawn / "control-gallery.png")],
                        env=stage.env, check=True, capture_output=True)
-        for name in ("dialog.png", "control-gallery.png"):
-            with_palette(Image.open(drawn / name).convert("RGB")).save(folder / name, optimize=True)
-            print(f"pictures: {folder / name}", flush=True)
+        with_palette(Image.open(drawn / "dialog.png").convert("RGB")).save(folder / "dialog.png", optimize=True)
+        # The colour pickers have more colours than a palette.
+        Image.open(drawn / "control-gallery.png").convert("RGB").save(folder / "control-gallery.png", optimize=True)
+        print(f"pictures: {folder}: dialog, control-gallery", flush=True)
 
 
 def main():

@@ -1,4 +1,4 @@
-"""How long the program's main thread keeps an event waiting: the log of tests/support/stallProbe."""
+"""How long the program's main thread keeps an event waiting: the log of the plugin in stallProbe/."""
 
 import math
 import time
@@ -25,7 +25,7 @@ class StallLog:
     def __init__(self, build, path):
         self.path = path
         self.environment = {
-            "QT_PLUGIN_PATH": str(build / "tests" / "support" / "stallProbe" / "plugins"),
+            "QT_PLUGIN_PATH": str(build / "tools" / "stage" / "stallProbe" / "plugins"),
             "QT_QPA_GENERIC_PLUGINS": "stallprobe",
             "VEXO_STALL_LOG": str(path),
         }

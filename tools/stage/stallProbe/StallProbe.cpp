@@ -1,20 +1,16 @@
-// Measures from inside of a program, without a change of it, how long its main thread keeps an event waiting. Qt
-// loads it as a generic plugin:
+// Measures from inside of a program, without a change of it, how long its main thread keeps an event waiting.
+// Qt loads it as a generic plugin:
 //     QT_PLUGIN_PATH=<folder of this plugin's folder "generic"> QT_QPA_GENERIC_PLUGINS=stallprobe
 //     VEXO_STALL_LOG=<file>
-// A thread of its own posts an event to the main thread, waits until it is handled, and begins anew 2 ms later. Each
-// event is one line of the file:
-//     <when it was posted, s of CLOCK_BOOTTIME> <ms until it was handled> <ms of these in which the main thread was
-//     ready to run and the system ran others>
+// A thread of its own posts an event to the main thread, waits until it is handled, and begins anew 2 ms
+// later. Each event is one line of the file:
+//     <when it was posted, s of CLOCK_BOOTTIME> <ms until it was handled> <ms of these in which the main
+//     thread was ready to run and the system ran others>
 
 #include <QCoreApplication>
 #include <QEvent>
 #include <QGenericPlugin>
 #include <QObject>
-
-#include <sys/syscall.h>
-#include <time.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -23,7 +19,10 @@
 #include <memory>
 #include <semaphore>
 #include <string>
+#include <sys/syscall.h>
 #include <thread>
+#include <time.h>
+#include <unistd.h>
 
 namespace {
 
@@ -119,7 +118,8 @@ class StallProbePlugin : public QGenericPlugin {
 public:
     QObject* create(const QString& key, const QString&) override {
         const char* const logPath = std::getenv("VEXO_STALL_LOG");
-        return key == QLatin1StringView("stallprobe") && logPath != nullptr ? new StallProbe(logPath) : nullptr;
+        return key == QLatin1StringView("stallprobe") && logPath != nullptr ? new StallProbe(logPath)
+                                                                            : nullptr;
     }
 };
 
