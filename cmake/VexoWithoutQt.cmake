@@ -1,0 +1,13 @@
+# The libraries free of Qt, with their tests: what the preset windows builds where there is no Qt for Windows.
+message(STATUS "No Qt for the target system: only the libraries free of Qt are built")
+set(CMAKE_AUTOMOC OFF)
+
+add_subdirectory(platform/routerAudio)
+add_subdirectory(platform/windows/routerAudio)
+add_subdirectory(audio)
+add_subdirectory(device/link)
+
+include(CTest)
+if(BUILD_TESTING)
+    add_subdirectory(tests)
+endif()
