@@ -6,6 +6,7 @@ add_subdirectory(platform/routerAudio)
 add_subdirectory(platform/windows/routerAudio)
 add_subdirectory(audio)
 add_subdirectory(device/link)
+add_subdirectory(tools/scene)
 
 include(CTest)
 if(BUILD_TESTING)

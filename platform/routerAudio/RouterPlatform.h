@@ -8,6 +8,7 @@
 #include "platform/routerAudio/ProcessCapture.h"
 #include "platform/routerAudio/RenderChannel.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -16,11 +17,12 @@ class PerAppInputBuffers;
 struct RouterPlatform {
     std::shared_ptr<ComApartment> com;
     std::shared_ptr<AudioEndpointSystem> endpoints;
-    /// A capture, not started, that hands its packets to the given buffers, which outlive it. Null: none could
-    /// be made.
+    /// A capture, not started, that hands its packets to the given buffers, which outlive it. Null: none
+    /// could be made.
     std::function<std::shared_ptr<ProcessCapture>(PerAppInputBuffers& buffers)> makeProcessCapture;
-    /// An output, not opened.
-    std::function<std::unique_ptr<RenderChannel>()> makeRenderChannel;
+    /// An output, not opened. `busId` is 1, 2, or 3 for Solo, and is for names alone: of the thread, and of
+    /// the stream where the system shows one.
+    std::function<std::unique_ptr<RenderChannel>(std::uint32_t busId)> makeRenderChannel;
 };
 
 /// The bodies of this system. Makes no connection and waits for nothing: a sound system that is not there

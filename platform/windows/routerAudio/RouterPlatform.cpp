@@ -11,5 +11,6 @@ RouterPlatform systemRouterPlatform() {
             .endpoints = std::make_shared<CoreAudioEndpoints>(calls),
             .makeProcessCapture =
                 [calls](PerAppInputBuffers& buffers) { return makeLoopbackCapture(buffers, calls); },
-            .makeRenderChannel = [calls] { return std::make_unique<WasapiRenderChannel>(calls); }};
+            .makeRenderChannel =
+                [calls](std::uint32_t busId) { return std::make_unique<WasapiRenderChannel>(calls, busId); }};
 }

@@ -1,0 +1,274 @@
+#include "platform/ApplicationInventory.h"
+
+#include "platform/InventorySources.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QFileInfo>
+#include <QImage>
+#include <QPainter>
+#include <QRegularExpression>
+#include <QSaveFile>
+#include <QSet>
+#include <QStandardPaths>
+#include <QThreadPool>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+
+namespace {
+
+constexpr int kIconThreads = 8;
+
+// The threads that make icons of running programs; joined at the end of the process.
+QThreadPool& iconPool() {
+    static QThreadPool pool;
+    pool.setMaxThreadCount(kIconThreads);
+    return pool;
+}
+
+void startIconExtraction(const QList<AudioSessionInfo>& sessions, const IconReady& onIconReady,
+                         const AllIconsReady& onAllIconsReady) {
+    if (sessions.isEmpty()) {
+        onAllIconsReady();
+        return;
+    }
+    const auto left = std::make_shared<std::atomic<qsizetype>>(sessions.size());
+    for (const AudioSessionInfo& session : sessions) {
+        iconPool().start([session, left, onIconReady, onAllIconsReady] {
+            onIconReady(session.processId, extractIconToFile(session.executablePath, session.processId));
+            if (--*left == 0) {
+                onAllIconsReady();
+            }
+        });
+    }
+}
+
+bool isOwnProgram(const QString& name) {
+    return name == QLatin1String("VEXO") || name == QLatin1String("Vexo Deck") ||
+           name.contains(QLatin1String("VexoDeck"));
+}
+
+bool isMakersPath(const QString& path) {
+    return path.contains(QLatin1String("VEXO")) || path.contains(QLatin1String("VexoDeck")) ||
+           path.contains(QLatin1String("Vexo Deck"));
+}
+
+void collectPrograms(const QString& folder, const QString& suffix, int depth, QSet<QString>& seen,
+                     QStringList& files) {
+    if (depth < 1) {
+        return;
+    }
+    const QFileInfoList entries = QDir(folder).entryInfoList(
+        QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Unsorted);
+    for (const QFileInfo& entry : entries) {
+        if (entry.isDir()) {
+            collectPrograms(entry.absoluteFilePath(), suffix, depth - 1, seen, files);
+            continue;
+        }
+        const QString key = entry.completeBaseName();
+        if (entry.suffix().toLower() != suffix || isMakersPath(entry.absoluteFilePath()) || seen.contains(key)) {
+            continue;
+        }
+        seen.insert(key);
+        files.append(entry.absoluteFilePath());
+    }
+}
+
+QString programIconFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + QStringLiteral("/app_icons");
+}
+
+} // namespace
+
+QString fileUrl(const QString& path) {
+    QString slashed = path;
+    slashed.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    return QStringLiteral("file:///") + (slashed.startsWith(QLatin1Char('/')) ? slashed.mid(1) : slashed);
+}
+
+QString fileStem(const QString& path) {
+    const qsizetype slash = std::max(path.lastIndexOf(QLatin1Char('/')), path.lastIndexOf(QLatin1Char('\\')));
+    const QString name = path.mid(slash + 1);
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    return dot >= 0 ? name.left(dot) : name;
+}
+
+QString sessionIconPath(const QString& executablePath, std::uint32_t processId) {
+    QString stem = fileStem(executablePath);
+    if (stem.isEmpty()) {
+        stem = QStringLiteral("process_%1").arg(processId);
+    }
+    return QDir::tempPath() + QStringLiteral("/VexoDeck/icons/") + stem + QStringLiteral(".png");
+}
+
+QString programIconFileName(const QString& baseName) {
+    static const QRegularExpression others(QStringLiteral("[^a-zA-Z0-9_\\-]"));
+    QString name = baseName;
+    return name.replace(others, QStringLiteral("_")) + QStringLiteral(".png");
+}
+
+QStringList programFiles(const QStringList& roots, const QString& suffix, int depth) {
+    QSet<QString> seen;
+    QStringList files;
+    for (const QString& root : roots) {
+        collectPrograms(root, suffix, depth, seen, files);
+    }
+    return files;
+}
+
+bool saveIcon(const QImage& picture, const QString& path) {
+    QImage canvas(kIconFileSize, kIconFileSize, QImage::Format_ARGB32);
+    canvas.fill(Qt::transparent);
+    const QImage fitted = picture.scaled(kIconFileSize, kIconFileSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    QPainter painter(&canvas);
+    painter.drawImage((kIconFileSize - fitted.width()) / 2, (kIconFileSize - fitted.height()) / 2, fitted);
+    painter.end();
+    // Whole or not at all: a reader never meets half a picture.
+    QSaveFile file(path);
+    return file.open(QIODevice::WriteOnly) && canvas.save(&file, "PNG") && file.commit();
+}
+
+// ---- programs that play sound
+
+QList<AudioSessionInfo> audioSessionsFrom(const QList<RawAudioSession>& sessions) {
+    QList<AudioSessionInfo> result;
+    QSet<std::uint32_t> seen;
+    for (const RawAudioSession& session : sessions) {
+        // 0 is the system's own sounds.
+        if (session.processId == 0 || seen.contains(session.processId)) {
+            continue;
+        }
+        seen.insert(session.processId);
+        AudioSessionInfo info;
+        info.processId = session.processId;
+        info.executablePath = session.executablePath;
+        info.name = session.displayName;
+        if (info.name.isEmpty()) {
+            info.name = fileStem(session.executablePath);
+        }
+        if (info.name.isEmpty()) {
+            info.name = fileStem(session.processFileName);
+        }
+        if (info.name.isEmpty()) {
+            info.name = QStringLiteral("(unknown)");
+        }
+        info.state = session.state;
+        if (!info.executablePath.isEmpty()) {
+            info.iconPath = sessionIconPath(info.executablePath, info.processId);
+        }
+        result.append(info);
+    }
+    return result;
+}
+
+QList<AudioSessionInfo> getAudioSessions(const IconReady& onIconReady, const AllIconsReady& onAllIconsReady) {
+    QList<AudioSessionInfo> sessions = audioSessionsFrom(rawAudioSessions());
+    startIconExtraction(sessions, onIconReady, onAllIconsReady);
+    return sessions;
+}
+
+QVariantList applicationMaps(const QList<AudioSessionInfo>& sessions,
+                             const std::function<QString(const QString& path)>& displayName) {
+    QVariantList maps;
+    for (const AudioSessionInfo& session : sessions) {
+        if (isOwnProgram(session.name)) {
+            continue;
+        }
+        const QString ownName = displayName(session.executablePath);
+        maps.append(QVariantMap{
+            {QStringLiteral("processIdentifier"), QString::number(session.processId)},
+            {QStringLiteral("bundleIdentifier"), fileUrl(session.executablePath)},
+            {QStringLiteral("iconFilePath"), fileUrl(session.iconPath)},
+            {QStringLiteral("name"), ownName.isEmpty() ? session.name : ownName},
+            {QStringLiteral("type"), QStringLiteral("app")},
+            {QStringLiteral("isActive"), session.state == QLatin1String("Active")},
+        });
+    }
+    return maps;
+}
+
+QVariantList getWindowsRunningApplicationsWithIcon() {
+    const QList<AudioSessionInfo> sessions = getAudioSessions(
+        [](std::uint32_t processId, const QString& path) {
+            qDebug().noquote().nospace() << "Icon extracted for process " << processId << " to " << path;
+        },
+        [] { qDebug() << "All icons extracted"; });
+    return applicationMaps(sessions, getFileDisplayName);
+}
+
+QVariantList withInputDevices(QVariantList applications, const QVariantList& inputDevices) {
+    for (qsizetype at = inputDevices.size(); at-- > 0;) {
+        QVariantMap device = inputDevices.at(at).toMap();
+        const QString name = device.value(QStringLiteral("name")).toString();
+        if (name.contains(QLatin1String("VEXO"))) {
+            continue;
+        }
+        device.insert(QStringLiteral("bundleIdentifier"), name);
+        device.insert(QStringLiteral("processIdentifier"), name);
+        applications.prepend(device);
+    }
+    return applications;
+}
+
+QString extractIconToFile(const QString& executablePath, std::uint32_t processId) {
+    const QString path = sessionIconPath(executablePath, processId);
+    // Made once: an icon stays until the temporary folder is cleared.
+    if (QFileInfo(path).isFile()) {
+        return path;
+    }
+    if (!makePrivateFolder(QFileInfo(path).absolutePath())) {
+        return {};
+    }
+    const QImage picture = runningProgramIcon(executablePath, processId);
+    return !picture.isNull() && saveIcon(picture, path) ? path : QString();
+}
+
+// ---- installed programs
+
+QVariantList installedProgramMaps() {
+    // What the user picks for the default browser.
+    QVariantList maps{QVariantMap{
+        {QStringLiteral("name"), QStringLiteral("系统浏览器")},
+        {QStringLiteral("bundlePath"), QString()},
+        {QStringLiteral("executablePath"), QString()},
+        {QStringLiteral("isSystemBrowser"), true},
+    }};
+    const QString iconFolder = programIconFolder();
+    const bool iconsCanBeKept = QDir().mkpath(iconFolder);
+    for (const InstalledProgram& program : installedPrograms()) {
+        QVariantMap map{
+            {QStringLiteral("name"), program.name},
+            {QStringLiteral("executablePath"), program.path},
+            {QStringLiteral("bundlePath"), fileUrl(program.path)},
+        };
+        if (iconsCanBeKept && program.hasIcon) {
+            const QString iconPath = iconFolder + QLatin1Char('/') + programIconFileName(program.baseName);
+            map.insert(QStringLiteral("iconFilePath"), fileUrl(iconPath));
+            generateIconAsync(program.path, iconPath, program.name);
+        }
+        maps.append(map);
+    }
+    return maps;
+}
+
+void generateIconAsync(const QString& exePath, const QString& iconPath, const QString& name) {
+    if (QFileInfo::exists(iconPath)) {
+        return;
+    }
+    QThreadPool::globalInstance()->start([exePath, iconPath, name] {
+        if (QFileInfo::exists(iconPath)) {
+            return;
+        }
+        const std::optional<QImage> picture = installedProgramIcon(exePath);
+        if (!picture) {
+            return;
+        }
+        if (picture->isNull()) {
+            qWarning() << "未能生成图标:" << name;
+            return;
+        }
+        static_cast<void>(saveIcon(*picture, iconPath));
+    });
+}

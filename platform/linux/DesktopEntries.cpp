@@ -1,0 +1,182 @@
+#include "platform/linux/DesktopEntries.h"
+
+#include "platform/ApplicationInventory.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QLocale>
+#include <QStandardPaths>
+
+#include <algorithm>
+
+namespace {
+
+// Folders below a root that hold entries, its own level included.
+constexpr int kScanDepth = 3;
+constexpr qint64 kLargestEntryBytes = 1 << 20;
+
+QString unescaped(const QByteArray& value) {
+    QByteArray text;
+    for (qsizetype at = 0; at < value.size(); ++at) {
+        if (value[at] != '\\' || at + 1 == value.size()) {
+            text += value[at];
+            continue;
+        }
+        switch (value[++at]) {
+        case 's':
+            text += ' ';
+            break;
+        case 'n':
+            text += '\n';
+            break;
+        case 't':
+            text += '\t';
+            break;
+        case 'r':
+            text += '\r';
+            break;
+        default:
+            text += value[at];
+            break;
+        }
+    }
+    return QString::fromUtf8(text);
+}
+
+bool names(const QString& list, const QStringList& desktops) {
+    const QStringList parts = list.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    return std::ranges::any_of(parts, [&desktops](const QString& part) { return desktops.contains(part); });
+}
+
+QStringList userLanguages() {
+    QStringList languages;
+    for (QString language : QLocale().uiLanguages()) {
+        languages.append(language.replace(QLatin1Char('-'), QLatin1Char('_')));
+    }
+    return languages;
+}
+
+QStringList runningDesktops() {
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':'), Qt::SkipEmptyParts);
+}
+
+bool canBeFound(const QString& program) {
+    return QFileInfo(program).isAbsolute() ? QFileInfo(program).isExecutable()
+                                           : !QStandardPaths::findExecutable(program).isEmpty();
+}
+
+} // namespace
+
+DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& languages, const QStringList& desktops) {
+    QHash<QString, QString> values;
+    bool inEntry = false;
+    for (const QByteArray& raw : text.split('\n')) {
+        const QByteArray line = raw.trimmed();
+        if (line.startsWith('[')) {
+            inEntry = line == "[Desktop Entry]";
+            continue;
+        }
+        const qsizetype equals = line.indexOf('=');
+        if (!inEntry || line.startsWith('#') || equals < 1) {
+            continue;
+        }
+        values.insert(QString::fromUtf8(line.left(equals).trimmed()), unescaped(line.mid(equals + 1).trimmed()));
+    }
+    const auto localized = [&](const QString& key) {
+        for (const QString& language : languages) {
+            const auto found = values.constFind(key + QLatin1Char('[') + language + QLatin1Char(']'));
+            if (found != values.constEnd()) {
+                return *found;
+            }
+        }
+        return values.value(key);
+    };
+    const auto isTrue = [&](const char* key) {
+        return values.value(QLatin1String(key)) == QLatin1String("true");
+    };
+
+    DesktopEntry entry;
+    entry.name = localized(QStringLiteral("Name"));
+    entry.icon = localized(QStringLiteral("Icon"));
+    entry.program = programOfExec(values.value(QStringLiteral("Exec")));
+    const QString onlyIn = values.value(QStringLiteral("OnlyShowIn"));
+    const QString tryExec = values.value(QStringLiteral("TryExec"));
+    entry.shown = values.value(QStringLiteral("Type")) == QLatin1String("Application") && !entry.name.isEmpty() &&
+                  !isTrue("NoDisplay") && !isTrue("Hidden") && (onlyIn.isEmpty() || names(onlyIn, desktops)) &&
+                  !names(values.value(QStringLiteral("NotShowIn")), desktops) &&
+                  (tryExec.isEmpty() || canBeFound(tryExec));
+    return entry;
+}
+
+QString programOfExec(const QString& exec) {
+    QStringList words;
+    QString word;
+    bool quoted = false;
+    bool open = false;
+    for (qsizetype at = 0; at < exec.size(); ++at) {
+        const QChar letter = exec[at];
+        if (quoted && letter == QLatin1Char('\\') && at + 1 < exec.size()) {
+            word += exec[++at];
+        } else if (letter == QLatin1Char('"')) {
+            quoted = !quoted;
+            open = true;
+        } else if (letter.isSpace() && !quoted) {
+            if (open) {
+                words.append(word);
+            }
+            word.clear();
+            open = false;
+        } else {
+            word += letter;
+            open = true;
+        }
+    }
+    if (open) {
+        words.append(word);
+    }
+    const bool behindEnv = !words.isEmpty() && QFileInfo(words.first()).fileName() == QLatin1String("env");
+    for (qsizetype at = behindEnv ? 1 : 0; at < words.size(); ++at) {
+        if (!behindEnv || (!words[at].contains(QLatin1Char('=')) && !words[at].startsWith(QLatin1Char('-')))) {
+            return words[at];
+        }
+    }
+    return {};
+}
+
+QList<DesktopEntry> readDesktopEntries() {
+    const QStringList languages = userLanguages();
+    const QStringList desktops = runningDesktops();
+    QList<DesktopEntry> entries;
+    const QStringList roots = QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
+    for (const QString& path : programFiles(roots, QStringLiteral("desktop"), kScanDepth)) {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly)) {
+            continue;
+        }
+        DesktopEntry entry = parseDesktopEntry(file.read(kLargestEntryBytes), languages, desktops);
+        entry.path = path;
+        entries.append(entry);
+    }
+    return entries;
+}
+
+const DesktopEntry* entryOfExecutable(const QList<DesktopEntry>& entries, const QString& path) {
+    if (path.isEmpty()) {
+        return nullptr;
+    }
+    const QString fileName = QFileInfo(path).fileName();
+    const DesktopEntry* byName = nullptr;
+    for (const DesktopEntry& entry : entries) {
+        if (entry.program.isEmpty() || entry.name.isEmpty()) {
+            continue;
+        }
+        if (entry.program == path) {
+            return &entry;
+        }
+        // One that is offered comes before one that is not.
+        if (QFileInfo(entry.program).fileName() == fileName && (byName == nullptr || (entry.shown && !byName->shown))) {
+            byName = &entry;
+        }
+    }
+    return byName;
+}

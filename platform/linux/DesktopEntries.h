@@ -1,0 +1,33 @@
+#pragma once
+
+// Desktop entries: the installed programs of a Linux desktop, after the Desktop Entry Specification 1.5.
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+/// What is used of one ".desktop" file.
+struct DesktopEntry {
+    QString path;    ///< of the file
+    QString name;    ///< in the user's language
+    QString icon;    ///< a name in the icon theme, or an absolute path; may be empty
+    QString program; ///< what Exec starts, as it stands there
+    bool shown = true; ///< offered to the user here
+};
+
+/// Reads one entry. `languages` are the user's, best first, as "zh_CN" or "zh"; `desktops` the names of the
+/// running desktop. Anything that is no application with a name is not shown.
+[[nodiscard]] DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& languages,
+                                             const QStringList& desktops);
+
+/// The program of an Exec line: its first word, unquoted, behind "env" and its assignments.
+[[nodiscard]] QString programOfExec(const QString& exec);
+
+/// All entries of the user and the system, in the order of the folders; one that an earlier folder hides is
+/// not there. Read anew at each call. Any thread.
+[[nodiscard]] QList<DesktopEntry> readDesktopEntries();
+
+/// The entry that starts this executable, by its path or by its file name; null when none does.
+[[nodiscard]] const DesktopEntry* entryOfExecutable(const QList<DesktopEntry>& entries, const QString& path);

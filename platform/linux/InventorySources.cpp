@@ -1,0 +1,100 @@
+#include "platform/InventorySources.h"
+
+#include "platform/linux/DesktopEntries.h"
+#include "platform/linux/IconTheme.h"
+#include "platform/linux/ProcessInfo.h"
+#include "platform/linux/routerAudio/PulseServer.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+const QString kAnyProgramIcon = QStringLiteral("application-x-executable");
+
+QString iconNameOfSession(std::uint32_t processId) {
+    for (const PulsePlayback& playback : PulseServer::shared()->playbacks()) {
+        if (playback.processId == processId) {
+            return QString::fromStdString(playback.iconName);
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+QList<RawAudioSession> rawAudioSessions() {
+    const std::shared_ptr<PulseServer> server = PulseServer::shared();
+    if (!server->awaitReady()) {
+        return {};
+    }
+    const std::vector<PulsePlayback> playbacks = server->playbacks();
+    QSet<std::uint32_t> playing;
+    for (const PulsePlayback& playback : playbacks) {
+        if (!playback.paused) {
+            playing.insert(playback.processId);
+        }
+    }
+    QList<RawAudioSession> sessions;
+    for (const PulsePlayback& playback : playbacks) {
+        sessions.append({playback.processId, QString::fromStdString(playback.applicationName),
+                         QFile::decodeName(processImagePath(playback.processId).c_str()),
+                         QString::fromStdString(processFileName(playback.processId)),
+                         playing.contains(playback.processId) ? QStringLiteral("Active")
+                                                              : QStringLiteral("Inactive")});
+    }
+    return sessions;
+}
+
+QString getFileDisplayName(const QString& path) {
+    const QList<DesktopEntry> entries = readDesktopEntries();
+    const DesktopEntry* const entry = entryOfExecutable(entries, path);
+    return entry != nullptr ? entry->name : QString();
+}
+
+QImage runningProgramIcon(const QString& executablePath, std::uint32_t processId) {
+    const QList<DesktopEntry> entries = readDesktopEntries();
+    const DesktopEntry* const entry = entryOfExecutable(entries, executablePath);
+    for (const QString& name : {entry != nullptr ? entry->icon : QString(), iconNameOfSession(processId),
+                                fileStem(executablePath), kAnyProgramIcon}) {
+        const QImage picture = name.isEmpty() ? QImage() : loadIcon(name, kIconFileSize);
+        if (!picture.isNull()) {
+            return picture;
+        }
+    }
+    return {};
+}
+
+QList<InstalledProgram> installedPrograms() {
+    QList<InstalledProgram> programs;
+    for (const DesktopEntry& entry : readDesktopEntries()) {
+        if (entry.shown) {
+            programs.append({entry.name, entry.path, QFileInfo(entry.path).completeBaseName(), !entry.icon.isEmpty()});
+        }
+    }
+    return programs;
+}
+
+std::optional<QImage> installedProgramIcon(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return std::nullopt;
+    }
+    const QString icon = parseDesktopEntry(file.readAll(), {}, {}).icon;
+    return icon.isEmpty() ? std::nullopt : std::optional(loadIcon(icon, kIconFileSize));
+}
+
+bool makePrivateFolder(const QString& path) {
+    if (!QDir().mkpath(path)) {
+        return false;
+    }
+    // The temporary folder belongs to everybody: a folder that somebody else made first is not used.
+    struct stat status{};
+    const QByteArray name = QFile::encodeName(path);
+    return lstat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == getuid();
+}

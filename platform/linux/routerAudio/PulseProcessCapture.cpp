@@ -1,0 +1,233 @@
+#include "platform/linux/routerAudio/PulseProcessCapture.h"
+
+#include "platform/linux/ProcessInfo.h"
+#include "platform/routerAudio/PerAppInputBuffers.h"
+#include "platform/routerAudio/Resampler.h"
+
+#include <algorithm>
+#include <array>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr pa_sample_spec kSampleSpec = {PA_SAMPLE_FLOAT32NE, kMixSampleRate, 2};
+constexpr std::size_t kFrameBytes = 2 * sizeof(float);
+constexpr std::int64_t kUnitsPerSecond = 10'000'000; // of 100 ns
+// A stream that the server ended, as it does when the user moves the playback to another sink.
+constexpr pa_usec_t kRetryInterval = 500 * PA_USEC_PER_MSEC;
+// Sound that begins, or begins again, goes out behind a little silence: the render thread then has something
+// in hand when a packet is late.
+constexpr std::chrono::milliseconds kRestAfter(100);
+constexpr std::size_t kHeadStartFrames = 240; // 5 ms
+
+constexpr std::array<float, 2 * kHeadStartFrames> kSilence{};
+
+std::uint32_t bytesOf(std::int64_t duration) {
+    return static_cast<std::uint32_t>(duration * kMixSampleRate / kUnitsPerSecond * static_cast<std::int64_t>(kFrameBytes));
+}
+
+} // namespace
+
+/// One record stream.
+class PulseProcessCapture::Recording {
+public:
+    Recording(PulseProcessCapture& capture, pa_context& context, std::uint32_t sinkInput)
+        : owner(capture), playback(sinkInput) {
+        pa_proplist* const properties = pa_proplist_new();
+        pa_proplist_sets(properties, PA_PROP_MEDIA_NAME, "Vexo Deck capture");
+        // Kept out of the volume controls' lists of recorders.
+        pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, "filter");
+        stream = pa_stream_new_with_proplist(&context, "Vexo Deck capture", &kSampleSpec, nullptr, properties);
+        pa_proplist_free(properties);
+        if (stream == nullptr) {
+            return;
+        }
+        pa_stream_set_state_callback(stream, onState, this);
+        pa_stream_set_read_callback(stream, onData, this);
+        pa_buffer_attr attributes;
+        attributes.maxlength = static_cast<std::uint32_t>(-1);
+        attributes.tlength = static_cast<std::uint32_t>(-1);
+        attributes.prebuf = static_cast<std::uint32_t>(-1);
+        attributes.minreq = static_cast<std::uint32_t>(-1);
+        attributes.fragsize = bytesOf(owner.bufferDuration);
+        if (pa_stream_set_monitor_stream(stream, sinkInput) < 0 ||
+            pa_stream_connect_record(stream, nullptr, &attributes,
+                                     static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY |
+                                                                    PA_STREAM_DONT_INHIBIT_AUTO_SUSPEND)) < 0) {
+            failed = true;
+        }
+    }
+
+    ~Recording() {
+        if (stream != nullptr) {
+            pa_stream_set_state_callback(stream, nullptr, nullptr);
+            pa_stream_set_read_callback(stream, nullptr, nullptr);
+            pa_stream_disconnect(stream);
+            pa_stream_unref(stream);
+        }
+    }
+    Recording(const Recording&) = delete;
+    Recording& operator=(const Recording&) = delete;
+
+    [[nodiscard]] bool hasFailed() const { return stream == nullptr || failed; }
+
+private:
+    static void onState(pa_stream* stream, void* self) {
+        auto* const recording = static_cast<Recording*>(self);
+        const pa_stream_state_t state = pa_stream_get_state(stream);
+        if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
+            recording->failed = true;
+            recording->owner.scheduleRetry();
+        }
+    }
+
+    static void onData(pa_stream* stream, std::size_t, void* self) {
+        auto* const recording = static_cast<Recording*>(self);
+        const void* data = nullptr;
+        std::size_t byteCount = 0;
+        while (pa_stream_peek(stream, &data, &byteCount) == 0 && byteCount > 0) {
+            const std::size_t sampleCount = byteCount / sizeof(float);
+            if (data != nullptr) {
+                recording->owner.merge.push(recording->playback,
+                                            {static_cast<const float*>(data), sampleCount});
+            } else {
+                recording->pushSilence(sampleCount);
+            }
+            pa_stream_drop(stream);
+        }
+    }
+
+    // A gap in what the server recorded keeps its length.
+    void pushSilence(std::size_t sampleCount) {
+        while (sampleCount > 0) {
+            const std::size_t count = std::min(sampleCount, kSilence.size());
+            owner.merge.push(playback, std::span(kSilence).first(count));
+            sampleCount -= count;
+        }
+    }
+
+    PulseProcessCapture& owner;
+    const std::uint32_t playback;
+    pa_stream* stream = nullptr;
+    bool failed = false;
+};
+
+PulseProcessCapture::PulseProcessCapture(std::shared_ptr<PulseServer> soundServer, PerAppInputBuffers& inputBuffers)
+    : server(std::move(soundServer)), buffers(inputBuffers),
+      merge([this](std::span<const float> stereo) { handOver(stereo); }) {}
+
+PulseProcessCapture::~PulseProcessCapture() {
+    stopCapture();
+}
+
+HResult PulseProcessCapture::startCapture(std::uint32_t targetProcessId, bool includeProcessTree) {
+    processId = targetProcessId;
+    wholeTree = includeProcessTree;
+    logCaptureFormat(floatWaveFormat(2, kMixSampleRate));
+    logCapturingProcess(processId);
+    logCaptureStarted(processId, static_cast<std::uint32_t>(bytesOf(bufferDuration) / kFrameBytes));
+    const PulseServer::Lock lock(*server);
+    capturing = true;
+    server->addObserver(*this);
+    playbacksChanged(*server);
+    return kHResultOk;
+}
+
+HResult PulseProcessCapture::stopCapture() {
+    const PulseServer::Lock lock(*server);
+    if (!capturing) {
+        return kHResultInvalidState;
+    }
+    capturing = false;
+    server->removeObserver(*this);
+    if (retry != nullptr) {
+        server->api().time_free(retry);
+        retry = nullptr;
+    }
+    connectionLost();
+    return kHResultOk;
+}
+
+// Brings the record streams in line with what plays.
+void PulseProcessCapture::playbacksChanged(PulseServer& soundServer) {
+    pa_context* const context = soundServer.readyContext();
+    if (context == nullptr) {
+        return;
+    }
+    const auto& playbacks = soundServer.livePlaybacks();
+    std::erase_if(decided, [&playbacks](const auto& entry) { return !playbacks.contains(entry.first); });
+    for (auto at = recordings.begin(); at != recordings.end();) {
+        if (!playbacks.contains(at->first) || at->second->hasFailed()) {
+            merge.remove(at->first);
+            at = recordings.erase(at);
+        } else {
+            ++at;
+        }
+    }
+    for (const auto& [index, playback] : playbacks) {
+        if (!isTarget(playback)) {
+            continue;
+        }
+        if (!recordings.contains(index)) {
+            merge.add(index);
+            const auto made = recordings.emplace(index, std::make_unique<Recording>(*this, *context, index)).first;
+            if (made->second->hasFailed()) {
+                scheduleRetry();
+            }
+        }
+        merge.setPaused(index, playback.paused);
+    }
+}
+
+void PulseProcessCapture::connectionLost() {
+    for (const auto& [index, recording] : recordings) {
+        merge.remove(index);
+    }
+    recordings.clear();
+    decided.clear();
+}
+
+// Decided once for each stream: a process does not change its parents while it plays.
+bool PulseProcessCapture::isTarget(const PulsePlayback& playback) {
+    const auto known = decided.find(playback.index);
+    if (known != decided.end()) {
+        return known->second;
+    }
+    // Our own sound is never captured, or it would go round in circles.
+    const bool own = playback.processId == static_cast<std::uint32_t>(getpid());
+    const bool target = playback.processId != 0 && !own &&
+                        (playback.processId == processId ||
+                         (wholeTree && isInProcessTree(playback.processId, processId)));
+    decided.emplace(playback.index, target);
+    return target;
+}
+
+// A failed stream is let go of outside of its own callback.
+void PulseProcessCapture::scheduleRetry() {
+    if (retry != nullptr) {
+        return;
+    }
+    timeval when{};
+    pa_timeval_add(pa_gettimeofday(&when), kRetryInterval);
+    retry = server->api().time_new(
+        &server->api(), &when,
+        [](pa_mainloop_api* api, pa_time_event* event, const timeval*, void* self) {
+            auto* const capture = static_cast<PulseProcessCapture*>(self);
+            api->time_free(event);
+            capture->retry = nullptr;
+            capture->playbacksChanged(*capture->server);
+        },
+        this);
+}
+
+void PulseProcessCapture::handOver(std::span<const float> stereo) {
+    constexpr WaveFormat kFormat = floatWaveFormat(2, kMixSampleRate);
+    const auto now = std::chrono::steady_clock::now();
+    if (now - lastPacket > kRestAfter) {
+        buffers.addInputData(processId, kSilence.data(), sizeof(kSilence), kFormat);
+    }
+    lastPacket = now;
+    buffers.addInputData(processId, stereo.data(), static_cast<std::uint32_t>(stereo.size_bytes()), kFormat);
+    buffers.updateBusLevels();
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/linux/routerAudio/PulseLink.h"
+#include "platform/routerAudio/RenderChannel.h"
+
+#include <memory>
+#include <string>
+
+/// Plays into a sink of the sound server, by a connection and a main loop of its own that run on the render
+/// thread. The server asks for frames, and the callback writes them into the server's own memory. The stream is
+/// 48000 Hz stereo float on every sink; the server converts. When the server or the sink goes, the stream is
+/// made anew as soon as it is back.
+class PulseRenderChannel final : public RenderChannel {
+public:
+    PulseRenderChannel();
+    ~PulseRenderChannel() override;
+
+    [[nodiscard]] bool open(const AudioEndpoint& endpoint) override;
+    void run(const std::atomic<bool>& running, const RenderCallback& render) override;
+    void wake() override;
+    void stopClient() override;
+
+private:
+    struct MainloopDeleter {
+        void operator()(pa_mainloop* mainloop) const { pa_mainloop_free(mainloop); }
+    };
+
+    static void onState(pa_stream* stream, void* self);
+    static void onWrite(pa_stream* stream, std::size_t byteCount, void* self);
+    void connectStream();
+    void dropStream();
+    void scheduleRetry();
+    void cancelRetry();
+
+    std::string sinkName;
+    std::unique_ptr<pa_mainloop, MainloopDeleter> mainloop;
+    // While run() is on, on its thread.
+    std::unique_ptr<PulseLink> link;
+    pa_stream* stream = nullptr;
+    pa_time_event* retry = nullptr;
+    const RenderCallback* callback = nullptr;
+};

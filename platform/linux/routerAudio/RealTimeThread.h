@@ -1,0 +1,14 @@
+#pragma once
+
+/// Real-time scheduling of the calling thread for as long as this lives, where the system grants it. Without
+/// the grant the thread runs as it did.
+class RealTimeThread {
+public:
+    RealTimeThread();
+    ~RealTimeThread();
+    RealTimeThread(const RealTimeThread&) = delete;
+    RealTimeThread& operator=(const RealTimeThread&) = delete;
+
+private:
+    bool granted = false;
+};

@@ -1,0 +1,107 @@
+#pragma once
+
+// The router: takes the sound of single applications, and of the input streams of the capture service, and
+// distributes it to two buses and a solo path. A source is a `processID` (see AppAudioConfig.h). Records
+// decide what is captured and where it goes; one pass over them, applyAudioConfigs(), starts and stops
+// captures, and nothing else does.
+//
+// One mutex, the API lock, serialises start, apply and shutdown, and is held across the waits for captures
+// that start and stop. Locks are taken in this order: API lock, then the lock of PerAppInputBuffers or of
+// AppAudioConfigStore; captures and render threads never take the API lock. A thread of its own reads the
+// meters every 50 ms.
+
+#include "platform/routerAudio/AppAudioConfig.h"
+#include "platform/routerAudio/BusForwarder.h"
+#include "platform/routerAudio/RouterPlatform.h"
+
+#include <QThread>
+#include <QVariantList>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+class AppAudioConfigStore;
+class PerAppInputBuffers;
+
+class AudioRouterAPI {
+public:
+    using LevelCallback = std::function<void(const QVariantList& levels)>;
+    using NativeLevelCallback = std::function<void(const std::vector<AudioLevelInfo>& levels)>;
+
+    /// The router of the process, on the bodies of the operating system; made at first use and alive to the
+    /// process's end.
+    static AudioRouterAPI& instance();
+
+    /// A router on the given bodies. `store` is the one that `buffers` reads; both outlive the router.
+    AudioRouterAPI(RouterPlatform routerPlatform, AppAudioConfigStore& configStore,
+                   PerAppInputBuffers& inputBuffers);
+    /// Shuts down.
+    ~AudioRouterAPI();
+    AudioRouterAPI(const AudioRouterAPI&) = delete;
+    AudioRouterAPI& operator=(const AudioRouterAPI&) = delete;
+
+    /// Starts with no names: Solo on the first real output, no bus forwarded. The outcome is logged, to the
+    /// Qt logger, and goes no further.
+    void initAudioRouter();
+
+    /// Finds the endpoints, each given as a name, an id or empty, and starts forwarding. True once the router
+    /// runs, be it with no output at all; false, and nothing changed, if it runs already or COM refuses.
+    [[nodiscard]] bool startAudioRouter(const std::wstring& defaultDevice, const std::wstring& soloDevice,
+                                        const std::wstring& input1Device, const std::wstring& input2Device);
+
+    /// The complete state of the user interface: one map for each source, with the keys "processID", "solo",
+    /// "input1" and "input2", the last two maps with "enabled", "volume" and "muted". Any key may be missing,
+    /// any other is ignored; a source that is left out is gone. Blocks while captures start and stop. The UI
+    /// thread.
+    void setAudioConfig(const QVariantList& configs);
+
+    /// The same for records. False, and nothing remembered, while the router does not run; true otherwise,
+    /// captures that did not start included: they are tried again at the next call.
+    bool applyAudioConfigs(const std::vector<AppAudioConfig>& records);
+
+    /// Registers what gets the levels on the UI thread, as maps with the keys "processID", "levelLeft" and
+    /// "levelRight". See setNativeLevelCallback().
+    void setLevelCallback(const LevelCallback& callback);
+
+    /// Registers what gets the levels on the level thread, which starts with it if the router runs. Sources
+    /// that are exactly silent are left out, and an empty list is not reported. Register once, after the
+    /// start: while the level thread lives, another callback is not taken. The callback may not call start,
+    /// apply or shutdown.
+    void setNativeLevelCallback(NativeLevelCallback callback);
+
+    /// What the level thread reports at this moment. Any thread.
+    [[nodiscard]] std::vector<AudioLevelInfo> collectLevels() const;
+
+    /// Ends the level thread, the outputs and the captures, in this order, and forgets all records and rings.
+    /// Nothing when the router does not run. The thread that started it.
+    void shutdownAudioRouter();
+
+    /// Any thread.
+    [[nodiscard]] bool isAudioRouterRunning() const;
+
+private:
+    void selectSoloDevice(const std::wstring& soloDevice);
+    void selectInput1Device(const std::wstring& input1Device);
+    void selectInput2Device(const std::wstring& input2Device);
+    void startMissingCapture(std::uint32_t processId);
+    void reportLevels();
+
+    const RouterPlatform platform;
+    AppAudioConfigStore& store;
+    PerAppInputBuffers& buffers;
+    BusForwarder forwarder;
+
+    std::mutex apiMutex;
+    std::atomic<bool> running{false};
+    HResult comResult = kHResultNotImplemented; // not initialised
+    std::map<std::uint32_t, std::shared_ptr<ProcessCapture>> captures;
+    // Set before the level thread starts and cleared after it was joined: read by it without a lock.
+    NativeLevelCallback levelCallback;
+    std::unique_ptr<QThread> levelThread;
+};

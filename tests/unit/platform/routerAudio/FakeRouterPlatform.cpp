@@ -1,0 +1,151 @@
+#include "tests/unit/platform/routerAudio/FakeRouterPlatform.h"
+
+#include <utility>
+
+namespace {
+
+std::string narrow(const std::wstring& text) {
+    std::string result;
+    for (const wchar_t character : text) {
+        result += character < 128 ? static_cast<char>(character) : '?';
+    }
+    return result;
+}
+
+const char* nameOf(EndpointFlow flow) {
+    return flow == EndpointFlow::Render ? "render" : "capture";
+}
+
+class FakeApartment : public ComApartment {
+public:
+    FakeApartment(CallJournal& callJournal, const HResult& answer) : journal(callJournal), result(answer) {}
+    [[nodiscard]] HResult initialize() override {
+        journal.note("com.initialize");
+        return result;
+    }
+    void uninitialize() override { journal.note("com.uninitialize"); }
+
+private:
+    CallJournal& journal;
+    const HResult& result;
+};
+
+class FakeOutput : public OfflineRenderChannel {
+public:
+    FakeOutput(std::uint32_t id, FakeRouterPlatform& owner) : busId(id), system(owner) {}
+    ~FakeOutput() override {
+        if (system.outputs[busId] == this) {
+            system.outputs.erase(busId);
+        }
+    }
+    FakeOutput(const FakeOutput&) = delete;
+    FakeOutput& operator=(const FakeOutput&) = delete;
+
+    [[nodiscard]] bool open(const AudioEndpoint& endpoint) override {
+        note("open " + narrow(endpoint.friendlyName.value_or(L"?")));
+        if (!system.outputsOpen) {
+            return false;
+        }
+        system.outputs[busId] = this;
+        return OfflineRenderChannel::open(endpoint);
+    }
+    void wake() override {
+        note("wake");
+        OfflineRenderChannel::wake();
+    }
+    void stopClient() override {
+        note("stopClient");
+        OfflineRenderChannel::stopClient();
+    }
+
+private:
+    void note(const std::string& call) { system.journal.note("output" + std::to_string(busId) + "." + call); }
+
+    const std::uint32_t busId;
+    FakeRouterPlatform& system;
+};
+
+} // namespace
+
+AudioEndpoint fakeEndpoint(const std::wstring& friendlyName, const std::wstring& id,
+                           std::uint32_t connectorCount, EndpointFlow flow) {
+    return {id, friendlyName, connectorCount, flow, nullptr};
+}
+
+void CallJournal::note(const std::string& call) {
+    const std::lock_guard lock(mutex);
+    calls.push_back(call);
+}
+
+std::vector<std::string> CallJournal::take() {
+    const std::lock_guard lock(mutex);
+    return std::exchange(calls, {});
+}
+
+EndpointEnumeration FakeEndpoints::activeEndpoints(EndpointFlow flow) {
+    return lists[flow];
+}
+
+HResult FakeEndpoints::probeActivation(const AudioEndpoint& endpoint) {
+    const auto found = probeResults.find(endpoint.id.value_or(L""));
+    return found != probeResults.end() ? found->second : kHResultOk;
+}
+
+SetDefaultOutcome FakeEndpoints::setDefaultEndpoint(EndpointFlow flow, const AudioEndpoint& endpoint) {
+    journal.note(std::string("setDefault ") + nameOf(flow) + " " + narrow(endpoint.id.value_or(L"?")));
+    return setDefaultOutcome;
+}
+
+void FakeEndpoints::add(EndpointFlow flow, const AudioEndpoint& endpoint) {
+    lists[flow].endpoints.push_back(std::make_shared<const AudioEndpoint>(endpoint));
+}
+
+void FakeEndpoints::addNull(EndpointFlow flow) {
+    lists[flow].endpoints.push_back(nullptr);
+}
+
+void FakeEndpoints::fail(EndpointFlow flow, EnumerationStep step, HResult result) {
+    lists[flow] = {step, result, {}};
+}
+
+void FakeEndpoints::failBothFlows(EnumerationStep step, HResult result) {
+    fail(EndpointFlow::Render, step, result);
+    fail(EndpointFlow::Capture, step, result);
+}
+
+FakeCapture::~FakeCapture() {
+    journal.note("capture" + std::to_string(process) + ".released");
+}
+
+HResult FakeCapture::startCapture(std::uint32_t processId, bool includeProcessTree) {
+    process = processId;
+    journal.note("capture" + std::to_string(process) + ".start " + (includeProcessTree ? "tree" : "alone") +
+                 " " + std::to_string(duration));
+    const auto found = startResults.find(processId);
+    return found != startResults.end() ? found->second : kHResultOk;
+}
+
+HResult FakeCapture::stopCapture() {
+    journal.note("capture" + std::to_string(process) + ".stop");
+    return kHResultOk;
+}
+
+FakeRouterPlatform::FakeRouterPlatform() : endpoints(std::make_shared<FakeEndpoints>(journal)) {}
+
+RouterPlatform FakeRouterPlatform::platform() {
+    RouterPlatform platform;
+    platform.com = std::make_shared<FakeApartment>(journal, comResult);
+    platform.endpoints = endpoints;
+    platform.makeProcessCapture = [this](PerAppInputBuffers&) -> std::shared_ptr<ProcessCapture> {
+        return capturesCanBeMade ? std::make_shared<FakeCapture>(journal, startResults) : nullptr;
+    };
+    platform.makeRenderChannel = [this](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
+        return std::make_unique<FakeOutput>(busId, *this);
+    };
+    return platform;
+}
+
+OfflineRenderChannel* FakeRouterPlatform::outputOf(std::uint32_t busId) const {
+    const auto found = outputs.find(busId);
+    return found != outputs.end() ? found->second : nullptr;
+}

@@ -1,0 +1,122 @@
+// The format rule of outputs and the lines that outputs and captures share.
+
+#include "platform/routerAudio/ProcessCapture.h"
+#include "platform/routerAudio/RenderChannel.h"
+#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+
+#include <gtest/gtest.h>
+#include <optional>
+#include <vector>
+
+namespace {
+
+constexpr std::uint16_t kWaveFormatExtensible = 0xFFFE;
+
+class RenderFormatRule : public testing::Test {
+protected:
+    static RenderFormat mix(std::uint16_t tag, std::uint16_t channels, std::uint32_t rate,
+                            std::uint16_t bits) {
+        const auto align = static_cast<std::uint16_t>(channels * bits / 8);
+        return {{tag, channels, rate, align, bits}, rate * align, 22};
+    }
+
+    void expectChosen(const std::optional<RenderFormat>& mixFormat, std::uint32_t rate, std::uint16_t bits,
+                      std::uint16_t align) {
+        const RenderFormat chosen = chooseRenderFormat(kHResultOk, mixFormat);
+        EXPECT_EQ(chosen.wave.formatTag, kWaveFormatIeeeFloat);
+        EXPECT_EQ(chosen.wave.channels, 2);
+        EXPECT_EQ(chosen.wave.samplesPerSecond, rate);
+        EXPECT_EQ(chosen.wave.bitsPerSample, bits);
+        EXPECT_EQ(chosen.wave.blockAlign, align);
+        EXPECT_EQ(chosen.bytesPerSecond, rate * align);
+        EXPECT_EQ(chosen.extraByteCount, 0);
+    }
+
+    RouterLogCapture log;
+};
+
+} // namespace
+
+TEST_F(RenderFormatRule, StereoFloatIsTakenAsItIsAndKeepsItsRate) {
+    expectChosen(mix(kWaveFormatIeeeFloat, 2, 44100, 32), 44100, 32, 8);
+    EXPECT_EQ(log.take(), (Lines{L"[BusForwarder] Using device format: 44100 Hz, 2 ch, 32 bits"}));
+}
+
+TEST_F(RenderFormatRule, AnExtensibleFormatBecomesPlainFloat) {
+    expectChosen(mix(kWaveFormatExtensible, 2, 96000, 24), 96000, 32, 8);
+    EXPECT_EQ(log.take(), (Lines{L"[BusForwarder] Using device format: 96000 Hz, 2 ch, 32 bits"}));
+}
+
+TEST_F(RenderFormatRule, AnEndpointWithSixChannelsIsOpenedWithTwo) {
+    expectChosen(mix(kWaveFormatExtensible, 6, 48000, 32), 48000, 32, 8);
+    expectChosen(mix(kWaveFormatIeeeFloat, 6, 48000, 32), 48000, 32, 8);
+}
+
+TEST_F(RenderFormatRule, AMonoEndpointIsOpenedWithTwoChannels) {
+    expectChosen(mix(kWaveFormatPcm, 1, 16000, 16), 16000, 32, 8);
+}
+
+TEST_F(RenderFormatRule, FloatOfAnotherWidthKeepsItsBits) {
+    expectChosen(mix(kWaveFormatIeeeFloat, 6, 48000, 64), 48000, 64, 16);
+}
+
+TEST_F(RenderFormatRule, WithoutAMixFormatTheMixersOwnIsUsed) {
+    for (const auto& [result, line] : std::vector<std::pair<HResult, std::wstring>>{
+             {hresult(0x88890004), L"0x88890004"}, {kHResultOk, L"0x0"}}) {
+        const RenderFormat chosen = chooseRenderFormat(result, std::nullopt);
+        EXPECT_EQ(chosen.wave.formatTag, kWaveFormatIeeeFloat);
+        EXPECT_EQ(chosen.wave.channels, 2);
+        EXPECT_EQ(chosen.wave.samplesPerSecond, 48000u);
+        EXPECT_EQ(chosen.wave.blockAlign, 8);
+        EXPECT_EQ(chosen.wave.bitsPerSample, 32);
+        EXPECT_EQ(chosen.bytesPerSecond, 384000u);
+        EXPECT_EQ(log.take(), (Lines{L"[BusForwarder] GetMixFormat failed (" + line +
+                                     L"), using default format (48000 Hz, 32-bit float)"}));
+    }
+}
+
+TEST_F(RenderFormatRule, AFormatThatCameWithAFailureIsNotUsed) {
+    EXPECT_EQ(chooseRenderFormat(kHResultFail, mix(kWaveFormatIeeeFloat, 2, 44100, 32)).wave.samplesPerSecond,
+              48000u);
+}
+
+TEST(RouterLines, EachRefusedStepOfAnOutputHasItsName) {
+    RouterLogCapture log;
+    for (const RenderStep step :
+         {RenderStep::Activate, RenderStep::Initialize, RenderStep::GetService, RenderStep::GetBufferSize,
+          RenderStep::EventCreate, RenderStep::SetEventHandle, RenderStep::Start}) {
+        logRenderFailure(step, kHResultFail);
+    }
+    EXPECT_EQ(log.take(), (Lines{L"[BusForwarder] Activate failed: 0x80004005",
+                                 L"[BusForwarder] Initialize failed: 0x80004005",
+                                 L"[BusForwarder] GetService failed: 0x80004005",
+                                 L"[BusForwarder] GetBufferSize failed: 0x80004005",
+                                 L"[BusForwarder] Event create failed: 0x80004005",
+                                 L"[BusForwarder] SetEventHandle failed: 0x80004005",
+                                 L"[BusForwarder] Start failed: 0x80004005"}));
+}
+
+TEST(RouterLines, CapturesSayTheirFormatProcessAndStart) {
+    RouterLogCapture log;
+    logCaptureFormat({kWaveFormatPcm, 6, 44100, 12, 16});
+    logDefaultCaptureFormat(kHResultNotImplemented);
+    logCapturingProcess(4294967293);
+    logCaptureStarted(4711, 960);
+    EXPECT_EQ(log.take(),
+              (Lines{L"[INFO] Capture format: 44100 Hz, 6 ch, 16 bits",
+                     L"[WARNING] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit "
+                     L"float)",
+                     L"[INFO] Capturing from process loopback (PID: 4294967293)",
+                     L"[INFO] Audio capture started for PID 4711, buffer size: 960 frames"}));
+}
+
+TEST(RouterLines, GoToTheWideStandardOutputUnlessASinkTakesThem) {
+    testing::internal::CaptureStdout();
+    {
+        const RouterLogCapture log;
+        routerLog(L"to the sink");
+    }
+    routerLog(L"[INFO] first");
+    routerLog(L"[INFO] second");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[INFO] first\n[INFO] second\n");
+}

@@ -1,0 +1,284 @@
+"""Sound servers for tests: a private PulseAudio, or PipeWire with its Pulse server, with sinks and microphones.
+
+    with SoundServer(folder, env) as sound:
+        sound.add_sink("speakers", "Speakers", hardware=True)
+        player = sound.play(tone(440, 2.0), "speakers")
+        heard = sound.record("speakers", 1.0)
+        print(level_db(heard, 440))
+
+Signals are numpy arrays of shape (frames, 2), float, at 48000 Hz.
+"""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import threading
+import time
+
+import numpy
+
+from stage import wait_until
+
+RATE = 48000
+PIPEWIRE = "pipewire"
+PULSEAUDIO = "pulseaudio"
+
+# What makes a null sink count as built-in speakers.
+BUILT_IN = "device.bus=pci device.form_factor=speaker"
+
+
+def tone(frequency, seconds, amplitude=0.25, rate=RATE):
+    """A steady sine on both channels."""
+    time_axis = numpy.arange(int(seconds * rate)) / rate
+    wave = amplitude * numpy.sin(2 * numpy.pi * frequency * time_axis)
+    return numpy.column_stack([wave, wave]).astype(numpy.float32)
+
+
+def amplitude_of(signal, frequency, rate=RATE):
+    """The amplitude of one frequency in a signal, on the louder channel, by a windowed projection."""
+    signal = numpy.asarray(signal, dtype=float)
+    count = len(signal)
+    if count == 0:
+        return 0.0
+    window = numpy.blackman(count)
+    phase = numpy.exp(-2j * numpy.pi * frequency * numpy.arange(count) / rate)
+    return float(max(abs(numpy.dot(signal[:, channel] * window, phase)) for channel in (0, 1)) * 2 / window.sum())
+
+
+def level_db(signal, frequency, rate=RATE):
+    """The level of one frequency in decibels of full scale; -200 for nothing."""
+    return 20 * numpy.log10(max(amplitude_of(signal, frequency, rate), 1e-10))
+
+
+def rms_db(signal):
+    return 20 * numpy.log10(max(float(numpy.sqrt(numpy.mean(numpy.square(signal)))), 1e-10))
+
+
+def longest_silence(signal, threshold=1e-4, rate=RATE):
+    """Seconds of the longest run of frames below the threshold."""
+    quiet = numpy.concatenate([[0], (numpy.abs(signal).max(axis=1) < threshold).astype(int), [0]])
+    edges = numpy.flatnonzero(numpy.diff(quiet))
+    runs = edges[1::2] - edges[::2]
+    return float(runs.max()) / rate if len(runs) else 0.0
+
+
+class Recorder:
+    """Records a source until stop(); what it has so far is `signal()`."""
+
+    def __init__(self, command, env, rate=RATE):
+        self.rate = rate
+        self.process = subprocess.Popen(command, env=env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.data = bytearray()
+        self.thread = threading.Thread(target=self._read, daemon=True)
+        self.thread.start()
+
+    def _read(self):
+        while block := self.process.stdout.read1(65536):
+            self.data += block
+
+    def frames(self):
+        return len(self.data) // 8
+
+    def signal(self):
+        whole = bytes(self.data[:self.frames() * 8])
+        return numpy.frombuffer(whole, dtype=numpy.float32).reshape(-1, 2)
+
+    def wait_frames(self, count, limit=30.0):
+        wait_until(lambda: self.frames() >= count, f"{count} recorded frames", limit)
+
+    def next(self, seconds, limit=30.0):
+        """What comes in from now on, that long."""
+        first = self.frames()
+        count = int(seconds * self.rate)
+        self.wait_frames(first + count, limit)
+        return self.signal()[first:first + count]
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait()
+        self.thread.join()
+        self.process.stdout.close()
+
+
+class SoundServer:
+    """A sound server of one's own below `folder`. `env` is extended so that every client of it finds it."""
+
+    def __init__(self, folder, env, kind=PULSEAUDIO, rate=RATE):
+        self.folder = pathlib.Path(folder)
+        self.env = env
+        self.kind = kind
+        self.rate = rate
+        self.sinks = []
+        self.clients = []
+        self.servers = []
+        self.modules = []
+        runtime = self.folder / "sound-runtime"
+        runtime.mkdir(mode=0o700, exist_ok=True)
+        self.env.update(
+            XDG_RUNTIME_DIR=str(runtime),
+            PULSE_SERVER=f"unix:{runtime}/pulse/native",
+            PULSE_COOKIE=str(self.folder / "cookie"),
+            PIPEWIRE_RUNTIME_DIR=str(runtime),
+            ALSA_CONFIG_PATH=str(self.folder / "asound.conf"),
+        )
+        self.env.pop("PULSE_RUNTIME_PATH", None)
+        self.runtime = runtime
+        self.write_alsa_devices({})
+
+    def __enter__(self):
+        try:
+            self.start()
+        except BaseException:
+            self.__exit__(None, None, None)
+            raise
+        return self
+
+    def __exit__(self, *_):
+        for client in self.clients:
+            if client.poll() is None:
+                client.kill()
+            client.wait()
+        self.stop()
+
+    # ---- the server's life
+
+    def start(self):
+        """Starts the server, with the sinks and sources that it had before."""
+        log = open(self.folder / f"{self.kind}.log", "ab")
+        if self.kind == PULSEAUDIO:
+            commands = [["pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--disallow-exit=false",
+                         "--use-pid-file=no", "--high-priority=no", f"--log-level=1",
+                         "-L", f"module-native-protocol-unix auth-anonymous=1 socket={self.runtime}/pulse/native"]]
+        else:
+            commands = [["pipewire"], ["wireplumber"], ["pipewire-pulse"]]
+        (self.runtime / "pulse").mkdir(mode=0o700, exist_ok=True)
+        for command in commands:
+            self.servers.append(subprocess.Popen(command, env=self.server_env(), stdout=log, stderr=log,
+                                                 stdin=subprocess.DEVNULL))
+        log.close()
+        wait_until(lambda: self._pactl("info").returncode == 0, f"{self.kind} to answer")
+        modules, self.modules = self.modules, []
+        for words in modules:
+            self.load(*words)
+
+    def server_env(self):
+        env = dict(self.env)
+        for name in ("PULSE_SERVER", "LD_LIBRARY_PATH"):
+            env.pop(name, None)
+        return env
+
+    def stop(self, kill=False):
+        for server in reversed(self.servers):
+            (server.kill if kill else server.terminate)()
+        for server in self.servers:
+            try:
+                server.wait(5)
+            except subprocess.TimeoutExpired:
+                server.kill()
+                server.wait()
+        self.servers = []
+        for left in ("pulse/native", "pipewire-0", "pipewire-0-manager"):
+            (self.runtime / left).unlink(missing_ok=True)
+
+    def _pactl(self, *words):
+        return subprocess.run(["pactl", *words], env=self.env, capture_output=True, text=True, timeout=20)
+
+    def pactl(self, *words):
+        result = self._pactl(*words)
+        if result.returncode != 0:
+            raise RuntimeError(f"pactl {' '.join(words)}: {result.stderr}")
+        return result.stdout
+
+    # ---- sinks and sources
+
+    def load(self, *words):
+        number = self.pactl("load-module", *words).strip()
+        self.modules.append(words)
+        return number
+
+    def unload(self, number, *words):
+        self.pactl("unload-module", number)
+        self.modules.remove(words)
+
+    def sink_words(self, name, description, hardware=True, properties="", rate=None):
+        said = f"device.description='{description}'"
+        if hardware:
+            said += " " + BUILT_IN
+        if properties:
+            said += " " + properties
+        return ("module-null-sink", f"sink_name={name}", f"rate={rate or self.rate}", "channels=2",
+                f'sink_properties="{said}"')
+
+    def add_sink(self, name, description, hardware=True, properties="", rate=None):
+        """A null sink; with `hardware` it declares what real built-in speakers declare."""
+        return self.load(*self.sink_words(name, description, hardware, properties, rate))
+
+    def add_microphone(self, name, description):
+        """A source that hears what is played into the sink `name`_in."""
+        self.add_sink(f"{name}_in", f"{description} in", hardware=False)
+        self.load("module-remap-source", f"master={name}_in.monitor", f"source_name={name}",
+                  f"source_properties=\"device.description='{description}'\"")
+
+    def write_alsa_devices(self, devices):
+        """ALSA devices by name, each on a source of the server: what PortAudio sees."""
+        lines = ["</usr/share/alsa/alsa.conf>"] if False else []
+        lines += ["pcm.!default { type pulse }", "ctl.!default { type pulse }"]
+        for name, source in devices.items():
+            lines.append(f'pcm."{name}" {{ type pulse device {source} hint {{ show on description "{name}" }} }}')
+        (self.folder / "asound.conf").write_text("\n".join(lines) + "\n", encoding="utf-8")
+
+    # ---- clients
+
+    def client(self, command, stdin=None, **words):
+        """A client of the server, ended with it at the latest."""
+        process = subprocess.Popen([str(word) for word in command], env=self.env, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL, stdin=stdin or subprocess.DEVNULL, **words)
+        self.clients.append(process)
+        return process
+
+    def play(self, signal, sink, name="player", rate=RATE, loop=True):
+        """Plays a signal into a sink with paplay's sibling, over and over; the process."""
+        path = self.folder / f"signal-{len(self.clients)}.raw"
+        path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
+        repeat = f'while cat "{path}"; do :; done' if loop else f'cat "{path}"'
+        feeder = subprocess.Popen(["sh", "-c", repeat], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.clients.append(feeder)
+        player = self.client(["pacat", "--playback", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
+                              f"--device={sink}", f"--client-name={name}", "--latency-msec=20"], stdin=feeder.stdout)
+        feeder.stdout.close()
+        wait_until(lambda: self.playback_of(player.pid) or player.poll() is not None, f"{name} to play")
+        return player
+
+    def playback_of(self, pid):
+        """The index of the sink input of a process, or None."""
+        current = None
+        for line in self._pactl("list", "sink-inputs").stdout.splitlines():
+            if line.startswith("Sink Input #"):
+                current = line.split("#")[1]
+            elif line.strip() == f'application.process.id = "{pid}"':
+                return current
+        return None
+
+    def recorder(self, sink, rate=RATE):
+        """Records what a sink plays, from now on."""
+        before = self._pactl("list", "short", "source-outputs").stdout
+        recorder = Recorder(["parec", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
+                             f"--device={sink}.monitor", "--latency-msec=20", "--client-name=recorder"], self.env, rate)
+        self.clients.append(recorder.process)
+        wait_until(lambda: recorder.frames() > 0 or self._pactl("list", "short", "source-outputs").stdout != before,
+                   "the recorder to record")
+        return recorder
+
+    def record(self, sink, seconds):
+        recorder = self.recorder(sink)
+        try:
+            return recorder.next(seconds)
+        finally:
+            recorder.stop()
+
+
+def available(kind):
+    """Whether this machine has the programs of a server."""
+    names = ["pulseaudio"] if kind == PULSEAUDIO else ["pipewire", "wireplumber", "pipewire-pulse"]
+    return all(shutil.which(name) for name in [*names, "pactl", "pacat", "parec"])
