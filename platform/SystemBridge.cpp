@@ -20,6 +20,7 @@
 #include <QPointer>
 #include <QStandardPaths>
 #include <QSysInfo>
+#include <QWindow>
 
 #include <algorithm>
 #include <exception>

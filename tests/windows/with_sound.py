@@ -1,0 +1,89 @@
+"""Runs a Windows program under Wine with real endpoints: a private PulseAudio with null sinks, each recorded.
+
+    python3 with_sound.py PROGRAM [ARG...]
+
+The program finds in its environment
+  VEXO_RECORDED_<SINK>   the file that a sink's sound is written to as it plays, 32-bit float, interleaved
+  VEXO_SOUND_REQUESTS    a file; a line "unload SINK" appended to it removes that sink
+The sinks are "speakers" (48000 Hz), "cable" (48000 Hz, heard by the microphone "mic"), "old" (44100 Hz), "six" (six
+channels) and "plug" (48000 Hz, to be removed).
+"""
+
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import threading
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tools" / "stage"))
+
+from sound import SoundServer  # noqa: E402
+
+# Name, what the endpoint is called, rate in Hz, channels.
+SINKS = [
+    ("speakers", "Speakers", 48000, 2),
+    ("cable", "VEXO Virtual Cable", 48000, 2),
+    ("old", "Old Speakers", 44100, 2),
+    ("six", "Surround Speakers", 48000, 6),
+    ("plug", "Plugged Speakers", 48000, 2),
+]
+
+
+def add_sink(sound, name, description, rate, channels):
+    return sound.load("module-null-sink", f"sink_name={name}", f"rate={rate}", f"channels={channels}",
+                      f"sink_properties=\"device.description='{description}'\"")
+
+
+def serve_requests(path, sound, modules, ended):
+    done = 0
+    while not ended.wait(0.05):
+        lines = path.read_text().splitlines()
+        for line in lines[done:]:
+            verb, name = line.split()
+            assert verb == "unload", line
+            sound.pactl("unload-module", modules[name])
+        done = len(lines)
+
+
+def main():
+    with tempfile.TemporaryDirectory(prefix="vexo-windows-sound-") as name:
+        folder = pathlib.Path(name)
+        env = dict(os.environ, HOME=str(folder))
+        env.setdefault("WINEPREFIX", str(pathlib.Path(os.environ.get("VEXO_CACHE", os.path.expanduser("~/.cache/vexo-deck"))) / "wine"))
+        env.pop("DISPLAY", None)
+        with SoundServer(folder, env) as sound:
+            modules = {}
+            for sink in SINKS:
+                modules[sink[0]] = add_sink(sound, *sink)
+            sound.load("module-remap-source", "master=cable.monitor", "source_name=mic",
+                       "source_properties=\"device.description='Cable Microphone'\"")
+            sound.pactl("set-default-sink", "speakers")
+            sound.pactl("set-default-source", "mic")
+            recorders = []
+            for sink, _, rate, channels in SINKS:
+                path = folder / f"{sink}.raw"
+                with open(path, "wb") as file:
+                    recorders.append(subprocess.Popen(
+                        ["parec", "--raw", "--format=float32le", f"--rate={rate}", f"--channels={channels}",
+                         f"--device={sink}.monitor", "--latency-msec=20"],
+                        env=env, stdout=file, stderr=subprocess.DEVNULL))
+                env[f"VEXO_RECORDED_{sink.upper()}"] = str(path)
+            requests = folder / "requests"
+            requests.write_text("")
+            env["VEXO_SOUND_REQUESTS"] = str(requests)
+            ended = threading.Event()
+            servant = threading.Thread(target=serve_requests, args=(requests, sound, modules, ended))
+            servant.start()
+            try:
+                return subprocess.run([str(ROOT / "tools/windows/wine"), *sys.argv[1:]], env=env).returncode
+            finally:
+                ended.set()
+                servant.join()
+                for recorder in recorders:
+                    recorder.kill()
+                    recorder.wait()
+
+
+sys.exit(main())
