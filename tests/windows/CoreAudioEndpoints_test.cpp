@@ -133,7 +133,7 @@ TEST_F(EndpointsTest, DefaultIsSetByTheThirteenthMethodForTheConsoleRoleAlone) {
     FakePolicy policy;
     CoreAudioEndpoints endpoints(callsWith(policy));
     WindowsComApartment com(windowsAudioSystemCalls());
-    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, L"Old Speakers");
+    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, L"Old Virtual Speakers");
     ASSERT_NE(old, nullptr);
     RouterLogCapture log;
     EXPECT_TRUE(SetDefaultAudioDevice(endpoints, com, *old->id, true));
@@ -152,7 +152,7 @@ TEST_F(EndpointsTest, PolicyThatRefusesIsSaidWithItsCode) {
     policy.result = static_cast<HRESULT>(0x80070005);
     CoreAudioEndpoints endpoints(callsWith(policy));
     WindowsComApartment com(windowsAudioSystemCalls());
-    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, L"Old Speakers");
+    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, L"Old Virtual Speakers");
     ASSERT_NE(old, nullptr);
     RouterLogCapture log;
     EXPECT_FALSE(SetDefaultAudioDevice(endpoints, com, *old->id, true));
@@ -167,7 +167,7 @@ TEST_F(EndpointsTest, MissingPolicyObjectIsSaidWithItsNotes) {
     };
     CoreAudioEndpoints endpoints(calls);
     WindowsComApartment com(windowsAudioSystemCalls());
-    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, L"Old Speakers");
+    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, L"Old Virtual Speakers");
     ASSERT_NE(old, nullptr);
     RouterLogCapture log;
     EXPECT_FALSE(SetDefaultAudioDevice(endpoints, com, *old->id, true));

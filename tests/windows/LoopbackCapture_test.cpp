@@ -48,6 +48,15 @@ private:
 
 class CaptureTest : public testing::Test {
 protected:
+    // Wine ends a shared queue with its last lock, and waits for its work items while it does: a capture whose last
+    // reference goes in one of these would wait for itself. One lock more keeps the queue.
+    static void SetUpTestSuite() {
+        DWORD task = 0;
+        DWORD queue = 0;
+        ASSERT_EQ(MFStartup(MF_VERSION, MFSTARTUP_LITE), S_OK);
+        ASSERT_EQ(MFLockSharedWorkQueue(L"Capture", 0, &task, &queue), S_OK);
+    }
+
     void SetUp() override {
         microphone = endpointNamed(EndpointFlow::Capture, L"Cable Microphone");
         ASSERT_NE(microphone, nullptr);

@@ -3,6 +3,7 @@
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 
 #include <audiosessiontypes.h>
+#include <mmreg.h>
 #include <objbase.h>
 #include <utility>
 
@@ -153,8 +154,16 @@ public:
         return real->IsFormatSupported(mode, format, closest);
     }
     HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {
-        const auto failure = script->meet("GetMixFormat");
-        return failure ? *failure : real->GetMixFormat(format);
+        if (const auto failure = script->meet("GetMixFormat")) {
+            return *failure;
+        }
+        const HRESULT result = real->GetMixFormat(format);
+        if (SUCCEEDED(result) && (*format)->wFormatTag == WAVE_FORMAT_EXTENSIBLE) {
+            // A process loopback, where it has a format, says it in the fixed bytes.
+            (*format)->wFormatTag = WAVE_FORMAT_IEEE_FLOAT;
+            (*format)->cbSize = 0;
+        }
+        return result;
     }
     HRESULT STDMETHODCALLTYPE GetDevicePeriod(REFERENCE_TIME* usual, REFERENCE_TIME* least) override {
         return real->GetDevicePeriod(usual, least);

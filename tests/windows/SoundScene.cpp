@@ -84,8 +84,19 @@ double amplitudeOf(const std::vector<float>& signal, double frequency, double sa
     return 2 * std::abs(sum) / weights;
 }
 
-void unloadSink(const std::string& name) {
-    std::ofstream(outside(setting("VEXO_SOUND_REQUESTS")), std::ios::app) << "unload " << name << '\n';
+bool unloadSink(const std::string& name) {
+    const std::string requests = outside(setting("VEXO_SOUND_REQUESTS"));
+    const std::string request = "unload " + name;
+    std::ofstream(requests, std::ios::app | std::ios::binary) << request << '\n';
+    return comesTrue([&] {
+        std::ifstream answers(requests + ".done");
+        for (std::string line; std::getline(answers, line);) {
+            if (line == request) {
+                return true;
+            }
+        }
+        return false;
+    });
 }
 
 TonePlayer::TonePlayer(PerAppInputBuffers& buffers, std::uint32_t processId, double leftHz, double rightHz,

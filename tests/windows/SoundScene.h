@@ -37,8 +37,8 @@ private:
 /// Amplitude of one frequency in a signal, by a windowed projection.
 [[nodiscard]] double amplitudeOf(const std::vector<float>& signal, double frequency, double sampleRate);
 
-/// Asks the launcher to remove a sink from the system.
-void unloadSink(const std::string& name);
+/// Lets the launcher remove a sink from the system, and waits until it has; false when that takes too long.
+[[nodiscard]] bool unloadSink(const std::string& name);
 
 /// Feeds a source with a tone, 10 ms every 10 ms, from a thread of its own, until destroyed. One frequency on the
 /// left, another on the right.

@@ -4,7 +4,8 @@
 
 The program finds in its environment
   VEXO_RECORDED_<SINK>   the file that a sink's sound is written to as it plays, 32-bit float, interleaved
-  VEXO_SOUND_REQUESTS    a file; a line "unload SINK" appended to it removes that sink
+  VEXO_SOUND_REQUESTS    a file; a line "unload SINK" appended to it removes that sink, and once that is done, the
+                         file of this name with ".done" has a line more
 The sinks are "speakers" (48000 Hz), "cable" (48000 Hz, heard by the microphone "mic"), "old" (44100 Hz), "six" (six
 channels) and "plug" (48000 Hz, to be removed).
 """
@@ -22,17 +23,18 @@ sys.path.insert(0, str(ROOT / "tools" / "stage"))
 from sound import SoundServer  # noqa: E402
 
 # Name, what the endpoint is called, rate in Hz, channels.
+MAPS = {2: "stereo", 6: "surround-51"}
 SINKS = [
     ("speakers", "Speakers", 48000, 2),
     ("cable", "VEXO Virtual Cable", 48000, 2),
-    ("old", "Old Speakers", 44100, 2),
-    ("six", "Surround Speakers", 48000, 6),
-    ("plug", "Plugged Speakers", 48000, 2),
+    ("old", "Old Virtual Speakers", 44100, 2),
+    ("six", "Surround Virtual Speakers", 48000, 6),
+    ("plug", "Plugged Virtual Speakers", 48000, 2),
 ]
 
 
 def add_sink(sound, name, description, rate, channels):
-    return sound.load("module-null-sink", f"sink_name={name}", f"rate={rate}", f"channels={channels}",
+    return sound.load("module-null-sink", f"sink_name={name}", f"rate={rate}", f"channel_map={MAPS[channels]}",
                       f"sink_properties=\"device.description='{description}'\"")
 
 
@@ -44,11 +46,13 @@ def serve_requests(path, sound, modules, ended):
             verb, name = line.split()
             assert verb == "unload", line
             sound.pactl("unload-module", modules[name])
+            with open(f"{path}.done", "a") as answers:
+                answers.write(line + "\n")
         done = len(lines)
 
 
 def main():
-    with tempfile.TemporaryDirectory(prefix="vexo-windows-sound-") as name:
+    with tempfile.TemporaryDirectory(prefix="vexo-windows-sound-", ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
         env = dict(os.environ, HOME=str(folder))
         env.setdefault("WINEPREFIX", str(pathlib.Path(os.environ.get("VEXO_CACHE", os.path.expanduser("~/.cache/vexo-deck"))) / "wine"))
@@ -66,12 +70,13 @@ def main():
                 path = folder / f"{sink}.raw"
                 with open(path, "wb") as file:
                     recorders.append(subprocess.Popen(
-                        ["parec", "--raw", "--format=float32le", f"--rate={rate}", f"--channels={channels}",
+                        ["parec", "--raw", "--format=float32le", f"--rate={rate}", f"--channels={channels}", f"--channel-map={MAPS[channels]}",
                          f"--device={sink}.monitor", "--latency-msec=20"],
                         env=env, stdout=file, stderr=subprocess.DEVNULL))
                 env[f"VEXO_RECORDED_{sink.upper()}"] = str(path)
             requests = folder / "requests"
             requests.write_text("")
+            pathlib.Path(f"{requests}.done").write_text("")
             env["VEXO_SOUND_REQUESTS"] = str(requests)
             ended = threading.Event()
             servant = threading.Thread(target=serve_requests, args=(requests, sound, modules, ended))

@@ -14,6 +14,7 @@
 #include <atomic>
 #include <audioclient.h>
 #include <memory>
+#include <mmreg.h>
 #include <wil/resource.h>
 #include <wrl/client.h>
 #include <wrl/implements.h>
@@ -120,7 +121,10 @@ private:
     CallbackSampleReady sampleCallback{*this};
     CallbackFinishCapture finishCallback{*this};
     Microsoft::WRL::ComPtr<IAudioClient> audioClient;
-    WAVEFORMATEX captureFormat{}; // what Initialize gets and addInputData() reads
+    // What Initialize gets and addInputData() reads: the fixed bytes. Behind them stand zeros, for a client that
+    // looks there because of the tag.
+    WAVEFORMATEXTENSIBLE formatMemory{};
+    WAVEFORMATEX& captureFormat = formatMemory.Format;
     UINT32 bufferFrames = 0;
     Microsoft::WRL::ComPtr<IAudioCaptureClient> captureClient;
     Microsoft::WRL::ComPtr<IMFAsyncResult> sampleResult;
