@@ -2,6 +2,7 @@
 #include "app/InstanceGuard.h"
 #include "app/SettingsManager.h"
 #include "device/HIDHotplugManager.h"
+#include "platform/SystemBridge.h"
 
 #include <QDebug>
 #include <QGuiApplication>
@@ -39,6 +40,10 @@ int main(int argc, char* argv[]) {
     QQmlApplicationEngine engine;
     SettingsManager::instance();
     registerService<SettingsManager>("VexoDeckSettings", "SettingsManager");
+    SystemBridge* const bridge = SystemBridge::instance();
+    bridge->setSettingsReader([](const QString& key) { return SettingsManager::instance()->getValue(key); });
+    bridge->initializeMonitorDevice();
+    registerService<SystemBridge>("VexoDeckSystemBridge", "SystemBridge");
     // The scan runs from here on: a device that is present may connect before the first window shows.
     HIDHotplugManager::instance();
     registerService<HIDHotplugManager>("VexoDeckHIDHotplug", "HIDHotplugManager");

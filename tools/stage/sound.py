@@ -120,11 +120,10 @@ class SoundServer:
             PULSE_SERVER=f"unix:{runtime}/pulse/native",
             PULSE_COOKIE=str(self.folder / "cookie"),
             PIPEWIRE_RUNTIME_DIR=str(runtime),
-            ALSA_CONFIG_PATH=str(self.folder / "asound.conf"),
         )
         self.env.pop("PULSE_RUNTIME_PATH", None)
         self.runtime = runtime
-        self.write_alsa_devices({})
+        self.default_sink = None
 
     def __enter__(self):
         try:
@@ -148,7 +147,7 @@ class SoundServer:
         log = open(self.folder / f"{self.kind}.log", "ab")
         if self.kind == PULSEAUDIO:
             commands = [["pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--disallow-exit=false",
-                         "--use-pid-file=no", "--high-priority=no", f"--log-level=1",
+                         "--use-pid-file=no", "--high-priority=no", "--log-level=1",
                          "-L", f"module-native-protocol-unix auth-anonymous=1 socket={self.runtime}/pulse/native"]]
         else:
             commands = [["pipewire"], ["wireplumber"], ["pipewire-pulse"]]
@@ -161,6 +160,8 @@ class SoundServer:
         modules, self.modules = self.modules, []
         for words in modules:
             self.load(*words)
+        if self.default_sink:
+            self.set_default_sink(self.default_sink)
 
     def server_env(self):
         env = dict(self.env)
@@ -222,17 +223,21 @@ class SoundServer:
 
     def write_alsa_devices(self, devices):
         """ALSA devices by name, each on a source of the server: what PortAudio sees."""
-        lines = ["</usr/share/alsa/alsa.conf>"] if False else []
-        lines += ["pcm.!default { type pulse }", "ctl.!default { type pulse }"]
-        for name, source in devices.items():
-            lines.append(f'pcm."{name}" {{ type pulse device {source} hint {{ show on description "{name}" }} }}')
-        (self.folder / "asound.conf").write_text("\n".join(lines) + "\n", encoding="utf-8")
+        lines = [f'pcm."{name}" {{ type asym capture.pcm {{ type pulse device {source} }} '
+                 f'hint {{ show on description "{name}" }} }}'
+                 for name, source in devices.items()]
+        (pathlib.Path(self.env["HOME"]) / ".asoundrc").write_text("\n".join(lines) + "\n", encoding="utf-8")
+
+    def set_default_sink(self, name):
+        """Where streams go that name no sink; again after a restart."""
+        self.pactl("set-default-sink", name)
+        self.default_sink = name
 
     # ---- clients
 
-    def client(self, command, stdin=None, **words):
+    def client(self, command, stdin=None, env_extra=None, **words):
         """A client of the server, ended with it at the latest."""
-        process = subprocess.Popen([str(word) for word in command], env=self.env, stdout=subprocess.DEVNULL,
+        process = subprocess.Popen([str(word) for word in command], env=dict(self.env, **(env_extra or {})), stdout=subprocess.DEVNULL,
                                    stderr=subprocess.DEVNULL, stdin=stdin or subprocess.DEVNULL, **words)
         self.clients.append(process)
         return process

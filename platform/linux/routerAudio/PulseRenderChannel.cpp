@@ -5,6 +5,7 @@
 #include "platform/routerAudio/Resampler.h"
 
 #include <algorithm>
+#include <pthread.h>
 
 namespace {
 
@@ -19,9 +20,25 @@ constexpr std::uint32_t kPeriodMs = 5;
 
 constexpr pa_usec_t kRetryInterval = 500 * PA_USEC_PER_MSEC;
 
+struct BusNames {
+    const char* thread; // at most 15 bytes
+    const char* stream;
+};
+
+constexpr BusNames namesOf(std::uint32_t busId) {
+    switch (busId) {
+    case 1:
+        return {"Render Monitor", "Monitor mix"};
+    case 2:
+        return {"Render Stream", "Stream mix"};
+    default:
+        return {"Render Solo", "Solo"};
+    }
+}
+
 } // namespace
 
-PulseRenderChannel::PulseRenderChannel() = default;
+PulseRenderChannel::PulseRenderChannel(std::uint32_t busId) : bus(busId) {}
 
 PulseRenderChannel::~PulseRenderChannel() {
     stopClient();
@@ -45,11 +62,12 @@ bool PulseRenderChannel::open(const AudioEndpoint& endpoint) {
 }
 
 void PulseRenderChannel::run(const std::atomic<bool>& running, const RenderCallback& render) {
+    pthread_setname_np(pthread_self(), namesOf(bus).thread);
     const RealTimeThread realTime;
     callback = &render;
     link = std::make_unique<PulseLink>(
         *pa_mainloop_get_api(mainloop.get()),
-        PulseLink::Events{[this](pa_context&) { connectStream(); }, [this] { dropStream(); }});
+        PulseLink::Events{[this](pa_context& context) { handleReady(context); }, [this] { dropStream(); }});
     link->connect();
     while (running) {
         if (pa_mainloop_iterate(mainloop.get(), 1, nullptr) < 0) {
@@ -72,13 +90,42 @@ void PulseRenderChannel::stopClient() {
     link.reset();
 }
 
+void PulseRenderChannel::handleReady(pa_context& context) {
+    pa_context_set_subscribe_callback(&context, onSinkEvent, this);
+    if (pa_operation* const operation =
+            pa_context_subscribe(&context, PA_SUBSCRIPTION_MASK_SINK, nullptr, nullptr)) {
+        pa_operation_unref(operation);
+    }
+    connectStream();
+}
+
+// PipeWire leaves a stream whose sink went alive and unconnected: when a sink comes, it may be ours.
+void PulseRenderChannel::onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t,
+                                     void* self) {
+    if ((type & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_NEW) {
+        return;
+    }
+    const auto* const channel = static_cast<PulseRenderChannel*>(self);
+    if (pa_operation* const operation =
+            pa_context_get_sink_info_by_name(context, channel->sinkName.c_str(), onSinkFound, self)) {
+        pa_operation_unref(operation);
+    }
+}
+
+void PulseRenderChannel::onSinkFound(pa_context*, const pa_sink_info* info, int end, void* self) {
+    auto* const channel = static_cast<PulseRenderChannel*>(self);
+    if (end == 0 && channel->sinkIndex != PA_INVALID_INDEX && info->index != channel->sinkIndex) {
+        channel->connectStream();
+    }
+}
+
 void PulseRenderChannel::connectStream() {
     dropStream();
     pa_context* const context = link->readyContext();
     if (context == nullptr) {
         return; // its return makes the stream anew
     }
-    stream = pa_stream_new(context, "Vexo Deck", &kSampleSpec, nullptr);
+    stream = pa_stream_new(context, namesOf(bus).stream, &kSampleSpec, nullptr);
     if (stream == nullptr) {
         scheduleRetry();
         return;
@@ -91,8 +138,9 @@ void PulseRenderChannel::connectStream() {
     attributes.prebuf = 0; // starts at once, and goes on by itself after an underrun
     attributes.minreq = kPeriodMs * kBytesPerMs;
     attributes.fragsize = static_cast<std::uint32_t>(-1);
-    if (pa_stream_connect_playback(stream, sinkName.c_str(), &attributes, PA_STREAM_ADJUST_LATENCY, nullptr,
-                                   nullptr) < 0) {
+    // An output stays where it is: when its sink goes, it waits for it.
+    constexpr auto kFlags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
+    if (pa_stream_connect_playback(stream, sinkName.c_str(), &attributes, kFlags, nullptr, nullptr) < 0) {
         scheduleRetry();
     }
 }
@@ -105,13 +153,17 @@ void PulseRenderChannel::dropStream() {
         pa_stream_unref(stream);
         stream = nullptr;
     }
+    sinkIndex = PA_INVALID_INDEX;
 }
 
 // A sink that is gone is asked for until it is there again.
 void PulseRenderChannel::onState(pa_stream* changed, void* self) {
     const pa_stream_state_t state = pa_stream_get_state(changed);
-    if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
-        static_cast<PulseRenderChannel*>(self)->scheduleRetry();
+    auto* const channel = static_cast<PulseRenderChannel*>(self);
+    if (state == PA_STREAM_READY) {
+        channel->sinkIndex = pa_stream_get_device_index(changed);
+    } else if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
+        channel->scheduleRetry();
     }
 }
 

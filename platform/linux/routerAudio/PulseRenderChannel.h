@@ -3,6 +3,7 @@
 #include "platform/linux/routerAudio/PulseLink.h"
 #include "platform/routerAudio/RenderChannel.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -12,7 +13,8 @@
 /// made anew as soon as it is back.
 class PulseRenderChannel final : public RenderChannel {
 public:
-    PulseRenderChannel();
+    /// `busId` names the thread and the stream.
+    explicit PulseRenderChannel(std::uint32_t busId);
     ~PulseRenderChannel() override;
 
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override;
@@ -27,16 +29,21 @@ private:
 
     static void onState(pa_stream* stream, void* self);
     static void onWrite(pa_stream* stream, std::size_t byteCount, void* self);
+    static void onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index, void* self);
+    static void onSinkFound(pa_context* context, const pa_sink_info* info, int end, void* self);
+    void handleReady(pa_context& context);
     void connectStream();
     void dropStream();
     void scheduleRetry();
     void cancelRetry();
 
+    const std::uint32_t bus;
     std::string sinkName;
     std::unique_ptr<pa_mainloop, MainloopDeleter> mainloop;
     // While run() is on, on its thread.
     std::unique_ptr<PulseLink> link;
     pa_stream* stream = nullptr;
+    std::uint32_t sinkIndex = PA_INVALID_INDEX; // of the sink that the stream was made on
     pa_time_event* retry = nullptr;
     const RenderCallback* callback = nullptr;
 };

@@ -86,9 +86,9 @@ PulseServer::~PulseServer() {
     pa_threaded_mainloop_free(mainloop);
 }
 
-bool PulseServer::awaitReady(std::chrono::milliseconds limit) {
+bool PulseServer::awaitReady() {
     std::unique_lock lock(phaseMutex);
-    phaseChanged.wait_for(lock, limit, [this] { return phase != Phase::Connecting; });
+    phaseChanged.wait_until(lock, firstAnswerBy, [this] { return phase != Phase::Connecting; });
     return phase == Phase::Ready;
 }
 

@@ -77,9 +77,10 @@ public:
     PulseServer(const PulseServer&) = delete;
     PulseServer& operator=(const PulseServer&) = delete;
 
-    /// Waits until the server's state is known; false at once when there is no server, and when one does not
-    /// answer in time. Not on the server's thread.
-    [[nodiscard]] bool awaitReady(std::chrono::milliseconds limit = kAnswerLimit);
+    /// Whether the server's state is known. Waits for it while the first attempt is under way, at most
+    /// kAnswerLimit from the making of this object; with no server, and for one that did not answer by then,
+    /// false at once. Not on the server's thread.
+    [[nodiscard]] bool awaitReady();
 
     /// Copies, in the server's order; empty while not connected. Any thread but the server's, without its lock.
     [[nodiscard]] std::vector<PulseDevice> sinks();
@@ -87,7 +88,8 @@ public:
     [[nodiscard]] std::string defaultSink();
     [[nodiscard]] std::vector<PulsePlayback> playbacks();
 
-    /// Makes a sink or source the server's default, and waits for the answer. As awaitReady().
+    /// Makes a sink or source the server's default, and waits for the answer, at most kAnswerLimit. Not on the
+    /// server's thread.
     [[nodiscard]] bool setDefaultSink(const std::string& name);
     [[nodiscard]] bool setDefaultSource(const std::string& name);
 
@@ -134,6 +136,7 @@ private:
     std::optional<std::chrono::steady_clock::time_point> lastLine;
     bool wasReady = false;
 
+    const std::chrono::steady_clock::time_point firstAnswerBy = std::chrono::steady_clock::now() + kAnswerLimit;
     std::mutex phaseMutex;
     std::condition_variable phaseChanged;
     Phase phase = Phase::Connecting;

@@ -10,6 +10,6 @@ RouterPlatform systemRouterPlatform() {
     platform.makeProcessCapture = [](PerAppInputBuffers& buffers) {
         return std::make_shared<PulseProcessCapture>(PulseServer::shared(), buffers);
     };
-    platform.makeRenderChannel = [] { return std::make_unique<PulseRenderChannel>(); };
+    platform.makeRenderChannel = [](std::uint32_t busId) { return std::make_unique<PulseRenderChannel>(busId); };
     return platform;
 }

@@ -1,0 +1,127 @@
+// The bridge as a process without windows, for tests that listen to what it plays. Driven by lines of JSON on
+// standard input, answered by lines of JSON on standard output; the program's own lines go to standard error.
+//
+//   {"call": "setAudioConfig", "arguments": [[...]]}   runs an invokable     -> {"result": ...}
+//   {"settings": {"device_equalizer": true}}           what is stored        -> {"result": true}
+//   {"take": "levels"}                                 reports since the last -> {"result": [{"ms", "levels"}]}
+//   {"end": true}                                      ends with 0
+
+#include "platform/SystemBridge.h"
+#include "platform/routerAudio/RouterLog.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMetaMethod>
+#include <QSocketNotifier>
+
+#include <array>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+void answer(const QJsonValue& result) {
+    const QByteArray line = QJsonDocument(QJsonObject{{"result", result}}).toJson(QJsonDocument::Compact) + '\n';
+    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
+    std::fflush(stdout);
+}
+
+// Runs the invokable of this name that takes as many arguments.
+QJsonValue call(SystemBridge& bridge, const QByteArray& name, const QVariantList& arguments) {
+    const QMetaObject* const meta = bridge.metaObject();
+    for (int at = meta->methodOffset(); at < meta->methodCount(); ++at) {
+        const QMetaMethod method = meta->method(at);
+        if (method.name() != name || method.parameterCount() != arguments.size()) {
+            continue;
+        }
+        QVariantList values;
+        std::array<void*, 8> pointers{};
+        for (int parameter = 0; parameter < method.parameterCount(); ++parameter) {
+            QVariant value = arguments.at(parameter);
+            value.convert(method.parameterMetaType(parameter));
+            values.append(value);
+        }
+        QVariant result(method.returnMetaType().id() == QMetaType::Void ? QMetaType() : method.returnMetaType());
+        pointers[0] = result.data();
+        for (qsizetype parameter = 0; parameter < values.size(); ++parameter) {
+            pointers[static_cast<std::size_t>(parameter) + 1] = values[parameter].data();
+        }
+        QMetaObject::metacall(&bridge, QMetaObject::InvokeMetaMethod, at, pointers.data());
+        return result.toJsonValue();
+    }
+    return QJsonValue(QStringLiteral("no such operation"));
+}
+
+class Host : public QObject {
+public:
+    Host() : bridge(std::make_unique<SystemBridge>()), notifier(STDIN_FILENO, QSocketNotifier::Read) {
+        clock.start();
+        bridge->setSettingsReader([this](const QString& key) { return settings.value(key); });
+        connect(bridge.get(), &SystemBridge::audioInputLevelChanged, this, [this](const QVariantList& levels) {
+            reports.append(QJsonObject{{"ms", static_cast<double>(clock.nsecsElapsed()) / 1e6},
+                                       {"levels", QJsonArray::fromVariantList(levels)}});
+        });
+        connect(&notifier, &QSocketNotifier::activated, this, &Host::readInput);
+        bridge->initializeMonitorDevice();
+        answer(true);
+    }
+
+private:
+    void readInput() {
+        std::array<char, 65536> block;
+        const ssize_t count = ::read(STDIN_FILENO, block.data(), block.size());
+        if (count <= 0) {
+            QCoreApplication::exit(0);
+            notifier.setEnabled(false);
+            return;
+        }
+        pending.append(block.data(), count);
+        for (qsizetype end = pending.indexOf('\n'); end >= 0; end = pending.indexOf('\n')) {
+            const QJsonObject command = QJsonDocument::fromJson(pending.left(end)).object();
+            pending.remove(0, end + 1);
+            run(command);
+        }
+    }
+
+    void run(const QJsonObject& command) {
+        if (command.contains("call")) {
+            answer(call(*bridge, command["call"].toString().toUtf8(), command["arguments"].toArray().toVariantList()));
+        } else if (command.contains("settings")) {
+            settings = command["settings"].toObject().toVariantMap();
+            answer(true);
+        } else if (command.contains("take")) {
+            answer(reports);
+            reports = {};
+        } else {
+            bridge.reset();
+            answer(true);
+            QCoreApplication::exit(0);
+        }
+    }
+
+    std::unique_ptr<SystemBridge> bridge;
+    QSocketNotifier notifier;
+    QElapsedTimer clock;
+    QVariantMap settings;
+    QJsonArray reports;
+    QByteArray pending;
+};
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    setRouterLogSink([](const std::wstring& line) {
+        std::cerr << QString::fromStdWString(line).toStdString() << std::endl;
+    });
+    const QGuiApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Vexo Deck"));
+    QCoreApplication::setOrganizationName(QStringLiteral("VEXO"));
+    const Host host;
+    return QGuiApplication::exec();
+}

@@ -1,0 +1,132 @@
+"""Microphones through the bridge: PortAudio on the server's sources, equalised, mixed with an application."""
+
+import json
+
+import numpy
+
+from bridge_host import source
+from sound_case import APPS, PIPEWIRE, SPEAKERS, SoundCase, level_db, main, tone, wait_until
+
+DEVICE = "VEXO Mixdesk R2"
+OTHER = "Desk Microphone"
+AMPLITUDE = 0.25
+LEVEL_DB = 20 * numpy.log10(AMPLITUDE)
+GONE_DB = LEVEL_DB - 60
+
+
+def preset(**gains):
+    """The stored text of an equaliser preset; gains in dB by band, as b5=6."""
+    values = [0.0] * 12
+    for band, gain in gains.items():
+        values[int(band[1:])] = gain
+    return json.dumps({"name": "x", "value": values, "img": ""})
+
+
+class Microphones(SoundCase):
+    def make_devices(self):
+        super().make_devices()
+        self.sound.add_microphone("mic", DEVICE)
+        self.sound.add_microphone("mic2", OTHER)
+        self.sound.set_default_sink(APPS)
+        self.sound.write_alsa_devices({DEVICE: "mic", OTHER: "mic2"})
+
+    def setUp(self):
+        super().setUp()
+        self.bridge = self.start_bridge()
+        self.speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(self.speakers.stop)
+
+    def wait_tone(self, frequency, level=LEVEL_DB, seconds=0.2):
+        return self.wait_heard(self.speakers, lambda heard: abs(level_db(heard, frequency) - level) < 0.1,
+                               f"{frequency} Hz at {level:.1f} dB", seconds, limit=30)
+
+    def speak(self, frequency, microphone="mic"):
+        return self.sound.play(tone(frequency, 2, AMPLITUDE), f"{microphone}_in", microphone)
+
+    def test_device_channel_is_heard_beside_an_application(self):
+        self.speak(500)
+        player = self.sound.play(tone(2000, 2, AMPLITUDE), APPS)
+        self.assertTrue(self.bridge.call("AddInputDevice", DEVICE, 0))
+        self.bridge.route(source(player.pid), source(0))
+        self.wait_heard(self.speakers, lambda heard: all(abs(level_db(heard, frequency) - LEVEL_DB) < 0.1 for frequency in (500, 2000)),
+                        "microphone and application", limit=30)
+
+    def test_name_is_found_in_any_case(self):
+        self.speak(500)
+        self.assertTrue(self.bridge.call("AddInputDevice", DEVICE.upper(), 0))
+        self.bridge.route(source(0))
+        self.wait_tone(500)
+
+    def test_two_microphones_are_two_sources(self):
+        self.speak(500, "mic")
+        self.speak(2000, "mic2")
+        self.assertTrue(self.bridge.call("AddInputDevice", DEVICE, 0))
+        self.assertTrue(self.bridge.call("AddInputDevice", OTHER, 1))
+        self.bridge.route(source(0), source(1))
+        self.wait_heard(self.speakers, lambda heard: all(abs(level_db(heard, frequency) - LEVEL_DB) < 0.1 for frequency in (500, 2000)),
+                        "both microphones", limit=30)
+        self.bridge.route(source(0), source(1, muted1=True))
+        self.wait_heard(self.speakers, lambda heard: level_db(heard, 2000) < GONE_DB, "the second one muted")
+        self.assertTrue(self.bridge.call("RemoveInputDevice", DEVICE))
+        wait_until(lambda: [entry["name"] for entry in self.bridge.call("GetInputDevices")] == [OTHER], "its removal")
+
+    def test_equaliser_works_on_the_device_channel_alone(self):
+        self.speak(1000, "mic")
+        self.speak(400, "mic2")
+        self.assertTrue(self.bridge.call("AddInputDevice", DEVICE, 0))
+        self.assertTrue(self.bridge.call("AddInputDevice", OTHER, 1))
+        self.bridge.route(source(0), source(1))
+        self.wait_tone(1000)
+        self.wait_tone(400)
+        self.bridge.store(device_equalizer=True, device_equalizer_current=preset(b5=6.0))
+        self.bridge.call("updateMonitorDevice")
+        self.wait_tone(1000, LEVEL_DB + 6.0)
+        self.wait_tone(400)
+        self.bridge.store(device_equalizer=False)
+        self.bridge.call("updateMonitorDevice")
+        self.wait_tone(1000)
+
+    def test_input_without_index_is_not_heard(self):
+        self.speak(500)
+        self.assertTrue(self.bridge.call("AddInputDevice", DEVICE))
+        self.bridge.route(source(0), source(1))
+        wait_until(lambda: "source-output" in self.sound.pactl("list", "short", "source-outputs") or
+                   len(self.sound.pactl("list", "short", "source-outputs").splitlines()) > 1, "the input to be read")
+        heard = self.speakers.next(0.5)
+        self.assertFalse(numpy.any(heard))
+
+    def test_input_devices_stand_first_in_the_inventory_without_our_own(self):
+        player = self.sound.play(tone(2000, 2, AMPLITUDE), APPS, "Some Player")
+        wait_until(lambda: any(entry["processIdentifier"] == str(player.pid) for entry in self.bridge.call("getRunningApplications")),
+                   "the player in the inventory")
+        entries = self.bridge.call("getRunningApplications")
+        kinds = [bool(entry.get("isInput")) for entry in entries]
+        self.assertEqual(kinds, sorted(kinds, reverse=True))
+        names = [entry["name"] for entry in entries]
+        self.assertIn(OTHER, names)
+        self.assertNotIn(DEVICE, names)
+        record = next(entry for entry in entries if entry["processIdentifier"] == str(player.pid))
+        self.assertEqual(record["type"], "app")
+        self.assertTrue(record["isActive"])
+        self.assertTrue(record["bundleIdentifier"].startswith("file:///usr/bin/pa"), record)
+        self.assertEqual(sum(entry["processIdentifier"] == str(player.pid) for entry in entries), 1)
+
+    def test_device_list_tells_inputs_from_outputs(self):
+        names = {kind: [device["name"] for device in self.bridge.call("GetDeviceList", kind)] for kind in (0, 1, 2)}
+        self.assertIn(DEVICE, names[1])
+        self.assertNotIn("Speakers", names[1])
+        self.assertIn("Speakers", names[2])
+        self.assertEqual(sorted(names[0]), sorted(names[1] + names[2]))
+
+    def test_rate_probe_finds_the_device(self):
+        wait_until(lambda: "Audio routing service started" in self.bridge.log, "the service")
+        self.assertTrue(self.bridge.call("SetDeviceSampleRate", DEVICE, 48000))
+        self.assertFalse(self.bridge.call("SetDeviceSampleRate", "Nobody", 48000))
+
+
+class MicrophonesOnPipeWire(Microphones):
+    kind = PIPEWIRE
+
+
+if __name__ == "__main__":
+    main()

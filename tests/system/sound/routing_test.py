@@ -1,0 +1,294 @@
+"""Applications through the bridge: what the output sink plays, measured. On PulseAudio and on PipeWire."""
+
+import subprocess
+import sys
+import time
+
+import numpy
+
+from bridge_host import LISTEN_BUS, LIVE_BUS, source
+from sound_case import APPS, PIPEWIRE, SPEAKERS, SoundCase, level_db, main, tone, wait_until
+
+TONE = 1000
+OTHER_TONE = 3000
+AMPLITUDE = 0.25
+LEVEL_DB = 20 * numpy.log10(AMPLITUDE)
+# What counts as not there.
+GONE_DB = LEVEL_DB - 60
+
+# A program that plays two tones in two streams of one process: pacat's library through ctypes would be another
+# program's code; two threads of the simple interface are what a browser does.
+TWO_STREAMS = """
+import array, ctypes, math, sys, threading
+pulse = ctypes.CDLL("libpulse-simple.so.0")
+class Spec(ctypes.Structure):
+    _fields_ = [("format", ctypes.c_int), ("rate", ctypes.c_uint32), ("channels", ctypes.c_uint8)]
+pulse.pa_simple_new.restype = ctypes.c_void_p
+pulse.pa_simple_new.argtypes = [ctypes.c_char_p, ctypes.c_char_p, ctypes.c_int, ctypes.c_char_p, ctypes.c_char_p,
+                                ctypes.POINTER(Spec), ctypes.c_void_p, ctypes.c_void_p, ctypes.c_void_p]
+pulse.pa_simple_write.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_size_t, ctypes.c_void_p]
+def play(frequency):
+    spec = Spec(5, 48000, 2)
+    stream = pulse.pa_simple_new(None, b"two", 1, sys.argv[1].encode(), b"tone", ctypes.byref(spec), None, None, None)
+    block = array.array("f")
+    for frame in range(4800):
+        value = 0.25 * math.sin(2 * math.pi * frequency * frame / 48000)
+        block.extend((value, value))
+    data = block.tobytes()
+    while True:
+        pulse.pa_simple_write(stream, data, len(data), None)
+for frequency in (1000, 3000):
+    threading.Thread(target=play, args=(frequency,)).start()
+"""
+
+# A program that leaves the playing to a child.
+FORKING = """
+import subprocess, sys
+subprocess.run(["pacat", "--playback", "--raw", "--format=float32le", "--rate=48000", "--channels=2",
+                "--latency-msec=20", "--device=" + sys.argv[1], sys.argv[2]])
+"""
+
+
+class Routing(SoundCase):
+    def setUp(self):
+        super().setUp()
+        self.bridge = self.start_bridge()
+        self.speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(self.speakers.stop)
+
+    def wait_tone(self, frequency, level=LEVEL_DB):
+        return self.wait_heard(self.speakers, lambda heard: abs(level_db(heard, frequency) - level) < 0.1,
+                               f"{frequency} Hz at {level:.1f} dB")
+
+    def wait_gone(self, frequency):
+        return self.wait_heard(self.speakers, lambda heard: level_db(heard, frequency) < GONE_DB, f"{frequency} Hz gone")
+
+    def wait_silence(self):
+        return self.wait_heard(self.speakers, lambda heard: not numpy.any(heard), "silence")
+
+    def test_solo_output_opens_on_the_real_sink(self):
+        self.assertIn("[INFO] Solo device GUID set: hdaudio#spk", self.bridge.log)
+        self.assertIn("[BusForwarder] Bus3 using device: Speakers (Output)", self.bridge.log)
+        self.assertIn("[BusForwarder] Solo thread started successfully.", self.bridge.log)
+        self.assertIn("AudioRouterAPI initialized successfully", self.bridge.log)
+
+    def test_application_is_heard_at_its_level_and_another_is_not(self):
+        wanted = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS, "wanted")
+        self.sound.play(tone(OTHER_TONE, 2, AMPLITUDE), APPS, "other")
+        self.bridge.route(source(wanted.pid))
+        # In one stretch without a dropout: a dropout is heard at every frequency.
+        self.wait_heard(self.speakers,
+                        lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1 and level_db(heard, OTHER_TONE) < GONE_DB,
+                        "the wanted tone alone", seconds=1.0)
+
+    def test_application_itself_plays_on_untouched(self):
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        untouched = self.sound.recorder(APPS)
+        self.addCleanup(untouched.stop)
+        index = self.sound.playback_of(player.pid)
+        before = self.sound.pactl("list", "sink-inputs")
+        self.bridge.route(source(player.pid))
+        self.wait_tone(TONE)
+        self.bridge.route()
+        self.wait_silence()
+        self.wait_heard(untouched, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application itself", seconds=0.5)
+        self.assertEqual(self.sound.playback_of(player.pid), index)
+        sink_of = [line.strip() for line in before.splitlines() if line.strip().startswith("Sink:")]
+        now = [line.strip() for line in self.sound.pactl("list", "sink-inputs").splitlines()]
+        self.assertTrue(set(sink_of) <= set(now), "the playback was moved")
+
+    def test_volume_of_the_strip_is_a_gain(self):
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        self.bridge.route(source(player.pid, volume=0.5))
+        self.wait_tone(TONE, LEVEL_DB - 6.02)
+        self.bridge.route(source(player.pid, volume=1.0), listen_volume=0.25)
+        self.wait_tone(TONE, LEVEL_DB - 12.04)
+
+    def test_mute_of_the_strip_and_of_the_bus_silence_it(self):
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        self.bridge.route(source(player.pid))
+        self.wait_tone(TONE)
+        self.bridge.route(source(player.pid, muted1=True))
+        self.wait_silence()
+        self.bridge.route(source(player.pid))
+        self.wait_tone(TONE)
+        self.bridge.route(source(player.pid), listen_muted=True)
+        self.wait_silence()
+
+    def test_solo_of_a_strip_plays_that_source_alone(self):
+        one = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS, "one")
+        two = self.sound.play(tone(OTHER_TONE, 2, AMPLITUDE), APPS, "two")
+        self.bridge.route(source(one.pid), source(two.pid))
+        self.wait_tone(TONE)
+        self.wait_tone(OTHER_TONE)
+        self.bridge.route(source(one.pid), source(two.pid, solo=True, muted1=True, muted2=True), listen_solo=False)
+        self.wait_gone(TONE)
+        self.wait_tone(OTHER_TONE)
+
+    def test_solo_plays_either_bus(self):
+        one = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS, "one")
+        two = self.sound.play(tone(OTHER_TONE, 2, AMPLITUDE), APPS, "two")
+        records = source(one.pid, bus2=False), source(two.pid, bus1=False)
+        self.bridge.route(*records)
+        self.wait_tone(TONE)
+        self.wait_gone(OTHER_TONE)
+        self.bridge.route(*records, listen_solo=False, mix_solo=True)
+        self.wait_tone(OTHER_TONE)
+        self.wait_gone(TONE)
+
+    def test_levels_are_reported_every_50_ms_for_source_and_buses(self):
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        self.bridge.route(source(player.pid))
+        self.wait_tone(TONE)
+        self.bridge.take_reports()
+        wait_until(lambda: self._enough_reports(), "40 reports")
+        times = numpy.array([report["ms"] for report in self.reports])
+        self.assertAlmostEqual(float(numpy.median(numpy.diff(times))), 50, delta=6)
+        # 0.7 of a sine's mean and 0.3 of its peak, times 1.5.
+        expected = (0.7 * AMPLITUDE / 2 ** 0.5 + 0.3 * AMPLITUDE) * 1.5
+        last = {level["processID"]: level for level in self.reports[-1]["levels"]}
+        for process_id in (player.pid, LISTEN_BUS, LIVE_BUS):
+            self.assertAlmostEqual(last[process_id]["levelLeft"], expected, delta=0.01)
+            self.assertAlmostEqual(last[process_id]["levelRight"], expected, delta=0.01)
+
+    def _enough_reports(self):
+        self.reports = getattr(self, "reports", []) + self.bridge.take_reports()
+        return len(self.reports) >= 40
+
+    def test_two_streams_of_one_process_are_heard_together(self):
+        player = self.sound.client([sys.executable, "-c", TWO_STREAMS, APPS])
+        self.bridge.route(source(player.pid))
+        self.wait_heard(self.speakers,
+                        lambda heard: all(abs(level_db(heard, frequency) - LEVEL_DB) < 0.1
+                                          for frequency in (TONE, OTHER_TONE)), "both tones at their level")
+
+    def test_child_process_is_heard(self):
+        path = self.folder / "child.raw"
+        path.write_bytes(tone(TONE, 60, AMPLITUDE).tobytes())
+        parent = self.sound.client([sys.executable, "-c", FORKING, APPS, path])
+        self.addCleanup(subprocess.run, ["pkill", "-P", str(parent.pid)])
+        self.bridge.route(source(parent.pid))
+        self.wait_tone(TONE)
+
+    def test_stream_that_begins_later_and_again_is_followed(self):
+        script = "import subprocess, sys\nfor line in sys.stdin: subprocess.run(line, shell=True)"
+        parent = subprocess.Popen([sys.executable, "-c", script], env=self.env, stdin=subprocess.PIPE, text=True)
+        self.sound.clients.append(parent)
+        self.addCleanup(parent.stdin.close)
+        self.bridge.route(source(parent.pid))
+        path = self.folder / "short.raw"
+        path.write_bytes(tone(TONE, 1.5, AMPLITUDE).tobytes())
+        for _ in range(2):
+            parent.stdin.write(f"pacat --raw --format=float32le --rate=48000 --channels=2 --latency-msec=20 --device={APPS} {path}\n")
+            parent.stdin.flush()
+            self.wait_tone(TONE)
+            self.wait_silence()
+
+    def test_process_that_ends_and_one_that_never_plays_are_harmless(self):
+        ended = self.sound.client(["true"])
+        ended.wait()
+        idle = self.sound.client(["sleep", "60"])
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        self.bridge.route(source(ended.pid), source(idle.pid), source(player.pid))
+        self.wait_tone(TONE)
+        player.kill()
+        self.wait_silence()
+        self.bridge.route()
+        self.assertEqual(self.bridge.end(), 0)
+
+    def test_moved_playback_is_followed(self):
+        self.sound.add_sink("elsewhere", "Elsewhere", hardware=False)
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        self.bridge.route(source(player.pid))
+        self.wait_tone(TONE)
+        self.sound.pactl("move-sink-input", self.sound.playback_of(player.pid), "elsewhere")
+        time.sleep(0.5)  # what was heard before the move has left the buffers
+        self.wait_tone(TONE)
+
+    def test_volume_and_mute_of_the_playback_itself_count(self):
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        self.bridge.route(source(player.pid))
+        self.wait_tone(TONE)
+        self.sound.pactl("set-sink-input-mute", self.sound.playback_of(player.pid), "1")
+        self.wait_silence()
+
+    def test_server_restart_brings_the_sound_back_within_2_seconds(self):
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        self.bridge.route(source(player.pid))
+        self.wait_tone(TONE)
+        self.sound.stop(kill=True)
+        self.speakers.stop()
+        parent = self.start_follower()
+        self.bridge.route(source(parent.pid))
+        self.sound.start()
+        started = time.monotonic()
+        self.follow(parent)
+        self.speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(self.speakers.stop)
+        self.wait_tone(TONE)
+        self.assertLess(time.monotonic() - started, 2.0 + 1.0)  # a second for the recorder and the measuring
+        self.assertLessEqual(self.bridge.log.count("Sound server lost"), 1)
+
+    def start_follower(self):
+        """A process that plays when told: its record is in force before it does."""
+        parent = subprocess.Popen([sys.executable, "-c", "import subprocess, sys\nsubprocess.run(sys.stdin.readline(), shell=True)"],
+                                  env=self.env, stdin=subprocess.PIPE, text=True)
+        self.sound.clients.append(parent)
+        self.addCleanup(parent.stdin.close)
+        return parent
+
+    def follow(self, parent):
+        path = self.folder / "long.raw"
+        path.write_bytes(tone(TONE, 30, AMPLITUDE).tobytes())
+        parent.stdin.write(f"exec pacat --raw --format=float32le --rate=48000 --channels=2 --latency-msec=20 --device={APPS} {path}\n")
+        parent.stdin.flush()
+
+    def test_sink_that_disappears_while_playing_is_played_on_when_it_is_back(self):
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        self.bridge.route(source(player.pid))
+        self.wait_tone(TONE)
+        words = self.sound.sink_words(SPEAKERS, "Speakers")
+        number = next(line.split()[0] for line in self.sound.pactl("list", "short", "modules").splitlines() if f"sink_name={SPEAKERS} " in line)
+        self.sound.unload(number, *words)
+        self.speakers.stop()
+        self.sound.load(*words)
+        self.speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(self.speakers.stop)
+        self.wait_tone(TONE)
+
+    def test_end_stops_everything_in_order(self):
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        self.bridge.route(source(player.pid))
+        self.wait_tone(TONE)
+        self.assertEqual(self.bridge.end(), 0)
+        lines = [line for line in self.bridge.log.splitlines() if "Cleaning up" in line or "routing service stopped" in line]
+        self.assertIn("SystemBridge::cleanupNativeBridge() - Cleaning up", lines[0])
+        self.assertIn("Audio routing service stopped", lines[1])
+        wait_until(lambda: "Vexo Deck" not in self.sound.pactl("list", "clients"), "the connections to be gone")
+
+
+class SlowSink(SoundCase):
+    def make_devices(self):
+        self.sound.add_sink(APPS, "Applications", hardware=False, rate=44100)
+        self.sound.add_sink(SPEAKERS, "Speakers", rate=44100)
+        self.sound.set_default_sink(APPS)
+
+    def test_sinks_of_44100_hz_play_the_right_pitch_and_level(self):
+        bridge = self.start_bridge()
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        bridge.route(source(player.pid))
+        speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(speakers.stop)
+        self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the tone", seconds=0.5)
+
+
+class RoutingOnPipeWire(Routing):
+    kind = PIPEWIRE
+
+
+class SlowSinkOnPipeWire(SlowSink):
+    kind = PIPEWIRE
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,102 @@
+"""What the sound tests share: a server of their own with two outputs, and the bridge on it."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+sys.path.insert(0, str(ROOT / "tools" / "stage"))
+
+from bridge_host import BridgeHost  # noqa: E402
+from sound import PIPEWIRE, PULSEAUDIO, SoundServer, available, level_db, tone  # noqa: E402, F401
+from stage import wait_until  # noqa: E402, F401
+
+BUILD = pathlib.Path(os.environ["VEXO_BUILD"])
+LONG = "VEXO_LONG" in os.environ
+
+# Where applications play, and where the bridge does.
+APPS = "apps"
+SPEAKERS = "spk"
+
+
+class SoundCase(unittest.TestCase):
+    kind = PULSEAUDIO
+
+    @classmethod
+    def setUpClass(cls):
+        if not available(cls.kind):
+            raise unittest.SkipTest(f"{cls.kind} is not installed")
+
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="vexo-sound-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        self.env = dict(os.environ, HOME=str(self.folder), TMPDIR=str(self.folder), LANG="C.UTF-8", LC_ALL="C.UTF-8",
+                        XDG_CONFIG_HOME=str(self.folder / "config"), XDG_DATA_HOME=str(self.folder / "data"),
+                        XDG_CACHE_HOME=str(self.folder / "cache"), XDG_STATE_HOME=str(self.folder / "state"))
+        self.env.pop("DISPLAY", None)
+        if self.kind == PIPEWIRE:
+            self._start_bus()
+        self.sound = SoundServer(self.folder, self.env, self.kind)
+        self.addCleanup(self.sound.__exit__, None, None, None)
+        self.sound.start()
+        self.make_devices()
+        self.bridges = []
+        self.addCleanup(self._log_of_failure)
+
+    def make_devices(self):
+        self.sound.add_sink(APPS, "Applications", hardware=False)
+        self.sound.add_sink(SPEAKERS, "Speakers")
+        self.sound.set_default_sink(APPS)
+
+    def _start_bus(self):
+        bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address=1",
+                                f"--address=unix:path={self.folder}/bus"], stdout=subprocess.PIPE,
+                               stderr=subprocess.DEVNULL, env=self.env)
+        self.addCleanup(bus.stdout.close)
+        self.addCleanup(bus.wait)
+        self.addCleanup(bus.terminate)
+        self.env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
+
+    def _log_of_failure(self):
+        outcome = self._outcome.result
+        if any(case is self for case, _ in outcome.failures + outcome.errors):
+            for bridge in self.bridges:
+                print(f"the bridge's log:\n{bridge.log[-8000:]}", file=sys.stderr)
+
+    def start_bridge(self, **environment):
+        bridge = BridgeHost(BUILD / "tests" / "system" / "vexo_bridge_host", dict(self.env, **environment),
+                            self.folder / f"bridge-{len(self.bridges)}.log")
+        self.bridges.append(bridge)
+        self.addCleanup(bridge.kill)
+        return bridge
+
+    def wait_heard(self, recorder, condition, what, seconds=0.2, limit=15.0):
+        """Waits until a stretch of what is recorded fulfils the condition; that stretch."""
+        found = []
+
+        def heard():
+            stretch = recorder.next(seconds)
+            found[:] = [stretch]
+            return condition(stretch)
+
+        wait_until(heard, what, limit)
+        return found[0]
+
+
+def main():
+    """Runs the test cases of the server named on the command line, or all."""
+    words = sys.argv[1:]
+    servers = (PULSEAUDIO, PIPEWIRE)
+    if "--server" in words:
+        at = words.index("--server")
+        servers = (words[at + 1],)
+        del words[at:at + 2]
+    module = sys.modules["__main__"]
+    for name, case in list(vars(module).items()):
+        if isinstance(case, type) and issubclass(case, SoundCase) and case.kind not in servers:
+            delattr(module, name)
+    unittest.main(module, argv=[sys.argv[0], *words])
