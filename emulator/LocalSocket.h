@@ -11,8 +11,8 @@
 
 namespace vexo::emulator {
 
-// Where the socket is: the given address if there is one, else VEXO_EMULATOR_SOCKET, else vexo-emulator.sock in
-// XDG_RUNTIME_DIR, else in the folder for temporary files.
+// Where the socket is: the given address if there is one, else VEXO_EMULATOR_SOCKET, else vexo-emulator.sock
+// in XDG_RUNTIME_DIR, else in the folder for temporary files.
 std::string socketPath(const std::string& given = {});
 
 class LocalSocket {

@@ -36,7 +36,8 @@ bool fillAddress(const std::string& path, sockaddr_un& address) {
     return true;
 }
 
-template <typename Address> const sockaddr* generic(const Address& address) {
+template <typename Address>
+const sockaddr* generic(const Address& address) {
     return reinterpret_cast<const sockaddr*>(&address);
 }
 

@@ -87,7 +87,8 @@ LocalSocket LocalSocket::listenAt(const std::string& text, std::string& error) {
     }
     LocalSocket listener(fromNative(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP)));
     u_long notBlocking = 1;
-    if (!listener.isOpen() || ioctlsocket(native(listener.handle), static_cast<long>(FIONBIO), &notBlocking) != 0 ||
+    if (!listener.isOpen() ||
+        ioctlsocket(native(listener.handle), static_cast<long>(FIONBIO), &notBlocking) != 0 ||
         bind(native(listener.handle), generic(address), sizeof(address)) != 0 ||
         listen(native(listener.handle), SOMAXCONN) != 0) {
         error = "cannot listen at " + text + " (" + std::to_string(WSAGetLastError()) + ")";
@@ -156,8 +157,8 @@ LocalSocket::Transfer LocalSocket::send(BytesView bytes, std::size_t& count) {
 }
 
 LocalSocket::Transfer LocalSocket::receive(std::span<std::uint8_t> buffer, std::size_t& count) {
-    const int received = recv(native(handle), reinterpret_cast<char*>(buffer.data()),
-                              static_cast<int>(buffer.size()), 0);
+    const int received =
+        recv(native(handle), reinterpret_cast<char*>(buffer.data()), static_cast<int>(buffer.size()), 0);
     count = received < 0 ? 0 : static_cast<std::size_t>(received);
     if (received > 0) {
         return Transfer::Done;
@@ -183,8 +184,7 @@ void waitForAny(std::span<WaitEntry> entries, int timeoutMs) {
     std::vector<WSAPOLLFD> polled(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i) {
         polled[i].fd = entries[i].nativeHandle < 0 ? INVALID_SOCKET : native(entries[i].nativeHandle);
-        polled[i].events =
-            static_cast<short>(entries[i].wantsWrite ? POLLRDNORM | POLLWRNORM : POLLRDNORM);
+        polled[i].events = static_cast<short>(entries[i].wantsWrite ? POLLRDNORM | POLLWRNORM : POLLRDNORM);
     }
     const int ready = WSAPoll(polled.data(), static_cast<ULONG>(polled.size()), timeoutMs);
     for (std::size_t i = 0; i < entries.size(); ++i) {

@@ -86,7 +86,8 @@ QList<RawAudioSession> audioSessions(const AudioSystemCalls& calls) {
         FAILED(enumerator->GetDefaultAudioEndpoint(eRender, eConsole, device.GetAddressOf())) ||
         FAILED(device->Activate(__uuidof(IAudioSessionManager2), CLSCTX_ALL, nullptr,
                                 reinterpret_cast<void**>(manager.GetAddressOf()))) ||
-        FAILED(manager->GetSessionEnumerator(sessions.GetAddressOf())) || FAILED(sessions->GetCount(&count))) {
+        FAILED(manager->GetSessionEnumerator(sessions.GetAddressOf())) ||
+        FAILED(sessions->GetCount(&count))) {
         return {};
     }
     QList<RawAudioSession> found;

@@ -32,6 +32,14 @@ struct DestroyIconHandle {
 };
 using IconHandle = std::unique_ptr<HICON, DestroyIconHandle>;
 
+IconHandle shellIconOf(const std::wstring& path, UINT flags) {
+    SHFILEINFOW info{};
+    if (SHGetFileInfoW(path.c_str(), FILE_ATTRIBUTE_NORMAL, &info, sizeof(info), flags) == 0) {
+        return nullptr;
+    }
+    return IconHandle(info.hIcon);
+}
+
 IconHandle iconOf(const std::wstring& path) {
     for (const int size : kIconSizes) {
         HICON icon = nullptr;
@@ -45,7 +53,9 @@ IconHandle iconOf(const std::wstring& path) {
     HICON small = nullptr;
     ExtractIconExW(path.c_str(), 0, &large, &small, 1);
     // The value 1 says that the file is no executable.
-    const auto isIcon = [](HICON icon) { return reinterpret_cast<ULONG_PTR>(icon) > 1; };
+    const auto isIcon = [](HICON icon) {
+        return reinterpret_cast<ULONG_PTR>(icon) > 1;
+    };
     IconHandle largeIcon(isIcon(large) ? large : nullptr);
     IconHandle smallIcon(isIcon(small) ? small : nullptr);
     if (largeIcon != nullptr) {
@@ -54,11 +64,7 @@ IconHandle iconOf(const std::wstring& path) {
     if (smallIcon != nullptr) {
         return smallIcon;
     }
-    SHFILEINFOW info{};
-    if (SHGetFileInfoW(path.c_str(), 0, &info, sizeof(info), SHGFI_ICON) == 0) {
-        return nullptr;
-    }
-    return IconHandle(info.hIcon);
+    return shellIconOf(path, SHGFI_ICON);
 }
 
 // The bitmap of an icon, and the canvas that shares the picture's memory; released together.
@@ -84,21 +90,26 @@ struct Drawing {
 
 } // namespace
 
-QImage extractIcon(const std::wstring& executablePath) {
+IconStep drawIcon(const std::wstring& executablePath, bool orAnyProgram, QImage& picture) {
+    picture = QImage();
     if (!gdiPlusStarted()) {
-        return {};
+        return IconStep::GdiPlus;
     }
-    const IconHandle icon = iconOf(executablePath);
+    IconHandle icon = iconOf(executablePath);
+    if (icon == nullptr && orAnyProgram) {
+        icon = shellIconOf(L".exe", SHGFI_ICON | SHGFI_USEFILEATTRIBUTES);
+    }
     if (icon == nullptr) {
-        return {};
+        return IconStep::Icon;
     }
-    QImage picture(kIconFileSize, kIconFileSize, QImage::Format_ARGB32);
-    picture.fill(Qt::transparent);
+    QImage canvas(kIconFileSize, kIconFileSize, QImage::Format_ARGB32);
+    canvas.fill(Qt::transparent);
     Drawing drawing;
     const bool drawn =
         Flat::GdipCreateBitmapFromHICON(icon.get(), &drawing.source) == Gdiplus::Ok &&
-        Flat::GdipCreateBitmapFromScan0(kIconFileSize, kIconFileSize, static_cast<INT>(picture.bytesPerLine()),
-                                        PixelFormat32bppARGB, picture.bits(), &drawing.canvas) == Gdiplus::Ok &&
+        Flat::GdipCreateBitmapFromScan0(kIconFileSize, kIconFileSize, static_cast<INT>(canvas.bytesPerLine()),
+                                        PixelFormat32bppARGB, canvas.bits(),
+                                        &drawing.canvas) == Gdiplus::Ok &&
         Flat::GdipGetImageGraphicsContext(drawing.canvas, &drawing.graphics) == Gdiplus::Ok &&
         Flat::GdipSetInterpolationMode(drawing.graphics, Gdiplus::InterpolationModeHighQualityBicubic) ==
             Gdiplus::Ok &&
@@ -106,5 +117,15 @@ QImage extractIcon(const std::wstring& executablePath) {
         Flat::GdipSetPixelOffsetMode(drawing.graphics, Gdiplus::PixelOffsetModeHighQuality) == Gdiplus::Ok &&
         Flat::GdipDrawImageRectI(drawing.graphics, drawing.source, 0, 0, kIconFileSize, kIconFileSize) ==
             Gdiplus::Ok;
-    return drawn ? picture : QImage();
+    if (!drawn) {
+        return IconStep::Bitmap;
+    }
+    picture = canvas;
+    return IconStep::Done;
+}
+
+QImage extractIcon(const std::wstring& executablePath) {
+    QImage picture;
+    static_cast<void>(drawIcon(executablePath, false, picture));
+    return picture;
 }

@@ -85,7 +85,8 @@ std::wstring versionDisplayName(std::wstring path) {
         if (VerQueryValueW(block.data(), name.c_str(), &value, &length) == 0 || value == nullptr) {
             return std::nullopt;
         }
-        // Texts are counted in characters, everything else in bytes. A damaged block may count beyond its end.
+        // Texts are counted in characters, everything else in bytes. A damaged block may count beyond its
+        // end.
         const bool text = name.starts_with(L"\\StringFileInfo\\");
         const auto* const first = static_cast<const std::byte*>(value);
         const auto* const end = block.data() + block.size();

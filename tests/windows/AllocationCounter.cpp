@@ -1,5 +1,5 @@
-// Takes the place of the language's own allocation functions. In a file of its own, so that the compiler does not
-// look through them where they are used.
+// Takes the place of the language's own allocation functions. In a file of its own, so that the compiler does
+// not look through them where they are used.
 
 #include "tests/windows/ScriptedAudio.h"
 

@@ -1,6 +1,5 @@
-#include "platform/windows/routerAudio/CoreAudioEndpoints.h"
-
 #include "platform/routerAudio/EndpointClassification.h"
+#include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 #include "platform/windows/routerAudio/PolicyConfig.h"
 #include "platform/windows/routerAudio/WindowsComApartment.h"
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
@@ -91,7 +90,9 @@ TEST_F(EndpointsTest, ConnectorsAreThoseOfTheTopologyAndNoneWithoutOne) {
         EXPECT_EQ(IsRealHardwareDevice(endpoint.get()),
                   endpoint->friendlyName->find(L"Virtual") == std::wstring::npos);
     }
-    calls.connectorCount = [](IMMDevice*, UINT*) { return E_NOINTERFACE; };
+    calls.connectorCount = [](IMMDevice*, UINT*) {
+        return E_NOINTERFACE;
+    };
     for (const AudioEndpointPointer& endpoint :
          CoreAudioEndpoints(calls).activeEndpoints(EndpointFlow::Render).endpoints) {
         EXPECT_FALSE(endpoint->connectorCount.has_value());
@@ -103,8 +104,9 @@ TEST_F(EndpointsTest, DefaultOutputIsOneOfTheActiveOnes) {
     CoreAudioEndpoints endpoints(windowsAudioSystemCalls());
     const std::wstring id = endpoints.defaultRenderEndpointId();
     const EndpointEnumeration found = endpoints.activeEndpoints(EndpointFlow::Render);
-    EXPECT_TRUE(std::ranges::any_of(found.endpoints, [&](const auto& endpoint) { return endpoint->id == id; }))
-        << std::string(id.begin(), id.end());
+    EXPECT_TRUE(std::ranges::any_of(found.endpoints, [&](const auto& endpoint) {
+        return endpoint->id == id;
+    })) << std::string(id.begin(), id.end());
 }
 
 TEST_F(EndpointsTest, CaptureEndpointCanBeActivated) {

@@ -1,5 +1,4 @@
 #include "platform/windows/routerAudio/LoopbackCapture.h"
-
 #include "platform/windows/routerAudio/WasapiRenderChannel.h"
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 #include "tests/windows/ScriptedAudio.h"
@@ -48,8 +47,8 @@ private:
 
 class CaptureTest : public testing::Test {
 protected:
-    // Wine ends a shared queue with its last lock, and waits for its work items while it does: a capture whose last
-    // reference goes in one of these would wait for itself. One lock more keeps the queue.
+    // Wine ends a shared queue with its last lock, and waits for its work items while it does: a capture
+    // whose last reference goes in one of these would wait for itself. One lock more keeps the queue.
     static void SetUpTestSuite() {
         DWORD task = 0;
         DWORD queue = 0;
@@ -62,9 +61,7 @@ protected:
         ASSERT_NE(microphone, nullptr);
     }
 
-    ComPtr<CLoopbackCapture> makeCapture() {
-        return makeCapture(script);
-    }
+    ComPtr<CLoopbackCapture> makeCapture() { return makeCapture(script); }
     ComPtr<CLoopbackCapture> makeCapture(const std::shared_ptr<AudioScript>& given) {
         ComPtr<CLoopbackCapture> capture =
             Make<CLoopbackCapture>(scene.buffers, callsWithProcessLoopback(given, microphone));
@@ -266,9 +263,9 @@ struct CaptureFault {
     const char* call;
     int nth;
     HRESULT failure;
-    HRESULT started;     // what startCapture() gives
-    CaptureState state;  // in which the capture then stays
-    HRESULT stopped;     // what stopCapture() gives then
+    HRESULT started;      // what startCapture() gives
+    CaptureState state;   // in which the capture then stays
+    HRESULT stopped;      // what stopCapture() gives then
     bool reported = true; // through wil
 };
 

@@ -1,9 +1,8 @@
 #include "platform/routerAudio/BusForwarder.h"
 #include "platform/routerAudio/EndpointClassification.h"
+#include "platform/windows/routerAudio/WasapiRenderChannel.h"
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 #include "tests/windows/SoundScene.h"
-
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
 
 #include <gtest/gtest.h>
 #include <iostream>
@@ -59,7 +58,9 @@ TEST_F(RenderTest, BusChannelPlaysBothChannelsAtTheirLevelIntoAVirtualEndpoint) 
     const RecordedSink sink("cable");
     EXPECT_TRUE(comesTrue([&] { return carries(sink, 1000, 1500); })) << levels(sink, 1000, 1500);
     forwarder.stop();
-    const auto silent = [&] { return sink.amplitude(0, 1000) < 1e-4; };
+    const auto silent = [&] {
+        return sink.amplitude(0, 1000) < 1e-4;
+    };
     EXPECT_TRUE(comesTrue(silent)) << sink.amplitude(0, 1000);
     EXPECT_TRUE(log.contains(L"[BusForwarder] Using device format: 48000 Hz, 2 ch, 32 bits"));
 }

@@ -59,9 +59,10 @@ TEST_F(RenderFaultsTest, WithoutAMixFormatTheDefaultFormatIsUsedAndSaid) {
     RouterLogCapture log;
     WasapiRenderChannel channel(scriptedCalls(script), 3);
     EXPECT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
-    EXPECT_EQ(log.take(),
-              Lines{L"[BusForwarder] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit "
-                    L"float)"});
+    EXPECT_EQ(
+        log.take(),
+        Lines{L"[BusForwarder] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit "
+              L"float)"});
     EXPECT_EQ(script->streamFlags, 0x88040000u);
     EXPECT_EQ(script->bufferDuration, 1500000);
 }
@@ -85,8 +86,7 @@ TEST_F(RenderFaultsTest, ClientThatDoesNotStartEndsTheThreadWithItsLineAndGivesT
     thread.join();
     EXPECT_EQ(calls, 0);
     EXPECT_EQ(log.take().back(), L"[BusForwarder] Start failed: 0x88890004");
-    EXPECT_EQ(script->count("AvRevertMmThreadCharacteristics"),
-              script->count("AvSetMmThreadPriority"));
+    EXPECT_EQ(script->count("AvRevertMmThreadCharacteristics"), script->count("AvSetMmThreadPriority"));
 }
 
 TEST_F(RenderFaultsTest, FailureOfSchedulingIsNoFailureOfTheThread) {

@@ -43,7 +43,8 @@ namespace {
 using Script = std::shared_ptr<AudioScript>;
 
 // Counting and the one interface of an object.
-template <typename Interface> class Counted : public Interface {
+template <typename Interface>
+class Counted : public Interface {
 public:
     Counted() = default;
     virtual ~Counted() = default;

@@ -1,7 +1,7 @@
 #pragma once
 
-// COM objects that stand before the real ones of Core Audio and hand every call on, unless a test wrote down that it
-// fails. They note what they were asked.
+// COM objects that stand before the real ones of Core Audio and hand every call on, unless a test wrote down
+// that it fails. They note what they were asked.
 
 #include "platform/routerAudio/AudioEndpoint.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
@@ -36,8 +36,8 @@ public:
     std::wstring activationPath;
     VARTYPE activationType = VT_EMPTY;
     std::vector<std::uint8_t> activationBytes;
-    /// Calls of operator new on the draining thread between the packets' GetBuffer and ReleaseBuffer, one number
-    /// for each packet.
+    /// Calls of operator new on the draining thread between the packets' GetBuffer and ReleaseBuffer, one
+    /// number for each packet.
     [[nodiscard]] std::vector<std::uint64_t> allocationsOfPackets() const;
     void noteAllocations(std::uint64_t allocations);
 
@@ -54,8 +54,8 @@ private:
 /// Windows' calls, with those that the script names failing.
 [[nodiscard]] AudioSystemCalls scriptedCalls(const std::shared_ptr<AudioScript>& script);
 
-/// The same, and a process loopback that is the client of a capture endpoint: it is asked without the loopback
-/// flag, which only an output knows. Completion comes on a thread of its own, as with the platform.
+/// The same, and a process loopback that is the client of a capture endpoint: it is asked without the
+/// loopback flag, which only an output knows. Completion comes on a thread of its own, as with the platform.
 [[nodiscard]] AudioSystemCalls callsWithProcessLoopback(const std::shared_ptr<AudioScript>& script,
                                                         const AudioEndpointPointer& microphone);
 

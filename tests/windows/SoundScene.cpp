@@ -147,7 +147,9 @@ RouterPlatform platformOver(const AudioSystemCalls& calls) {
             .makeProcessCapture =
                 [calls](PerAppInputBuffers& buffers) { return makeLoopbackCapture(buffers, calls); },
             .makeRenderChannel =
-                [calls](std::uint32_t busId) { return std::make_unique<WasapiRenderChannel>(calls, busId); }};
+                [calls](std::uint32_t busId) {
+                    return std::make_unique<WasapiRenderChannel>(calls, busId);
+                }};
 }
 
 AudioEndpointPointer endpointNamed(EndpointFlow flow, const std::wstring& part) {

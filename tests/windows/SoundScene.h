@@ -40,8 +40,8 @@ private:
 /// Lets the launcher remove a sink from the system, and waits until it has; false when that takes too long.
 [[nodiscard]] bool unloadSink(const std::string& name);
 
-/// Feeds a source with a tone, 10 ms every 10 ms, from a thread of its own, until destroyed. One frequency on the
-/// left, another on the right.
+/// Feeds a source with a tone, 10 ms every 10 ms, from a thread of its own, until destroyed. One frequency on
+/// the left, another on the right.
 class TonePlayer {
 public:
     TonePlayer(PerAppInputBuffers& buffers, std::uint32_t processId, double leftHz, double rightHz,

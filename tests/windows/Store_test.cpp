@@ -27,8 +27,8 @@ protected:
         DWORD type = REG_NONE;
         std::wstring text(256, L'\0');
         auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
-        if (RegGetValueW(HKEY_CURRENT_USER, L"Software\\Vexo Deck Store Test\\Settings", name, RRF_RT_ANY, &type,
-                         text.data(), &size) != ERROR_SUCCESS) {
+        if (RegGetValueW(HKEY_CURRENT_USER, L"Software\\Vexo Deck Store Test\\Settings", name, RRF_RT_ANY,
+                         &type, text.data(), &size) != ERROR_SUCCESS) {
             return {REG_NONE, {}};
         }
         text.resize(size / sizeof(wchar_t));

@@ -142,7 +142,8 @@ TEST(VersionName, DamagedFilesGiveNoCrash) {
         std::vector<char> copy = bytes;
         copy[static_cast<std::size_t>(at)] = '\xFF';
         copy[static_cast<std::size_t>(at) + 1] = '\xFF';
-        std::ofstream(damaged, std::ios::binary).write(copy.data(), static_cast<std::streamsize>(copy.size()));
+        std::ofstream(damaged, std::ios::binary)
+            .write(copy.data(), static_cast<std::streamsize>(copy.size()));
         EXPECT_LT(versionDisplayName(damaged.wstring()).size(), 4096u) << "damaged at " << at;
     }
     std::filesystem::remove(damaged);

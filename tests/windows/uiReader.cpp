@@ -1,4 +1,5 @@
-// Prints what a screen reader meets in the window of the given title, through UI Automation: one line of JSON.
+// Prints what a screen reader meets in the window of the given title, through UI Automation: one line of
+// JSON.
 //
 //   uiReader TITLE      [{"name":...,"role":...,"extents":[x,y,width,height],"offscreen":...},...]
 
@@ -106,9 +107,9 @@ int main(int argc, char** argv) {
         return 0;
     }
     ComPtr<IUIAutomation> automation;
-    HRESULT result = CoCreateInstance(__uuidof(CUIAutomation), nullptr, CLSCTX_INPROC_SERVER,
-                                      __uuidof(IUIAutomation),
-                                      reinterpret_cast<void**>(automation.GetAddressOf()));
+    HRESULT result =
+        CoCreateInstance(__uuidof(CUIAutomation), nullptr, CLSCTX_INPROC_SERVER, __uuidof(IUIAutomation),
+                         reinterpret_cast<void**>(automation.GetAddressOf()));
     if (FAILED(result)) {
         return fail("CoCreateInstance", result);
     }

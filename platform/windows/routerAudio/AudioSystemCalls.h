@@ -1,8 +1,8 @@
 #pragma once
 
-// The free functions of Windows that the bodies of this folder call. They stand in a table so that tests can make
-// each fail in turn, and can answer what a machine has not: a process loopback, a device topology. Everything
-// behind an interface pointer is real.
+// The free functions of Windows that the bodies of this folder call. They stand in a table so that tests can
+// make each fail in turn, and can answer what a machine has not: a process loopback, a device topology.
+// Everything behind an interface pointer is real.
 
 #include <functional>
 #include <mfapi.h>

@@ -80,7 +80,8 @@ AudioEndpointPointer CoreAudioEndpoints::read(IMMDevice* device) const {
     }
     endpoint->flow = flowOf(device);
     device->AddRef();
-    endpoint->handle = std::shared_ptr<void>(device, [](void* held) { static_cast<IMMDevice*>(held)->Release(); });
+    endpoint->handle =
+        std::shared_ptr<void>(device, [](void* held) { static_cast<IMMDevice*>(held)->Release(); });
     return endpoint;
 }
 
@@ -93,8 +94,8 @@ EndpointEnumeration CoreAudioEndpoints::activeEndpoints(EndpointFlow flow) {
     found.result = createEnumerator(calls, enumerator);
     if (SUCCEEDED(found.result)) {
         found.reached = EnumerationStep::Enumeration;
-        found.result = enumerator->EnumAudioEndpoints(nativeFlow(flow), DEVICE_STATE_ACTIVE,
-                                                      collection.GetAddressOf());
+        found.result =
+            enumerator->EnumAudioEndpoints(nativeFlow(flow), DEVICE_STATE_ACTIVE, collection.GetAddressOf());
     }
     if (SUCCEEDED(found.result)) {
         found.reached = EnumerationStep::Count;

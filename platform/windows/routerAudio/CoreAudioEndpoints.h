@@ -1,7 +1,7 @@
 #pragma once
 
-// The endpoints of Windows Core Audio. Each question makes its own enumerator: nothing is kept between them. The
-// calling thread has COM initialised for the multithreaded model.
+// The endpoints of Windows Core Audio. Each question makes its own enumerator: nothing is kept between them.
+// The calling thread has COM initialised for the multithreaded model.
 
 #include "platform/routerAudio/AudioEndpoint.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"

@@ -111,8 +111,7 @@ HRESULT CLoopbackCapture::completeActivation(IActivateAudioInterfaceAsyncOperati
     RETURN_IF_FAILED(audioClient->GetBufferSize(&bufferFrames));
     RETURN_IF_FAILED(audioClient->GetService(__uuidof(IAudioCaptureClient),
                                              reinterpret_cast<void**>(captureClient.GetAddressOf())));
-    RETURN_IF_FAILED(
-        calls.createAsyncResult(nullptr, &sampleCallback, nullptr, sampleResult.GetAddressOf()));
+    RETURN_IF_FAILED(calls.createAsyncResult(nullptr, &sampleCallback, nullptr, sampleResult.GetAddressOf()));
     RETURN_IF_FAILED(audioClient->SetEventHandle(sampleEvent.get()));
     state = CaptureState::Initialized;
     return S_OK;

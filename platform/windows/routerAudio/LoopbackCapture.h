@@ -1,12 +1,13 @@
 #pragma once
 
-// Captures what one process, with its child processes, sends to the audio system, by process loopback activation
-// and Media Foundation work queues. Activation completes on a thread of the platform through the completion
-// handler; the start, stop and finish steps run as work items on the platform's multithreaded queue; packets are
-// drained on the shared queue "Capture", which all captures have in common. Each public operation waits where the
-// router needs a finished result.
+// Captures what one process, with its child processes, sends to the audio system, by process loopback
+// activation and Media Foundation work queues. Activation completes on a thread of the platform through the
+// completion handler; the start, stop and finish steps run as work items on the platform's multithreaded
+// queue; packets are drained on the shared queue "Capture", which all captures have in common. Each public
+// operation waits where the router needs a finished result.
 //
-// Failed steps are reported through wil, with file and line, and are returned at once. Nothing is tried again.
+// Failed steps are reported through wil, with file and line, and are returned at once. Nothing is tried
+// again.
 
 #include "platform/routerAudio/ProcessCapture.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
@@ -43,7 +44,8 @@ public:
 
     /// Blocks until activation has finished. The router's thread, once.
     HRESULT startCapture(DWORD targetProcessId, bool includeProcessTree);
-    /// Blocks until stopped; HRESULT_FROM_WIN32(ERROR_INVALID_STATE) at once when neither capturing nor in error.
+    /// Blocks until stopped; HRESULT_FROM_WIN32(ERROR_INVALID_STATE) at once when neither capturing nor in
+    /// error.
     HRESULT stopCapture();
 
     /// A thread of the platform.
@@ -59,7 +61,8 @@ protected:
 
 private:
     // A work item: forwards its reference count to the owner and runs one of the owner's steps.
-    template <HRESULT (CLoopbackCapture::*step)()> class StepCallback : public IMFAsyncCallback {
+    template <HRESULT (CLoopbackCapture::*step)()>
+    class StepCallback : public IMFAsyncCallback {
     public:
         explicit StepCallback(CLoopbackCapture& capture) : owner(capture) {}
         virtual ~StepCallback() = default;
@@ -121,8 +124,8 @@ private:
     CallbackSampleReady sampleCallback{*this};
     CallbackFinishCapture finishCallback{*this};
     Microsoft::WRL::ComPtr<IAudioClient> audioClient;
-    // What Initialize gets and addInputData() reads: the fixed bytes. Behind them stand zeros, for a client that
-    // looks there because of the tag.
+    // What Initialize gets and addInputData() reads: the fixed bytes. Behind them stand zeros, for a client
+    // that looks there because of the tag.
     WAVEFORMATEXTENSIBLE formatMemory{};
     WAVEFORMATEX& captureFormat = formatMemory.Format;
     UINT32 bufferFrames = 0;

@@ -1,7 +1,7 @@
 #pragma once
 
-// Windows' own object for the choice of default endpoints. Its interface is not published; what stands here is
-// the order of its methods as far as this program calls one.
+// Windows' own object for the choice of default endpoints. Its interface is not published; what stands here
+// is the order of its methods as far as this program calls one.
 
 #include <mmdeviceapi.h>
 #include <unknwn.h>

@@ -12,5 +12,7 @@ RouterPlatform systemRouterPlatform() {
             .makeProcessCapture =
                 [calls](PerAppInputBuffers& buffers) { return makeLoopbackCapture(buffers, calls); },
             .makeRenderChannel =
-                [calls](std::uint32_t busId) { return std::make_unique<WasapiRenderChannel>(calls, busId); }};
+                [calls](std::uint32_t busId) {
+                    return std::make_unique<WasapiRenderChannel>(calls, busId);
+                }};
 }

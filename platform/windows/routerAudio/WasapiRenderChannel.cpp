@@ -51,9 +51,8 @@ bool WasapiRenderChannel::open(const AudioEndpoint& endpoint) {
         return false;
     }
     const WAVEFORMATEX format = nativeFormat(formatFor(client.Get()));
-    if (!succeeded(RenderStep::Initialize,
-                   client->Initialize(AUDCLNT_SHAREMODE_SHARED, kStreamFlags, kRenderBufferDuration, 0, &format,
-                                      nullptr)) ||
+    if (!succeeded(RenderStep::Initialize, client->Initialize(AUDCLNT_SHAREMODE_SHARED, kStreamFlags,
+                                                              kRenderBufferDuration, 0, &format, nullptr)) ||
         !succeeded(RenderStep::GetService,
                    client->GetService(__uuidof(IAudioRenderClient),
                                       reinterpret_cast<void**>(renderClient.GetAddressOf()))) ||

@@ -5,9 +5,8 @@
 #include "platform/routerAudio/RenderChannel.h"
 #include "platform/routerAudio/WaveFormat.h"
 
-#include <windows.h>
-
 #include <mmreg.h>
+#include <windows.h>
 
 [[nodiscard]] inline WaveFormat waveFormat(const WAVEFORMATEX& format) {
     return {.formatTag = format.wFormatTag,

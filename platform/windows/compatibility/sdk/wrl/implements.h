@@ -1,7 +1,7 @@
 #pragma once
 
-// What a toolchain without the Windows SDK's header of this name lacks, as far as this program uses it: a class
-// that implements one COM interface with free-threaded marshalling, counted, and made by Make().
+// What a toolchain without the Windows SDK's header of this name lacks, as far as this program uses it: a
+// class that implements one COM interface with free-threaded marshalling, counted, and made by Make().
 
 #include <atomic>
 #include <new>
@@ -13,12 +13,14 @@ namespace Microsoft::WRL {
 
 enum RuntimeClassType { ClassicCom = 2 };
 
-template <unsigned int Flags> struct RuntimeClassFlags {};
+template <unsigned int Flags>
+struct RuntimeClassFlags {};
 
 /// Among the bases of a RuntimeClass: calls from any apartment go straight to the object.
 class FtmBase {};
 
-template <typename... Bases> class RuntimeClass;
+template <typename... Bases>
+class RuntimeClass;
 
 template <unsigned int Flags, typename Interface>
 class RuntimeClass<RuntimeClassFlags<Flags>, FtmBase, Interface> : public Interface {
@@ -66,7 +68,8 @@ private:
 };
 
 /// An object with one reference, which the pointer holds; null when there is no memory.
-template <typename Class, typename... Arguments> ComPtr<Class> Make(Arguments&&... arguments) {
+template <typename Class, typename... Arguments>
+ComPtr<Class> Make(Arguments&&... arguments) {
     ComPtr<Class> made;
     made.Attach(new (std::nothrow) Class(std::forward<Arguments>(arguments)...));
     return made;

@@ -1,7 +1,7 @@
 #pragma once
 
-// What a toolchain without the Windows Implementation Library lacks, as far as this program uses it: owners of a
-// handle and of a critical section.
+// What a toolchain without the Windows Implementation Library lacks, as far as this program uses it: owners
+// of a handle and of a critical section.
 
 #include <utility>
 #include <windows.h>

@@ -1,8 +1,8 @@
 #pragma once
 
-// What a toolchain without the Windows Implementation Library lacks, as far as this program uses it: reporting of
-// a failed step with its place in the source, and the callback that sees every report. Like the library it
-// writes a line for the debugger.
+// What a toolchain without the Windows Implementation Library lacks, as far as this program uses it:
+// reporting of a failed step with its place in the source, and the callback that sees every report. Like the
+// library it writes a line for the debugger.
 
 #include <array>
 #include <atomic>
