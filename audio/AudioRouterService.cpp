@@ -3,6 +3,7 @@
 #include "audio/AudioRouterState.h"
 #include "audio/CaptureWorker.h"
 #include "audio/InputStreamSet.h"
+#include "platform/ThreadName.h"
 
 #include <algorithm>
 #include <portaudio.h>
@@ -15,7 +16,10 @@ void startWorker(AudioRouterState& state, const AudioRouterConfig& config) {
     state.sampleRate = config.sampleRate;
     state.running = true;
     state.loopActive = true;
-    state.worker = std::thread([&state] { CaptureWorker(state).run(); });
+    state.worker = std::thread([&state] {
+        nameThisThread("Capture");
+        CaptureWorker(state).run();
+    });
 }
 
 } // namespace

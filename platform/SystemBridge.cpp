@@ -6,6 +6,7 @@
 #include "platform/ApplicationInventory.h"
 #include "platform/AudioDeviceMaps.h"
 #include "platform/SampleRateProbe.h"
+#include "platform/SoundServerWatch.h"
 #include "platform/routerAudio/AudioRouterAPI.h"
 
 #include <QAudioDevice>
@@ -83,6 +84,21 @@ SystemBridge* SystemBridge::instance() {
 }
 
 SystemBridge::SystemBridge(QObject* parent) : QObject(parent) {
+    startRouter();
+    // A router without a sound server has no outputs; it gets them as soon as there is one.
+    soundServerWatch = watchForSoundServer([bridge = QPointer<SystemBridge>(this)] {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [bridge] {
+                if (bridge) {
+                    bridge->restartRouter();
+                }
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void SystemBridge::startRouter() {
     AudioRouterAPI& router = AudioRouterAPI::instance();
     router.initAudioRouter();
     // A report that is under way when the bridge goes finds nobody.
@@ -93,7 +109,14 @@ SystemBridge::SystemBridge(QObject* parent) : QObject(parent) {
     });
 }
 
+void SystemBridge::restartRouter() {
+    AudioRouterAPI::instance().shutdownAudioRouter();
+    startRouter();
+    AudioRouterAPI::instance().setAudioConfig(lastConfigs);
+}
+
 SystemBridge::~SystemBridge() {
+    soundServerWatch.reset();
     cleanupNativeBridge();
     if (audioRouterService) {
         audioRouterService->Stop();
@@ -218,6 +241,7 @@ QString SystemBridge::getPlatform() const {
 
 void SystemBridge::setAudioConfig(const QVariantList& configs) {
     qDebug() << "SystemBridge::setAudioConfig() called with" << configs.size() << "configs";
+    lastConfigs = configs;
     AudioRouterAPI::instance().setAudioConfig(configs);
 }
 

@@ -124,6 +124,8 @@ protected:
     virtual void requestMicrophonePermission(const std::function<void()>& continuation);
 
 private:
+    void startRouter();
+    void restartRouter();
     void initializeNativeBridge();
     void cleanupNativeBridge() const;
 
@@ -137,4 +139,6 @@ private:
     std::unique_ptr<FBiquadChain> filterChain; // the worker's
 
     SettingsReader settingsReader;
+    std::shared_ptr<void> soundServerWatch;
+    QVariantList lastConfigs; // what the router was given last
 };

@@ -42,6 +42,9 @@ QList<RawAudioSession> rawAudioSessions() {
     }
     QList<RawAudioSession> sessions;
     for (const PulsePlayback& playback : playbacks) {
+        if (playback.processId == static_cast<std::uint32_t>(getpid())) {
+            continue; // our own outputs
+        }
         sessions.append({playback.processId, QString::fromStdString(playback.applicationName),
                          QFile::decodeName(processImagePath(playback.processId).c_str()),
                          QString::fromStdString(processFileName(playback.processId)),

@@ -8,7 +8,6 @@
 
 #include <QCoreApplication>
 #include <QDebug>
-#include <QThread>
 #include <QTimer>
 
 #include <chrono>
@@ -176,8 +175,8 @@ void AudioRouterAPI::startMissingCapture(std::uint32_t processId) {
         result = capture->startCapture(processId, true);
     }
     if (failed(result)) {
-        routerLog(L"[ERROR] Failed to start capture for PID: " + std::to_wstring(processId) + L" (HRESULT: " +
-                  hexText(result) + L")");
+        routerLog(L"[ERROR] Failed to start capture for PID: " + std::to_wstring(processId) +
+                  L" (HRESULT: 0x" + hexDigits(result) + L")");
         return;
     }
     captures.emplace(processId, capture);
@@ -196,25 +195,26 @@ void AudioRouterAPI::setLevelCallback(const LevelCallback& callback) {
 }
 
 void AudioRouterAPI::setNativeLevelCallback(NativeLevelCallback callback) {
-    if (levelThread) {
+    if (levelThread.joinable()) {
         return;
     }
     levelCallback = std::move(callback);
     if (levelCallback && running) {
-        levelThread.reset(QThread::create([this] { reportLevels(); }));
-        levelThread->setObjectName(QStringLiteral("AudioLevels"));
-        levelThread->start();
+        levelThread = std::thread(&AudioRouterAPI::reportLevels, this);
     }
 }
 
 void AudioRouterAPI::reportLevels() {
+    if (platform.nameThisThread) {
+        platform.nameThisThread("Mixer levels");
+    }
     while (running) {
         const NativeLevelCallback callback = levelCallback;
         const std::vector<AudioLevelInfo> levels = collectLevels();
         if (!levels.empty()) {
             callback(levels);
         }
-        QThread::sleep(kLevelPeriod);
+        std::this_thread::sleep_for(kLevelPeriod);
     }
 }
 
@@ -242,9 +242,8 @@ void AudioRouterAPI::shutdownAudioRouter() {
         return;
     }
     running = false;
-    if (levelThread) {
-        levelThread->wait();
-        levelThread.reset();
+    if (levelThread.joinable()) {
+        levelThread.join();
     }
     forwarder.stop();
     for (const auto& [processID, capture] : captures) {

@@ -14,7 +14,6 @@
 #include "platform/routerAudio/BusForwarder.h"
 #include "platform/routerAudio/RouterPlatform.h"
 
-#include <QThread>
 #include <QVariantList>
 
 #include <atomic>
@@ -24,6 +23,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 class AppAudioConfigStore;
@@ -103,5 +103,5 @@ private:
     std::map<std::uint32_t, std::shared_ptr<ProcessCapture>> captures;
     // Set before the level thread starts and cleared after it was joined: read by it without a lock.
     NativeLevelCallback levelCallback;
-    std::unique_ptr<QThread> levelThread;
+    std::thread levelThread;
 };

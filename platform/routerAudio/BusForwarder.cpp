@@ -13,6 +13,17 @@ std::wstring lineOf(std::uint32_t busId) {
     return L"[BusForwarder] Bus" + std::to_wstring(busId);
 }
 
+const char* threadNameOf(std::uint32_t busId) {
+    switch (busId) {
+    case BusForwarder::kBus1Id:
+        return "Mixer bus 1";
+    case BusForwarder::kBus2Id:
+        return "Mixer bus 2";
+    default:
+        return "Mixer solo";
+    }
+}
+
 } // namespace
 
 BusForwarder::BusForwarder(const RouterPlatform& routerPlatform, PerAppInputBuffers& inputBuffers)
@@ -126,6 +137,9 @@ void BusForwarder::listAvailableDevices(const BusChannel& bus) const {
 }
 
 void BusForwarder::runBusChannel(BusChannel& bus) {
+    if (platform.nameThisThread) {
+        platform.nameThisThread(threadNameOf(bus.busId));
+    }
     RenderCallback render;
     if (bus.busId == kSoloId) {
         render = [this](float* output, std::uint32_t frameCount) {
@@ -166,7 +180,7 @@ AudioEndpointPointer BusForwarder::findBusEndpoint(const std::wstring& target, b
                 routerLog(L"[BusForwarder] Found virtual input device (microphone): " + name);
                 return endpoint;
             }
-            routerLog(L"[BusForwarder] eCapture device activation failed: " + hexText(probed) +
+            routerLog(L"[BusForwarder] eCapture device activation failed: 0x" + hexDigits(probed) +
                       L" for device: " + name + L", continuing search...");
         }
     }

@@ -35,8 +35,8 @@ public:
     /// the capture flow fails at GetService. The thread of AudioRouterAPI's start, once.
     [[nodiscard]] virtual bool open(const AudioEndpoint& endpoint) = 0;
 
-    /// Plays until `running` is false, on the render thread that calls it: gives the thread its name and its
-    /// real-time scheduling (failing in that is no failure), starts the client (on failure: its line, and
+    /// Plays until `running` is false, on the render thread that calls it: takes the thread's real-time
+    /// scheduling (failing in that is no failure), starts the client (on failure: its line, and
     /// out), and from then on, at each period, gives the endpoint as many frames as it has room for. Whatever
     /// fails there goes back to waiting. At its end stops the client and gives the scheduling back. `render`
     /// is called by this thread, or by a thread of the sound system while run() waits, by one at a time, and

@@ -23,8 +23,10 @@ struct RouterPlatform {
     /// An output, not opened. `busId` is 1, 2, or 3 for Solo, and is for names alone: of the thread, and of
     /// the stream where the system shows one.
     std::function<std::unique_ptr<RenderChannel>(std::uint32_t busId)> makeRenderChannel;
+    /// Names the calling thread for debuggers: at most 15 characters. Empty where nobody looks.
+    std::function<void(const char* name)> nameThisThread;
 };
 
 /// The bodies of this system. Makes no connection and waits for nothing: a sound system that is not there
-/// shows at the first question. All four members are set.
+/// shows at the first question. All members are set.
 [[nodiscard]] RouterPlatform systemRouterPlatform();

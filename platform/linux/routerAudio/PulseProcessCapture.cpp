@@ -1,6 +1,7 @@
 #include "platform/linux/routerAudio/PulseProcessCapture.h"
 
 #include "platform/linux/ProcessInfo.h"
+#include "platform/linux/routerAudio/PulseStream.h"
 #include "platform/routerAudio/PerAppInputBuffers.h"
 #include "platform/routerAudio/Resampler.h"
 
@@ -59,14 +60,7 @@ public:
         }
     }
 
-    ~Recording() {
-        if (stream != nullptr) {
-            pa_stream_set_state_callback(stream, nullptr, nullptr);
-            pa_stream_set_read_callback(stream, nullptr, nullptr);
-            pa_stream_disconnect(stream);
-            pa_stream_unref(stream);
-        }
-    }
+    ~Recording() { retireStream(stream); }
     Recording(const Recording&) = delete;
     Recording& operator=(const Recording&) = delete;
 

@@ -1,11 +1,11 @@
 #include "platform/linux/routerAudio/PulseRenderChannel.h"
 
 #include "platform/linux/routerAudio/PulseEndpoints.h"
+#include "platform/linux/routerAudio/PulseStream.h"
 #include "platform/linux/routerAudio/RealTimeThread.h"
 #include "platform/routerAudio/Resampler.h"
 
 #include <algorithm>
-#include <pthread.h>
 
 namespace {
 
@@ -20,19 +20,15 @@ constexpr std::uint32_t kPeriodMs = 5;
 
 constexpr pa_usec_t kRetryInterval = 500 * PA_USEC_PER_MSEC;
 
-struct BusNames {
-    const char* thread; // at most 15 bytes
-    const char* stream;
-};
-
-constexpr BusNames namesOf(std::uint32_t busId) {
+// As volume controls show the stream.
+const char* streamNameOf(std::uint32_t busId) {
     switch (busId) {
     case 1:
-        return {"Render Monitor", "Monitor mix"};
+        return "Monitor mix";
     case 2:
-        return {"Render Stream", "Stream mix"};
+        return "Stream mix";
     default:
-        return {"Render Solo", "Solo"};
+        return "Solo";
     }
 }
 
@@ -62,7 +58,6 @@ bool PulseRenderChannel::open(const AudioEndpoint& endpoint) {
 }
 
 void PulseRenderChannel::run(const std::atomic<bool>& running, const RenderCallback& render) {
-    pthread_setname_np(pthread_self(), namesOf(bus).thread);
     const RealTimeThread realTime;
     callback = &render;
     link = std::make_unique<PulseLink>(
@@ -125,7 +120,7 @@ void PulseRenderChannel::connectStream() {
     if (context == nullptr) {
         return; // its return makes the stream anew
     }
-    stream = pa_stream_new(context, namesOf(bus).stream, &kSampleSpec, nullptr);
+    stream = pa_stream_new(context, streamNameOf(bus), &kSampleSpec, nullptr);
     if (stream == nullptr) {
         scheduleRetry();
         return;
@@ -146,13 +141,8 @@ void PulseRenderChannel::connectStream() {
 }
 
 void PulseRenderChannel::dropStream() {
-    if (stream != nullptr) {
-        pa_stream_set_state_callback(stream, nullptr, nullptr);
-        pa_stream_set_write_callback(stream, nullptr, nullptr);
-        pa_stream_disconnect(stream);
-        pa_stream_unref(stream);
-        stream = nullptr;
-    }
+    retireStream(stream);
+    stream = nullptr;
     sinkIndex = PA_INVALID_INDEX;
 }
 

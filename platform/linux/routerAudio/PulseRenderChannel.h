@@ -13,7 +13,7 @@
 /// made anew as soon as it is back.
 class PulseRenderChannel final : public RenderChannel {
 public:
-    /// `busId` names the thread and the stream.
+    /// `busId` names the stream.
     explicit PulseRenderChannel(std::uint32_t busId);
     ~PulseRenderChannel() override;
 

@@ -1,3 +1,4 @@
+#include "platform/ThreadName.h"
 #include "platform/linux/routerAudio/PulseEndpoints.h"
 #include "platform/linux/routerAudio/PulseProcessCapture.h"
 #include "platform/linux/routerAudio/PulseRenderChannel.h"
@@ -11,5 +12,6 @@ RouterPlatform systemRouterPlatform() {
         return std::make_shared<PulseProcessCapture>(PulseServer::shared(), buffers);
     };
     platform.makeRenderChannel = [](std::uint32_t busId) { return std::make_unique<PulseRenderChannel>(busId); };
+    platform.nameThisThread = nameThisThread;
     return platform;
 }

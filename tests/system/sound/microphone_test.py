@@ -27,7 +27,7 @@ class Microphones(SoundCase):
         super().make_devices()
         self.sound.add_microphone("mic", DEVICE)
         self.sound.add_microphone("mic2", OTHER)
-        self.sound.set_default_sink(APPS)
+        self.keep_applications_apart()
         self.sound.write_alsa_devices({DEVICE: "mic", OTHER: "mic2"})
 
     def setUp(self):

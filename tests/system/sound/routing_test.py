@@ -271,7 +271,7 @@ class SlowSink(SoundCase):
     def make_devices(self):
         self.sound.add_sink(APPS, "Applications", hardware=False, rate=44100)
         self.sound.add_sink(SPEAKERS, "Speakers", rate=44100)
-        self.sound.set_default_sink(APPS)
+        self.keep_applications_apart()
 
     def test_sinks_of_44100_hz_play_the_right_pitch_and_level(self):
         bridge = self.start_bridge()

@@ -1,6 +1,7 @@
 """What may be wrong with the sound server, and what many programs ask of the bridge."""
 
 import os
+import pathlib
 import socket
 import sys
 import time
@@ -16,7 +17,7 @@ TONE = 1000
 
 
 def threads_of(pid):
-    return sorted(open(f"/proc/{pid}/task/{task}/comm").read().strip() for task in os.listdir(f"/proc/{pid}/task"))
+    return sorted(path.read_text().strip() for path in pathlib.Path(f"/proc/{pid}/task").glob("*/comm"))
 
 
 def open_files(pid):
@@ -75,20 +76,21 @@ class WithoutServer(SoundCase):
         self.assertLess((self.cpu_seconds(bridge.pid) - before) / 3.0, 0.05)
 
     def cpu_seconds(self, pid):
-        fields = open(f"/proc/{pid}/stat").read().rsplit(")", 1)[1].split()
+        fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 class Endurance(SoundCase):
     def test_captures_start_and_stop_without_a_leak(self):
         bridge = self.start_bridge()
+        wait_until(lambda: "Audio routing service started" in bridge.log, "the capture service")
         player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
         cycles = 1000 if LONG else 100
         settled = None
         for cycle in range(cycles):
             bridge.route(source(player.pid))
             bridge.route()
-            if cycle == 20:
+            if cycle == cycles // 2:
                 settled = open_files(bridge.pid), threads_of(bridge.pid), self.resident(bridge.pid)
         self.assertEqual(bridge.log.count("[INFO] Started capture for PID"), cycles)
         self.assertNotIn("[ERROR]", bridge.log)
@@ -96,7 +98,8 @@ class Endurance(SoundCase):
         files, threads, resident = settled
         wait_until(lambda: open_files(bridge.pid) <= files, "no more open files than before")
         self.assertEqual(threads_of(bridge.pid), threads)
-        self.assertLess(self.resident(bridge.pid), resident + 2048)
+        # The client library's pools fill up over the first hundreds of streams; a leak goes on and on.
+        self.assertLess(self.resident(bridge.pid), resident + 4096)
         # And it still works.
         speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(speakers.stop)
@@ -104,10 +107,8 @@ class Endurance(SoundCase):
         self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
 
     def resident(self, pid):
-        for line in open(f"/proc/{pid}/status"):
-            if line.startswith("VmRSS:"):
-                return int(line.split()[1])
-        raise AssertionError("no VmRSS")
+        status = pathlib.Path(f"/proc/{pid}/status").read_text()
+        return next(int(line.split()[1]) for line in status.splitlines() if line.startswith("VmRSS:"))
 
     def test_server_that_restarts_again_and_again_is_told_of_once_a_second_at_most(self):
         bridge = self.start_bridge()
@@ -142,49 +143,58 @@ class Endurance(SoundCase):
         self.assertTrue(record["name"])
 
     def test_fifty_programs_are_listed_and_one_of_them_is_heard(self):
+        # PulseAudio mixes the first 32 streams of a sink, so this one comes first.
+        heard_player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
         players = []
         path = self.folder / "quiet.raw"
         path.write_bytes(numpy.zeros((48000 * 60, 2), numpy.float32).tobytes())
         for _ in range(49):
             players.append(self.sound.client(["pacat", "--raw", "--format=float32le", "--rate=48000", "--channels=2",
                                               f"--device={APPS}", path]))
-        heard_player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
         bridge = self.start_bridge()
         wanted = {str(player.pid) for player in [*players, heard_player]}
-        # PulseAudio takes 32 playbacks of one sink by default.
-        listed = lambda: {entry["processIdentifier"] for entry in bridge.call("getRunningApplications") if entry.get("type") == "app"}
-        playing = lambda: self.sound.pactl("list", "short", "sink-inputs").count("\n") - 1  # without the bridge's own
-        wait_until(lambda: playing() >= 30 and len(listed() & wanted) == playing(), "every playing program in the list", 30)
+
+        def listed():
+            return {entry["processIdentifier"] for entry in bridge.call("getRunningApplications") if entry.get("type") == "app"}
+
+        wait_until(lambda: listed() >= wanted, "every playing program in the list", 30)
+        self.assertEqual(listed(), wanted)
         bridge.route(source(heard_player.pid))
         speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(speakers.stop)
-        self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application", limit=40)
+        # At this load of the server the player itself has dropouts.
+        self.wait_heard(speakers, lambda heard: level_db(heard, TONE) > LEVEL_DB - 6, "the application", limit=40)
 
     def test_eight_applications_play_without_a_dropout_that_a_plain_client_would_not_have(self):
-        """Beside the bridge's eight captures, a plain recorder of the same output's monitor counts its own."""
+        """Beside the bridge, a plain recorder piped into a plain player, with the same latencies."""
         seconds = 1800 if LONG else 120
+        self.sound.add_sink("plain", "Plain", hardware=False)
         bridge = self.start_bridge()
         players = [self.sound.play(tone(300 + 100 * at, 10, 0.05), APPS, f"player{at}") for at in range(8)]
-        plain_source = self.sound.recorder(APPS)
-        self.addCleanup(plain_source.stop)
+        words = "--raw --format=float32le --rate=48000 --channels=2"
+        self.sound.client(["sh", "-c", f"parec {words} --latency-msec=20 --device={APPS}.monitor | "
+                                       f"pacat {words} --latency-msec=30 --device=plain"])
         bridge.route(*[source(player.pid) for player in players])
-        speakers = self.sound.recorder(SPEAKERS)
-        self.addCleanup(speakers.stop)
-        self.wait_heard(speakers, lambda heard: all(abs(level_db(heard, 300 + 100 * at) - 20 * numpy.log10(0.05)) < 0.3 for at in range(8)),
-                        "all eight", limit=60)
-        first, first_plain = speakers.frames(), plain_source.frames()
-        speakers.wait_frames(first + seconds * 48000, seconds * 2 + 60)
-        plain_source.wait_frames(first_plain + seconds * 48000, 60)
-        ours = self.dropouts(speakers.signal()[first:first + seconds * 48000])
-        theirs = self.dropouts(plain_source.signal()[first_plain:first_plain + seconds * 48000])
-        print(f"dropouts in {seconds} s: {ours} through the bridge, {theirs} of the applications themselves", file=sys.stderr)
-        self.assertLessEqual(ours, theirs + seconds // 60)
+        recorders = []
+        for sink in (SPEAKERS, "plain"):
+            recorders.append(self.sound.recorder(sink))
+            self.addCleanup(recorders[-1].stop)
+            self.wait_heard(recorders[-1], lambda heard: all(level_db(heard, 300 + 100 * at) > -30 for at in range(8)),
+                            f"all eight on {sink}", limit=60)
+        first = [recorder.frames() for recorder in recorders]
+        counts = []
+        for recorder, begin in zip(recorders, first):
+            recorder.wait_frames(begin + seconds * 48000, seconds * 2 + 60)
+            counts.append(self.dropouts(recorder.signal()[begin:begin + seconds * 48000]))
+        ours, theirs = counts
+        print(f"dropouts in {seconds} s: {ours} through the bridge, {theirs} through the plain chain", file=sys.stderr)
+        self.assertLessEqual(ours, theirs + 1)
 
     def dropouts(self, signal):
-        """Stretches of 10 ms or more in which nothing plays: eight tones are never silent together so long."""
+        """Stretches of more than 1 ms in which nothing plays: eight tones are never silent together so long."""
         quiet = (numpy.abs(signal).max(axis=1) < 1e-4).astype(int)
         edges = numpy.flatnonzero(numpy.diff(numpy.concatenate([[0], quiet, [0]])))
-        return int(((edges[1::2] - edges[::2]) > 480).sum())
+        return int(((edges[1::2] - edges[::2]) > 48).sum())
 
 
 class WithoutServerOnPipeWire(WithoutServer):

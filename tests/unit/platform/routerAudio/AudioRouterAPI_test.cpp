@@ -19,6 +19,18 @@ namespace {
 constexpr EndpointFlow kRender = EndpointFlow::Render;
 using Calls = std::vector<std::string>;
 
+// Declared after what a level callback writes to, so that no thread calls it later.
+class ShutdownAtEnd {
+public:
+    explicit ShutdownAtEnd(AudioRouterAPI& router) : api(router) {}
+    ~ShutdownAtEnd() { api.shutdownAudioRouter(); }
+    ShutdownAtEnd(const ShutdownAtEnd&) = delete;
+    ShutdownAtEnd& operator=(const ShutdownAtEnd&) = delete;
+
+private:
+    AudioRouterAPI& api;
+};
+
 class AudioRouterApiTest : public MixerFixture {
 protected:
     void start() { ASSERT_TRUE(api.startAudioRouter({}, {}, {}, {})); }
@@ -406,6 +418,7 @@ TEST_F(AudioRouterApiTest, TheCallbackRunsOnTheUserInterfacesThreadWithMaps) {
     feed(7, constant(480, 0.5f, 0.25f));
     QThread* caller = nullptr;
     QVariantList received;
+    const ShutdownAtEnd atEnd(api);
     api.setLevelCallback([&](const QVariantList& levels) {
         caller = QThread::currentThread();
         received = levels;
@@ -428,6 +441,7 @@ TEST_F(AudioRouterApiTest, ReportsComJustUnderTwentyTimesASecondOnAThreadOfTheir
     std::atomic<QThread*> caller{nullptr};
     QElapsedTimer timer;
     timer.start();
+    const ShutdownAtEnd atEnd(api);
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) {
         caller = QThread::currentThread();
         ++reports;
@@ -443,16 +457,17 @@ TEST_F(AudioRouterApiTest, SilenceMakesNoCallAndSoundAfterItDoes) {
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
     std::atomic<int> empty{0};
     std::atomic<int> reports{0};
+    const ShutdownAtEnd atEnd(api);
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>& levels) {
         empty += levels.empty() ? 1 : 0;
         ++reports;
     });
     // A second router that hears something counts the passes.
+    std::atomic<int> passes{0};
     PerAppInputBuffers loudBuffers(store);
     AudioRouterAPI loud(system.platform(), store, loudBuffers);
     ASSERT_TRUE(loud.startAudioRouter({}, {}, {}, {}));
     loudBuffers.addInputData(7, constant(480, 0.5f, 0.5f).data(), 480 * 8, floatWaveFormat(2, 48000));
-    std::atomic<int> passes{0};
     loud.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++passes; });
     ASSERT_TRUE(await([&] { return passes >= 4; }));
     EXPECT_EQ(reports, 0);
@@ -466,6 +481,7 @@ TEST_F(AudioRouterApiTest, WhileTheLevelThreadLivesAnotherCallbackIsNotTaken) {
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
     std::atomic<int> first{0};
     std::atomic<int> second{0};
+    const ShutdownAtEnd atEnd(api);
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++first; });
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++second; });
     api.setLevelCallback({});
@@ -477,6 +493,7 @@ TEST_F(AudioRouterApiTest, WhileTheLevelThreadLivesAnotherCallbackIsNotTaken) {
 TEST_F(AudioRouterApiTest, ACallbackOfAStoppedRouterStartsNoThreadNotEvenLater) {
     std::atomic<int> early{0};
     std::atomic<int> reports{0};
+    const ShutdownAtEnd atEnd(api);
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++early; });
     start();
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
@@ -486,12 +503,29 @@ TEST_F(AudioRouterApiTest, ACallbackOfAStoppedRouterStartsNoThreadNotEvenLater) 
     EXPECT_EQ(early, 0);
 }
 
+TEST_F(AudioRouterApiTest, ThreadsHaveNamesForDebuggers) {
+    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{a}", 0));
+    ASSERT_TRUE(api.startAudioRouter({}, {}, L"{a}", L"{a}"));
+    api.setNativeLevelCallback([](const std::vector<AudioLevelInfo>&) {});
+    Calls names;
+    ASSERT_TRUE(await([&] {
+        for (const std::string& name : system.threadNames.take()) {
+            names.push_back(name);
+        }
+        return names.size() == 4;
+    }));
+    std::ranges::sort(names);
+    EXPECT_EQ(names, (Calls{"Mixer bus 1", "Mixer bus 2", "Mixer levels", "Mixer solo"}));
+}
+
 TEST_F(AudioRouterApiTest, AnEmptyCallbackStartsNoThread) {
     start();
     api.setLevelCallback({});
     std::atomic<int> reports{0};
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
     feed(7, constant(480, 0.5f, 0.5f));
+    const ShutdownAtEnd atEnd(api);
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++reports; });
     ASSERT_TRUE(await([&] { return reports > 0; }));
 }
@@ -521,6 +555,8 @@ TEST_F(AudioRouterApiTest, ShutdownJoinsTheLevelThreadAndForgetsItsCallback) {
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
     feed(7, constant(480, 0.5f, 0.5f));
     std::atomic<int> reports{0};
+    std::atomic<int> later{0};
+    const ShutdownAtEnd atEnd(api);
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++reports; });
     ASSERT_TRUE(await([&] { return reports > 0; }));
     api.shutdownAudioRouter();
@@ -528,7 +564,6 @@ TEST_F(AudioRouterApiTest, ShutdownJoinsTheLevelThreadAndForgetsItsCallback) {
     start();
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
     feed(7, constant(480, 0.5f, 0.5f));
-    std::atomic<int> later{0};
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++later; });
     ASSERT_TRUE(await([&] { return later >= 2; }));
     EXPECT_EQ(reports, atShutdown);
@@ -540,6 +575,7 @@ TEST_F(AudioRouterApiTest, AfterAShutdownItStartsAndRegistersAnew) {
         ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
         feed(7, constant(480, 0.5f, 0.5f));
         std::atomic<int> reports{0};
+        const ShutdownAtEnd atEnd(api);
         api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++reports; });
         ASSERT_TRUE(await([&] { return reports > 0; }));
         api.shutdownAudioRouter();

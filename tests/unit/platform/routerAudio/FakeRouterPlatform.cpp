@@ -142,6 +142,9 @@ RouterPlatform FakeRouterPlatform::platform() {
     platform.makeRenderChannel = [this](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
         return std::make_unique<FakeOutput>(busId, *this);
     };
+    platform.nameThisThread = [this](const char* name) {
+        threadNames.note(name);
+    };
     return platform;
 }
 

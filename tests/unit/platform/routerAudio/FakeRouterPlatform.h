@@ -86,6 +86,7 @@ public:
     [[nodiscard]] OfflineRenderChannel* outputOf(std::uint32_t busId) const;
 
     CallJournal journal;
+    CallJournal threadNames; ///< apart, since threads come when they come
     std::shared_ptr<FakeEndpoints> endpoints;
     HResult comResult = kHResultOk;
     bool capturesCanBeMade = true;
