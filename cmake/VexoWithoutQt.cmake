@@ -2,6 +2,7 @@
 message(STATUS "No Qt for the target system: only the libraries free of Qt are built")
 set(CMAKE_AUTOMOC OFF)
 
+vexo_library(vexo_platform_threads SOURCES platform/ThreadName.h platform/windows/ThreadName.cpp)
 add_subdirectory(platform/routerAudio)
 add_subdirectory(platform/windows/routerAudio)
 add_subdirectory(audio)

@@ -126,7 +126,7 @@ TEST(Sessions, ProgramThatPlaysIsListedWithItsPathAndState) {
     const auto output =
         std::ranges::find_if(outputs, [&](const auto& endpoint) { return endpoint->id == defaultId; });
     ASSERT_NE(output, outputs.end());
-    WasapiRenderChannel channel(windowsAudioSystemCalls(), 1);
+    WasapiRenderChannel channel(windowsAudioSystemCalls());
     ASSERT_TRUE(channel.open(**output));
     std::atomic<bool> running{true};
     std::thread thread([&] { channel.run(running, [](float*, std::uint32_t) {}); });

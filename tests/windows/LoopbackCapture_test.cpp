@@ -81,7 +81,7 @@ protected:
 // Plays a tone into the sink that the microphone hears.
 class ToneInTheCable {
 public:
-    ToneInTheCable() : channel(windowsAudioSystemCalls(), 1) {
+    ToneInTheCable() : channel(windowsAudioSystemCalls()) {
         tones.addSource(kTone);
         player = std::make_unique<TonePlayer>(tones.buffers, kTone, 1000, 1500, 0.25f);
         const AudioEndpointPointer cable = endpointNamed(EndpointFlow::Render, L"VEXO Virtual Cable");

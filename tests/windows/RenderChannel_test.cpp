@@ -123,7 +123,7 @@ TEST_F(RenderTest, CaptureEndpointFailsAtGetService) {
     const AudioEndpointPointer microphone = endpointNamed(EndpointFlow::Capture, L"Cable Microphone");
     ASSERT_NE(microphone, nullptr);
     RouterLogCapture log;
-    WasapiRenderChannel channel(windowsAudioSystemCalls(), 1);
+    WasapiRenderChannel channel(windowsAudioSystemCalls());
     EXPECT_FALSE(channel.open(*microphone));
     const Lines lines = log.take();
     ASSERT_FALSE(lines.empty());
@@ -154,7 +154,7 @@ TEST_F(RenderTest, CallbackWithEightSourcesTakesLessThanAFifthOfItsPeriod) {
     }
     const AudioEndpointPointer speakers = endpointNamed(EndpointFlow::Render, L"Speakers");
     ASSERT_NE(speakers, nullptr);
-    WasapiRenderChannel channel(windowsAudioSystemCalls(), 1);
+    WasapiRenderChannel channel(windowsAudioSystemCalls());
     ASSERT_TRUE(channel.open(*speakers));
 
     using Clock = std::chrono::steady_clock;

@@ -44,7 +44,7 @@ TEST_F(RenderFaultsTest, EachCallThatFailsAtOpeningHasItsLineAndLeavesTheOutputO
         const auto script = std::make_shared<AudioScript>();
         script->fail(fault.call, fault.failure);
         RouterLogCapture log;
-        WasapiRenderChannel channel(scriptedCalls(script), 3);
+        WasapiRenderChannel channel(scriptedCalls(script));
         EXPECT_FALSE(channel.open(scriptedEndpoint(script, *speakers)));
         const Lines lines = log.take();
         ASSERT_FALSE(lines.empty());
@@ -57,7 +57,7 @@ TEST_F(RenderFaultsTest, WithoutAMixFormatTheDefaultFormatIsUsedAndSaid) {
     const auto script = std::make_shared<AudioScript>();
     script->fail("GetMixFormat", E_NOTIMPL);
     RouterLogCapture log;
-    WasapiRenderChannel channel(scriptedCalls(script), 3);
+    WasapiRenderChannel channel(scriptedCalls(script));
     EXPECT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
     EXPECT_EQ(
         log.take(),
@@ -69,7 +69,7 @@ TEST_F(RenderFaultsTest, WithoutAMixFormatTheDefaultFormatIsUsedAndSaid) {
 
 TEST_F(RenderFaultsTest, EndpointWithoutADeviceFailsAtActivation) {
     RouterLogCapture log;
-    WasapiRenderChannel channel(windowsAudioSystemCalls(), 1);
+    WasapiRenderChannel channel(windowsAudioSystemCalls());
     EXPECT_FALSE(channel.open(AudioEndpoint{}));
     EXPECT_EQ(log.take(), Lines{L"[BusForwarder] Activate failed: 0x80004003"});
 }
@@ -78,7 +78,7 @@ TEST_F(RenderFaultsTest, ClientThatDoesNotStartEndsTheThreadWithItsLineAndGivesT
     const auto script = std::make_shared<AudioScript>();
     script->fail("Start", kInvalidated);
     RouterLogCapture log;
-    WasapiRenderChannel channel(scriptedCalls(script), 3);
+    WasapiRenderChannel channel(scriptedCalls(script));
     ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
     const std::atomic<bool> running{true};
     int calls = 0;
@@ -94,7 +94,7 @@ TEST_F(RenderFaultsTest, FailureOfSchedulingIsNoFailureOfTheThread) {
         SCOPED_TRACE(call);
         const auto script = std::make_shared<AudioScript>();
         script->fail(call, E_FAIL);
-        WasapiRenderChannel channel(scriptedCalls(script), 3);
+        WasapiRenderChannel channel(scriptedCalls(script));
         ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
         std::atomic<bool> running{true};
         std::atomic<int> calls{0};
@@ -111,7 +111,7 @@ TEST_F(RenderFaultsTest, FailuresWhilePlayingGoBackToWaitingWithoutALine) {
         SCOPED_TRACE(call);
         const auto script = std::make_shared<AudioScript>();
         script->fail(call, kInvalidated, 2);
-        WasapiRenderChannel channel(scriptedCalls(script), 3);
+        WasapiRenderChannel channel(scriptedCalls(script));
         ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
         RouterLogCapture log;
         std::atomic<bool> running{true};

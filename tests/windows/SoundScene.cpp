@@ -142,14 +142,16 @@ void SoundScene::addSource(std::uint32_t processId) {
 }
 
 RouterPlatform platformOver(const AudioSystemCalls& calls) {
-    return {.com = std::make_shared<WindowsComApartment>(calls),
-            .endpoints = std::make_shared<CoreAudioEndpoints>(calls),
-            .makeProcessCapture =
-                [calls](PerAppInputBuffers& buffers) { return makeLoopbackCapture(buffers, calls); },
-            .makeRenderChannel =
-                [calls](std::uint32_t busId) {
-                    return std::make_unique<WasapiRenderChannel>(calls, busId);
-                }};
+    RouterPlatform platform;
+    platform.com = std::make_shared<WindowsComApartment>(calls);
+    platform.endpoints = std::make_shared<CoreAudioEndpoints>(calls);
+    platform.makeProcessCapture = [calls](PerAppInputBuffers& buffers) {
+        return makeLoopbackCapture(buffers, calls);
+    };
+    platform.makeRenderChannel = [calls](std::uint32_t) {
+        return std::make_unique<WasapiRenderChannel>(calls);
+    };
+    return platform;
 }
 
 AudioEndpointPointer endpointNamed(EndpointFlow flow, const std::wstring& part) {

@@ -1,5 +1,6 @@
 #include "platform/routerAudio/RouterPlatform.h"
 
+#include "platform/ThreadName.h"
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 #include "platform/windows/routerAudio/LoopbackCapture.h"
 #include "platform/windows/routerAudio/WasapiRenderChannel.h"
@@ -7,12 +8,15 @@
 
 RouterPlatform systemRouterPlatform() {
     const AudioSystemCalls calls = windowsAudioSystemCalls();
-    return {.com = std::make_shared<WindowsComApartment>(calls),
-            .endpoints = std::make_shared<CoreAudioEndpoints>(calls),
-            .makeProcessCapture =
-                [calls](PerAppInputBuffers& buffers) { return makeLoopbackCapture(buffers, calls); },
-            .makeRenderChannel =
-                [calls](std::uint32_t busId) {
-                    return std::make_unique<WasapiRenderChannel>(calls, busId);
-                }};
+    RouterPlatform platform;
+    platform.com = std::make_shared<WindowsComApartment>(calls);
+    platform.endpoints = std::make_shared<CoreAudioEndpoints>(calls);
+    platform.makeProcessCapture = [calls](PerAppInputBuffers& buffers) {
+        return makeLoopbackCapture(buffers, calls);
+    };
+    platform.makeRenderChannel = [calls](std::uint32_t) {
+        return std::make_unique<WasapiRenderChannel>(calls);
+    };
+    platform.nameThisThread = nameThisThread;
+    return platform;
 }

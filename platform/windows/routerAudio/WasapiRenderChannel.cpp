@@ -37,9 +37,7 @@ RenderFormat formatFor(IAudioClient* client) {
 
 } // namespace
 
-WasapiRenderChannel::WasapiRenderChannel(AudioSystemCalls systemCalls, std::uint32_t busId)
-    : calls(std::move(systemCalls)),
-      threadName(busId == 3 ? std::wstring(L"render solo") : L"render bus " + std::to_wstring(busId)) {}
+WasapiRenderChannel::WasapiRenderChannel(AudioSystemCalls systemCalls) : calls(std::move(systemCalls)) {}
 
 bool WasapiRenderChannel::open(const AudioEndpoint& endpoint) {
     IMMDevice* const device = deviceOf(endpoint);
@@ -65,8 +63,6 @@ bool WasapiRenderChannel::open(const AudioEndpoint& endpoint) {
 }
 
 void WasapiRenderChannel::run(const std::atomic<bool>& running, const RenderCallback& render) {
-    // Its failure leaves a thread without a name.
-    static_cast<void>(SetThreadDescription(GetCurrentThread(), threadName.c_str()));
     DWORD taskIndex = 0;
     const HANDLE task = calls.setThreadCharacteristics(L"Pro Audio", &taskIndex);
     if (task != nullptr) {

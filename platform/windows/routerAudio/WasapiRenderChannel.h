@@ -4,7 +4,6 @@
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
 
 #include <audioclient.h>
-#include <string>
 #include <wil/resource.h>
 #include <wrl/client.h>
 
@@ -13,8 +12,7 @@
 /// multithreaded apartment.
 class WasapiRenderChannel final : public RenderChannel {
 public:
-    /// `busId` is for the thread's name alone.
-    WasapiRenderChannel(AudioSystemCalls systemCalls, std::uint32_t busId);
+    explicit WasapiRenderChannel(AudioSystemCalls systemCalls);
 
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override;
     void run(const std::atomic<bool>& running, const RenderCallback& render) override;
@@ -26,7 +24,6 @@ private:
     void renderPeriod(const RenderCallback& render);
 
     const AudioSystemCalls calls;
-    const std::wstring threadName;
     Microsoft::WRL::ComPtr<IAudioClient> client;
     Microsoft::WRL::ComPtr<IAudioRenderClient> renderClient;
     wil::unique_handle event; // signalled by the endpoint each period
