@@ -71,11 +71,6 @@ std::string describe(IUIAutomationElement* element) {
            "],\"offscreen\":" + (offscreen ? "true" : "false") + "}";
 }
 
-int fail(const char* step, HRESULT result) {
-    std::fprintf(stderr, "uiReader: %s failed: 0x%08lx\n", step, static_cast<unsigned long>(result));
-    return 1;
-}
-
 // The element, and those below it.
 void walk(IUIAutomationTreeWalker* walker, IUIAutomationElement* element, int depth, std::string& out) {
     if (depth > 60) {
@@ -92,6 +87,31 @@ void walk(IUIAutomationTreeWalker* walker, IUIAutomationElement* element, int de
     }
 }
 
+// All that is in the window, as one line; "[]" while there is no such window.
+HRESULT readWindow(IUIAutomation* automation, const std::wstring& title, std::string& line) {
+    line = "[]";
+    const HWND window = FindWindowW(nullptr, title.c_str());
+    if (window == nullptr) {
+        return S_OK;
+    }
+    ComPtr<IUIAutomationElement> root;
+    ComPtr<IUIAutomationCondition> everything;
+    ComPtr<IUIAutomationTreeWalker> walker;
+    HRESULT result = automation->ElementFromHandle(window, root.GetAddressOf());
+    if (SUCCEEDED(result)) {
+        result = automation->CreateTrueCondition(everything.GetAddressOf());
+    }
+    if (SUCCEEDED(result)) {
+        result = automation->CreateTreeWalker(everything.Get(), walker.GetAddressOf());
+    }
+    if (SUCCEEDED(result)) {
+        std::string controls = describe(root.Get());
+        walk(walker.Get(), root.Get(), 0, controls);
+        line = "[" + controls + "]";
+    }
+    return result;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -99,36 +119,22 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: uiReader TITLE\n");
         return 2;
     }
+    const std::string given = argv[1];
+    const std::wstring title(given.begin(), given.end());
     static_cast<void>(CoInitializeEx(nullptr, COINIT_MULTITHREADED));
-    const std::string title = argv[1];
-    const HWND window = FindWindowW(nullptr, std::wstring(title.begin(), title.end()).c_str());
-    if (window == nullptr) {
-        std::cout << "[]\n";
-        return 0;
-    }
     ComPtr<IUIAutomation> automation;
-    HRESULT result =
+    const HRESULT created =
         CoCreateInstance(__uuidof(CUIAutomation), nullptr, CLSCTX_INPROC_SERVER, __uuidof(IUIAutomation),
                          reinterpret_cast<void**>(automation.GetAddressOf()));
-    if (FAILED(result)) {
-        return fail("CoCreateInstance", result);
+    if (FAILED(created)) {
+        std::fprintf(stderr, "uiReader: no UI Automation: 0x%08lx\n", static_cast<unsigned long>(created));
+        return 1;
     }
-    ComPtr<IUIAutomationElement> root;
-    result = automation->ElementFromHandle(window, root.GetAddressOf());
-    if (FAILED(result)) {
-        return fail("ElementFromHandle", result);
+    for (std::string request; std::getline(std::cin, request);) {
+        std::string line;
+        // A failure: the window went away while it was read.
+        static_cast<void>(readWindow(automation.Get(), title, line));
+        std::cout << line << std::endl;
     }
-    ComPtr<IUIAutomationTreeWalker> walker;
-    ComPtr<IUIAutomationCondition> everything;
-    result = automation->CreateTrueCondition(everything.GetAddressOf());
-    if (SUCCEEDED(result)) {
-        result = automation->CreateTreeWalker(everything.Get(), walker.GetAddressOf());
-    }
-    if (FAILED(result)) {
-        return fail("CreateTreeWalker", result);
-    }
-    std::string out = describe(root.Get());
-    walk(walker.Get(), root.Get(), 0, out);
-    std::cout << "[" << out << "]\n";
     return 0;
 }

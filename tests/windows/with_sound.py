@@ -1,6 +1,8 @@
 """Runs a Windows program under Wine with real endpoints: a private PulseAudio with null sinks, each recorded.
 
-    python3 with_sound.py PROGRAM [ARG...]
+    python3 with_sound.py [--display] PROGRAM [ARG...]
+
+With --display it has a virtual display too, in the Wine prefix that programs with windows use one at a time.
 
 The program finds in its environment
   VEXO_RECORDED_<SINK>   the file that a sink's sound is written to as it plays, 32-bit float, interleaved
@@ -10,6 +12,8 @@ The sinks are "speakers" (48000 Hz), "cable" (48000 Hz, heard by the microphone 
 channels) and "plug" (48000 Hz, to be removed).
 """
 
+import contextlib
+import fcntl
 import os
 import pathlib
 import subprocess
@@ -51,11 +55,25 @@ def serve_requests(path, sound, modules, ended):
         done = len(lines)
 
 
+@contextlib.contextmanager
+def display(env, cache):
+    """The words before a command that give it a display; nobody else uses the prefix meanwhile."""
+    env["WINEPREFIX"] = str(cache / "wine-stage")
+    with open(cache / "wine-stage.stage", "w") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        yield ["xvfb-run", "-a", "-s", "-screen 0 800x600x24"]
+        subprocess.run(["wineserver", "--kill"], env=env, capture_output=True)
+
+
 def main():
+    words = sys.argv[1:]
+    wants_display = words[0] == "--display"
     with tempfile.TemporaryDirectory(prefix="vexo-windows-sound-", ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
         env = dict(os.environ, HOME=str(folder))
-        env.setdefault("WINEPREFIX", str(pathlib.Path(os.environ.get("VEXO_CACHE", os.path.expanduser("~/.cache/vexo-deck"))) / "wine"))
+        cache = pathlib.Path(os.environ.get("VEXO_CACHE", os.path.expanduser("~/.cache/vexo-deck")))
+        env["WINEPREFIX"] = str(cache / "wine")
+        env["VEXO_CACHE"] = str(cache)
         env.pop("DISPLAY", None)
         with SoundServer(folder, env) as sound:
             modules = {}
@@ -82,7 +100,9 @@ def main():
             servant = threading.Thread(target=serve_requests, args=(requests, sound, modules, ended))
             servant.start()
             try:
-                return subprocess.run([str(ROOT / "tools/windows/wine"), *sys.argv[1:]], env=env).returncode
+                with display(env, cache) if wants_display else contextlib.nullcontext([]) as before:
+                    return subprocess.run([*before, str(ROOT / "tools/windows/wine"), *words[wants_display:]],
+                                          env=env).returncode
             finally:
                 ended.set()
                 servant.join()

@@ -33,6 +33,7 @@ class WindowsStage(Stage):
         self.windows_build = pathlib.Path(build).resolve()
         self.cache = pathlib.Path(os.environ.get("VEXO_CACHE", os.path.expanduser("~/.cache/vexo-deck")))
         self.prefix = self.cache / "wine-stage"
+        self.reader = None
 
     def _start(self):
         self.cache.mkdir(parents=True, exist_ok=True)
@@ -62,6 +63,8 @@ class WindowsStage(Stage):
 
     def __exit__(self, *words):
         try:
+            if self.reader is not None:
+                self.reader.stdin.close()
             subprocess.run(["wineserver", "--kill"], env=dict(os.environ, WINEPREFIX=str(self.prefix)), capture_output=True)
         finally:
             super().__exit__(*words)
@@ -93,11 +96,17 @@ class WindowsStage(Stage):
         return values
 
     def _ui(self, *words, limit=60):
-        result = subprocess.run([str(WINE), str(self.windows_build / "tests" / "windows" / "uiReader.exe"), "Vexo Deck"],
-                                env=self.env, capture_output=True, timeout=limit)
-        if result.returncode != 0:
-            raise AssertionError(f"reading the screen failed: {result.stderr.decode(errors='replace')}")
-        controls = json.loads(result.stdout.decode("utf-8"))
+        # The reader stays: starting a program under Wine takes longer than reading the screen.
+        if self.reader is None:
+            command = [str(WINE), str(self.windows_build / "tests" / "windows" / "uiReader.exe"), "Vexo Deck"]
+            self.reader = subprocess.Popen(command, env=self.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+            self.processes.append(self.reader)
+        self.reader.stdin.write(b"\n")
+        self.reader.stdin.flush()
+        line = self.reader.stdout.readline()
+        if not line:
+            raise AssertionError(f"reading the screen failed: {self.reader.wait(limit)}")
+        controls = json.loads(line.decode("utf-8"))
         for control in controls:
             control["states"] = [] if control.pop("offscreen") else ["showing", "visible"]
             control["value"] = None
