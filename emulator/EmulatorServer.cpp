@@ -27,9 +27,9 @@ void print(std::string_view text) {
 
 } // namespace
 
-EmulatorServer::EmulatorServer(VirtualBus& virtualBus, LocalSocket listeningSocket, UhidBridge* bridge,
-                               int stopHandle, Options serverOptions)
-    : bus(virtualBus), interpreter(virtualBus), listener(std::move(listeningSocket)), uhid(bridge),
+EmulatorServer::EmulatorServer(VirtualBus& virtualBus, std::vector<LocalSocket> listeningSockets,
+                               UhidBridge* bridge, int stopHandle, Options serverOptions)
+    : bus(virtualBus), interpreter(virtualBus), listeners(std::move(listeningSockets)), uhid(bridge),
       stop(stopHandle), options(serverOptions) {
     connectListeners();
 }
@@ -114,9 +114,12 @@ bool EmulatorServer::anyWait() const {
 void EmulatorServer::waitForSomething() {
     std::vector<WaitEntry> entries;
     entries.push_back({.nativeHandle = stop});
-    entries.push_back({.nativeHandle = listener.nativeHandle()});
     const bool readsInput = options.standardInput && !standardInputEnded;
     entries.push_back({.nativeHandle = readsInput ? STDIN_FILENO : -1});
+    const std::size_t firstListener = entries.size();
+    for (const LocalSocket& listener : listeners) {
+        entries.push_back({.nativeHandle = listener.nativeHandle()});
+    }
     const std::size_t firstUhid = entries.size();
     for (const int nativeHandle : uhid == nullptr ? std::vector<int>() : uhid->nativeHandles()) {
         entries.push_back({.nativeHandle = nativeHandle});
@@ -142,7 +145,7 @@ void EmulatorServer::waitForSomething() {
 
     bus.advance(clockMs());
     running = !entries[0].readable;
-    if (entries[2].readable) {
+    if (entries[1].readable) {
         readStandardInput();
     }
     for (std::size_t i = firstUhid; i < firstClient; ++i) {
@@ -157,9 +160,9 @@ void EmulatorServer::waitForSomething() {
             readClient(client);
         }
     }
-    if (entries[1].readable) {
-        while (true) {
-            LocalSocket connection = listener.accept();
+    for (std::size_t i = 0; i < listeners.size(); ++i) {
+        while (entries[firstListener + i].readable) {
+            LocalSocket connection = listeners[i].accept();
             if (!connection.isOpen()) {
                 break;
             }

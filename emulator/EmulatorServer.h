@@ -21,8 +21,8 @@ public:
     };
 
     // The stop handle becomes readable when the loop shall end. The bridge may be null.
-    EmulatorServer(VirtualBus& virtualBus, LocalSocket listeningSocket, UhidBridge* bridge, int stopHandle,
-                   Options serverOptions);
+    EmulatorServer(VirtualBus& virtualBus, std::vector<LocalSocket> listeningSockets, UhidBridge* bridge,
+                   int stopHandle, Options serverOptions);
 
     // Returns when the stop handle, "quit" or the end of standard input ends it.
     void run();
@@ -67,7 +67,7 @@ private:
 
     VirtualBus& bus;
     CommandInterpreter interpreter;
-    LocalSocket listener;
+    std::vector<LocalSocket> listeners;
     UhidBridge* uhid;
     int stop;
     Options options;

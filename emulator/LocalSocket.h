@@ -1,6 +1,8 @@
 // The transport between the emulator, the drop-in hidapi and whoever gives commands: a byte stream on this
 // machine. This header is all that the rest knows of it; LocalSocketUnix.cpp is its body for unix domain
-// sockets.
+// sockets and loopback TCP, LocalSocketWindows.cpp for loopback TCP alone.
+//
+// An address is the path of a unix domain socket, or "tcp:" and a port of 127.0.0.1.
 //
 // An object belongs to one thread, but for shutDown(), which may be called from any while the object lives.
 #pragma once
@@ -9,8 +11,8 @@
 
 namespace vexo::emulator {
 
-// Where the socket is: the given path if there is one, else VEXO_EMULATOR_SOCKET, else vexo-emulator.sock in
-// XDG_RUNTIME_DIR, else in the folder for temporary files.
+// Where the socket is: the given address if there is one, else VEXO_EMULATOR_SOCKET, else vexo-emulator.sock
+// in XDG_RUNTIME_DIR, else in the folder for temporary files.
 std::string socketPath(const std::string& given = {});
 
 class LocalSocket {
@@ -23,12 +25,14 @@ public:
     LocalSocket& operator=(LocalSocket&& other) noexcept;
     ~LocalSocket() { close(); }
 
-    // Listens, and takes the place of a socket file that nobody answers behind. On failure an unopened object
-    // and a sentence in error.
-    static LocalSocket listenAt(const std::string& path, std::string& error);
+    // Listens, and takes the place of a socket file that nobody answers behind; port 0 is any free one. On
+    // failure an unopened object and a sentence in error.
+    static LocalSocket listenAt(const std::string& address, std::string& error);
     // Connects; an unopened object when nobody listens there. The socket blocks, sends for at most five
     // seconds.
-    static LocalSocket connectTo(const std::string& path);
+    static LocalSocket connectTo(const std::string& address);
+    // Of a listener on TCP: its address, with the port that it has; otherwise empty.
+    std::string tcpAddress() const;
     // The next connection, not blocking; an unopened object when there is none.
     LocalSocket accept();
 

@@ -1,10 +1,14 @@
 #include "emulator/LocalSocket.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -15,6 +19,7 @@
 namespace vexo::emulator {
 namespace {
 
+constexpr std::string_view kTcpPrefix = "tcp:";
 constexpr const char* kFileName = "vexo-emulator.sock";
 // As long as a USB transfer may take before the kernel gives it up.
 constexpr timeval kSendTimeout{.tv_sec = 5, .tv_usec = 0};
@@ -31,12 +36,38 @@ bool fillAddress(const std::string& path, sockaddr_un& address) {
     return true;
 }
 
-const sockaddr* generic(const sockaddr_un& address) {
+template <typename Address>
+const sockaddr* generic(const Address& address) {
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
 std::string withReason(const std::string& sentence) {
     return sentence + " (" + std::strerror(errno) + ")";
+}
+
+bool isTcp(const std::string& address) {
+    return address.starts_with(kTcpPrefix);
+}
+
+// False when what stands behind the prefix is no port.
+bool fillTcpAddress(const std::string& text, sockaddr_in& address) {
+    const std::string_view digits = std::string_view(text).substr(kTcpPrefix.size());
+    std::uint16_t port = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
+    if (digits.empty() || error != std::errc() || end != digits.data() + digits.size()) {
+        return false;
+    }
+    address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return true;
+}
+
+// A report is sent at once, however short it is.
+void sendAtOnce(int handle) {
+    const int on = 1;
+    setsockopt(handle, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }
 
 } // namespace
@@ -70,6 +101,20 @@ LocalSocket& LocalSocket::operator=(LocalSocket&& other) noexcept {
 }
 
 LocalSocket LocalSocket::listenAt(const std::string& path, std::string& error) {
+    if (isTcp(path)) {
+        sockaddr_in tcp{};
+        if (!fillTcpAddress(path, tcp)) {
+            error = "there is no port in " + path;
+            return {};
+        }
+        LocalSocket listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        if (!listener.isOpen() || bind(listener.handle, generic(tcp), sizeof(tcp)) != 0 ||
+            listen(listener.handle, SOMAXCONN) != 0) {
+            error = withReason("cannot listen at " + path);
+            return {};
+        }
+        return listener;
+    }
     sockaddr_un address;
     if (!fillAddress(path, address)) {
         error = "the socket's path is empty or longer than " + std::to_string(sizeof(address.sun_path) - 1) +
@@ -102,23 +147,41 @@ LocalSocket LocalSocket::listenAt(const std::string& path, std::string& error) {
 
 LocalSocket LocalSocket::connectTo(const std::string& path) {
     sockaddr_un address;
-    if (!fillAddress(path, address)) {
+    sockaddr_in tcp;
+    const bool overTcp = isTcp(path);
+    if (overTcp ? !fillTcpAddress(path, tcp) : !fillAddress(path, address)) {
         return {};
     }
-    LocalSocket connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    LocalSocket connection(socket(overTcp ? AF_INET : AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!connection.isOpen()) {
         return {};
     }
     setsockopt(connection.handle, SOL_SOCKET, SO_SNDTIMEO, &kSendTimeout, sizeof(kSendTimeout));
-    if (connect(connection.handle, generic(address), sizeof(address)) != 0) {
+    if ((overTcp ? connect(connection.handle, generic(tcp), sizeof(tcp))
+                 : connect(connection.handle, generic(address), sizeof(address))) != 0) {
         return {};
     }
+    if (overTcp) {
+        sendAtOnce(connection.handle);
+    }
     return connection;
+}
+
+std::string LocalSocket::tcpAddress() const {
+    sockaddr_in address{};
+    socklen_t size = sizeof(address);
+    if (getsockname(handle, reinterpret_cast<sockaddr*>(&address), &size) != 0 ||
+        address.sin_family != AF_INET) {
+        return {};
+    }
+    return std::string(kTcpPrefix) + std::to_string(ntohs(address.sin_port));
 }
 
 LocalSocket LocalSocket::accept() {
     LocalSocket connection(accept4(handle, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (connection.isOpen()) {
+        // Refused for a unix domain socket, which sends at once anyway.
+        sendAtOnce(connection.handle);
         setsockopt(connection.handle, SOL_SOCKET, SO_SNDBUF, &kSendBufferBytes, sizeof(kSendBufferBytes));
     }
     return connection;
@@ -161,12 +224,12 @@ LocalSocket::Transfer LocalSocket::receive(std::span<std::uint8_t> buffer, std::
 }
 
 LocalSocket::Readiness LocalSocket::waitReadable(int timeoutMs) const {
-    pollfd entry{.fd = handle, .events = POLLIN, .revents = 0};
+    pollfd entry{.fd = handle, .events = POLLIN | POLLRDHUP, .revents = 0};
     const int ready = poll(&entry, 1, timeoutMs);
     if (ready == 0 || (ready < 0 && errno == EINTR)) {
         return Readiness::TimedOut;
     }
-    if (ready < 0 || (entry.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
+    if (ready < 0 || (entry.revents & (POLLERR | POLLHUP | POLLRDHUP | POLLNVAL)) != 0) {
         return Readiness::Closed;
     }
     return Readiness::Readable;

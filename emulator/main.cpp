@@ -18,12 +18,14 @@ using namespace vexo::emulator;
 namespace {
 
 constexpr const char* kUsage =
-    "usage: vexo-emulator [--socket PATH] [--seed N] [--prompt] [--plug] [--uhid] [MODEL...]\n"
+    "usage: vexo-emulator [--socket PATH] [--tcp PORT] [--seed N] [--prompt] [--plug] [--uhid] [MODEL...]\n"
     "       vexo-emulator [--socket PATH] --send COMMAND [--send COMMAND...]\n"
     "MODEL is r2, m40, t40 or r2-bootloader; none means r2.\n";
 
 struct Options {
     std::string socket;
+    // Loopback port to listen on too; 0 is any free one.
+    std::optional<std::uint64_t> tcpPort;
     std::uint64_t seed = std::random_device()();
     bool prompt = false;
     bool plug = false;
@@ -51,6 +53,9 @@ Options parse(std::span<char*> words) {
         };
         if (word == "--socket") {
             options.socket = following();
+        } else if (word == "--tcp") {
+            const std::string number = following();
+            options.tcpPort = Arguments(number).number("the port", 0, 65535);
         } else if (word == "--seed") {
             const std::string number = following();
             options.seed = Arguments(number).number("the seed", 0, ~0ULL);
@@ -146,9 +151,19 @@ int serve(const Options& options) {
 
     const std::string path = socketPath(options.socket);
     std::string error;
-    LocalSocket listener = LocalSocket::listenAt(path, error);
-    if (!listener.isOpen()) {
+    std::vector<LocalSocket> listeners;
+    listeners.push_back(LocalSocket::listenAt(path, error));
+    if (!listeners.front().isOpen()) {
         return complain(error);
+    }
+    std::string tcpAddress;
+    if (options.tcpPort) {
+        listeners.push_back(LocalSocket::listenAt("tcp:" + std::to_string(*options.tcpPort), error));
+        if (!listeners.back().isOpen()) {
+            unlink(path.c_str());
+            return complain(error);
+        }
+        tcpAddress = listeners.back().tcpAddress();
     }
     VirtualBus bus(options.models, options.seed);
     if (options.plug) {
@@ -162,7 +177,7 @@ int serve(const Options& options) {
     }
     const EmulatorServer::Options serverOptions{.standardInput = readsStandardInput(options.prompt),
                                                 .prompt = options.prompt};
-    EmulatorServer server(bus, std::move(listener), uhid.get(), stopPipe[0], serverOptions);
+    EmulatorServer server(bus, std::move(listeners), uhid.get(), stopPipe[0], serverOptions);
 
     std::cerr << "vexo-emulator: seed " << options.seed << '\n';
     if (options.prompt) {
@@ -172,13 +187,15 @@ int serve(const Options& options) {
         for (std::size_t i = 0; i < bus.deviceCount(); ++i) {
             names.push_back(bus.deviceName(i));
         }
-        std::cout << toLine({{"ok", true},
-                             {"ready", true},
-                             {"socket", path},
-                             {"seed", options.seed},
-                             {"devices", std::move(names)}})
-                  << '\n'
-                  << std::flush;
+        Json ready = {{"ok", true},
+                      {"ready", true},
+                      {"socket", path},
+                      {"seed", options.seed},
+                      {"devices", std::move(names)}};
+        if (!tcpAddress.empty()) {
+            ready["tcp"] = tcpAddress;
+        }
+        std::cout << toLine(ready) << '\n' << std::flush;
     }
     server.run();
     unlink(path.c_str());

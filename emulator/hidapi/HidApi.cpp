@@ -1,4 +1,5 @@
-// The functions of hidapi 0.14 over the emulator's socket, with the answers of the real library on Linux.
+// The functions of hidapi 0.13 and 0.14 over the emulator's socket, with the answers of the real library on
+// Linux.
 //
 // A hid_device is only a name: its address is looked up in a table at each call. So a thread that still reads
 // a handle which another thread has closed gets -1, and never another device's reports.
@@ -62,6 +63,12 @@ std::wstring widen(const std::string& text) {
     return {text.begin(), text.end()};
 }
 
+char* copyNarrow(const std::string& text) {
+    auto* const copy = static_cast<char*>(std::calloc(text.size() + 1, sizeof(char)));
+    std::copy(text.begin(), text.end(), copy);
+    return copy;
+}
+
 wchar_t* copyWide(const std::string& text) {
     const std::wstring wide = widen(text);
     auto* const copy = static_cast<wchar_t*>(std::calloc(wide.size() + 1, sizeof(wchar_t)));
@@ -71,7 +78,7 @@ wchar_t* copyWide(const std::string& text) {
 
 hid_device_info* makeInfo(const InterfaceInfo& from) {
     auto* const info = static_cast<hid_device_info*>(std::calloc(1, sizeof(hid_device_info)));
-    info->path = strdup(from.path.c_str());
+    info->path = copyNarrow(from.path);
     info->vendor_id = from.vendorId;
     info->product_id = from.productId;
     info->serial_number = copyWide(from.serial);
@@ -267,6 +274,7 @@ hid_device_info* hid_get_device_info(hid_device* dev) {
     return found == library().devices.end() ? nullptr : found->second.info;
 }
 
+#if HID_API_VERSION >= HID_API_MAKE_VERSION(0, 14, 0)
 int hid_get_report_descriptor(hid_device* dev, unsigned char* buf, size_t buf_size) {
     const std::shared_ptr<EmulatedHandle> handle = handleOf(dev);
     if (handle == nullptr) {
@@ -277,6 +285,7 @@ int hid_get_report_descriptor(hid_device* dev, unsigned char* buf, size_t buf_si
     std::copy_n(descriptor.begin(), count, buf);
     return static_cast<int>(count);
 }
+#endif
 
 const wchar_t* hid_error(hid_device* dev) {
     // The text is the calling thread's own, so that another thread's call cannot change it under the reader.

@@ -170,16 +170,22 @@ class Stage:
             command += ["--seed", str(self.seed)]
         if self.plugged:
             command.append("--plug")
+        command += self.emulator_words()
         emulator = subprocess.Popen(command + self.models, env=self.env, stdin=subprocess.DEVNULL,
                                     stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.processes.append(emulator)
         ready = emulator.stdout.readline()
         if b'"ready":true' not in ready:
             raise RuntimeError(f"the emulator did not start: {ready!r}")
+        self.emulator_ready = json.loads(ready)
         self.control = socket.socket(socket.AF_UNIX)
         self.control.settimeout(60)
         self.control.connect(self.env["VEXO_EMULATOR_SOCKET"])
         self.answers = self.control.makefile("r", encoding="utf-8")
+
+    def emulator_words(self):
+        """Further words of the emulator's command line."""
+        return []
 
     def __exit__(self, *_):
         if self.control is not None:

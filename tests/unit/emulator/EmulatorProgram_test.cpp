@@ -197,6 +197,34 @@ TEST(EmulatorProgram, AWaitHoldsUpItsOwnConnectionOnly) {
     EXPECT_EQ(answers[1].at("attribute"), "mute");
 }
 
+TEST(EmulatorProgram, ListensOnLoopbackTooWhenAsked) {
+    EmulatorProcess process({"--tcp", "0", "--plug"});
+    const std::string address = process.ready.at("tcp").get<std::string>();
+    LocalSocket overTcp = LocalSocket::connectTo(address);
+    ASSERT_TRUE(overTcp.isOpen()) << address;
+    EXPECT_EQ(linesOf(talk(overTcp, "unplug\n", 1))[0].at("ok"), true);
+    // Both ways lead to the same devices.
+    EXPECT_EQ(process.command("devices").at("devices")[0].at("plugged"), false);
+    EXPECT_FALSE(EmulatorProcess({}).ready.contains("tcp"));
+    process.signal(SIGTERM);
+    process.waitForEnd();
+    EXPECT_EQ(overTcp.waitReadable(10000), LocalSocket::Readiness::Closed);
+}
+
+TEST(EmulatorProgram, PortThatIsTakenOrIsNoneIsSaid) {
+    EmulatorProcess first({"--tcp", "0"});
+    const std::string port = first.ready.at("tcp").get<std::string>().substr(4);
+    const TestFolder folder;
+    const ProgramResult taken = emulator({"--socket", folder.file("other.sock"), "--tcp", port});
+    EXPECT_EQ(taken.status, 1);
+    EXPECT_NE(taken.errors.find("cannot listen at tcp:" + port), std::string::npos) << taken.errors;
+    EXPECT_FALSE(std::filesystem::exists(folder.file("other.sock")));
+    EXPECT_EQ(emulator({"--tcp", "65536"}).status, 2);
+    EXPECT_EQ(emulator({"--tcp", "many"}).status, 2);
+    EXPECT_FALSE(LocalSocket::connectTo("tcp:").isOpen());
+    EXPECT_FALSE(LocalSocket::connectTo("tcp:1x").isOpen());
+}
+
 TEST(EmulatorProgram, NonsenseOnTheSocketEndsOnlyThatConnection) {
     EmulatorProcess process({"--plug"});
     const auto isEnded = [](LocalSocket& socket) {

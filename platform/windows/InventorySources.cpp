@@ -1,0 +1,51 @@
+#include "platform/InventorySources.h"
+
+#include "platform/windows/AudioSessions.h"
+#include "platform/windows/IconExtraction.h"
+#include "platform/windows/VersionName.h"
+
+#include <QDir>
+#include <QFileIconProvider>
+#include <QFileInfo>
+#include <QPixmap>
+
+namespace {
+// Levels of folders that are searched for programs, the root among them.
+constexpr int kProgramDepth = 3;
+} // namespace
+
+QList<RawAudioSession> rawAudioSessions() {
+    return audioSessions(windowsAudioSystemCalls());
+}
+
+QString getFileDisplayName(const QString& path) {
+    return QString::fromStdWString(versionDisplayName(path.toStdWString()));
+}
+
+QImage runningProgramIcon(const QString& executablePath, std::uint32_t) {
+    return extractIcon(executablePath.toStdWString());
+}
+
+QList<InstalledProgram> installedPrograms() {
+    const QStringList roots{QStringLiteral("C:\\Program Files"), QStringLiteral("C:\\Program Files (x86)"),
+                            QDir::homePath() +
+                                QStringLiteral("/AppData/Roaming/Microsoft/Windows/Start Menu/Programs")};
+    QList<InstalledProgram> programs;
+    for (const QString& path : programFiles(roots, QStringLiteral("exe"), kProgramDepth)) {
+        const QString name = QFileInfo(path).completeBaseName();
+        programs.append({name, path, name, true});
+    }
+    return programs;
+}
+
+std::optional<QImage> installedProgramIcon(const QString& path) {
+    const QIcon icon = QFileIconProvider().icon(QFileInfo(path));
+    if (icon.isNull()) {
+        return std::nullopt;
+    }
+    return icon.pixmap(kIconFileSize, kIconFileSize).toImage();
+}
+
+bool makePrivateFolder(const QString& path) {
+    return QDir().mkpath(path);
+}

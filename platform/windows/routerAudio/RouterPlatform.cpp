@@ -1,0 +1,22 @@
+#include "platform/routerAudio/RouterPlatform.h"
+
+#include "platform/ThreadName.h"
+#include "platform/windows/routerAudio/CoreAudioEndpoints.h"
+#include "platform/windows/routerAudio/LoopbackCapture.h"
+#include "platform/windows/routerAudio/WasapiRenderChannel.h"
+#include "platform/windows/routerAudio/WindowsComApartment.h"
+
+RouterPlatform systemRouterPlatform() {
+    const AudioSystemCalls calls = windowsAudioSystemCalls();
+    RouterPlatform platform;
+    platform.com = std::make_shared<WindowsComApartment>(calls);
+    platform.endpoints = std::make_shared<CoreAudioEndpoints>(calls);
+    platform.makeProcessCapture = [calls](PerAppInputBuffers& buffers) {
+        return makeLoopbackCapture(buffers, calls);
+    };
+    platform.makeRenderChannel = [calls](std::uint32_t) {
+        return std::make_unique<WasapiRenderChannel>(calls);
+    };
+    platform.nameThisThread = nameThisThread;
+    return platform;
+}

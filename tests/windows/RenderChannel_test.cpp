@@ -1,0 +1,182 @@
+#include "platform/routerAudio/BusForwarder.h"
+#include "platform/routerAudio/EndpointClassification.h"
+#include "platform/windows/routerAudio/WasapiRenderChannel.h"
+#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+#include "tests/windows/SoundScene.h"
+
+#include <gtest/gtest.h>
+#include <iostream>
+#include <objbase.h>
+
+namespace {
+
+constexpr std::uint32_t kSource = 4242;
+constexpr float kAmplitude = 0.25f;
+// Half a decibel, in both directions.
+constexpr double kLowest = 0.236;
+constexpr double kHighest = 0.265;
+
+class RenderTest : public testing::Test {
+protected:
+    // Windows' own calls, with an answer to the question for the connectors of a device.
+    static AudioSystemCalls withConnectors(HRESULT result, UINT connectors) {
+        AudioSystemCalls calls = windowsAudioSystemCalls();
+        calls.connectorCount = [result, connectors](IMMDevice*, UINT* count) {
+            *count = connectors;
+            return result;
+        };
+        return calls;
+    }
+
+    static bool carries(const RecordedSink& sink, double leftHz, double rightHz) {
+        const double left = sink.amplitude(0, leftHz);
+        const double right = sink.amplitude(1, rightHz);
+        return left > kLowest && left < kHighest && right > kLowest && right < kHighest &&
+               sink.amplitude(0, rightHz) < 0.01 && sink.amplitude(1, leftHz) < 0.01;
+    }
+
+    static std::string levels(const RecordedSink& sink, double leftHz, double rightHz) {
+        return "left " + std::to_string(sink.amplitude(0, leftHz)) + ", right " +
+               std::to_string(sink.amplitude(1, rightHz)) + ", crossed " +
+               std::to_string(sink.amplitude(0, rightHz)) + " and " +
+               std::to_string(sink.amplitude(1, leftHz));
+    }
+
+    SoundScene scene;
+};
+
+} // namespace
+
+TEST_F(RenderTest, BusChannelPlaysBothChannelsAtTheirLevelIntoAVirtualEndpoint) {
+    scene.addSource(kSource);
+    const TonePlayer player(scene.buffers, kSource, 1000, 1500, kAmplitude);
+    const RouterPlatform platform = platformOver(windowsAudioSystemCalls());
+    RouterLogCapture log;
+    BusForwarder forwarder(platform, scene.buffers);
+    forwarder.setBus1Device(L"virtual CABLE");
+    ASSERT_TRUE(forwarder.start());
+    const RecordedSink sink("cable");
+    EXPECT_TRUE(comesTrue([&] { return carries(sink, 1000, 1500); })) << levels(sink, 1000, 1500);
+    forwarder.stop();
+    const auto silent = [&] {
+        return sink.amplitude(0, 1000) < 1e-4;
+    };
+    EXPECT_TRUE(comesTrue(silent)) << sink.amplitude(0, 1000);
+    EXPECT_TRUE(log.contains(L"[BusForwarder] Using device format: 48000 Hz, 2 ch, 32 bits"));
+}
+
+TEST_F(RenderTest, SoloPlaysOnAnEndpointWhoseTopologyHasAConnector) {
+    scene.addSource(kSource);
+    const TonePlayer player(scene.buffers, kSource, 700, 1100, kAmplitude);
+    const RouterPlatform platform = platformOver(withConnectors(S_OK, 1));
+    RouterLogCapture log;
+    BusForwarder forwarder(platform, scene.buffers);
+    forwarder.setSoloDevice(GetDefaultDeviceGuid(*platform.endpoints));
+    ASSERT_TRUE(forwarder.start());
+    const RecordedSink sink("speakers");
+    EXPECT_TRUE(comesTrue([&] { return carries(sink, 700, 1100); })) << levels(sink, 700, 1100);
+    forwarder.stop();
+    EXPECT_TRUE(log.contains(L"[BusForwarder] Solo thread started successfully."));
+}
+
+TEST_F(RenderTest, WithoutATopologyNothingIsHardwareAndSoloStaysOff) {
+    const RouterPlatform platform = platformOver(withConnectors(E_NOINTERFACE, 0));
+    RouterLogCapture log;
+    EXPECT_EQ(FindFirstRealHardwareDevice(*platform.endpoints, true), L"");
+    BusForwarder forwarder(platform, scene.buffers);
+    forwarder.setSoloDevice(GetDefaultDeviceGuid(*platform.endpoints));
+    EXPECT_TRUE(forwarder.start());
+    EXPECT_TRUE(log.contains(L"[BusForwarder] Failed to initialize Solo thread."));
+}
+
+TEST_F(RenderTest, EndpointAtAnotherRateShiftsThePitchByTheRatioOfTheRates) {
+    scene.addSource(kSource);
+    const TonePlayer player(scene.buffers, kSource, 1000, 1000, kAmplitude);
+    const RouterPlatform platform = platformOver(windowsAudioSystemCalls());
+    RouterLogCapture log;
+    BusForwarder forwarder(platform, scene.buffers);
+    forwarder.setBus2Device(L"old virtual");
+    ASSERT_TRUE(forwarder.start());
+    const RecordedSink sink("old", 2, 44100);
+    EXPECT_TRUE(comesTrue([&] { return sink.amplitude(0, 1000 * 44100.0 / 48000) > kLowest; }))
+        << sink.amplitude(0, 1000 * 44100.0 / 48000) << ", unshifted " << sink.amplitude(0, 1000);
+    forwarder.stop();
+    EXPECT_TRUE(log.contains(L"[BusForwarder] Using device format: 44100 Hz, 2 ch, 32 bits"));
+}
+
+TEST_F(RenderTest, EndpointWithSixChannelsIsOpenedWithTwo) {
+    scene.addSource(kSource);
+    const TonePlayer player(scene.buffers, kSource, 900, 1300, kAmplitude);
+    const RouterPlatform platform = platformOver(windowsAudioSystemCalls());
+    RouterLogCapture log;
+    BusForwarder forwarder(platform, scene.buffers);
+    forwarder.setBus1Device(L"surround");
+    ASSERT_TRUE(forwarder.start());
+    const RecordedSink sink("six", 6);
+    EXPECT_TRUE(comesTrue([&] { return sink.amplitude(0, 900) > 0.1 && sink.amplitude(1, 1300) > 0.1; }))
+        << levels(sink, 900, 1300);
+    forwarder.stop();
+    EXPECT_TRUE(log.contains(L"[BusForwarder] Using device format: 48000 Hz, 2 ch, 32 bits"));
+}
+
+TEST_F(RenderTest, CaptureEndpointFailsAtGetService) {
+    const AudioEndpointPointer microphone = endpointNamed(EndpointFlow::Capture, L"Cable Microphone");
+    ASSERT_NE(microphone, nullptr);
+    RouterLogCapture log;
+    WasapiRenderChannel channel(windowsAudioSystemCalls());
+    EXPECT_FALSE(channel.open(*microphone));
+    const Lines lines = log.take();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back(), L"[BusForwarder] GetService failed: 0x88890003");
+}
+
+TEST_F(RenderTest, EndpointRemovedWhilePlayingLeavesAThreadThatStopEnds) {
+    scene.addSource(kSource);
+    const TonePlayer player(scene.buffers, kSource, 1000, 1000, kAmplitude);
+    const RouterPlatform platform = platformOver(windowsAudioSystemCalls());
+    BusForwarder forwarder(platform, scene.buffers);
+    forwarder.setBus1Device(L"plugged");
+    ASSERT_TRUE(forwarder.start());
+    const RecordedSink sink("plug");
+    ASSERT_TRUE(comesTrue([&] { return sink.amplitude(0, 1000) > kLowest; }));
+    ASSERT_TRUE(unloadSink("plug"));
+    const auto before = std::chrono::steady_clock::now();
+    forwarder.stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
+}
+
+TEST_F(RenderTest, CallbackWithEightSourcesTakesLessThanAFifthOfItsPeriod) {
+    std::vector<std::unique_ptr<TonePlayer>> players;
+    for (std::uint32_t source = 0; source < 8; ++source) {
+        scene.addSource(kSource + source);
+        players.push_back(
+            std::make_unique<TonePlayer>(scene.buffers, kSource + source, 200 + 50 * source, 300, 0.05f));
+    }
+    const AudioEndpointPointer speakers = endpointNamed(EndpointFlow::Render, L"Speakers");
+    ASSERT_NE(speakers, nullptr);
+    WasapiRenderChannel channel(windowsAudioSystemCalls());
+    ASSERT_TRUE(channel.open(*speakers));
+
+    using Clock = std::chrono::steady_clock;
+    std::atomic<bool> running{true};
+    std::atomic<std::uint64_t> callbacks{0};
+    std::atomic<std::uint64_t> frames{0};
+    std::atomic<std::int64_t> spentNs{0};
+    std::thread thread([&] {
+        channel.run(running, [&](float* output, std::uint32_t count) {
+            const auto before = Clock::now();
+            scene.buffers.mixBus(output, count, 1);
+            spentNs += std::chrono::nanoseconds(Clock::now() - before).count();
+            frames += count;
+            ++callbacks;
+        });
+    });
+    EXPECT_TRUE(comesTrue([&] { return callbacks > 100; }));
+    running = false;
+    channel.wake();
+    thread.join();
+    const double share = static_cast<double>(spentNs) / (static_cast<double>(frames) / 48000 * 1e9);
+    std::cout << "render callback, 8 sources: " << 100 * share << " % of its period (" << callbacks
+              << " callbacks of " << frames / callbacks << " frames)\n";
+    EXPECT_LT(share, 0.2);
+}

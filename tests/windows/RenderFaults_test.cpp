@@ -1,0 +1,132 @@
+#include "platform/windows/routerAudio/WasapiRenderChannel.h"
+#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+#include "tests/windows/ScriptedAudio.h"
+#include "tests/windows/SoundScene.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class RenderFaultsTest : public testing::Test {
+protected:
+    void SetUp() override {
+        speakers = endpointNamed(EndpointFlow::Render, L"Speakers");
+        ASSERT_NE(speakers, nullptr);
+    }
+
+    SoundScene scene;
+    AudioEndpointPointer speakers;
+};
+
+// A call that fails while an endpoint is opened, and the line that says so.
+struct OpenFault {
+    const char* call;
+    HRESULT failure;
+    const wchar_t* line;
+};
+
+constexpr HRESULT kInvalidated = static_cast<HRESULT>(0x88890004);
+
+const OpenFault kOpenFaults[] = {
+    {"Activate", static_cast<HRESULT>(0x80070005), L"[BusForwarder] Activate failed: 0x80070005"},
+    {"Initialize", kInvalidated, L"[BusForwarder] Initialize failed: 0x88890004"},
+    {"GetService", kInvalidated, L"[BusForwarder] GetService failed: 0x88890004"},
+    {"GetBufferSize", kInvalidated, L"[BusForwarder] GetBufferSize failed: 0x88890004"},
+    {"CreateEvent", static_cast<HRESULT>(0x80070008), L"[BusForwarder] Event create failed: 0x80070008"},
+    {"SetEventHandle", kInvalidated, L"[BusForwarder] SetEventHandle failed: 0x88890004"},
+};
+
+} // namespace
+
+TEST_F(RenderFaultsTest, EachCallThatFailsAtOpeningHasItsLineAndLeavesTheOutputOff) {
+    for (const OpenFault& fault : kOpenFaults) {
+        SCOPED_TRACE(fault.call);
+        const auto script = std::make_shared<AudioScript>();
+        script->fail(fault.call, fault.failure);
+        RouterLogCapture log;
+        WasapiRenderChannel channel(scriptedCalls(script));
+        EXPECT_FALSE(channel.open(scriptedEndpoint(script, *speakers)));
+        const Lines lines = log.take();
+        ASSERT_FALSE(lines.empty());
+        EXPECT_EQ(lines.back(), fault.line);
+        EXPECT_EQ(script->count("Start"), 0);
+    }
+}
+
+TEST_F(RenderFaultsTest, WithoutAMixFormatTheDefaultFormatIsUsedAndSaid) {
+    const auto script = std::make_shared<AudioScript>();
+    script->fail("GetMixFormat", E_NOTIMPL);
+    RouterLogCapture log;
+    WasapiRenderChannel channel(scriptedCalls(script));
+    EXPECT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
+    EXPECT_EQ(
+        log.take(),
+        Lines{L"[BusForwarder] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit "
+              L"float)"});
+    EXPECT_EQ(script->streamFlags, 0x88040000u);
+    EXPECT_EQ(script->bufferDuration, 1500000);
+}
+
+TEST_F(RenderFaultsTest, EndpointWithoutADeviceFailsAtActivation) {
+    RouterLogCapture log;
+    WasapiRenderChannel channel(windowsAudioSystemCalls());
+    EXPECT_FALSE(channel.open(AudioEndpoint{}));
+    EXPECT_EQ(log.take(), Lines{L"[BusForwarder] Activate failed: 0x80004003"});
+}
+
+TEST_F(RenderFaultsTest, ClientThatDoesNotStartEndsTheThreadWithItsLineAndGivesTheSchedulingBack) {
+    const auto script = std::make_shared<AudioScript>();
+    script->fail("Start", kInvalidated);
+    RouterLogCapture log;
+    WasapiRenderChannel channel(scriptedCalls(script));
+    ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
+    const std::atomic<bool> running{true};
+    int calls = 0;
+    std::thread thread([&] { channel.run(running, [&](float*, std::uint32_t) { ++calls; }); });
+    thread.join();
+    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(log.take().back(), L"[BusForwarder] Start failed: 0x88890004");
+    EXPECT_EQ(script->count("AvRevertMmThreadCharacteristics"), script->count("AvSetMmThreadPriority"));
+}
+
+TEST_F(RenderFaultsTest, FailureOfSchedulingIsNoFailureOfTheThread) {
+    for (const char* const call : {"AvSetMmThreadCharacteristicsW", "AvSetMmThreadPriority"}) {
+        SCOPED_TRACE(call);
+        const auto script = std::make_shared<AudioScript>();
+        script->fail(call, E_FAIL);
+        WasapiRenderChannel channel(scriptedCalls(script));
+        ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
+        std::atomic<bool> running{true};
+        std::atomic<int> calls{0};
+        std::thread thread([&] { channel.run(running, [&](float*, std::uint32_t) { ++calls; }); });
+        EXPECT_TRUE(comesTrue([&] { return calls > 2; }));
+        running = false;
+        channel.wake();
+        thread.join();
+    }
+}
+
+TEST_F(RenderFaultsTest, FailuresWhilePlayingGoBackToWaitingWithoutALine) {
+    for (const char* const call : {"GetCurrentPadding", "GetBuffer"}) {
+        SCOPED_TRACE(call);
+        const auto script = std::make_shared<AudioScript>();
+        script->fail(call, kInvalidated, 2);
+        WasapiRenderChannel channel(scriptedCalls(script));
+        ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
+        RouterLogCapture log;
+        std::atomic<bool> running{true};
+        std::atomic<int> calls{0};
+        std::thread thread([&] { channel.run(running, [&](float*, std::uint32_t) { ++calls; }); });
+        EXPECT_TRUE(comesTrue([&] {
+            // An endpoint that gets nothing any more may fall silent: its event is given by hand.
+            channel.wake();
+            return script->count(call) > 5;
+        }));
+        EXPECT_EQ(calls, 1);
+        running = false;
+        channel.wake();
+        thread.join();
+        EXPECT_TRUE(log.take().empty());
+        EXPECT_EQ(script->count("Stop"), 1);
+    }
+}

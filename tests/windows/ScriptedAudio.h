@@ -1,0 +1,64 @@
+#pragma once
+
+// COM objects that stand before the real ones of Core Audio and hand every call on, unless a test wrote down
+// that it fails. They note what they were asked.
+
+#include "platform/routerAudio/AudioEndpoint.h"
+#include "platform/windows/routerAudio/AudioSystemCalls.h"
+
+#include <atomic>
+#include <audioclient.h>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mmdeviceapi.h>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+#include <wrl/client.h>
+
+/// What the calls of one test shall answer, and what they were given. Any thread.
+class AudioScript {
+public:
+    /// Lets the call of this name, such as "Initialize" or "MFStartup", fail from its `nth` time on.
+    void fail(const std::string& call, HRESULT result, int nth = 1);
+    /// Counts a call; its failure where it shall fail.
+    [[nodiscard]] std::optional<HRESULT> meet(const std::string& call);
+    /// How often the call came.
+    [[nodiscard]] int count(const std::string& call) const;
+
+    /// Of the last Initialize.
+    std::atomic<DWORD> streamFlags{0};
+    std::atomic<std::int64_t> bufferDuration{0};
+    /// Of the last activation: path, type of the variant, its bytes.
+    std::wstring activationPath;
+    VARTYPE activationType = VT_EMPTY;
+    std::vector<std::uint8_t> activationBytes;
+    /// Calls of operator new on the draining thread between the packets' GetBuffer and ReleaseBuffer, one
+    /// number for each packet.
+    [[nodiscard]] std::vector<std::uint64_t> allocationsOfPackets() const;
+    void noteAllocations(std::uint64_t allocations);
+
+private:
+    mutable std::mutex mutex;
+    std::map<std::string, std::pair<HRESULT, int>> failures;
+    std::map<std::string, int> counts;
+    std::vector<std::uint64_t> allocations;
+};
+
+/// Calls of operator new on the calling thread so far.
+[[nodiscard]] std::uint64_t allocationsOfThisThread();
+
+/// Windows' calls, with those that the script names failing.
+[[nodiscard]] AudioSystemCalls scriptedCalls(const std::shared_ptr<AudioScript>& script);
+
+/// The same, and a process loopback that is the client of a capture endpoint: it is asked without the
+/// loopback flag, which only an output knows. Completion comes on a thread of its own, as with the platform.
+[[nodiscard]] AudioSystemCalls callsWithProcessLoopback(const std::shared_ptr<AudioScript>& script,
+                                                        const AudioEndpointPointer& microphone);
+
+/// The endpoint with a device that hands calls on to its own.
+[[nodiscard]] AudioEndpoint scriptedEndpoint(const std::shared_ptr<AudioScript>& script,
+                                             const AudioEndpoint& endpoint);

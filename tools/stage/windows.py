@@ -1,0 +1,113 @@
+"""A stage for the program for Windows: the same virtual display and emulator, the program under Wine.
+
+The program's folder is that of "cmake --install", with the drop-in hidapi in the real one's place. Its controls are
+read through UI Automation (tests/windows/uiReader.cpp). Registry and drive are those of a Wine prefix of the cache,
+which one stage at a time uses, and whose store of settings is empty at the start.
+
+    with WindowsStage(build, native_build, ["r2"]) as stage:
+        program = stage.start_program()
+"""
+
+import fcntl
+import json
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+
+from stage import Program, Stage
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+WINE = ROOT / "tools" / "windows" / "wine"
+STORE_KEY = r"HKCU\Software\Vexo Deck"
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+class WindowsStage(Stage):
+    def __init__(self, build, native_build, models=("r2",), **words):
+        super().__init__(native_build, models, **words)
+        self.windows_build = pathlib.Path(build).resolve()
+        self.cache = pathlib.Path(os.environ.get("VEXO_CACHE", os.path.expanduser("~/.cache/vexo-deck")))
+        self.prefix = self.cache / "wine-stage"
+        self.reader = None
+
+    def _start(self):
+        self.cache.mkdir(parents=True, exist_ok=True)
+        self.lock = open(f"{self.prefix}.stage", "w")
+        fcntl.flock(self.lock, fcntl.LOCK_EX)
+        super()._start()
+        self.program_folder = self.folder / "VexoDeck"
+        subprocess.run(["cmake", "--install", str(self.windows_build), "--prefix", str(self.windows_build / "folder")],
+                       check=True, capture_output=True)
+        # Linked, but for the one file that is another.
+        shutil.copytree(self.windows_build / "folder", self.program_folder, copy_function=os.symlink)
+        hidapi = self.program_folder / "libhidapi.dll"
+        hidapi.unlink()
+        hidapi.symlink_to(self.windows_build / "emulator" / "hidapi" / "libhidapi.dll")
+        self.wine("reg", "delete", STORE_KEY, "/f", check=False)
+
+    def _start_bus(self):
+        # Wine's programs use no session bus.
+        pass
+
+    def _start_emulator(self):
+        self.env.update(WINEPREFIX=str(self.prefix), VEXO_CACHE=str(self.cache))
+        super()._start_emulator()
+
+    def emulator_words(self):
+        return ["--tcp", "0"]
+
+    def __exit__(self, *words):
+        try:
+            if self.reader is not None:
+                self.reader.stdin.close()
+            subprocess.run(["wineserver", "--kill"], env=dict(os.environ, WINEPREFIX=str(self.prefix)), capture_output=True)
+        finally:
+            super().__exit__(*words)
+            self.lock.close()
+
+    def wine(self, *words, check=True):
+        result = subprocess.run([str(WINE), *words], env=self.env, capture_output=True, timeout=120)
+        if check and result.returncode != 0:
+            raise AssertionError(f"{' '.join(words)}: {result.returncode}\n{result.stderr.decode(errors='replace')}")
+        return result.stdout.decode("utf-8", errors="replace")
+
+    def start_program(self, environment=None):
+        env = dict(self.env, VEXO_EMULATOR_SOCKET=self.emulator_ready["tcp"], **(environment or {}))
+        program = Program([str(WINE), str(self.program_folder / "VexoDeck.exe")], env,
+                          self.folder / f"program-{len(self.programs)}.log")
+        self.programs.append(program)
+        return program
+
+    def end_program(self, program, sign=signal.SIGKILL):
+        return super().end_program(program, sign)
+
+    def stored(self):
+        """The store of settings, as the registry tells it: text by key."""
+        values = {}
+        for line in self.wine("reg", "query", STORE_KEY, "/s", check=False).splitlines():
+            words = line.strip().split(None, 2)
+            if len(words) >= 2 and words[1].startswith("REG_"):
+                values[words[0]] = words[2] if len(words) == 3 else ""
+        return values
+
+    def _ui(self, *words, limit=60):
+        # The reader stays: starting a program under Wine takes longer than reading the screen.
+        if self.reader is None:
+            command = [str(WINE), str(self.windows_build / "tests" / "windows" / "uiReader.exe"), "Vexo Deck"]
+            self.reader = subprocess.Popen(command, env=self.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+            self.processes.append(self.reader)
+        self.reader.stdin.write(b"\n")
+        self.reader.stdin.flush()
+        line = self.reader.stdout.readline()
+        if not line:
+            raise AssertionError(f"reading the screen failed: {self.reader.wait(limit)}")
+        controls = json.loads(line.decode("utf-8"))
+        for control in controls:
+            control["states"] = [] if control.pop("offscreen") else ["showing", "visible"]
+            control["value"] = None
+        return controls

@@ -1,0 +1,11 @@
+# Found as package GTest by the preset windows: builds GoogleTest for the target system.
+if(NOT TARGET GTest::gtest)
+    set(sources /usr/src/googletest/googletest)
+    add_library(vexo_googletest STATIC EXCLUDE_FROM_ALL "${sources}/src/gtest-all.cc")
+    target_include_directories(vexo_googletest SYSTEM PUBLIC "${sources}/include" PRIVATE "${sources}")
+    add_library(vexo_googletest_main STATIC EXCLUDE_FROM_ALL "${sources}/src/gtest_main.cc")
+    target_link_libraries(vexo_googletest_main PUBLIC vexo_googletest)
+    set_target_properties(vexo_googletest vexo_googletest_main PROPERTIES AUTOMOC OFF)
+    add_library(GTest::gtest ALIAS vexo_googletest)
+    add_library(GTest::gtest_main ALIAS vexo_googletest_main)
+endif()
