@@ -101,6 +101,10 @@ void FBiquadChain::processBlock(float* block, std::size_t frameCount) {
         }
     }
     cascade.run(block, frameCount);
+    clearNonFinite();
+}
+
+void FBiquadChain::clearNonFinite() {
     for (FBiquadFilter& filter : filters) {
         for (FBiquad& section : filter.channelSections()) {
             if (!isFinite(section)) {
