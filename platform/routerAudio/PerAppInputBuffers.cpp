@@ -1,5 +1,6 @@
 #include "platform/routerAudio/PerAppInputBuffers.h"
 
+#include "audio/DenormalsAreZero.h"
 #include "platform/routerAudio/AppAudioConfigStore.h"
 #include "platform/routerAudio/LockedIds.h"
 #include "platform/routerAudio/MixKernels.h"
@@ -70,6 +71,7 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
     if (!config.active) {
         return;
     }
+    const DenormalsAreZero mode;
     PacketScratch& scratch = packetScratch();
     const std::span<const float> converted = convertToStereoFloat(data, byteCount, format, scratch.converted);
     if (converted.empty()) {
@@ -130,6 +132,7 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
 }
 
 void PerAppInputBuffers::updateBusLevels() {
+    const DenormalsAreZero mode;
     const std::lock_guard lock(mutex);
     std::array<StereoLevel, 2> sums;
     for (std::size_t bus = 0; bus < sums.size(); ++bus) {
@@ -180,6 +183,7 @@ void PerAppInputBuffers::addBus(const BusRings& busRings,
 }
 
 void PerAppInputBuffers::mixBus(float* output, std::uint32_t frames, std::uint32_t bus) {
+    const DenormalsAreZero mode;
     // The mix grows in the output itself.
     const std::span<float> mix(output, std::size_t{frames} * 2);
     std::ranges::fill(mix, 0.0f);
@@ -191,6 +195,7 @@ void PerAppInputBuffers::mixBus(float* output, std::uint32_t frames, std::uint32
 }
 
 void PerAppInputBuffers::mixSolo(float* output, std::uint32_t frames) {
+    const DenormalsAreZero mode;
     const std::span<float> mix(output, std::size_t{frames} * 2);
     std::ranges::fill(mix, 0.0f);
     const std::lock_guard lock(mutex);

@@ -99,9 +99,9 @@ TEST(ApplyGainAndLimit, AnyBlockEqualsTheScalarReference) {
         const float gain = gains[random() % std::size(gains)];
         std::vector<float> expected(samples);
         for (float& sample : expected) {
-            sample = reference::softLimit(sample * gain);
+            // The definition lets a NaN through.
+            sample = std::isnan(sample * gain) ? 0.0f : reference::softLimit(sample * gain);
         }
-        silenceNotANumber(expected);
         ASSERT_EQ(firstDifference(limited(samples, gain), expected), "")
             << "seed " << seed << ", round " << round << ", gain " << gain;
     }

@@ -493,6 +493,22 @@ TEST_F(PerAppInputBuffersTest, AbsurdVolumesStayInRangeAndLeaveWithTheRecord) {
     }
 }
 
+TEST_F(PerAppInputBuffersTest, NumbersBelowTheSmallestNormalFloatAreSilenceAndTheThreadsModeIsItsOwn) {
+    constexpr float kSmallest = std::numeric_limits<float>::min();
+    AppAudioConfig config = onBothBuses(20);
+    config.input2Volume = 0.5f;
+    config.solo = true;
+    put(config);
+    feed(20, {kSmallest, kSmallest / 2, 0.25f, -kSmallest});
+    EXPECT_EQ(bus(1, 2), (std::vector<float>{kSmallest, 0.0f, 0.25f, -kSmallest}));
+    EXPECT_EQ(bus(2, 2), (std::vector<float>{0.0f, 0.0f, 0.125f, 0.0f}));
+    EXPECT_EQ(solo(2), (std::vector<float>{kSmallest, 0.0f, 0.25f, -kSmallest}));
+    buffers.updateBusLevels();
+    volatile float half = kSmallest;
+    half = half / 2;
+    EXPECT_GT(half, 0.0f); // the calling thread's own numbers are as before
+}
+
 TEST_F(PerAppInputBuffersTest, NegativeVolumeTurnsTheSignalOver) {
     AppAudioConfig config = onBothBuses(20);
     config.input1Volume = -0.5f;
