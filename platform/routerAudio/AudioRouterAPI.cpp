@@ -175,8 +175,8 @@ void AudioRouterAPI::startMissingCapture(std::uint32_t processId) {
         result = capture->startCapture(processId, true);
     }
     if (failed(result)) {
-        routerLog(L"[ERROR] Failed to start capture for PID: " + std::to_wstring(processId) + L" (HRESULT: " +
-                  hexText(result) + L")");
+        routerLog(L"[ERROR] Failed to start capture for PID: " + std::to_wstring(processId) +
+                  L" (HRESULT: 0x" + hexDigits(result) + L")");
         return;
     }
     captures.emplace(processId, capture);

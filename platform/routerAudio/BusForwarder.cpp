@@ -180,7 +180,7 @@ AudioEndpointPointer BusForwarder::findBusEndpoint(const std::wstring& target, b
                 routerLog(L"[BusForwarder] Found virtual input device (microphone): " + name);
                 return endpoint;
             }
-            routerLog(L"[BusForwarder] eCapture device activation failed: " + hexText(probed) +
+            routerLog(L"[BusForwarder] eCapture device activation failed: 0x" + hexDigits(probed) +
                       L" for device: " + name + L", continuing search...");
         }
     }

@@ -195,8 +195,9 @@ std::wstring FindDeviceGuidByNameOrGuid(AudioEndpointSystem& system, const std::
             const std::wstring name = GetDeviceFriendlyName(endpoint.get());
             if (contains(lowerCased(name), wanted)) {
                 std::wstring guid = GetDeviceId(endpoint.get());
-                routerLog(L"[FindDeviceGuidByNameOrGuid] Found device by name: \"" + name + L"\" -> GUID: " +
-                          guid);
+                std::wstring line = L"[FindDeviceGuidByNameOrGuid] Found device by name: \"";
+                line.append(name).append(L"\" -> GUID: ").append(guid);
+                routerLog(line);
                 return guid;
             }
         }
@@ -215,11 +216,11 @@ bool SetDefaultAudioDevice(AudioEndpointSystem& system, ComApartment& com, const
     const EndpointFlow flow = isRender ? EndpointFlow::Render : EndpointFlow::Capture;
     const EndpointEnumeration list = system.activeEndpoints(flow);
     if (list.reached == EnumerationStep::Enumerator) {
-        routerLog(L"[SetDefaultAudioDevice] Failed to create device enumerator: " + hexText(list.result));
+        routerLog(L"[SetDefaultAudioDevice] Failed to create device enumerator: 0x" + hexDigits(list.result));
         return false;
     }
     if (list.reached != EnumerationStep::Done) {
-        routerLog(L"[SetDefaultAudioDevice] Failed to enumerate devices: " + hexText(list.result));
+        routerLog(L"[SetDefaultAudioDevice] Failed to enumerate devices: 0x" + hexDigits(list.result));
         return false;
     }
     const std::wstring wanted = lowerCased(deviceGuid);
@@ -238,12 +239,12 @@ bool SetDefaultAudioDevice(AudioEndpointSystem& system, ComApartment& com, const
     const SetDefaultOutcome outcome = system.setDefaultEndpoint(flow, endpoint);
     switch (outcome.reached) {
     case SetDefaultStep::Policy:
-        routerLog(L"[SetDefaultAudioDevice] Failed to create IPolicyConfig: " + hexText(outcome.result));
+        routerLog(L"[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x" + hexDigits(outcome.result));
         routerLog(L"[SetDefaultAudioDevice] Note: This operation may require administrator privileges");
         routerLog(L"[SetDefaultAudioDevice] Note: Make sure polstore.dll is available on your system");
         return false;
     case SetDefaultStep::Set:
-        routerLog(L"[SetDefaultAudioDevice] Failed to set default endpoint: " + hexText(outcome.result));
+        routerLog(L"[SetDefaultAudioDevice] Failed to set default endpoint: 0x" + hexDigits(outcome.result));
         routerLog(L"[SetDefaultAudioDevice] Error code: " + std::to_wstring(outcome.result));
         return false;
     case SetDefaultStep::Done:

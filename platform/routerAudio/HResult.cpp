@@ -2,8 +2,8 @@
 
 #include <sstream>
 
-std::wstring hexText(HResult result) {
+std::wstring hexDigits(HResult result) {
     std::wostringstream text;
-    text << L"0x" << std::hex << static_cast<std::uint32_t>(result);
+    text << std::hex << static_cast<std::uint32_t>(result);
     return text.str();
 }

@@ -30,5 +30,5 @@ inline constexpr HResult kHResultServiceNotRunning = hresult(0x88890010); ///< A
     return result < 0;
 }
 
-/// "0x" and the code's hexadecimal digits, in lower case and without leading zeros.
-[[nodiscard]] std::wstring hexText(HResult result);
+/// The code's hexadecimal digits, in lower case and without leading zeros; lines write "0x" before them.
+[[nodiscard]] std::wstring hexDigits(HResult result);

@@ -10,7 +10,7 @@ void logCaptureFormat(const WaveFormat& format) {
 }
 
 void logDefaultCaptureFormat(HResult result) {
-    routerLog(L"[WARNING] GetMixFormat failed (" + hexText(result) +
+    routerLog(L"[WARNING] GetMixFormat failed (0x" + hexDigits(result) +
               L"), using default format (48000 Hz, 32-bit float)");
 }
 

@@ -30,7 +30,7 @@ const wchar_t* nameOf(RenderStep step) {
 
 RenderFormat chooseRenderFormat(HResult result, const std::optional<RenderFormat>& mixFormat) {
     if (failed(result) || !mixFormat) {
-        routerLog(L"[BusForwarder] GetMixFormat failed (" + hexText(result) +
+        routerLog(L"[BusForwarder] GetMixFormat failed (0x" + hexDigits(result) +
                   L"), using default format (48000 Hz, 32-bit float)");
         return {floatWaveFormat(2, 48000), 384000, 0};
     }
@@ -55,5 +55,5 @@ RenderFormat chooseRenderFormat(HResult result, const std::optional<RenderFormat
 }
 
 void logRenderFailure(RenderStep step, HResult result) {
-    routerLog(L"[BusForwarder] " + std::wstring(nameOf(step)) + L" failed: " + hexText(result));
+    routerLog(L"[BusForwarder] " + std::wstring(nameOf(step)) + L" failed: 0x" + hexDigits(result));
 }

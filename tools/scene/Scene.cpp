@@ -177,7 +177,7 @@ public:
         if (!found->value) {
             throw Wrong(quoted(key) + " needs a value");
         }
-        std::string text = *found->value;
+        std::optional<std::string> text = std::move(found->value);
         words.erase(found);
         return text;
     }
@@ -321,7 +321,7 @@ private:
                     static_cast<double>(wholeNumber(*noise, 0, std::numeric_limits<std::uint32_t>::max())),
                     std::move(levels), format};
         }
-        return {SceneSound::Kind::Constant, numberOf(*constant), std::move(levels), format};
+        return {SceneSound::Kind::Constant, numberOf(constant.value_or("")), std::move(levels), format};
     }
 
     static WaveFormat readFormat(Arguments& arguments) {

@@ -19,6 +19,7 @@ namespace {
 constexpr int kWidth = 1200;
 constexpr int kLabelWidth = 190;
 constexpr int kMargin = 16;
+constexpr int kRightMargin = 32; // room for half of the last mark's text
 constexpr int kAxisHeight = 24;
 constexpr int kMeterHeight = 44;
 constexpr int kWaveHeight = 76; // of one channel
@@ -88,7 +89,7 @@ private:
     }
 
     [[nodiscard]] static int plotLeft() { return kMargin + kLabelWidth; }
-    [[nodiscard]] static int plotWidth() { return kWidth - kMargin - plotLeft(); }
+    [[nodiscard]] static int plotWidth() { return kWidth - kRightMargin - plotLeft(); }
     [[nodiscard]] double xOf(std::uint64_t frame) const {
         return plotLeft() +
                plotWidth() * static_cast<double>(frame) / static_cast<double>(scene.lengthFrames);

@@ -70,11 +70,12 @@ std::vector<std::byte> SceneSound::read(std::uint64_t firstFrame, std::uint32_t 
         return {data.begin() + static_cast<std::ptrdiff_t>(from * align),
                 data.begin() + static_cast<std::ptrdiff_t>(to * align)};
     }
+    const std::size_t sampleSize = wave.bitsPerSample / 8u;
     std::vector<std::byte> bytes(frameCount * align);
     for (std::uint32_t frame = 0; frame < frameCount; ++frame) {
         for (std::uint16_t channel = 0; channel < wave.channels; ++channel) {
-            store(bytes.data() + frame * align + channel * (wave.bitsPerSample / 8u),
-                  sample(firstFrame + frame, channel), wave);
+            store(bytes.data() + frame * align + channel * sampleSize, sample(firstFrame + frame, channel),
+                  wave);
         }
     }
     return bytes;

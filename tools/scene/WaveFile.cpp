@@ -72,8 +72,8 @@ WaveFile readWaveFile(const std::filesystem::path& path) {
             }
             // A file that was cut off is read as far as it goes.
             const std::size_t whole = std::min(size, available) / wave.format.blockAlign;
-            wave.data.resize(whole * wave.format.blockAlign);
-            std::memcpy(wave.data.data(), bytes.data() + content, wave.data.size());
+            const auto* const first = reinterpret_cast<const std::byte*>(bytes.data() + content);
+            wave.data.assign(first, first + whole * wave.format.blockAlign);
             return wave;
         }
         // Chunks begin at even positions.

@@ -7,6 +7,7 @@
 
 #include <QGuiApplication>
 
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -44,12 +45,8 @@ int run(const std::filesystem::path& scenePath, const std::filesystem::path& fol
         return fail(folder.string() + ": " + error.message());
     }
     const RenderedScene rendered = renderScene(scene);
-    try {
-        for (const RenderedOutput& output : rendered.outputs) {
-            writeWaveFile(folder / fileNameOf(output), output.stereo, output.sampleRate);
-        }
-    } catch (const WaveFileError& wrong) {
-        return fail(wrong.what());
+    for (const RenderedOutput& output : rendered.outputs) {
+        writeWaveFile(folder / fileNameOf(output), output.stereo, output.sampleRate);
     }
     const std::filesystem::path picture = folder / "scene.png";
     if (!drawScene(scene, rendered).save(QString::fromStdString(picture.string()))) {
@@ -69,5 +66,9 @@ int main(int argc, char* argv[]) {
     if (argc != 3) {
         return fail("usage: vexo-mixer-scene SCENE FOLDER");
     }
-    return run(argv[1], argv[2]);
+    try {
+        return run(argv[1], argv[2]);
+    } catch (const std::exception& error) {
+        return fail(error.what());
+    }
 }

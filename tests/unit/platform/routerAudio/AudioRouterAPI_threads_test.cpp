@@ -9,7 +9,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <cstdio>
+#include <iostream>
 #include <thread>
 
 namespace {
@@ -80,9 +80,9 @@ public:
     [[nodiscard]] bool open(const AudioEndpoint& /*endpoint*/) override { return true; }
     void run(const std::atomic<bool>& running, const RenderCallback& render) override {
         Random random(static_cast<std::uint32_t>(index));
-        std::vector<float> output(2 * 960);
+        std::vector<float> output(2 * std::size_t{960});
         while (running) {
-            const std::span<float> block = std::span(output).first(2 * (1 + random() % 960));
+            const std::span<float> block = std::span(output).first(2 * std::size_t{1 + random() % 960});
             render(block.data(), static_cast<std::uint32_t>(block.size() / 2));
             expectMirrored(block, counts.broken);
             counts.heard[index] += block[0] != 0.0f ? 1 : 0;
@@ -162,6 +162,7 @@ TEST(AudioRouterApiThreads, ProducersOutputsLevelsAndRecordChangesGoOnTogether) 
     });
     std::atomic<bool> streaming{true};
     std::vector<std::thread> streams;
+    streams.reserve(kStreams);
     for (std::uint32_t stream = 0; stream < kStreams; ++stream) {
         streams.emplace_back([&, stream] { deliverPackets(buffers, stream, streaming, counts); });
     }
@@ -189,11 +190,9 @@ TEST(AudioRouterApiThreads, ProducersOutputsLevelsAndRecordChangesGoOnTogether) 
     api.shutdownAudioRouter();
     EXPECT_EQ(counts.broken, 0u);
     EXPECT_TRUE(store.allProcessIds().empty());
-    std::printf("%llu packets, %llu periods, %llu reports, %llu record lists, %llu captures started\n",
-                static_cast<unsigned long long>(counts.packets),
-                static_cast<unsigned long long>(counts.periods[0] + counts.periods[1] + counts.periods[2]),
-                static_cast<unsigned long long>(reports), static_cast<unsigned long long>(applied),
-                static_cast<unsigned long long>(counts.captureStarts));
+    std::cout << counts.packets << " packets, " << counts.periods[0] + counts.periods[1] + counts.periods[2]
+              << " periods, " << reports << " reports, " << applied << " record lists, "
+              << counts.captureStarts << " captures started\n";
 }
 
 TEST(AudioRouterApiThreads, StartsAndShutdownsWhileStreamsDeliver) {

@@ -138,7 +138,7 @@ TEST_F(BusForwarderTest, APartOfAFriendlyNameFindsTheFirstEndpointThatHasIt) {
 }
 
 TEST_F(BusForwarderTest, AnEndpointIdIsMatchedWholeInAnyCase) {
-    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{ABC-12}", 0));
+    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{0}.{ABC-1}", 0));
     endpoints.add(kRender, fakeEndpoint(L"Point B", L"{ABC-1}", 0));
     EXPECT_EQ(startBus1(L"{abc-1}").front(), L"[BusForwarder] Found device by GUID: Point B");
 }

@@ -158,14 +158,14 @@ TEST_F(EndpointClassification, BuiltInOutputIsPreferredOverAnEarlierPluggedOne) 
     endpoints.add(kRender, fakeEndpoint(L"Speakers", L"hdaudio#1"));
     endpoints.add(kRender, fakeEndpoint(L"Speakers 2", L"hdaudio#2"));
     EXPECT_EQ(FindFirstRealHardwareDevice(endpoints, true), L"hdaudio#1");
+    const std::wstring third = L"[DEBUG] Device 2: Speakers (Real: YES, BuiltIn: YES, GUID: hdaudio#1, "
+                               L"DeviceID: hdaudio#1)";
     EXPECT_EQ(log.take(),
               (Lines{L"[DEBUG] Enumerating 4 audio devices...", L"[IsBuiltInDevice] Device ID: {v}", kUnknown,
                      L"[DEBUG] Device 0: CABLE Input (Real: NO, BuiltIn: NO, GUID: {v}, DeviceID: {v})",
                      L"[IsBuiltInDevice] Device ID: usb#1", kExternal,
                      L"[DEBUG] Device 1: USB Headset (Real: YES, BuiltIn: NO, GUID: usb#1, DeviceID: usb#1)",
-                     L"[IsBuiltInDevice] Device ID: hdaudio#1", kHdAudio,
-                     L"[DEBUG] Device 2: Speakers (Real: YES, BuiltIn: YES, GUID: hdaudio#1, DeviceID: "
-                     L"hdaudio#1)",
+                     L"[IsBuiltInDevice] Device ID: hdaudio#1", kHdAudio, third,
                      L"[INFO] Found built-in hardware device: Speakers (hdaudio#1)"}));
 }
 
