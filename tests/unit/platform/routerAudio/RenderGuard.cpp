@@ -97,8 +97,8 @@ Function next(Function, const char* name) {
 // A note of a lock or wait, then the function itself.
 template <auto kFunction, typename Object, typename... Arguments>
 int noted(const char* name, Object* object, Arguments... arguments) {
-    static const auto real = next(kFunction, name);
     noteLock(name, const_cast<const void*>(static_cast<const volatile void*>(object)));
+    static const auto real = next(kFunction, name); // may wait for the loader, so not before the note
     return real(object, arguments...);
 }
 
