@@ -16,6 +16,7 @@
 enum class EndpointFlow : std::uint32_t { Render = 0, Capture = 1 };
 
 /// One endpoint, as it was when it was fetched. What could not be read is left out, and no rule fails on it.
+/// No rule looks at a container id (PKEY_Device_ContainerId): a body that reads it drops it again.
 struct AudioEndpoint {
     /// The endpoint's own name in the system, called GUID throughout: on Windows what IMMDevice::GetId gives.
     std::optional<std::wstring> id;

@@ -188,18 +188,37 @@ void AudioRouterAPI::setLevelCallback(const LevelCallback& callback) {
         setNativeLevelCallback({});
         return;
     }
-    setNativeLevelCallback([callback](const std::vector<AudioLevelInfo>& levels) {
-        QTimer::singleShot(0, QCoreApplication::instance(),
-                           [callback, maps = levelMapsOf(levels)] { callback(maps); });
-    });
+    auto reports = std::make_shared<const PostedReports>();
+    const std::weak_ptr<const PostedReports> wanted = reports;
+    storeLevelCallback(
+        [callback, wanted](const std::vector<AudioLevelInfo>& levels) {
+            QCoreApplication* const application = QCoreApplication::instance();
+            if (application == nullptr) {
+                return;
+            }
+            QTimer::singleShot(0, application, [callback, wanted, maps = levelMapsOf(levels)] {
+                if (!wanted.expired()) {
+                    callback(maps);
+                }
+            });
+        },
+        std::move(reports));
 }
 
 void AudioRouterAPI::setNativeLevelCallback(NativeLevelCallback callback) {
-    if (levelThread.joinable()) {
-        return;
+    storeLevelCallback(std::move(callback), nullptr);
+}
+
+void AudioRouterAPI::storeLevelCallback(NativeLevelCallback callback,
+                                        std::shared_ptr<const PostedReports> reports) {
+    const std::lock_guard lock(apiMutex);
+    const bool set = callback != nullptr;
+    {
+        const std::lock_guard callbackLock(callbackMutex);
+        levelCallback.swap(callback); // the earlier one ends outside of the lock
+        postedReports = std::move(reports);
     }
-    levelCallback = std::move(callback);
-    if (levelCallback && running) {
+    if (set && running && !levelThread.joinable()) {
         levelThread = std::thread(&AudioRouterAPI::reportLevels, this);
     }
 }
@@ -209,10 +228,16 @@ void AudioRouterAPI::reportLevels() {
         platform.nameThisThread("Mixer levels");
     }
     while (running) {
-        const NativeLevelCallback callback = levelCallback;
-        const std::vector<AudioLevelInfo> levels = collectLevels();
-        if (!levels.empty()) {
-            callback(levels);
+        NativeLevelCallback callback;
+        {
+            const std::lock_guard lock(callbackMutex);
+            callback = levelCallback;
+        }
+        if (callback) {
+            const std::vector<AudioLevelInfo> levels = collectLevels();
+            if (!levels.empty()) {
+                callback(levels);
+            }
         }
         std::this_thread::sleep_for(kLevelPeriod);
     }
@@ -256,7 +281,10 @@ void AudioRouterAPI::shutdownAudioRouter() {
         platform.com->uninitialize();
     }
     comResult = kHResultNotImplemented;
-    levelCallback = nullptr;
+    NativeLevelCallback last; // ends outside of the lock
+    const std::lock_guard callbackLock(callbackMutex);
+    last.swap(levelCallback);
+    postedReports.reset();
 }
 
 bool AudioRouterAPI::isAudioRouterRunning() const {

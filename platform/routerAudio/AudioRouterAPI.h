@@ -66,30 +66,40 @@ public:
     bool applyAudioConfigs(const std::vector<AppAudioConfig>& records);
 
     /// Registers what gets the levels on the UI thread, as maps with the keys "processID", "levelLeft" and
-    /// "levelRight". See setNativeLevelCallback().
+    /// "levelRight"; see setNativeLevelCallback(). A report that was posted and has not run is dropped once
+    /// the router has shut down or another callback is registered. Without an application object there is no
+    /// report; the application object ends after shutdownAudioRouter(). The UI thread, so that no report
+    /// runs meanwhile.
     void setLevelCallback(const LevelCallback& callback);
 
-    /// Registers what gets the levels on the level thread, which starts with it if the router runs. Sources
-    /// that are exactly silent are left out, and an empty list is not reported. Register once, after the
-    /// start: while the level thread lives, another callback is not taken. The callback may not call start,
-    /// apply or shutdown.
+    /// Registers what gets the levels on the level thread, in place of an earlier callback; an empty one
+    /// makes it pause. The thread starts with the first callback that is registered while the router runs,
+    /// and lives to the shutdown. Sources that are exactly silent are left out, and an empty list is not
+    /// reported. A report under way may still reach the earlier callback. The callback may not call start,
+    /// apply, shutdown or this. Any thread but the level thread.
     void setNativeLevelCallback(NativeLevelCallback callback);
 
     /// What the level thread reports at this moment. Any thread.
     [[nodiscard]] std::vector<AudioLevelInfo> collectLevels() const;
 
-    /// Ends the level thread, the outputs and the captures, in this order, and forgets all records and rings.
-    /// Nothing when the router does not run. The thread that started it.
+    /// Ends the level thread, the outputs and the captures, in this order, and forgets all records, rings and
+    /// the level callback. Nothing when the router does not run. The thread that started it, which is the UI
+    /// thread where setLevelCallback() is used: no report runs after it has returned.
     void shutdownAudioRouter();
 
     /// Any thread.
     [[nodiscard]] bool isAudioRouterRunning() const;
 
 private:
+    // Alive while posted reports may run: they hold it weakly.
+    struct PostedReports {};
+
     void selectSoloDevice(const std::wstring& soloDevice);
     void selectInput1Device(const std::wstring& input1Device);
     void selectInput2Device(const std::wstring& input2Device);
     void startMissingCapture(std::uint32_t processId);
+    void storeLevelCallback(NativeLevelCallback callback, std::shared_ptr<const PostedReports> reports);
+    // The body of the level thread.
     void reportLevels();
 
     const RouterPlatform platform;
@@ -101,7 +111,8 @@ private:
     std::atomic<bool> running{false};
     HResult comResult = kHResultNotImplemented; // not initialised
     std::map<std::uint32_t, std::shared_ptr<ProcessCapture>> captures;
-    // Set before the level thread starts and cleared after it was joined: read by it without a lock.
-    NativeLevelCallback levelCallback;
     std::thread levelThread;
+    std::mutex callbackMutex; // of the two below; taken inside the API lock, and by the level thread
+    NativeLevelCallback levelCallback;
+    std::shared_ptr<const PostedReports> postedReports;
 };

@@ -4,6 +4,8 @@
 #include "tests/unit/platform/routerAudio/FakeRouterPlatform.h"
 #include "tests/unit/platform/routerAudio/MixerFixture.h"
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+#include "tests/unit/platform/routerAudio/ShutdownAtEnd.h"
+#include "tests/unit/platform/routerAudio/WaitFor.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -13,23 +15,12 @@
 #include <algorithm>
 #include <atomic>
 #include <limits>
+#include <memory>
 
 namespace {
 
 constexpr EndpointFlow kRender = EndpointFlow::Render;
 using Calls = std::vector<std::string>;
-
-// Declared after what a level callback writes to, so that no thread calls it later.
-class ShutdownAtEnd {
-public:
-    explicit ShutdownAtEnd(AudioRouterAPI& router) : api(router) {}
-    ~ShutdownAtEnd() { api.shutdownAudioRouter(); }
-    ShutdownAtEnd(const ShutdownAtEnd&) = delete;
-    ShutdownAtEnd& operator=(const ShutdownAtEnd&) = delete;
-
-private:
-    AudioRouterAPI& api;
-};
 
 class AudioRouterApiTest : public MixerFixture {
 protected:
@@ -41,6 +32,17 @@ protected:
         static_cast<void>(system.journal.take());
         static_cast<void>(log.take());
     }
+
+    // With a source to be reported.
+    void startWithSound() {
+        start();
+        ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
+        feed(7, constant(480, 0.5f, 0.5f));
+    }
+
+    // Every report that waits in the event queue holds a copy of the callback and of its captures; the test
+    // and the router hold one each, and the level thread a few for a moment.
+    static bool reportIsPosted(const std::shared_ptr<int>& captured) { return captured.use_count() > 8; }
 
     static QVariantMap record(std::uint32_t processID) { return {{QStringLiteral("processID"), processID}}; }
 
@@ -429,8 +431,39 @@ TEST_F(AudioRouterApiTest, TheCallbackRunsOnTheUserInterfacesThreadWithMaps) {
     EXPECT_EQ(received.at(0).toMap().value(QStringLiteral("processID")).toUInt(), 7u);
     EXPECT_FLOAT_EQ(received.at(0).toMap().value(QStringLiteral("levelLeft")).toFloat(), 0.75f);
     EXPECT_FLOAT_EQ(received.at(0).toMap().value(QStringLiteral("levelRight")).toFloat(), 0.375f);
+}
+
+TEST_F(AudioRouterApiTest, AReportThatWasPostedBeforeTheShutdownIsDropped) {
+    startWithSound();
+    auto target = std::make_unique<QVariantList>(); // gone before the report runs
+    bool called = false;
+    const auto copies = std::make_shared<int>();
+    const ShutdownAtEnd atEnd(api);
+    api.setLevelCallback([&, copies](const QVariantList& levels) {
+        called = true;
+        if (target) {
+            *target = levels;
+        }
+    });
+    ASSERT_TRUE(waitFor([&] { return reportIsPosted(copies); }));
     api.shutdownAudioRouter();
-    QCoreApplication::processEvents(); // what was posted before the shutdown
+    target.reset();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(called);
+    EXPECT_EQ(copies.use_count(), 1); // they were there, and went without a call
+}
+
+TEST_F(AudioRouterApiTest, AReportThatWasPostedForAnEarlierCallbackIsDropped) {
+    startWithSound();
+    int early = 0;
+    int late = 0;
+    const auto copies = std::make_shared<int>();
+    const ShutdownAtEnd atEnd(api);
+    api.setLevelCallback([&, copies](const QVariantList&) { ++early; });
+    ASSERT_TRUE(waitFor([&] { return reportIsPosted(copies); }));
+    api.setLevelCallback([&](const QVariantList&) { ++late; });
+    ASSERT_TRUE(await([&] { return late > 0; }));
+    EXPECT_EQ(early, 0);
 }
 
 TEST_F(AudioRouterApiTest, ReportsComJustUnderTwentyTimesASecondOnAThreadOfTheirOwn) {
@@ -476,18 +509,47 @@ TEST_F(AudioRouterApiTest, SilenceMakesNoCallAndSoundAfterItDoes) {
     EXPECT_EQ(empty, 0);
 }
 
-TEST_F(AudioRouterApiTest, WhileTheLevelThreadLivesAnotherCallbackIsNotTaken) {
-    start();
-    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
+TEST_F(AudioRouterApiTest, TheLevelThreadGoesOnWithAnotherCallbackAndPausesWithoutOne) {
+    startWithSound();
     std::atomic<int> first{0};
     std::atomic<int> second{0};
+    std::atomic<int> third{0};
     const ShutdownAtEnd atEnd(api);
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++first; });
+    ASSERT_TRUE(await([&] { return first > 0; }));
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++second; });
+    ASSERT_TRUE(await([&] { return second > 0; })); // no report to the first is under way any more
+    const int firstAtChange = first;
+    ASSERT_TRUE(await([&] { return second >= 3; }));
+    EXPECT_EQ(first, firstAtChange);
+
     api.setLevelCallback({});
-    feed(7, constant(480, 0.5f, 0.5f));
-    ASSERT_TRUE(await([&] { return first >= 2; }));
-    EXPECT_EQ(second, 0);
+    const int secondAtPause = second;
+    EXPECT_TRUE(api.isAudioRouterRunning());
+    api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++third; });
+    ASSERT_TRUE(await([&] { return third > 0; }));
+    EXPECT_LE(second, secondAtPause + 1); // one may have been under way
+    EXPECT_EQ(system.threadNames.take(), (Calls{"Mixer levels"}));
+}
+
+TEST_F(AudioRouterApiTest, ALevelThreadWithoutACallbackEndsAtTheShutdown) {
+    startWithSound();
+    std::atomic<int> reports{0};
+    const ShutdownAtEnd atEnd(api);
+    api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++reports; });
+    ASSERT_TRUE(await([&] { return reports > 0; }));
+    api.setNativeLevelCallback({});
+    // A second router's passes tell that this one has had its own.
+    std::atomic<int> passes{0};
+    AudioRouterAPI other(system.platform(), store, buffers);
+    ASSERT_TRUE(other.startAudioRouter({}, {}, {}, {}));
+    other.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++passes; });
+    const int atPause = reports;
+    ASSERT_TRUE(await([&] { return passes >= 3; }));
+    EXPECT_LE(reports, atPause + 1);
+    other.shutdownAudioRouter();
+    api.shutdownAudioRouter();
+    EXPECT_FALSE(api.isAudioRouterRunning());
 }
 
 TEST_F(AudioRouterApiTest, ACallbackOfAStoppedRouterStartsNoThreadNotEvenLater) {

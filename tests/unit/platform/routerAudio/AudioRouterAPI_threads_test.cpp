@@ -5,6 +5,7 @@
 #include "tests/unit/platform/routerAudio/FakeRouterPlatform.h"
 #include "tests/unit/platform/routerAudio/MirroredSound.h"
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+#include "tests/unit/platform/routerAudio/ShutdownAtEnd.h"
 
 #include <array>
 #include <atomic>
@@ -97,6 +98,31 @@ private:
     Counts& counts;
 };
 
+// Input streams that deliver until they are stopped, whatever ends the test.
+class LiveStreams {
+public:
+    LiveStreams(PerAppInputBuffers& buffers, std::uint32_t streamCount, Counts& counts) {
+        for (std::uint32_t stream = 0; stream < streamCount; ++stream) {
+            threads.emplace_back([&, stream] { deliverPackets(buffers, stream, running, counts); });
+        }
+    }
+    ~LiveStreams() { stop(); }
+    LiveStreams(const LiveStreams&) = delete;
+    LiveStreams& operator=(const LiveStreams&) = delete;
+
+    void stop() {
+        running = false;
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        threads.clear();
+    }
+
+private:
+    std::atomic<bool> running{true};
+    std::vector<std::thread> threads;
+};
+
 // Some of the sources, with settings by chance.
 std::vector<AppAudioConfig> someRecords(Random& random) {
     std::vector<AppAudioConfig> records;
@@ -150,6 +176,7 @@ TEST(AudioRouterApiThreads, ProducersOutputsLevelsAndRecordChangesGoOnTogether) 
     ASSERT_TRUE(api.startAudioRouter({}, {}, L"{a}", L"{b}"));
 
     std::atomic<std::uint64_t> reports{0};
+    const ShutdownAtEnd atEnd(api);
     api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>& levels) {
         for (const AudioLevelInfo& level : levels) {
             const bool bus = level.processID >= kBus2MasterProcessId;
@@ -160,12 +187,7 @@ TEST(AudioRouterApiThreads, ProducersOutputsLevelsAndRecordChangesGoOnTogether) 
         }
         ++reports;
     });
-    std::atomic<bool> streaming{true};
-    std::vector<std::thread> streams;
-    streams.reserve(kStreams);
-    for (std::uint32_t stream = 0; stream < kStreams; ++stream) {
-        streams.emplace_back([&, stream] { deliverPackets(buffers, stream, streaming, counts); });
-    }
+    LiveStreams streams(buffers, kStreams, counts);
 
     // Until the time is over and every kind of thread has had its turns.
     Random random(11);
@@ -183,10 +205,7 @@ TEST(AudioRouterApiThreads, ProducersOutputsLevelsAndRecordChangesGoOnTogether) 
         ++applied;
         std::this_thread::yield();
     }
-    streaming = false;
-    for (std::thread& stream : streams) {
-        stream.join();
-    }
+    streams.stop();
     api.shutdownAudioRouter();
     EXPECT_EQ(counts.broken, 0u);
     EXPECT_TRUE(store.allProcessIds().empty());
@@ -210,12 +229,12 @@ TEST(AudioRouterApiThreads, StartsAndShutdownsWhileStreamsDeliver) {
     AppAudioConfigStore store;
     PerAppInputBuffers buffers(store);
     AudioRouterAPI api(platform, store, buffers);
-    std::atomic<bool> streaming{true};
-    std::thread stream([&] { deliverPackets(buffers, 0, streaming, counts); });
+    LiveStreams streams(buffers, 1, counts);
     Random random(12);
     for (int round = 0; round < (longRun() ? 200 : 10); ++round) {
         ASSERT_TRUE(api.startAudioRouter({}, {}, {}, {}));
         std::atomic<std::uint64_t> reports{0};
+        const ShutdownAtEnd atEnd(api);
         api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++reports; });
         while (reports == 0) {
             ASSERT_TRUE(api.applyAudioConfigs(someRecords(random)));
@@ -223,7 +242,6 @@ TEST(AudioRouterApiThreads, StartsAndShutdownsWhileStreamsDeliver) {
         }
         api.shutdownAudioRouter();
     }
-    streaming = false;
-    stream.join();
+    streams.stop();
     EXPECT_EQ(counts.broken, 0u);
 }
