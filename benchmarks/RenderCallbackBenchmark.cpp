@@ -59,7 +59,8 @@ double quantile(std::vector<double> values, double share) {
         return 0.0;
     }
     std::ranges::sort(values);
-    return values[std::min(values.size() - 1, static_cast<std::size_t>(share * static_cast<double>(values.size())))];
+    return values[std::min(values.size() - 1,
+                           static_cast<std::size_t>(share * static_cast<double>(values.size())))];
 }
 
 } // namespace
@@ -106,7 +107,8 @@ int main(int argc, char* argv[]) {
         times.push_back(sample.microseconds);
         shares.push_back(sample.share);
     }
-    std::printf("{\"calls\": %zu, \"median_us\": %.1f, \"p999_us\": %.1f, \"median_share\": %.4f, \"p999_share\": %.4f}\n",
+    std::printf("{\"calls\": %zu, \"median_us\": %.1f, \"p999_us\": %.1f, \"median_share\": %.4f, "
+                "\"p999_share\": %.4f}\n",
                 samples.size(), quantile(times, 0.5), quantile(times, 0.999), quantile(shares, 0.5),
                 quantile(shares, 0.999));
     return samples.empty() ? 1 : 0;
