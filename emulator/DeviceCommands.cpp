@@ -56,6 +56,13 @@ Json CommandInterpreter::press(Arguments& arguments) {
 
 Json CommandInterpreter::autoGain(Arguments& arguments) {
     AutoGainPlan plan;
+    if (arguments.peek() == "never") {
+        arguments.word("never");
+        arguments.expectEnd();
+        plan.answers = false;
+        target().autoGainPlan = plan;
+        return Json::object();
+    }
     plan.durationMs = arguments.number("DURATION_MS", 0, kLongestMs);
     plan.periodMs = arguments.number("PERIOD_MS", 1, kLongestMs);
     plan.step = static_cast<std::uint8_t>(arguments.number("STEP", 0, 255));
@@ -134,6 +141,8 @@ Json CommandInterpreter::identity(Arguments& arguments) {
         link.intervalCode = static_cast<std::uint8_t>(last("CODE", 0, 255));
     } else if (what == "frame-rate") {
         link.frameRate = static_cast<std::uint16_t>(last("N", 0, 0xFFFF));
+    } else if (what == "patience") {
+        link.patienceIntervals = static_cast<std::uint16_t>(last("N", 1, 0xFFFF));
     } else if (what == "up-time") {
         const auto wanted = static_cast<std::uint32_t>(last("MS", 0, 0xFFFFFFFF));
         link.upTimeOffsetMs += wanted - target().link.upTimeMs();

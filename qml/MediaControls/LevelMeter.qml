@@ -13,7 +13,10 @@ Item {
     property int clippingDuration: 10000
     property string channelName: "L"
 
+    // What is no number is no report.
     function setLevel(value: real) {
+        if (isNaN(value))
+            return;
         level = Math.max(0, Math.min(1, value));
         if (level >= clippingThreshold && !clipping) {
             clipping = true;

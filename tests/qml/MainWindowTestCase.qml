@@ -84,11 +84,20 @@ ConfigTestCase {
     // Texts inside an item that are cut off or stand outside of it.
     function clippedTexts(root) {
         return textsIn(root).filter(label => {
-            const end = label.mapToItem(root, label.width, label.height);
-            const begin = label.mapToItem(root, 0, 0);
-            const inside = begin.x >= 0 && begin.y >= 0 && end.x <= root.width && end.y <= root.height;
+            const frame = scrolledContent(label, root) ?? root;
+            const end = label.mapToItem(frame, label.width, label.height);
+            const begin = label.mapToItem(frame, 0, 0);
+            const inside = begin.x >= 0 && begin.y >= 0 && end.x <= frame.width && end.y <= frame.height;
             return label.truncated || label.contentWidth > label.width + 0.5 || label.contentHeight > label.height + 0.5 || !inside;
         }).map(label => label.text);
+    }
+
+    // What the item scrolls with, if it does: it may stand anywhere there.
+    function scrolledContent(item, root) {
+        let ancestor = item;
+        while (ancestor && ancestor !== root && ancestor.flickableDirection === undefined)
+            ancestor = ancestor.parent;
+        return ancestor && ancestor !== root ? ancestor.contentItem : null;
     }
 
     function textsIn(item) {

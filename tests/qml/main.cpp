@@ -1,6 +1,7 @@
 // Runs the test documents of this folder with fakes in the place of the native singletons.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/FakeSystemBridge.h"
 #include "tests/qml/LongTexts.h"
 #include "tests/qml/StoreFile.h"
 #include "tests/qml/TestLog.h"
@@ -25,6 +26,7 @@ public slots:
         QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
         QQuickStyle::setStyle("Material");
         registerFakeHIDHotplugManager();
+        registerFakeSystemBridge();
         registerTemporarySettings();
         registerLongTexts();
         qmlRegisterSingletonType<TestLog>(

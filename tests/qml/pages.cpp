@@ -4,6 +4,7 @@
 // densities.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/FakeSystemBridge.h"
 #include "tests/qml/LongTexts.h"
 #include "tests/qml/StoreFile.h"
 
@@ -90,6 +91,7 @@ int main(int argc, char** argv) {
     QQuickStyle::setStyle("Material");
     QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
     registerFakeHIDHotplugManager();
+    registerFakeSystemBridge();
     registerTemporarySettings();
 
     QQmlEngine engine;

@@ -3,6 +3,7 @@
 // writes FOLDER/<state>.png. Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/FakeSystemBridge.h"
 #include "tests/qml/StoreFile.h"
 
 #include <QDir>
@@ -68,6 +69,7 @@ int main(int argc, char** argv) {
     QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
 
     registerFakeHIDHotplugManager();
+    registerFakeSystemBridge();
     registerTemporarySettings();
     QQmlApplicationEngine engine;
     engine.loadFromModule("VexoDeck", "Main");

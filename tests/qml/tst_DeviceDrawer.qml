@@ -111,7 +111,8 @@ MainWindowTestCase {
     function test_the_back_button_closes_the_drawer() {
         openDrawer(mixdeskR2);
         const back = child("backButton");
-        compare(back.rotation, 180);
+        compare(back.iconRotation, 180);
+        compare(back.rotation, 0);
         verify(String(back.icon.source).endsWith("icons/left.svg"));
         mouseClick(back);
         compareClosed();
@@ -151,8 +152,36 @@ MainWindowTestCase {
         compare(child("serialNumber").text, "SN:VX24A0117 V1.04");
         verify(String(child("settingsDeviceImage").source).endsWith(row.image));
         compare(child("settingsDeviceImage").height, 200);
-        verify(String(child("stripImage").source).endsWith(row.small));
-        compare(child("deviceName").text, row.info.name);
+        const strip = child("deviceStrip");
+        verify(String(findChild(strip, "stripImage").source).endsWith(row.small));
+        compare(findChild(strip, "title").text, row.info.name.replace("VEXO ", ""));
+    }
+
+    function test_the_picture_is_200_high_until_the_page_needs_the_room_data() {
+        return [
+            {
+                tag: "usual window",
+                height: 800,
+                picture: 200
+            },
+            {
+                tag: "just enough",
+                height: 575,
+                picture: 200
+            },
+            {
+                tag: "smallest window",
+                height: 500,
+                picture: 125
+            }
+        ];
+    }
+
+    function test_the_picture_is_200_high_until_the_page_needs_the_room(row) {
+        window.height = row.height;
+        openDrawer(mixdeskR2);
+        tryCompare(child("settingsDeviceImage"), "height", row.picture);
+        verify(child("pages").height >= 150, "room: " + child("pages").height);
     }
 
     function test_what_the_device_does_not_tell_is_not_available() {

@@ -421,6 +421,19 @@ PageTestCase {
         compareData(sent(), []);
     }
 
+    function test_report_without_a_value_leaves_a_switch_alone_data() {
+        return switchRows();
+    }
+
+    function test_report_without_a_value_leaves_a_switch_alone(row) {
+        ConfigMgr.setValue(row.key, true);
+        openPage(row.info);
+        HIDHotplugManager.messageReceived(HIDDeviceMgr.attrs[row.attribute], []);
+        compare(switchOf(row.row).checked, true);
+        compare(setting(row.key), true);
+        compareData(published, []);
+    }
+
     function test_payload_other_than_1_clears_a_switch_data() {
         return switchRows();
     }

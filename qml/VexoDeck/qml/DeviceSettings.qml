@@ -43,7 +43,7 @@ FocusScope {
                 icon.source: VxConfig.iconUrl("icons/left.svg", "")
                 icon.width: 20
                 icon.height: 20
-                rotation: 180
+                iconRotation: 180
                 focus: true
                 Accessible.name: qsTr("返回")
                 onClicked: deviceSettings.backClicked()
@@ -80,8 +80,8 @@ FocusScope {
         Image {
             objectName: "settingsDeviceImage"
             Layout.fillWidth: true
-            // In a low window the page below needs the room more.
-            Layout.preferredHeight: Math.max(90, Math.min(200, deviceSettings.height - 430))
+            // In a low window it leaves some room to the page below.
+            Layout.preferredHeight: Math.max(120, Math.min(200, deviceSettings.height - 345))
             source: VxConfig.getDeviceImage(0)
             fillMode: Image.PreserveAspectFit
             mipmap: true

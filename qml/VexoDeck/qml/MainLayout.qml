@@ -29,6 +29,13 @@ Page {
         HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.rgb_light_brightness, [brightness * 100]);
     }
 
+    // A measurement of the automatic gain has begun, here or at the device.
+    function handleAutoGain(value: var) {
+        // true, from the button, counts as 1.
+        if (value == 1 && !autoGain.window?.visible)
+            autoGain.window = VxConfig.createWindow("AutoGainWindow.qml", mainLayout);
+    }
+
     Accessible.role: Accessible.Pane
     background: Rectangle {
         color: VxTheme.background
@@ -37,6 +44,17 @@ Page {
     MessageListener {
         messageTypes: [MessageBus.messageTypes.SCREEN_POWER_STATE_CHANGED]
         onMessage: () => mainLayout.startScreenPowerMonitor()
+    }
+
+    QtObject {
+        id: autoGain
+
+        property WindowFrame window: null
+    }
+
+    MessageListener {
+        messageTypes: [MessageBus.messageTypes.UPDATE_AUTO_GAIN]
+        onMessage: (topic, value) => mainLayout.handleAutoGain(value)
     }
 
     MainSettings {

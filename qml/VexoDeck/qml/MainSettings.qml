@@ -1,117 +1,91 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Layouts
 import MediaControls
 
-/* The main area: the columns of the outputs and of the inputs, with the device among the inputs. */
+/*
+    The mixer: a strip for each output, for the device and for each source. It turns the user's choices into the
+    records of the routing engine and the engine's level reports into moving meters.
+*/
 Item {
     id: mainSettings
 
     objectName: "mainSettings"
 
+    readonly property int gap: 12
+
     signal deviceSettingsRequested
 
-    component MixerColumn: Rectangle {
-        id: mixerColumn
+    MixerColumn {
+        id: outputs
 
-        required property string title
-        default property alias strips: stripRow.data
+        objectName: "outputs"
+        anchors.left: parent.left
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        anchors.margins: 16
+        width: Math.min(fullWidth, (mainSettings.width - 3 * mainSettings.gap) * 0.4)
+        title: qsTr("输出")
 
-        radius: VxTheme.radiusLarge
-        color: VxTheme.surface
-        Accessible.role: Accessible.Grouping
-        Accessible.name: title
-
-        ColumnLayout {
-            anchors.fill: parent
-            anchors.margins: 16
-            spacing: 16
-
-            VxText {
-                Layout.fillWidth: true
-                text: mixerColumn.title
-                elide: Text.ElideRight
-                color: VxTheme.textSecondary
-                font.bold: true
-                Accessible.ignored: false
-                Accessible.role: Accessible.Heading
-                Accessible.name: text
-            }
-            Item {
-                id: stripRow
-
-                Layout.fillWidth: true
-                Layout.fillHeight: true
-            }
+        AudioController {
+            objectName: "liveOutput"
+            height: parent?.height ?? 0
+            showType: StripKind.LiveOutput
+            bundleIdentifier: "mix"
+            title: qsTr("直播")
+            imageSource: VxConfig.iconUrl("icons/output_live.svg", "")
+            onVolumeChanged: audioControllersRow.sendAudioConfig()
+        }
+        AudioController {
+            objectName: "monitorOutput"
+            height: parent?.height ?? 0
+            showType: StripKind.MonitorOutput
+            bundleIdentifier: "listen"
+            title: qsTr("监听")
+            imageSource: VxConfig.iconUrl("icons/output_monitor.svg", "")
+            onVolumeChanged: audioControllersRow.sendAudioConfig()
         }
     }
 
-    RowLayout {
-        anchors.fill: parent
-        anchors.margins: 20
-        spacing: 16
+    MixerColumn {
+        objectName: "inputs"
+        anchors.left: outputs.right
+        anchors.right: parent.right
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        anchors.margins: 16
+        anchors.leftMargin: mainSettings.gap
+        title: qsTr("输入")
 
-        MixerColumn {
-            objectName: "outputs"
-            Layout.fillHeight: true
-            Layout.preferredWidth: Math.min(300, mainSettings.width * 0.28)
-            title: qsTr("输出")
+        AudioController {
+            objectName: "deviceStrip"
+            height: parent?.height ?? 0
+            visible: HIDDeviceMgr.isDeviceReady()
+            showType: StripKind.Device
+            bundleIdentifier: "device"
+            title: String(HIDDeviceMgr.getDeviceName()).replace("VEXO ", "")
+            imageSource: VxConfig.getDeviceImage(2)
+            onVolumeChanged: audioControllersRow.sendAudioConfig()
+            onSettingsRequested: mainSettings.deviceSettingsRequested()
         }
 
-        MixerColumn {
-            objectName: "inputs"
-            Layout.fillWidth: true
-            Layout.fillHeight: true
-            title: qsTr("输入")
+        AudioControllersRow {
+            id: audioControllersRow
 
-            Rectangle {
-                objectName: "deviceStrip"
-                width: Math.min(220, parent.width)
-                height: device.implicitHeight + 32
-                radius: VxTheme.radiusPanel
-                color: VxTheme.card
+            objectName: "audioControllersRow"
+            height: parent?.height ?? 0
+        }
 
-                ColumnLayout {
-                    id: device
-
-                    anchors.fill: parent
-                    anchors.margins: 16
-                    spacing: 12
-
-                    Image {
-                        objectName: "stripImage"
-                        Layout.fillWidth: true
-                        Layout.preferredHeight: 120
-                        source: VxConfig.getDeviceImage(2)
-                        fillMode: Image.PreserveAspectFit
-                        mipmap: true
-                        Accessible.ignored: true
-                    }
-                    VxText {
-                        objectName: "deviceName"
-                        Layout.fillWidth: true
-                        text: HIDDeviceMgr.getDeviceName()
-                        wrapMode: Text.Wrap
-                        horizontalAlignment: Text.AlignHCenter
-                        font.pixelSize: VxTheme.fontLead
-                        font.bold: true
-                        Accessible.ignored: false
-                        Accessible.role: Accessible.StaticText
-                        Accessible.name: text
-                    }
-                    VxButton {
-                        objectName: "deviceSettingsButton"
-                        Layout.fillWidth: true
-                        Layout.minimumWidth: 0
-                        type: 1
-                        horizontalPadding: 8
-                        text: qsTr("设备设置")
-                        font.pixelSize: VxTheme.fontSmall
-                        onClicked: mainSettings.deviceSettingsRequested()
-                    }
-                }
-            }
+        CustomComAppPlus {
+            objectName: "plusButton"
+            width: hint === "" ? 64 : 220
+            height: parent?.height ?? 0
+            visible: audioControllersRow.audioControlles.length < audioControllersRow.maxAudioControllers
+            text: qsTr("添加应用")
+            hint: audioControllersRow.audioControlles.length === 0 ? qsTr("点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量") : ""
+            onClickApp: app => audioControllersRow.addEntry(app)
         }
     }
+
+    Component.onCompleted: audioControllersRow.start()
 }

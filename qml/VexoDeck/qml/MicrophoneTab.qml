@@ -11,5 +11,13 @@ SettingsPage {
 
     AudioBoost {
         objectName: "audioBoost"
+        onEqualizerRequested: {
+            equalizerWindow.show();
+            equalizerWindow.requestActivate();
+        }
+    }
+
+    EqualizerWindow {
+        id: equalizerWindow
     }
 }

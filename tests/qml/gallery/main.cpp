@@ -4,6 +4,7 @@
 // Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/FakeSystemBridge.h"
 #include "tests/qml/StoreFile.h"
 
 #include <QElapsedTimer>
@@ -106,6 +107,7 @@ int main(int argc, char** argv) {
     QQuickStyle::setStyle("Material");
     QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
     registerFakeHIDHotplugManager();
+    registerFakeSystemBridge();
     registerTemporarySettings();
 
     QQmlApplicationEngine engine;

@@ -1,0 +1,195 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Templates as T
+
+/*
+    The button that adds an application to the mixer. It opens the list of those that run and have no strip; a click
+    there is told by clickApp, and then its entry joins appList.
+*/
+T.AbstractButton {
+    id: plusButton
+
+    // Shown under the plus, for who has not used it yet.
+    property string hint: ""
+    property string emptyText: qsTr("没有正在播放声音的应用")
+
+    signal clickApp(app: var)
+
+    QtObject {
+        id: choice
+
+        property var apps: []
+        // A second click waits until the list has closed.
+        property bool blocked: false
+    }
+
+    function openList() {
+        choice.apps = AppInventory.available("");
+        popup.open();
+    }
+
+    function choose(app: var) {
+        if (choice.blocked || !app)
+            return;
+        choice.blocked = true;
+        plusButton.clickApp(app);
+        popup.close();
+        ConfigMgr.addStringList(ConfigMgr.keys.appList, JSON.stringify(app));
+    }
+
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    padding: 12
+    Accessible.role: Accessible.ButtonMenu
+    Accessible.name: text
+    Accessible.description: hint
+
+    contentItem: Item {
+        Column {
+            anchors.centerIn: parent
+            width: parent.width
+            spacing: 16
+
+            Rectangle {
+                anchors.horizontalCenter: parent.horizontalCenter
+                width: 40
+                height: 40
+                radius: 20
+                color: plusButton.down ? VxTheme.accentPressed : plusButton.hovered || plusButton.visualFocus ? VxTheme.accent : VxTheme.unselected
+
+                Behavior on color {
+                    ColorAnimation {
+                        duration: VxTheme.hoverMs
+                    }
+                }
+
+                VxIcon {
+                    anchors.centerIn: parent
+                    size: 20
+                    source: "icons/plus.svg"
+                }
+            }
+            VxText {
+                objectName: "hint"
+                width: parent.width
+                visible: plusButton.hint !== ""
+                text: plusButton.hint
+                color: VxTheme.textSecondary
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+                lineHeight: 1.3
+            }
+        }
+    }
+    background: Rectangle {
+        radius: VxTheme.radiusPanel
+        color: plusButton.hovered ? VxTheme.veilPressed : "transparent"
+        border.width: 1
+        border.color: plusButton.hovered ? VxTheme.outlineHover : VxTheme.outline
+
+        FocusRing {
+            inner: VxTheme.radiusPanel
+            visible: plusButton.visualFocus
+        }
+    }
+
+    VxToolTip {
+        visible: plusButton.hovered && !popup.visible
+        delay: VxTheme.toolTipDelayMs
+        text: plusButton.text
+    }
+
+    T.Popup {
+        id: popup
+
+        objectName: "popup"
+        x: 0
+        y: Math.round((plusButton.height - height) / 2)
+        width: 300
+        height: 400
+        padding: 8
+        topPadding: 12
+        margins: 8
+        focus: true
+
+        contentItem: FocusScope {
+            focus: true
+
+            VxText {
+                id: heading
+
+                x: 10
+                width: parent.width - 20
+                text: plusButton.text
+                color: VxTheme.textSecondary
+                font.bold: true
+                elide: Text.ElideRight
+            }
+            ListView {
+                id: list
+
+                objectName: "list"
+                anchors.fill: parent
+                anchors.topMargin: heading.height + 10
+                focus: true
+                clip: true
+                model: choice.apps
+                boundsBehavior: Flickable.StopAtBounds
+                keyNavigationEnabled: true
+                Accessible.role: Accessible.List
+                Accessible.name: plusButton.text
+
+                T.ScrollBar.vertical: VxScrollBar {}
+
+                delegate: AppRow {
+                    required property var modelData
+                    required property int index
+
+                    objectName: "app" + index
+                    width: ListView.view.width
+                    app: modelData
+                    highlighted: ListView.isCurrentItem && ListView.view.activeFocus
+                    onClicked: plusButton.choose(app)
+                }
+                Keys.onReturnPressed: plusButton.choose(choice.apps[currentIndex])
+                Keys.onEnterPressed: plusButton.choose(choice.apps[currentIndex])
+                Keys.onSpacePressed: plusButton.choose(choice.apps[currentIndex])
+            }
+            VxText {
+                objectName: "empty"
+                anchors.centerIn: parent
+                width: parent.width - 40
+                visible: choice.apps.length === 0
+                text: plusButton.emptyText
+                color: VxTheme.textSecondary
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+                lineHeight: 1.3
+                Accessible.ignored: false
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+        }
+        background: Rectangle {
+            radius: VxTheme.radiusPanel
+            color: VxTheme.popup
+            border.width: 1
+            border.color: VxTheme.outline
+        }
+        enter: Transition {
+            NumberAnimation {
+                property: "opacity"
+                from: 0
+                to: 1
+                duration: VxTheme.hoverMs
+            }
+        }
+
+        onClosed: choice.blocked = false
+    }
+
+    Keys.onReturnPressed: click()
+    Keys.onEnterPressed: click()
+    onClicked: openList()
+}

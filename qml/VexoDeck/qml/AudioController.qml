@@ -1,0 +1,226 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import MediaControls
+import "AudioConfigRecords.js" as Records
+
+/*
+    A strip of the mixer: meters, fader, only listen, mutes. What it holds are the settings under its identifier; it
+    tells when the engine has to hear of a change.
+*/
+Rectangle {
+    id: audioController
+
+    // A StripKind.
+    required property int showType
+    // A source's entry of AppInventory, and its place in appList.
+    property var currentApp: null
+    property int appIndex: -1
+    property string bundleIdentifier: currentApp?.bundleIdentifier ?? ""
+    property string title: currentApp ? AppInventory.displayName(currentApp) : ""
+    property url imageSource
+    readonly property bool isSource: showType === StripKind.Source
+
+    readonly property bool hasMonitorMute: showType !== StripKind.LiveOutput
+    readonly property bool hasLiveMute: showType !== StripKind.MonitorOutput
+
+    // A choice in the strip's list box, before it becomes currentApp.
+    signal appPicked(app: var)
+    signal deleteApp
+    signal volumeChanged
+    // 0 volume, 1 solo, 2 monitor mute, 3 live mute
+    signal eventsChanged(type: int, value: var)
+    signal settingsRequested
+
+    // The id at creation stays the strip's topic, also when its application is swapped.
+    function levelTopic(): string {
+        switch (showType) {
+        case StripKind.LiveOutput:
+            return Records.liveBusTopic;
+        case StripKind.MonitorOutput:
+            return Records.monitorBusTopic;
+        case StripKind.Device:
+            return Records.deviceTopic;
+        }
+        return currentApp?.streamID > 0 ? String(currentApp.streamID) : bundleIdentifier;
+    }
+
+    // Mutes are read without a default here: where the store gives text, a stored mute shows as off.
+    function refreshAppControls() {
+        if (bundleIdentifier === "")
+            return;
+        readSolo();
+        monitorMute.setActive(ConfigMgr.getValue(bundleIdentifier + "_monitor") === true);
+        liveMute.setActive(ConfigMgr.getValue(bundleIdentifier + "_mix") === true);
+        volume.read(bundleIdentifier);
+    }
+
+    function readSolo() {
+        soloButton.setActive(ConfigMgr.getValue(ConfigMgr.keys.listen) === bundleIdentifier);
+    }
+
+    // Solo moves and never switches off: the message lights the button of a strip that had it already.
+    function listenOnly() {
+        ConfigMgr.setValue(ConfigMgr.keys.listen, bundleIdentifier);
+        MessageBus.publishListenModeChanged(bundleIdentifier);
+        volumeChanged();
+        eventsChanged(1, soloButton.isActive);
+    }
+
+    function storeMute(suffix: string, muted: bool, eventType: int) {
+        ConfigMgr.setValue(bundleIdentifier + suffix, muted);
+        volumeChanged();
+        eventsChanged(eventType, muted);
+    }
+
+    function removeStrip() {
+        if (ConfigMgr.getValue(ConfigMgr.keys.listen) === bundleIdentifier) {
+            ConfigMgr.setValue(ConfigMgr.keys.listen, "listen");
+            MessageBus.publishListenModeChanged("listen");
+        }
+        deleteApp();
+    }
+
+    function pickApp(app: var) {
+        appPicked(app);
+        currentApp = app;
+    }
+
+    function handleMessage(topic: string, data: var) {
+        if (topic === MessageBus.messageTypes.LISTEN_MODE_CHANGED)
+            readSolo();
+        else if (topic === volume.topic)
+            volume.follow();
+        else if (data)
+            fader.setLevels(data.levelLeft, data.levelRight);
+    }
+
+    implicitWidth: 104
+    implicitHeight: 420
+    radius: VxTheme.radiusPanel
+    color: VxTheme.card
+    border.width: 1
+    border.color: soloButton.isActive ? VxTheme.accent : "transparent"
+
+    Accessible.role: Accessible.Grouping
+    Accessible.name: title
+
+    StripVolume {
+        id: volume
+
+        showType: audioController.showType
+        bundleIdentifier: audioController.bundleIdentifier
+        fader: fader
+        onVolumeChanged: audioController.volumeChanged()
+    }
+
+    StripHead {
+        id: head
+
+        objectName: "head"
+        anchors.top: parent.top
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.margins: 8
+        showType: audioController.showType
+        title: audioController.title
+        imageSource: audioController.imageSource
+        currentApp: audioController.currentApp
+        appIndex: audioController.appIndex
+        appShown: presence.found
+        onAppSelected: app => audioController.pickApp(app)
+        onDeleteClicked: audioController.removeStrip()
+        onSettingsClicked: audioController.settingsRequested()
+    }
+
+    StripFader {
+        id: fader
+
+        objectName: "fader"
+        anchors.top: head.bottom
+        anchors.bottom: buttons.top
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.margins: 8
+        anchors.topMargin: 12
+        anchors.bottomMargin: 10
+        name: audioController.title
+        from: volume.from
+        to: volume.to
+        stepSize: volume.stepSize
+        defaultValue: volume.defaultValue
+        textOf: value => volume.textOf(value)
+        onMoved: volume.handleMoved()
+        onChangeComplete: audioController.eventsChanged(0, fader.position)
+    }
+
+    Column {
+        id: buttons
+
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.margins: 8
+        spacing: 6
+
+        CustomButtonRect {
+            id: soloButton
+
+            objectName: "soloButton"
+            width: parent.width
+            src: VxConfig.iconUrl("icons/jt_btn.svg", "")
+            name: qsTr("只听")
+            Accessible.description: audioController.title
+            onClick: audioController.listenOnly()
+        }
+
+        Row {
+            id: mutes
+
+            readonly property real buttonWidth: audioController.hasMonitorMute && audioController.hasLiveMute ? (width - spacing) / 2 : width
+
+            width: parent.width
+            spacing: 6
+
+            CustomButtonRect {
+                id: monitorMute
+
+                objectName: "monitorMute"
+                width: mutes.buttonWidth
+                visible: audioController.hasMonitorMute
+                isWorn: true
+                src: VxConfig.iconUrl("icons/zt_btn.svg", "")
+                name: qsTr("监听静音")
+                Accessible.description: audioController.title
+                onClick: audioController.storeMute("_monitor", isActive, 2)
+            }
+            CustomButtonRect {
+                id: liveMute
+
+                objectName: "liveMute"
+                width: mutes.buttonWidth
+                visible: audioController.hasLiveMute
+                isWorn: true
+                src: VxConfig.iconUrl("icons/zb_btn.svg", "")
+                name: qsTr("直播静音")
+                Accessible.description: audioController.title
+                onClick: audioController.storeMute("_mix", isActive, 3)
+            }
+        }
+    }
+
+    StripPresence {
+        id: presence
+
+        currentApp: audioController.currentApp
+        onCame: app => audioController.currentApp = app
+    }
+
+    MessageListener {
+        messageTypes: [MessageBus.messageTypes.LISTEN_MODE_CHANGED, audioController.levelTopic()].concat(volume.topic === "" ? [] : [volume.topic])
+        onMessage: (topic, data) => audioController.handleMessage(topic, data)
+    }
+
+    onBundleIdentifierChanged: refreshAppControls()
+    Component.onCompleted: refreshAppControls()
+}

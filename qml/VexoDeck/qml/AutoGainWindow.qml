@@ -1,0 +1,173 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import MediaControls
+import "AutoGainLevels.js" as Levels
+
+/*
+    The automatic gain measurement of the Mixdesk R2: the device listens for ten seconds and sets the gain by itself.
+    The window shows the level and a countdown, and then the gain. It waits for the device without a time limit.
+*/
+WindowFrame {
+    id: autoGainWindow
+
+    objectName: "autoGainWindow"
+
+    // The last gain step reported.
+    property int gainValue: 0
+
+    function loadView() {
+        isDestroy = true;
+    }
+
+    title: qsTr("自动增益")
+    width: 500
+    height: 300
+    minimumWidth: 500
+    minimumHeight: 300
+    maximumWidth: 500
+    maximumHeight: 300
+    modality: Qt.ApplicationModal
+    visible: false
+
+    Item {
+        id: body
+
+        // The device has set a gain.
+        property bool done: false
+        readonly property int secondsLeft: Math.ceil((1 - resetProgress.value) * 10)
+
+        function restart() {
+            done = false;
+            countdown.restart();
+        }
+
+        function finish(gainStep: int) {
+            autoGainWindow.gainValue = gainStep;
+            done = true;
+        }
+
+        function gainText(gainStep: int): string {
+            return Math.round((gainStep - ConfigMgr.auto_gain_min) * 99 / ConfigMgr.auto_gain_count + 1) + "%";
+        }
+
+        function send(value: int) {
+            HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.auto_gain, [value]);
+        }
+
+        function handleMessage(topic: string, data: var) {
+            if (topic === MessageBus.messageTypes.UPDATE_MIC_GAIN_LEVEL) {
+                // A report without a value is none.
+                if (typeof data === "number")
+                    finish(data);
+            } else if (data === 0) {
+                countdown.stop();
+                autoGainWindow.close();
+            } else {
+                restart();
+            }
+        }
+
+        Column {
+            anchors.centerIn: parent
+            anchors.verticalCenterOffset: -24
+            width: 360
+            spacing: 28
+            visible: !body.done
+
+            CustomProgress {
+                id: resetProgress
+
+                objectName: "resetProgress"
+                width: parent.width
+                mainText: qsTr("使用正常的音量讲话\n倒计时 ") + body.secondsLeft + "s"
+                subText: ""
+            }
+            AudioChannelIndicatorSingle {
+                id: gain_view
+
+                objectName: "gain_view"
+                width: parent.width
+            }
+        }
+
+        Column {
+            id: seccussView
+
+            objectName: "seccussView"
+            anchors.centerIn: parent
+            anchors.verticalCenterOffset: -24
+            width: 360
+            spacing: 18
+            visible: body.done
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: setText.text
+
+            VxIcon {
+                anchors.horizontalCenter: parent.horizontalCenter
+                size: 56
+                source: VxConfig.iconUrl("icons/success.svg", "")
+            }
+            VxText {
+                id: setText
+
+                objectName: "setText"
+                width: parent.width
+                text: body.done ? qsTr("设置成功\n增益为 ") + body.gainText(autoGainWindow.gainValue) : qsTr("设置成功\n增益为 0 dB")
+                font.pixelSize: VxTheme.fontLead
+                lineHeight: 1.3
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+            }
+        }
+
+        BwButton {
+            id: btn1
+
+            objectName: "btn1"
+            anchors.bottom: parent.bottom
+            anchors.bottomMargin: 24
+            anchors.horizontalCenter: parent.horizontalCenter
+            visible: !body.done
+            text: qsTr("取消")
+            onClicked: {
+                autoGainWindow.close();
+                body.send(0);
+            }
+        }
+        VxButton {
+            id: btn2
+
+            objectName: "btn2"
+            anchors.bottom: parent.bottom
+            anchors.bottomMargin: 24
+            anchors.horizontalCenter: parent.horizontalCenter
+            visible: body.done
+            text: qsTr("确定")
+            font.pixelSize: VxTheme.fontSmall
+            onClicked: autoGainWindow.close()
+        }
+
+        NumberAnimation {
+            id: countdown
+
+            target: resetProgress
+            property: "value"
+            from: 0
+            to: 1
+            duration: 10000
+        }
+
+        MessageListener {
+            messageTypes: [MessageBus.messageTypes.UPDATE_AUTO_GAIN, MessageBus.messageTypes.UPDATE_MIC_GAIN_LEVEL]
+            onMessage: (topic, data) => body.handleMessage(topic, data)
+        }
+
+        // Also when the device itself began.
+        Component.onCompleted: {
+            HIDDeviceMgr.manager.priMsgCallback.connect(Levels.handlerFor(gain_view));
+            send(1);
+            countdown.start();
+        }
+    }
+}

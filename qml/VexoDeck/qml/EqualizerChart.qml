@@ -1,0 +1,182 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import MediaControls
+import "EqualizerCurve.js" as Curve
+
+/*
+    The chart of the equaliser: the curve of the selected preset. The user's own presets are edited by its points: by
+    the mouse, or by the arrow keys, left and right for the band, up and down for its gain.
+*/
+Item {
+    id: eqChartContainer
+
+    objectName: "eqChartContainer"
+
+    // A preset's record.
+    required property var currentEqData
+    required property bool editable
+
+    readonly property list<real> frequencies: [63, 125, 250, 400, 630, 1000, 1600, 2500, 4000, 6300, 10000, 16000]
+    readonly property list<string> frequencyLabels: ["63Hz", "125Hz", "250Hz", "400Hz", "630Hz", "1kHz", "1.6kHz", "2.5kHz", "4kHz", "6.3kHz", "10kHz", "16kHz"]
+    readonly property list<real> gainLevels: [6, 4, 2, 0, -2, -4, -6]
+    readonly property list<string> gainLabels: ["+6dB", "+4dB", "+2dB", "0", "-2dB", "-4dB", "-6dB"]
+    readonly property list<real> gains: Curve.twelveGains(currentEqData.value)
+
+    // A band's gain in dB was moved by the user's hand.
+    signal gainEdited(band: int, gain: real)
+    // A press, with or without a band, is over: the filter follows it, and not the moves after it.
+    signal pressed
+
+    QtObject {
+        id: edit
+
+        property int band: -1
+        property int keyBand: 0
+        // The focus is shown until the mouse takes over.
+        property bool focusShown: true
+    }
+
+    function gainText(gain: real): string {
+        return (gain > 0 ? "+" : "") + Math.round(gain * 10) / 10 + "dB";
+    }
+
+    function warnOfLength() {
+        const value = currentEqData.value;
+        if (Array.isArray(value) && value.length !== Curve.bandCount)
+            console.warn("均衡器预设不是12个数值:", value.length);
+    }
+
+    function applyAt(y: real) {
+        gainEdited(edit.band, Curve.gainAt(y, canvas.height));
+    }
+
+    function press(x: real, y: real) {
+        if (!editable)
+            return;
+        edit.band = Curve.nearestBand(x, canvas.width);
+        if (edit.band >= 0) {
+            edit.keyBand = edit.band;
+            applyAt(y);
+        }
+        pressed();
+    }
+
+    function stepGain(step: real) {
+        if (!editable)
+            return;
+        edit.focusShown = true;
+        const wanted = Math.round((gains[edit.keyBand] + step) * 2) / 2;
+        gainEdited(edit.keyBand, Math.max(Curve.minimumGain, Math.min(Curve.maximumGain, wanted)));
+        pressed();
+    }
+
+    function stepBand(step: int) {
+        edit.focusShown = true;
+        edit.keyBand = Math.max(0, Math.min(Curve.bandCount - 1, edit.keyBand + step));
+    }
+
+    activeFocusOnTab: editable
+    Accessible.role: Accessible.Slider
+    Accessible.name: frequencyLabels[edit.keyBand]
+    Accessible.description: gainText(gains[edit.keyBand])
+    Accessible.focusable: editable
+    Accessible.onIncreaseAction: stepGain(0.5)
+    Accessible.onDecreaseAction: stepGain(-0.5)
+
+    Repeater {
+        model: eqChartContainer.gainLevels
+
+        VxText {
+            required property real modelData
+            required property int index
+
+            x: 0
+            y: canvas.y + Curve.gainY(modelData, canvas.height) - height / 2
+            width: 38
+            text: eqChartContainer.gainLabels[index]
+            color: VxTheme.textSecondary
+            font.pixelSize: 10
+            horizontalAlignment: Text.AlignRight
+        }
+    }
+
+    Repeater {
+        model: eqChartContainer.frequencyLabels
+
+        VxText {
+            required property string modelData
+            required property int index
+
+            x: canvas.x + Curve.bandX(index, canvas.width) - width / 2
+            y: canvas.y + canvas.height + 7
+            text: modelData
+            color: VxTheme.textSecondary
+            font.pixelSize: 10
+        }
+    }
+
+    EqualizerCanvas {
+        id: canvas
+
+        objectName: "canvas"
+        anchors.fill: parent
+        anchors.leftMargin: 45
+        anchors.rightMargin: 10
+        anchors.topMargin: 10
+        anchors.bottomMargin: 25
+        gains: eqChartContainer.gains
+
+        MouseArea {
+            id: mouse
+
+            objectName: "curveArea"
+            anchors.fill: parent
+            hoverEnabled: true
+            cursorShape: eqChartContainer.editable && (pressed || Curve.nearestBand(mouseX, width) >= 0) ? Qt.PointingHandCursor : Qt.ArrowCursor
+            onPressed: event => {
+                edit.focusShown = false;
+                eqChartContainer.press(event.x, event.y);
+                eqChartContainer.forceActiveFocus(Qt.MouseFocusReason);
+            }
+            onPositionChanged: event => {
+                if ((event.buttons & Qt.LeftButton) && edit.band >= 0)
+                    eqChartContainer.applyAt(event.y);
+            }
+            onReleased: edit.band = -1
+            onCanceled: edit.band = -1
+        }
+
+        // The point that the keyboard moves, and what the hand holds.
+        Item {
+            id: point
+
+            readonly property int band: edit.band >= 0 ? edit.band : edit.keyBand
+            readonly property bool focused: eqChartContainer.activeFocus && edit.focusShown && eqChartContainer.editable
+
+            x: Curve.bandX(band, canvas.width)
+            y: Curve.gainY(eqChartContainer.gains[band], canvas.height)
+
+            FocusRing {
+                inner: 8
+                anchors.margins: -9
+                visible: point.focused
+            }
+            VxToolTip {
+                visible: edit.band >= 0 || point.focused
+                text: eqChartContainer.frequencyLabels[point.band] + "  " + eqChartContainer.gainText(eqChartContainer.gains[point.band])
+            }
+        }
+    }
+
+    Keys.onLeftPressed: stepBand(-1)
+    Keys.onRightPressed: stepBand(1)
+    Keys.onUpPressed: stepGain(0.5)
+    Keys.onDownPressed: stepGain(-0.5)
+    onActiveFocusChanged: {
+        if (!activeFocus)
+            edit.focusShown = true;
+    }
+    onCurrentEqDataChanged: warnOfLength()
+    Component.onCompleted: warnOfLength()
+}

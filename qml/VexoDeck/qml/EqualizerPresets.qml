@@ -1,0 +1,221 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import MediaControls
+// Registered by the program when it starts, so that no description lies on the disk for the linter.
+import VexoDeckSystemBridge // qmllint disable import
+import "EqualizerCurve.js" as Curve
+
+/*
+    The row of the equaliser's presets: seven fixed ones, and at most three of the user's own behind them. It keeps the
+    list and the selection and writes both to the settings; then the engine is told to read them.
+*/
+Item {
+    id: eqSelect
+
+    objectName: "eqSelect"
+
+    property int selectIndex: 0
+    // Records with name, value (dB of the twelve bands) and img.
+    property var dataList: []
+    readonly property int countSum: ConfigMgr.defaults.device_equalizer_values.length
+    readonly property var currentEqData: dataList[selectIndex] ?? emptyRecord()
+    readonly property bool userSelected: selectIndex >= countSum && selectIndex < dataList.length
+    readonly property bool full: dataList.length >= countSum + 3
+
+    readonly property var bridge: SystemBridge // qmllint disable unqualified
+
+    function emptyRecord(): var {
+        return {
+            name: "",
+            value: new Array(Curve.bandCount).fill(0),
+            img: ""
+        };
+    }
+
+    // A text that is no record keeps its place in the list.
+    function parsed(text: string): var {
+        let record = null;
+        try {
+            record = JSON.parse(text);
+        } catch (error) {
+            return emptyRecord();
+        }
+        return record !== null && typeof record === "object" ? record : emptyRecord();
+    }
+
+    function readSelection() {
+        selectIndex = ConfigMgr.getValue(ConfigMgr.keys.device_equalizer_current_index);
+    }
+
+    function storeRecord() {
+        ConfigMgr.setValue(ConfigMgr.keys.device_equalizer_current, JSON.stringify(currentEqData));
+    }
+
+    function storeIndex() {
+        ConfigMgr.setValue(ConfigMgr.keys.device_equalizer_current_index, selectIndex);
+    }
+
+    function tell() {
+        MessageBus.publishUpdateDeviceEqualizerCurrent(selectIndex);
+        bridge.updateMonitorDevice();
+    }
+
+    // Does not turn the equaliser on.
+    function select(index: int) {
+        selectIndex = index;
+        storeRecord();
+        storeIndex();
+        tell();
+    }
+
+    // Does not select what it adds.
+    function addPreset() {
+        const record = {
+            name: "自定义",
+            value: new Array(Curve.bandCount).fill(0),
+            img: "icons/zdy.svg"
+        };
+        dataList = dataList.concat([record]);
+        ConfigMgr.addStringList(ConfigMgr.keys.device_equalizer_values, JSON.stringify(record));
+        console.log("添加新的均衡器预设:", JSON.stringify(record));
+        bridge.updateMonitorDevice();
+        list.toRightEnd();
+    }
+
+    // The next preset slides into the selection; behind the last one, the one before it follows.
+    function removeSelected() {
+        ConfigMgr.removeStringListIndex(ConfigMgr.keys.device_equalizer_values, selectIndex);
+        dataList = dataList.filter((record, index) => index !== selectIndex);
+        if (selectIndex >= dataList.length)
+            selectIndex = dataList.length - 1;
+        storeIndex();
+        storeRecord();
+        tell();
+    }
+
+    // The engine is not told: it follows the press and not the moves.
+    function setGain(band: int, gain: real) {
+        const gains = Curve.twelveGains(currentEqData.value);
+        gains[band] = gain;
+        const record = Object.assign({}, currentEqData, {
+            value: gains
+        });
+        dataList = dataList.map((other, index) => index === selectIndex ? record : other);
+        ConfigMgr.setStringList(ConfigMgr.keys.device_equalizer_values, dataList.map(other => JSON.stringify(other)));
+        storeRecord();
+        MessageBus.publishUpdateDeviceEqualizerCurrent(selectIndex);
+    }
+
+    // A record may come from anywhere: only pictures of the program are shown.
+    function iconOf(record: var): url {
+        const known = ["gbz", "rs", "dq", "pt", "zp", "dzp"].map(name => "icons/" + name + ".svg");
+        return VxConfig.iconUrl(known.includes(record.img) ? record.img : "icons/zdy.svg", "");
+    }
+
+    implicitHeight: 74
+
+    Flickable {
+        id: list
+
+        objectName: "presetList"
+
+        function toRightEnd() {
+            contentX = Math.max(0, row.implicitWidth - width);
+        }
+
+        function reveal(item: Item) {
+            contentX = Math.max(0, Math.min(item.x, Math.max(contentX, item.x + item.width - width)));
+        }
+
+        anchors.fill: parent
+        contentWidth: row.width
+        contentHeight: height
+        flickableDirection: Flickable.HorizontalFlick
+        boundsBehavior: Flickable.StopAtBounds
+        clip: true
+        Accessible.role: Accessible.Grouping
+        Accessible.name: qsTr("均衡器")
+
+        Row {
+            id: row
+
+            spacing: 8
+
+            Repeater {
+                model: eqSelect.dataList.length
+
+                TileButton {
+                    id: tile
+
+                    required property int index
+                    readonly property var record: eqSelect.dataList[index] ?? eqSelect.emptyRecord()
+
+                    objectName: "preset" + index
+                    width: 78
+                    height: 66
+                    text: EqualizerNames.displayName(typeof record.name === "string" ? record.name : "", index)
+                    icon.source: eqSelect.iconOf(record)
+                    selected: index === eqSelect.selectIndex
+                    onClicked: eqSelect.select(index)
+                    onVisualFocusChanged: {
+                        if (visualFocus)
+                            list.reveal(tile);
+                    }
+                }
+            }
+
+            CustomButton {
+                id: plusButton
+
+                objectName: "addPreset"
+                width: 78
+                height: 66
+                visible: !eqSelect.full
+                text: qsTr("添加均衡器预设")
+                icon.source: VxConfig.iconUrl("icons/plus2.svg", "")
+                onClicked: eqSelect.addPreset()
+                onVisualFocusChanged: {
+                    if (visualFocus)
+                        list.reveal(plusButton);
+                }
+
+                Rectangle {
+                    anchors.fill: parent
+                    radius: VxTheme.radiusSmall
+                    color: "transparent"
+                    border.width: 1
+                    border.color: plusButton.hovered ? VxTheme.outlineHover : VxTheme.outline
+                }
+            }
+        }
+
+        WheelHandler {
+            acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+            target: null
+            onWheel: event => {
+                const wanted = list.contentX - (event.angleDelta.y || event.angleDelta.x) / 2;
+                list.contentX = Math.max(0, Math.min(list.contentWidth - list.width, wanted));
+            }
+        }
+    }
+
+    VxScrollBar {
+        anchors.left: list.left
+        anchors.right: list.right
+        anchors.bottom: list.bottom
+        implicitHeight: 6
+        orientation: Qt.Horizontal
+        size: list.visibleArea.widthRatio
+        position: list.visibleArea.xPosition
+        onPositionChanged: {
+            if (pressed)
+                list.contentX = position * list.contentWidth;
+        }
+    }
+
+    Component.onCompleted: {
+        dataList = ConfigMgr.getStringList(ConfigMgr.keys.device_equalizer_values).map(text => parsed(text));
+        readSelection();
+    }
+}

@@ -1,0 +1,131 @@
+import QtQuick
+import MediaControls
+
+/* Meters and fader of a mixer strip, with the value below them. */
+Item {
+    id: stripFader
+
+    property alias from: slider.from
+    property alias to: slider.to
+    property alias stepSize: slider.stepSize
+    property alias name: slider.name
+    // function (value) that gives the text of a value
+    property alias textOf: slider.formatedValueFunc
+    property real defaultValue: 0
+    readonly property alias isManually: slider.isManually
+    // The value on the grid of its steps: that of the track may miss it by a rounding.
+    readonly property real position: Math.round(slider.value / stepSize) / Math.round(1 / stepSize)
+
+    // The user's hand has moved the fader.
+    signal moved
+    // The user's hand let go 500 ms ago.
+    signal changeComplete
+
+    function show(value: real) {
+        slider.value = value;
+    }
+
+    function setLevels(levelLeft: real, levelRight: real) {
+        meter.setLevels(levelLeft, levelRight);
+    }
+
+    function handleTap() {
+        const now = Date.now();
+        const twice = now - tap.lastMs < Application.styleHints.mouseDoubleClickInterval;
+        tap.lastMs = twice ? 0 : now;
+        // The slider's own release, which follows, would take the value back.
+        if (twice)
+            Qt.callLater(backToDefault);
+    }
+
+    // As the user's hand does.
+    function backToDefault() {
+        slider.moveBySteps(Math.round((defaultValue - slider.value) / stepSize));
+    }
+
+    QtObject {
+        id: tap
+
+        property real lastMs: 0
+    }
+
+    Item {
+        id: area
+
+        anchors.top: parent.top
+        anchors.bottom: valueLabel.top
+        anchors.bottomMargin: 6
+        anchors.horizontalCenter: parent.horizontalCenter
+        width: 76
+
+        AudioLevelIndicator {
+            id: meter
+
+            objectName: "meter"
+            height: parent.height - captions.height - 4
+        }
+        Row {
+            id: captions
+
+            anchors.bottom: parent.bottom
+            spacing: meter.spacing
+
+            Repeater {
+                model: ["L", "R"]
+
+                VxText {
+                    required property string modelData
+
+                    width: 9
+                    text: modelData
+                    color: VxTheme.textSecondary
+                    font.pixelSize: 10
+                    horizontalAlignment: Text.AlignHCenter
+                }
+            }
+        }
+
+        // Quarters of the fader's way.
+        Repeater {
+            model: 5
+
+            Rectangle {
+                required property int index
+
+                x: slider.x - 6
+                y: slider.y + 9 + index * (slider.height - 18) / 4
+                width: 5
+                height: 1
+                color: VxTheme.outline
+            }
+        }
+
+        CustomSlider {
+            id: slider
+
+            objectName: "slider"
+            anchors.right: parent.right
+            width: 30
+            height: meter.height
+            orientation: Qt.Vertical
+            snapToStep: true
+            onMoved: stripFader.moved()
+            onChangeComplete: stripFader.changeComplete()
+
+            TapHandler {
+                onTapped: stripFader.handleTap()
+            }
+        }
+    }
+
+    VxText {
+        id: valueLabel
+
+        objectName: "value"
+        anchors.bottom: parent.bottom
+        width: parent.width
+        text: slider.valueText
+        font.bold: slider.isManually
+        horizontalAlignment: Text.AlignHCenter
+    }
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QObject>
+#include <QVariant>
+
+// Stands for the bridge to the operating system and the sound engine in tests of the documents: records what
+// they ask of it, and gives its signals. Lives on the main thread; one for each engine, which owns it.
+class FakeSystemBridge : public QObject {
+    Q_OBJECT
+    // The calls since the last clearCalls(), in order: maps with "name" and, by call, "configs", "deviceName",
+    // "index".
+    Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
+    // What getRunningApplications() answers.
+    Q_PROPERTY(QVariantList applications MEMBER applications NOTIFY applicationsChanged)
+
+public:
+    using QObject::QObject;
+
+    [[nodiscard]] QVariantList calls() const;
+    Q_INVOKABLE void clearCalls();
+
+    Q_INVOKABLE QVariantList getRunningApplications();
+    Q_INVOKABLE void setAudioConfig(const QVariantList& configs);
+    Q_INVOKABLE bool AddInputDevice(const QString& deviceName, int index = -1);
+    Q_INVOKABLE bool RemoveInputDevice(const QString& deviceName);
+    Q_INVOKABLE void updateMonitorDevice();
+
+signals:
+    void callsChanged();
+    void applicationsChanged();
+    void audioInputLevelChanged(QVariantList levels);
+
+private:
+    void record(const QString& name, const QVariantMap& arguments = {});
+
+    QVariantList applications;
+    QVariantList recordedCalls;
+};
+
+// Registers the class as the singleton SystemBridge of the module VexoDeckSystemBridge. Before any document is
+// loaded, once in a process.
+void registerFakeSystemBridge();
