@@ -70,20 +70,20 @@ public:
     [[nodiscard]] bool hasFailed() const { return stream == nullptr || failed; }
 
 private:
-    static void onState(pa_stream* stream, void* self) {
+    static void onState(pa_stream* changed, void* self) {
         auto* const recording = static_cast<Recording*>(self);
-        const pa_stream_state_t state = pa_stream_get_state(stream);
+        const pa_stream_state_t state = pa_stream_get_state(changed);
         if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
             recording->failed = true;
             recording->owner.scheduleRetry();
         }
     }
 
-    static void onData(pa_stream* stream, std::size_t, void* self) {
+    static void onData(pa_stream* source, std::size_t, void* self) {
         auto* const recording = static_cast<Recording*>(self);
         const void* data = nullptr;
         std::size_t byteCount = 0;
-        while (pa_stream_peek(stream, &data, &byteCount) == 0 && byteCount > 0) {
+        while (pa_stream_peek(source, &data, &byteCount) == 0 && byteCount > 0) {
             const std::size_t sampleCount = byteCount / sizeof(float);
             if (data != nullptr) {
                 recording->owner.merge.push(recording->playback,
@@ -91,7 +91,7 @@ private:
             } else {
                 recording->pushSilence(sampleCount);
             }
-            pa_stream_drop(stream);
+            pa_stream_drop(source);
         }
     }
 

@@ -27,8 +27,8 @@ private:
         void operator()(pa_mainloop* mainloop) const { pa_mainloop_free(mainloop); }
     };
 
-    static void onState(pa_stream* stream, void* self);
-    static void onWrite(pa_stream* stream, std::size_t byteCount, void* self);
+    static void onState(pa_stream* changed, void* self);
+    static void onWrite(pa_stream* asking, std::size_t byteCount, void* self);
     static void onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index,
                             void* self);
     static void onSinkFound(pa_context* context, const pa_sink_info* info, int end, void* self);
