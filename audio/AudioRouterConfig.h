@@ -17,8 +17,8 @@ struct InputDeviceRequest {
 };
 
 struct AudioRouterConfig {
-    double sampleRate = 48000.0;           ///< Hz
-    std::uint32_t framesPerBuffer = 256;   ///< frames of one block
+    double sampleRate = 48000.0;         ///< Hz
+    std::uint32_t framesPerBuffer = 256; ///< frames of one block
     std::string outputDevice = "VEXO Output";
     std::vector<InputDeviceRequest> inputs;
 };

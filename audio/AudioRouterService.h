@@ -29,15 +29,15 @@ public:
 
     /// Starts the worker with this configuration; false while running.
     [[nodiscard]] bool Start(const AudioRouterConfig& config);
-    /// Ends the worker and waits for it: at the latest one block later, or until PortAudio gives a dead device
-    /// up. Nothing while stopped.
+    /// Ends the worker and waits for it: at the latest one block later, or until PortAudio gives a dead
+    /// device up. Nothing while stopped.
     void Stop();
     /// Stops where running, and starts with the configuration as it is now.
     [[nodiscard]] bool Restart();
     [[nodiscard]] bool IsRunning() const;
 
-    /// Asks for a rate in Hz; false while stopped and for a rate of 0 or less. The wish is never forgotten: an
-    /// input that gives another rate is rebuilt again and again until that rate is asked for.
+    /// Asks for a rate in Hz; false while stopped and for a rate of 0 or less. The wish is never forgotten:
+    /// an input that gives another rate is rebuilt again and again until that rate is asked for.
     [[nodiscard]] bool SetSampleRate(double sampleRate);
     /// The rate in force, in Hz.
     [[nodiscard]] double GetSampleRate() const;
@@ -62,8 +62,8 @@ public:
     /// other value all. Empty when PortAudio fails.
     [[nodiscard]] std::vector<AudioDeviceEntry> GetDeviceList(std::int32_t type) const;
 
-    /// Sets the function that gets the blocks of the input with index 0; null for none. Before Start(). Always
-    /// true.
+    /// Sets the function that gets the blocks of the input with index 0; null for none. Before Start().
+    /// Always true.
     bool SetAudioCallback(AudioBlockCallback callback);
 
 private:

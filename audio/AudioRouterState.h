@@ -8,8 +8,8 @@
 #include <thread>
 #include <vector>
 
-/// What AudioRouterService and its worker share. The worker holds the mutex for copies, never across a call of
-/// PortAudio.
+/// What AudioRouterService and its worker share. The worker holds the mutex for copies, never across a call
+/// of PortAudio.
 struct AudioRouterState {
     mutable std::mutex mutex; ///< config, the three pending lists, start and stop
     AudioRouterConfig config; ///< as started, changed by the worker as requests are honoured

@@ -143,14 +143,16 @@ void CaptureWorker::removeInputs(const std::vector<std::string>& names) {
         const std::string wanted = lowerAscii(name);
         std::erase_if(service.config.inputs, [&wanted](const InputDeviceRequest& input) {
             const std::string configured = lowerAscii(input.name);
-            return configured.find(wanted) != std::string::npos || wanted.find(configured) != std::string::npos;
+            return configured.find(wanted) != std::string::npos ||
+                   wanted.find(configured) != std::string::npos;
         });
     }
 }
 
 bool CaptureWorker::hasSlotToRetry() const {
-    return std::ranges::any_of(
-        streams.inputSlots, [](const auto& slot) { return slot.stream == nullptr && slot.deviceIndex != -1; });
+    return std::ranges::any_of(streams.inputSlots, [](const auto& slot) {
+        return slot.stream == nullptr && slot.deviceIndex != -1;
+    });
 }
 
 void CaptureWorker::readAndHandOver() {
@@ -221,8 +223,8 @@ bool CaptureWorker::readBlock(InputStreamSlot& slot) {
     slot.buffer.assign(static_cast<std::size_t>(slot.channels) * config.framesPerBuffer, 0.0f);
     const PaError active = Pa_IsStreamActive(slot.stream);
     if (active == 0) {
-        qDebug().noquote().nospace() << "[Warning] Input stream inactive detected before reading (" << slot.name
-                                     << "), skipping this read";
+        qDebug().noquote().nospace() << "[Warning] Input stream inactive detected before reading ("
+                                     << slot.name << "), skipping this read";
         return false;
     }
     if (active < 0) {

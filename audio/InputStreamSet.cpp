@@ -99,8 +99,8 @@ std::optional<double> openSlot(InputStreamSlot& slot, double rate, std::uint32_t
     try {
         slot.stream = openInputStream(slot, rate, framesPerBuffer);
     } catch (const std::exception& failure) {
-        qDebug().noquote().nospace() << "Failed to open input stream (" << slot.name << "): " << failure.what()
-                                     << " (skipping this input)";
+        qDebug().noquote().nospace() << "Failed to open input stream (" << slot.name
+                                     << "): " << failure.what() << " (skipping this input)";
         slot.stream = nullptr;
         slot.deviceIndex = -1;
         outcome.deviceError = outcome.deviceError || hasDeviceErrorMark(failure.what());
@@ -205,8 +205,8 @@ PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t fra
     parameters.suggestedLatency = info->defaultLowInputLatency;
     const PaError supported = Pa_IsFormatSupported(&parameters, nullptr, rate);
     if (supported == paInvalidSampleRate) {
-        qDebug().noquote().nospace() << "[Info] Device " << slot.name << " does not support sample rate " << rate
-                                     << " Hz, automatically using device default sample rate "
+        qDebug().noquote().nospace() << "[Info] Device " << slot.name << " does not support sample rate "
+                                     << rate << " Hz, automatically using device default sample rate "
                                      << info->defaultSampleRate << " Hz";
         rate = info->defaultSampleRate;
     } else if (supported != paFormatIsSupported) {
@@ -214,8 +214,8 @@ PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t fra
     }
 
     PaStream* stream = nullptr;
-    const PaError opened = Pa_OpenStream(&stream, &parameters, nullptr, rate, framesPerBuffer, paClipOff, nullptr,
-                                         nullptr);
+    const PaError opened =
+        Pa_OpenStream(&stream, &parameters, nullptr, rate, framesPerBuffer, paClipOff, nullptr, nullptr);
     if (opened != paNoError) {
         throw std::runtime_error(std::string("Failed to open input stream: ") + Pa_GetErrorText(opened) +
                                  " (device index: " + std::to_string(device) + ")");
@@ -265,7 +265,8 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
     }
     set.inputSlots = findSlots(config);
     if (set.inputSlots.empty()) {
-        qDebug() << "No available input devices (will keep running to wait for subsequent addition/replacement)";
+        qDebug()
+            << "No available input devices (will keep running to wait for subsequent addition/replacement)";
     }
     set.outputChannels = planOutputChannels(set.inputSlots);
     set.outputDeviceIndex = -1;
@@ -296,8 +297,9 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
         const std::optional<double> obtained = openSlot(slot, rate, config.framesPerBuffer, outcome);
         // The last deviating input wins, while the streams before it keep running at their own rate. Kept so.
         if (obtained && std::fabs(*obtained - rate) > kRateToleranceHz) {
-            qDebug().noquote().nospace() << "[Warning] Device " << slot.name << " using different sample rate "
-                                         << *obtained << " Hz, may not match system";
+            qDebug().noquote().nospace()
+                << "[Warning] Device " << slot.name << " using different sample rate " << *obtained
+                << " Hz, may not match system";
             rate = *obtained;
             set.currentRate = *obtained;
         }
@@ -308,12 +310,14 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
     }
     // Not after a fresh start: that would be an endless cycle on a device that fails right after one.
     if (outcome.deviceError && !reinitialise) {
-        qDebug() << "[Info] Device-related error detected, will automatically refresh device list in next loop";
+        qDebug()
+            << "[Info] Device-related error detected, will automatically refresh device list in next loop";
         set.service.refreshRequested = true;
     }
     if (outcome.opened == 0) {
-        qDebug() << "Currently no successfully opened input streams (will keep running to wait for subsequent "
-                    "addition/replacement)";
+        qDebug()
+            << "Currently no successfully opened input streams (will keep running to wait for subsequent "
+               "addition/replacement)";
     }
     for (InputStreamSlot& slot : set.inputSlots) {
         std::ranges::fill(slot.buffer, 0.0f);

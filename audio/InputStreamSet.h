@@ -47,8 +47,8 @@ struct InputStreamSet {
 /// platform with an output stream.
 std::int32_t planOutputChannels(std::vector<InputStreamSlot>& inputSlots);
 
-/// Opens and starts the slot's stream, and fills its device index, channels and buffer. `rate`, in Hz, is what
-/// is wanted, and what was obtained on return. Throws std::runtime_error with a text.
+/// Opens and starts the slot's stream, and fills its device index, channels and buffer. `rate`, in Hz, is
+/// what is wanted, and what was obtained on return. Throws std::runtime_error with a text.
 [[nodiscard]] PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer);
 
 /// Closes everything; failures are swallowed.

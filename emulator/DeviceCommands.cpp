@@ -56,6 +56,13 @@ Json CommandInterpreter::press(Arguments& arguments) {
 
 Json CommandInterpreter::autoGain(Arguments& arguments) {
     AutoGainPlan plan;
+    if (arguments.peek() == "never") {
+        arguments.word("never");
+        arguments.expectEnd();
+        plan.answers = false;
+        target().autoGainPlan = plan;
+        return Json::object();
+    }
     plan.durationMs = arguments.number("DURATION_MS", 0, kLongestMs);
     plan.periodMs = arguments.number("PERIOD_MS", 1, kLongestMs);
     plan.step = static_cast<std::uint8_t>(arguments.number("STEP", 0, 255));

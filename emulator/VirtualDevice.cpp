@@ -317,7 +317,7 @@ void VirtualDevice::startAutoGain() {
 }
 
 void VirtualDevice::advanceAutoGain() {
-    if (!autoGainRunning) {
+    if (!autoGainReports()) {
         return;
     }
     if (autoGainEndsAtMs <= now) {
@@ -372,7 +372,7 @@ void VirtualDevice::advance(std::uint64_t nowMs) {
 
 std::uint64_t VirtualDevice::nextEventAtMs() const {
     std::uint64_t next = link.nextEventAtMs();
-    if (autoGainRunning) {
+    if (autoGainReports()) {
         next = std::min({next, autoGainEndsAtMs, nextLevelAtMs});
     }
     if (stormRuns()) {

@@ -39,6 +39,8 @@ struct AnsweredCounts {
 
 // The mixer's automatic gain: levels while it listens, then a gain step.
 struct AutoGainPlan {
+    // Without it the measurement runs on, and the host hears nothing of it.
+    bool answers = true;
     std::uint64_t durationMs = 10000;
     std::uint64_t periodMs = 100;
     std::uint8_t step = 18;
@@ -113,6 +115,7 @@ private:
     void resetToFactory();
     std::size_t notify(std::uint8_t id);
     void startAutoGain();
+    bool autoGainReports() const { return autoGainRunning && autoGainPlan.answers; }
     void advanceAutoGain();
     void sendOneOfStorm();
 

@@ -60,15 +60,16 @@ void collectPrograms(const QString& folder, const QString& suffix, int depth, QS
     if (depth < 1) {
         return;
     }
-    const QFileInfoList entries = QDir(folder).entryInfoList(
-        QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Unsorted);
+    const QFileInfoList entries =
+        QDir(folder).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Unsorted);
     for (const QFileInfo& entry : entries) {
         if (entry.isDir()) {
             collectPrograms(entry.absoluteFilePath(), suffix, depth - 1, seen, files);
             continue;
         }
         const QString key = entry.completeBaseName();
-        if (entry.suffix().toLower() != suffix || isMakersPath(entry.absoluteFilePath()) || seen.contains(key)) {
+        if (entry.suffix().toLower() != suffix || isMakersPath(entry.absoluteFilePath()) ||
+            seen.contains(key)) {
             continue;
         }
         seen.insert(key);
@@ -121,7 +122,8 @@ QStringList programFiles(const QStringList& roots, const QString& suffix, int de
 bool saveIcon(const QImage& picture, const QString& path) {
     QImage canvas(kIconFileSize, kIconFileSize, QImage::Format_ARGB32);
     canvas.fill(Qt::transparent);
-    const QImage fitted = picture.scaled(kIconFileSize, kIconFileSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    const QImage fitted =
+        picture.scaled(kIconFileSize, kIconFileSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     QPainter painter(&canvas);
     painter.drawImage((kIconFileSize - fitted.width()) / 2, (kIconFileSize - fitted.height()) / 2, fitted);
     painter.end();

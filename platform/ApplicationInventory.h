@@ -3,8 +3,8 @@
 // What runs and plays sound, and what is installed, as maps that QML stores as they are: their keys are a
 // contract. Both inventories give each entry an icon as a PNG file, which may come after the list.
 //
-// The UI thread. Nothing fails: a missing piece is a shorter list, or an entry without an icon. Only icons are
-// made elsewhere, on up to 8 threads, and for installed programs on the global thread pool.
+// The UI thread. Nothing fails: a missing piece is a shorter list, or an entry without an icon. Only icons
+// are made elsewhere, on up to 8 threads, and for installed programs on the global thread pool.
 
 #include <QList>
 #include <QString>

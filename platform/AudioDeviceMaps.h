@@ -24,8 +24,8 @@ struct AudioDeviceFacts {
 };
 
 /// The maps of kind `type` (1 inputs, 2 outputs, else all) in the order of the ids. A device that is in both
-/// lists under one id is one map, with the larger of its rates. "index" counts devices as they were first met,
-/// inputs before outputs.
+/// lists under one id is one map, with the larger of its rates. "index" counts devices as they were first
+/// met, inputs before outputs.
 [[nodiscard]] QVariantList audioDeviceMaps(const QList<AudioDeviceFacts>& inputs,
                                            const QList<AudioDeviceFacts>& outputs, int type);
 

@@ -27,8 +27,9 @@ void logSupported(const PaDeviceInfo& info, const QString& name, double sampleRa
     if (info.maxOutputChannels > 0) {
         qDebug() << "  Output channels:" << info.maxOutputChannels << "can use this sample rate";
     }
-    qWarning() << "SystemBridge::SetDeviceSampleRate: Windows platform - Cannot directly modify system device "
-                  "sample rate via PortAudio.";
+    qWarning()
+        << "SystemBridge::SetDeviceSampleRate: Windows platform - Cannot directly modify system device "
+           "sample rate via PortAudio.";
     qWarning() << "  Device:" << name;
     qWarning() << "  Requested sample rate:" << sampleRate << "Hz";
     qWarning() << "  Device default sample rate:" << info.defaultSampleRate << "Hz";
@@ -42,8 +43,9 @@ void logSupported(const PaDeviceInfo& info, const QString& name, double sampleRa
     }
     qWarning() << "  Note: To change system device sample rate, use Windows Sound Settings or device driver "
                   "settings.";
-    qWarning() << "  Note: PortAudio can use the requested sample rate when opening audio streams, but cannot "
-                  "change the system default.";
+    qWarning()
+        << "  Note: PortAudio can use the requested sample rate when opening audio streams, but cannot "
+           "change the system default.";
 }
 
 bool probeOne(PaDeviceIndex index, double sampleRate) {
@@ -53,13 +55,12 @@ bool probeOne(PaDeviceIndex index, double sampleRate) {
         return false;
     }
     const QString name = QString::fromLocal8Bit(info->name);
-    qDebug().nospace() << "SystemBridge::SetDeviceSampleRate: Processing device: " << name << " (Index: " << index
-                       << ")";
+    qDebug().nospace() << "SystemBridge::SetDeviceSampleRate: Processing device: " << name
+                       << " (Index: " << index << ")";
     qDebug().nospace() << "  Input channels: " << info->maxInputChannels
                        << ", Output channels: " << info->maxOutputChannels;
     if (info->maxInputChannels < 1 && info->maxOutputChannels < 1) {
-        qWarning()
-            << "SystemBridge::SetDeviceSampleRate: Device has no input or output channels, skipping";
+        qWarning() << "SystemBridge::SetDeviceSampleRate: Device has no input or output channels, skipping";
         return true;
     }
     const PaError result = formatCheck(index, *info, sampleRate);

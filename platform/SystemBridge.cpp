@@ -250,7 +250,8 @@ Qt::PermissionStatus SystemBridge::microphonePermission() const {
 }
 
 void SystemBridge::requestMicrophonePermission(const std::function<void()>& continuation) {
-    qApp->requestPermission(QMicrophonePermission(), this, [continuation](const QPermission&) { continuation(); });
+    qApp->requestPermission(QMicrophonePermission(), this,
+                            [continuation](const QPermission&) { continuation(); });
 }
 
 void SystemBridge::initializeMonitorDevice() {
@@ -422,7 +423,8 @@ QVariantList SystemBridge::GetDeviceList(int type) const {
             return {};
         }
         const std::vector<AudioDeviceEntry> entries = audioRouterService->GetDeviceList(type);
-        qDebug() << "SystemBridge::GetDeviceList: Found" << entries.size() << "devices using audio_router_api";
+        qDebug() << "SystemBridge::GetDeviceList: Found" << entries.size()
+                 << "devices using audio_router_api";
         return audioDeviceMaps(entries);
     });
 }

@@ -67,7 +67,8 @@ bool canBeFound(const QString& program) {
 
 } // namespace
 
-DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& languages, const QStringList& desktops) {
+DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& languages,
+                               const QStringList& desktops) {
     QHash<QString, QString> values;
     bool inEntry = false;
     for (const QByteArray& raw : text.split('\n')) {
@@ -80,7 +81,8 @@ DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& langua
         if (!inEntry || line.startsWith('#') || equals < 1) {
             continue;
         }
-        values.insert(QString::fromUtf8(line.left(equals).trimmed()), unescaped(line.mid(equals + 1).trimmed()));
+        values.insert(QString::fromUtf8(line.left(equals).trimmed()),
+                      unescaped(line.mid(equals + 1).trimmed()));
     }
     const auto localized = [&](const QString& key) {
         for (const QString& language : languages) {
@@ -101,8 +103,9 @@ DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& langua
     entry.program = programOfExec(values.value(QStringLiteral("Exec")));
     const QString onlyIn = values.value(QStringLiteral("OnlyShowIn"));
     const QString tryExec = values.value(QStringLiteral("TryExec"));
-    entry.shown = values.value(QStringLiteral("Type")) == QLatin1String("Application") && !entry.name.isEmpty() &&
-                  !isTrue("NoDisplay") && !isTrue("Hidden") && (onlyIn.isEmpty() || names(onlyIn, desktops)) &&
+    entry.shown = values.value(QStringLiteral("Type")) == QLatin1String("Application") &&
+                  !entry.name.isEmpty() && !isTrue("NoDisplay") && !isTrue("Hidden") &&
+                  (onlyIn.isEmpty() || names(onlyIn, desktops)) &&
                   !names(values.value(QStringLiteral("NotShowIn")), desktops) &&
                   (tryExec.isEmpty() || canBeFound(tryExec));
     return entry;
@@ -136,7 +139,8 @@ QString programOfExec(const QString& exec) {
     }
     const bool behindEnv = !words.isEmpty() && QFileInfo(words.first()).fileName() == QLatin1String("env");
     for (qsizetype at = behindEnv ? 1 : 0; at < words.size(); ++at) {
-        if (!behindEnv || (!words[at].contains(QLatin1Char('=')) && !words[at].startsWith(QLatin1Char('-')))) {
+        if (!behindEnv ||
+            (!words[at].contains(QLatin1Char('=')) && !words[at].startsWith(QLatin1Char('-')))) {
             return words[at];
         }
     }
@@ -174,7 +178,8 @@ const DesktopEntry* entryOfExecutable(const QList<DesktopEntry>& entries, const 
             return &entry;
         }
         // One that is offered comes before one that is not.
-        if (QFileInfo(entry.program).fileName() == fileName && (byName == nullptr || (entry.shown && !byName->shown))) {
+        if (QFileInfo(entry.program).fileName() == fileName &&
+            (byName == nullptr || (entry.shown && !byName->shown))) {
             byName = &entry;
         }
     }

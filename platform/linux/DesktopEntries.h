@@ -10,10 +10,10 @@
 
 /// What is used of one ".desktop" file.
 struct DesktopEntry {
-    QString path;    ///< of the file
-    QString name;    ///< in the user's language
-    QString icon;    ///< a name in the icon theme, or an absolute path; may be empty
-    QString program; ///< what Exec starts, as it stands there
+    QString path;      ///< of the file
+    QString name;      ///< in the user's language
+    QString icon;      ///< a name in the icon theme, or an absolute path; may be empty
+    QString program;   ///< what Exec starts, as it stands there
     bool shown = true; ///< offered to the user here
 };
 

@@ -25,8 +25,8 @@ QStringList iconFolders() {
 
 // The user's choice where it is written down, then what desktops ship.
 QStringList userThemes() {
-    const QString settings = QStandardPaths::locate(QStandardPaths::GenericConfigLocation,
-                                                    QStringLiteral("gtk-3.0/settings.ini"));
+    const QString settings =
+        QStandardPaths::locate(QStandardPaths::GenericConfigLocation, QStringLiteral("gtk-3.0/settings.ini"));
     QStringList themes;
     if (!settings.isEmpty()) {
         themes.append(QSettings(settings, QSettings::IniFormat)
@@ -70,8 +70,9 @@ Theme readTheme(const QString& name, const QStringList& baseFolders) {
         for (const QString& folder : file.value(QStringLiteral("Icon Theme/Directories")).toStringList()) {
             file.beginGroup(folder);
             if (file.value(QStringLiteral("Scale"), 1).toInt() == 1) {
-                theme.folders.append({folder, file.value(QStringLiteral("Size")).toInt(),
-                                      file.value(QStringLiteral("Type")).toString() == QLatin1String("Scalable")});
+                theme.folders.append(
+                    {folder, file.value(QStringLiteral("Size")).toInt(),
+                     file.value(QStringLiteral("Type")).toString() == QLatin1String("Scalable")});
             }
             file.endGroup();
         }

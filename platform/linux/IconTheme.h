@@ -11,6 +11,7 @@
 /// or drawn at `drawnSize` where it has no fixed size; null when there is none.
 [[nodiscard]] QImage loadIcon(const QString& nameOrPath, int drawnSize);
 
-/// The file of a named icon: in the themes by order, each with its parents, in the sizes of kIconSizes and then
-/// without a fixed size; at last beside the themes. Empty when there is none.
-[[nodiscard]] QString findIconFile(const QString& name, const QStringList& baseFolders, const QStringList& themes);
+/// The file of a named icon: in the themes by order, each with its parents, in the sizes of kIconSizes and
+/// then without a fixed size; at last beside the themes. Empty when there is none.
+[[nodiscard]] QString findIconFile(const QString& name, const QStringList& baseFolders,
+                                   const QStringList& themes);

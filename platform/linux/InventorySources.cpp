@@ -45,11 +45,11 @@ QList<RawAudioSession> rawAudioSessions() {
         if (playback.processId == static_cast<std::uint32_t>(getpid())) {
             continue; // our own outputs
         }
-        sessions.append({playback.processId, QString::fromStdString(playback.applicationName),
-                         QFile::decodeName(processImagePath(playback.processId).c_str()),
-                         QString::fromStdString(processFileName(playback.processId)),
-                         playing.contains(playback.processId) ? QStringLiteral("Active")
-                                                              : QStringLiteral("Inactive")});
+        sessions.append(
+            {playback.processId, QString::fromStdString(playback.applicationName),
+             QFile::decodeName(processImagePath(playback.processId).c_str()),
+             QString::fromStdString(processFileName(playback.processId)),
+             playing.contains(playback.processId) ? QStringLiteral("Active") : QStringLiteral("Inactive")});
     }
     return sessions;
 }
@@ -77,7 +77,8 @@ QList<InstalledProgram> installedPrograms() {
     QList<InstalledProgram> programs;
     for (const DesktopEntry& entry : readDesktopEntries()) {
         if (entry.shown) {
-            programs.append({entry.name, entry.path, QFileInfo(entry.path).completeBaseName(), !entry.icon.isEmpty()});
+            programs.append(
+                {entry.name, entry.path, QFileInfo(entry.path).completeBaseName(), !entry.icon.isEmpty()});
         }
     }
     return programs;

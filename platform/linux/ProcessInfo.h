@@ -1,7 +1,7 @@
 #pragma once
 
-// What /proc tells of running processes. Free functions for any thread; a process that ends meanwhile, or that
-// belongs to somebody else, is no error.
+// What /proc tells of running processes. Free functions for any thread; a process that ends meanwhile, or
+// that belongs to somebody else, is no error.
 
 #include <cstdint>
 #include <optional>

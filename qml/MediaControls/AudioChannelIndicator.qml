@@ -76,7 +76,8 @@ LevelMeter {
         Rectangle {
             objectName: "cover"
             width: parent.width
-            height: parent.height * (1 - view.drawn)
+            // Whole pixels: what does not show is not painted.
+            height: Math.round(parent.height * (1 - view.drawn))
             color: VxTheme.meterGround
         }
     }

@@ -34,6 +34,10 @@ void FakeSystemBridge::updateMonitorDevice() {
     record("updateMonitorDevice");
 }
 
+void FakeSystemBridge::quitApplication() {
+    record("quitApplication");
+}
+
 void FakeSystemBridge::record(const QString& name, const QVariantMap& arguments) {
     QVariantMap call = arguments;
     call["name"] = name;

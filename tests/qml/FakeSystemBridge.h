@@ -24,6 +24,7 @@ public:
     Q_INVOKABLE bool AddInputDevice(const QString& deviceName, int index = -1);
     Q_INVOKABLE bool RemoveInputDevice(const QString& deviceName);
     Q_INVOKABLE void updateMonitorDevice();
+    Q_INVOKABLE void quitApplication();
 
 signals:
     void callsChanged();

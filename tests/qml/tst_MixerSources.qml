@@ -295,6 +295,14 @@ MixerTestCase {
         compare(recordOf("file:///opt/music").processID, "4999");
     }
 
+    function test_a_strip_that_was_found_before_gets_no_fresh_copy() {
+        SystemBridge.applications = [music];
+        openMixer([music]);
+        SystemBridge.applications = [app("Music", 4999)];
+        timerOf(child("strip0")).triggered();
+        compare(child("strip0").currentApp.processIdentifier, "4001");
+    }
+
     function test_an_application_is_also_found_by_its_process() {
         SystemBridge.applications = [Object.assign({}, music, {
                 bundleIdentifier: "file:///opt/music-new"

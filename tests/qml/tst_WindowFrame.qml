@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls.Material
 import QtTest
 import VexoDeck
+import VexoDeckSystemBridge
 import VexoDeckTest
 
 LoggedTestCase {
@@ -64,6 +65,18 @@ LoggedTestCase {
     }
 
     Component {
+        id: realMainFrameComponent
+
+        WindowFrame {
+            visible: true
+            rightView: Component {
+                Item {
+                }
+            }
+        }
+    }
+
+    Component {
         id: closeWatchComponent
 
         Connections {
@@ -87,6 +100,13 @@ LoggedTestCase {
 
     function leftOf(item, frame) {
         return item.mapToItem(frame.contentItem, 0, 0).x;
+    }
+
+    function test_the_main_window_ends_the_program_through_the_bridge() {
+        const frame = create(realMainFrameComponent);
+        SystemBridge.clearCalls();
+        frame.quitProgram();
+        compare(SystemBridge.calls.map(call => call.name), ["quitApplication"]);
     }
 
     function test_a_window_has_the_size_of_the_program_and_no_system_frame() {

@@ -237,7 +237,8 @@ class SoundServer:
 
     def client(self, command, stdin=None, env_extra=None, **words):
         """A client of the server, ended with it at the latest."""
-        process = subprocess.Popen([str(word) for word in command], env=dict(self.env, **(env_extra or {})), stdout=subprocess.DEVNULL,
+        words.setdefault("stdout", subprocess.DEVNULL)
+        process = subprocess.Popen([str(word) for word in command], env=dict(self.env, **(env_extra or {})),
                                    stderr=subprocess.DEVNULL, stdin=stdin or subprocess.DEVNULL, **words)
         self.clients.append(process)
         return process

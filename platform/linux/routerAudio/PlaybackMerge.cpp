@@ -64,7 +64,8 @@ void PlaybackMerge::emit() {
         for (std::size_t at = 0; at < taken; ++at) {
             sum[at] += stream.waiting[at];
         }
-        stream.waiting.erase(stream.waiting.begin(), stream.waiting.begin() + static_cast<std::ptrdiff_t>(taken));
+        stream.waiting.erase(stream.waiting.begin(),
+                             stream.waiting.begin() + static_cast<std::ptrdiff_t>(taken));
     }
     output(sum);
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-// Adds up what several streams of one process play, so that the mixer meets one source. Packets of the streams
-// arrive in any order and lengths; frames that were played together are added. A stream that falls behind is
-// waited for a little, then left out until it delivers again, so that it cannot hold the others up.
+// Adds up what several streams of one process play, so that the mixer meets one source. Packets of the
+// streams arrive in any order and lengths; frames that were played together are added. A stream that falls
+// behind is waited for a little, then left out until it delivers again, so that it cannot hold the others up.
 //
 // All stereo float, interleaved. Belongs to one thread.
 

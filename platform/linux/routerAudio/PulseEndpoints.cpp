@@ -9,7 +9,11 @@ std::wstring widened(const std::string& text) {
     std::wstring wide;
     for (std::size_t at = 0; at < text.size();) {
         const auto lead = static_cast<unsigned char>(text[at]);
-        const std::size_t length = lead < 0x80 ? 1 : lead >> 5 == 6 ? 2 : lead >> 4 == 14 ? 3 : lead >> 3 == 30 ? 4 : 0;
+        const std::size_t length = lead < 0x80       ? 1
+                                   : lead >> 5 == 6  ? 2
+                                   : lead >> 4 == 14 ? 3
+                                   : lead >> 3 == 30 ? 4
+                                                     : 0;
         if (length == 0 || at + length > text.size()) {
             wide += L'?';
             ++at;
@@ -103,8 +107,8 @@ HResult PulseEndpoints::probeActivation(const AudioEndpoint& endpoint) {
     if (handle == nullptr || !server->awaitReady()) {
         return kHResultServiceNotRunning;
     }
-    const bool there = std::ranges::any_of(server->sources(),
-                                           [handle](const auto& source) { return source.name == handle->name; });
+    const bool there = std::ranges::any_of(
+        server->sources(), [handle](const auto& source) { return source.name == handle->name; });
     return there ? kHResultOk : kHResultDeviceInvalidated;
 }
 

@@ -3,8 +3,8 @@
 // One connection to the sound server that comes back by itself: when the server goes, or is not there yet, it
 // is tried again until the link ends. The server is never started by it.
 //
-// Belongs to the main loop whose interface it is given: all operations and callbacks on that loop's thread, or
-// under its lock.
+// Belongs to the main loop whose interface it is given: all operations and callbacks on that loop's thread,
+// or under its lock.
 
 #include <functional>
 #include <pulse/pulseaudio.h>

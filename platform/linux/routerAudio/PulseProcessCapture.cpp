@@ -25,7 +25,8 @@ constexpr std::size_t kHeadStartFrames = 240; // 5 ms
 constexpr std::array<float, 2 * kHeadStartFrames> kSilence{};
 
 std::uint32_t bytesOf(std::int64_t duration) {
-    return static_cast<std::uint32_t>(duration * kMixSampleRate / kUnitsPerSecond * static_cast<std::int64_t>(kFrameBytes));
+    return static_cast<std::uint32_t>(duration * kMixSampleRate / kUnitsPerSecond *
+                                      static_cast<std::int64_t>(kFrameBytes));
 }
 
 } // namespace
@@ -39,7 +40,8 @@ public:
         pa_proplist_sets(properties, PA_PROP_MEDIA_NAME, "Vexo Deck capture");
         // Kept out of the volume controls' lists of recorders.
         pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, "filter");
-        stream = pa_stream_new_with_proplist(&context, "Vexo Deck capture", &kSampleSpec, nullptr, properties);
+        stream =
+            pa_stream_new_with_proplist(&context, "Vexo Deck capture", &kSampleSpec, nullptr, properties);
         pa_proplist_free(properties);
         if (stream == nullptr) {
             return;
@@ -55,7 +57,8 @@ public:
         if (pa_stream_set_monitor_stream(stream, sinkInput) < 0 ||
             pa_stream_connect_record(stream, nullptr, &attributes,
                                      static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY |
-                                                                    PA_STREAM_DONT_INHIBIT_AUTO_SUSPEND)) < 0) {
+                                                                    PA_STREAM_DONT_INHIBIT_AUTO_SUSPEND)) <
+                0) {
             failed = true;
         }
     }
@@ -67,20 +70,20 @@ public:
     [[nodiscard]] bool hasFailed() const { return stream == nullptr || failed; }
 
 private:
-    static void onState(pa_stream* stream, void* self) {
+    static void onState(pa_stream* changed, void* self) {
         auto* const recording = static_cast<Recording*>(self);
-        const pa_stream_state_t state = pa_stream_get_state(stream);
+        const pa_stream_state_t state = pa_stream_get_state(changed);
         if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
             recording->failed = true;
             recording->owner.scheduleRetry();
         }
     }
 
-    static void onData(pa_stream* stream, std::size_t, void* self) {
+    static void onData(pa_stream* source, std::size_t, void* self) {
         auto* const recording = static_cast<Recording*>(self);
         const void* data = nullptr;
         std::size_t byteCount = 0;
-        while (pa_stream_peek(stream, &data, &byteCount) == 0 && byteCount > 0) {
+        while (pa_stream_peek(source, &data, &byteCount) == 0 && byteCount > 0) {
             const std::size_t sampleCount = byteCount / sizeof(float);
             if (data != nullptr) {
                 recording->owner.merge.push(recording->playback,
@@ -88,7 +91,7 @@ private:
             } else {
                 recording->pushSilence(sampleCount);
             }
-            pa_stream_drop(stream);
+            pa_stream_drop(source);
         }
     }
 
@@ -107,7 +110,8 @@ private:
     bool failed = false;
 };
 
-PulseProcessCapture::PulseProcessCapture(std::shared_ptr<PulseServer> soundServer, PerAppInputBuffers& inputBuffers)
+PulseProcessCapture::PulseProcessCapture(std::shared_ptr<PulseServer> soundServer,
+                                         PerAppInputBuffers& inputBuffers)
     : server(std::move(soundServer)), buffers(inputBuffers),
       merge([this](std::span<const float> stereo) { handOver(stereo); }) {}
 
@@ -165,7 +169,8 @@ void PulseProcessCapture::playbacksChanged(PulseServer& soundServer) {
         }
         if (!recordings.contains(index)) {
             merge.add(index);
-            const auto made = recordings.emplace(index, std::make_unique<Recording>(*this, *context, index)).first;
+            const auto made =
+                recordings.emplace(index, std::make_unique<Recording>(*this, *context, index)).first;
             if (made->second->hasFailed()) {
                 scheduleRetry();
             }
@@ -190,9 +195,9 @@ bool PulseProcessCapture::isTarget(const PulsePlayback& playback) {
     }
     // Our own sound is never captured, or it would go round in circles.
     const bool own = playback.processId == static_cast<std::uint32_t>(getpid());
-    const bool target = playback.processId != 0 && !own &&
-                        (playback.processId == processId ||
-                         (wholeTree && isInProcessTree(playback.processId, processId)));
+    const bool target =
+        playback.processId != 0 && !own &&
+        (playback.processId == processId || (wholeTree && isInProcessTree(playback.processId, processId)));
     decided.emplace(playback.index, target);
     return target;
 }

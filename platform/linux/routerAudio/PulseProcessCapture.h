@@ -26,7 +26,8 @@ public:
     ~PulseProcessCapture() override;
 
     void setBufferDuration(std::int64_t duration) override { bufferDuration = duration; }
-    /// Does not wait: a process that plays nothing yet is captured when it does, and one that has ended never.
+    /// Does not wait: a process that plays nothing yet is captured when it does, and one that has ended
+    /// never.
     [[nodiscard]] HResult startCapture(std::uint32_t targetProcessId, bool includeProcessTree) override;
     HResult stopCapture() override;
 

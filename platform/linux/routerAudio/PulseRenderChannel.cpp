@@ -60,9 +60,12 @@ bool PulseRenderChannel::open(const AudioEndpoint& endpoint) {
 void PulseRenderChannel::run(const std::atomic<bool>& running, const RenderCallback& render) {
     const RealTimeThread realTime;
     callback = &render;
-    link = std::make_unique<PulseLink>(
-        *pa_mainloop_get_api(mainloop.get()),
-        PulseLink::Events{[this](pa_context& context) { handleReady(context); }, [this] { dropStream(); }});
+    link =
+        std::make_unique<PulseLink>(*pa_mainloop_get_api(mainloop.get()),
+                                    PulseLink::Events{[this](pa_context& context) { handleReady(context); },
+                                                      [this] {
+                                                          dropStream();
+                                                      }});
     link->connect();
     while (running) {
         if (pa_mainloop_iterate(mainloop.get(), 1, nullptr) < 0) {

@@ -8,9 +8,9 @@
 #include <string>
 
 /// Plays into a sink of the sound server, by a connection and a main loop of its own that run on the render
-/// thread. The server asks for frames, and the callback writes them into the server's own memory. The stream is
-/// 48000 Hz stereo float on every sink; the server converts. When the server or the sink goes, the stream is
-/// made anew as soon as it is back.
+/// thread. The server asks for frames, and the callback writes them into the server's own memory. The stream
+/// is 48000 Hz stereo float on every sink; the server converts. When the server or the sink goes, the stream
+/// is made anew as soon as it is back.
 class PulseRenderChannel final : public RenderChannel {
 public:
     /// `busId` names the stream.
@@ -27,9 +27,10 @@ private:
         void operator()(pa_mainloop* mainloop) const { pa_mainloop_free(mainloop); }
     };
 
-    static void onState(pa_stream* stream, void* self);
-    static void onWrite(pa_stream* stream, std::size_t byteCount, void* self);
-    static void onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index, void* self);
+    static void onState(pa_stream* changed, void* self);
+    static void onWrite(pa_stream* asking, std::size_t byteCount, void* self);
+    static void onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index,
+                            void* self);
     static void onSinkFound(pa_context* context, const pa_sink_info* info, int end, void* self);
     void handleReady(pa_context& context);
     void connectStream();

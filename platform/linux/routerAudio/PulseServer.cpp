@@ -69,9 +69,11 @@ std::shared_ptr<PulseServer> PulseServer::shared() {
 
 PulseServer::PulseServer() : mainloop(pa_threaded_mainloop_new()) {
     pa_threaded_mainloop_set_name(mainloop, "SoundServer");
-    link = std::make_unique<PulseLink>(
-        *pa_threaded_mainloop_get_api(mainloop),
-        PulseLink::Events{[this](pa_context& context) { onReady(context); }, [this] { onLost(); }});
+    link = std::make_unique<PulseLink>(*pa_threaded_mainloop_get_api(mainloop),
+                                       PulseLink::Events{[this](pa_context& context) { onReady(context); },
+                                                         [this] {
+                                                             onLost();
+                                                         }});
     // A refusal is known before anybody asks.
     link->connect();
     pa_threaded_mainloop_start(mainloop);
@@ -138,7 +140,8 @@ bool PulseServer::setDefault(const std::string& name, SetDefault call) {
         pa_operation* const operation = call(
             context, name.c_str(),
             [](pa_context*, int success, void* data) {
-                const std::unique_ptr<std::shared_ptr<Answer>> mine(static_cast<std::shared_ptr<Answer>*>(data));
+                const std::unique_ptr<std::shared_ptr<Answer>> mine(
+                    static_cast<std::shared_ptr<Answer>*>(data));
                 const std::lock_guard answerLock((*mine)->mutex);
                 (*mine)->success = success != 0;
                 (*mine)->came.notify_all();
@@ -157,12 +160,12 @@ bool PulseServer::setDefault(const std::string& name, SetDefault call) {
 
 void PulseServer::onReady(pa_context& context) {
     pa_context_set_subscribe_callback(&context, onSubscribed, this);
-    start(pa_context_subscribe(&context,
-                               static_cast<pa_subscription_mask_t>(
-                                   PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
-                                   PA_SUBSCRIPTION_MASK_SINK_INPUT | PA_SUBSCRIPTION_MASK_CLIENT |
-                                   PA_SUBSCRIPTION_MASK_SERVER),
-                               nullptr, nullptr));
+    start(pa_context_subscribe(
+        &context,
+        static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
+                                            PA_SUBSCRIPTION_MASK_SINK_INPUT | PA_SUBSCRIPTION_MASK_CLIENT |
+                                            PA_SUBSCRIPTION_MASK_SERVER),
+        nullptr, nullptr));
     // Answers come in the order of the questions; the last one completes the picture.
     start(pa_context_get_server_info(&context, onServer, this));
     start(pa_context_get_sink_info_list(&context, onSink, this));
@@ -310,7 +313,8 @@ void PulseServer::onPlayback(pa_context*, const pa_sink_input_info* info, int en
     server->notifyPlaybacks();
 }
 
-void PulseServer::onPlaybacksListed(pa_context* context, const pa_sink_input_info* info, int end, void* self) {
+void PulseServer::onPlaybacksListed(pa_context* context, const pa_sink_input_info* info, int end,
+                                    void* self) {
     if (end == 0) {
         onPlayback(context, info, end, self);
     } else {

@@ -3,9 +3,9 @@
 // The process's connection to the sound server, and what the server holds: outputs, inputs, and streams that
 // play. PulseAudio, or PipeWire by its Pulse server.
 //
-// One thread, "SoundServer", runs the connection; captures live on it too. The connection exists for as long as
-// somebody holds it and comes back by itself after a restart of the server. Its first attempt begins when it
-// is made; nothing waits for a server that is not there.
+// One thread, "SoundServer", runs the connection; captures live on it too. The connection exists for as long
+// as somebody holds it and comes back by itself after a restart of the server. Its first attempt begins when
+// it is made; nothing waits for a server that is not there.
 
 #include "platform/linux/routerAudio/PulseLink.h"
 
@@ -59,7 +59,9 @@ public:
     /// Holds the lock of the server's thread.
     class Lock {
     public:
-        explicit Lock(PulseServer& server) : mainloop(server.mainloop) { pa_threaded_mainloop_lock(mainloop); }
+        explicit Lock(PulseServer& server) : mainloop(server.mainloop) {
+            pa_threaded_mainloop_lock(mainloop);
+        }
         ~Lock() { pa_threaded_mainloop_unlock(mainloop); }
         Lock(const Lock&) = delete;
         Lock& operator=(const Lock&) = delete;
@@ -82,14 +84,15 @@ public:
     /// false at once. Not on the server's thread.
     [[nodiscard]] bool awaitReady();
 
-    /// Copies, in the server's order; empty while not connected. Any thread but the server's, without its lock.
+    /// Copies, in the server's order; empty while not connected. Any thread but the server's, without its
+    /// lock.
     [[nodiscard]] std::vector<PulseDevice> sinks();
     [[nodiscard]] std::vector<PulseDevice> sources();
     [[nodiscard]] std::string defaultSink();
     [[nodiscard]] std::vector<PulsePlayback> playbacks();
 
-    /// Makes a sink or source the server's default, and waits for the answer, at most kAnswerLimit. Not on the
-    /// server's thread.
+    /// Makes a sink or source the server's default, and waits for the answer, at most kAnswerLimit. Not on
+    /// the server's thread.
     [[nodiscard]] bool setDefaultSink(const std::string& name);
     [[nodiscard]] bool setDefaultSource(const std::string& name);
 
@@ -136,7 +139,8 @@ private:
     std::optional<std::chrono::steady_clock::time_point> lastLine;
     bool wasReady = false;
 
-    const std::chrono::steady_clock::time_point firstAnswerBy = std::chrono::steady_clock::now() + kAnswerLimit;
+    const std::chrono::steady_clock::time_point firstAnswerBy =
+        std::chrono::steady_clock::now() + kAnswerLimit;
     std::mutex phaseMutex;
     std::condition_variable phaseChanged;
     Phase phase = Phase::Connecting;

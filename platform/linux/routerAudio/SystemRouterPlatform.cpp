@@ -11,7 +11,9 @@ RouterPlatform systemRouterPlatform() {
     platform.makeProcessCapture = [](PerAppInputBuffers& buffers) {
         return std::make_shared<PulseProcessCapture>(PulseServer::shared(), buffers);
     };
-    platform.makeRenderChannel = [](std::uint32_t busId) { return std::make_unique<PulseRenderChannel>(busId); };
+    platform.makeRenderChannel = [](std::uint32_t busId) {
+        return std::make_unique<PulseRenderChannel>(busId);
+    };
     platform.nameThisThread = nameThisThread;
     return platform;
 }

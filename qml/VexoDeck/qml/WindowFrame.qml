@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Controls.Material
 import MediaControls
+import VexoDeckSystemBridge // qmllint disable import
 
 /*
     The frameless window on which every window of the program is built. It fades in when shown. Closing fades it out
@@ -26,7 +27,7 @@ ApplicationWindow {
         if (VxConfig.isWindowsPlatform())
             Qt.exit(0);
         else
-            Qt.quit();
+            SystemBridge.quitApplication(); // qmllint disable unqualified
     }
 
     width: 1300

@@ -62,7 +62,8 @@ int hostApiIndex(PaHostApiTypeId type) {
 /// The result that a script wants for this call, or 0.
 int scripted(Call call, const std::string& device) {
     for (Failure& failure : machine.failures) {
-        if (failure.call == call && failure.count != 0 && (failure.device.empty() || failure.device == device)) {
+        if (failure.call == call && failure.count != 0 &&
+            (failure.device.empty() || failure.device == device)) {
             failure.count -= failure.count > 0 ? 1 : 0;
             return failure.result;
         }
@@ -71,11 +72,13 @@ int scripted(Call call, const std::string& device) {
 }
 
 bool present(const Device& device) {
-    return std::ranges::any_of(machine.devices, [&](const Device& other) { return other.name == device.name; });
+    return std::ranges::any_of(machine.devices,
+                               [&](const Device& other) { return other.name == device.name; });
 }
 
 bool rateFits(const Device& device, double rate) {
-    return device.sampleRates.empty() || std::ranges::find(device.sampleRates, rate) != device.sampleRates.end();
+    return device.sampleRates.empty() ||
+           std::ranges::find(device.sampleRates, rate) != device.sampleRates.end();
 }
 
 const Device* deviceAt(int index) {
@@ -144,7 +147,8 @@ int opens() {
 
 int openStreams() {
     const std::lock_guard lock(mutex);
-    return static_cast<int>(std::ranges::count_if(machine.streams, [](const auto& stream) { return stream->open; }));
+    return static_cast<int>(
+        std::ranges::count_if(machine.streams, [](const auto& stream) { return stream->open; }));
 }
 
 int reads(const std::string& device) {
@@ -219,7 +223,8 @@ PaDeviceIndex Pa_GetDeviceCount() {
 const PaDeviceInfo* Pa_GetDeviceInfo(PaDeviceIndex index) {
     const std::lock_guard lock(mutex);
     const Device* const device = deviceAt(index);
-    return device != nullptr && !device->noRecord ? &machine.records[static_cast<std::size_t>(index)] : nullptr;
+    return device != nullptr && !device->noRecord ? &machine.records[static_cast<std::size_t>(index)]
+                                                  : nullptr;
 }
 
 const PaHostApiInfo* Pa_GetHostApiInfo(PaHostApiIndex index) {
@@ -253,8 +258,8 @@ PaError Pa_IsFormatSupported(const PaStreamParameters* input, const PaStreamPara
     return rateFits(*device, rate) ? paFormatIsSupported : paInvalidSampleRate;
 }
 
-PaError Pa_OpenStream(PaStream** stream, const PaStreamParameters* input, const PaStreamParameters*, double rate,
-                      unsigned long frames, PaStreamFlags flags, PaStreamCallback*, void*) {
+PaError Pa_OpenStream(PaStream** stream, const PaStreamParameters* input, const PaStreamParameters*,
+                      double rate, unsigned long frames, PaStreamFlags flags, PaStreamCallback*, void*) {
     const std::lock_guard lock(mutex);
     const Device* const device = deviceAt(input->device);
     if (device == nullptr) {
@@ -313,11 +318,12 @@ PaError Pa_CloseStream(PaStream* handle) {
 PaError Pa_IsStreamActive(PaStream* handle) {
     const std::lock_guard lock(mutex);
     const Stream* const stream = streamOf(handle);
-    if (const auto at = std::ranges::find_if(machine.failures,
-                                             [&](const Failure& failure) {
-                                                 return failure.call == Call::IsStreamActive && failure.count != 0 &&
-                                                        (failure.device.empty() || failure.device == stream->device.name);
-                                             });
+    if (const auto at =
+            std::ranges::find_if(machine.failures,
+                                 [&](const Failure& failure) {
+                                     return failure.call == Call::IsStreamActive && failure.count != 0 &&
+                                            (failure.device.empty() || failure.device == stream->device.name);
+                                 });
         at != machine.failures.end()) {
         at->count -= at->count > 0 ? 1 : 0;
         return at->result; // 0 as well: not active

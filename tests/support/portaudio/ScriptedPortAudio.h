@@ -1,9 +1,8 @@
 #pragma once
 
-#include <portaudio.h>
-
 #include <cstdint>
 #include <functional>
+#include <portaudio.h>
 #include <string>
 #include <vector>
 
@@ -26,7 +25,15 @@ struct Device {
 };
 
 /// The functions that can be made to fail.
-enum class Call { Initialize, Terminate, IsFormatSupported, OpenStream, StartStream, IsStreamActive, ReadStream };
+enum class Call {
+    Initialize,
+    Terminate,
+    IsFormatSupported,
+    OpenStream,
+    StartStream,
+    IsStreamActive,
+    ReadStream
+};
 
 /// Forgets devices, failures, texts and counts.
 void reset();

@@ -3,7 +3,8 @@
 //
 //   {"call": "setAudioConfig", "arguments": [[...]]}   runs an invokable     -> {"result": ...}
 //   {"settings": {"device_equalizer": true}}           what is stored        -> {"result": true}
-//   {"take": "levels"}                                 reports since the last -> {"result": [{"ms", "levels"}]}
+//   {"take": "levels"}                                 reports since the last -> {"result": [{"ms",
+//   "levels"}]}
 //   {"end": true}                                      ends with 0
 
 #include "platform/SystemBridge.h"
@@ -27,7 +28,8 @@
 namespace {
 
 void answer(const QJsonValue& result) {
-    const QByteArray line = QJsonDocument(QJsonObject{{"result", result}}).toJson(QJsonDocument::Compact) + '\n';
+    const QByteArray line =
+        QJsonDocument(QJsonObject{{"result", result}}).toJson(QJsonDocument::Compact) + '\n';
     std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
     std::fflush(stdout);
 }
@@ -47,7 +49,8 @@ QJsonValue call(SystemBridge& bridge, const QByteArray& name, const QVariantList
             value.convert(method.parameterMetaType(parameter));
             values.append(value);
         }
-        QVariant result(method.returnMetaType().id() == QMetaType::Void ? QMetaType() : method.returnMetaType());
+        QVariant result(method.returnMetaType().id() == QMetaType::Void ? QMetaType()
+                                                                        : method.returnMetaType());
         pointers[0] = result.data();
         for (qsizetype parameter = 0; parameter < values.size(); ++parameter) {
             pointers[static_cast<std::size_t>(parameter) + 1] = values[parameter].data();
@@ -63,10 +66,11 @@ public:
     Host() : bridge(std::make_unique<SystemBridge>()), notifier(STDIN_FILENO, QSocketNotifier::Read) {
         clock.start();
         bridge->setSettingsReader([this](const QString& key) { return settings.value(key); });
-        connect(bridge.get(), &SystemBridge::audioInputLevelChanged, this, [this](const QVariantList& levels) {
-            reports.append(QJsonObject{{"ms", static_cast<double>(clock.nsecsElapsed()) / 1e6},
-                                       {"levels", QJsonArray::fromVariantList(levels)}});
-        });
+        connect(bridge.get(), &SystemBridge::audioInputLevelChanged, this,
+                [this](const QVariantList& levels) {
+                    reports.append(QJsonObject{{"ms", static_cast<double>(clock.nsecsElapsed()) / 1e6},
+                                               {"levels", QJsonArray::fromVariantList(levels)}});
+                });
         connect(&notifier, &QSocketNotifier::activated, this, &Host::readInput);
         bridge->initializeMonitorDevice();
         answer(true);
@@ -91,7 +95,8 @@ private:
 
     void run(const QJsonObject& command) {
         if (command.contains("call")) {
-            answer(call(*bridge, command["call"].toString().toUtf8(), command["arguments"].toArray().toVariantList()));
+            answer(call(*bridge, command["call"].toString().toUtf8(),
+                        command["arguments"].toArray().toVariantList()));
         } else if (command.contains("settings")) {
             settings = command["settings"].toObject().toVariantMap();
             answer(true);

@@ -1,5 +1,4 @@
 #include "audio/AudioRouterService.h"
-
 #include "tests/unit/audio/CaptureFixture.h"
 
 #include <algorithm>
@@ -288,7 +287,8 @@ TEST_F(AudioRouterServiceTest, EachKindOfInactiveStreamHasItsLine) {
     scriptedPortAudio::fail(Call::IsStreamActive, 1, 1);
     scriptedPortAudio::fail(Call::IsStreamActive, 0, 1);
     ASSERT_TRUE(service.Restart());
-    EXPECT_TRUE(awaitLog("[Warning] Input stream inactive detected before reading (mic), skipping this read"));
+    EXPECT_TRUE(
+        awaitLog("[Warning] Input stream inactive detected before reading (mic), skipping this read"));
     ASSERT_TRUE(awaitBlocks("mic"));
     service.Stop();
     scriptedPortAudio::fail(Call::IsStreamActive, 1, 1);

@@ -7,10 +7,9 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/portaudio/ScriptedPortAudio.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 

@@ -1,6 +1,5 @@
-#include "audio/InputStreamSet.h"
-
 #include "audio/AudioRouterState.h"
+#include "audio/InputStreamSet.h"
 #include "tests/unit/audio/CaptureFixture.h"
 
 namespace {
@@ -155,13 +154,14 @@ TEST_F(InputStreamSetTest, MissingInputIsLoggedAndLeftOutWhileTheOthersOpen) {
 TEST_F(InputStreamSetTest, NoInputAtAllIsNoFailure) {
     initializeWith({});
     ASSERT_TRUE(rebuild({}));
-    EXPECT_EQ(log.texts(QtDebugMsg),
-              (QStringList{
-                  "No available input devices (will keep running to wait for subsequent addition/replacement)",
-                  "[Info] Windows platform: output stream disabled, only recording from microphone",
-                  "Currently no successfully opened input streams (will keep running to wait for subsequent "
-                  "addition/replacement)",
-                  "Audio stream initialized, sample rate: 48000 Hz (Windows: input only, no output stream)"}));
+    EXPECT_EQ(
+        log.texts(QtDebugMsg),
+        (QStringList{
+            "No available input devices (will keep running to wait for subsequent addition/replacement)",
+            "[Info] Windows platform: output stream disabled, only recording from microphone",
+            "Currently no successfully opened input streams (will keep running to wait for subsequent "
+            "addition/replacement)",
+            "Audio stream initialized, sample rate: 48000 Hz (Windows: input only, no output stream)"}));
 }
 
 TEST_F(InputStreamSetTest, MissingOutputDeviceIsLogged) {
@@ -169,7 +169,9 @@ TEST_F(InputStreamSetTest, MissingOutputDeviceIsLogged) {
     ASSERT_TRUE(rebuild({{"mic", 0, 0}}));
     EXPECT_EQ(streams.outputDeviceIndex, -1);
     EXPECT_EQ(
-        log.count("Output device not found: VEXO Output (will keep running to wait for subsequent correction)"), 1);
+        log.count(
+            "Output device not found: VEXO Output (will keep running to wait for subsequent correction)"),
+        1);
 }
 
 TEST_F(InputStreamSetTest, OutputDeviceOfThePlanIsFound) {
@@ -205,8 +207,8 @@ TEST_F(InputStreamSetTest, LastDeviatingInputWins) {
     ASSERT_TRUE(rebuild({{"fast", 0, 0}, {"slow", 0, 1}}));
     EXPECT_EQ(state.sampleRate, 44100.0);
     EXPECT_EQ(streams.currentRate, 44100.0);
-    EXPECT_EQ(
-        log.count("[Warning] Device slow using different sample rate 44100 Hz, may not match system"), 1);
+    EXPECT_EQ(log.count("[Warning] Device slow using different sample rate 44100 Hz, may not match system"),
+              1);
 }
 
 TEST_F(InputStreamSetTest, FormatCheckErrorOtherThanTheRateIsLoggedAndTheOpenTried) {
@@ -254,7 +256,9 @@ TEST_F(InputStreamSetTest, EachMarkOfAGoneDeviceAsksForARefresh) {
         Pa_Terminate();
     }
     EXPECT_EQ(
-        log.count("[Info] Device-related error detected, will automatically refresh device list in next loop"), 3);
+        log.count(
+            "[Info] Device-related error detected, will automatically refresh device list in next loop"),
+        3);
     ASSERT_EQ(Pa_Initialize(), paNoError);
 }
 
@@ -292,8 +296,8 @@ TEST_F(InputStreamSetTest, StreamsStopInOrderBeforeTheFirstIsClosed) {
     ASSERT_TRUE(rebuild({{"a", 0, 0}, {"b", 0, 1}}));
     closeStreams(streams.inputSlots, nullptr);
     EXPECT_EQ(scriptedPortAudio::streamCalls(),
-              (std::vector<std::string>{"open a", "start a", "open b", "start b", "stop a", "stop b", "close a",
-                                        "close b"}));
+              (std::vector<std::string>{"open a", "start a", "open b", "start b", "stop a", "stop b",
+                                        "close a", "close b"}));
     EXPECT_EQ(streams.inputSlots[0].stream, nullptr);
 }
 

@@ -281,6 +281,44 @@ TEST_F(Commands, AnAutomaticGainCanBeMadeShort) {
     EXPECT_EQ(run("get mic_gain").at("bytes"), "16");
 }
 
+TEST_F(Commands, AnAutomaticGainCanBeLeftWithoutAnAnswer) {
+    host.login();
+    run("auto-gain never");
+    run("set auto_gain 1");
+    host.clear();
+    host.advance(60000);
+    EXPECT_TRUE(host.framesOf(kGainLevel).empty());
+    EXPECT_TRUE(host.framesOf(kAttributeSubscription).empty());
+    EXPECT_EQ(run("get mic_gain").at("bytes"), "0F");
+    EXPECT_EQ(run("state").at("autoGain").at("running"), true);
+    run("set auto_gain 0");
+    EXPECT_EQ(run("state").at("autoGain").at("running"), false);
+    EXPECT_FALSE(interpreter.execute("auto-gain never 7").answer.at("ok").get<bool>());
+}
+
+TEST_F(Commands, AnAutomaticGainAnswersAgainWhenItIsGivenTimes) {
+    host.login();
+    run("auto-gain never");
+    run("auto-gain 50 10 22");
+    run("set auto_gain 1");
+    host.advance(50);
+    EXPECT_EQ(run("get mic_gain").at("bytes"), "16");
+}
+
+// The device begins by itself: the host is told, and asks for it once more when its window is there.
+TEST_F(Commands, AMeasurementOfTheDevicesOwnIsToldAndSurvivesTheHostsOwnStart) {
+    host.login();
+    run("auto-gain 50 10 22");
+    EXPECT_EQ(run("set auto_gain 1").at("notified"), 1);
+    host.advance(30);
+    host.ask(kAttributeWrite, {3, 1, 1});
+    host.clear();
+    host.advance(50);
+    const std::vector<LinkFrame> reports = host.framesOf(kAttributeSubscription);
+    ASSERT_EQ(reports.size(), 1U);
+    EXPECT_EQ(toHex(reports[0].payload), "050116");
+}
+
 TEST_F(Commands, QuitIsTold) {
     EXPECT_TRUE(interpreter.execute("quit").quit);
     EXPECT_FALSE(interpreter.execute("quit now").quit);

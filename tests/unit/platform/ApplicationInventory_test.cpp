@@ -26,7 +26,8 @@ void makeFile(const QString& path) {
 } // namespace
 
 TEST(AudioSessions, ProcessWithTwoSessionsGivesOneRecord) {
-    const auto sessions = audioSessionsFrom({session(7, "a", "/bin/a"), session(7, "b", "/bin/a"), session(8, "c", {})});
+    const auto sessions =
+        audioSessionsFrom({session(7, "a", "/bin/a"), session(7, "b", "/bin/a"), session(8, "c", {})});
     ASSERT_EQ(sessions.size(), 2);
     EXPECT_EQ(sessions[0].name, "a");
     EXPECT_EQ(sessions[1].processId, 8U);
@@ -47,8 +48,8 @@ TEST(AudioSessions, ProcessWithoutAccessHasAnEmptyPathAndAnUnknownName) {
 TEST(AudioSessions, NameComesFromTheImageThenFromTheProcess) {
     RawAudioSession nameless = session(9, {}, {});
     nameless.processFileName = "worker.exe";
-    const auto sessions =
-        audioSessionsFrom({session(7, {}, R"(C:\Programs\Some Player\player.v2.exe)"), session(8, {}, "/opt/x/radio"), nameless});
+    const auto sessions = audioSessionsFrom({session(7, {}, R"(C:\Programs\Some Player\player.v2.exe)"),
+                                             session(8, {}, "/opt/x/radio"), nameless});
     EXPECT_EQ(sessions[0].name, "player.v2");
     EXPECT_EQ(sessions[1].name, "radio");
     EXPECT_EQ(sessions[2].name, "worker");
@@ -80,8 +81,9 @@ TEST(ApplicationMaps, OwnNameOfTheProgramComesBeforeThatOfTheSession) {
 }
 
 TEST(ApplicationMaps, ThisProgramIsNotOffered) {
-    const auto sessions = audioSessionsFrom({session(1, "VEXO", "/bin/a"), session(2, "Vexo Deck", "/bin/b"),
-                                             session(3, "ALSA plug-in [VexoDeck]", "/bin/c"), session(4, "vexo", "/bin/d")});
+    const auto sessions =
+        audioSessionsFrom({session(1, "VEXO", "/bin/a"), session(2, "Vexo Deck", "/bin/b"),
+                           session(3, "ALSA plug-in [VexoDeck]", "/bin/c"), session(4, "vexo", "/bin/d")});
     const QVariantList maps = applicationMaps(sessions, [](const QString&) { return QString(); });
     ASSERT_EQ(maps.size(), 1);
     EXPECT_EQ(maps[0].toMap()["name"], "vexo");
@@ -92,7 +94,9 @@ TEST(ApplicationMaps, OnlyAnActiveSessionIsActive) {
         AudioSessionInfo info;
         info.processId = 7;
         info.state = state;
-        EXPECT_FALSE(applicationMaps({info}, [](const QString&) { return QString(); })[0].toMap()["isActive"].toBool());
+        EXPECT_FALSE(applicationMaps({info}, [](const QString&) { return QString(); })[0]
+                         .toMap()["isActive"]
+                         .toBool());
     }
 }
 
@@ -128,7 +132,8 @@ class ProgramFiles : public testing::Test {
 protected:
     [[nodiscard]] QStringList names(int depth = 3) const {
         QStringList found;
-        for (const QString& path : programFiles({folder.filePath("one"), folder.filePath("two")}, "exe", depth)) {
+        for (const QString& path :
+             programFiles({folder.filePath("one"), folder.filePath("two")}, "exe", depth)) {
             found.append(QDir(folder.path()).relativeFilePath(path));
         }
         found.sort();

@@ -15,7 +15,8 @@ QStringList names(const QVariantList& maps) {
 } // namespace
 
 TEST(AudioDeviceMaps, DeviceOfBothListsUnderOneIdIsOneMapWithBothFlags) {
-    const QVariantList maps = audioDeviceMaps({{"id", "Headset", 1, 16000.0}}, {{"id", "Headset", 2, 48000.0}}, 0);
+    const QVariantList maps =
+        audioDeviceMaps({{"id", "Headset", 1, 16000.0}}, {{"id", "Headset", 2, 48000.0}}, 0);
     EXPECT_EQ(maps, (QVariantList{QVariantMap{{"index", 0},
                                               {"name", "Headset"},
                                               {"hostApi", "Qt Multimedia"},
@@ -44,7 +45,8 @@ TEST(AudioDeviceMaps, TypeKeepsInputsOrOutputs) {
 
 TEST(AudioDeviceMaps, RateWithoutAValueChangesNothing) {
     const auto rateOf = [](double input, double output) {
-        return audioDeviceMaps({{"x", "X", 1, input}}, {{"x", "X", 2, output}}, 0)[0].toMap()["defaultSampleRate"];
+        return audioDeviceMaps({{"x", "X", 1, input}}, {{"x", "X", 2, output}}, 0)[0]
+            .toMap()["defaultSampleRate"];
     };
     EXPECT_EQ(rateOf(44100.0, 0.0), 44100.0);
     EXPECT_EQ(rateOf(44100.0, -1.0), 44100.0);

@@ -1,6 +1,5 @@
-#include "platform/SystemBridge.h"
-
 #include "audio/FBiquadChain.h"
+#include "platform/SystemBridge.h"
 #include "platform/routerAudio/AudioRouterAPI.h"
 #include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
@@ -9,10 +8,9 @@
 
 #include <QSysInfo>
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
+#include <gtest/gtest.h>
 #include <memory>
 #include <numbers>
 #include <vector>
@@ -128,7 +126,8 @@ TEST_F(SystemBridgeTest, DeniedPermissionLeavesTheServiceUncreatedAndEveryOperat
     EXPECT_FALSE(bridge->RemoveInputDevice("mic"));
     EXPECT_TRUE(bridge->GetInputDevices().isEmpty());
     EXPECT_EQ(log.texts(QtWarningMsg),
-              (QStringList{"Microphone permission is not granted!", "SystemBridge::Stop: AudioRouterService not initialized",
+              (QStringList{"Microphone permission is not granted!",
+                           "SystemBridge::Stop: AudioRouterService not initialized",
                            "SystemBridge::Restart: AudioRouterService not initialized",
                            "SystemBridge::SetSampleRate: AudioRouterService not initialized",
                            "SystemBridge::GetSampleRate: AudioRouterService not initialized",
@@ -200,10 +199,13 @@ TEST_F(SystemBridgeTest, EmptyOperationsLogTheirNameAndGiveEmptyValues) {
     bridge->bringAppToFront();
     bridge->openSystemPreferences();
     bridge->requestNotificationPermission();
-    for (const char* name : {"getAudioDeviceInfo", "showNotification", "checkSystemPermissions", "getNetworkInterfaces",
-                             "getStorageInfo", "getCurrentUserInfo", "bringAppToFront", "openSystemPreferences",
-                             "requestNotificationPermission"}) {
-        EXPECT_EQ(log.count(QStringLiteral("SystemBridge::%1() called on platform: \"linux\"").arg(QLatin1String(name))), 1)
+    for (const char* name : {"getAudioDeviceInfo", "showNotification", "checkSystemPermissions",
+                             "getNetworkInterfaces", "getStorageInfo", "getCurrentUserInfo",
+                             "bringAppToFront", "openSystemPreferences", "requestNotificationPermission"}) {
+        EXPECT_EQ(
+            log.count(
+                QStringLiteral("SystemBridge::%1() called on platform: \"linux\"").arg(QLatin1String(name))),
+            1)
             << name;
     }
     EXPECT_EQ(log.count("Windows notification permission not required"), 1);
@@ -227,7 +229,9 @@ TEST_F(SystemBridgeTest, InstalledProgramsBeginWithTheSystemsBrowser) {
                                                 {"bundlePath", ""},
                                                 {"executablePath", ""},
                                                 {"isSystemBrowser", true}}));
-    EXPECT_EQ(log.count(QStringLiteral("getRunningApplicationsByQt: Found %1 applications").arg(programs.size())), 1);
+    EXPECT_EQ(
+        log.count(QStringLiteral("getRunningApplicationsByQt: Found %1 applications").arg(programs.size())),
+        1);
 }
 
 // ---- the capture service
@@ -257,7 +261,8 @@ TEST_F(SystemBridgeTest, AddInputDeviceLogsTheIndexAsChannels) {
     EXPECT_TRUE(bridge->AddInputDevice("mic", 3));
     EXPECT_EQ(log.count("SystemBridge::AddInputDevice: Added device \"mic\" with 3 channels"), 1);
     ASSERT_TRUE(await([this] { return !bridge->GetInputDevices().isEmpty(); }));
-    EXPECT_EQ(bridge->GetInputDevices(), (QVariantList{QVariantMap{{"name", "mic"}, {"requestedChannels", 0}}}));
+    EXPECT_EQ(bridge->GetInputDevices(),
+              (QVariantList{QVariantMap{{"name", "mic"}, {"requestedChannels", 0}}}));
     EXPECT_FALSE(bridge->AddInputDevice("MIC", 4));
     EXPECT_EQ(log.count("SystemBridge::AddInputDevice: Failed to add device \"MIC\""), 1);
 }
@@ -322,7 +327,8 @@ TEST_F(RateProbe, NameOfARenderAndACaptureDeviceTestsBothAndFailsWithOne) {
     EXPECT_FALSE(bridge->SetDeviceSampleRate("vexo unit", 48000.0));
     EXPECT_EQ(log.count("SystemBridge::SetDeviceSampleRate: Found 2 matching device(s)"), 1);
     EXPECT_EQ(log.count("SystemBridge::SetDeviceSampleRate: Processing device:"), 2);
-    EXPECT_EQ(log.count("SystemBridge::SetDeviceSampleRate: Device does not support sample rate 48000 Hz"), 1);
+    EXPECT_EQ(log.count("SystemBridge::SetDeviceSampleRate: Device does not support sample rate 48000 Hz"),
+              1);
     EXPECT_EQ(log.count("  Default sample rate: 48000 Hz"), 1);
     EXPECT_TRUE(bridge->SetDeviceSampleRate("vexo unit", 44100.0));
 }
@@ -352,7 +358,8 @@ TEST_F(RateProbe, BadParametersUnknownDevicesAndErrorsAreFalse) {
 TEST_F(RateProbe, DeviceWithoutChannelsIsSkipped) {
     setDevices({unit(0, 0)});
     EXPECT_TRUE(bridge->SetDeviceSampleRate("VEXO", 48000.0));
-    EXPECT_EQ(log.count("SystemBridge::SetDeviceSampleRate: Device has no input or output channels, skipping"), 1);
+    EXPECT_EQ(
+        log.count("SystemBridge::SetDeviceSampleRate: Device has no input or output channels, skipping"), 1);
 }
 
 TEST_F(RateProbe, WithoutPortAudioThereAreNoDevices) {
@@ -418,8 +425,9 @@ TEST_F(Equaliser, PresetOf11ValuesIsCriticalAndKeepsTheCurve) {
     gains[5] = 6.0;
     storeGains(gains);
     storeGains(std::vector<double>(11, -12.0));
-    EXPECT_EQ(log.texts(QtCriticalMsg),
-              QStringList("SystemBridge::updateMonitorDevice: Equalizer config array size is not 12, got 11"));
+    EXPECT_EQ(
+        log.texts(QtCriticalMsg),
+        QStringList("SystemBridge::updateMonitorDevice: Equalizer config array size is not 12, got 11"));
     EXPECT_NEAR(gainDb(1000.0), 6.0, 0.1);
 }
 
@@ -443,7 +451,8 @@ TEST_F(Equaliser, ChainKeepsTheRateOfItsFirstBlock) {
     // Designed for 48000 Hz, the peak lies lower in a stream of 44100 Hz.
     const double peak = 1000.0 * 44100.0 / 48000.0;
     const auto gainAt = [this](double frequency) {
-        return 20.0 * std::log10(rms(filtered(frequency, 2, 44100.0)) / rms(sine(frequency, 199, 2, 44100.0)));
+        return 20.0 *
+               std::log10(rms(filtered(frequency, 2, 44100.0)) / rms(sine(frequency, 199, 2, 44100.0)));
     };
     EXPECT_NEAR(gainAt(peak), 6.0, 0.1);
 }
@@ -466,7 +475,8 @@ TEST_F(Equaliser, BlocksOfOtherChannelCountsAfterTheFirstAreSafe) {
     gains[5] = 6.0;
     storeGains(gains);
     static_cast<void>(filtered(1000.0, 2));
-    EXPECT_NEAR(rms(filtered(1000.0, 1)) / rms(sine(1000.0, 199, 1, 48000.0)), std::pow(10.0, 6.0 / 20.0), 0.03);
+    EXPECT_NEAR(rms(filtered(1000.0, 1)) / rms(sine(1000.0, 199, 1, 48000.0)), std::pow(10.0, 6.0 / 20.0),
+                0.03);
     const std::vector<float> nine = filtered(1000.0, 9);
     EXPECT_EQ(nine[8], sine(1000.0, 199, 9, 48000.0)[8]) << "a channel that the chain does not have passes";
 }

@@ -1,5 +1,4 @@
 #include "platform/linux/DesktopEntries.h"
-
 #include "platform/linux/IconTheme.h"
 
 #include <QDir>
@@ -12,8 +11,10 @@
 
 namespace {
 
-DesktopEntry parse(const QByteArray& lines, const QStringList& languages = {}, const QStringList& desktops = {}) {
-    return parseDesktopEntry("[Desktop Entry]\nType=Application\nName=Player\nExec=player %U\n" + lines, languages, desktops);
+DesktopEntry parse(const QByteArray& lines, const QStringList& languages = {},
+                   const QStringList& desktops = {}) {
+    return parseDesktopEntry("[Desktop Entry]\nType=Application\nName=Player\nExec=player %U\n" + lines,
+                             languages, desktops);
 }
 
 void write(const QString& path, const QByteArray& text) {
@@ -51,7 +52,8 @@ TEST(DesktopEntry, LinksFoldersAndNamelessOnesAreNotShown) {
 }
 
 TEST(DesktopEntry, OtherGroupsAndCommentsDoNotCount) {
-    const DesktopEntry entry = parse("# Icon=no\nIcon=player\n[Desktop Action New]\nName=New window\nIcon=window\n");
+    const DesktopEntry entry =
+        parse("# Icon=no\nIcon=player\n[Desktop Action New]\nName=New window\nIcon=window\n");
     EXPECT_EQ(entry.name, "Player");
     EXPECT_EQ(entry.icon, "player");
 }
@@ -86,8 +88,9 @@ TEST(EntryOfExecutable, PathComesBeforeFileNameAndAShownOneBeforeAHidden) {
 class IconThemeTest : public testing::Test {
 protected:
     void SetUp() override {
-        write(file("mine/index.theme"), "[Icon Theme]\nInherits=parent\nDirectories=s48,s256,draw\n"
-                                        "[s48]\nSize=48\nType=Fixed\n[s256]\nSize=256\n[draw]\nSize=16\nType=Scalable\n");
+        write(file("mine/index.theme"),
+              "[Icon Theme]\nInherits=parent\nDirectories=s48,s256,draw\n"
+              "[s48]\nSize=48\nType=Fixed\n[s256]\nSize=256\n[draw]\nSize=16\nType=Scalable\n");
         write(file("parent/index.theme"), "[Icon Theme]\nDirectories=s32\n[s32]\nSize=32\n");
         write(file("hicolor/index.theme"), "[Icon Theme]\nDirectories=s64\n[s64]\nSize=64\n");
     }

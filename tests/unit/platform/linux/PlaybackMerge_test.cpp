@@ -1,7 +1,6 @@
 #include "platform/linux/routerAudio/PlaybackMerge.h"
 
 #include <gtest/gtest.h>
-
 #include <span>
 #include <vector>
 
@@ -24,10 +23,14 @@ protected:
         all.swap(out);
         return all;
     }
-    static std::vector<float> frames(std::size_t count, float value) { return std::vector<float>(count * 2, value); }
+    static std::vector<float> frames(std::size_t count, float value) {
+        return std::vector<float>(count * 2, value);
+    }
 
     std::vector<float> out;
-    PlaybackMerge merge{[this](std::span<const float> stereo) { out.insert(out.end(), stereo.begin(), stereo.end()); }};
+    PlaybackMerge merge{[this](std::span<const float> stereo) {
+        out.insert(out.end(), stereo.begin(), stereo.end());
+    }};
 };
 
 } // namespace

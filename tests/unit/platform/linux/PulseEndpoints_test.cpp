@@ -1,12 +1,10 @@
-#include "platform/linux/routerAudio/PulseEndpoints.h"
-
 #include "platform/linux/ProcessInfo.h"
+#include "platform/linux/routerAudio/PulseEndpoints.h"
 #include "platform/routerAudio/EndpointClassification.h"
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,8 +31,10 @@ AudioEndpoint endpoint(const PulseDevice& from) {
 
 TEST(PulseEndpointId, PciIsBuiltInAndUsbAndBluetoothAreNot) {
     const RouterLogCapture quiet;
-    const AudioEndpoint pci = endpoint(device("alsa_output.pci-0000_00_1f.3.analog-stereo", "pci", "internal"));
-    const AudioEndpoint usb = endpoint(device("alsa_output.usb-Maker_Thing-00.analog-stereo", "usb", "speaker"));
+    const AudioEndpoint pci =
+        endpoint(device("alsa_output.pci-0000_00_1f.3.analog-stereo", "pci", "internal"));
+    const AudioEndpoint usb =
+        endpoint(device("alsa_output.usb-Maker_Thing-00.analog-stereo", "usb", "speaker"));
     const AudioEndpoint bluetooth = endpoint(device("bluez_output.AA_BB", "bluetooth", "headset"));
     EXPECT_TRUE(IsBuiltInDevice(&pci));
     EXPECT_FALSE(IsBuiltInDevice(&usb));

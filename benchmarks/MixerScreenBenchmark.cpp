@@ -1,0 +1,246 @@
+// What the mixer costs with eight sources beside its fixed strips:
+//     vexo_mixer_screen_benchmark [SECONDS]
+// measures one level report dispatched to all strips, one step of a fader with its full list, and, over the
+// given seconds (10), the share of a core and the frames while twenty reports come each second. Prints a line
+// for each figure and fails when one misses its budget. Wants a display (an Xvfb will do).
+
+#include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/FakeSystemBridge.h"
+#include "tests/qml/StoreFile.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QStyleHints>
+#include <QTimer>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <vector>
+
+namespace {
+
+constexpr uint kLiveBus = 0xFFFFFFFE;
+constexpr uint kMonitorBus = 0xFFFFFFFF;
+constexpr uint kFirstProcess = 5000;
+constexpr int kSourceCount = 8;
+constexpr int kReportPeriodMs = 50;
+constexpr double kDispatchBudgetMs = 0.5;
+constexpr double kStepBudgetMs = 2;
+constexpr double kCoreBudgetPercent = 25;
+constexpr double kFrameBudgetMs = 33;
+
+// Of the calling thread.
+double cpuMs() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+}
+
+void processFor(int ms) {
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < ms)
+        QGuiApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 10);
+}
+
+bool printFigure(const char* what, double value, double budget, const char* unit) {
+    const bool kept = value <= budget;
+    std::printf("%-58s %8.3f %s (budget %g: %s)\n", what, value, unit, budget, kept ? "kept" : "MISSED");
+    return kept;
+}
+
+QQuickItem* findItem(QQuickItem* root, const QString& objectName) {
+    if (root->objectName() == objectName)
+        return root;
+    for (QQuickItem* const child : root->childItems()) {
+        if (QQuickItem* const found = findItem(child, objectName))
+            return found;
+    }
+    return nullptr;
+}
+
+class MixerScreen {
+public:
+    explicit MixerScreen(QQmlApplicationEngine& qmlEngine) : engine(qmlEngine) {
+        manager =
+            engine.singletonInstance<FakeHIDHotplugManager*>("VexoDeckHIDHotplug", "HIDHotplugManager");
+        bridge = engine.singletonInstance<FakeSystemBridge*>("VexoDeckSystemBridge", "SystemBridge");
+        window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
+    }
+
+    bool open() {
+        QStringList entries;
+        QVariantList running;
+        for (int index = 0; index < kSourceCount; ++index) {
+            const uint process = kFirstProcess + static_cast<uint>(index);
+            entries.append(QString(R"({"name":"App %1","bundleIdentifier":"app%1","processIdentifier":"%2"})")
+                               .arg(index)
+                               .arg(process));
+            running.append(QVariantMap{{"name", QString("App %1").arg(index)},
+                                       {"bundleIdentifier", QString("app%1").arg(index)},
+                                       {"processIdentifier", QString::number(process)}});
+        }
+        bridge->setProperty("applications", running);
+        QMetaObject::invokeMethod(engine.singletonInstance<QObject*>("MediaControls", "ConfigMgr"),
+                                  "setStringList", QString("appList"), QVariant(entries));
+        const QVariantMap info = {{"dpid", 0x9829U}, {"pid", 1}, {"vid", 2}, {"name", "VEXO Mixdesk R2"},
+                                  {"sn", "VX24A0117"}, {"version", "V1.04"}};
+        emit manager->deviceConnected(info, true);
+        processFor(500);
+        QMetaObject::invokeMethod(findItem(window->contentItem(), "startButton"), "click");
+        processFor(1000);
+        return findItem(window->contentItem(), "strip7") != nullptr;
+    }
+
+    // Milliseconds, the best of several rounds.
+    double dispatchMs() {
+        constexpr int kRounds = 7;
+        constexpr int kReports = 200;
+        double best = INFINITY;
+        for (int round = 0; round < kRounds; ++round) {
+            double spent = 0;
+            for (int report = 0; report < kReports; ++report) {
+                const QVariantList levels = nextReport();
+                const double begin = cpuMs();
+                emit bridge->audioInputLevelChanged(levels);
+                spent += cpuMs() - begin;
+            }
+            best = std::min(best, spent / kReports);
+            processFor(20);
+        }
+        return best;
+    }
+
+    double stepMs() {
+        constexpr int kRounds = 7;
+        constexpr int kSteps = 40;
+        QQuickItem* const slider = findItem(findItem(window->contentItem(), "strip3"), "slider");
+        double best = INFINITY;
+        for (int round = 0; round < kRounds; ++round) {
+            bridge->clearCalls();
+            const double begin = cpuMs();
+            for (int step = 0; step < kSteps; ++step)
+                QMetaObject::invokeMethod(slider, "moveBySteps", round % 2 == 0 ? 1 : -1);
+            best = std::min(best, (cpuMs() - begin) / kSteps);
+            if (bridge->calls().size() != kSteps)
+                qFatal("%d lists instead of %d", static_cast<int>(bridge->calls().size()), kSteps);
+        }
+        return best;
+    }
+
+    bool runMeters(int seconds) {
+        std::vector<double> framesMs;
+        double frameBeginMs = 0;
+        QElapsedTimer clock;
+        clock.start();
+        const auto nowMs = [&clock] { return static_cast<double>(clock.nsecsElapsed()) / 1e6; };
+        QObject context;
+        // What one frame takes, from its animations to its end.
+        QObject::connect(
+            window, &QQuickWindow::beforeFrameBegin, &context, [&] { frameBeginMs = nowMs(); },
+            Qt::DirectConnection);
+        double lastFrameMs = 0;
+        std::vector<double> gapsMs;
+        QObject::connect(
+            window, &QQuickWindow::frameSwapped, &context,
+            [&] {
+                const double now = nowMs();
+                framesMs.push_back(now - frameBeginMs);
+                if (lastFrameMs > 0)
+                    gapsMs.push_back(now - lastFrameMs);
+                lastFrameMs = now;
+            },
+            Qt::DirectConnection);
+        QTimer reports;
+        reports.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&reports, &QTimer::timeout, &context,
+                         [this] { emit bridge->audioInputLevelChanged(nextReport()); });
+        reports.start(kReportPeriodMs);
+        processFor(500);
+        framesMs.clear();
+        gapsMs.clear();
+        const double beginCpuMs = cpuMs();
+        processFor(seconds * 1000);
+        const double share = (cpuMs() - beginCpuMs) / (seconds * 10.0);
+        std::printf("%zu frames in %d s\n", framesMs.size(), seconds);
+        bool kept = printFigure("UI thread while metering at 20 reports a second", share, kCoreBudgetPercent,
+                                "% of a core");
+        kept = printFigure("frame, from its begin to its end, 95th percentile", percentile(framesMs),
+                           kFrameBudgetMs, "ms") &&
+               kept;
+        return printFigure("from frame to frame, 95th percentile", percentile(gapsMs), kFrameBudgetMs, "ms") &&
+               kept;
+    }
+
+private:
+    static double percentile(std::vector<double> values) {
+        if (values.empty())
+            return INFINITY;
+        std::sort(values.begin(), values.end());
+        return values[(values.size() - 1) * 95 / 100];
+    }
+
+    // Levels that move at every report.
+    QVariantList nextReport() {
+        phase += 0.37;
+        QVariantList levels;
+        const auto add = [&](uint processId, double offset) {
+            levels.append(QVariantMap{{"processID", processId},
+                                      {"levelLeft", 0.5 + 0.4 * std::sin(phase + offset)},
+                                      {"levelRight", 0.5 + 0.4 * std::cos(phase + offset)}});
+        };
+        add(0, 0);
+        add(kMonitorBus, 1);
+        add(kLiveBus, 2);
+        for (uint index = 0; index < kSourceCount; ++index)
+            add(kFirstProcess + index, 3 + index);
+        return levels;
+    }
+
+    QQmlApplicationEngine& engine;
+    FakeHIDHotplugManager* manager = nullptr;
+    FakeSystemBridge* bridge = nullptr;
+    QQuickWindow* window = nullptr;
+    double phase = 0;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QGuiApplication application(argc, argv);
+    const QStringList arguments = QGuiApplication::arguments();
+    const int seconds = arguments.size() > 1 ? arguments[1].toInt() : 10;
+    if (seconds < 1) {
+        std::fprintf(stderr, "usage: vexo_mixer_screen_benchmark [SECONDS]\n");
+        return 2;
+    }
+    // The documents tell every setting that they write.
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
+        if (type != QtDebugMsg)
+            std::fprintf(stderr, "%s\n", qPrintable(text));
+    });
+    QQuickStyle::setStyle("Material");
+    QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
+    registerFakeHIDHotplugManager();
+    registerFakeSystemBridge();
+    registerTemporarySettings();
+    QQmlApplicationEngine engine;
+    engine.loadFromModule("VexoDeck", "Main");
+    if (engine.rootObjects().isEmpty())
+        return 1;
+    MixerScreen screen(engine);
+    if (!screen.open()) {
+        std::fprintf(stderr, "the mixer did not open\n");
+        return 1;
+    }
+    bool kept = printFigure("one report to 11 strips", screen.dispatchMs(), kDispatchBudgetMs, "ms");
+    kept = printFigure("one step of a fader with its full list", screen.stepMs(), kStepBudgetMs, "ms") && kept;
+    kept = screen.runMeters(seconds) && kept;
+    return kept ? 0 : 1;
+}

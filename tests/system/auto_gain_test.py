@@ -1,0 +1,71 @@
+"""The automatic gain measurement against the virtual Mixdesk R2."""
+
+import unittest
+
+from system_case import CONNECTED, START_BUTTON, SystemCase, wait_until
+
+TITLE = "自动增益"
+RESULT = "设置成功\n增益为 73%"
+GAIN_STEP = 22
+
+
+class AutoGain(SystemCase):
+    plugged = True
+
+    def open_main_layout(self):
+        program = self.start()
+        self.stage.wait_text(CONNECTED)
+        self.stage.click(START_BUTTON, "button")
+        self.stage.wait_no_text(START_BUTTON, "button")
+        return program
+
+    def wait_window(self):
+        wait_until(lambda: self.stage.windows(TITLE), "the measurement's window")
+
+    def wait_no_window(self):
+        wait_until(lambda: not self.stage.windows(TITLE), "the window to close")
+
+    def writes(self):
+        """What the program wrote to the attribute since the last clear."""
+        return [write["bytes"] for write in self.stage.emulator("writes auto_gain")["writes"]]
+
+    def test_the_device_starts_sets_a_gain_and_ends(self):
+        program = self.open_main_layout()
+        self.stage.emulator(f"auto-gain 2500 100 {GAIN_STEP}")
+        self.stage.emulator("clear")
+        self.stage.emulator("set auto_gain 1")
+        self.wait_window()
+        # The program asks for it, too, and so the device starts once more.
+        self.stage.emulator("wait attribute auto_gain")
+        self.assertEqual(self.writes(), ["01"])
+        self.stage.wait_text(RESULT)
+        self.stage.click("确定", "button")
+        self.wait_no_window()
+        self.assertEqual(self.writes(), ["01"])
+        self.assertEqual(self.quit(program), 0)
+
+    def test_a_device_that_never_answers_is_stopped_by_cancel(self):
+        self.open_main_layout()
+        self.stage.emulator("auto-gain never")
+        self.stage.click("设备设置", "button")
+        self.stage.wait_text("开始检测", "button")
+        self.stage.emulator("clear")
+        self.stage.click("开始检测", "button")
+        self.wait_window()
+        self.stage.emulator("wait attribute auto_gain")
+        wait_until(lambda: self.stage.emulator("state")["autoGain"]["running"], "the measurement to run")
+        self.stage.click("取消", "button")
+        self.wait_no_window()
+        wait_until(lambda: self.writes() == ["01", "00"], "the stop")
+        self.assertFalse(self.stage.emulator("state")["autoGain"]["running"])
+
+    def test_a_lost_device_takes_the_window_with_it(self):
+        self.open_main_layout()
+        self.stage.emulator("set auto_gain 1")
+        self.wait_window()
+        self.stage.emulator("unplug")
+        self.wait_no_window()
+
+
+if __name__ == "__main__":
+    unittest.main()

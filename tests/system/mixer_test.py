@@ -1,0 +1,174 @@
+"""The mixer against real sound: two programs on strips, their faders, mutes and solo, heard at the speakers."""
+
+import math
+import re
+import shutil
+import subprocess
+import unittest
+
+import numpy
+
+from sound import SoundServer, available, level_db, tone
+from system_case import BUILD, CONNECTED, START_BUTTON, SystemCase, wait_until
+
+ADD_BUTTON = "添加应用"
+APPS = "apps"
+SPEAKERS = "spk"
+TONES = {"music": 1000, "game": 3000}
+AMPLITUDE = 0.25
+LEVEL_DB = 20 * math.log10(AMPLITUDE)
+GONE_DB = LEVEL_DB - 60
+DEFAULT_VOLUME = 0.3
+
+
+@unittest.skipUnless(available("pulseaudio"), "pulseaudio is not installed")
+class Mixer(SystemCase):
+    plugged = True
+
+    def setUp(self):
+        super().setUp()
+        self.sound = SoundServer(self.stage.folder, self.stage.env)
+        self.addCleanup(self.sound.__exit__, None, None, None)
+        self.sound.start()
+        self.sound.add_sink(APPS, "Applications", hardware=False)
+        self.sound.add_sink(SPEAKERS, "Speakers")
+        for name, frequency in TONES.items():
+            self.play(name, frequency)
+        self.speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(self.speakers.stop)
+
+    def play(self, name, frequency):
+        """A program of its own name that plays a tone."""
+        executable = self.stage.folder / name
+        shutil.copy(shutil.which("pacat"), executable)
+        path = self.stage.folder / f"{name}.raw"
+        path.write_bytes(numpy.asarray(tone(frequency, 2, AMPLITUDE), dtype=numpy.float32).tobytes())
+        feeder = subprocess.Popen(["sh", "-c", f'while cat "{path}"; do :; done'], stdout=subprocess.PIPE,
+                                  stderr=subprocess.DEVNULL)
+        self.addCleanup(feeder.wait)
+        self.addCleanup(feeder.kill)
+        player = self.sound.client([executable, "--playback", "--raw", "--format=float32le", "--rate=48000",
+                                    "--channels=2", f"--device={APPS}", f"--client-name={name}",
+                                    f"--property=application.name={name}", "--latency-msec=20"], stdin=feeder.stdout)
+        feeder.stdout.close()
+        wait_until(lambda: self.sound.playback_of(player.pid) or player.poll() is not None, f"{name} to play")
+        self.assertIsNone(player.poll())
+
+    # ---- what a user does
+
+    def open_mixer(self):
+        program = self.start()
+        self.stage.wait_text(CONNECTED)
+        self.stage.click(START_BUTTON, "button")
+        self.stage.wait_no_text(START_BUTTON, "button")
+        self.stage.wait_text("直播")
+        return program
+
+    def add(self, name):
+        self.stage.click(ADD_BUTTON)
+        self.stage.click(name, "list item")
+        self.stage.wait_no_text(name, "list item")
+        self.stage.wait_text(name, "slider")
+
+    def control(self, name, strip):
+        """A control of a strip, which names it in its description."""
+        def found():
+            return next((control for control in self.stage.controls()
+                         if control["name"] == name and strip in (control["description"], control["name"])
+                         and "showing" in control["states"]), None)
+        wait_until(found, f"{name} of {strip}")
+        return found()
+
+    def press(self, name, strip):
+        left, top, width, height = self.control(name, strip)["extents"]
+        self.stage.xdotool("mousemove", left + width // 2, top + height // 2, "click", 1)
+
+    def volume(self, strip):
+        """The shown position of a strip's fader, 0 to 1."""
+        text = next(control["description"] for control in self.stage.controls()
+                    if control["role"] == "slider" and control["name"] == strip)
+        return int(re.fullmatch(r"(\d+)%", text).group(1)) / 100
+
+    def drag(self, strip, share):
+        """Takes the fader at its handle and lets it go at a share of its way."""
+        fader = next(control for control in self.stage.controls()
+                     if control["role"] == "slider" and control["name"] == strip)
+        left, top, width, height = fader["extents"]
+        x = left + width // 2
+        begin = self.volume(strip)
+
+        def place(value):
+            return top + 9 + round((1 - value) * (height - 18))
+
+        self.stage.xdotool("mousemove", x, place(begin), "mousedown", 1)
+        for step in range(1, 11):
+            self.stage.xdotool("mousemove", x, place(begin + (share - begin) * step / 10))
+        self.stage.xdotool("mouseup", 1)
+
+    # ---- what is heard
+
+    def wait_level(self, name, level, what):
+        frequency = TONES[name]
+        heard = []
+
+        def near():
+            heard[:] = [level_db(self.speakers.next(0.2), frequency)]
+            return abs(heard[0] - level) < 0.1 if level > GONE_DB else heard[0] < GONE_DB
+        try:
+            wait_until(near, what, 15.0)
+        except AssertionError as error:
+            raise AssertionError(f"{what}: {name} is at {heard[0]:.2f} dB, not {level:.2f}") from error
+
+    def wait_volume(self, name, volume):
+        self.wait_level(name, LEVEL_DB + 20 * math.log10(volume), f"{name} at {volume:.0%}")
+
+    def wait_gone(self, name):
+        self.wait_level(name, -200, f"{name} gone")
+
+    # ---- tests
+
+    def test_two_programs_are_mixed_muted_soloed_and_come_back(self):
+        program = self.open_mixer()
+        self.stage.steady_screenshot(BUILD / "mixer-empty.png")
+        self.add("music")
+        self.add("game")
+        # A fresh strip is heard from the first touch of any control on.
+        self.wait_gone("music")
+        self.press("直播静音", "直播")
+        for name in TONES:
+            self.wait_volume(name, DEFAULT_VOLUME)
+
+        for share in (0.8, 0.1, 0.5):
+            self.drag("music", share)
+            shown = self.volume("music")
+            self.assertAlmostEqual(shown, share, delta=0.02)
+            self.wait_volume("music", shown)
+        self.wait_volume("game", DEFAULT_VOLUME)
+
+        self.press("监听静音", "game")
+        self.wait_gone("game")
+        self.press("只听", "game")
+        # Solo goes before mutes, and the volume holds there too.
+        self.wait_volume("game", DEFAULT_VOLUME)
+        self.wait_gone("music")
+        self.press("直播静音", "直播")
+        self.press("只听", "直播")
+        live = self.volume("直播")
+        self.wait_level("game", LEVEL_DB + 20 * math.log10(DEFAULT_VOLUME * live), "the live mix")
+
+        self.press("只听", "game")
+        self.press("删除", "game")
+        self.stage.wait_no_text("game", "slider")
+        # Solo is the monitor output's again.
+        self.wait_volume("music", self.volume("music"))
+        self.wait_gone("game")
+
+        self.assertEqual(self.quit(program), 0)
+        self.wait_gone("music")
+        self.open_mixer()
+        self.wait_volume("music", 0.5)
+        self.stage.wait_no_text("game", "slider")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,133 @@
+"""A microphone without a microphone: the sound input of a virtual device.
+
+    virtual_microphone.py FOLDER [SIGNAL]
+
+Makes a source called "VEXO Mixdesk R2" on the sound server of this session, and an ALSA device of the same name in
+FOLDER/asound.conf, by which the program finds it (ALSA_CONFIG_PATH). SIGNAL is `silence`, `tone [HERTZ]`, `speech`
+(sounds that come and go like a voice; the rule) or `file PATH` (raw, 32-bit float, 48000 Hz, stereo). It can be changed
+at any time by writing another one into FOLDER/microphone. Prints a line when it is ready. Lives until it is ended, and
+takes the source away then.
+"""
+
+import pathlib
+import signal
+import subprocess
+import sys
+
+import numpy
+
+RATE = 48000
+NAME = "VEXO Mixdesk R2"
+SINK = "vexo_virtual_microphone_in"
+SOURCE = "vexo_virtual_microphone"
+BLOCK_FRAMES = 960
+AMPLITUDE = 0.25
+
+
+def silence():
+    return numpy.zeros(RATE)
+
+
+def tone(hertz=440.0):
+    # A whole number of periods, so that the loop has no seam.
+    count = max(1, round(hertz))
+    return AMPLITUDE * numpy.sin(2 * numpy.pi * count * numpy.arange(RATE) / RATE)
+
+
+def speech(seconds=8, seed=7):
+    """A voiced sound of changing pitch and vowel under syllables, with pauses between the words."""
+    random = numpy.random.default_rng(seed)
+    time = numpy.arange(seconds * RATE) / RATE
+    pitch = 120 + 25 * numpy.sin(2 * numpy.pi * 0.5 * time) + 8 * numpy.sin(2 * numpy.pi * 3 * time)
+    phase = 2 * numpy.pi * numpy.cumsum(pitch) / RATE
+    formants = 600 + 200 * numpy.sin(2 * numpy.pi * 1.25 * time), 1500 + 500 * numpy.sin(2 * numpy.pi * 0.75 * time)
+    voice = numpy.zeros(len(time))
+    for harmonic in range(1, 26):
+        weight = sum(numpy.exp(-((harmonic * pitch - formant) / 250) ** 2) for formant in formants)
+        voice += (weight + 0.3 / harmonic) * numpy.sin(harmonic * phase)
+    syllables = numpy.clip(numpy.sin(2 * numpy.pi * 2.25 * time), 0, 1) ** 0.6
+    words = numpy.repeat(random.random(seconds * 2) > 0.25, RATE // 2)
+    words = numpy.convolve(words, numpy.hanning(2400) / numpy.hanning(2400).sum(), mode="same")
+    voice = voice * syllables * words + 0.002 * random.standard_normal(len(time))
+    return AMPLITUDE * voice / numpy.abs(voice).max()
+
+
+def from_file(path):
+    data = numpy.fromfile(path, dtype=numpy.float32)
+    return data[:len(data) // 2 * 2].reshape(-1, 2)
+
+
+def signal_of(words):
+    """The frames of a signal's words; raises ValueError or OSError for words that say none."""
+    kind, _, rest = words.strip().partition(" ")
+    if kind == "file":
+        frames = from_file(rest)
+        if len(frames) == 0:
+            raise ValueError(f"{rest} is empty")
+        return frames
+    makers = {"silence": silence, "tone": lambda: tone(float(rest) if rest else 440.0), "speech": speech}
+    if kind not in makers:
+        raise ValueError(f"{kind!r} is no signal: say silence, tone [HERTZ], speech or file PATH")
+    wave = makers[kind]()
+    return numpy.column_stack([wave, wave])
+
+
+def load(*words):
+    return subprocess.run(["pactl", "load-module", *words], check=True, capture_output=True, text=True).stdout.strip()
+
+
+def write_alsa_device(folder):
+    lines = ["pcm.!default { type pulse }", "ctl.!default { type pulse }",
+             f'pcm."{NAME}" {{ type pulse device {SOURCE} hint {{ show on description "{NAME}" }} }}']
+    (folder / "asound.conf").write_text("\n".join(lines) + "\n", encoding="utf-8")
+
+
+def feed(player, control, words):
+    """Plays the signal that the control file names, over and over."""
+    frames = signal_of(words).astype(numpy.float32)
+    changed, at = control.stat().st_mtime_ns, 0
+    while True:
+        if control.stat().st_mtime_ns != changed:
+            changed = control.stat().st_mtime_ns
+            try:
+                frames, at = signal_of(control.read_text(encoding="utf-8")).astype(numpy.float32), 0
+            except (ValueError, OSError) as error:
+                print(f"virtual microphone: {error}", file=sys.stderr, flush=True)
+        block = numpy.take(frames, range(at, at + BLOCK_FRAMES), axis=0, mode="wrap")
+        at = (at + BLOCK_FRAMES) % len(frames)
+        player.stdin.write(block.tobytes())
+        player.stdin.flush()
+
+
+def main():
+    folder = pathlib.Path(sys.argv[1])
+    words = " ".join(sys.argv[2:]) or "speech"
+    signal_of(words)
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(0))
+    modules = []
+    try:
+        modules.append(load("module-null-sink", f"sink_name={SINK}", "rate=48000", "channels=2",
+                            f"sink_properties=\"device.description='Virtual microphone'\""))
+        modules.append(load("module-remap-source", f"master={SINK}.monitor", f"source_name={SOURCE}",
+                            f"source_properties=\"device.description='{NAME}'\""))
+        write_alsa_device(folder)
+        control = folder / "microphone"
+        control.write_text(words + "\n", encoding="utf-8")
+        player = subprocess.Popen(["pacat", "--playback", "--raw", "--format=float32le", f"--rate={RATE}", "--channels=2",
+                                   f"--device={SINK}", "--client-name=virtual microphone", "--latency-msec=40"],
+                                  stdin=subprocess.PIPE)
+        print(f"virtual microphone: {words}; write silence, tone, speech or file PATH to {control}", flush=True)
+        feed(player, control, words)
+    except subprocess.CalledProcessError:
+        print("virtual microphone: no sound server here, so the device is silent", file=sys.stderr, flush=True)
+        return 1
+    except BrokenPipeError:
+        return 1
+    finally:
+        for module in reversed(modules):
+            subprocess.run(["pactl", "unload-module", module], capture_output=True)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
