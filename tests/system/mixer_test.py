@@ -8,8 +8,9 @@ import unittest
 
 import numpy
 
-from sound import SoundServer, available, level_db, tone
 from system_case import BUILD, CONNECTED, START_BUTTON, SystemCase, wait_until
+# After the line above, which makes the folder of the stage known: beside this file lies a folder of this name.
+from sound import SoundServer, available, level_db, tone  # isort: skip
 
 ADD_BUTTON = "添加应用"
 APPS = "apps"
