@@ -19,6 +19,8 @@ T.ToolTip {
     padding: 8
     horizontalPadding: 10
     margins: 4
+    // Takes no press from what it covers.
+    enabled: false
     closePolicy: T.Popup.NoAutoClose
     contentWidth: Math.min(maximumWidth - leftPadding - rightPadding, Math.ceil(label.implicitWidth))
     contentHeight: label.implicitHeight
