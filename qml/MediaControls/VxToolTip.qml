@@ -19,8 +19,6 @@ T.ToolTip {
     padding: 8
     horizontalPadding: 10
     margins: 4
-    // Takes no press from what it covers.
-    enabled: false
     closePolicy: T.Popup.NoAutoClose
     contentWidth: Math.min(maximumWidth - leftPadding - rightPadding, Math.ceil(label.implicitWidth))
     contentHeight: label.implicitHeight
@@ -78,5 +76,15 @@ T.ToolTip {
         }
     }
 
+    // No point of the window is the bubble's: a press goes to what lies below it.
+    QtObject {
+        id: nowhere
+
+        function contains(position: point): bool {
+            return false;
+        }
+    }
+
+    Component.onCompleted: contentItem.parent.containmentMask = nowhere
     onAboutToShow: place.below = parent.mapToItem(null, 0, 0).y < height + gap + margins
 }
