@@ -68,8 +68,7 @@ QQuickItem* findItem(QQuickItem* root, const QString& objectName) {
 class MixerScreen {
 public:
     explicit MixerScreen(QQmlApplicationEngine& qmlEngine) : engine(qmlEngine) {
-        manager =
-            engine.singletonInstance<FakeHIDHotplugManager*>("VexoDeckHIDHotplug", "HIDHotplugManager");
+        manager = engine.singletonInstance<FakeHIDHotplugManager*>("VexoDeckHIDHotplug", "HIDHotplugManager");
         bridge = engine.singletonInstance<FakeSystemBridge*>("VexoDeckSystemBridge", "SystemBridge");
         window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
     }
@@ -89,8 +88,8 @@ public:
         bridge->setProperty("applications", running);
         QMetaObject::invokeMethod(engine.singletonInstance<QObject*>("MediaControls", "ConfigMgr"),
                                   "setStringList", QString("appList"), QVariant(entries));
-        const QVariantMap info = {{"dpid", 0x9829U}, {"pid", 1}, {"vid", 2}, {"name", "VEXO Mixdesk R2"},
-                                  {"sn", "VX24A0117"}, {"version", "V1.04"}};
+        const QVariantMap info = {{"dpid", 0x9829U},           {"pid", 1},          {"vid", 2},
+                                  {"name", "VEXO Mixdesk R2"}, {"sn", "VX24A0117"}, {"version", "V1.04"}};
         emit manager->deviceConnected(info, true);
         processFor(500);
         QMetaObject::invokeMethod(findItem(window->contentItem(), "startButton"), "click");
@@ -139,7 +138,9 @@ public:
         double frameBeginMs = 0;
         QElapsedTimer clock;
         clock.start();
-        const auto nowMs = [&clock] { return static_cast<double>(clock.nsecsElapsed()) / 1e6; };
+        const auto nowMs = [&clock] {
+            return static_cast<double>(clock.nsecsElapsed()) / 1e6;
+        };
         QObject context;
         // What one frame takes, from its animations to its end.
         QObject::connect(
@@ -174,7 +175,8 @@ public:
         kept = printFigure("frame, from its begin to its end, 95th percentile", percentile(framesMs),
                            kFrameBudgetMs, "ms") &&
                kept;
-        return printFigure("from frame to frame, 95th percentile", percentile(gapsMs), kFrameBudgetMs, "ms") &&
+        return printFigure("from frame to frame, 95th percentile", percentile(gapsMs), kFrameBudgetMs,
+                           "ms") &&
                kept;
     }
 
@@ -240,7 +242,8 @@ int main(int argc, char** argv) {
         return 1;
     }
     bool kept = printFigure("one report to 11 strips", screen.dispatchMs(), kDispatchBudgetMs, "ms");
-    kept = printFigure("one step of a fader with its full list", screen.stepMs(), kStepBudgetMs, "ms") && kept;
+    kept =
+        printFigure("one step of a fader with its full list", screen.stepMs(), kStepBudgetMs, "ms") && kept;
     kept = screen.runMeters(seconds) && kept;
     return kept ? 0 : 1;
 }

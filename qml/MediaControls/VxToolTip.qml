@@ -76,5 +76,15 @@ T.ToolTip {
         }
     }
 
+    // No point of the window is the bubble's: a press goes to what lies below it.
+    QtObject {
+        id: nowhere
+
+        function contains(position: point): bool {
+            return false;
+        }
+    }
+
+    Component.onCompleted: contentItem.parent.containmentMask = nowhere
     onAboutToShow: place.below = parent.mapToItem(null, 0, 0).y < height + gap + margins
 }

@@ -7,8 +7,8 @@
 // they ask of it, and gives its signals. Lives on the main thread; one for each engine, which owns it.
 class FakeSystemBridge : public QObject {
     Q_OBJECT
-    // The calls since the last clearCalls(), in order: maps with "name" and, by call, "configs", "deviceName",
-    // "index".
+    // The calls since the last clearCalls(), in order: maps with "name" and, by call, "configs",
+    // "deviceName", "index".
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
     // What getRunningApplications() answers.
     Q_PROPERTY(QVariantList applications MEMBER applications NOTIFY applicationsChanged)
@@ -38,6 +38,6 @@ private:
     QVariantList recordedCalls;
 };
 
-// Registers the class as the singleton SystemBridge of the module VexoDeckSystemBridge. Before any document is
-// loaded, once in a process.
+// Registers the class as the singleton SystemBridge of the module VexoDeckSystemBridge. Before any document
+// is loaded, once in a process.
 void registerFakeSystemBridge();

@@ -1,4 +1,5 @@
-// Draws the mixer, the equaliser and the automatic gain measurement in their states and saves pictures of them:
+// Draws the mixer, the equaliser and the automatic gain measurement in their states and saves pictures of
+// them:
 //     qml_mixer_pictures FOLDER [WIDTHxHEIGHT]
 // writes FOLDER/<state>.png. Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
@@ -61,8 +62,7 @@ void settle(const std::function<void()>& everyPeriod = [] {}) {
 class Pictures {
 public:
     Pictures(QQmlApplicationEngine& qmlEngine, const QDir& target) : engine(qmlEngine), folder(target) {
-        manager =
-            engine.singletonInstance<FakeHIDHotplugManager*>("VexoDeckHIDHotplug", "HIDHotplugManager");
+        manager = engine.singletonInstance<FakeHIDHotplugManager*>("VexoDeckHIDHotplug", "HIDHotplugManager");
         bridge = engine.singletonInstance<FakeSystemBridge*>("VexoDeckSystemBridge", "SystemBridge");
         window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
     }
@@ -126,7 +126,8 @@ private:
     void takeFull() {
         QStringList entries;
         for (const QVariant& record : bridge->property("applications").toList())
-            entries.append(QString::fromUtf8(QJsonDocument::fromVariant(record).toJson(QJsonDocument::Compact)));
+            entries.append(
+                QString::fromUtf8(QJsonDocument::fromVariant(record).toJson(QJsonDocument::Compact)));
         QMetaObject::invokeMethod(engine.singletonInstance<QObject*>("MediaControls", "ConfigMgr"),
                                   "setStringList", QString("appList"), QVariant(entries));
         setSetting("file:///opt/app2_mix", true);
@@ -254,8 +255,8 @@ private:
         good = good && saved;
     }
 
-    const QVariantMap info = {{"dpid", 0x9829U}, {"pid", 1}, {"vid", 2}, {"name", "VEXO Mixdesk R2"},
-                              {"sn", "VX24A0117"}, {"version", "V1.04"}};
+    const QVariantMap info = {{"dpid", 0x9829U},           {"pid", 1},          {"vid", 2},
+                              {"name", "VEXO Mixdesk R2"}, {"sn", "VX24A0117"}, {"version", "V1.04"}};
     QQmlApplicationEngine& engine;
     QDir folder;
     FakeHIDHotplugManager* manager = nullptr;

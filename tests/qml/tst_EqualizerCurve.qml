@@ -142,7 +142,9 @@ WindowedEqualizerTestCase {
             },
             {
                 tag: "no numbers",
-                value: ["1", null, NaN, Infinity, {}, 2, 0, 0, 0, 0, 0, 0],
+                value: ["1", null, NaN, Infinity,
+                    {},
+                    2, 0, 0, 0, 0, 0, 0],
                 gains: [0, 0, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0]
             }
         ];

@@ -112,8 +112,7 @@ WindowedEqualizerTestCase {
 
     function test_adding_a_preset_does_not_select_it() {
         openEqualizer();
-        mouseWheel(child("presetList"), 20, 20, 0, -1200);
-        mouseClick(child("addPreset"));
+        child("addPreset").click();
         compare(eqSelect().selectIndex, 0);
         compare(eqSelect().dataList.length, 8);
         compare(JSON.stringify(storedPresets()[7]), JSON.stringify({
@@ -125,7 +124,7 @@ WindowedEqualizerTestCase {
         compare(updates(), 1);
         compare(published.length, 0);
         const list = child("presetList");
-        compare(list.contentX, list.contentWidth - list.width);
+        tryVerify(() => list.contentWidth > 700 && list.contentX === list.contentWidth - list.width);
     }
 
     function test_with_three_user_presets_the_plus_button_is_gone_and_deleting_one_brings_it_back() {

@@ -280,6 +280,27 @@ MixerTestCase {
         tryCompare(bubble, "visible", false);
     }
 
+    // The bubble of a mute stands over the button above it.
+    function test_a_tooltip_takes_no_press_from_what_it_covers() {
+        openMixer([music]);
+        const strip = child("strip0");
+        const mute = part(strip, "monitorMute");
+        const bubble = Array.from(mute.data).find(object => object.text === "监听静音");
+        verify(bubble);
+        mouseMove(mute, mute.width / 2, mute.height / 2);
+        tryCompare(bubble, "opened", true);
+        const solo = part(strip, "soloButton");
+        mouseClick(solo, mute.width / 2, solo.height - 4);
+        compare(ConfigMgr.getValue("listen"), "file:///opt/music");
+    }
+
+    function test_the_strips_of_both_columns_stand_in_line_also_where_one_scrolls() {
+        openMixer([music]);
+        mixer.width = 500;
+        tryVerify(() => child("liveOutput").height === child("strip0").height);
+        verify(child("strip0").height > 300);
+    }
+
     function test_the_device_strips_settings_are_asked_for() {
         openMixer([]);
         let asked = 0;

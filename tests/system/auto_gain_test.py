@@ -38,6 +38,7 @@ class AutoGain(SystemCase):
         # The program asks for it, too, and so the device starts once more.
         self.stage.emulator("wait attribute auto_gain")
         self.assertEqual(self.writes(), ["01"])
+        self.stage.emulator(f"wait value mic_gain {GAIN_STEP} 10000")
         self.stage.wait_text(RESULT)
         self.stage.click("确定", "button")
         self.wait_no_window()

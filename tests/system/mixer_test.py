@@ -4,17 +4,20 @@ import math
 import re
 import shutil
 import subprocess
+import sys
 import unittest
 
 import numpy
 
-from sound import SoundServer, available, level_db, tone
-from system_case import BUILD, CONNECTED, START_BUTTON, SystemCase, wait_until
+from system_case import BUILD, CONNECTED, ROOT, START_BUTTON, SystemCase, wait_until
+# After the line above, which makes the folder of the stage known: beside this file lies a folder of this name.
+from sound import SoundServer, available, level_db, tone  # isort: skip
 
 ADD_BUTTON = "添加应用"
 APPS = "apps"
 SPEAKERS = "spk"
 TONES = {"music": 1000, "game": 3000}
+MICROPHONE_TONE = 500
 AMPLITUDE = 0.25
 LEVEL_DB = 20 * math.log10(AMPLITUDE)
 GONE_DB = LEVEL_DB - 60
@@ -35,7 +38,7 @@ class Mixer(SystemCase):
         for name, frequency in TONES.items():
             self.play(name, frequency)
         self.speakers = self.sound.recorder(SPEAKERS)
-        self.addCleanup(self.speakers.stop)
+        self.addCleanup(lambda: self.speakers.stop())
 
     def play(self, name, frequency):
         """A program of its own name that plays a tone."""
@@ -108,7 +111,9 @@ class Mixer(SystemCase):
     # ---- what is heard
 
     def wait_level(self, name, level, what):
-        frequency = TONES[name]
+        self.wait_tone(TONES[name], level, what)
+
+    def wait_tone(self, frequency, level, what):
         heard = []
 
         def near():
@@ -117,7 +122,7 @@ class Mixer(SystemCase):
         try:
             wait_until(near, what, 15.0)
         except AssertionError as error:
-            raise AssertionError(f"{what}: {name} is at {heard[0]:.2f} dB, not {level:.2f}") from error
+            raise AssertionError(f"{what}: {frequency} Hz is at {heard[0]:.2f} dB, not {level:.2f}") from error
 
     def wait_volume(self, name, volume):
         self.wait_level(name, LEVEL_DB + 20 * math.log10(volume), f"{name} at {volume:.0%}")
@@ -168,6 +173,25 @@ class Mixer(SystemCase):
         self.open_mixer()
         self.wait_volume("music", 0.5)
         self.stage.wait_no_text("game", "slider")
+
+    def test_the_virtual_microphone_is_heard_alone(self):
+        microphone = subprocess.Popen([sys.executable, ROOT / "tools" / "stage" / "virtual_microphone.py",
+                                       self.stage.folder, "tone", str(MICROPHONE_TONE)], env=self.stage.env,
+                                      stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.addCleanup(microphone.wait)
+        self.addCleanup(microphone.kill)
+        self.addCleanup(microphone.stdout.close)
+        microphone.stdout.readline()
+        # The server takes a recorder that was there before along to the new source.
+        self.speakers.stop()
+        self.speakers = self.sound.recorder(SPEAKERS)
+        self.open_mixer()
+        self.press("只听", "Mixdesk R2")
+        # The engine leaves the device at gain 1: its fader steers the hardware.
+        self.wait_tone(MICROPHONE_TONE, LEVEL_DB, "the microphone")
+        self.press("只听", "监听")
+        self.press("监听静音", "监听")
+        self.wait_tone(MICROPHONE_TONE, -200, "the muted monitor mix")
 
 
 if __name__ == "__main__":

@@ -49,7 +49,7 @@ def speech(seconds=8, seed=7):
     words = numpy.repeat(random.random(seconds * 2) > 0.25, RATE // 2)
     words = numpy.convolve(words, numpy.hanning(2400) / numpy.hanning(2400).sum(), mode="same")
     voice = voice * syllables * words + 0.002 * random.standard_normal(len(time))
-    return AMPLITUDE * voice / numpy.abs(voice).max()
+    return 0.7 * voice / numpy.abs(voice).max()
 
 
 def from_file(path):

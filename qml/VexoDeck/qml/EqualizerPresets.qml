@@ -120,8 +120,12 @@ Item {
 
         objectName: "presetList"
 
+        // The row grows with the next frame.
+        property bool atEnd: false
+
         function toRightEnd() {
-            contentX = Math.max(0, row.implicitWidth - width);
+            contentX = Math.max(0, contentWidth - width);
+            atEnd = true;
         }
 
         function reveal(item: Item) {
@@ -130,6 +134,11 @@ Item {
 
         anchors.fill: parent
         contentWidth: row.width
+        onContentWidthChanged: {
+            if (atEnd)
+                contentX = Math.max(0, contentWidth - width);
+            atEnd = false;
+        }
         contentHeight: height
         flickableDirection: Flickable.HorizontalFlick
         boundsBehavior: Flickable.StopAtBounds

@@ -57,7 +57,7 @@ Rectangle {
         anchors.topMargin: heading.height
         anchors.leftMargin: mixerColumn.padding
         anchors.rightMargin: mixerColumn.padding
-        anchors.bottomMargin: mixerColumn.padding
+        anchors.bottomMargin: mixerColumn.padding - scrollBar.height
         contentWidth: stripRow.width
         contentHeight: height
         flickableDirection: Flickable.HorizontalFlick
@@ -76,7 +76,8 @@ Rectangle {
             id: stripRow
 
             objectName: "stripRow"
-            height: flickable.height - (scrollBar.visible ? scrollBar.height : 0)
+            // The room of the scroll bar is kept without one, too: the strips of both columns stand in line.
+            height: flickable.height - scrollBar.height
             spacing: 6
         }
     }
