@@ -24,7 +24,7 @@ public:
 
 private:
     struct MainloopDeleter {
-        void operator()(pa_mainloop* mainloop) const { pa_mainloop_free(mainloop); }
+        void operator()(pa_mainloop* loop) const { pa_mainloop_free(loop); }
     };
 
     static void onState(pa_stream* changed, void* self);
