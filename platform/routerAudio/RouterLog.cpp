@@ -26,8 +26,13 @@ void routerLog(const std::wstring& line) {
         return;
     }
     std::wcout << line + L"\n" << std::flush;
-    // A name that the output's encoding cannot express must not silence the lines after it.
-    std::wcout.clear();
+    if (!std::wcout) {
+        // A name that the output's encoding cannot express cuts its line off there, and must neither swallow
+        // the line break nor silence the lines after it.
+        std::wcout.clear();
+        std::wcout << L"\n" << std::flush;
+        std::wcout.clear();
+    }
 }
 
 void setRouterLogSink(RouterLogSink sink) {

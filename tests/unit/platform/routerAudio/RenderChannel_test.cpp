@@ -5,12 +5,42 @@
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 
 #include <gtest/gtest.h>
+#include <iostream>
 #include <optional>
+#include <streambuf>
+#include <string>
 #include <vector>
 
 namespace {
 
 constexpr std::uint16_t kWaveFormatExtensible = 0xFFFE;
+
+// In place of the wide standard output's buffer: knows no characters beyond ASCII, as an output of the C
+// locale.
+class NarrowOutput : public std::wstreambuf {
+public:
+    NarrowOutput() : previous(std::wcout.rdbuf(this)) {}
+    ~NarrowOutput() override {
+        std::wcout.rdbuf(previous);
+        std::wcout.clear();
+    }
+    NarrowOutput(const NarrowOutput&) = delete;
+    NarrowOutput& operator=(const NarrowOutput&) = delete;
+
+    std::wstring written;
+
+protected:
+    int_type overflow(int_type character) override {
+        if (character >= 128) {
+            return traits_type::eof();
+        }
+        written += traits_type::to_char_type(character);
+        return character;
+    }
+
+private:
+    std::wstreambuf* previous;
+};
 
 class RenderFormatRule : public testing::Test {
 protected:
@@ -119,4 +149,11 @@ TEST(RouterLines, GoToTheWideStandardOutputUnlessASinkTakesThem) {
     routerLog(L"[INFO] first");
     routerLog(L"[INFO] second");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "[INFO] first\n[INFO] second\n");
+}
+
+TEST(RouterLines, ANameThatTheOutputCannotExpressCostsNeitherTheLineBreakNorTheNextLine) {
+    NarrowOutput output;
+    routerLog(L"[INFO] first 扬声器 (id)");
+    routerLog(L"[INFO] second");
+    EXPECT_EQ(output.written, L"[INFO] first \n[INFO] second\n");
 }
