@@ -1,4 +1,4 @@
-// The format rule of outputs and the lines that outputs and captures share.
+// The format rules of outputs and captures and the lines that outputs and captures share.
 
 #include "platform/routerAudio/ProcessCapture.h"
 #include "platform/routerAudio/RenderChannel.h"
@@ -9,6 +9,8 @@
 #include <optional>
 #include <streambuf>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -108,6 +110,50 @@ TEST_F(RenderFormatRule, WithoutAMixFormatTheMixersOwnIsUsed) {
 TEST_F(RenderFormatRule, AFormatThatCameWithAFailureIsNotUsed) {
     EXPECT_EQ(chooseRenderFormat(kHResultFail, mix(kWaveFormatIeeeFloat, 2, 44100, 32)).wave.samplesPerSecond,
               48000u);
+}
+
+TEST(CaptureFormatRule, TheClientsFormatIsTakenAsItIs) {
+    RouterLogCapture log;
+    const RenderFormat client{{kWaveFormatExtensible, 6, 96000, 24, 32}, 2'304'000, 22};
+    const RenderFormat chosen = chooseCaptureFormat(kHResultOk, client);
+    EXPECT_EQ(chosen.wave.formatTag, kWaveFormatExtensible);
+    EXPECT_EQ(chosen.wave.channels, 6);
+    EXPECT_EQ(chosen.wave.samplesPerSecond, 96000u);
+    EXPECT_EQ(chosen.wave.blockAlign, 24);
+    EXPECT_EQ(chosen.wave.bitsPerSample, 32);
+    EXPECT_EQ(chosen.bytesPerSecond, 2'304'000u);
+    EXPECT_EQ(log.take(), (Lines{L"[INFO] Capture format: 96000 Hz, 6 ch, 32 bits"}));
+}
+
+TEST(CaptureFormatRule, OneToTwentyTwoExtraBytesAreKeptAndMoreAreNone) {
+    const RouterLogCapture log;
+    const std::vector<std::pair<std::uint16_t, std::uint16_t>> cases{{0, 0},   {1, 1},  {21, 21},
+                                                                     {22, 22}, {23, 0}, {0xFFFF, 0}};
+    for (const auto& [given, kept] : cases) {
+        const RenderFormat client{floatWaveFormat(2, 44100), 352'800, given};
+        EXPECT_EQ(chooseCaptureFormat(kHResultOk, client).extraByteCount, kept) << given << " extra bytes";
+    }
+}
+
+TEST(CaptureFormatRule, WithoutAFormatTheMixersOwnIsUsed) {
+    RouterLogCapture log;
+    const std::optional<RenderFormat> refused = RenderFormat{floatWaveFormat(2, 44100), 352'800, 0};
+    const std::vector<std::tuple<HResult, std::optional<RenderFormat>, std::wstring>> cases{
+        {kHResultNotImplemented, std::nullopt, L"0x80004001"},
+        {kHResultOk, std::nullopt, L"0x0"},
+        {kHResultFail, refused, L"0x80004005"}};
+    for (const auto& [result, format, digits] : cases) {
+        const RenderFormat chosen = chooseCaptureFormat(result, format);
+        EXPECT_EQ(chosen.wave.formatTag, kWaveFormatIeeeFloat);
+        EXPECT_EQ(chosen.wave.channels, 2);
+        EXPECT_EQ(chosen.wave.samplesPerSecond, 48000u);
+        EXPECT_EQ(chosen.wave.blockAlign, 8);
+        EXPECT_EQ(chosen.wave.bitsPerSample, 32);
+        EXPECT_EQ(chosen.bytesPerSecond, 384'000u);
+        EXPECT_EQ(chosen.extraByteCount, 0);
+        EXPECT_EQ(log.take(), (Lines{L"[WARNING] GetMixFormat failed (" + digits +
+                                     L"), using default format (48000 Hz, 32-bit float)"}));
+    }
 }
 
 TEST(RouterLines, EachRefusedStepOfAnOutputHasItsName) {
