@@ -59,6 +59,10 @@ bool AudioRouterAPI::startAudioRouter(const std::wstring& defaultDevice, const s
     }
     // Nothing plays to the default device; it is looked up for the line that this writes.
     static_cast<void>(FindDeviceGuidByNameOrGuid(*platform.endpoints, defaultDevice, false));
+    // Names of an earlier start do not hold any more.
+    forwarder.setBus1Device({});
+    forwarder.setBus2Device({});
+    forwarder.setSoloDevice({});
     selectSoloDevice(soloDevice);
     selectInput1Device(input1Device);
     selectInput2Device(input2Device);

@@ -34,7 +34,7 @@ BusForwarder::BusForwarder(const RouterPlatform& routerPlatform, PerAppInputBuff
 }
 
 BusForwarder::~BusForwarder() {
-    stop();
+    endChannels();
 }
 
 void BusForwarder::setBus1Device(const std::wstring& deviceGuid) {
@@ -53,6 +53,17 @@ bool BusForwarder::start() {
     if (running) {
         return true;
     }
+    try {
+        openAndRunAll();
+    } catch (...) {
+        endChannels();
+        throw;
+    }
+    running = true;
+    return true;
+}
+
+void BusForwarder::openAndRunAll() {
     openAndRun(channel(kBus1Id));
     openAndRun(channel(kBus2Id));
     if (channel(kSoloId).deviceGuid.empty()) {
@@ -62,8 +73,6 @@ bool BusForwarder::start() {
     } else {
         routerLog(L"[BusForwarder] Failed to initialize Solo thread.");
     }
-    running = true;
-    return true;
 }
 
 void BusForwarder::stop() {
@@ -71,6 +80,10 @@ void BusForwarder::stop() {
         return;
     }
     running = false;
+    endChannels();
+}
+
+void BusForwarder::endChannels() {
     for (BusChannel& bus : channels) {
         bus.running = false;
     }
@@ -116,7 +129,7 @@ bool BusForwarder::initBusChannel(BusChannel& bus) {
               (capture ? L" (Input/Microphone)" : L" (Output)") + L" (ClassGuid: " +
               GetDeviceId(endpoint.get()) + L")");
     std::unique_ptr<RenderChannel> opened = platform.makeRenderChannel(bus.busId);
-    if (!opened->open(*endpoint)) {
+    if (!opened || !opened->open(*endpoint)) {
         return false;
     }
     bus.renderChannel = std::move(opened);
@@ -128,7 +141,7 @@ void BusForwarder::listAvailableDevices(const BusChannel& bus) const {
     for (const EndpointFlow flow : {EndpointFlow::Render, EndpointFlow::Capture}) {
         const EndpointEnumeration list = platform.endpoints->activeEndpoints(flow);
         for (const AudioEndpointPointer& endpoint : list.endpoints) {
-            if (endpoint && IsRealHardwareDevice(endpoint.get()) == (bus.busId == kSoloId)) {
+            if (IsRealHardwareDevice(endpoint.get()) == (bus.busId == kSoloId)) {
                 routerLog(L"[BusForwarder] Available device: " + GetDeviceFriendlyName(endpoint.get()) +
                           L" (GUID: " + GetDeviceId(endpoint.get()) + L")");
             }

@@ -35,7 +35,8 @@ public:
     void setSoloDevice(const std::wstring& deviceGuid);
 
     /// Opens the named outputs and starts their threads. True in all cases: an output that fails says so in
-    /// its lines and stays off.
+    /// its lines and stays off. What is thrown on the way, for want of memory or of threads, comes through
+    /// after the outputs that ran already have ended.
     [[nodiscard]] bool start();
 
     /// Ends the threads, each after at most one more period.
@@ -51,7 +52,10 @@ private:
     };
 
     BusChannel& channel(std::uint32_t busId) { return channels[busId - 1]; }
+    void openAndRunAll();
     bool openAndRun(BusChannel& bus);
+    // Ends whatever lives of the outputs, however far each came.
+    void endChannels();
     // Finds and opens the endpoint of one output; false, with its lines, when that failed.
     [[nodiscard]] bool initBusChannel(BusChannel& bus);
     void listAvailableDevices(const BusChannel& bus) const;

@@ -184,7 +184,8 @@ std::wstring FindDeviceGuidByNameOrGuid(AudioEndpointSystem& system, const std::
     const std::wstring wanted = lowerCased(value);
     for (const EndpointFlow flow : {EndpointFlow::Render, EndpointFlow::Capture}) {
         const EndpointEnumeration list = system.activeEndpoints(flow);
-        if (list.reached == EnumerationStep::Enumerator) {
+        // The enumerator was there for the outputs: one that fails for the inputs alone is a flow skipped.
+        if (list.reached == EnumerationStep::Enumerator && flow == EndpointFlow::Render) {
             routerLog(L"[FindDeviceGuidByNameOrGuid] Failed to create device enumerator");
             return {};
         }

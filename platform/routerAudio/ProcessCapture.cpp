@@ -4,6 +4,26 @@
 
 #include <string>
 
+namespace {
+
+// Of a WAVEFORMATEXTENSIBLE: no format known to the system carries more.
+constexpr std::uint16_t kLargestExtraByteCount = 22;
+
+} // namespace
+
+RenderFormat chooseCaptureFormat(HResult result, const std::optional<RenderFormat>& clientFormat) {
+    if (failed(result) || !clientFormat) {
+        logDefaultCaptureFormat(result);
+        return kDefaultFormat;
+    }
+    RenderFormat format = *clientFormat;
+    if (format.extraByteCount > kLargestExtraByteCount) {
+        format.extraByteCount = 0;
+    }
+    logCaptureFormat(format.wave);
+    return format;
+}
+
 void logCaptureFormat(const WaveFormat& format) {
     routerLog(L"[INFO] Capture format: " + std::to_wstring(format.samplesPerSecond) + L" Hz, " +
               std::to_wstring(format.channels) + L" ch, " + std::to_wstring(format.bitsPerSample) + L" bits");

@@ -32,7 +32,7 @@ RenderFormat chooseRenderFormat(HResult result, const std::optional<RenderFormat
     if (failed(result) || !mixFormat) {
         routerLog(L"[BusForwarder] GetMixFormat failed (0x" + hexDigits(result) +
                   L"), using default format (48000 Hz, 32-bit float)");
-        return {floatWaveFormat(2, 48000), 384000, 0};
+        return kDefaultFormat;
     }
     RenderFormat format = *mixFormat;
     WaveFormat& wave = format.wave;

@@ -51,13 +51,6 @@ public:
     virtual void stopClient() = 0;
 };
 
-/// The format of an endpoint's buffer: the 18 fixed bytes of a WAVEFORMATEX.
-struct RenderFormat {
-    WaveFormat wave;
-    std::uint32_t bytesPerSecond = 0;
-    std::uint16_t extraByteCount = 0; ///< cbSize
-};
-
 /// The format that an endpoint is opened with: its own mix format (without a value: it could not be read,
 /// and `result` says why), brought to float and to two channels. The rate stays that of the endpoint; the
 /// samples are always those of 48000 Hz, so another rate shifts the pitch. Without a mix format: 48000 Hz.

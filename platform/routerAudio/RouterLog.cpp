@@ -27,8 +27,8 @@ void routerLog(const std::wstring& line) {
     }
     std::wcout << line + L"\n" << std::flush;
     if (!std::wcout) {
-        // A character that the output's encoding cannot express ends its line; those after it are not
-        // silenced.
+        // A name that the output's encoding cannot express cuts its line off there, and must neither swallow
+        // the line break nor silence the lines after it.
         std::wcout.clear();
         std::wcout << L"\n" << std::flush;
         std::wcout.clear();

@@ -21,7 +21,7 @@ struct RouterPlatform {
     /// could be made.
     std::function<std::shared_ptr<ProcessCapture>(PerAppInputBuffers& buffers)> makeProcessCapture;
     /// An output, not opened. `busId` is 1, 2, or 3 for Solo, and is for names alone: of the thread, and of
-    /// the stream where the system shows one.
+    /// the stream where the system shows one. Null: none could be made, and the output stays off.
     std::function<std::unique_ptr<RenderChannel>(std::uint32_t busId)> makeRenderChannel;
     /// Names the calling thread for debuggers: at most 15 characters. Empty where nobody looks.
     std::function<void(const char* name)> nameThisThread;

@@ -1,11 +1,18 @@
 #include "tools/scene/OfflinePlatform.h"
 
 #include "platform/routerAudio/PerAppInputBuffers.h"
+#include "platform/routerAudio/Resampler.h"
 
 #include <functional>
 #include <utility>
 
 namespace {
+
+constexpr std::int64_t kHundredNsPerSecond = 10'000'000;
+
+RenderFormat renderFormatOf(const WaveFormat& wave) {
+    return {wave, wave.samplesPerSecond * wave.blockAlign, 0};
+}
 
 class NoApartment : public ComApartment {
 public:
@@ -45,10 +52,22 @@ private:
 
 } // namespace
 
-void OfflineCapture::setBufferDuration(std::int64_t /*duration*/) {}
+void OfflineCapture::setBufferDuration(std::int64_t newDuration) {
+    duration = newDuration;
+}
+
+void OfflineCapture::setClientFormat(const WaveFormat& format) {
+    clientFormat = renderFormatOf(format);
+}
 
 HResult OfflineCapture::startCapture(std::uint32_t processId, bool /*includeProcessTree*/) {
     source = processId;
+    // A client that does not say its format is one that has no such call.
+    const RenderFormat format =
+        chooseCaptureFormat(clientFormat ? kHResultOk : kHResultNotImplemented, clientFormat);
+    logCapturingProcess(processId);
+    logCaptureStarted(
+        processId, static_cast<std::uint32_t>(duration * format.wave.samplesPerSecond / kHundredNsPerSecond));
     capturing = true;
     return kHResultOk;
 }
@@ -74,6 +93,10 @@ public:
 
     [[nodiscard]] HResult startCapture(std::uint32_t processId, bool includeProcessTree) override {
         owner.captures[processId] = weak_from_this();
+        const auto format = owner.setting.processFormats.find(processId);
+        if (format != owner.setting.processFormats.end()) {
+            setClientFormat(format->second);
+        }
         return OfflineCapture::startCapture(processId, includeProcessTree);
     }
 
@@ -84,12 +107,17 @@ private:
 // Tells the platform what it plays to, and when it is gone.
 class OfflinePlatform::Output : public OfflineRenderChannel {
 public:
-    Output(std::uint32_t busId, OfflinePlatform& system) : entry(system.outputs.at(busId - 1)) {}
+    Output(std::uint32_t busId, OfflinePlatform& system)
+        : setting(system.setting), entry(system.outputs.at(busId - 1)) {}
     ~Output() override { entry.channel = nullptr; }
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override {
+        const auto rate = setting.endpointRates.find(endpoint.id.value_or(std::wstring()));
+        entry.format = chooseRenderFormat(
+            kHResultOk, renderFormatOf(floatWaveFormat(
+                            2, rate != setting.endpointRates.end() ? rate->second : kMixSampleRate)));
         // As a system does: an input cannot play.
         if (endpoint.flow == EndpointFlow::Capture) {
             logRenderFailure(RenderStep::GetService, kHResultWrongEndpoint);
@@ -101,12 +129,13 @@ public:
     }
 
 private:
+    const Setting& setting;
     OpenOutput& entry;
 };
 
-OfflinePlatform::OfflinePlatform(std::vector<AudioEndpoint> listed) {
-    for (AudioEndpoint& endpoint : listed) {
-        endpoints.push_back(std::make_shared<const AudioEndpoint>(std::move(endpoint)));
+OfflinePlatform::OfflinePlatform(Setting systemSetting) : setting(std::move(systemSetting)) {
+    for (const AudioEndpoint& endpoint : setting.endpoints) {
+        endpoints.push_back(std::make_shared<const AudioEndpoint>(endpoint));
     }
 }
 
@@ -134,4 +163,8 @@ OfflineRenderChannel* OfflinePlatform::outputOf(std::uint32_t busId) const {
 
 const AudioEndpoint& OfflinePlatform::endpointOf(std::uint32_t busId) const {
     return outputs.at(busId - 1).endpoint;
+}
+
+const RenderFormat& OfflinePlatform::formatOf(std::uint32_t busId) const {
+    return outputs.at(busId - 1).format;
 }

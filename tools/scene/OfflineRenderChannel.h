@@ -16,7 +16,7 @@ public:
 
     /// Lets the render thread write one period of output.size() / 2 frames, and waits until it has. False,
     /// and nothing written, once the output has ended. Any thread but the render thread.
-    bool renderPeriod(std::span<float> output);
+    [[nodiscard]] bool renderPeriod(std::span<float> output);
 
 private:
     std::mutex mutex;

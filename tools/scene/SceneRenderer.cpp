@@ -13,10 +13,18 @@ namespace {
 
 constexpr std::uint64_t kLevelFrames = kMixSampleRate / 20; // 50 ms
 
+OfflinePlatform::Setting settingOf(const Scene& scene) {
+    OfflinePlatform::Setting setting{scene.endpoints, scene.endpointRates, {}};
+    for (const SceneSource& source : scene.sources) {
+        setting.processFormats.emplace(source.processID, source.sound.format());
+    }
+    return setting;
+}
+
 class SceneRun {
 public:
     SceneRun(const Scene& wholeScene, const SceneObserver& sceneObserver)
-        : scene(wholeScene), observer(sceneObserver), system(scene.endpoints),
+        : scene(wholeScene), observer(sceneObserver), system(settingOf(scene)),
           router(system.platform(), store, buffers), packetsDone(scene.sources.size(), 0) {}
 
     RenderedScene run() {
@@ -47,10 +55,9 @@ private:
                 continue;
             }
             const AudioEndpoint& endpoint = system.endpointOf(busId);
-            const auto rate = scene.endpointRates.find(endpoint.id.value_or(std::wstring()));
             rendered.outputs.push_back({busId,
                                         endpoint.friendlyName.value_or(std::wstring()),
-                                        rate != scene.endpointRates.end() ? rate->second : kMixSampleRate,
+                                        system.formatOf(busId).wave.samplesPerSecond,
                                         {}});
         }
     }
@@ -115,7 +122,10 @@ private:
             const std::size_t before = output.stereo.size();
             output.stereo.resize(before + 2 * frames);
             const std::span<float> block = std::span(output.stereo).subspan(before);
-            system.outputOf(output.busId)->renderPeriod(block);
+            if (!system.outputOf(output.busId)->renderPeriod(block)) {
+                output.stereo.resize(before); // it has ended, and what it played till then is all
+                continue;
+            }
             if (observer.played) {
                 observer.played(output.busId, block);
             }

@@ -286,6 +286,12 @@ TEST_F(EndpointClassification, AFailedFlowIsSkippedAndAFailedEnumeratorEndsTheSe
     EXPECT_EQ(log.take(), (Lines{L"[FindDeviceGuidByNameOrGuid] Failed to create device enumerator"}));
 }
 
+TEST_F(EndpointClassification, AnEnumeratorThatFailsForTheInputsAloneIsAFlowSkipped) {
+    endpoints.fail(kCapture, EnumerationStep::Enumerator);
+    EXPECT_EQ(FindDeviceGuidByNameOrGuid(endpoints, L"point", true), L"");
+    EXPECT_EQ(log.take(), (Lines{L"[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: point"}));
+}
+
 // Setting the default
 
 TEST_F(EndpointClassification, SettingTheDefaultNeedsAnId) {

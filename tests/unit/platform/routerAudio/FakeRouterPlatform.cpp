@@ -1,5 +1,8 @@
 #include "tests/unit/platform/routerAudio/FakeRouterPlatform.h"
 
+#include <algorithm>
+#include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -43,11 +46,24 @@ public:
 
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override {
         note("open " + narrow(endpoint.friendlyName.value_or(L"?")));
-        if (!system.outputsOpen) {
+        if (system.outputsThatDoNotOpen.contains(busId)) {
+            return false;
+        }
+        // As a system does: an input cannot play.
+        if (endpoint.flow == EndpointFlow::Capture) {
+            logRenderFailure(RenderStep::GetService, kHResultWrongEndpoint);
             return false;
         }
         system.outputs[busId] = this;
         return OfflineRenderChannel::open(endpoint);
+    }
+    void run(const std::atomic<bool>& running, const RenderCallback& render) override {
+        if (system.outputsThatDoNotStart.contains(busId)) {
+            logRenderFailure(RenderStep::Start, kHResultDeviceInvalidated);
+        } else {
+            OfflineRenderChannel::run(running, render);
+        }
+        note("ended");
     }
     void wake() override {
         note("wake");
@@ -80,6 +96,23 @@ void CallJournal::note(const std::string& call) {
 std::vector<std::string> CallJournal::take() {
     const std::lock_guard lock(mutex);
     return std::exchange(calls, {});
+}
+
+std::size_t CallJournal::count(const std::string& call) {
+    const std::lock_guard lock(mutex);
+    return static_cast<std::size_t>(std::ranges::count(calls, call));
+}
+
+std::size_t removeThreadEnds(std::vector<std::string>& calls) {
+    const auto endsWith = [](std::string_view end) {
+        return [end](const std::string& call) {
+            return call.ends_with(end);
+        };
+    };
+    const auto firstStopped = std::ranges::find_if(calls, endsWith(".stopClient"));
+    const auto ends = std::ranges::count_if(calls.begin(), firstStopped, endsWith(".ended"));
+    std::erase_if(calls, endsWith(".ended"));
+    return static_cast<std::size_t>(ends);
 }
 
 EndpointEnumeration FakeEndpoints::activeEndpoints(EndpointFlow flow) {
@@ -127,7 +160,7 @@ HResult FakeCapture::startCapture(std::uint32_t processId, bool includeProcessTr
 
 HResult FakeCapture::stopCapture() {
     journal.note("capture" + std::to_string(process) + ".stop");
-    return kHResultOk;
+    return stopResult;
 }
 
 FakeRouterPlatform::FakeRouterPlatform() : endpoints(std::make_shared<FakeEndpoints>(journal)) {}
@@ -137,10 +170,13 @@ RouterPlatform FakeRouterPlatform::platform() {
     platform.com = std::make_shared<FakeApartment>(journal, comResult);
     platform.endpoints = endpoints;
     platform.makeProcessCapture = [this](PerAppInputBuffers&) -> std::shared_ptr<ProcessCapture> {
-        return capturesCanBeMade ? std::make_shared<FakeCapture>(journal, startResults) : nullptr;
+        return capturesCanBeMade ? std::make_shared<FakeCapture>(journal, startResults, stopResult) : nullptr;
     };
     platform.makeRenderChannel = [this](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
-        return std::make_unique<FakeOutput>(busId, *this);
+        if (outputsThatThrow.contains(busId)) {
+            throw std::runtime_error("no output");
+        }
+        return outputsThatCannotBeMade.contains(busId) ? nullptr : std::make_unique<FakeOutput>(busId, *this);
     };
     platform.nameThisThread = [this](const char* name) {
         threadNames.note(name);

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,11 +24,17 @@ public:
     void note(const std::string& call);
     /// Everything since the last take.
     [[nodiscard]] std::vector<std::string> take();
+    /// How often it was noted since the last take.
+    [[nodiscard]] std::size_t count(const std::string& call);
 
 private:
     std::mutex mutex;
     std::vector<std::string> calls;
 };
+
+/// Takes out of what a stop of outputs noted the ends of their threads ("output1.ended"), which come when
+/// they come, and says how many of them stood before the first client was stopped.
+[[nodiscard]] std::size_t removeThreadEnds(std::vector<std::string>& calls);
 
 /// Endpoints by flow. An enumeration that failed has no endpoints.
 class FakeEndpoints : public AudioEndpointSystem {
@@ -58,8 +65,9 @@ private:
 /// A capture that starts and stops as it is told and delivers nothing by itself.
 class FakeCapture : public ProcessCapture {
 public:
-    FakeCapture(CallJournal& callJournal, const std::map<std::uint32_t, HResult>& results)
-        : journal(callJournal), startResults(results) {}
+    FakeCapture(CallJournal& callJournal, const std::map<std::uint32_t, HResult>& results,
+                const HResult& resultOfStop)
+        : journal(callJournal), startResults(results), stopResult(resultOfStop) {}
     ~FakeCapture() override;
     FakeCapture(const FakeCapture&) = delete;
     FakeCapture& operator=(const FakeCapture&) = delete;
@@ -71,6 +79,7 @@ public:
 private:
     CallJournal& journal;
     const std::map<std::uint32_t, HResult>& startResults;
+    const HResult& stopResult;
     std::int64_t duration = kDefaultBufferDuration;
     std::uint32_t process = 0;
 };
@@ -91,6 +100,11 @@ public:
     HResult comResult = kHResultOk;
     bool capturesCanBeMade = true;
     std::map<std::uint32_t, HResult> startResults; ///< of startCapture() by process; kHResultOk for any other
-    bool outputsOpen = true;                       ///< false: open() fails, without a line
+    HResult stopResult = kHResultOk;               ///< of every stopCapture()
+    // By bus id.
+    std::set<std::uint32_t> outputsThatThrow; ///< when they are made
+    std::set<std::uint32_t> outputsThatCannotBeMade;
+    std::set<std::uint32_t> outputsThatDoNotOpen;  ///< open() fails, without a line
+    std::set<std::uint32_t> outputsThatDoNotStart; ///< run() ends at Start
     std::map<std::uint32_t, OfflineRenderChannel*> outputs;
 };

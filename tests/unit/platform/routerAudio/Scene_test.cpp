@@ -167,12 +167,36 @@ TEST_F(SceneTest, AProcessIsHeardOnlyWhileARecordNamesIt) {
         at 20ms
         record 4711 input1=1
         at 40ms
-        record 3 input1=0.5)"));
+        record 3 input1=0.75)"));
     const std::vector<float> stereo = played(rendered, 1);
     ASSERT_EQ(stereo.size(), 5760u);
     for (std::size_t frame = 0; frame < 2880; ++frame) {
-        ASSERT_EQ(stereo[2 * frame], frame < 960 ? 0.0f : 0.25f) << "frame " << frame;
+        ASSERT_EQ(stereo[2 * frame], frame < 960 ? 0.0f : frame < 1920 ? 0.25f : 0.375f) << "frame " << frame;
     }
+}
+
+TEST_F(SceneTest, OutputsAndCapturesSayTheirFormats) {
+    static_cast<void>(renderScene(scene("endpoint Speakers id=spk rate=44100\n"
+                                        R"(
+        length 20ms
+        source 4711 constant=0.25 format=pcm16 channels=1 rate=16000
+        at 0s
+        record 4711 input1=1
+        record 4712 input1=1)")));
+    const Lines lines = log.take();
+    ASSERT_GE(lines.size(), 10u);
+    EXPECT_EQ((Lines{lines.end() - 10, lines.end()}),
+              (Lines{L"[BusForwarder] Using device format: 44100 Hz, 2 ch, 32 bits",
+                     L"[BusForwarder] Solo thread started successfully.",
+                     L"[INFO] Capture format: 16000 Hz, 1 ch, 16 bits",
+                     L"[INFO] Capturing from process loopback (PID: 4711)",
+                     L"[INFO] Audio capture started for PID 4711, buffer size: 320 frames",
+                     L"[INFO] Started capture for PID: 4711",
+                     L"[WARNING] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit "
+                     L"float)",
+                     L"[INFO] Capturing from process loopback (PID: 4712)",
+                     L"[INFO] Audio capture started for PID 4712, buffer size: 960 frames",
+                     L"[INFO] Started capture for PID: 4712"}));
 }
 
 TEST_F(SceneTest, APacketLongerThanAPeriodArrivesWhenItIsComplete) {
