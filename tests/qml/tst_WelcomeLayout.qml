@@ -188,7 +188,7 @@ LoggedTestCase {
     function test_the_button_opens_the_main_layout() {
         openMainLayout();
         const layout = stackView.currentItem;
-        compare(findChild(layout, "deviceName").text, "VEXO Mixdesk R2");
+        compare(findChild(layout, "deviceStrip").title, "Mixdesk R2");
     }
 
     function test_the_return_key_opens_the_main_layout() {
