@@ -187,7 +187,8 @@ LoggedTestCase {
 
     function test_the_button_opens_the_main_layout() {
         openMainLayout();
-        verify(findChild(stackView.currentItem, "mainSettings"), "the mixer shows");
+        const layout = stackView.currentItem;
+        compare(findChild(layout, "deviceStrip").title, "Mixdesk R2");
     }
 
     function test_the_return_key_opens_the_main_layout() {
