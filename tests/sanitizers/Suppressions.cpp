@@ -6,7 +6,9 @@ extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() {
     // The distribution's Qt is not built with the thread sanitizer, so the locks of its event queue are
     // invisible. What Qt's own library does is left out; our frames are all checked.
-    return "called_from_lib:libQt6Core.so\n";
+    // Its pictures are scaled on a thread pool of its own.
+    return "called_from_lib:libQt6Core.so\n"
+           "called_from_lib:libQt6Gui.so\n";
 }
 
 extern "C" const char* __lsan_default_suppressions() {
