@@ -70,8 +70,7 @@ LoggedTestCase {
         WindowFrame {
             visible: true
             rightView: Component {
-                Item {
-                }
+                Item {}
             }
         }
     }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -86,16 +87,23 @@ TEST_F(AudioRouterServiceTest, LongerNameRemovesTheShorterOneThatItContains) {
 
 TEST_F(AudioRouterServiceTest, TwoAdditionsOfOneNameBeforeTheWorkerRunsGiveTwoSlots) {
     scriptedPortAudio::setDevices({device("gate"), device("mic")});
-    std::atomic<bool> held{true};
-    scriptedPortAudio::setReadHook([&held](const std::string&) {
-        while (held) {
+    // Shared, since the worker reads on after the test's own variables have gone.
+    struct Gate {
+        std::atomic<bool> reached{false};
+        std::atomic<bool> open{false};
+    };
+    const auto gate = std::make_shared<Gate>();
+    scriptedPortAudio::setReadHook([gate](const std::string&) {
+        gate->reached = true;
+        while (!gate->open) {
             std::this_thread::yield();
         }
     });
     startWith({{"gate", 0, -1}});
+    EXPECT_TRUE(await([&] { return gate->reached.load(); }));
     EXPECT_TRUE(service.AddInputDevice("mic", 0, 1));
     EXPECT_TRUE(service.AddInputDevice("mic", 0, 2));
-    held = false;
+    gate->open = true;
     ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
     EXPECT_EQ(service.GetInputDevices().size(), 3U);
     EXPECT_EQ(scriptedPortAudio::openStreams(), 3);
