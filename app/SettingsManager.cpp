@@ -2,6 +2,16 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QJSValue>
+
+namespace {
+
+// The engine hands arrays and objects over as values of its own, which no store can write.
+QVariant plainValue(const QVariant& value) {
+    return value.metaType() == QMetaType::fromType<QJSValue>() ? value.value<QJSValue>().toVariant() : value;
+}
+
+} // namespace
 
 SettingsManager* SettingsManager::instance() {
     static auto* const manager = new SettingsManager;
@@ -29,10 +39,11 @@ void SettingsManager::setValue(const QString& key, const QVariant& value) {
     if (settings == nullptr) {
         return;
     }
+    const QVariant plain = plainValue(value);
     const QVariant oldValue = settings->value(key);
-    settings->setValue(key, value);
-    if (oldValue != value) {
-        emit valueChanged(key, value);
+    settings->setValue(key, plain);
+    if (oldValue != plain) {
+        emit valueChanged(key, plain);
     }
 }
 

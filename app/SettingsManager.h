@@ -25,7 +25,8 @@ public:
     /// Writes what is pending.
     ~SettingsManager() override;
 
-    /// Always writes; emits valueChanged(key, value) only if the old and the new value differ.
+    /// Always writes; emits valueChanged(key, value) only if the old and the new value differ. An array or
+    /// object of the script language is stored as the list or map that it stands for.
     Q_INVOKABLE void setValue(const QString& key, const QVariant& value);
     /// The stored value, or `defaultValue` (invalid where none is given). The native store decides which type
     /// comes back: text, where the platform keeps only text.

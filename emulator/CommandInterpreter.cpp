@@ -28,7 +28,7 @@ std::span<const CommandInterpreter::Entry> CommandInterpreter::commands() {
         {"send-frame", "send-frame KIND MSGID [VALUE...]", &Self::sendFrame},
         {"send-raw", "send-raw VALUE...", &Self::sendRaw},
         {"storm", "storm COUNT PER_SECOND ATTR|MSGID", &Self::storm},
-        {"identity", "identity name|serial|version|address|max-payload|hello-interval|frame-rate|up-time ...",
+        {"identity", "identity name|serial|version|address|max-payload|hello-interval|frame-rate|patience|up-time ...",
          &Self::identity},
         {"answer", "answer hello|login|name|serial|version|subscribe|write|read|all on|off|fail",
          &Self::answer},

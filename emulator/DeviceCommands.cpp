@@ -134,6 +134,8 @@ Json CommandInterpreter::identity(Arguments& arguments) {
         link.intervalCode = static_cast<std::uint8_t>(last("CODE", 0, 255));
     } else if (what == "frame-rate") {
         link.frameRate = static_cast<std::uint16_t>(last("N", 0, 0xFFFF));
+    } else if (what == "patience") {
+        link.patienceIntervals = static_cast<std::uint16_t>(last("N", 1, 0xFFFF));
     } else if (what == "up-time") {
         const auto wanted = static_cast<std::uint32_t>(last("MS", 0, 0xFFFFFFFF));
         link.upTimeOffsetMs += wanted - target().link.upTimeMs();

@@ -10,7 +10,6 @@ namespace {
 constexpr std::uint64_t kRetryAfterMs = 1001;
 constexpr int kRetries = 3;
 // A peer is lost after this many of its hello intervals, or after a fixed time when it names no protocol.
-constexpr std::uint64_t kLostAfterIntervals = 3;
 constexpr std::uint64_t kLostWithoutProtocolMs = 3000;
 
 // The hello record: node kind u8, max payload u16, hops u8, protocol A u8, protocol B u8, up-time u32,
@@ -118,7 +117,7 @@ void LinkNode::onHello(const LinkFrame& frame) {
     }
     const bool namesProtocol = frame.payload[4] != 0 && frame.payload[5] != 0;
     const std::uint64_t aliveForMs =
-        namesProtocol ? kLostAfterIntervals * helloIntervalMs(frame.payload[12]) : kLostWithoutProtocolMs;
+        namesProtocol ? settings.patienceIntervals * helloIntervalMs(frame.payload[12]) : kLostWithoutProtocolMs;
     Host* host = findHost(frame.source);
     const bool isNew = host == nullptr;
     if (isNew) {

@@ -22,6 +22,8 @@ struct LinkSettings {
     std::uint8_t intervalCode = 0x24;
     // Frames a second that the device asks for, 0 for no limit.
     std::uint16_t frameRate = 0;
+    // A host is forgotten after this many of its own hello intervals without a hello.
+    std::uint16_t patienceIntervals = 3;
     // Added to the time since power-on in the hello record.
     std::uint32_t upTimeOffsetMs = 0;
     Answering hello = Answering::On;

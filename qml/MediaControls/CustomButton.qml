@@ -8,6 +8,9 @@ import QtQuick.Templates as T
 T.Button {
     id: button
 
+    // Degrees, of the icon alone.
+    property real iconRotation: 0
+
     implicitWidth: icon.width + leftPadding + rightPadding
     implicitHeight: icon.height + topPadding + bottomPadding
     padding: 4
@@ -46,6 +49,7 @@ T.Button {
             sourceSize: Qt.size(width, height)
             source: button.icon.source
             fillMode: Image.PreserveAspectFit
+            rotation: button.iconRotation
             Accessible.ignored: true
         }
     }

@@ -22,6 +22,9 @@ T.Slider {
     // From the first touch of the user's hand until changeComplete: what comes from elsewhere shall not move the
     // slider meanwhile.
     readonly property bool isManually: hand.on
+    // The range under the names by which a screen reader asks for it.
+    readonly property real minimumValue: from
+    readonly property real maximumValue: to
     readonly property string valueText: {
         const format = formatedValueFunc;
         return format ? String(format(value)) : Math.round(value * 100) + "%";

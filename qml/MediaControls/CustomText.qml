@@ -18,14 +18,22 @@ Row {
     Accessible.name: text
     Accessible.description: tips
 
-    VxText {
-        objectName: "label"
+    // As wide as its lines are after wrapping, so that the icon stands beside them.
+    Item {
         anchors.verticalCenter: parent.verticalCenter
-        width: Math.min(Math.ceil(implicitWidth), customText.maximumWidth - (tipsIcon.visible ? tipsIcon.width + customText.spacing : 0))
-        text: customText.text
-        opacity: customText.textOpacity
-        font.pixelSize: customText.textPpixelSize
-        wrapMode: Text.Wrap
+        width: Math.ceil(label.contentWidth)
+        height: label.height
+
+        VxText {
+            id: label
+
+            objectName: "label"
+            width: Math.min(Math.ceil(implicitWidth), customText.maximumWidth - (tipsIcon.visible ? tipsIcon.width + customText.spacing : 0))
+            text: customText.text
+            opacity: customText.textOpacity
+            font.pixelSize: customText.textPpixelSize
+            wrapMode: Text.Wrap
+        }
     }
 
     T.AbstractButton {

@@ -281,8 +281,10 @@ QtObject {
         if (!report)
             return;
         console.log("收到" + report.word + "消息:", JSON.stringify(data));
-        // A report without a value leaves the configuration as it was.
-        if (report.store && data.length > 0)
+        // A report without a value says nothing.
+        if (data.length === 0)
+            return;
+        if (report.store)
             report.store(data[0]);
         report.publish(data[0]);
     }

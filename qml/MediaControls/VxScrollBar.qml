@@ -10,6 +10,8 @@ T.ScrollBar {
     padding: 2
     minimumSize: 0.1
     visible: size < 1
+    // The pages scroll to what the keyboard reaches: to a screen reader the bar says nothing.
+    Accessible.ignored: true
 
     contentItem: Rectangle {
         radius: 2

@@ -39,6 +39,19 @@ bool save(QQuickWindow& window, const QDir& folder, const QString& state) {
     return saved;
 }
 
+// The question of an update, and the answer that closes it.
+bool saveDialog(QQuickWindow& window, QQmlEngine& engine, const QDir& folder) {
+    QVariant dialog;
+    QMetaObject::invokeMethod(engine.singletonInstance<QObject*>("MediaControls", "MessageDialogMgr"),
+                              "showCustomDialogNew", Q_RETURN_ARG(QVariant, dialog),
+                              Q_ARG(QString, "有新版本可升级,是否重启并升级软件?"), Q_ARG(QVariant, {}),
+                              Q_ARG(QVariant, {}), Q_ARG(QVariant, {}), Q_ARG(QVariant, {}));
+    const bool saved = save(window, folder, "dialog");
+    QMetaObject::invokeMethod(dialog.value<QObject*>(), "close");
+    settle();
+    return saved;
+}
+
 bool saveUpgrade(QQuickWindow& window, FakeHIDHotplugManager& manager, QQmlEngine& engine, const QDir& folder,
                  const QString& model) {
     QMetaObject::invokeMethod(engine.singletonInstance<QObject*>("MediaControls", "MessageBus"),
@@ -96,6 +109,8 @@ int main(int argc, char** argv) {
         saved = save(*window, folder, "main-" + name.section(' ', -1)) && saved;
         call(*window, "deviceSettingsButton", "click");
         saved = save(*window, folder, "drawer-" + name.section(' ', -1)) && saved;
+        if (productId == models.first().second)
+            saved = saveDialog(*window, engine, folder) && saved;
         emit manager->deviceConnected(info, false);
         settle();
         emit manager->deviceConnected(info, true);

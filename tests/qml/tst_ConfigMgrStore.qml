@@ -178,7 +178,7 @@ ConfigTestCase {
         ConfigMgr.setStringList("appList", ["a"]);
         ConfigMgr.setValue("listen", "app");
         ConfigMgr.setValue("share_data", false);
-        ConfigMgr.setValue("auto_install", true);
+        ConfigMgr.setValue("auto_install", false);
         for (const key of channelKeys)
             ConfigMgr.setValue(key, key.endsWith("_dB") ? 0.9 : true);
         ConfigMgr.setValue("device_monitor", true);
@@ -200,7 +200,7 @@ ConfigTestCase {
         compareList(ConfigMgr.getStringList("appList"), ["a"]);
         compare(ConfigMgr.getValue("listen"), "app");
         compare(ConfigMgr.getValue("share_data"), false);
-        compare(ConfigMgr.getValue("auto_install"), true);
+        compare(ConfigMgr.getValue("auto_install"), false);
         for (const key of channelKeys)
             compare(ConfigMgr.getValue(key, key.endsWith("_dB") ? 0.3 : false), key.endsWith("_dB") ? 0.9 : true, key);
         compare(ConfigMgr.getValue("device_monitor", true), false);

@@ -352,8 +352,11 @@ Item {
         function test_a_screen_reader_gets_role_name_and_value() {
             const slider = create({
                 name: "增益",
+                from: -1,
+                to: 2,
                 value: 0.5
             });
+            compare([slider.minimumValue, slider.maximumValue], [-1, 2]);
             compare(slider.Accessible.role, Accessible.Slider);
             compare(slider.Accessible.name, "增益");
             compare(slider.Accessible.description, "50%");

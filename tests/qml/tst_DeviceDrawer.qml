@@ -111,7 +111,8 @@ MainWindowTestCase {
     function test_the_back_button_closes_the_drawer() {
         openDrawer(mixdeskR2);
         const back = child("backButton");
-        compare(back.rotation, 180);
+        compare(back.iconRotation, 180);
+        compare(back.rotation, 0);
         verify(String(back.icon.source).endsWith("icons/left.svg"));
         mouseClick(back);
         compareClosed();
@@ -153,6 +154,33 @@ MainWindowTestCase {
         compare(child("settingsDeviceImage").height, 200);
         verify(String(child("stripImage").source).endsWith(row.small));
         compare(child("deviceName").text, row.info.name);
+    }
+
+    function test_the_picture_is_200_high_until_the_page_needs_the_room_data() {
+        return [
+            {
+                tag: "usual window",
+                height: 800,
+                picture: 200
+            },
+            {
+                tag: "just enough",
+                height: 575,
+                picture: 200
+            },
+            {
+                tag: "smallest window",
+                height: 500,
+                picture: 145
+            }
+        ];
+    }
+
+    function test_the_picture_is_200_high_until_the_page_needs_the_room(row) {
+        window.height = row.height;
+        openDrawer(mixdeskR2);
+        tryCompare(child("settingsDeviceImage"), "height", row.picture);
+        verify(child("pages").height >= 150, "room: " + child("pages").height);
     }
 
     function test_what_the_device_does_not_tell_is_not_available() {

@@ -162,6 +162,7 @@ Item {
             compare([yes.confirmText, yes.cancelText], ["好", "不"]);
             mouseClick(button(yes, "confirmButton"));
             tryCompare(yes, "visible", false);
+            compare(answers, ["yes"]);
             const no = ask(() => answers.push("yes"), () => answers.push("no"));
             mouseClick(button(no, "cancelButton"));
             tryCompare(no, "visible", false);

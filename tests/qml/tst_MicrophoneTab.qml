@@ -140,6 +140,16 @@ PageTestCase {
         compare(setting("auto_gain"), 25);
     }
 
+    function test_step_is_the_nearest_whole_number() {
+        openPage(voxmicM40);
+        const slider = gainSlider();
+        for (const value of [6.9999999999, 7.0000000001]) {
+            slider.value = value;
+            compare(slider.step, 7);
+            compare(slider.valueText, "40%");
+        }
+    }
+
     function test_gain_percent_at_every_step_data() {
         const rows = [];
         for (let step = 0; step <= 18; step++)
@@ -419,6 +429,19 @@ PageTestCase {
         verify(!switchOf(row.row).checked);
         compare(setting(row.key), false);
         compareData(sent(), []);
+    }
+
+    function test_report_without_a_value_leaves_a_switch_alone_data() {
+        return switchRows();
+    }
+
+    function test_report_without_a_value_leaves_a_switch_alone(row) {
+        ConfigMgr.setValue(row.key, true);
+        openPage(row.info);
+        HIDHotplugManager.messageReceived(HIDDeviceMgr.attrs[row.attribute], []);
+        compare(switchOf(row.row).checked, true);
+        compare(setting(row.key), true);
+        compareData(published, []);
     }
 
     function test_payload_other_than_1_clears_a_switch_data() {

@@ -310,6 +310,19 @@ PageTestCase {
         compare(page.contentY, 0);
     }
 
+    function test_margin_keeps_the_scroll_bar_beside_the_cards() {
+        openLowPage();
+        page.margin = 20;
+        waitForPolish(Window.window);
+        const card = findChild(page, "card");
+        const bar = findChild(page, "scrollBar");
+        compare(card.width, page.width - 20);
+        verify(bar.x >= card.width);
+        compare(bar.x + bar.width / 2, page.width - 10);
+        page.contentY = page.contentHeight - page.height;
+        compare(page.height - (child("audioBoost").mapToItem(page, 0, child("audioBoost").height).y), 20);
+    }
+
     function test_drag_of_the_scroll_bar_scrolls_the_page() {
         openLowPage();
         const bar = findChild(page, "scrollBar");

@@ -118,6 +118,21 @@ Item {
             verify(!label.truncated);
         }
 
+        function test_the_icon_stands_beside_the_lines_of_a_wrapped_label() {
+            const text = create(textComponent, {
+                text: "Geräuschunterdrückung mit Intelligenz",
+                // Room for the first word and a good part of the next ones.
+                maximumWidth: 230,
+                tips: "?"
+            });
+            const label = findChild(text, "label");
+            compare(label.lineCount, 2);
+            verify(label.contentWidth < label.width - 10, "the lines leave room at their end");
+            const icon = findChild(text, "tipsIcon");
+            compare(icon.mapToItem(text, 0, 0).x, Math.ceil(label.contentWidth) + text.spacing);
+            fuzzyCompare(icon.mapToItem(text, 0, icon.height / 2).y, label.mapToItem(text, 0, label.height / 2).y, 1);
+        }
+
         function test_a_screen_reader_gets_label_and_tips() {
             const text = create(textComponent, {
                 tips: "提高增益"

@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Controls.Material
 import QtTest
 import VexoDeck
 import VexoDeckTest
@@ -121,6 +122,101 @@ LoggedTestCase {
         frame.visible = true;
         verify(frame.opacity < 1);
         tryCompare(frame, "opacity", 1);
+    }
+
+    // Two animations around the fade, the one a quarter shorter, the other a quarter longer: what ends between them
+    // takes its 200 ms, however slow the machine is.
+    Component {
+        id: measureComponent
+
+        Item {
+            id: measure
+
+            property real early: 0
+            property real late: 0
+            readonly property alias earlyEnded: earlyAnimation.ended
+            readonly property alias lateEnded: lateAnimation.ended
+
+            function startEarly() {
+                earlyAnimation.start();
+            }
+
+            function startLate() {
+                lateAnimation.start();
+            }
+
+            NumberAnimation {
+                id: earlyAnimation
+
+                property bool ended: false
+
+                target: measure
+                property: "early"
+                to: 1
+                duration: 150
+                onFinished: ended = true
+            }
+            NumberAnimation {
+                id: lateAnimation
+
+                property bool ended: false
+
+                target: measure
+                property: "late"
+                to: 1
+                duration: 250
+                onFinished: ended = true
+            }
+        }
+    }
+
+    // Starts a change of opacity and checks how long it takes and that it is slow at both ends.
+    function verifyFade(frame, end, change) {
+        const measure = createTemporaryObject(measureComponent, testCase);
+        const steps = [];
+        let endedBetween = false;
+        const record = () => {
+            steps.push(Math.abs(frame.opacity - (1 - end)));
+            if (frame.opacity === end)
+                endedBetween = measure.earlyEnded && !measure.lateEnded;
+        };
+        frame.opacityChanged.connect(record);
+        measure.startEarly();
+        change();
+        measure.startLate();
+        tryCompare(frame, "opacity", end);
+        frame.opacityChanged.disconnect(record);
+        verify(endedBetween, "the fade takes 200 ms");
+        verify(steps.length > 4, steps);
+        // Half of the way in half of the time, and little of it in the first quarter.
+        const quarter = steps.filter(step => step < 0.125).length / steps.length;
+        verify(quarter > 0.15 && quarter < 0.4, steps);
+    }
+
+    function test_the_fades_take_200_ms_and_are_slow_at_both_ends() {
+        const frame = createTemporaryObject(frameComponent, testCase, {
+            visible: false
+        });
+        verifyFade(frame, 1, () => frame.visible = true);
+        verifyFade(frame, 0, () => frame.close());
+    }
+
+    function test_a_closed_window_is_hidden_after_200_ms_once() {
+        const frame = create(frameComponent);
+        const timer = Array.from(frame.contentData).find(object => object.objectName === "closeTimer");
+        compare(timer.interval, 200);
+        compare(timer.repeat, false);
+        frame.close();
+        compare(timer.running, true);
+        tryCompare(timer, "running", false);
+        compare(frame.visible, false);
+    }
+
+    function test_the_style_is_dark_whatever_the_desktop_says() {
+        const frame = create(frameComponent);
+        Application.styleHints.colorScheme = Qt.Light;
+        compare(frame.Material.theme, Material.Dark);
+        Application.styleHints.colorScheme = Qt.Dark;
     }
 
     function test_a_closed_window_fades_out_and_stays_alive_hidden() {
@@ -255,6 +351,81 @@ LoggedTestCase {
         const frame = create(fixedFrameComponent);
         compare(child(frame, "maximizeButton").enabled, false);
         compare(child(frame, "resizeEdges").visible, false);
+    }
+
+    function test_a_button_is_pressed_up_to_the_edge_of_the_window_data() {
+        return [
+            {
+                tag: "at the top",
+                x: 20,
+                y: 0
+            },
+            {
+                tag: "in the corner",
+                x: 39,
+                y: 0
+            },
+            {
+                tag: "at the right",
+                x: 39,
+                y: 15
+            }
+        ];
+    }
+
+    function test_a_button_is_pressed_up_to_the_edge_of_the_window(row) {
+        const frame = create(frameComponent);
+        mouseClick(child(frame, "closeButton"), row.x, row.y);
+        tryCompare(frame, "visible", false);
+    }
+
+    function test_the_edges_beside_the_buttons_take_the_press_data() {
+        return [
+            {
+                tag: "top",
+                x: 600,
+                y: 1,
+                area: "edgeTop"
+            },
+            {
+                tag: "top left",
+                x: 2,
+                y: 2,
+                area: "edgeTopLeft"
+            },
+            {
+                tag: "left",
+                x: 1,
+                y: 400,
+                area: "edgeLeft"
+            },
+            {
+                tag: "right",
+                x: 1299,
+                y: 400,
+                area: "edgeRight"
+            },
+            {
+                tag: "bottom",
+                x: 600,
+                y: 799,
+                area: "edgeBottom"
+            },
+            {
+                tag: "bottom right",
+                x: 1295,
+                y: 795,
+                area: "edgeBottomRight"
+            }
+        ];
+    }
+
+    function test_the_edges_beside_the_buttons_take_the_press(row) {
+        const frame = create(frameComponent);
+        mousePress(frame.contentItem, row.x, row.y);
+        compare(child(frame, row.area).pressed, true);
+        mouseRelease(frame.contentItem, row.x, row.y);
+        compare(child(frame, row.area).pressed, false);
     }
 
     function test_the_edges_resize_unless_the_window_is_maximised() {

@@ -2,10 +2,9 @@
 
 import unittest
 
+from log_check import TYPED_LOG, warnings_of
+from panel import BACK_BUTTON, SETTINGS_BUTTON
 from system_case import CONNECTED, START_BUTTON, WAITING_TITLE, SystemCase
-
-SETTINGS_BUTTON = "设备设置"
-BACK_BUTTON = "返回"
 
 
 class MainLayout(SystemCase):
@@ -29,7 +28,7 @@ class MainLayout(SystemCase):
         self.stage.wait_text(BACK_BUTTON, "button")
 
     def check_model(self):
-        program = self.start()
+        program = self.start(environment=TYPED_LOG)
         self.open_drawer()
         self.assertEqual([tab["name"] for tab in self.shown_tabs()], self.tabs)
         self.assertEqual(self.selected_tabs(), self.tabs[:1])
@@ -48,6 +47,7 @@ class MainLayout(SystemCase):
         self.stage.wait_no_text(BACK_BUTTON, "button")
         self.stage.wait_text(SETTINGS_BUTTON, "button")
         self.assertEqual(self.quit(program), 0)
+        self.assertEqual(warnings_of(program.log), [])
 
 
 class MixdeskR2(MainLayout):
@@ -55,7 +55,7 @@ class MixdeskR2(MainLayout):
         self.check_model()
 
     def test_menu_closes_on_escape_and_on_a_press_outside(self):
-        self.start()
+        program = self.start(environment=TYPED_LOG)
         self.stage.wait_text(CONNECTED)
         for close in (["key", "Escape"], ["mousemove", 700, 700, "click", 1]):
             self.stage.click("更多")
@@ -63,6 +63,8 @@ class MixdeskR2(MainLayout):
                 self.assertNotIn("enabled", self.stage.wait_text(row, "menu item")["states"])
             self.stage.xdotool(*close)
             self.stage.wait_no_text("帮助", "menu item")
+        self.assertEqual(self.quit(program), 0)
+        self.assertEqual(warnings_of(program.log), [])
 
 
 class VoxmicM40(MainLayout):

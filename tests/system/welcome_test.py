@@ -55,9 +55,14 @@ class MixdeskR2(Welcome):
         self.stage.emulator("plug")
         program.wait_log("SN回调，长度:")
         self.wait_waiting()
-        # All four sends of the query.
-        wait_until(lambda: self.count_frames(1) >= 4, "four name queries", 30)
+        self.check_four_sends(1)
         self.wait_waiting()
+
+    def check_four_sends(self, message_id):
+        """A query goes out, is repeated three times, a second apart, and then given up."""
+        wait_until(lambda: self.count_frames(message_id) >= 4, f"four queries {message_id}", 30)
+        self.stage.emulator("wait quiet 2500 20000")
+        self.assertEqual(self.count_frames(message_id), 4)
 
     def count_frames(self, message_id):
         return len(self.stage.emulator(f"dump {message_id}")["frames"])
@@ -80,7 +85,7 @@ class MixdeskR2(Welcome):
         self.stage.emulator("fault wrong-source 1 to-host")
         self.stage.emulator("plug")
         # Such an answer does not end its request: all four sends go out.
-        wait_until(lambda: self.count_frames(23) >= 4, "four serial number queries", 30)
+        self.check_four_sends(23)
         self.stage.emulator("faults off")
         self.stage.emulator("unplug")
         self.wait_waiting()

@@ -100,6 +100,7 @@ class Stage:
         self.programs = []
         self.folder = None
         self.control = None
+        self.reader = None
 
     # ---- set-up and end
 
@@ -194,8 +195,9 @@ class Stage:
             except subprocess.TimeoutExpired:
                 process.kill()
                 process.wait()
-            if process.stdout is not None:
-                process.stdout.close()
+            for stream in (process.stdin, process.stdout):
+                if stream is not None:
+                    stream.close()
         if self.folder is not None:
             shutil.rmtree(self.folder, ignore_errors=True)
 
@@ -230,18 +232,24 @@ class Stage:
 
     # ---- what a user sees and does
 
-    def _ui(self, *words, limit=30):
-        """Runs the accessibility reader inside the stage's session; its answer as JSON."""
-        reader = pathlib.Path(__file__).with_name("ui.py")
-        result = subprocess.run(["python3", str(reader), *words], env=self.env, capture_output=True, text=True, timeout=limit)
-        if result.returncode != 0:
-            raise AssertionError(f"reading the screen failed: {result.stderr}")
-        return json.loads(result.stdout)
-
     def controls(self):
         """Everything on the screen that a screen reader would meet: dictionaries with name, role, states,
-        extents [x, y, width, height], value."""
-        return self._ui()
+        description, extents [x, y, width, height], value and range [lowest, highest] (null where there is none)."""
+        if self.reader is None or self.reader.poll() is not None:
+            self._start_reader()
+        self.reader.stdin.write("\n")
+        self.reader.stdin.flush()
+        answer = self.reader.stdout.readline()
+        if not answer:
+            raise AssertionError("reading the screen failed")
+        return json.loads(answer)
+
+    def _start_reader(self):
+        """The accessibility reader inside the stage's session; it stays, since starting it takes long."""
+        script = pathlib.Path(__file__).with_name("ui.py")
+        self.reader = subprocess.Popen(["python3", str(script)], env=self.env, text=True,
+                                       stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.processes.append(self.reader)
 
     def find(self, name, role=None):
         """The first control that shows on the screen with this name, or None."""

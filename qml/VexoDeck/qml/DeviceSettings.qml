@@ -14,6 +14,7 @@ FocusScope {
     // Tab index to page index. Voxmic M40 has no lights.
     readonly property list<int> pageMap: HIDDeviceMgr.isM40() ? [0, 1, 3] : [0, 1, 2, 3]
     property int tabIndex: 0
+    readonly property int margin: 20
 
     signal backClicked
 
@@ -27,14 +28,17 @@ FocusScope {
     Accessible.name: qsTr("设备设置")
     Keys.onEscapePressed: backClicked()
 
+    // The pages reach to the drawer's edges at the right, where their scroll bar stands, and below.
     ColumnLayout {
         anchors.fill: parent
-        anchors.margins: 20
+        anchors.topMargin: deviceSettings.margin
+        anchors.leftMargin: deviceSettings.margin
         spacing: 14
 
         RowLayout {
             objectName: "settingsHead"
             Layout.fillWidth: true
+            Layout.rightMargin: deviceSettings.margin
             spacing: 10
 
             CustomButton {
@@ -43,7 +47,7 @@ FocusScope {
                 icon.source: VxConfig.iconUrl("icons/left.svg", "")
                 icon.width: 20
                 icon.height: 20
-                rotation: 180
+                iconRotation: 180
                 focus: true
                 Accessible.name: qsTr("返回")
                 onClicked: deviceSettings.backClicked()
@@ -80,8 +84,9 @@ FocusScope {
         Image {
             objectName: "settingsDeviceImage"
             Layout.fillWidth: true
-            // In a low window the page below needs the room more.
-            Layout.preferredHeight: Math.max(90, Math.min(200, deviceSettings.height - 430))
+            Layout.rightMargin: deviceSettings.margin
+            // In a low window it leaves some room to the page below.
+            Layout.preferredHeight: Math.max(120, Math.min(200, deviceSettings.height - 325))
             source: VxConfig.getDeviceImage(0)
             fillMode: Image.PreserveAspectFit
             mipmap: true
@@ -92,6 +97,7 @@ FocusScope {
         Flow {
             objectName: "tabs"
             Layout.fillWidth: true
+            Layout.rightMargin: deviceSettings.margin
             spacing: 8
             Accessible.role: Accessible.PageTabList
 
@@ -121,8 +127,12 @@ FocusScope {
             clip: true
             currentIndex: deviceSettings.pageMap[deviceSettings.tabIndex] ?? 0
 
-            MicrophoneTab {}
-            MonitorTab {}
+            MicrophoneTab {
+                margin: deviceSettings.margin
+            }
+            MonitorTab {
+                margin: deviceSettings.margin
+            }
             LightingTab {}
             GeneralTab {}
         }

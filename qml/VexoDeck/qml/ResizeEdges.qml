@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Window
 
-/* Makes a frameless window resizable at its edges and corners. Fills the window, above everything else. */
+/* Makes a frameless window resizable at its edges and corners. Fills the window, above its body. */
 Item {
     id: resizeEdges
 
@@ -16,34 +16,42 @@ Item {
     Repeater {
         model: [
             {
+                name: "edgeTop",
                 edges: Qt.TopEdge,
                 shape: Qt.SizeVerCursor
             },
             {
+                name: "edgeBottom",
                 edges: Qt.BottomEdge,
                 shape: Qt.SizeVerCursor
             },
             {
+                name: "edgeLeft",
                 edges: Qt.LeftEdge,
                 shape: Qt.SizeHorCursor
             },
             {
+                name: "edgeRight",
                 edges: Qt.RightEdge,
                 shape: Qt.SizeHorCursor
             },
             {
+                name: "edgeTopLeft",
                 edges: Qt.TopEdge | Qt.LeftEdge,
                 shape: Qt.SizeFDiagCursor
             },
             {
+                name: "edgeBottomRight",
                 edges: Qt.BottomEdge | Qt.RightEdge,
                 shape: Qt.SizeFDiagCursor
             },
             {
+                name: "edgeTopRight",
                 edges: Qt.TopEdge | Qt.RightEdge,
                 shape: Qt.SizeBDiagCursor
             },
             {
+                name: "edgeBottomLeft",
                 edges: Qt.BottomEdge | Qt.LeftEdge,
                 shape: Qt.SizeBDiagCursor
             }
@@ -55,6 +63,7 @@ Item {
             readonly property bool vertical: modelData.edges & (Qt.TopEdge | Qt.BottomEdge)
             readonly property bool corner: horizontal && vertical
 
+            objectName: modelData.name
             x: modelData.edges & Qt.RightEdge ? parent.width - width : 0
             y: modelData.edges & Qt.BottomEdge ? parent.height - height : 0
             width: corner ? resizeEdges.cornerLength : horizontal ? resizeEdges.thickness : parent.width

@@ -10,6 +10,8 @@ Flickable {
 
     default property alias sections: column.data
     property bool scrollBarShown: true
+    // At the right of the sections, where the scroll bar stands, and below the last one.
+    property real margin: 0
     readonly property Item focusItem: Window.activeFocusItem
 
     function holds(item: Item): bool {
@@ -29,7 +31,7 @@ Flickable {
     }
 
     contentWidth: width
-    contentHeight: column.height
+    contentHeight: column.height + margin
     boundsBehavior: Flickable.StopAtBounds
     interactive: !mouse.active
 
@@ -42,7 +44,7 @@ Flickable {
     Column {
         id: column
 
-        width: page.width
+        width: page.width - page.margin
         spacing: 20
     }
 
@@ -53,6 +55,7 @@ Flickable {
         parent: page
         anchors.top: parent.top
         anchors.right: parent.right
+        anchors.rightMargin: Math.max(0, (page.margin - width) / 2)
         anchors.bottom: parent.bottom
         orientation: Qt.Vertical
         visible: page.scrollBarShown && size < 1

@@ -32,7 +32,8 @@ T.AbstractButton {
             VxIcon {
                 anchors.horizontalCenter: parent.horizontalCenter
                 visible: source.toString() !== ""
-                size: 24
+                // Makes room for a second line.
+                size: label.lineCount > 1 ? 18 : 24
                 source: tile.icon.source
             }
 

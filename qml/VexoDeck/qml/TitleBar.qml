@@ -15,6 +15,8 @@ Rectangle {
     property bool macStyle: Qt.platform.os === "osx"
     property color titleColor: VxTheme.text
     property Component rightView: null
+    // How much of the bar's rim, beside the buttons, is left to what lies below: the edges that resize the window.
+    property int edgeThickness: 0
     readonly property bool resizable: window.minimumWidth < window.maximumWidth || window.minimumHeight < window.maximumHeight
     readonly property bool maximized: window.visibility === Window.Maximized
 
@@ -31,6 +33,9 @@ Rectangle {
     // press that an item has.
     Item {
         anchors.fill: parent
+        anchors.topMargin: titleBar.edgeThickness
+        anchors.leftMargin: titleBar.edgeThickness
+        anchors.rightMargin: titleBar.edgeThickness
 
         DragHandler {
             property point grabbedAt

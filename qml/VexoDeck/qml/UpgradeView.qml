@@ -53,6 +53,8 @@ Item {
 
             objectName: "upgradeTitle"
             Layout.fillWidth: true
+            // A device that was never met has no name.
+            visible: text !== ""
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
             font.pixelSize: 0.7 * VxTheme.fontDisplay * upgradeView.zoom

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Controls.Material
 import MediaControls
 
 /*
@@ -36,6 +37,9 @@ ApplicationWindow {
     color: "#000000"
     opacity: 0
     font.family: VxTheme.fontFamily
+    // The style would else follow the desktop's theme.
+    Material.theme: Material.Dark
+    Material.accent: VxTheme.accent
 
     Behavior on opacity {
         NumberAnimation {
@@ -56,17 +60,21 @@ ApplicationWindow {
 
         anchors.left: parent.left
         anchors.right: parent.right
-        z: 1
+        z: 2
         window: windowFrame
         macStyle: windowFrame.macStyle
         titleColor: windowFrame.titleColor
         rightView: windowFrame.rightView
+        edgeThickness: resizeEdges.visible ? resizeEdges.thickness : 0
         onCloseRequested: windowFrame.rightView ? windowFrame.quitProgram() : windowFrame.close()
     }
 
+    // Below the title bar, whose buttons reach to the window's edge and take the presses there.
     ResizeEdges {
+        id: resizeEdges
+
         anchors.fill: parent
-        z: 2
+        z: 1
         window: windowFrame
         visible: titleBar.resizable && windowFrame.visibility === Window.Windowed
     }
@@ -74,6 +82,7 @@ ApplicationWindow {
     Timer {
         id: closeTimer
 
+        objectName: "closeTimer"
         interval: VxTheme.fadeMs
         onTriggered: {
             windowFrame.visible = false;

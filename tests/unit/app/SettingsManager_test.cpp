@@ -3,6 +3,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QJSEngine>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
@@ -70,6 +71,26 @@ TEST_F(SettingsManagerTest, SettingThePresentValueWritesButDoesNotEmit) {
     manager.sync();
     EXPECT_EQ(changes.size(), 0);
     EXPECT_TRUE(QFile::exists(path)) << "the value was not written";
+}
+
+TEST_F(SettingsManagerTest, ArrayAndObjectOfTheScriptLanguageAreStoredAsListAndMap) {
+    QJSEngine engine;
+    const QSignalSpy changes(&manager, &SettingsManager::valueChanged);
+    manager.setValue("list", QVariant::fromValue(engine.evaluate("['a', 'b']")));
+    manager.setValue("map", QVariant::fromValue(engine.evaluate("({ name: 'a', level: 0.5 })")));
+    manager.setValue("number", QVariant::fromValue(engine.evaluate("7")));
+    const QVariantList list{"a", "b"};
+    const QVariantMap map{{"name", "a"}, {"level", 0.5}};
+    ASSERT_EQ(changes.size(), 3);
+    EXPECT_EQ(changes.at(0).at(1), QVariant(list));
+    // As another process finds them.
+    manager.sync();
+    SettingsManager other;
+    EXPECT_EQ(other.getStringList("list"), QStringList({"a", "b"}));
+    EXPECT_EQ(other.getValue("map"), QVariant(map));
+    EXPECT_EQ(other.getValue("number").toInt(), 7);
+    manager.setValue("list", QVariant::fromValue(engine.evaluate("['a', 'b']")));
+    EXPECT_EQ(changes.size(), 3) << "the same list is no change";
 }
 
 TEST_F(SettingsManagerTest, GetValueGivesTheDefaultOrAnInvalidValueForAnAbsentKey) {

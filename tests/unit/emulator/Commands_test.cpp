@@ -229,6 +229,15 @@ TEST_F(Commands, HelloOffMakesTheDeviceSilent) {
     EXPECT_FALSE(host.framesOf(kHello).empty());
 }
 
+TEST_F(Commands, PatienceCanBeGiven) {
+    run("identity patience 40");
+    host.login();
+    host.advance(30000);
+    EXPECT_EQ(run("state").at("hosts").size(), 1U);
+    host.advance(11000);
+    EXPECT_TRUE(run("state").at("hosts").empty());
+}
+
 TEST_F(Commands, AnUpTimeCanBeGiven) {
     host.advance(500);
     EXPECT_EQ(run("identity up-time 100000").at("identity").at("upTimeMs"), 100000);

@@ -95,6 +95,16 @@ TEST(VirtualDevice, ForgetsAHostAfterThreeOfItsHelloIntervals) {
     EXPECT_TRUE(host.device().link.knownHosts().empty());
 }
 
+TEST(VirtualDevice, MorePatienceKeepsASlowHost) {
+    TestHost host;
+    host.device().link.settings.patienceIntervals = 10;
+    host.sendHello();
+    host.advance(10239);
+    EXPECT_EQ(host.device().link.knownHosts().size(), 1U);
+    host.advance(1);
+    EXPECT_TRUE(host.device().link.knownHosts().empty());
+}
+
 TEST(VirtualDevice, ForgetsAHostThatLogsOut) {
     TestHost host;
     host.login();

@@ -1,0 +1,149 @@
+"""The device drawer of the running program: its controls under a real mouse, beside the virtual device."""
+
+from system_case import CONNECTED, START_BUTTON, wait_until
+
+SETTINGS_BUTTON = "设备设置"
+BACK_BUTTON = "返回"
+
+# The room on both sides of a slider's track that the handle's half takes.
+HANDLE_HALF = 7
+
+
+class Panel:
+    def __init__(self, stage):
+        self.stage = stage
+        # The program counts its time in ticks: on a busy machine its hellos come late.
+        stage.emulator("identity patience 60")
+
+    # ---- ways
+
+    def open(self):
+        """From the welcome page with a connected device to the open drawer."""
+        self.stage.wait_text(CONNECTED)
+        self.stage.click(START_BUTTON, "button")
+        # Also waits for the end of the fade: a control of the page below does not show any more.
+        self.stage.wait_no_text(START_BUTTON, "button")
+        self.stage.click(SETTINGS_BUTTON, "button")
+        self.wait_at_rest(BACK_BUTTON, "button")
+
+    def open_page(self, name):
+        self.stage.click(name, "page tab")
+        wait_until(lambda: "selected" in self.stage.find(name, "page tab")["states"], f"the page {name}")
+        self.rest_pointer()
+
+    def rest_pointer(self):
+        """The mouse where nothing answers it."""
+        self.stage.xdotool("mousemove", 2, self.stage.size[1] - 2)
+
+    # ---- what is seen
+
+    def find(self, role, name):
+        return self.stage.find(name, role)
+
+    def wait(self, role, name):
+        return self.stage.wait_text(name, role)
+
+    def wait_at_rest(self, name, role):
+        """Waits until a control stands still; gives it."""
+        places = []
+
+        def rests():
+            control = self.stage.find(name, role)
+            places.append(control and control["extents"])
+            return control and len(places) > 2 and places[-1] == places[-2] == places[-3] and control
+
+        return wait_until(rests, f"{name!r} at rest")
+
+    def is_checked(self, role, name):
+        return "checked" in self.wait(role, name)["states"]
+
+    def wait_shown(self, expected):
+        """Waits until the screen shows what a dictionary says of (role, name): True or False for a switch or a tile,
+        a number for a slider's value, a text for a description, None for a control that is not there. A slider's
+        text is expected of ("description of", name)."""
+
+        last = {}
+
+        def holds():
+            nonlocal last
+            last = self._differences(expected)
+            return not last
+
+        try:
+            wait_until(holds, "the screen")
+        except AssertionError:
+            raise AssertionError(f"the screen shows {last}, and not {expected}") from None
+
+    def shows(self, expected):
+        """Whether the screen shows it now; see wait_shown()."""
+        return not self._differences(expected)
+
+    def _differences(self, expected):
+        shown = {(control["role"], control["name"]): control
+                 for control in reversed(self.stage.controls()) if "showing" in control["states"]}
+        shown |= {("description of", name): control for (role, name), control in shown.items() if role == "slider"}
+        return {key: self._aspect(shown.get(key), wanted) for key, wanted in expected.items()
+                if self._aspect(shown.get(key), wanted) != wanted}
+
+    @staticmethod
+    def _aspect(control, wanted):
+        if control is None:
+            return None
+        if isinstance(wanted, bool):
+            return "checked" in control["states"]
+        if isinstance(wanted, str):
+            return control["description"]
+        if wanted is None:
+            return "there"
+        return round(control["value"], 6)
+
+    # ---- the mouse
+
+    def click(self, role, name):
+        self.stage.click(name, role)
+
+    def press_slider(self, name):
+        """Presses the mouse on a slider's handle; gives its place, for move_slider."""
+        slider = self.wait_at_rest(name, "slider")
+        self.stage.xdotool("mousemove", *self.place(slider, slider["value"]), "mousedown", 1)
+        return slider
+
+    def move_slider(self, slider, value):
+        x, y = self.place(slider, value)
+        self.stage.xdotool("mousemove", x - 2, y, "mousemove", x, y)
+
+    def release(self):
+        self.stage.xdotool("mouseup", 1)
+
+    @staticmethod
+    def place(slider, value):
+        """Where the middle of the handle stands for a value."""
+        left, top, width, height = slider["extents"]
+        low, high = slider["range"]
+        share = (min(max(value, low), high) - low) / (high - low)
+        return round(left + HANDLE_HALF + share * (width - 2 * HANDLE_HALF)), top + height // 2
+
+    # ---- the virtual device
+
+    def clear(self):
+        self.stage.emulator("clear")
+
+    def writes(self):
+        """What the program has written since clear(), in order: (attribute, bytes)."""
+        return [(write["attribute"], write["bytes"]) for write in self.stage.emulator("writes")["writes"]]
+
+    def wait_writes(self, expected):
+        """Waits for exactly these writes, in this order."""
+        try:
+            wait_until(lambda: len(self.writes()) >= len(expected), "the writes", 5)
+        except AssertionError:
+            pass
+        written = self.writes()
+        if written != expected:
+            raise AssertionError(f"the device was written {written}, and not {expected}")
+
+    def turn(self, attribute, value):
+        """Turns a knob of the plugged device; it has to tell the program."""
+        answer = self.stage.emulator(f"set {attribute} {value}")
+        if not answer["notified"]:
+            raise AssertionError(f"nobody was told: {answer}")

@@ -1,0 +1,229 @@
+"""What each model's device drawer holds, what each control sends, and how each hardware value shows.
+
+A row is one thing that the user does with the mouse: what it is done to, what the device is written (attribute and
+bytes, in order), and what the screen then shows (see Panel.wait_shown).
+"""
+
+import math
+from dataclasses import dataclass, field
+
+MICROPHONE_PAGE = "话筒"
+MONITOR_PAGE = "监听"
+LIGHTING_PAGE = "灯光"
+GENERAL_PAGE = "通用"
+
+SWITCH = "check box"
+TILE = "radio button"
+SLIDER = "slider"
+BUTTON = "button"
+
+SCENES = ["原声", "播客", "游戏", "直播", "自定义"]
+STRENGTHS = ["弱降噪", "强降噪"]
+
+
+@dataclass(frozen=True)
+class Click:
+    role: str
+    name: str
+    writes: list = field(default_factory=list)
+    shows: dict = field(default_factory=dict)
+
+
+@dataclass(frozen=True)
+class Drag:
+    """A slider that is dragged to one value after the other. Without an attribute nothing is written."""
+    name: str
+    values: list
+    attribute: str | None
+    text: object  # function (step) -> str
+    shows: dict = field(default_factory=dict)
+
+
+@dataclass(frozen=True)
+class Turn:
+    """A hardware value that goes through all of `values`; `shown` tells what the screen then shows."""
+    attribute: str
+    values: list
+    shown: object  # function (value) -> dict
+
+
+@dataclass(frozen=True)
+class Model:
+    word: str
+    name: str
+    pages: list
+    microphone: list
+    monitor: list
+    turns: list
+    # What the microphone page holds when everything on it is off, in the order of the tabulator.
+    tab_order: list
+    # What it holds more when everything is on.
+    more_controls: set = frozenset()
+    # Hardware values that no control of these pages shows, and their names in the log.
+    unseen: dict = field(default_factory=dict)
+
+    @property
+    def controls(self):
+        return set(self.tab_order)
+
+
+def byte(value):
+    return f"{value & 0xFF:02X}"
+
+
+def byte_word(value):
+    """The same as the emulator's commands take it."""
+    return f"0x{byte(value)}"
+
+
+def flip(name, attribute, shows_on=None, shows_off=None):
+    """A switch that is off is turned on and off again."""
+    return [Click(SWITCH, name, [(attribute, "01")], {(SWITCH, name): True} | (shows_on or {})),
+            Click(SWITCH, name, [(attribute, "00")], {(SWITCH, name): False} | (shows_off or {}))]
+
+
+def percent(number):
+    """Halves are rounded up."""
+    return f"{math.floor(number + 0.5)}%"
+
+
+def percent_of_gain(low, count):
+    return lambda step: percent((step - low) * 99 / count + 1)
+
+
+def percent_of_monitor(low, count):
+    return lambda step: percent((step - low) * 100 / count)
+
+
+def decibels(value):
+    return f"{value}dB"
+
+
+def selected(names, chosen):
+    return {(TILE, name): index == chosen for index, name in enumerate(names)}
+
+
+def scene(index, boosted):
+    """A click on a scene: the same values reach the device twice, in one round of writes."""
+    writes = [("anti_noise", byte(boosted)), ("ai_jianzao", byte(2 if boosted else 0))]
+    if boosted:
+        writes.append(("device_boom_value", byte(-5)))
+    shows = selected(SCENES, index) | {
+        (SWITCH, "AI降噪"): boosted,
+        (SWITCH, "防爆音"): boosted,
+        (SWITCH, "压缩器"): boosted,
+        (SLIDER, "防爆音"): -5 if boosted else None,
+        (SLIDER, "压缩器"): -10 if boosted else None,
+        (BUTTON, "均衡器"): "人声增强" if boosted else "关闭",
+    }
+    if boosted:
+        shows |= selected(STRENGTHS, 1)
+    else:
+        shows |= {(TILE, name): None for name in STRENGTHS}
+    return Click(TILE, SCENES[index], writes, shows)
+
+
+CUSTOM = selected(SCENES, 4)
+
+
+def audio_boost_of_microphones():
+    return [
+        scene(1, True), scene(0, False), scene(2, True), scene(3, True),
+        Click(TILE, SCENES[4], [], CUSTOM | {(SWITCH, "AI降噪"): True, (SLIDER, "防爆音"): -5, (SLIDER, "压缩器"): -10}),
+        scene(0, False),
+        Click(SWITCH, "AI降噪", [("ai_jianzao", "01")], CUSTOM | {(SWITCH, "AI降噪"): True} | selected(STRENGTHS, 0)),
+        Click(TILE, "强降噪", [("ai_jianzao", "02")], CUSTOM | selected(STRENGTHS, 1)),
+        Click(TILE, "弱降噪", [("ai_jianzao", "01")], CUSTOM | selected(STRENGTHS, 0)),
+        Click(SWITCH, "AI降噪", [("ai_jianzao", "00")], {(SWITCH, "AI降噪"): False, (TILE, "弱降噪"): None}),
+        Click(TILE, SCENES[0], [("anti_noise", "00"), ("ai_jianzao", "00")], selected(SCENES, 0)),
+        Click(SWITCH, "防爆音", [("anti_noise", "01")], CUSTOM | {(SWITCH, "防爆音"): True, (SLIDER, "防爆音"): -20}),
+        Drag("防爆音", [-40, 0, -7], "device_boom_value", decibels),
+        Click(SWITCH, "防爆音", [("anti_noise", "00")], {(SWITCH, "防爆音"): False, (SLIDER, "防爆音"): None}),
+        Click(TILE, SCENES[0], [("anti_noise", "00"), ("ai_jianzao", "00")], selected(SCENES, 0)),
+        # The compressor is kept in the settings and goes nowhere else.
+        Click(SWITCH, "压缩器", [], CUSTOM | {(SWITCH, "压缩器"): True, (SLIDER, "压缩器"): -40}),
+        Drag("压缩器", [-80, 0, -33], None, decibels),
+        Click(SWITCH, "压缩器", [], {(SWITCH, "压缩器"): False, (SLIDER, "压缩器"): None}),
+    ]
+
+
+def switch_turn(attribute, name):
+    return Turn(attribute, [1, 0, 1, 0], lambda value: {(SWITCH, name): value == 1})
+
+
+def slider_turn(attribute, name, values, text):
+    return Turn(attribute, values, lambda value: {(SLIDER, name): value, ("description of", name): text(value)})
+
+
+def noise_reduction(value):
+    strengths = selected(STRENGTHS, value - 1) if value else {(TILE, name): None for name in STRENGTHS}
+    return CUSTOM | strengths | {(SWITCH, "AI降噪"): value != 0}
+
+
+def monitor(low, high, count):
+    text = percent_of_monitor(low, count)
+    return [Drag("麦克风/电脑监听比", [low, high, low + 3], "mic_listen_ratio", text),
+            Drag("监听音量", [high, low, low + 5], "listen_volume", text)]
+
+
+def turns(low_gain, high_gain, low, high):
+    gain = percent_of_gain(low_gain, high_gain - low_gain)
+    step = percent_of_monitor(low, high - low)
+    steps = list(range(low, high + 1))
+    return [
+        switch_turn("mute", "静音"),
+        slider_turn("mic_gain", "增益", list(range(low_gain, high_gain + 1)), gain),
+        slider_turn("listen_volume", "监听音量", steps, step),
+        slider_turn("mic_listen_ratio", "麦克风/电脑监听比", steps, step),
+    ]
+
+
+MIXDESK_R2 = Model(
+    word="r2",
+    name="VEXO Mixdesk R2",
+    pages=[MICROPHONE_PAGE, MONITOR_PAGE, LIGHTING_PAGE, GENERAL_PAGE],
+    microphone=[
+        Drag("增益", [30, 1, 12], "mic_gain", percent_of_gain(1, 29)),
+        Click(BUTTON, "开始检测"),
+        *flip("静音", "mute"),
+        *flip("48V幻象电源", "power"),
+        *flip("防爆音", "anti_noise"),
+        Click(BUTTON, "均衡器"),
+    ],
+    monitor=monitor(1, 30, 29),
+    turns=turns(1, 30, 1, 30) + [switch_turn("power", "48V幻象电源")],
+    tab_order=[(SLIDER, "增益"), (BUTTON, "开始检测"), (SWITCH, "静音"), (SWITCH, "48V幻象电源"), (SWITCH, "防爆音"),
+               (BUTTON, "均衡器")],
+    unseen={"listen_output": "监听输出", "other_light_off": "其他灯光开关", "background_light_off": "背景灯光模式",
+            "anti_noise": "防破音"},
+)
+
+
+def microphone_model(word, name, pages):
+    return Model(
+        word=word,
+        name=name,
+        pages=pages,
+        microphone=[
+            Drag("增益", [18, 0, 9], "mic_gain", percent_of_gain(0, 18)),
+            *flip("自动增益", "auto_gain_on"),
+            *flip("静音", "mute"),
+            *audio_boost_of_microphones(),
+            Click(BUTTON, "均衡器"),
+        ],
+        monitor=monitor(0, 13, 13),
+        turns=turns(0, 18, 0, 13) + [
+            switch_turn("auto_gain_on", "自动增益"),
+            switch_turn("anti_noise", "防爆音"),
+            Turn("ai_jianzao", [1, 2, 2, 0], noise_reduction),
+        ],
+        tab_order=[(SLIDER, "增益"), (SWITCH, "自动增益"), (SWITCH, "静音"), *((TILE, name) for name in SCENES),
+                   (SWITCH, "AI降噪"), (SWITCH, "防爆音"), (SWITCH, "压缩器"), (BUTTON, "均衡器")],
+        more_controls={(TILE, name) for name in STRENGTHS} | {(SLIDER, "防爆音"), (SLIDER, "压缩器")},
+        unseen={"listen_output": "监听输出", "other_light_off": "其他灯光开关"},
+    )
+
+
+VOXMIC_M40 = microphone_model("m40", "VEXO Voxmic M40", [MICROPHONE_PAGE, MONITOR_PAGE, GENERAL_PAGE])
+VOXMIC_T40 = microphone_model("t40", "VEXO Voxmic T40", [MICROPHONE_PAGE, MONITOR_PAGE, LIGHTING_PAGE, GENERAL_PAGE])
+MONITOR_CONTROLS = {(SLIDER, "麦克风/电脑监听比"), (SLIDER, "监听音量")}

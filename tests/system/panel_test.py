@@ -1,0 +1,249 @@
+"""The device drawer against the virtual devices: every control under a real mouse and what then reaches the device,
+every hardware value and what then shows."""
+
+import contextlib
+import unittest
+
+import panel_table as table
+from log_check import TYPED_LOG, warnings_of
+from panel import BACK_BUTTON, Panel
+from panel_table import Click, Drag
+from system_case import WAITING_TITLE, SystemCase, Stage, BUILD, wait_until
+
+CONTROL_ROLES = {table.SWITCH, table.TILE, table.SLIDER, table.BUTTON}
+# High enough that the whole page is in view.
+SCREEN = (1300, 1300)
+
+
+class PanelWalk(SystemCase):
+    model = None
+    plugged = True
+
+    def make_stage(self):
+        return Stage(BUILD, [self.model.word], plugged=True, size=SCREEN)
+
+    def setUp(self):
+        super().setUp()
+        self.panel = Panel(self.stage)
+        self.program = self.start(environment=TYPED_LOG)
+        window = self.stage.windows("Vexo Deck")[0]
+        self.stage.xdotool("windowmove", window, 0, 0, "windowsize", window, *SCREEN)
+
+    def tearDown(self):
+        # Before the stage goes. A test that failed may have left the mouse pressed.
+        self.stage.xdotool("mouseup", 1)
+        if self.program.process.poll() is None:
+            self.assertEqual(self.quit(self.program), 0)
+        self.assertEqual(warnings_of(self.program.log), [])
+
+    @staticmethod
+    @contextlib.contextmanager
+    def naming(step):
+        """Names the step of a table in a failure. The first failure ends the test: steps build on one another."""
+        try:
+            yield
+        except AssertionError as error:
+            raise AssertionError(f"at {step}: {error}") from None
+
+    # ---- the mouse
+
+    def walk(self, rows):
+        """Does row after row. Since a row that writes has to write exactly what it says, the rows before it that
+        write nothing are proven by it too."""
+        self.panel.clear()
+        for row in rows:
+            with self.naming(row):
+                if isinstance(row, Click):
+                    self.do_click(row)
+                else:
+                    self.do_drag(row)
+        self.prove_silence()
+
+    def do_click(self, row):
+        self.panel.click(row.role, row.name)
+        self.panel.wait_shown(row.shows)
+        if row.writes:
+            self.panel.wait_writes(row.writes)
+            self.panel.clear()
+
+    def do_drag(self, row):
+        slider = self.panel.press_slider(row.name)
+        for value in row.values:
+            self.panel.move_slider(slider, value)
+            self.panel.wait_shown({(table.SLIDER, row.name): value, ("description of", row.name): row.text(value)})
+            if row.attribute:
+                # The mouse still holds it.
+                self.stage.emulator(f"wait value {row.attribute} {table.byte_word(value)} 3000")
+        self.panel.release()
+        self.panel.wait_shown({(table.SLIDER, row.name): row.values[-1]} | row.shows)
+        if not row.attribute:
+            return
+        writes = self.stage.emulator("writes")["writes"]
+        self.assertEqual({write["attribute"] for write in writes}, {row.attribute})
+        self.assertEqual(writes[-1]["bytes"], table.byte(row.values[-1]))
+        times = [write["timeMs"] for write in writes]
+        # One write each 500 ms; a busy machine may bring one late and the next in time.
+        self.assertLessEqual((len(times) - 1) * 500, times[-1] - times[0] + 400, times)
+        self.panel.clear()
+
+    def prove_silence(self):
+        """What was done last has written nothing: a switch that is flipped now is the only write."""
+        self.panel.open_page(table.MICROPHONE_PAGE)
+        for row in table.flip("静音", "mute"):
+            self.do_click(row)
+
+    def shown_controls(self):
+        return {(control["role"], control["name"]) for control in self.stage.controls()
+                if control["role"] in CONTROL_ROLES and "showing" in control["states"]}
+
+    # ---- the tests
+
+    def check_walk(self):
+        self.panel.open()
+        tabs = [control["name"] for control in self.stage.controls()
+                if control["role"] == "page tab" and "showing" in control["states"]]
+        self.assertEqual(tabs, self.model.pages)
+        microphone = self.shown_controls()
+        self.assertLessEqual(self.model.controls, microphone)
+        self.assertFalse(self.model.more_controls & microphone)
+        self.walk(self.model.microphone)
+        self.panel.open_page(table.MONITOR_PAGE)
+        frame = microphone - self.model.controls
+        self.assertEqual(self.shown_controls(), frame | table.MONITOR_CONTROLS)
+        self.walk(self.model.monitor)
+
+    def check_turns(self):
+        self.panel.open()
+        self.panel.clear()
+        monitor = {"listen_volume", "mic_listen_ratio"}
+        for page, turns in ((table.MICROPHONE_PAGE, [turn for turn in self.model.turns if turn.attribute not in monitor]),
+                            (table.MONITOR_PAGE, [turn for turn in self.model.turns if turn.attribute in monitor])):
+            self.panel.open_page(page)
+            for turn in turns:
+                for value in turn.values:
+                    with self.naming((turn.attribute, value)):
+                        self.panel.turn(turn.attribute, value)
+                        self.panel.wait_shown(turn.shown(value))
+        for attribute, word in self.model.unseen.items():
+            with self.naming(attribute):
+                self.panel.turn(attribute, 1)
+                self.program.wait_log(f"收到{word}消息: [1]")
+        # A report is not echoed.
+        self.prove_silence()
+
+    def check_keyboard(self):
+        """The whole page without a mouse: Tab reaches every control, arrows move a slider, Space flips a switch."""
+        self.panel.open()
+        reached = self.tab_until_it_repeats()
+        self.assertEqual([control for control in reached if control in self.model.controls], self.model.tab_order)
+        self.panel.clear()
+        self.tab_to(table.SLIDER, "增益")
+        gain = self.panel.wait(table.SLIDER, "增益")["value"]
+        self.stage.xdotool("key", "Right", "key", "Right", "key", "Up", "key", "Left")
+        self.panel.wait_shown({(table.SLIDER, "增益"): gain + 2})
+        self.stage.emulator(f"wait value mic_gain {round(gain) + 2} 3000")
+        self.panel.clear()
+        self.tab_to(table.SWITCH, "静音")
+        self.stage.xdotool("key", "space")
+        self.panel.wait_shown({(table.SWITCH, "静音"): True})
+        self.panel.wait_writes([("mute", "01")])
+        self.stage.xdotool("key", "Escape")
+        self.stage.wait_no_text(BACK_BUTTON, "button")
+
+    def focused(self):
+        return next(((control["role"], control["name"]) for control in self.stage.controls()
+                     if "focused" in control["states"] and control["role"] not in ("panel", "layered pane", "frame")), None)
+
+    def press_tab(self):
+        before = self.focused()
+        self.stage.xdotool("key", "Tab")
+        return wait_until(lambda: self.focused() != before and self.focused(), f"the focus to leave {before}")
+
+    def tab_until_it_repeats(self):
+        reached = []
+        while True:
+            now = self.press_tab()
+            if now in reached:
+                return reached
+            reached.append(now)
+
+    def tab_to(self, role, name):
+        while self.focused() != (role, name):
+            self.press_tab()
+
+    def check_values_of_the_device_at_connection(self):
+        """The device wins, whatever was on the screen: what is turned while the program does not look is there when
+        the drawer opens again."""
+        self.panel.open()
+        self.stage.emulator("unplug")
+        self.stage.wait_text(WAITING_TITLE)
+        for value in ("mute 1", "mic_gain 7", "listen_volume 4", "mic_listen_ratio 11"):
+            self.stage.emulator(f"set {value}")
+        self.stage.emulator("plug")
+        self.panel.open()
+        self.panel.wait_shown({(table.SWITCH, "静音"): True, (table.SLIDER, "增益"): 7})
+        self.panel.open_page(table.MONITOR_PAGE)
+        self.panel.wait_shown({(table.SLIDER, "监听音量"): 4, (table.SLIDER, "麦克风/电脑监听比"): 11})
+
+
+class MixdeskR2(PanelWalk):
+    model = table.MIXDESK_R2
+
+    def test_every_control_reaches_the_device(self):
+        self.check_walk()
+
+    def test_every_hardware_value_shows_and_is_not_echoed(self):
+        self.check_turns()
+
+    def test_keyboard_alone_works_the_drawer(self):
+        self.check_keyboard()
+
+    def test_values_of_the_device_win_at_connection(self):
+        self.check_values_of_the_device_at_connection()
+
+    def test_reported_anti_clipping_shows_when_the_page_is_next_built(self):
+        self.panel.open()
+        self.panel.turn("anti_noise", 1)
+        self.program.wait_log("收到防破音消息: [1]")
+        # What is reported after it is there, and it is not.
+        self.panel.turn("mute", 1)
+        self.panel.wait_shown({(table.SWITCH, "静音"): True})
+        self.assertFalse(self.panel.is_checked(table.SWITCH, "防爆音"))
+        self.stage.emulator("unplug")
+        self.stage.wait_text(WAITING_TITLE)
+        self.stage.emulator("plug")
+        self.panel.open()
+        self.panel.wait_shown({(table.SWITCH, "防爆音"): True})
+
+
+class VoxmicM40(PanelWalk):
+    model = table.VOXMIC_M40
+
+    def test_every_control_reaches_the_device(self):
+        self.check_walk()
+
+    def test_every_hardware_value_shows_and_is_not_echoed(self):
+        self.check_turns()
+
+    def test_keyboard_alone_works_the_drawer(self):
+        self.check_keyboard()
+
+    def test_values_of_the_device_win_at_connection(self):
+        self.check_values_of_the_device_at_connection()
+
+
+class VoxmicT40(PanelWalk):
+    model = table.VOXMIC_T40
+
+    def test_every_control_reaches_the_device(self):
+        self.check_walk()
+
+    def test_every_hardware_value_shows_and_is_not_echoed(self):
+        self.check_turns()
+
+    def test_values_of_the_device_win_at_connection(self):
+        self.check_values_of_the_device_at_connection()
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,136 @@
+"""Takes the pictures of docs/screens.md: every page of every model, as the running program shows it.
+
+    tools/env python3 tools/stage/pictures.py --build build/dev [--out docs/pictures]
+
+The pictures are palette images of the main window alone, small enough for the repository.
+"""
+
+import argparse
+import pathlib
+import subprocess
+import sys
+
+from PIL import Image
+
+from stage import Stage
+
+WINDOW = (1300, 800)
+COLOURS = 256
+# The grounds, lines and letters keep their very colours; the rest is for the soft shades of the devices.
+EXACT_COLOURS = 64
+
+SCENE_GAME = "游戏"
+MODELS = ("r2", "m40", "t40")
+# The pages of the drawer that have something on them.
+PAGES = {"microphone": "话筒", "monitor": "监听"}
+
+
+def with_palette(picture):
+    counted = sorted(picture.getcolors(picture.width * picture.height), reverse=True)
+    exact = [colour for _, colour in counted[:EXACT_COLOURS]]
+    # Each of the other colours once, so that the large grounds do not take the palette.
+    others = [colour for _, colour in counted[EXACT_COLOURS:]]
+    palette = [channel for colour in exact for channel in colour]
+    if others:
+        sample = Image.new("RGB", (len(others), 1))
+        sample.putdata(others)
+        shades = sample.quantize(COLOURS - len(exact), method=Image.Quantize.MEDIANCUT, kmeans=4)
+        palette += shades.getpalette()[:3 * (COLOURS - len(exact))]
+    holder = Image.new("P", (1, 1))
+    holder.putpalette(palette)
+    return picture.quantize(palette=holder, dither=Image.Dither.NONE)
+
+
+class Camera:
+    def __init__(self, stage, folder):
+        self.stage = stage
+        self.folder = folder
+
+    def take(self, name):
+        """The window as soon as nothing on it moves, with the mouse out of the way."""
+        self.stage.xdotool("mousemove", WINDOW[0] - 1, WINDOW[1] - 1)
+        path = self.folder / f"{name}.png"
+        self.stage.steady_screenshot(path)
+        with_palette(Image.open(path).convert("RGB")).save(path, optimize=True)
+        print(f"pictures: {path}", flush=True)
+
+
+def open_drawer(stage):
+    stage.click("设备设置", "button")
+    stage.wait_text("返回", "button")
+
+
+def take_model(build, folder, model):
+    with Stage(build, [model], size=WINDOW) as stage:
+        camera = Camera(stage, folder)
+        stage.start_program()
+        stage.wait_text("连接你的 VEXO 设备")
+        if model == "r2":
+            camera.take("welcome-waiting")
+            stage.click("更多")
+            stage.wait_text("帮助", "menu item")
+            camera.take("menu")
+            stage.xdotool("key", "Escape")
+            stage.wait_no_text("帮助", "menu item")
+        stage.emulator("plug")
+        stage.wait_text("已连接")
+        camera.take(f"welcome-connected-{model}")
+        stage.click("开启高清音质之旅", "button")
+        stage.wait_no_text("开启高清音质之旅", "button")
+        camera.take(f"main-{model}")
+        open_drawer(stage)
+        for page, tab in PAGES.items():
+            stage.click(tab, "page tab")
+            camera.take(f"drawer-{page}-{model}")
+        if model != "r2":
+            stage.click(PAGES["microphone"], "page tab")
+            stage.click(SCENE_GAME, "radio button")
+            stage.wait_text("强降噪", "radio button")
+            camera.take(f"drawer-boost-{model}")
+
+
+def take_upgrade(build, folder):
+    """A mixer in its bootloader, with a firmware that was downloaded before, goes straight to its upgrade."""
+    with Stage(build, ["r2", "r2-bootloader"], size=WINDOW) as stage:
+        settings = stage.folder / "config" / "Vexo Deck" / "Settings.conf"
+        settings.parent.mkdir(parents=True)
+        settings.write_text(f"[General]\nupgradeFirmwareFilePath={stage.folder / 'firmware.bin'}\n")
+        stage.start_program()
+        stage.wait_text("连接你的 VEXO 设备")
+        stage.emulator("plug r2")
+        stage.wait_text("已连接")
+        stage.emulator("unplug r2")
+        stage.wait_text("连接你的 VEXO 设备")
+        stage.emulator("plug r2-bootloader")
+        stage.wait_text("正在安装最新固件")
+        Camera(stage, folder).take("upgrade")
+
+
+def take_documents(build, folder):
+    """What no service of the program brings about yet: drawn by the programs of the tests."""
+    with Stage(build, [], size=WINDOW) as stage:
+        programs = build.resolve() / "tests" / "qml"
+        drawn = stage.folder / "drawn"
+        subprocess.run([str(programs / "qml_screenshots"), str(drawn)], env=stage.env, check=True, capture_output=True)
+        subprocess.run([str(programs / "gallery" / "vexo_control_gallery"), "--save", str(drawn / "control-gallery.png")],
+                       env=stage.env, check=True, capture_output=True)
+        with_palette(Image.open(drawn / "dialog.png").convert("RGB")).save(folder / "dialog.png", optimize=True)
+        # The colour pickers have more colours than a palette.
+        Image.open(drawn / "control-gallery.png").convert("RGB").save(folder / "control-gallery.png", optimize=True)
+        print(f"pictures: {folder}: dialog, control-gallery", flush=True)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--build", required=True, type=pathlib.Path)
+    parser.add_argument("--out", type=pathlib.Path, default=pathlib.Path(__file__).resolve().parents[2] / "docs" / "pictures")
+    arguments = parser.parse_args()
+    arguments.out.mkdir(parents=True, exist_ok=True)
+    for model in MODELS:
+        take_model(arguments.build, arguments.out, model)
+    take_upgrade(arguments.build, arguments.out)
+    take_documents(arguments.build, arguments.out)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
