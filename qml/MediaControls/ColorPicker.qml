@@ -8,7 +8,8 @@ Rectangle {
     id: picker
 
     property color selectedColor: presetColors[0] ?? VxTheme.accent
-    property var presetColors: ConfigMgr.getStringList(ConfigMgr.keys.color_picker_preset_colors)
+    // Read once, when the picker is created.
+    property var presetColors: []
     // Upper-case texts, for as long as this picker lives.
     property var dynamicColors: []
     readonly property int placeCount: 15
@@ -125,5 +126,8 @@ Rectangle {
         }
     }
 
-    Component.onCompleted: flushToColor(selectedColor)
+    Component.onCompleted: {
+        presetColors = Array.from(ConfigMgr.getStringList(ConfigMgr.keys.color_picker_preset_colors));
+        flushToColor(selectedColor);
+    }
 }

@@ -21,8 +21,9 @@ QtObject {
     // Key to value: boolean, number, text or an array of texts. Without a prototype, since any text may be a key.
     property var config: Object.create(null)
 
-    readonly property var settings: SettingsManager // qmllint disable unqualified
-    // Which store is read: that of "windows" gives text back.
+    // Where values persist; another object with its operations may stand here.
+    property var settings: SettingsManager // qmllint disable unqualified
+    // Which store is read: those of "windows" and "linux" give text back.
     property string platformName: Qt.platform.os
 
     // Device steps of the gain and of the monitor volume, and the range of a channel's volume.
@@ -52,7 +53,7 @@ QtObject {
     function loadAllSettings() {
         config = Object.create(null);
         for (const key of declaredKeys()) {
-            if (Array.isArray(defaults[key]))
+            if (Array.isArray(defaultOf(key)))
                 getStringList(key);
             else
                 getValue(key);
@@ -62,20 +63,20 @@ QtObject {
     function setValue(key: string, value: var) {
         config[key] = value;
         console.log("设置配置:", key, value);
-        store(key, value);
+        settings.setValue(key, value);
     }
 
     // The cached value, whatever default is given; else the stored one, or the given default, or the declared one.
     function getValue(key: string, defaultValue: var): var {
         if (!(key in config)) {
-            const fallback = defaultValue === undefined ? defaults[key] : defaultValue;
+            const fallback = defaultValue === undefined ? defaultOf(key) : defaultValue;
             config[key] = converted(settings.getValue(key, fallback), fallback);
         }
         return config[key];
     }
 
     function removeValue(key: string) {
-        const value = defaults[key];
+        const value = defaultOf(key);
         config[key] = Array.isArray(value) ? Array.from(value) : value;
         settings.removeValue(key);
     }
@@ -88,7 +89,7 @@ QtObject {
 
     function getColor(key: string, defaultColor: var): var {
         if (!(key in config)) {
-            const fallback = defaultColor === undefined ? defaults[key] : defaultColor;
+            const fallback = defaultColor === undefined ? defaultOf(key) : defaultColor;
             config[key] = fallback === undefined ? settings.getColor(key) : settings.getColor(key, fallback);
         }
         return config[key];
@@ -96,14 +97,14 @@ QtObject {
 
     function setStringList(key: string, list: var) {
         // A copy of its own, of texts: the list operations change the cached list in place.
-        config[key] = Array.from(list, String);
+        config[key] = typeof list === "string" ? [list] : Array.from(list, String);
         console.log("设置字符串列表配置:", key, config[key]);
         settings.setStringList(key, config[key]);
     }
 
     function getStringList(key: string, defaultList: var): var {
         if (!(key in config))
-            config[key] = Array.from(settings.getStringList(key, defaultList ?? defaults[key] ?? []));
+            config[key] = Array.from(settings.getStringList(key, defaultList ?? defaultOf(key) ?? []));
         return config[key];
     }
 
@@ -180,7 +181,11 @@ QtObject {
         return found;
     }
 
-    // As a plain value, the store loses an array.
+    // Undefined for a key that is made at run time, whatever members of this name any object has.
+    function defaultOf(key: string): var {
+        return keys[key] === key || key === "auto_app" ? defaults[key] : undefined;
+    }
+
     function store(key: string, value: var) {
         if (Array.isArray(value))
             settings.setStringList(key, value);
@@ -194,7 +199,9 @@ QtObject {
 
     // The value that a text of the store stands for, by the type of its default.
     function converted(value: var, fallback: var): var {
-        return platformName === "windows" ? convertedOnWindows(value, fallback) : convertedElsewhere(value, fallback);
+        if (platformName === "windows")
+            return convertedOnWindows(value, fallback);
+        return platformName === "linux" ? convertedOnLinux(value, fallback) : value;
     }
 
     // A real true is not the text "true": what is true by default is false there until it has been stored. The
@@ -207,12 +214,13 @@ QtObject {
         return value;
     }
 
-    // "true" and "false" are booleans in every read. What only a damaged store gives for the type of the default, a
-    // word for a number or a list for a text, is replaced by the default.
-    function convertedElsewhere(value: var, fallback: var): var {
+    // "true" and "false" are booleans in every read, and a default of true is true until it has been stored. What
+    // only a damaged store gives for the type of the default is false for a boolean, so that no unreadable text
+    // consents to anything, and the default otherwise: a word for a number, a list for a text.
+    function convertedOnLinux(value: var, fallback: var): var {
         const read = value === "true" || value === "false" ? value === "true" : value;
         if (typeof fallback === "boolean")
-            return typeof read === "boolean" ? read : fallback;
+            return read === true;
         if (typeof fallback === "number") {
             const number = typeof read === "string" && read.trim() !== "" ? Number(read) : read;
             return Number.isFinite(number) ? number : fallback;

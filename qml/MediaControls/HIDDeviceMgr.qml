@@ -233,11 +233,11 @@ QtObject {
     }
 
     function stringToByteArray(str: string): var {
-        return Array.from(str, character => character.charCodeAt(0));
+        return str.split("").map(character => character.charCodeAt(0));
     }
 
     function hexToByteArray(hexStr: string): var {
-        const digits = hexStr.replace(/\s|0x/gi, "");
+        const digits = hexStr.replace(/\s/g, "").replace(/0x/gi, "");
         const bytes = [];
         for (let index = 0; index < digits.length; index += 2)
             bytes.push(parseInt(digits.substr(index, 2), 16));

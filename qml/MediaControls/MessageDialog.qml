@@ -1,7 +1,10 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/* The program's one form of question: a bar at the top of its parent, that only its two buttons close. */
+/*
+    The program's one form of question: a bar at the top of its parent, that only its two buttons close. It goes at
+    once: callers take a visible bar for a question that is still open.
+*/
 T.Popup {
     id: dialog
 
@@ -13,8 +16,8 @@ T.Popup {
     signal confirmed
     signal cancelled
 
-    function showCustomDialog(msg: string) {
-        title = msg;
+    function showCustomDialog(msg: var) {
+        title = msg ?? "";
         open();
     }
 
@@ -79,6 +82,7 @@ T.Popup {
         VxIcon {
             id: icon
 
+            objectName: "icon"
             anchors.verticalCenter: parent.verticalCenter
             size: 22
             source: "icons/info2.svg"
@@ -124,14 +128,6 @@ T.Popup {
             property: "opacity"
             from: 0
             to: 1
-            duration: VxTheme.fadeMs
-            easing.type: VxTheme.easing
-        }
-    }
-    exit: Transition {
-        NumberAnimation {
-            property: "opacity"
-            to: 0
             duration: VxTheme.fadeMs
             easing.type: VxTheme.easing
         }

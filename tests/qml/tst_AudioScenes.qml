@@ -279,6 +279,34 @@ AudioBoostTestCase {
         compare(Number(stored(row.key)), -30);
     }
 
+    function test_nothing_writes_the_default_threshold_of_the_anti_clipping_back_data() {
+        return [0, 1, 2, 3, 4].map(index => ({
+                    tag: "scene " + index,
+                    index: index
+                }));
+    }
+
+    function test_nothing_writes_the_default_threshold_of_the_anti_clipping_back(row) {
+        openPage(voxmicM40);
+        compare(setting("device_boom_value"), -45);
+        clickScene(row.index);
+        if (!switchOf("antiClipping").checked)
+            toggle("antiClipping");
+        const slider = clipping();
+        for (const [from, to] of [[0, -40], [-40, 0]]) {
+            press(slider);
+            for (let value = from; value !== to; value += Math.sign(to - from))
+                moveTo(slider, value);
+            moveTo(slider, to);
+            release(slider);
+            waitForEndOf(slider);
+            compare(setting("device_boom_value"), to);
+        }
+        const values = linesWith("设置配置: device_boom_value").map(line => Number(line.split(" ")[2]));
+        compareData(values.slice(-2), [-40, 0]);
+        verify(!values.includes(-45), values);
+    }
+
     function test_factory_reset_applies_scene_0_and_sends_its_values_data() {
         return modelRows;
     }

@@ -130,6 +130,16 @@ Item {
             compare(picker.picked, []);
         }
 
+        function test_presets_are_those_at_the_creation() {
+            const picker = create();
+            ConfigMgr.addStringList("color_picker_preset_colors", "#123456");
+            compare(picker.presetColors, testCase.presets);
+            ConfigMgr.loadAllSettings();
+            compare(picker.presetColors, testCase.presets);
+            compare(create().presetColors, testCase.presets.concat("#123456"));
+            ConfigMgr.removeValue("color_picker_preset_colors");
+        }
+
         function test_all_colours_are_presets_then_added_ones_then_empty_places() {
             const picker = create({
                 dynamicColors: ["#123456"]

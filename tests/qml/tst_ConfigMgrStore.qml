@@ -38,9 +38,32 @@ ConfigTestCase {
         startOn(data.tag);
         compare(ConfigMgr.getValue("share_data"), true);
         compare(ConfigMgr.getValue("auto_install"), true);
+    }
+
+    function test_a_refused_consent_stays_refused_data() {
+        return ["windows", "linux"].map(name => ({
+                    tag: name
+                }));
+    }
+
+    function test_a_refused_consent_stays_refused(data) {
         ConfigMgr.setValue("share_data", false);
         startOn(data.tag);
         compare(ConfigMgr.getValue("share_data"), false);
+    }
+
+    function test_on_any_other_platform_values_stay_as_they_came() {
+        startWith(["device_mute=true", "share_data=false", "auto_gain=7", "app_dB=loud", "strip=true"], "osx");
+        compare(ConfigMgr.getValue("device_mute"), "true");
+        compare(ConfigMgr.getValue("share_data"), "false");
+        compare(ConfigMgr.getValue("auto_gain"), "7");
+        compare(ConfigMgr.getValue("app_dB", 0.3), "loud");
+        compare(ConfigMgr.getValue("strip"), "true");
+        SettingsManager.setValue("device_mute", true);
+        SettingsManager.setValue("auto_gain", 8);
+        loadOn("osx");
+        compare(ConfigMgr.getValue("device_mute"), true);
+        compare(ConfigMgr.getValue("auto_gain"), 8);
     }
 
     function test_values_come_back_in_their_types_after_a_restart_data() {
@@ -229,9 +252,11 @@ ConfigTestCase {
         startOn("windows");
         ConfigMgr.resetDeviceToDefaults();
         StoreFile.restart();
-        compare(SettingsManager.contains("share_data"), false);
+        for (const key of ["share_data", "auto_install"])
+            compare(SettingsManager.contains(key), false, key);
         loadOn("windows");
-        compare(ConfigMgr.getValue("share_data"), false);
+        for (const key of ["share_data", "auto_install"])
+            compare(ConfigMgr.getValue(key), false, key);
     }
 
     function test_damaged_value_data() {
@@ -243,7 +268,7 @@ ConfigTestCase {
                 });
         const list = ["a", "b"];
         // For auto_gain (15), share_data (true) and general_rate ("48"), in this order.
-        return [row("NaN", "NaN", [15, true, "NaN"], [NaN, false, "NaN"]), row("infinity", "Infinity", [15, true, "Infinity"], [Infinity, false, "Infinity"]), row("empty text", "", [15, true, ""], [0, false, ""]), row("blank text", '"  "', [15, true, "  "], [0, false, "  "]), row("words", "12abc", [15, true, "12abc"], [NaN, false, "12abc"]), row("foreign JSON", '"{\\"a\\":[1,2]}"', [15, true, '{"a":[1,2]}'], [NaN, false, '{"a":[1,2]}']), row("cut JSON", '"{\\"a\\":"', [15, true, '{"a":'], [NaN, false, '{"a":']), row("a list", "a, b", [15, true, "48"], [NaN, false, list]), row("nothing", "@Invalid()", [15, true, "48"], [NaN, false, undefined]), row("bytes", "@ByteArray(\\xff\\x0)", [15, true, "48"], [NaN, false, []]), row("a rectangle", "@Rect(1 2 3 4)", [15, true, "48"], [NaN, false, []]), row("text of another kind", "true", [15, true, true], [NaN, true, "true"])];
+        return [row("NaN", "NaN", [15, false, "NaN"], [NaN, false, "NaN"]), row("infinity", "Infinity", [15, false, "Infinity"], [Infinity, false, "Infinity"]), row("empty text", "", [15, false, ""], [0, false, ""]), row("blank text", '"  "', [15, false, "  "], [0, false, "  "]), row("words", "12abc", [15, false, "12abc"], [NaN, false, "12abc"]), row("foreign JSON", '"{\\"a\\":[1,2]}"', [15, false, '{"a":[1,2]}'], [NaN, false, '{"a":[1,2]}']), row("cut JSON", '"{\\"a\\":"', [15, false, '{"a":'], [NaN, false, '{"a":']), row("a list", "a, b", [15, false, "48"], [NaN, false, list]), row("nothing", "@Invalid()", [15, false, "48"], [NaN, false, undefined]), row("bytes", "@ByteArray(\\xff\\x0)", [15, false, "48"], [NaN, false, []]), row("a rectangle", "@Rect(1 2 3 4)", [15, false, "48"], [NaN, false, []]), row("text of another kind", "true", [15, true, true], [NaN, true, "true"])];
     }
 
     function test_damaged_value(data) {

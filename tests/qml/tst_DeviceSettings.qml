@@ -62,8 +62,11 @@ ConfigTestCase {
 
     function test_the_light_report_reaches_no_declared_key() {
         const before = JSON.stringify(declared());
+        const keys = Object.keys(ConfigMgr.config);
         report(HIDDeviceMgr.attrs.other_light_off, 1);
         compare(JSON.stringify(declared()), before);
+        compare(Object.keys(ConfigMgr.config).filter(key => !keys.includes(key)), ["undefined"]);
+        compareList(SettingsManager.getAllKeys(), ["undefined"]);
         compare(ConfigMgr.getValue("color_bg_other_lighting"), false);
         startOn("linux");
         compare(JSON.stringify(declared()), before);

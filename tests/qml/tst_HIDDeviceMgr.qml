@@ -69,6 +69,16 @@ LoggedTestCase {
         signalName: "upgradeFirmwareSignal"
     }
 
+    // Before the first test connects or writes anything.
+    function initTestCase() {
+        compare(HIDHotplugManager.calls.map(call => call.name), ["getDeviceInfo"]);
+        compare(HIDDeviceMgr.deviceReady, false);
+        compare(HIDDeviceMgr.deviceInfo, {});
+        compare(HIDDeviceMgr.messageCache, {});
+        verify(HIDDeviceMgr.connectTime instanceof Date);
+        verify(Math.abs(new Date() - HIDDeviceMgr.connectTime) < 60000, HIDDeviceMgr.connectTime);
+    }
+
     function init() {
         HIDHotplugManager.deviceConnected({}, false);
         HIDHotplugManager.setDeviceInfo({});
@@ -79,6 +89,24 @@ LoggedTestCase {
 
     function callsOf(name) {
         return HIDHotplugManager.calls.filter(call => call.name === name);
+    }
+
+    // What an action publishes, topic and payload of each message, and the lines that it logs. Each setting that is
+    // written has its line.
+    function effectsOf(action) {
+        const published = [];
+        const callback = (topic, payload) => published.push([topic, payload]);
+        const topics = Object.values(MessageBus.messageTypes);
+        topics.forEach(topic => MessageBus.subscribe(topic, callback));
+        TestLog.begin();
+        action();
+        // A copy: the log goes on.
+        const lines = Array.from(TestLog.lines);
+        topics.forEach(topic => MessageBus.unsubscribe(topic, callback));
+        return {
+            published: published,
+            lines: lines
+        };
     }
 
     function waitForFlush() {
@@ -129,9 +157,7 @@ LoggedTestCase {
         for (const name in expected)
             compare(HIDDeviceMgr.attrs[name], expected[name], name);
         compare(Object.keys(HIDDeviceMgr.attrs).length, Object.keys(expected).length + 1);
-        compare(HIDDeviceMgr.attrs.auto_gain_map.length, 30);
-        compare(HIDDeviceMgr.attrs.auto_gain_map[0], 10);
-        compare(HIDDeviceMgr.attrs.auto_gain_map[29], 70);
+        compare(HIDDeviceMgr.attrs.auto_gain_map, [10, 11.24, 12.57, 13.98, 15.35, 16.98, 18.31, 19.9, 21.82, 23.37, 25.35, 27.27, 28.87, 30.81, 33.45, 35.16, 37.28, 39.3, 41.2, 43.22, 46.7, 48.7, 50.7, 53.7, 56.7, 58.7, 61.7, 64.8, 67.8, 70]);
     }
 
     // ---- what the device is
@@ -284,7 +310,10 @@ LoggedTestCase {
     function test_text_and_hexadecimal_become_bytes() {
         compare(HIDDeviceMgr.stringToByteArray("AA55"), [0x41, 0x41, 0x35, 0x35]);
         compare(HIDDeviceMgr.stringToByteArray(""), []);
+        compare(HIDDeviceMgr.stringToByteArray("é€"), [0xe9, 0x20ac]);
+        compare(HIDDeviceMgr.stringToByteArray("a\u{1f399}b"), [0x61, 0xd83c, 0xdf99, 0x62], "both halves of a pair");
         compare(HIDDeviceMgr.hexToByteArray("0xAA 0x55 01ff"), [0xaa, 0x55, 0x01, 0xff]);
+        compare(HIDDeviceMgr.hexToByteArray("0 xAA 5\t5"), [0xaa, 0x55]);
         compare(HIDDeviceMgr.hexToByteArray(""), []);
     }
 
@@ -350,6 +379,20 @@ LoggedTestCase {
         HIDHotplugManager.deviceConnected(mixer, true);
         compare(connectedSpy.count, 2);
         compare(callsOf("messageGet").length, 10, "not again in the same connection");
+    }
+
+    function test_screens_hear_of_a_change_before_it_has_its_effects() {
+        const seen = [];
+        const note = word => seen.push([word, HIDDeviceMgr.deviceInfo.sn, callsOf("messageGet").length, HIDDeviceMgr.deviceReady]);
+        const handler = (info, connected) => note(connected ? "connected" : "lost");
+        HIDDeviceMgr.deviceConnected.connect(handler);
+        const callback = () => note("published");
+        MessageBus.subscribe("update_firmware_disconnected", callback);
+        HIDHotplugManager.deviceConnected(mixer, true);
+        HIDHotplugManager.deviceConnected(mixer, false);
+        MessageBus.unsubscribe("update_firmware_disconnected", callback);
+        HIDDeviceMgr.deviceConnected.disconnect(handler);
+        compare(seen, [["connected", mixer.sn, 0, false], ["lost", mixer.sn, 10, true], ["published", mixer.sn, 10, false]]);
     }
 
     function test_a_report_with_the_product_id_only_changes_the_information_only() {
@@ -418,37 +461,85 @@ LoggedTestCase {
 
     function test_a_report_is_published_and_logged(row) {
         HIDHotplugManager.deviceConnected(row.info, true);
-        const published = [];
-        const callback = (topic, payload) => published.push([topic, payload]);
-        const topics = Object.values(MessageBus.messageTypes);
-        topics.forEach(topic => MessageBus.subscribe(topic, callback));
-        TestLog.begin();
-        HIDHotplugManager.messageReceived(row.id, [9, 8]);
-        compare(linesWith("收到"), [`收到${row.word}消息: [9,8]`]);
-        compare(TestLog.lines[0], `收到${row.word}消息: [9,8]`);
-        topics.forEach(topic => MessageBus.unsubscribe(topic, callback));
-        compare(published, [[row.topic, 9]]);
+        const effects = effectsOf(() => HIDHotplugManager.messageReceived(row.id, [9, 8]));
+        compare(effects.lines.filter(line => line.includes("收到")), [`收到${row.word}消息: [9,8]`]);
+        compare(effects.lines[0], `收到${row.word}消息: [9,8]`);
+        compare(effects.published, [[row.topic, 9]]);
         compare(messageSpy.count, 1);
         compare(messageSpy.signalArguments[0][0], row.id);
         compare(messageSpy.signalArguments[0][1], [9, 8]);
     }
 
+    function test_id_3_is_the_measurement_on_the_mixer_and_the_switch_on_the_microphones_data() {
+        const measured = {
+            published: [["update_auto_gain", 1]],
+            lines: ["收到自动增益消息: [1]"]
+        };
+        const switched = {
+            published: [["update_auto_gain_on", 1]],
+            lines: ["收到自动增益开关消息: [1]", "设置配置: auto_gain_on true"]
+        };
+        const row = (tag, info, effects) => Object.assign({
+                tag: tag,
+                info: info
+            }, effects);
+        return [row("R2", mixer, measured), row("M40", microphone, switched), row("T40", lightMicrophone, switched), row("none", {}, switched)];
+    }
+
+    function test_id_3_is_the_measurement_on_the_mixer_and_the_switch_on_the_microphones(row) {
+        HIDHotplugManager.deviceConnected(row.info, true);
+        const effects = effectsOf(() => HIDHotplugManager.messageReceived(3, [1]));
+        compare(effects.published, row.published);
+        compare(effects.lines, row.lines);
+    }
+
+    function test_a_report_is_handed_on_before_it_is_published() {
+        const order = [];
+        const handler = () => order.push("handed on");
+        const callback = () => order.push("published");
+        MessageBus.subscribe("mute_state", callback);
+        HIDDeviceMgr.messageReceived.connect(handler);
+        HIDHotplugManager.messageReceived(1, [1]);
+        HIDDeviceMgr.messageReceived.disconnect(handler);
+        MessageBus.unsubscribe("mute_state", callback);
+        compare(order, ["handed on", "published"]);
+    }
+
     function test_other_reports_are_only_handed_on_data() {
-        return [8, 9, 10, 13, 19, 20, 25, 27, 29, 65535].map(id => ({
+        const mirrored = [1, 2, 3, 4, 5, 6, 7, 14, 23, 24, 26];
+        const catalogue = Object.values(HIDDeviceMgr.attrs).filter(id => typeof id === "number");
+        const ids = catalogue.filter(id => !mirrored.includes(id)).concat(0, 20, 65535);
+        compare(ids.length, 28 - mirrored.length + 3);
+        return ids.map(id => ({
                     tag: String(id),
                     id: id
                 }));
     }
 
     function test_other_reports_are_only_handed_on(row) {
-        HIDHotplugManager.messageReceived(row.id, [1]);
-        compare(messageSpy.count, 1);
-        compare(TestLog.lines, []);
+        for (const info of [mixer, microphone, lightMicrophone]) {
+            HIDHotplugManager.deviceConnected(info, true);
+            messageSpy.clear();
+            const effects = effectsOf(() => HIDHotplugManager.messageReceived(row.id, [1]));
+            compare(messageSpy.count, 1);
+            compare(effects.published, [], info.name);
+            compare(effects.lines, [], info.name);
+        }
     }
 
-    function test_an_empty_report_does_no_harm() {
-        HIDHotplugManager.messageReceived(1, []);
+    function test_an_empty_report_is_logged_and_neither_kept_nor_published_data() {
+        return HIDDeviceMgr.reports.map(report => ({
+                    tag: report.word,
+                    id: report.attribute,
+                    info: report.attribute === 3 && report.word === "自动增益" ? mixer : microphone
+                }));
+    }
+
+    function test_an_empty_report_is_logged_and_neither_kept_nor_published(row) {
+        HIDHotplugManager.deviceConnected(row.info, true);
+        const effects = effectsOf(() => HIDHotplugManager.messageReceived(row.id, []));
         compare(messageSpy.count, 1);
-        compare(TestLog.lines, ["收到静音消息: []"]);
+        compare(effects.published, []);
+        compare(effects.lines, [`收到${row.tag}消息: []`]);
     }
 }

@@ -29,8 +29,15 @@ Item {
     LoggedTestCase {
         name: "MessageDialog"
 
+        // Before the first test gives the manager a window.
+        function initTestCase() {
+            compare(MessageDialogMgr.parentWindow, null);
+            compare(MessageDialogMgr.currentDialog, null);
+        }
+
         function cleanup() {
             MessageDialogMgr.setParent(null);
+            MessageDialogMgr.dialogDocument = "MessageDialog.qml";
             compare(TestLog.takeFaults(), []);
         }
 
@@ -73,6 +80,8 @@ Item {
             const message = button(dialog, "message");
             compare(message.font.pixelSize, 16);
             compare(message.text, dialog.title);
+            compare(button(dialog, "icon").source, "icons/info2.svg");
+            compare(button(dialog, "icon").status, Image.Ready);
             for (const name of ["cancelButton", "confirmButton"]) {
                 const item = button(dialog, name);
                 compare(item.height, 26);
@@ -118,6 +127,15 @@ Item {
             tryCompare(dialog, "visible", false);
         }
 
+        function test_a_closed_question_counts_as_gone_at_once() {
+            const dialog = create();
+            dialog.close();
+            compare(dialog.visible, false);
+            dialog.open();
+            tryCompare(dialog, "opened", true);
+            compare(dialog.background.parent.opacity, 1);
+        }
+
         function test_only_its_buttons_close_it() {
             const dialog = create();
             mouseClick(page, 10, 290);
@@ -135,11 +153,8 @@ Item {
             dialog.showCustomDialog("固件？");
             compare(dialog.title, "固件？");
             tryCompare(dialog, "opened", true);
-        }
-
-        function test_the_manager_has_no_parent_and_no_dialogue_at_first() {
-            compare(MessageDialogMgr.parentWindow, null);
-            compare(MessageDialogMgr.currentDialog, null);
+            dialog.showCustomDialog();
+            compare(dialog.title, "");
         }
 
         function test_the_manager_asks_over_the_window_that_it_was_given() {
@@ -167,6 +182,49 @@ Item {
             mouseClick(button(no, "cancelButton"));
             tryCompare(no, "visible", false);
             compare(answers, ["yes", "no"]);
+        }
+
+        function test_the_manager_leaves_texts_empty_that_are_given_so() {
+            MessageDialogMgr.setParent(page);
+            const silent = MessageDialogMgr.showCustomDialogNew(undefined, null, null, "", "");
+            compare([silent.title, silent.confirmText, silent.cancelText], ["", "", ""]);
+            const plain = MessageDialogMgr.showCustomDialogNew(null, null, null, null, undefined);
+            compare([plain.title, plain.confirmText, plain.cancelText], ["", "立即升级", "取消"]);
+            [silent, plain].forEach(dialog => dialog.close());
+        }
+
+        function test_a_dialogue_that_cannot_be_made_is_logged_and_not_returned_data() {
+            return [
+                {
+                    tag: "no such document",
+                    document: "NoSuchDialog.qml",
+                    remark: "",
+                    line: "Failed to load MessageDialog component:",
+                    detail: "NoSuchDialog.qml"
+                },
+                {
+                    tag: "a document that wants a property which nobody gives",
+                    document: Qt.resolvedUrl("Unmakeable.qml"),
+                    // The engine's own.
+                    remark: "Required property secret was not initialized",
+                    line: "Failed to create dialog object",
+                    detail: ""
+                }
+            ];
+        }
+
+        function test_a_dialogue_that_cannot_be_made_is_logged_and_not_returned(row) {
+            MessageDialogMgr.setParent(page);
+            MessageDialogMgr.dialogDocument = row.document;
+            for (const ask of [() => MessageDialogMgr.showCustomDialogNew("升级？"), () => MessageDialogMgr.showCustomDialog("升级？")]) {
+                if (row.remark)
+                    TestLog.expect(row.remark);
+                TestLog.begin();
+                compare(ask(), undefined);
+                compare(linesWith("Failed").length, 1);
+                verify(TestLog.lines.some(line => line.startsWith(row.line) && line.includes(row.detail)), TestLog.lines);
+            }
+            compare(MessageDialogMgr.currentDialog, null);
         }
 
         function test_two_calls_give_two_dialogues_on_top_of_each_other_at_the_same_place() {

@@ -16,6 +16,7 @@ QtObject {
     }
 
     property int activeTheme: VxConfig.Theme.Dark
+    property string platformName: Qt.platform.os
     readonly property color mainColor: VxTheme.background
     readonly property color secondaryColor: VxTheme.accent
     readonly property color highlightColor: VxTheme.accentHover
@@ -45,19 +46,20 @@ QtObject {
         return iconUrl(images[HIDDeviceMgr.getDeviceDPID()] ?? images[0x9829], "");
     }
 
-    function iconUrl(url: string, path: string): url {
+    function iconUrl(url: string, path: var): url {
         return Qt.resolvedUrl((path ? path : "../") + url);
     }
 
     function isWindowsPlatform(): bool {
-        return Qt.platform.os === "windows";
+        return platformName === "windows";
     }
 
     // Creates and shows a window from a document of this folder. Null when that fails.
     function createWindow(qmlName: string, parent: var): var {
+        // An empty name gives no component at all.
         const component = Qt.createComponent(qmlName);
-        if (component.status !== Component.Ready) {
-            console.log("创建 Window 失败:", component.errorString());
+        if (component?.status !== Component.Ready) {
+            console.log("创建 Window 失败:", component?.errorString() ?? "no document is named");
             return null;
         }
         const window = parent ? component.createObject(parent) : component.createObject();

@@ -144,6 +144,19 @@ protected:
                                  wireFrame::kDevice, wireFrame::kHost, messageId, payload));
     }
 
+    /// Connects the mixer, lets it log in and say all about itself, and pulls it off.
+    void connectFullyAndUnplug() {
+        connectDevice(kR2);
+        login();
+        tick(20);
+        answer(1, {0, 3, 'M', 'i', 'x'});
+        answer(23, {0, 'S', 'N', '7', 0});
+        answer(16, {0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 5});
+        scriptedHidapi::unplug(path);
+        ASSERT_TRUE(await([&] { return !connections.last().isConnected; }));
+        connections.clear();
+    }
+
     void checkMicrophoneReports(const scriptedHidapi::Interface& interface) {
         connectDevice(interface);
         login();
@@ -679,6 +692,54 @@ TEST_F(HIDHotplugManagerTest, ReplugWithinThePeersTimeOutBringsNoNewQueries) {
     tick(20);
     EXPECT_EQ(queries(), before);
     EXPECT_EQ(manager->getDeviceInfo().value("name"), QVariant("Mix"));
+}
+
+TEST_F(HIDHotplugManagerTest, ReplugPastThePeersTimeOutGivesTheOldMapAtOnceAndLosesReads) {
+    connectFullyAndUnplug();
+    const QVariantMap full{{"dpid", 0x9829u}, {"pid", 0x1234u}, {"vid", 3u},
+                           {"name", "Mix"},   {"sn", "SN7"},    {"version", "V2.05"}};
+    tick(3300);
+    connectDevice(kR2);
+    ASSERT_EQ(connections.size(), 1);
+    EXPECT_TRUE(connections[0].isConnected);
+    EXPECT_EQ(connections[0].info, full);
+    manager->messageGet(1);
+    tick(4100); // four sends, 1001 ticks apart, and the end of the wait
+    EXPECT_TRUE(lastSent(31).empty());
+    const std::size_t before = sentFrames().size();
+    login();
+    tick(1100);
+    EXPECT_GT(sentFrames().size(), before) << "the new login sends its queries";
+    EXPECT_TRUE(lastSent(31).empty()) << "a read is not made up for";
+    EXPECT_TRUE(attributes.empty());
+}
+
+TEST_F(HIDHotplugManagerTest, ReadBeforeTheLoginIsRepeatedForADeviceThatLogsInMeanwhile) {
+    connectFullyAndUnplug();
+    tick(3300);
+    connectDevice(kR2);
+    manager->messageGet(1);
+    tick(20);
+    login();
+    EXPECT_TRUE(lastSent(31).empty());
+    tick(1001);
+    ASSERT_FALSE(lastSent(31).empty());
+    EXPECT_EQ(lastSent(31).at(16), 1);
+}
+
+TEST_F(HIDHotplugManagerTest, ReplugWithinThePeersTimeOutSendsReadsBeforeANewHello) {
+    connectFullyAndUnplug();
+    connectDevice(kR2);
+    ASSERT_EQ(connections.size(), 1);
+    EXPECT_EQ(connections[0].info.size(), 6);
+    manager->messageGet(1);
+    tick(20);
+    ASSERT_FALSE(lastSent(31).empty());
+    EXPECT_EQ(lastSent(31).at(16), 1);
+    answer(31, {0, 1, 1, 1});
+    ASSERT_EQ(attributes.size(), 1u);
+    EXPECT_EQ(attributes[0].first, 1);
+    EXPECT_EQ(attributes[0].second, QVariantList() << 1u);
 }
 
 TEST_F(HIDHotplugManagerTest, LostPeerTakesTheLoginPathAgain) {
