@@ -2,6 +2,7 @@
 #include "tests/unit/platform/routerAudio/MixerFixture.h"
 
 #include <cmath>
+#include <initializer_list>
 #include <iostream>
 #include <limits>
 #include <numeric>
@@ -436,6 +437,36 @@ TEST_F(PerAppInputBuffersTest, RateOfOneHertzFillsTheRingWithoutHoldingAllItsFra
     feed(20, constant(3, 0.5f, 0.5f), 1);
     feed(20, {0.25f, 0.25f}, 768'000);
     EXPECT_EQ(bus(1, 1), (std::vector<float>{0.25f, 0.25f}));
+}
+
+TEST_F(PerAppInputBuffersTest, NoFormatWhateverItSaysSpoilsWhatComesAfterIt) {
+    testing::internal::CaptureStdout(); // a rate of 0 says so each time
+    Random random(3);
+    std::vector<std::uint32_t> bytes(16);
+    for (std::uint32_t& word : bytes) {
+        word = random(); // any bits: huge values, NaN and infinity among them
+    }
+    const auto any = [&](std::initializer_list<std::uint16_t> values) {
+        return values.begin()[random() % values.size()];
+    };
+    put(onBothBuses(20));
+    for (const std::uint32_t rate : {0u, 1u, 2u, 3999u, 44100u, 47999u, 48001u, 768'000u, 0xFFFFFFFFu}) {
+        for (int round = 0; round < 150; ++round) {
+            const WaveFormat format{any({1, 3, 0xFFFE}), any({0, 1, 2, 64, 65535}), rate,
+                                    any({0, 1, 3, 8, 256, 65535}), any({0, 16, 24, 32})};
+            buffers.addInputData(20, bytes.data(), random() % 64, format);
+            buffers.updateBusLevels();
+        }
+        for (const std::vector<float>& mix : {bus(1, 28800), solo(480)}) {
+            for (const float sample : mix) {
+                ASSERT_TRUE(sample >= -1.0f && sample <= 1.0f) << "rate " << rate;
+            }
+        }
+        buffers.resetProcessBuffers(20);
+        feed(20, constant(8, 0.25f, -0.25f));
+        EXPECT_EQ(bus(1, 8), constant(8, 0.25f, -0.25f)) << "rate " << rate;
+    }
+    EXPECT_NE(testing::internal::GetCapturedStdout().find("returned empty result"), std::string::npos);
 }
 
 TEST_F(PerAppInputBuffersTest, TwoSourcesOnTheSoloRingLeaveItDefined) {

@@ -1,11 +1,11 @@
 // The mixer in the hands of all its threads at once. Run it under the thread sanitizer.
 
+#include "tests/unit/platform/routerAudio/MirroredSound.h"
 #include "tests/unit/platform/routerAudio/MixerFixture.h"
 
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <cmath>
 #include <thread>
 
 namespace {
@@ -47,24 +47,6 @@ protected:
     std::atomic<std::uint64_t> rounds{0};
     std::vector<std::thread> threads;
 };
-
-// Left carries a value and right its negative, whatever is mixed: a torn frame would show.
-std::vector<float> mirrored(std::size_t frames, Random& random) {
-    std::vector<float> stereo(frames * 2);
-    for (std::size_t frame = 0; frame < frames; ++frame) {
-        stereo[2 * frame] = static_cast<float>(random() % 1024) / 1024.0f;
-        stereo[2 * frame + 1] = -stereo[2 * frame];
-    }
-    return stereo;
-}
-
-void expectMirrored(const std::vector<float>& stereo, std::atomic<std::uint64_t>& broken) {
-    for (std::size_t frame = 0; frame < stereo.size() / 2; ++frame) {
-        if (stereo[2 * frame] != -stereo[2 * frame + 1] || !(std::fabs(stereo[2 * frame]) <= 1.0f)) {
-            broken.fetch_add(1, std::memory_order_relaxed);
-        }
-    }
-}
 
 } // namespace
 

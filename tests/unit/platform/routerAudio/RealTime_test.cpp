@@ -1,10 +1,13 @@
 // What the mixer may not do in a render call, and what the guard that finds out is worth.
 
+#include "platform/routerAudio/BusForwarder.h"
 #include "platform/routerAudio/RouterLog.h"
+#include "tests/unit/platform/routerAudio/FakeRouterPlatform.h"
 #include "tests/unit/platform/routerAudio/MixerFixture.h"
 #include "tests/unit/platform/routerAudio/RenderGuard.h"
 
 #include <array>
+#include <atomic>
 #include <csignal>
 #include <functional>
 #include <iterator>
@@ -12,6 +15,7 @@
 #include <mutex>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -20,7 +24,13 @@ protected:
     static constexpr int kRounds = 20'000;
 
     // Runs render calls under watch, in a process of their own, while other threads use the mixer's locks.
-    [[noreturn]] void render(const std::function<void(float*, std::uint32_t)>& call) {
+    [[noreturn]] void render(const RenderCallback& call) {
+        contend();
+        renderUnderWatch(call);
+    }
+
+    // Eight sources, and two threads that feed them and change records for ever.
+    void contend() {
         for (std::uint32_t source = 20; source < 28; ++source) {
             AppAudioConfig config = onBothBuses(source);
             config.solo = source == 20;
@@ -37,6 +47,10 @@ protected:
                 }
             }).detach();
         }
+    }
+
+    // The calling thread's last work.
+    [[noreturn]] void renderUnderWatch(const RenderCallback& call) {
         std::array<float, 960> output{};
         renderGuard::watchThisThread(std::array{renderGuard::AllowedObject{&buffers, sizeof(buffers)},
                                                 renderGuard::AllowedObject{&store, sizeof(store)}});
@@ -53,6 +67,16 @@ protected:
 
 using RealTimeDeathTest = RealTime;
 
+// An output whose render thread is under watch.
+class WatchedOutput : public OfflineRenderChannel {
+public:
+    explicit WatchedOutput(std::function<void(const RenderCallback&)> lastWork) : work(std::move(lastWork)) {}
+    void run(const std::atomic<bool>& /*running*/, const RenderCallback& render) override { work(render); }
+
+private:
+    std::function<void(const RenderCallback&)> work;
+};
+
 std::mutex foreignMutex;
 
 } // namespace
@@ -68,6 +92,35 @@ TEST_F(RealTimeDeathTest, MixBusNeitherAllocatesNorTakesOtherLocksNorCallsTheSys
 TEST_F(RealTimeDeathTest, MixSoloNeitherAllocatesNorTakesOtherLocksNorCallsTheSystem) {
     EXPECT_EXIT(render([this](float* output, std::uint32_t frames) { buffers.mixSolo(output, frames); }),
                 testing::ExitedWithCode(0), "[1-9][0-9]* locks, [1-9][0-9]* contended");
+}
+
+// The whole way of a render thread: what the forwarder hands to an output.
+TEST_F(RealTimeDeathTest, RenderCallbacksOfEveryOutputKeepToTheTwoLocks) {
+    for (const std::uint32_t busId : {BusForwarder::kBus1Id, BusForwarder::kBus2Id, BusForwarder::kSoloId}) {
+        const auto play = [&] {
+            FakeRouterPlatform system;
+            system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Speakers", L"{spk}"));
+            system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Port", L"{port}", 0));
+            RouterPlatform platform = system.platform();
+            platform.makeRenderChannel = [this](std::uint32_t) -> std::unique_ptr<RenderChannel> {
+                return std::make_unique<WatchedOutput>(
+                    [this](const RenderCallback& call) { renderUnderWatch(call); });
+            };
+            BusForwarder forwarder(platform, buffers);
+            if (busId == BusForwarder::kSoloId) {
+                forwarder.setSoloDevice(L"{spk}");
+            } else if (busId == BusForwarder::kBus1Id) {
+                forwarder.setBus1Device(L"{port}");
+            } else {
+                forwarder.setBus2Device(L"{port}");
+            }
+            contend();
+            static_cast<void>(forwarder.start());
+            forwarder.stop(); // waits for a thread that ends the process
+        };
+        EXPECT_EXIT(play(), testing::ExitedWithCode(0), "[1-9][0-9]* locks, [1-9][0-9]* contended")
+            << "bus " << busId;
+    }
 }
 
 TEST_F(RealTimeDeathTest, GuardFindsAnAllocation) {

@@ -1,0 +1,170 @@
+#include "tools/scene/OfflinePlatform.h"
+
+#include "platform/routerAudio/PerAppInputBuffers.h"
+#include "platform/routerAudio/Resampler.h"
+
+#include <functional>
+#include <utility>
+
+namespace {
+
+constexpr std::int64_t kHundredNsPerSecond = 10'000'000;
+
+RenderFormat renderFormatOf(const WaveFormat& wave) {
+    return {wave, wave.samplesPerSecond * wave.blockAlign, 0};
+}
+
+class NoApartment : public ComApartment {
+public:
+    [[nodiscard]] HResult initialize() override { return kHResultOk; }
+    void uninitialize() override {}
+};
+
+class ListedEndpoints : public AudioEndpointSystem {
+public:
+    explicit ListedEndpoints(const std::vector<AudioEndpointPointer>& all) : endpoints(all) {}
+
+    [[nodiscard]] EndpointEnumeration activeEndpoints(EndpointFlow flow) override {
+        EndpointEnumeration list;
+        for (const AudioEndpointPointer& endpoint : endpoints) {
+            if (endpoint->flow == flow) {
+                list.endpoints.push_back(endpoint);
+            }
+        }
+        return list;
+    }
+
+    [[nodiscard]] std::wstring defaultRenderEndpointId() override {
+        const EndpointEnumeration list = activeEndpoints(EndpointFlow::Render);
+        return list.endpoints.empty() ? std::wstring() : list.endpoints.front()->id.value_or(std::wstring());
+    }
+
+    [[nodiscard]] HResult probeActivation(const AudioEndpoint& /*endpoint*/) override { return kHResultOk; }
+
+    [[nodiscard]] SetDefaultOutcome setDefaultEndpoint(EndpointFlow /*flow*/,
+                                                       const AudioEndpoint& /*endpoint*/) override {
+        return {SetDefaultStep::Set, kHResultNotImplemented};
+    }
+
+private:
+    const std::vector<AudioEndpointPointer>& endpoints;
+};
+
+} // namespace
+
+void OfflineCapture::setBufferDuration(std::int64_t newDuration) {
+    duration = newDuration;
+}
+
+void OfflineCapture::setClientFormat(const WaveFormat& format) {
+    clientFormat = renderFormatOf(format);
+}
+
+HResult OfflineCapture::startCapture(std::uint32_t processId, bool /*includeProcessTree*/) {
+    source = processId;
+    // A client that does not say its format is one that has no such call.
+    const RenderFormat format =
+        chooseCaptureFormat(clientFormat ? kHResultOk : kHResultNotImplemented, clientFormat);
+    logCapturingProcess(processId);
+    logCaptureStarted(
+        processId, static_cast<std::uint32_t>(duration * format.wave.samplesPerSecond / kHundredNsPerSecond));
+    capturing = true;
+    return kHResultOk;
+}
+
+HResult OfflineCapture::stopCapture() {
+    return std::exchange(capturing, false) ? kHResultOk : kHResultInvalidState;
+}
+
+bool OfflineCapture::deliver(const void* data, std::uint32_t byteCount, const WaveFormat& format) {
+    if (!capturing) {
+        return false;
+    }
+    buffers.addInputData(source, data, byteCount, format);
+    buffers.updateBusLevels();
+    return true;
+}
+
+// Tells the platform which process it captures.
+class OfflinePlatform::Capture : public OfflineCapture, public std::enable_shared_from_this<Capture> {
+public:
+    Capture(PerAppInputBuffers& inputBuffers, OfflinePlatform& system)
+        : OfflineCapture(inputBuffers), owner(system) {}
+
+    [[nodiscard]] HResult startCapture(std::uint32_t processId, bool includeProcessTree) override {
+        owner.captures[processId] = weak_from_this();
+        const auto format = owner.setting.processFormats.find(processId);
+        if (format != owner.setting.processFormats.end()) {
+            setClientFormat(format->second);
+        }
+        return OfflineCapture::startCapture(processId, includeProcessTree);
+    }
+
+private:
+    OfflinePlatform& owner;
+};
+
+// Tells the platform what it plays to, and when it is gone.
+class OfflinePlatform::Output : public OfflineRenderChannel {
+public:
+    Output(std::uint32_t busId, OfflinePlatform& system)
+        : setting(system.setting), entry(system.outputs.at(busId - 1)) {}
+    ~Output() override { entry.channel = nullptr; }
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    [[nodiscard]] bool open(const AudioEndpoint& endpoint) override {
+        const auto rate = setting.endpointRates.find(endpoint.id.value_or(std::wstring()));
+        entry.format = chooseRenderFormat(
+            kHResultOk, renderFormatOf(floatWaveFormat(
+                            2, rate != setting.endpointRates.end() ? rate->second : kMixSampleRate)));
+        // As a system does: an input cannot play.
+        if (endpoint.flow == EndpointFlow::Capture) {
+            logRenderFailure(RenderStep::GetService, kHResultWrongEndpoint);
+            return false;
+        }
+        entry.channel = this;
+        entry.endpoint = endpoint;
+        return OfflineRenderChannel::open(endpoint);
+    }
+
+private:
+    const Setting& setting;
+    OpenOutput& entry;
+};
+
+OfflinePlatform::OfflinePlatform(Setting systemSetting) : setting(std::move(systemSetting)) {
+    for (const AudioEndpoint& endpoint : setting.endpoints) {
+        endpoints.push_back(std::make_shared<const AudioEndpoint>(endpoint));
+    }
+}
+
+RouterPlatform OfflinePlatform::platform() {
+    RouterPlatform platform;
+    platform.com = std::make_shared<NoApartment>();
+    platform.endpoints = std::make_shared<ListedEndpoints>(endpoints);
+    platform.makeProcessCapture = [this](PerAppInputBuffers& buffers) -> std::shared_ptr<ProcessCapture> {
+        return std::make_shared<Capture>(buffers, *this);
+    };
+    platform.makeRenderChannel = [this](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
+        return std::make_unique<Output>(busId, *this);
+    };
+    return platform;
+}
+
+std::shared_ptr<OfflineCapture> OfflinePlatform::captureOf(std::uint32_t processId) const {
+    const auto found = captures.find(processId);
+    return found != captures.end() ? found->second.lock() : nullptr;
+}
+
+OfflineRenderChannel* OfflinePlatform::outputOf(std::uint32_t busId) const {
+    return outputs.at(busId - 1).channel;
+}
+
+const AudioEndpoint& OfflinePlatform::endpointOf(std::uint32_t busId) const {
+    return outputs.at(busId - 1).endpoint;
+}
+
+const RenderFormat& OfflinePlatform::formatOf(std::uint32_t busId) const {
+    return outputs.at(busId - 1).format;
+}

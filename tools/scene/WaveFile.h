@@ -1,0 +1,30 @@
+#pragma once
+
+// Sound files of the kind RIFF/WAVE.
+
+#include "platform/routerAudio/WaveFormat.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <stdexcept>
+#include <vector>
+
+struct WaveFile {
+    WaveFormat format;
+    std::vector<std::byte> data; ///< whole frames as they lie in the file
+};
+
+/// A file that cannot be read or written; the text says which and why.
+class WaveFileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Reads any format that has a plain header, known to the mixer or not. Throws WaveFileError.
+[[nodiscard]] WaveFile readWaveFile(const std::filesystem::path& path);
+
+/// Writes interleaved stereo float. Throws WaveFileError.
+void writeWaveFile(const std::filesystem::path& path, std::span<const float> stereo,
+                   std::uint32_t sampleRate);
