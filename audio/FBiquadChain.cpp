@@ -1,5 +1,6 @@
 #include "audio/FBiquadChain.h"
 
+#include "audio/DenormalsAreZero.h"
 #include "audio/FBiquadCascade.h"
 
 #include <algorithm>
@@ -78,6 +79,7 @@ void FBiquadChain::process(const float* in, float* out) {
         std::copy_n(in, channelCount, out);
         return;
     }
+    const DenormalsAreZero mode;
     std::array<float, kMaxChannels> frame;
     std::copy_n(in, channelCount, frame.begin());
     for (FBiquadFilter& filter : filters) {
@@ -90,6 +92,7 @@ void FBiquadChain::processBlock(float* block, std::size_t frameCount) {
     if (channels < 1 || channels > kMaxChannels) {
         return;
     }
+    const DenormalsAreZero mode;
     FBiquadCascade cascade(static_cast<std::size_t>(channels));
     for (FBiquadFilter& filter : filters) {
         if (!filter.isEnabled()) {
@@ -101,6 +104,10 @@ void FBiquadChain::processBlock(float* block, std::size_t frameCount) {
         }
     }
     cascade.run(block, frameCount);
+    clearNonFinite();
+}
+
+void FBiquadChain::clearNonFinite() {
     for (FBiquadFilter& filter : filters) {
         for (FBiquad& section : filter.channelSections()) {
             if (!isFinite(section)) {

@@ -1,6 +1,8 @@
 #pragma once
 
-// Equaliser bands in series, over up to 8 interleaved channels. Belongs to the thread that runs it.
+// Equaliser bands in series, over up to 8 interleaved channels. Belongs to the thread that runs it. Not only
+// a section's result but each product in it is 0.0 below the smallest normal float, so that fading sound
+// costs no more than other.
 
 #include "audio/FBiquadFilter.h"
 
@@ -27,12 +29,17 @@ public:
     void reset(std::int32_t band);
 
     /// One frame, one float per channel, through the enabled bands in order. `in` and `out` may be the same.
+    /// A NaN that comes in stays in the history until clearNonFinite().
     void process(const float* in, float* out);
 
-    /// `frameCount` interleaved frames in place: the result and the history of process() on each, bit for
-    /// bit, many times faster. A section whose history is no longer finite (a NaN came in) is cleared at the
-    /// end of the block, so that it recovers with the next.
+    /// `frameCount` interleaved frames in place: the result and the history of process() on each and of
+    /// clearNonFinite() after the last, bit for bit.
     void processBlock(float* block, std::size_t frameCount);
+
+    /// Clears each section whose history is no longer finite (a NaN, an infinity or an absurd sample came
+    /// in), so that it recovers with the next frame; the others go on as they are. For after the last frame
+    /// of a block.
+    void clearNonFinite();
 
     [[nodiscard]] std::int32_t bandCount() const { return filterCount; }
     [[nodiscard]] std::int32_t channelCount() const { return channels; }

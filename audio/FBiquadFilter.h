@@ -33,7 +33,7 @@ public:
 
     /// Sets all four and designs. It does nothing when type, bandwidth and gain are as before and the
     /// frequency is 20.0 or more; a frequency alone is thus no change, and one below 20.0 always is, and is
-    /// taken as it came. Kept so: the curves that users saved were made with it.
+    /// taken as it came. This form is kept.
     void setParameters(FBiquadType newType, float newFrequency, float newBandwidth, float newGain);
 
     /// Each of these designs when the value differs; the frequency is at least 0.0 here.

@@ -3,17 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace {
-
-void printVerdict(const char* relation, std::optional<double> budget, bool kept) {
-    if (budget) {
-        std::printf("   budget %s %g: %s", relation, *budget, kept ? "kept" : "MISSED");
-    }
-    std::printf("\n");
-}
-
-} // namespace
-
 bool BenchmarkTable::run(int argc, char* argv[]) {
     std::string repetitions = "--benchmark_repetitions=9";
     std::string minimum = "--benchmark_min_time=0.02s";
@@ -51,29 +40,40 @@ double BenchmarkTable::bestNs(const std::string& name) const {
     return found != best.end() ? found->second : 0.0;
 }
 
-void BenchmarkTable::printAtLeast(const std::string& what, const std::string& slower,
-                                  const std::string& faster, std::optional<double> budget) const {
-    if (bestNs(slower) > 0 && bestNs(faster) > 0) {
-        const double ratio = bestNs(slower) / bestNs(faster);
-        std::printf("%-68s %9.0f ns %8.2f times faster", what.c_str(), bestNs(faster), ratio);
-        printVerdict(">=", budget, ratio >= budget.value_or(0));
+void BenchmarkTable::print(const BenchmarkRow& row) {
+    const double ns = bestNs(row.measured);
+    if (ns <= 0) {
+        return;
     }
+    std::printf("%-46s %9.0f ns", row.what.c_str(), ns);
+    const double faster = bestNs(row.literal) / ns;
+    if (faster > 0) {
+        std::printf(" %7.2f x literal", faster);
+    } else {
+        std::printf(" %7s          ", "-");
+    }
+    const double percent = ns / 10.0 / row.blockUs;
+    std::printf(" %8.4f %% of %6.0f us", percent, row.blockUs);
+    const double against = bestNs(row.against);
+    if (against > 0) {
+        std::printf("  %5.2f x as long as %s", ns / against, row.againstWhat.c_str());
+    } else if (!row.againstWhat.empty() && row.against.empty()) {
+        std::printf("  not compared: %s", row.againstWhat.c_str());
+    }
+    if (faster > 0) {
+        printVerdict("literal", ">=", row.atLeast, faster >= row.atLeast.value_or(0));
+    }
+    if (against > 0) {
+        printVerdict(row.againstWhat.c_str(), "<=", row.atMost, ns / against <= row.atMost.value_or(1e9));
+    }
+    printVerdict("share", "<=", row.percentAtMost, percent <= row.percentAtMost.value_or(1e9));
+    std::printf("\n");
 }
 
-void BenchmarkTable::printAtMost(const std::string& what, const std::string& measured,
-                                 const std::string& against, std::optional<double> budget) const {
-    if (bestNs(measured) > 0 && bestNs(against) > 0) {
-        const double ratio = bestNs(measured) / bestNs(against);
-        std::printf("%-68s %9.0f ns %8.2f times as long", what.c_str(), bestNs(measured), ratio);
-        printVerdict("<=", budget, ratio <= budget.value_or(ratio));
-    }
-}
-
-void BenchmarkTable::printShare(const std::string& what, const std::string& name, double blockUs,
-                                std::optional<double> budget) const {
-    if (bestNs(name) > 0) {
-        const double percent = bestNs(name) / 10.0 / blockUs;
-        std::printf("%-68s %9.0f ns %8.3f %% of %.0f us", what.c_str(), bestNs(name), percent, blockUs);
-        printVerdict("<=", budget, percent <= budget.value_or(percent));
+void BenchmarkTable::printVerdict(const char* what, const char* relation, std::optional<double> budget,
+                                  bool kept) {
+    if (budget) {
+        std::printf("  [%s %s %g: %s]", what, relation, *budget, kept ? "kept" : "MISSED");
+        missed += kept ? 0 : 1;
     }
 }

@@ -9,6 +9,20 @@
 #include <string>
 #include <vector>
 
+/// One line of the table: what a benchmark costs, and beside what. A budget that is missing is none; a
+/// comparison whose benchmark was not run is a dash.
+struct BenchmarkRow {
+    std::string what;
+    std::string measured;               ///< a benchmark's name, as the others
+    std::string literal = {};           ///< the definition's loops: how many times slower they are
+    std::optional<double> atLeast = {}; ///< budget for that
+    std::string against = {};           ///< another yardstick: how many times as long this one takes
+    std::string againstWhat = {};       ///< what that is, for the reader; alone: why there is no comparison
+    std::optional<double> atMost = {};  ///< budget for that
+    double blockUs = 0;                 ///< duration of the sound that is worked on
+    std::optional<double> percentAtMost = {}; ///< budget for the share of it
+};
+
 class BenchmarkTable : public benchmark::ConsoleReporter {
 public:
     BenchmarkTable() : ConsoleReporter(OO_Tabular) {}
@@ -22,17 +36,15 @@ public:
     /// Nanoseconds an iteration of the benchmark took at best; 0 when it was not run.
     [[nodiscard]] double bestNs(const std::string& name) const;
 
-    /// The line of two benchmarks: the time of `faster`, and how many times it goes into that of `slower`.
-    /// With a budget the line also says whether it is kept; nothing is printed when one of them was not run.
-    void printAtLeast(const std::string& what, const std::string& slower, const std::string& faster,
-                      std::optional<double> budget = {}) const;
-    /// The same for how many times `against` goes into `measured`, an upper limit.
-    void printAtMost(const std::string& what, const std::string& measured, const std::string& against,
-                     std::optional<double> budget = {}) const;
-    /// The same for the share of a block's duration, in percent.
-    void printShare(const std::string& what, const std::string& name, double blockUs,
-                    std::optional<double> budget = {}) const;
+    /// Prints a row, nothing when its benchmark was not run.
+    void print(const BenchmarkRow& row);
+
+    /// Whether each budget of the rows so far was kept.
+    [[nodiscard]] bool allKept() const { return missed == 0; }
 
 private:
+    void printVerdict(const char* what, const char* relation, std::optional<double> budget, bool kept);
+
     std::map<std::string, double> best;
+    int missed = 0;
 };

@@ -35,7 +35,9 @@ struct AppAudioConfig {
     return config;
 }
 
-/// A pair of meter values, linear, from 0.0 upward. A source's level is at most 1.0; a bus can exceed it.
+/// A pair of meter values, linear. A source's level is at most 1.0; a bus can exceed it. From 0.0 upward, but
+/// for negative volumes: they are multiplied in as they are, so that a source, or a bus whose master's volume
+/// is negative, reads below 0.0.
 struct StereoLevel {
     float left = 0.0f;
     float right = 0.0f;

@@ -1,5 +1,7 @@
 #include "platform/routerAudio/AppAudioConfigStore.h"
 
+#include "platform/routerAudio/LockedIds.h"
+
 #include <utility>
 
 AppAudioConfigStore& AppAudioConfigStore::instance() {
@@ -8,8 +10,15 @@ AppAudioConfigStore& AppAudioConfigStore::instance() {
 }
 
 void AppAudioConfigStore::putConfig(std::uint32_t processID, const AppAudioConfig& record) {
+    // Made before the lock, and freed after it when the id had a record.
+    std::map<std::uint32_t, AppAudioConfig> prepared{{processID, record}};
     const std::lock_guard lock(mutex);
-    records.insert_or_assign(processID, record);
+    const auto found = records.find(processID);
+    if (found != records.end()) {
+        found->second = record;
+    } else {
+        records.insert(prepared.extract(prepared.begin()));
+    }
 }
 
 AppAudioConfig AppAudioConfigStore::getConfig(std::uint32_t processID) const {
@@ -32,17 +41,11 @@ AppAudioConfig AppAudioConfigStore::getBusConfig(std::uint32_t bus) const {
 }
 
 std::vector<std::uint32_t> AppAudioConfigStore::allProcessIds() const {
-    const std::lock_guard lock(mutex);
-    std::vector<std::uint32_t> ids;
-    ids.reserve(records.size());
-    for (const auto& [processID, record] : records) {
-        ids.push_back(processID);
-    }
-    return ids;
+    return idsUnderLock(mutex, records, [](std::uint32_t processID) { return processID; });
 }
 
 void AppAudioConfigStore::clear() {
-    std::map<std::uint32_t, AppAudioConfig> old;
+    std::map<std::uint32_t, AppAudioConfig> old; // freed after the lock
     const std::lock_guard lock(mutex);
     records.swap(old);
 }

@@ -1,8 +1,9 @@
 #pragma once
 
 // Keeps the routing record of every source. All operations may be called on any thread; each holds the
-// store's mutex for a look-up and a copy. Render callbacks take this mutex inside that of PerAppInputBuffers,
-// never the other way round.
+// store's mutex for a look-up and a copy, allProcessIds() for a walk over the ids, and takes and gives back
+// memory outside of it. Render callbacks take this mutex inside that of PerAppInputBuffers, never the other
+// way round.
 
 #include "platform/routerAudio/AppAudioConfig.h"
 

@@ -44,6 +44,11 @@ void RingWriter::write(std::span<const float> stereo) {
     }
 }
 
+void RingWriter::skip(std::uint64_t frameCount) {
+    position = static_cast<std::uint32_t>((position + 2 * (frameCount % InputBuffer::kFrameCount)) %
+                                          InputBuffer::kFloatCount);
+}
+
 void RingWriter::publish() {
     if (ring != nullptr) {
         ring->writePos.store(position, std::memory_order_release); // pairs with the acquire in RingReader

@@ -40,7 +40,8 @@ struct InputBuffer {
     void reset();
 };
 
-/// Two neighbouring frames, for loops that take them together.
+/// Two neighbouring frames, for loops that take them together. In the vector notation that GCC, clang and
+/// MinGW share; the tree has no other compiler.
 using FramePair = float __attribute__((vector_size(16)));
 
 [[nodiscard]] inline FramePair loadPair(const InputBuffer::Frame* at) {
@@ -65,6 +66,8 @@ public:
 
     /// Appends interleaved stereo samples, each times the gain. More than a ring's length overwrites itself.
     void write(std::span<const float> stereo);
+    /// Goes on by `frameCount` without a write: for frames that a ring's length of others will follow.
+    void skip(std::uint64_t frameCount);
     void publish();
 
 private:

@@ -92,7 +92,9 @@ float softLimit(float sample) {
         return 0.0f;
     }
     // The curve is 1.0 from 2.0 on: what lies further out need not reach the exponential.
-    sample = std::clamp(sample, -2.0f, 2.0f);
+    if (std::fabs(sample) >= 2.0f) {
+        return std::copysign(1.0f, sample);
+    }
     if (sample > kLimiterKnee) {
         sample =
             kLimiterKnee + kLimiterHeadroom * (1.0f - std::exp(-kLimiterSteepness * (sample - kLimiterKnee)));

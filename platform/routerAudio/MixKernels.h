@@ -1,8 +1,10 @@
 #pragma once
 
 // The loops of the mixer over contiguous memory. Plain functions for any thread: they allocate nothing, take
-// no lock and make no system call. Their results are those of the scalar definition, bit for bit; only
-// LevelMeter adds up its squares in another order.
+// no lock and make no system call. Their results are those of the scalar definition, bit for bit, with two
+// exceptions: where the definition lets a NaN through to the output, softLimit() makes silence of it; and
+// LevelMeter adds up its squares in another order and partly in double precision, since one float sum loses
+// its digits over a long packet.
 
 #include "platform/routerAudio/AppAudioConfig.h"
 #include "platform/routerAudio/InputBuffer.h"

@@ -1,6 +1,8 @@
 #include "platform/routerAudio/PerAppInputBuffers.h"
 
+#include "audio/DenormalsAreZero.h"
 #include "platform/routerAudio/AppAudioConfigStore.h"
+#include "platform/routerAudio/LockedIds.h"
 #include "platform/routerAudio/MixKernels.h"
 #include "platform/routerAudio/Resampler.h"
 #include "platform/routerAudio/RouterLog.h"
@@ -14,7 +16,7 @@
 namespace {
 
 // Frames that are resampled, measured and written together: what a slow rate makes of a packet has no bound.
-constexpr std::size_t kPieceFrames = 2048;
+constexpr std::uint64_t kPieceFrames = 2048;
 // Sources for which a bus has room before its list grows.
 constexpr std::size_t kExpectedSources = 64;
 
@@ -69,6 +71,7 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
     if (!config.active) {
         return;
     }
+    const DenormalsAreZero mode;
     PacketScratch& scratch = packetScratch();
     const std::span<const float> converted = convertToStereoFloat(data, byteCount, format, scratch.converted);
     if (converted.empty()) {
@@ -77,23 +80,32 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
     const std::uint32_t rate = format.samplesPerSecond;
     const std::uint64_t frameCount = resampledFrameCount(converted.size() / 2, rate);
     if (frameCount == 0) {
+        // The second text is never reached: a rate gives each packet one frame at least, by definition.
         routerLog(L"[WARNING] Resampling from " + std::to_wstring(rate) +
                   (rate == 0 ? L" Hz to 48000 Hz returned empty result, skipping packet"
                              : L" Hz to 48000 Hz resulted in 0 frames"));
         return;
     }
 
-    const auto [ring1, ring2] = ringsOf(processID);
+    // Both rings of a source are made together, at its first packet.
+    const auto [ring1, ring2] = findOrMake(std::array{ringKey(processID, 1), ringKey(processID, 2)});
     RingWriter bus1(config.input1Enabled && !config.input1Muted ? ring1.get() : nullptr, config.input1Volume);
     RingWriter bus2(config.input2Enabled && !config.input2Muted ? ring2.get() : nullptr, config.input2Volume);
     // Bus 1's volume on purpose, whatever Bus 1's switches say: a source muted there can be listened to
     // alone.
     RingWriter solo(config.solo ? soloBuffer.get() : nullptr, config.input1Volume);
 
+    // Only the last frames of a packet that is longer than a ring would outlive it.
+    const std::uint64_t unheardFrames =
+        frameCount - std::min<std::uint64_t>(frameCount, InputBuffer::kFrameCount);
+    for (RingWriter* const ring : {&bus1, &bus2, &solo}) {
+        ring->skip(unheardFrames);
+    }
     LevelMeter meter;
     for (std::uint64_t done = 0; done < frameCount;) {
-        const std::size_t pieceFrames =
-            static_cast<std::size_t>(std::min<std::uint64_t>(kPieceFrames, frameCount - done));
+        const bool heard = done >= unheardFrames;
+        const auto pieceFrames =
+            static_cast<std::size_t>(std::min(kPieceFrames, (heard ? frameCount : unheardFrames) - done));
         std::span<const float> piece;
         if (rate == kMixSampleRate) {
             piece = converted.subspan(2 * static_cast<std::size_t>(done), 2 * pieceFrames);
@@ -103,9 +115,11 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
             piece = resampled;
         }
         meter.add(piece);
-        bus1.write(piece);
-        bus2.write(piece);
-        solo.write(piece);
+        if (heard) {
+            bus1.write(piece);
+            bus2.write(piece);
+            solo.write(piece);
+        }
         done += pieceFrames;
     }
 
@@ -118,6 +132,7 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
 }
 
 void PerAppInputBuffers::updateBusLevels() {
+    const DenormalsAreZero mode;
     const std::lock_guard lock(mutex);
     std::array<StereoLevel, 2> sums;
     for (std::size_t bus = 0; bus < sums.size(); ++bus) {
@@ -168,6 +183,7 @@ void PerAppInputBuffers::addBus(const BusRings& busRings,
 }
 
 void PerAppInputBuffers::mixBus(float* output, std::uint32_t frames, std::uint32_t bus) {
+    const DenormalsAreZero mode;
     // The mix grows in the output itself.
     const std::span<float> mix(output, std::size_t{frames} * 2);
     std::ranges::fill(mix, 0.0f);
@@ -179,6 +195,7 @@ void PerAppInputBuffers::mixBus(float* output, std::uint32_t frames, std::uint32
 }
 
 void PerAppInputBuffers::mixSolo(float* output, std::uint32_t frames) {
+    const DenormalsAreZero mode;
     const std::span<float> mix(output, std::size_t{frames} * 2);
     std::ranges::fill(mix, 0.0f);
     const std::lock_guard lock(mutex);
@@ -198,15 +215,18 @@ void PerAppInputBuffers::mixSolo(float* output, std::uint32_t frames) {
 }
 
 StereoLevel PerAppInputBuffers::getProcessLevels(std::uint32_t processID) const {
-    StereoLevel level;
     const std::lock_guard lock(mutex);
-    for (const std::uint32_t bus : {1u, 2u}) {
-        if (const InputBuffer* const ring = find(processID, bus)) {
-            level.left = std::max(level.left, ring->levelLeft.load(std::memory_order_relaxed));
-            level.right = std::max(level.right, ring->levelRight.load(std::memory_order_relaxed));
+    const auto meterOn = [&](std::uint32_t bus) -> StereoLevel {
+        const InputBuffer* const ring = find(processID, bus);
+        if (ring == nullptr) {
+            return {};
         }
-    }
-    return level;
+        return {ring->levelLeft.load(std::memory_order_relaxed),
+                ring->levelRight.load(std::memory_order_relaxed)};
+    };
+    const StereoLevel level1 = meterOn(1);
+    const StereoLevel level2 = meterOn(2);
+    return {std::max(level1.left, level2.left), std::max(level1.right, level2.right)};
 }
 
 StereoLevel PerAppInputBuffers::getBus1Levels() const {
@@ -218,18 +238,15 @@ StereoLevel PerAppInputBuffers::getBus2Levels() const {
 }
 
 std::set<std::uint32_t> PerAppInputBuffers::collectProcessIds() const {
-    std::set<std::uint32_t> ids;
-    const std::lock_guard lock(mutex);
-    for (const auto& [key, ring] : rings) {
+    const std::vector<std::uint32_t> ids = idsUnderLock(mutex, rings, [](const std::string& key) {
         std::uint32_t processID = 0;
         std::from_chars(key.data(), key.data() + key.find(':'), processID);
-        ids.insert(processID);
-    }
-    return ids;
+        return processID;
+    });
+    return {ids.begin(), ids.end()};
 }
 
 void PerAppInputBuffers::resetProcessBuffers(std::uint32_t processID) {
-    // Under the lock, since consumers read the rings under it.
     const std::lock_guard lock(mutex);
     for (const std::uint32_t bus : {1u, 2u}) {
         if (InputBuffer* const ring = find(processID, bus)) {
@@ -239,19 +256,7 @@ void PerAppInputBuffers::resetProcessBuffers(std::uint32_t processID) {
 }
 
 std::shared_ptr<InputBuffer> PerAppInputBuffers::getInputBuffer(std::uint32_t processID, std::uint32_t bus) {
-    const std::string key = ringKey(processID, bus);
-    {
-        const std::lock_guard lock(mutex);
-        const auto found = rings.find(key);
-        if (found != rings.end()) {
-            return found->second;
-        }
-    }
-    RingMap prepared;
-    prepared.emplace(key, std::make_shared<InputBuffer>());
-    const std::lock_guard lock(mutex);
-    insert(prepared);
-    return rings.find(key)->second;
+    return findOrMake(std::array{ringKey(processID, bus)})[0];
 }
 
 void PerAppInputBuffers::clear() {
@@ -268,35 +273,44 @@ InputBuffer* PerAppInputBuffers::find(std::uint32_t processID, std::uint32_t bus
     return found != rings.end() ? found->second.get() : nullptr;
 }
 
-// Both rings of a source, made together at its first packet.
-std::pair<std::shared_ptr<InputBuffer>, std::shared_ptr<InputBuffer>>
-PerAppInputBuffers::ringsOf(std::uint32_t processID) {
-    const std::string key1 = ringKey(processID, 1);
-    const std::string key2 = ringKey(processID, 2);
+// The rings of some keys; when one is missing, all are made, outside of the lock, and those whose key is new
+// go into the map.
+template <std::size_t kCount>
+std::array<std::shared_ptr<InputBuffer>, kCount>
+PerAppInputBuffers::findOrMake(const std::array<std::string, kCount>& keys) {
+    std::array<std::shared_ptr<InputBuffer>, kCount> result;
+    const auto lookUp = [&] {
+        std::ranges::transform(keys, result.begin(), [this](const std::string& key) {
+            const auto found = rings.find(key);
+            return found != rings.end() ? found->second : nullptr;
+        });
+    };
     {
         const std::lock_guard lock(mutex);
-        const auto ring1 = rings.find(key1);
-        const auto ring2 = rings.find(key2);
-        if (ring1 != rings.end() && ring2 != rings.end()) {
-            return {ring1->second, ring2->second};
-        }
+        lookUp();
+    }
+    if (std::ranges::find(result, nullptr) == result.end()) {
+        return result;
     }
     RingMap prepared;
-    prepared.emplace(key1, std::make_shared<InputBuffer>());
-    prepared.emplace(key2, std::make_shared<InputBuffer>());
+    for (const std::string& key : keys) {
+        prepared.emplace(key, std::make_shared<InputBuffer>());
+    }
     const std::lock_guard lock(mutex);
     insert(prepared);
-    return {rings.find(key1)->second, rings.find(key2)->second};
+    lookUp();
+    return result;
 }
 
-// Moves the rings whose keys are new into the map. They were made outside of the lock, which render threads
-// wait for.
+// Moves the rings whose keys are new into the map and leaves the others, for the caller to free after the
+// lock, which render threads wait for. Under the lock.
 void PerAppInputBuffers::insert(RingMap& prepared) {
-    while (!prepared.empty()) {
-        const auto result = rings.insert(prepared.extract(prepared.begin()));
-        if (!result.inserted) {
+    for (auto next = prepared.begin(); next != prepared.end();) {
+        const auto made = next++;
+        if (rings.contains(made->first)) {
             continue;
         }
+        const auto result = rings.insert(prepared.extract(made));
         const std::string& key = result.position->first;
         for (std::size_t bus = 0; bus < ringsByBus.size(); ++bus) {
             // A ring belongs to the bus whose digit follows its colon.

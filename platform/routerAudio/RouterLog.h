@@ -5,7 +5,8 @@
 #include <functional>
 #include <string>
 
-/// Prints one line, whole even when several threads log at once. `line` has no line break at its end.
+/// Prints one line, whole even when several threads log at once. `line` has no line break at its end. A
+/// character that the output cannot express may end the line early.
 /// Any thread but a render callback.
 void routerLog(const std::wstring& line);
 

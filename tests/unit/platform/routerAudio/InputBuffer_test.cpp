@@ -121,6 +121,24 @@ TEST(InputBuffer, ResetEmptiesEverything) {
     EXPECT_EQ(ring->levelLeft + ring->levelRight, 0.0f);
     for (const InputBuffer::Frame& frame : ring->samples) {
         ASSERT_EQ(frame.load().left, 0.0f);
+        ASSERT_EQ(frame.load().right, 0.0f);
+    }
+}
+
+TEST(InputBuffer, SkippedFramesMoveThePositionAndNothingElse) {
+    const auto ring = std::make_unique<InputBuffer>();
+    write(*ring, {1, 2, 3, 4, 5, 6});
+    RingWriter writer(ring.get(), 1.0f);
+    writer.skip(5 * std::uint64_t{InputBuffer::kFrameCount} + 28'798);
+    EXPECT_EQ(ring->writePos.load(), 6u);
+    writer.write(std::vector<float>{7, 8});
+    writer.publish();
+    EXPECT_EQ(ring->writePos.load(), 4u); // 3 and 28798 frames: one before the end of a round, and one more
+    EXPECT_EQ(ring->samples[0].load().left, 1.0f);
+    EXPECT_EQ(ring->samples[1].load().left, 7.0f);
+    EXPECT_EQ(ring->samples[2].load().left, 5.0f);
+    for (std::size_t frame = 3; frame < InputBuffer::kFrameCount; ++frame) {
+        ASSERT_EQ(ring->samples[frame].load().left, 0.0f) << frame;
     }
 }
 

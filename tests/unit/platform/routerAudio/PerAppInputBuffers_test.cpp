@@ -1,16 +1,18 @@
 #include "platform/routerAudio/PerAppInputBuffers.h"
 #include "tests/unit/platform/routerAudio/MixerFixture.h"
+#include "tests/unit/platform/routerAudio/ScalarReference.h"
 
+#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <iostream>
 #include <limits>
 #include <numeric>
 #include <sstream>
+#include <string>
+#include <utility>
 
 namespace {
-
-using PerAppInputBuffersTest = MixerFixture;
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
@@ -27,6 +29,24 @@ public:
 private:
     std::wostringstream text;
     std::wstreambuf* previous;
+};
+
+enum class SoloMode { Sources, Bus1, Bus2 };
+
+class PerAppInputBuffersTest : public MixerFixture {
+protected:
+    // What Solo plays, and how loud both masters are.
+    void choose(SoloMode mode, float masterVolume = 1.0f) {
+        put({.processID = kBus1MasterProcessId,
+             .input1Volume = masterVolume,
+             .solo = mode == SoloMode::Bus1});
+        put({.processID = kBus2MasterProcessId,
+             .input2Volume = masterVolume,
+             .solo = mode == SoloMode::Bus2});
+    }
+
+    // Lets Solo catch up with all that was written.
+    void drainSolo() { static_cast<void>(solo(InputBuffer::kFrameCount)); }
 };
 
 float peakOf(const std::vector<float>& samples) {
@@ -235,30 +255,30 @@ TEST_F(PerAppInputBuffersTest, ChangeFromSoloSourcesToBus1StartsFromTheOldPositi
     AppAudioConfig config = onBothBuses(20);
     config.solo = true;
     put(config);
-    // 500 ms are played from the solo ring, while the whole-bus position of Bus 1 stands still.
-    float next = 0.0f;
-    const auto packet = [&next] {
-        std::vector<float> stereo(960);
-        for (float& sample : stereo) {
+    constexpr std::size_t kBefore = 50;
+    constexpr std::size_t kAfter = 9;
+    // A ramp from above 0 to below the knee, a step a sample, so that each sample is told from any other.
+    std::vector<std::vector<float>> packets(kBefore + kAfter, std::vector<float>(960));
+    float next = 1.0f / 65536.0f;
+    for (std::vector<float>& packet : packets) {
+        for (float& sample : packet) {
             sample = next;
             next += 1.0f / 65536.0f;
         }
-        return stereo;
-    };
-    for (int block = 0; block < 50; ++block) {
-        const std::vector<float> stereo = packet();
-        feed(20, stereo);
-        ASSERT_EQ(firstDifference(solo(480), stereo), "") << block;
-        ASSERT_EQ(firstDifference(bus(1, 480), stereo), "") << block; // has a position of its own
+    }
+    ASSERT_LT(next, 0.95f);
+    // 500 ms are played from the solo ring, while the whole-bus position of Bus 1 stands still.
+    for (std::size_t block = 0; block < kBefore; ++block) {
+        feed(20, packets[block]);
+        ASSERT_EQ(firstDifference(solo(480), packets[block]), "") << block;
+        ASSERT_EQ(firstDifference(bus(1, 480), packets[block]), "") << block; // has a position of its own
     }
     put({.processID = kBus1MasterProcessId, .solo = true});
-    next = 0.0f;
-    const std::vector<float> oldest = packet();
-    next = 0.75f;
-    for (int block = 0; block < 3; ++block) {
-        feed(20, packet());
-        const std::vector<float> heard = solo(480);
-        EXPECT_EQ(heard[0], oldest[0] + static_cast<float>(block) * 960.0f / 65536.0f) << block;
+    const auto ring = buffers.getInputBuffer(20, 1);
+    for (std::size_t block = 0; block < kAfter; ++block) {
+        feed(20, packets[kBefore + block]);
+        EXPECT_EQ(firstDifference(solo(480), packets[block]), "") << block;
+        EXPECT_EQ(ring->writePos.load() - ring->soloReadPos.load(), kBefore * 960) << block;
     }
 }
 
@@ -266,6 +286,8 @@ TEST_F(PerAppInputBuffersTest, ReaderThatLagsByExactlyOneWholeRingHearsNothing) 
     put(onBothBuses(20));
     feed(20, constant(28800, 0.5f, 0.5f));
     EXPECT_EQ(peakOf(bus(1, 480)), 0.0f);
+    feed(20, {0.25f, -0.125f});
+    EXPECT_EQ(bus(1, 2), (std::vector<float>{0.25f, -0.125f, 0.0f, 0.0f}));
 }
 
 TEST_F(PerAppInputBuffersTest, BusLevelExceedsOneWhenSeveralLoudSourcesMeet) {
@@ -310,6 +332,36 @@ TEST_F(PerAppInputBuffersTest, SourceLevelIsTheLargerOfItsTwoMeters) {
     EXPECT_NEAR(buffers.getProcessLevels(20).left, 0.375f, 1e-6f);
     EXPECT_NEAR(buffers.getProcessLevels(20).right, 0.1875f, 1e-6f);
     EXPECT_EQ(buffers.getProcessLevels(21), (StereoLevel{0.0f, 0.0f}));
+}
+
+TEST_F(PerAppInputBuffersTest, SourceWhoseVolumesAreBothNegativeHasTheLargerNegativeLevel) {
+    AppAudioConfig config = onBothBuses(20);
+    config.input1Volume = -1.0f;
+    config.input2Volume = -0.5f;
+    put(config);
+    feed(20, constant(480, 0.5f, 0.25f));
+    EXPECT_NEAR(buffers.getProcessLevels(20).left, -0.375f, 1e-6f);
+    EXPECT_NEAR(buffers.getProcessLevels(20).right, -0.1875f, 1e-6f);
+    // With one ring alone the missing one counts 0.0.
+    const auto ring = buffers.getInputBuffer(21, 2);
+    ring->levelLeft = -0.5f;
+    ring->levelRight = 0.5f;
+    EXPECT_EQ(buffers.getProcessLevels(21), (StereoLevel{0.0f, 0.5f}));
+}
+
+TEST_F(PerAppInputBuffersTest, MeterOfA44100HzPacketIsMeasuredAfterResampling) {
+    put(onBothBuses(20));
+    // The highest tone that a packet can hold: interpolation takes most of it away between the samples.
+    std::vector<float> tone(882);
+    for (std::size_t at = 0; at < tone.size(); ++at) {
+        tone[at] = at / 2 % 2 == 0 ? 0.4f : -0.4f;
+    }
+    feed(20, tone, 44100);
+    const StereoLevel before = reference::measure(tone);
+    const StereoLevel after = reference::measure(reference::resampleTo48k(tone, 44100));
+    ASSERT_GT(before.left - after.left, 0.1f);
+    EXPECT_NEAR(buffers.getProcessLevels(20).left, after.left, 1e-6f);
+    EXPECT_NEAR(buffers.getProcessLevels(20).right, after.right, 1e-6f);
 }
 
 TEST_F(PerAppInputBuffersTest, MetersKeepTheirLastValueUntilTheSourceIsReset) {
@@ -364,51 +416,98 @@ TEST_F(PerAppInputBuffersTest, AllKindsOfSourceIdsAreCollected) {
 }
 
 TEST_F(PerAppInputBuffersTest, NotANumberOrInfinityDoesNotOutliveItsFrames) {
-    put(onBothBuses(20));
-    put(onBothBuses(21));
-    for (const float bad : {kNan, kInfinity, -kInfinity}) {
-        feed(20, constant(480, bad, bad));
-        feed(21, constant(480, -bad, 0.5f));
-        buffers.updateBusLevels();
-        const std::vector<float> spoilt = bus(1, 480);
-        for (const float sample : spoilt) {
-            ASSERT_LE(std::fabs(sample), 1.0f);
+    for (const std::uint32_t processID : {20u, 21u}) {
+        AppAudioConfig config = onBothBuses(processID);
+        config.solo = processID == 20;
+        put(config);
+    }
+    for (const SoloMode mode : {SoloMode::Sources, SoloMode::Bus1, SoloMode::Bus2}) {
+        choose(mode);
+        for (const std::uint32_t rate : {48000u, 44100u}) {
+            const std::size_t frames = rate / 100; // 480 after resampling
+            const std::vector<float> good = constant(frames, 0.25f, -0.125f);
+            const std::vector<float> one = reference::resampleTo48k(good, rate);
+            std::vector<float> both(one);
+            std::ranges::transform(both, both.begin(), [](float sample) { return sample + sample; });
+            for (const float bad : {kNan, kInfinity, -kInfinity}) {
+                const std::string what = std::to_string(rate) + " Hz, " + std::to_string(bad) + ", mode " +
+                                         std::to_string(static_cast<int>(mode));
+                drainSolo();
+                feed(20, constant(frames, bad, bad), rate);
+                feed(21, constant(frames, -bad, 0.5f), rate);
+                buffers.updateBusLevels();
+                for (const std::vector<float>& spoilt : {bus(1, 480), bus(2, 480), solo(480)}) {
+                    for (const float sample : spoilt) {
+                        ASSERT_LE(std::fabs(sample), 1.0f) << what;
+                    }
+                }
+                feed(20, good, rate);
+                feed(21, good, rate);
+                buffers.updateBusLevels();
+                EXPECT_EQ(firstDifference(bus(1, 480), both), "") << what;
+                EXPECT_EQ(firstDifference(bus(2, 480), both), "") << what;
+                EXPECT_EQ(firstDifference(solo(480), mode == SoloMode::Sources ? one : both), "") << what;
+                EXPECT_NEAR(buffers.getBus1Levels().left, 0.375f * std::sqrt(2.0f), 1e-6f) << what;
+                EXPECT_NEAR(buffers.getBus2Levels().left, 0.375f * std::sqrt(2.0f), 1e-6f) << what;
+                EXPECT_NEAR(buffers.getProcessLevels(20).left, 0.375f, 1e-6f) << what;
+            }
         }
-        feed(20, constant(480, 0.25f, 0.25f));
-        feed(21, constant(480, 0.25f, 0.25f));
-        buffers.updateBusLevels();
-        EXPECT_EQ(bus(1, 480), constant(480, 0.5f, 0.5f));
-        EXPECT_NEAR(buffers.getBus1Levels().left, 0.375f * std::sqrt(2.0f), 1e-6f);
-        EXPECT_NEAR(buffers.getProcessLevels(20).left, 0.375f, 1e-6f);
     }
 }
 
 TEST_F(PerAppInputBuffersTest, AbsurdVolumesStayInRangeAndLeaveWithTheRecord) {
     const float volumes[]{-1.0f, -1e30f,    1e30f,     std::numeric_limits<float>::max(),
                           kNan,  kInfinity, -kInfinity};
-    for (const float sourceVolume : volumes) {
-        for (const float masterVolume : volumes) {
-            AppAudioConfig config = onBothBuses(20);
-            config.input1Volume = sourceVolume;
-            config.input2Volume = sourceVolume;
-            config.solo = true;
-            put(config);
-            put({.processID = kBus1MasterProcessId, .input1Volume = masterVolume});
-            feed(20, constant(100, 0.5f, -0.5f));
-            buffers.updateBusLevels();
-            for (const std::vector<float>& mix : {bus(1, 100), bus(2, 100), solo(100)}) {
-                for (const float sample : mix) {
-                    ASSERT_LE(std::fabs(sample), 1.0f) << sourceVolume << ", " << masterVolume;
+    const std::vector<float> sound = constant(100, 0.5f, -0.5f);
+    for (const SoloMode mode : {SoloMode::Sources, SoloMode::Bus1, SoloMode::Bus2}) {
+        for (const float sourceVolume : volumes) {
+            for (const float masterVolume : volumes) {
+                AppAudioConfig config = onBothBuses(20);
+                config.input1Volume = sourceVolume;
+                config.input2Volume = sourceVolume;
+                config.solo = true;
+                put(config);
+                choose(mode, masterVolume);
+                feed(20, sound);
+                buffers.updateBusLevels();
+                for (const std::vector<float>& mix : {bus(1, 100), bus(2, 100), solo(100)}) {
+                    for (const float sample : mix) {
+                        ASSERT_LE(std::fabs(sample), 1.0f) << sourceVolume << ", " << masterVolume;
+                    }
                 }
             }
         }
     }
-    put({.processID = kBus1MasterProcessId});
-    put(onBothBuses(20));
-    feed(20, constant(100, 0.5f, -0.5f));
+    AppAudioConfig config = onBothBuses(20);
+    config.solo = true;
+    put(config);
+    for (const SoloMode mode : {SoloMode::Sources, SoloMode::Bus1, SoloMode::Bus2}) {
+        choose(mode);
+        drainSolo();
+        feed(20, sound);
+        buffers.updateBusLevels();
+        EXPECT_EQ(bus(1, 100), sound);
+        EXPECT_EQ(bus(2, 100), sound);
+        EXPECT_EQ(solo(100), sound);
+        EXPECT_NEAR(buffers.getBus1Levels().left, 0.75f, 1e-6f);
+        EXPECT_NEAR(buffers.getBus2Levels().left, 0.75f, 1e-6f);
+    }
+}
+
+TEST_F(PerAppInputBuffersTest, NumbersBelowTheSmallestNormalFloatAreSilenceAndTheThreadsModeIsItsOwn) {
+    constexpr float kSmallest = std::numeric_limits<float>::min();
+    AppAudioConfig config = onBothBuses(20);
+    config.input2Volume = 0.5f;
+    config.solo = true;
+    put(config);
+    feed(20, {kSmallest, kSmallest / 2, 0.25f, -kSmallest});
+    EXPECT_EQ(bus(1, 2), (std::vector<float>{kSmallest, 0.0f, 0.25f, -kSmallest}));
+    EXPECT_EQ(bus(2, 2), (std::vector<float>{0.0f, 0.0f, 0.125f, 0.0f}));
+    EXPECT_EQ(solo(2), (std::vector<float>{kSmallest, 0.0f, 0.25f, -kSmallest}));
     buffers.updateBusLevels();
-    EXPECT_EQ(bus(1, 100), constant(100, 0.5f, -0.5f));
-    EXPECT_NEAR(buffers.getBus1Levels().left, 0.75f, 1e-6f);
+    volatile float half = kSmallest;
+    half = half / 2;
+    EXPECT_GT(half, 0.0f); // the calling thread's own numbers are as before
 }
 
 TEST_F(PerAppInputBuffersTest, NegativeVolumeTurnsTheSignalOver) {
@@ -430,13 +529,42 @@ TEST_F(PerAppInputBuffersTest, PacketLargerThanTheRingLeavesItsEnd) {
     EXPECT_EQ(bus(1, 200), expected);
 }
 
-TEST_F(PerAppInputBuffersTest, RateOfOneHertzFillsTheRingWithoutHoldingAllItsFrames) {
-    put(onBothBuses(20));
-    feed(20, constant(3, 0.5f, 0.5f), 1); // 144000 frames
-    EXPECT_EQ(buffers.getInputBuffer(20, 1)->writePos.load(), 0u);
-    feed(20, constant(3, 0.5f, 0.5f), 1);
-    feed(20, {0.25f, 0.25f}, 768'000);
-    EXPECT_EQ(bus(1, 1), (std::vector<float>{0.25f, 0.25f}));
+TEST_F(PerAppInputBuffersTest, PacketOfMoreFramesThanARingLeavesTheSameRingsAsIfAllWereWritten) {
+    reference::Mixer defined(store);
+    AppAudioConfig config = onBothBuses(20);
+    config.input1Volume = 0.5f;
+    config.input2Volume = 0.25f;
+    config.solo = true;
+    put(config);
+    Random random(17);
+    // 144,000 and 48,000,000 / 7 frames, 28,801, and a few, so that the positions are no round ones.
+    for (const auto& [frames, rate] : {std::pair{3u, 1u}, {1000u, 7u}, {28'801u, 48000u}, {100u, 44100u}}) {
+        std::vector<float> packet(2 * std::size_t{frames});
+        for (float& sample : packet) {
+            sample = static_cast<float>(random() % 2048) / 2048.0f - 0.5f;
+        }
+        feed(20, packet, rate);
+        defined.addInputData(20, reinterpret_cast<const std::uint8_t*>(packet.data()), frames * 8,
+                             floatWaveFormat(2, rate));
+        for (const std::uint32_t number : {1u, 2u}) {
+            const auto ring = buffers.getInputBuffer(20, number);
+            const reference::Ring& wanted = *defined.ringMap().at(number == 1 ? "20:1" : "20:2");
+            EXPECT_EQ(ring->writePos.load(), wanted.writePos) << rate << " Hz";
+            std::vector<float> samples;
+            for (const InputBuffer::Frame& frame : ring->samples) {
+                samples.insert(samples.end(), {frame.load().left, frame.load().right});
+            }
+            EXPECT_EQ(firstDifference(samples, wanted.samples), "") << rate << " Hz, bus " << number;
+        }
+        // Over all frames, not only those that were written; the definition's float sum is not good for so
+        // many.
+        const StereoLevel raw = reference::measureExactly(reference::resampleTo48k(packet, rate));
+        EXPECT_NEAR(buffers.getProcessLevels(20).left, 0.5f * raw.left, 2e-6f) << rate << " Hz";
+        EXPECT_NEAR(buffers.getProcessLevels(20).right, 0.5f * raw.right, 2e-6f) << rate << " Hz";
+        std::vector<float> expected(200);
+        defined.mixSolo(expected.data(), 100);
+        EXPECT_EQ(firstDifference(solo(100), expected), "") << rate << " Hz";
+    }
 }
 
 TEST_F(PerAppInputBuffersTest, NoFormatWhateverItSaysSpoilsWhatComesAfterIt) {

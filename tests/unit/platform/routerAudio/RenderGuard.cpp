@@ -38,6 +38,7 @@ constexpr int kReportDescriptor = 733;
 
 thread_local bool insideRender = false;
 thread_local std::uint64_t allocations = 0;
+thread_local std::size_t largestAllocation = 0;
 std::array<renderGuard::AllowedObject, 4> allowedObjects{};
 std::atomic<std::uint64_t> lockCount{0};
 std::atomic<std::uint64_t> contendedCount{0};
@@ -58,8 +59,9 @@ void report(const char* format, ...) {
     __builtin_trap();
 }
 
-void noteAllocation(const char* function) {
+void noteAllocation(const char* function, std::size_t size) {
     ++allocations;
+    largestAllocation = std::max(largestAllocation, size);
     if (insideRender) {
         insideRender = false;
         report("%s in a render call\n", function);
@@ -90,6 +92,14 @@ void noteLock(const char* function, const void* address) {
 template <typename Function>
 Function next(Function, const char* name) {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+// A note of a lock or wait, then the function itself.
+template <auto kFunction, typename Object, typename... Arguments>
+int noted(const char* name, Object* object, Arguments... arguments) {
+    noteLock(name, const_cast<const void*>(static_cast<const volatile void*>(object)));
+    static const auto real = next(kFunction, name); // may wait for the loader, so not before the note
+    return real(object, arguments...);
 }
 
 void onForbiddenCall(int, siginfo_t* info, void*) {
@@ -191,45 +201,49 @@ std::uint64_t allocationsOfThisThread() {
     return allocations;
 }
 
+std::size_t largestAllocationOfThisThread() {
+    return largestAllocation;
+}
+
 } // namespace renderGuard
 
 // The replaced functions of the C library.
 extern "C" {
 
 void* malloc(std::size_t size) {
-    noteAllocation("malloc");
+    noteAllocation("malloc", size);
     return __libc_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-    noteAllocation("calloc");
+    noteAllocation("calloc", count * size);
     return __libc_calloc(count, size);
 }
 
 void* realloc(void* memory, std::size_t size) {
-    noteAllocation("realloc");
+    noteAllocation("realloc", size);
     return __libc_realloc(memory, size);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-    noteAllocation("aligned_alloc");
+    noteAllocation("aligned_alloc", size);
     return __libc_memalign(alignment, size);
 }
 
 void* memalign(std::size_t alignment, std::size_t size) {
-    noteAllocation("memalign");
+    noteAllocation("memalign", size);
     return __libc_memalign(alignment, size);
 }
 
 int posix_memalign(void** memory, std::size_t alignment, std::size_t size) {
-    noteAllocation("posix_memalign");
+    noteAllocation("posix_memalign", size);
     *memory = __libc_memalign(alignment, size);
     return *memory != nullptr ? 0 : ENOMEM;
 }
 
 void free(void* memory) {
     if (insideRender && memory != nullptr) {
-        noteAllocation("free");
+        noteAllocation("free", 0);
     }
     __libc_free(memory);
 }
@@ -247,33 +261,84 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) {
     return real(mutex);
 }
 
-int pthread_mutex_trylock(pthread_mutex_t* mutex) {
-    static const auto real = next(&pthread_mutex_trylock, "pthread_mutex_trylock");
-    noteLock("pthread_mutex_trylock", mutex);
-    return real(mutex);
+int pthread_mutex_trylock(pthread_mutex_t* lock) {
+    return noted<&pthread_mutex_trylock>("pthread_mutex_trylock", lock);
+}
+
+int pthread_mutex_timedlock(pthread_mutex_t* lock, const timespec* end) {
+    return noted<&pthread_mutex_timedlock>("pthread_mutex_timedlock", lock, end);
+}
+
+int pthread_mutex_clocklock(pthread_mutex_t* lock, clockid_t clock, const timespec* end) {
+    return noted<&pthread_mutex_clocklock>("pthread_mutex_clocklock", lock, clock, end);
+}
+
+int pthread_spin_lock(pthread_spinlock_t* lock) {
+    return noted<&pthread_spin_lock>("pthread_spin_lock", lock);
+}
+
+int pthread_spin_trylock(pthread_spinlock_t* lock) {
+    return noted<&pthread_spin_trylock>("pthread_spin_trylock", lock);
 }
 
 int pthread_rwlock_rdlock(pthread_rwlock_t* lock) {
-    static const auto real = next(&pthread_rwlock_rdlock, "pthread_rwlock_rdlock");
-    noteLock("pthread_rwlock_rdlock", lock);
-    return real(lock);
+    return noted<&pthread_rwlock_rdlock>("pthread_rwlock_rdlock", lock);
+}
+
+int pthread_rwlock_tryrdlock(pthread_rwlock_t* lock) {
+    return noted<&pthread_rwlock_tryrdlock>("pthread_rwlock_tryrdlock", lock);
+}
+
+int pthread_rwlock_timedrdlock(pthread_rwlock_t* lock, const timespec* end) {
+    return noted<&pthread_rwlock_timedrdlock>("pthread_rwlock_timedrdlock", lock, end);
+}
+
+int pthread_rwlock_clockrdlock(pthread_rwlock_t* lock, clockid_t clock, const timespec* end) {
+    return noted<&pthread_rwlock_clockrdlock>("pthread_rwlock_clockrdlock", lock, clock, end);
 }
 
 int pthread_rwlock_wrlock(pthread_rwlock_t* lock) {
-    static const auto real = next(&pthread_rwlock_wrlock, "pthread_rwlock_wrlock");
-    noteLock("pthread_rwlock_wrlock", lock);
-    return real(lock);
+    return noted<&pthread_rwlock_wrlock>("pthread_rwlock_wrlock", lock);
 }
 
-int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
-    static const auto real = next(&pthread_cond_wait, "pthread_cond_wait");
-    noteLock("pthread_cond_wait", condition);
-    return real(condition, mutex);
+int pthread_rwlock_trywrlock(pthread_rwlock_t* lock) {
+    return noted<&pthread_rwlock_trywrlock>("pthread_rwlock_trywrlock", lock);
+}
+
+int pthread_rwlock_timedwrlock(pthread_rwlock_t* lock, const timespec* end) {
+    return noted<&pthread_rwlock_timedwrlock>("pthread_rwlock_timedwrlock", lock, end);
+}
+
+int pthread_rwlock_clockwrlock(pthread_rwlock_t* lock, clockid_t clock, const timespec* end) {
+    return noted<&pthread_rwlock_clockwrlock>("pthread_rwlock_clockwrlock", lock, clock, end);
+}
+
+int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* lock) {
+    return noted<&pthread_cond_wait>("pthread_cond_wait", condition, lock);
+}
+
+int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* lock, const timespec* end) {
+    return noted<&pthread_cond_timedwait>("pthread_cond_timedwait", condition, lock, end);
+}
+
+int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* lock, clockid_t clock,
+                           const timespec* end) {
+    return noted<&pthread_cond_clockwait>("pthread_cond_clockwait", condition, lock, clock, end);
 }
 
 int sem_wait(sem_t* semaphore) {
-    static const auto real = next(&sem_wait, "sem_wait");
-    noteLock("sem_wait", semaphore);
-    return real(semaphore);
+    return noted<&sem_wait>("sem_wait", semaphore);
+}
+
+int sem_trywait(sem_t* semaphore) {
+    return noted<&sem_trywait>("sem_trywait", semaphore);
+}
+
+int sem_timedwait(sem_t* semaphore, const timespec* end) {
+    return noted<&sem_timedwait>("sem_timedwait", semaphore, end);
+}
+
+int sem_clockwait(sem_t* semaphore, clockid_t clock, const timespec* end) {
+    return noted<&sem_clockwait>("sem_clockwait", semaphore, clock, end);
 }
 }

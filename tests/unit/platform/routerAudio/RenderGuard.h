@@ -3,7 +3,9 @@
 // Watches what a thread does between beginRender() and endRender(): an allocation or release of memory, a
 // lock outside of the allowed objects, or a system call other than those locks' own ends the process with a
 // line that says which. It replaces the C library's functions in the program that it is linked into (Linux,
-// without sanitizers).
+// without sanitizers): allocation, and the locks and waits of pthread and of POSIX semaphores. What is made
+// of atomics alone (std::counting_semaphore, std::atomic::wait, a spin lock of one's own) it finds where that
+// has to wait, at its system call, and not before.
 
 #include <cstddef>
 #include <cstdint>
@@ -32,5 +34,8 @@ void endRender();
 
 /// Allocations of the calling thread so far.
 [[nodiscard]] std::uint64_t allocationsOfThisThread();
+
+/// The largest of them, in bytes.
+[[nodiscard]] std::size_t largestAllocationOfThisThread();
 
 } // namespace renderGuard

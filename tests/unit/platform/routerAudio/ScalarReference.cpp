@@ -117,13 +117,7 @@ float softLimit(float x) {
     if (x < -0.95f) {
         x = -0.95f - 0.05f * (1.0f - std::exp(20.0f * (x + 0.95f)));
     }
-    if (x > 1.0f) {
-        return 1.0f;
-    }
-    if (x < -1.0f) {
-        return -1.0f;
-    }
-    return x == x ? x : 0.0f;
+    return std::clamp(x, -1.0f, 1.0f);
 }
 
 StereoLevel measure(const std::vector<float>& stereo) {
@@ -158,7 +152,7 @@ void Mixer::addInputData(std::uint32_t processID, const std::uint8_t* data, std:
             return;
         }
     }
-    const StereoLevel raw = packet.size() <= 9600 ? measure(packet) : measureExactly(packet);
+    const StereoLevel raw = measure(packet);
     std::shared_ptr<Ring>& ring1 = rings[std::to_string(processID) + ":1"];
     std::shared_ptr<Ring>& ring2 = rings[std::to_string(processID) + ":2"];
     for (std::shared_ptr<Ring>* ring : {&ring1, &ring2}) {
@@ -264,15 +258,14 @@ void Mixer::mixSolo(float* output, std::uint32_t frames) {
 }
 
 StereoLevel Mixer::getProcessLevels(std::uint32_t processID) const {
-    StereoLevel level;
-    for (const char* const suffix : {":1", ":2"}) {
-        const auto ring = rings.find(std::to_string(processID) + suffix);
+    StereoLevel levels[2];
+    for (std::size_t at = 0; at < 2; ++at) {
+        const auto ring = rings.find(std::to_string(processID) + (at == 0 ? ":1" : ":2"));
         if (ring != rings.end()) {
-            level.left = std::max(level.left, ring->second->levelLeft);
-            level.right = std::max(level.right, ring->second->levelRight);
+            levels[at] = {ring->second->levelLeft, ring->second->levelRight};
         }
     }
-    return level;
+    return {std::max(levels[0].left, levels[1].left), std::max(levels[0].right, levels[1].right)};
 }
 
 void Mixer::resetProcessBuffers(std::uint32_t processID) {

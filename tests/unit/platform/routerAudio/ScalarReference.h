@@ -1,8 +1,8 @@
 #pragma once
 
-// The mixer as it is defined: one sample at a time, a modulo for every ring access, a list for every step.
-// What the mixer's results are compared with bit for bit, and what the benchmarks measure against. One
-// thread.
+// The mixer as it is defined, to the letter: one sample at a time, a modulo for every ring access, a list for
+// every step. What the mixer's results are compared with bit for bit, and what the benchmarks measure
+// against. Where the mixer departs from the definition on purpose, the tests say so, not this. One thread.
 
 #include "platform/routerAudio/AppAudioConfigStore.h"
 #include "platform/routerAudio/WaveFormat.h"
@@ -23,7 +23,8 @@ inline constexpr std::uint32_t kRingFloats = 57600;
 [[nodiscard]] float softLimit(float x);
 /// The raw level of a packet, its squares added up in order.
 [[nodiscard]] StereoLevel measure(const std::vector<float>& stereo);
-/// The same with the sum in double precision: for packets so long that a float sum loses digits.
+/// The same with the sum in double precision. No part of the definition: for tests with packets so long that
+/// a float sum loses digits.
 [[nodiscard]] StereoLevel measureExactly(const std::vector<float>& stereo);
 
 struct Ring {
