@@ -29,8 +29,6 @@ void routerLog(const std::wstring& line) {
     if (!std::wcout) {
         // A name that the output's encoding cannot express cuts its line off there, and must neither swallow
         // the line break nor silence the lines after it.
-        // A character that the output's encoding cannot express ends its line; those after it are not
-        // silenced.
         std::wcout.clear();
         std::wcout << L"\n" << std::flush;
         std::wcout.clear();

@@ -13,15 +13,15 @@ class Welcome(SystemCase):
     def wait_waiting(self):
         self.stage.wait_text(WAITING_TITLE)
         self.stage.wait_text(DESCRIPTION)
-        self.assertIsNone(self.stage.find(CONNECTED))
-        self.assertIsNone(self.stage.find(START_BUTTON))
+        self.stage.wait_no_text(CONNECTED)
+        self.stage.wait_no_text(START_BUTTON)
 
     def wait_ready(self, name):
         self.stage.wait_text(CONNECTED)
         self.stage.wait_text(START_BUTTON, "button")
         self.stage.wait_text(name)
-        self.assertIsNone(self.stage.find(WAITING_TITLE))
-        self.assertIsNone(self.stage.find(DESCRIPTION))
+        self.stage.wait_no_text(WAITING_TITLE)
+        self.stage.wait_no_text(DESCRIPTION)
 
     def check_model(self, name):
         self.start()
