@@ -116,8 +116,9 @@ void LinkNode::onHello(const LinkFrame& frame) {
         return;
     }
     const bool namesProtocol = frame.payload[4] != 0 && frame.payload[5] != 0;
-    const std::uint64_t aliveForMs =
-        namesProtocol ? settings.patienceIntervals * helloIntervalMs(frame.payload[12]) : kLostWithoutProtocolMs;
+    const std::uint64_t aliveForMs = namesProtocol
+                                         ? settings.patienceIntervals * helloIntervalMs(frame.payload[12])
+                                         : kLostWithoutProtocolMs;
     Host* host = findHost(frame.source);
     const bool isNew = host == nullptr;
     if (isNew) {
