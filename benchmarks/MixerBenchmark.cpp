@@ -156,18 +156,19 @@ void mixBus(benchmark::State& state, Sound sound, bool wholeBusSolo) {
 template <typename Mixer>
 void mixSoloRing(benchmark::State& state) {
     constexpr std::uint32_t kFrames = 480;
+    constexpr std::size_t kBlockFloats = 2 * std::size_t{kFrames};
     AppAudioConfigStore store;
     Mixer mixer(store);
     store.putConfig(kFirstSource, everywhere(kFirstSource, true));
-    const std::vector<float> samples = samplesOf(Sound::Quiet, kRingFloats - 2 * kFrames);
-    std::vector<float> output(2 * kFrames);
+    const std::vector<float> samples = samplesOf(Sound::Quiet, kRingFloats - kBlockFloats);
+    std::vector<float> output(kBlockFloats);
     std::size_t left = 0; // blocks in the ring
     for (auto _ : state) {
         if (left == 0) {
             state.PauseTiming();
             mixer.addInputData(kFirstSource, bytesOf(samples), static_cast<std::uint32_t>(samples.size() * 4),
                                floatWaveFormat(2, 48000));
-            left = samples.size() / (2 * kFrames);
+            left = samples.size() / kBlockFloats;
             state.ResumeTiming();
         }
         mixer.mixSolo(output.data(), kFrames);
@@ -389,8 +390,7 @@ std::string at(const std::string& name, std::int64_t first, std::int64_t second)
 // A function with some of its arguments, under a name.
 template <typename Function, typename... Values>
 benchmark::internal::Benchmark* add(const std::string& name, Function function, Values... values) {
-    return benchmark::RegisterBenchmark(name.c_str(),
-                                        [=](benchmark::State& state) { function(state, values...); });
+    return benchmark::RegisterBenchmark(name, [=](benchmark::State& state) { function(state, values...); });
 }
 
 template <typename Mixer>
@@ -489,13 +489,15 @@ void printOddSounds(BenchmarkTable& table, const std::string& name, const std::s
                     double blockUs, bool withLiteral, std::optional<double> budget) {
     for (const Sound sound : kSounds) {
         if (sound != Sound::Quiet) {
-            table.print({.what = name + " " + nameOf(sound),
-                         .measured = name + " " + nameOf(sound) + arguments,
-                         .literal = withLiteral ? name + " " + nameOf(sound) + " literal" + arguments : "",
-                         .against = name + " quiet" + arguments,
-                         .againstWhat = "quiet",
-                         .atMost = sound == Sound::Loud ? std::nullopt : budget,
-                         .blockUs = blockUs});
+            const std::string ofSound = std::string(name).append(" ").append(nameOf(sound));
+            table.print(
+                {.what = ofSound,
+                 .measured = ofSound + arguments,
+                 .literal = withLiteral ? std::string(ofSound).append(" literal").append(arguments) : "",
+                 .against = std::string(name).append(" quiet").append(arguments),
+                 .againstWhat = "quiet",
+                 .atMost = sound == Sound::Loud ? std::nullopt : budget,
+                 .blockUs = blockUs});
         }
     }
 }

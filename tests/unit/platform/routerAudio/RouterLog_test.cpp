@@ -55,6 +55,7 @@ TEST(RouterLogDeathTest, LinesOfSeveralThreadsStayWhole) {
     constexpr int kLines = 500;
     const std::vector<std::string> lines = printedBy([] {
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         for (int thread = 0; thread < kThreads; ++thread) {
             threads.emplace_back([thread] {
                 for (int line = 0; line < kLines; ++line) {

@@ -192,8 +192,8 @@ TEST_F(SceneTest, OutputsAndCapturesSayTheirFormats) {
                      L"[INFO] Capturing from process loopback (PID: 4711)",
                      L"[INFO] Audio capture started for PID 4711, buffer size: 320 frames",
                      L"[INFO] Started capture for PID: 4711",
-                     L"[WARNING] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit "
-                     L"float)",
+                     std::wstring(L"[WARNING] GetMixFormat failed (0x80004001), ") +
+                         L"using default format (48000 Hz, 32-bit float)",
                      L"[INFO] Capturing from process loopback (PID: 4712)",
                      L"[INFO] Audio capture started for PID 4712, buffer size: 960 frames",
                      L"[INFO] Started capture for PID: 4712"}));
