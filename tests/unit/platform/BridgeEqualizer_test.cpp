@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <numbers>
 #include <utility>
 #include <vector>
@@ -310,4 +312,17 @@ TEST_F(Equaliser, BlocksOfOtherChannelCountsAfterTheFirstAreSafe) {
                 0.03);
     const std::vector<float> nine = filtered(1000.0, 9);
     EXPECT_EQ(nine[8], sine(1000.0, 199, 9, 48000.0)[8]) << "a channel that the chain does not have passes";
+}
+
+TEST_F(Equaliser, NotANumberIsForgottenWithTheNextBlockWhateverItsChannels) {
+    storeGains(peakAt1000Hz(6.0));
+    static_cast<void>(filtered(1000.0, 2));
+    for (const std::int32_t channels : {1, 2, 3}) {
+        std::vector<float> spoilt(std::size_t{256} * static_cast<std::size_t>(channels),
+                                  std::numeric_limits<float>::quiet_NaN());
+        bridge->processBlock(spoilt.data(), channels, 256, 48000.0);
+        for (const float sample : filtered(1000.0, channels)) {
+            ASSERT_TRUE(std::isfinite(sample)) << channels << " channels";
+        }
+    }
 }
