@@ -12,7 +12,7 @@
 namespace vexo::emulator {
 
 // Where the socket is: the given address if there is one, else VEXO_EMULATOR_SOCKET, else vexo-emulator.sock
-// in XDG_RUNTIME_DIR, else in the folder for temporary files.
+// in XDG_RUNTIME_DIR, else in the folder for temporary files; on Windows nowhere else than the first two say.
 std::string socketPath(const std::string& given = {});
 
 class LocalSocket {

@@ -1,9 +1,8 @@
 #include "emulator/LocalSocket.h"
+#include "emulator/TcpAddress.h"
 
-#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -19,7 +18,6 @@
 namespace vexo::emulator {
 namespace {
 
-constexpr std::string_view kTcpPrefix = "tcp:";
 constexpr const char* kFileName = "vexo-emulator.sock";
 // As long as a USB transfer may take before the kernel gives it up.
 constexpr timeval kSendTimeout{.tv_sec = 5, .tv_usec = 0};
@@ -45,23 +43,14 @@ std::string withReason(const std::string& sentence) {
     return sentence + " (" + std::strerror(errno) + ")";
 }
 
-bool isTcp(const std::string& address) {
-    return address.starts_with(kTcpPrefix);
-}
-
 // False when what stands behind the prefix is no port.
 bool fillTcpAddress(const std::string& text, sockaddr_in& address) {
-    const std::string_view digits = std::string_view(text).substr(kTcpPrefix.size());
-    std::uint16_t port = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
-    if (digits.empty() || error != std::errc() || end != digits.data() + digits.size()) {
-        return false;
-    }
+    const std::optional<std::uint16_t> port = portOfTcpAddress(text);
     address = {};
     address.sin_family = AF_INET;
-    address.sin_port = htons(port);
+    address.sin_port = htons(port.value_or(0));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return true;
+    return port.has_value();
 }
 
 // A report is sent at once, however short it is.
@@ -90,18 +79,8 @@ std::string socketPath(const std::string& given) {
     return (std::filesystem::temp_directory_path(error) / kFileName).string();
 }
 
-LocalSocket::LocalSocket(LocalSocket&& other) noexcept : handle(std::exchange(other.handle, -1)) {}
-
-LocalSocket& LocalSocket::operator=(LocalSocket&& other) noexcept {
-    if (this != &other) {
-        close();
-        handle = std::exchange(other.handle, -1);
-    }
-    return *this;
-}
-
 LocalSocket LocalSocket::listenAt(const std::string& path, std::string& error) {
-    if (isTcp(path)) {
+    if (isTcpAddress(path)) {
         sockaddr_in tcp{};
         if (!fillTcpAddress(path, tcp)) {
             error = "there is no port in " + path;
@@ -148,7 +127,7 @@ LocalSocket LocalSocket::listenAt(const std::string& path, std::string& error) {
 LocalSocket LocalSocket::connectTo(const std::string& path) {
     sockaddr_un address;
     sockaddr_in tcp;
-    const bool overTcp = isTcp(path);
+    const bool overTcp = isTcpAddress(path);
     if (overTcp ? !fillTcpAddress(path, tcp) : !fillAddress(path, address)) {
         return {};
     }
@@ -174,7 +153,7 @@ std::string LocalSocket::tcpAddress() const {
         address.sin_family != AF_INET) {
         return {};
     }
-    return std::string(kTcpPrefix) + std::to_string(ntohs(address.sin_port));
+    return tcpAddressOf(ntohs(address.sin_port));
 }
 
 LocalSocket LocalSocket::accept() {

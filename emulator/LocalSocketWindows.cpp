@@ -1,7 +1,6 @@
 #include "emulator/LocalSocket.h"
+#include "emulator/TcpAddress.h"
 
-#include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <utility>
 #include <winsock2.h>
@@ -9,7 +8,6 @@
 namespace vexo::emulator {
 namespace {
 
-constexpr std::string_view kTcpPrefix = "tcp:";
 // As long as a USB transfer may take before the system gives it up, in milliseconds.
 constexpr DWORD kSendTimeoutMs = 5000;
 
@@ -31,21 +29,14 @@ void startWinsock() {
     static_cast<void>(started);
 }
 
+// False when it is no address on TCP.
 bool fillAddress(const std::string& text, sockaddr_in& address) {
-    if (!text.starts_with(kTcpPrefix)) {
-        return false;
-    }
-    const std::string_view digits = std::string_view(text).substr(kTcpPrefix.size());
-    std::uint16_t port = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
-    if (digits.empty() || error != std::errc() || end != digits.data() + digits.size()) {
-        return false;
-    }
+    const std::optional<std::uint16_t> port = portOfTcpAddress(text);
     address = {};
     address.sin_family = AF_INET;
-    address.sin_port = htons(port);
+    address.sin_port = htons(port.value_or(0));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return true;
+    return port.has_value();
 }
 
 const sockaddr* generic(const sockaddr_in& address) {
@@ -66,16 +57,6 @@ std::string socketPath(const std::string& given) {
     }
     const char* const named = std::getenv("VEXO_EMULATOR_SOCKET"); // nobody changes the environment meanwhile
     return named == nullptr ? "" : named;
-}
-
-LocalSocket::LocalSocket(LocalSocket&& other) noexcept : handle(std::exchange(other.handle, -1)) {}
-
-LocalSocket& LocalSocket::operator=(LocalSocket&& other) noexcept {
-    if (this != &other) {
-        close();
-        handle = std::exchange(other.handle, -1);
-    }
-    return *this;
 }
 
 LocalSocket LocalSocket::listenAt(const std::string& text, std::string& error) {
@@ -122,7 +103,7 @@ std::string LocalSocket::tcpAddress() const {
     if (getsockname(native(handle), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
         return {};
     }
-    return std::string(kTcpPrefix) + std::to_string(ntohs(address.sin_port));
+    return tcpAddressOf(ntohs(address.sin_port));
 }
 
 LocalSocket LocalSocket::accept() {

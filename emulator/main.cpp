@@ -2,6 +2,7 @@
 
 #include "emulator/EmulatorServer.h"
 #include "emulator/FriendlyText.h"
+#include "emulator/TcpAddress.h"
 
 #include <array>
 #include <csignal>
@@ -25,7 +26,7 @@ constexpr const char* kUsage =
 struct Options {
     std::string socket;
     // Loopback port to listen on too; 0 is any free one.
-    std::optional<std::uint64_t> tcpPort;
+    std::optional<std::uint16_t> tcpPort;
     std::uint64_t seed = std::random_device()();
     bool prompt = false;
     bool plug = false;
@@ -55,7 +56,7 @@ Options parse(std::span<char*> words) {
             options.socket = following();
         } else if (word == "--tcp") {
             const std::string number = following();
-            options.tcpPort = Arguments(number).number("the port", 0, 65535);
+            options.tcpPort = static_cast<std::uint16_t>(Arguments(number).number("the port", 0, 65535));
         } else if (word == "--seed") {
             const std::string number = following();
             options.seed = Arguments(number).number("the seed", 0, ~0ULL);
@@ -158,7 +159,7 @@ int serve(const Options& options) {
     }
     std::string tcpAddress;
     if (options.tcpPort) {
-        listeners.push_back(LocalSocket::listenAt("tcp:" + std::to_string(*options.tcpPort), error));
+        listeners.push_back(LocalSocket::listenAt(tcpAddressOf(*options.tcpPort), error));
         if (!listeners.back().isOpen()) {
             unlink(path.c_str());
             return complain(error);

@@ -74,6 +74,7 @@ void filterByFrames(FBiquadChain& chain, float* block, std::int32_t channels, st
         chain.process(frame.data(), frame.data());
         std::copy_n(frame.begin(), shared, samples);
     }
+    chain.clearNonFinite();
 }
 
 } // namespace

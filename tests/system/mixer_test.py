@@ -4,12 +4,11 @@ import math
 import re
 import shutil
 import subprocess
-import sys
 import unittest
 
 import numpy
 
-from system_case import BUILD, CONNECTED, ROOT, START_BUTTON, SystemCase, wait_until
+from system_case import BUILD, CONNECTED, START_BUTTON, SystemCase, wait_until
 # After the line above, which makes the folder of the stage known: beside this file lies a folder of this name.
 from sound import SoundServer, available, level_db, tone  # isort: skip
 
@@ -175,13 +174,8 @@ class Mixer(SystemCase):
         self.stage.wait_no_text("game", "slider")
 
     def test_the_virtual_microphone_is_heard_alone(self):
-        microphone = subprocess.Popen([sys.executable, ROOT / "tools" / "stage" / "virtual_microphone.py",
-                                       self.stage.folder, "tone", str(MICROPHONE_TONE)], env=self.stage.env,
-                                      stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-        self.addCleanup(microphone.wait)
-        self.addCleanup(microphone.kill)
+        microphone = self.sound.add_virtual_microphone("tone", str(MICROPHONE_TONE))
         self.addCleanup(microphone.stdout.close)
-        microphone.stdout.readline()
         # The server takes a recorder that was there before along to the new source.
         self.speakers.stop()
         self.speakers = self.sound.recorder(SPEAKERS)

@@ -13,6 +13,7 @@ import os
 import pathlib
 import shutil
 import subprocess
+import sys
 import threading
 import time
 
@@ -220,6 +221,17 @@ class SoundServer:
         self.add_sink(f"{name}_in", f"{description} in", hardware=False)
         self.load("module-remap-source", f"master={name}_in.monitor", f"source_name={name}",
                   f"source_properties=\"device.description='{description}'\"")
+
+    def add_virtual_microphone(self, *signal):
+        """The virtual device's microphone with this signal, and what lets programs find it by its name."""
+        folder = self.folder / "virtual-microphone"
+        folder.mkdir()
+        process = self.client([sys.executable, pathlib.Path(__file__).with_name("virtual_microphone.py"), folder, *signal],
+                              stdout=subprocess.PIPE)
+        if not process.stdout.readline():
+            raise RuntimeError("the virtual microphone did not start")
+        self.env["ALSA_CONFIG_PATH"] = str(folder / "asound.conf")
+        return process
 
     def write_alsa_devices(self, devices):
         """ALSA devices by name, each on a source of the server: what PortAudio sees."""

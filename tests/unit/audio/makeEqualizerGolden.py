@@ -7,7 +7,11 @@ designed step by step in 32-bit float.
 
 import cmath
 import math
-import struct
+import pathlib
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+from float32 import add, cos, div, mul, narrow, sin, sub  # noqa: E402
 
 RATE = 48000.0
 BANDS = [(63, "high"), (125, "peak"), (250, "peak"), (400, "peak"), (630, "peak"), (1000, "peak"), (1600, "peak"),
@@ -23,23 +27,6 @@ PRESETS = [
 ]
 FREQUENCIES = [20, 40, 63, 90, 125, 180, 250, 315, 400, 500, 630, 800, 1000, 1250, 1600, 2000, 2500, 3150, 4000,
                5000, 6300, 8000, 10000, 12500, 16000, 20000]
-
-
-def narrow(value):
-    return struct.unpack("<f", struct.pack("<f", value))[0]
-
-
-def single(operation):
-    """The operation with its result rounded to 32-bit float."""
-    return lambda *values: narrow(operation(*values))
-
-
-add = single(lambda x, y: x + y)
-sub = single(lambda x, y: x - y)
-mul = single(lambda x, y: x * y)
-div = single(lambda x, y: x / y)
-sin = single(math.sin)
-cos = single(math.cos)
 
 
 def coefficients(frequency, kind, gain):

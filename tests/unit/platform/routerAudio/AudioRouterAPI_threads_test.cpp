@@ -154,6 +154,18 @@ std::vector<AppAudioConfig> someRecords(Random& random) {
     return records;
 }
 
+// The system's answers, with captures and outputs that work on threads of their own.
+RouterPlatform livePlatform(FakeRouterPlatform& system, Counts& counts) {
+    RouterPlatform platform = system.platform();
+    platform.makeProcessCapture = [&counts](PerAppInputBuffers& buffers) -> std::shared_ptr<ProcessCapture> {
+        return std::make_shared<LiveCapture>(buffers, counts);
+    };
+    platform.makeRenderChannel = [&counts](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
+        return std::make_unique<LiveOutput>(busId, counts);
+    };
+    return platform;
+}
+
 } // namespace
 
 TEST(AudioRouterApiThreads, ProducersOutputsLevelsAndRecordChangesGoOnTogether) {
@@ -163,16 +175,9 @@ TEST(AudioRouterApiThreads, ProducersOutputsLevelsAndRecordChangesGoOnTogether) 
     system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Speakers", L"{spk}"));
     system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Port A", L"{a}", 0));
     system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Port B", L"{b}", 0));
-    RouterPlatform platform = system.platform();
-    platform.makeProcessCapture = [&counts](PerAppInputBuffers& buffers) -> std::shared_ptr<ProcessCapture> {
-        return std::make_shared<LiveCapture>(buffers, counts);
-    };
-    platform.makeRenderChannel = [&counts](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
-        return std::make_unique<LiveOutput>(busId, counts);
-    };
     AppAudioConfigStore store;
     PerAppInputBuffers buffers(store);
-    AudioRouterAPI api(platform, store, buffers);
+    AudioRouterAPI api(livePlatform(system, counts), store, buffers);
     ASSERT_TRUE(api.startAudioRouter({}, {}, L"{a}", L"{b}"));
 
     std::atomic<std::uint64_t> reports{0};
@@ -219,16 +224,9 @@ TEST(AudioRouterApiThreads, StartsAndShutdownsWhileStreamsDeliver) {
     Counts counts;
     FakeRouterPlatform system;
     system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Speakers", L"{spk}"));
-    RouterPlatform platform = system.platform();
-    platform.makeProcessCapture = [&counts](PerAppInputBuffers& buffers) -> std::shared_ptr<ProcessCapture> {
-        return std::make_shared<LiveCapture>(buffers, counts);
-    };
-    platform.makeRenderChannel = [&counts](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
-        return std::make_unique<LiveOutput>(busId, counts);
-    };
     AppAudioConfigStore store;
     PerAppInputBuffers buffers(store);
-    AudioRouterAPI api(platform, store, buffers);
+    AudioRouterAPI api(livePlatform(system, counts), store, buffers);
     LiveStreams streams(buffers, 1, counts);
     Random random(12);
     for (int round = 0; round < (longRun() ? 200 : 10); ++round) {

@@ -5,28 +5,18 @@ its own in which every operation is rounded to 32-bit float. Samples are written
     python3 tests/unit/platform/routerAudio/makeMixGolden.py | clang-format > tests/unit/platform/routerAudio/MixGolden.h
 """
 
-import math
+import pathlib
 import struct
+import sys
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[3] / "support"))
+from float32 import add, div, exp, mul, narrow, sub  # noqa: E402
 
-def narrow(value):
-    return struct.unpack("<f", struct.pack("<f", value))[0]
+KNEE, ROOM, STEEP = narrow(0.95), narrow(0.05), 20.0
 
 
 def bits(value):
     return struct.unpack("<I", struct.pack("<f", value))[0]
-
-
-def single(operation):
-    return lambda *values: narrow(operation(*values))
-
-
-add = single(lambda x, y: x + y)
-sub = single(lambda x, y: x - y)
-mul = single(lambda x, y: x * y)
-div = single(lambda x, y: x / y)
-exp = single(math.exp)
-KNEE, ROOM, STEEP = narrow(0.95), narrow(0.05), 20.0
 
 
 def limit(x):

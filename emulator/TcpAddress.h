@@ -1,0 +1,18 @@
+// Addresses of LocalSocket on TCP: "tcp:" and a port of 127.0.0.1.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vexo::emulator {
+
+bool isTcpAddress(std::string_view address);
+
+// The port of such an address; nothing when what stands behind the prefix is none.
+std::optional<std::uint16_t> portOfTcpAddress(std::string_view address);
+
+std::string tcpAddressOf(std::uint16_t port);
+
+} // namespace vexo::emulator
