@@ -17,6 +17,8 @@ TILE = "radio button"
 SLIDER = "slider"
 BUTTON = "button"
 
+# The window of the automatic gain.
+MEASUREMENT = "自动增益"
 SCENES = ["原声", "播客", "游戏", "直播", "自定义"]
 STRENGTHS = ["弱降噪", "强降噪"]
 
@@ -27,6 +29,15 @@ class Click:
     name: str
     writes: list = field(default_factory=list)
     shows: dict = field(default_factory=dict)
+    # The titles of windows that it opens or closes.
+    opens: str | None = None
+    closes: str | None = None
+
+
+@dataclass(frozen=True)
+class CloseWindow:
+    """A window that a click has opened, closed by the button of its own title bar."""
+    title: str
 
 
 @dataclass(frozen=True)
@@ -123,6 +134,11 @@ def scene(index, boosted):
     return Click(TILE, SCENES[index], writes, shows)
 
 
+def equalizer():
+    """The way to the equaliser's window, and back."""
+    return [Click(BUTTON, "均衡器", opens="均衡器"), CloseWindow("均衡器")]
+
+
 CUSTOM = selected(SCENES, 4)
 
 
@@ -184,11 +200,15 @@ MIXDESK_R2 = Model(
     pages=[MICROPHONE_PAGE, MONITOR_PAGE, LIGHTING_PAGE, GENERAL_PAGE],
     microphone=[
         Drag("增益", [30, 1, 12], "mic_gain", percent_of_gain(1, 29)),
-        Click(BUTTON, "开始检测"),
+        # The window asks the device to measure, and its cancel to stop; its title bar only closes it.
+        Click(BUTTON, "开始检测", [("auto_gain", "01")], opens=MEASUREMENT),
+        Click(BUTTON, "取消", [("auto_gain", "00")], closes=MEASUREMENT),
+        Click(BUTTON, "开始检测", [("auto_gain", "01")], opens=MEASUREMENT),
+        CloseWindow(MEASUREMENT),
         *flip("静音", "mute"),
         *flip("48V幻象电源", "power"),
         *flip("防爆音", "anti_noise"),
-        Click(BUTTON, "均衡器"),
+        *equalizer(),
     ],
     monitor=monitor(1, 30, 29),
     turns=turns(1, 30, 1, 30) + [switch_turn("power", "48V幻象电源")],
@@ -209,7 +229,7 @@ def microphone_model(word, name, pages):
             *flip("自动增益", "auto_gain_on"),
             *flip("静音", "mute"),
             *audio_boost_of_microphones(),
-            Click(BUTTON, "均衡器"),
+            *equalizer(),
         ],
         monitor=monitor(0, 13, 13),
         turns=turns(0, 18, 0, 13) + [

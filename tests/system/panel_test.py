@@ -7,7 +7,7 @@ import unittest
 import panel_table as table
 from log_check import TYPED_LOG, warnings_of
 from panel import BACK_BUTTON, Panel
-from panel_table import Click, Drag
+from panel_table import Click, CloseWindow, Drag
 from system_case import WAITING_TITLE, SystemCase, Stage, BUILD, wait_until
 
 CONTROL_ROLES = {table.SWITCH, table.TILE, table.SLIDER, table.BUTTON}
@@ -55,12 +55,18 @@ class PanelWalk(SystemCase):
             with self.naming(row):
                 if isinstance(row, Click):
                     self.do_click(row)
+                elif isinstance(row, CloseWindow):
+                    self.panel.close_window(row.title)
                 else:
                     self.do_drag(row)
         self.prove_silence()
 
     def do_click(self, row):
         self.panel.click(row.role, row.name)
+        if row.opens:
+            self.panel.wait_window(row.opens)
+        if row.closes:
+            self.panel.wait_no_window(row.closes)
         self.panel.wait_shown(row.shows)
         if row.writes:
             self.panel.wait_writes(row.writes)

@@ -271,7 +271,11 @@ class Stage:
         wait_until(lambda: self.find(name, role) is None, f"{name!r} gone from the screen", limit)
 
     def click(self, name, role=None):
-        x, y, width, height = self.wait_text(name, role)["extents"]
+        self.click_control(self.wait_text(name, role))
+
+    def click_control(self, control):
+        """A click on the middle of a control as controls() gave it."""
+        x, y, width, height = control["extents"]
         self.xdotool("mousemove", x + width // 2, y + height // 2, "click", 1)
 
     def xdotool(self, *words):
@@ -281,6 +285,13 @@ class Stage:
         """The visible windows with this title."""
         result = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"], env=self.env, capture_output=True, text=True)
         return result.stdout.split()
+
+    def window_extents(self, window):
+        """The place and size of a window of windows(): x, y, width, height."""
+        result = subprocess.run(["xdotool", "getwindowgeometry", "--shell", window], env=self.env, check=True,
+                                capture_output=True, text=True)
+        values = dict(line.split("=") for line in result.stdout.split())
+        return [int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")]
 
     def screenshot(self, path):
         path = pathlib.Path(path)
