@@ -13,8 +13,6 @@ HANDLE_HALF = 7
 class Panel:
     def __init__(self, stage):
         self.stage = stage
-        # The program counts its time in ticks: on a busy machine its hellos come late.
-        stage.emulator("identity patience 60")
 
     # ---- ways
 
