@@ -68,14 +68,19 @@ class Model:
     turns: list
     # What the microphone page holds when everything on it is off, in the order of the tabulator.
     tab_order: list
-    # What it holds more when everything is on.
-    more_controls: set = frozenset()
+    # The same when everything on it is on.
+    full_tab_order: list = field(default_factory=list)
     # Hardware values that no control of these pages shows, and their names in the log.
     unseen: dict = field(default_factory=dict)
 
     @property
     def controls(self):
         return set(self.tab_order)
+
+    @property
+    def more_controls(self):
+        """What it holds more when everything is on."""
+        return set(self.full_tab_order) - self.controls
 
 
 def byte(value):
@@ -239,7 +244,9 @@ def microphone_model(word, name, pages):
         ],
         tab_order=[(SLIDER, "增益"), (SWITCH, "自动增益"), (SWITCH, "静音"), *((TILE, name) for name in SCENES),
                    (SWITCH, "AI降噪"), (SWITCH, "防爆音"), (SWITCH, "压缩器"), (BUTTON, "均衡器")],
-        more_controls={(TILE, name) for name in STRENGTHS} | {(SLIDER, "防爆音"), (SLIDER, "压缩器")},
+        full_tab_order=[(SLIDER, "增益"), (SWITCH, "自动增益"), (SWITCH, "静音"), *((TILE, name) for name in SCENES),
+                        (SWITCH, "AI降噪"), *((TILE, name) for name in STRENGTHS), (SWITCH, "防爆音"),
+                        (SLIDER, "防爆音"), (SWITCH, "压缩器"), (SLIDER, "压缩器"), (BUTTON, "均衡器")],
         unseen={"listen_output": "监听输出", "other_light_off": "其他灯光开关"},
     )
 
