@@ -195,6 +195,30 @@ LoggedTestCase {
         compare(findChild(layout, "deviceStrip").title, "Mixdesk R2");
     }
 
+    function test_a_key_that_is_held_opens_one_main_layout_data() {
+        return [
+            {
+                tag: "return",
+                key: Qt.Key_Return
+            },
+            {
+                tag: "space",
+                key: Qt.Key_Space
+            }
+        ];
+    }
+
+    function test_a_key_that_is_held_opens_one_main_layout(row) {
+        window.requestActivate();
+        tryCompare(window, "active", true);
+        connectMixer();
+        tryCompare(child("startButton"), "activeFocus", true);
+        for (let press = 0; press < 5; press++)
+            keyClick(row.key);
+        tryCompare(stackView, "busy", false);
+        compare(stackView.depth, 2);
+    }
+
     function test_the_return_key_opens_the_main_layout() {
         window.requestActivate();
         tryCompare(window, "active", true);
