@@ -252,6 +252,25 @@ LoggedTestCase {
         tryCompare(frame, "visible", false);
     }
 
+    function test_escape_closes_a_window_but_the_main_one() {
+        const main = create(mainFrameComponent);
+        const mainWatch = createTemporaryObject(closeWatchComponent, testCase, {
+            target: main
+        });
+        main.requestActivate();
+        tryCompare(main, "active", true);
+        keyClick(Qt.Key_Escape);
+        const frame = create(frameComponent);
+        frame.requestActivate();
+        // The windows of one program are active together.
+        tryVerify(() => frame.activeFocusItem !== null);
+        keyClick(Qt.Key_Escape);
+        tryCompare(frame, "visible", false);
+        compare(mainWatch.accepted, []);
+        compare(main.visible, true);
+        compare(main.quitCount, 0);
+    }
+
     function test_every_button_has_a_name_for_a_screen_reader() {
         const frame = create(frameComponent);
         compare(child(frame, "minimizeButton").Accessible.name, "最小化");

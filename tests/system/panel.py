@@ -45,9 +45,13 @@ class Panel:
     def wait_no_window(self, title):
         wait_until(lambda: not self.stage.windows(title), f"the window {title!r} to close")
 
-    def close_window(self, title):
-        """Presses the close button of the window's own title bar."""
+    def close_window(self, title, key=None):
+        """Presses the close button of the window's own title bar, or a key."""
         left, top, width, height = self.wait_window(title)
+        if key:
+            self.stage.xdotool("key", key)
+            self.wait_no_window(title)
+            return
 
         def inside(control):
             x, y, *_ = control["extents"]

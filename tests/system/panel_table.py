@@ -36,8 +36,9 @@ class Click:
 
 @dataclass(frozen=True)
 class CloseWindow:
-    """A window that a click has opened, closed by the button of its own title bar."""
+    """A window that a click has opened, closed by the button of its own title bar, or by a key."""
     title: str
+    key: str | None = None
 
 
 @dataclass(frozen=True)
@@ -141,7 +142,7 @@ def scene(index, boosted):
 
 def equalizer():
     """The way to the equaliser's window, and back."""
-    return [Click(BUTTON, "均衡器", opens="均衡器"), CloseWindow("均衡器")]
+    return [Click(BUTTON, "均衡器", opens="均衡器"), CloseWindow("均衡器", key="Escape")]
 
 
 CUSTOM = selected(SCENES, 4)

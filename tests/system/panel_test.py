@@ -56,7 +56,7 @@ class PanelWalk(SystemCase):
                 if isinstance(row, Click):
                     self.do_click(row)
                 elif isinstance(row, CloseWindow):
-                    self.panel.close_window(row.title)
+                    self.panel.close_window(row.title, row.key)
                 else:
                     self.do_drag(row)
         self.prove_silence()
