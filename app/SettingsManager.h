@@ -13,8 +13,8 @@
 /// It stores whatever it is given and knows neither keys nor defaults. QML reaches it as singleton type
 /// `SettingsManager` of module `VexoDeckSettings`. Main thread only; QSettings does the locking towards other
 /// processes. A damaged store reads as empty and a store that cannot be written keeps its values for the rest
-/// of the run: no operation fails. Changes reach the disk together, at most 500 ms after the first of them, and
-/// when the program quits: a dragged slider changes a value with each of its steps.
+/// of the run: no operation fails. Changes reach the disk together, at most 500 ms after the first of them,
+/// and when the program quits: a dragged slider changes a value with each of its steps.
 class SettingsManager : public QObject {
     Q_OBJECT
 

@@ -114,7 +114,8 @@ TEST_F(SettingsManagerTest, ChangesReachTheDiskTogether) {
 TEST_F(SettingsManagerTest, WhatIsPendingReachesTheDiskWhenTheProgramQuits) {
     const QString path = fileWithout("volume");
     manager.setValue("volume", 7);
-    QMetaObject::invokeMethod(QCoreApplication::instance(), [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(), [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
     QCoreApplication::exec();
     EXPECT_EQ(written(path), "volume=7");
 }
