@@ -2,9 +2,13 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QEvent>
 #include <QJSValue>
 
 namespace {
+
+// A write replaces the whole file and waits for the disk.
+constexpr int kWriteDelayMs = 500;
 
 // The engine hands arrays and objects over as values of its own, which no store can write.
 QVariant plainValue(const QVariant& value) {
@@ -27,12 +31,30 @@ SettingsManager::SettingsManager(QObject* parent) : QObject(parent) {
     // there.
     QSettings::setDefaultFormat(QSettings::IniFormat);
     qDebug() << "QSettings file path: " << settings->fileName();
+
+    settings->installEventFilter(this);
+    writeTimer.setSingleShot(true);
+    writeTimer.setInterval(kWriteDelayMs);
+    connect(&writeTimer, &QTimer::timeout, this, &SettingsManager::sync);
+    if (QCoreApplication::instance() != nullptr) {
+        connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &SettingsManager::sync);
+    }
 }
 
 SettingsManager::~SettingsManager() {
     if (settings != nullptr) {
         settings->sync();
     }
+}
+
+bool SettingsManager::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != settings || event->type() != QEvent::UpdateRequest) {
+        return QObject::eventFilter(watched, event);
+    }
+    if (!writeTimer.isActive()) {
+        writeTimer.start();
+    }
+    return true;
 }
 
 void SettingsManager::setValue(const QString& key, const QVariant& value) {

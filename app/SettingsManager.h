@@ -5,6 +5,7 @@
 #include <QSettings>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QVariant>
 
 /// The program's one persistent key-value store, a process-wide singleton over one QSettings object.
@@ -12,7 +13,8 @@
 /// It stores whatever it is given and knows neither keys nor defaults. QML reaches it as singleton type
 /// `SettingsManager` of module `VexoDeckSettings`. Main thread only; QSettings does the locking towards other
 /// processes. A damaged store reads as empty and a store that cannot be written keeps its values for the rest
-/// of the run: no operation fails.
+/// of the run: no operation fails. Changes reach the disk together, at most 500 ms after the first of them,
+/// and when the program quits: a dragged slider changes a value with each of its steps.
 class SettingsManager : public QObject {
     Q_OBJECT
 
@@ -60,6 +62,12 @@ signals:
     void valueChanged(const QString& key, const QVariant& value);
 
 protected:
+    /// Takes the store's own wish to be written, which comes after each turn of the event loop with a change.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
     /// Child of this object, never null after construction; every operation has its fallback all the same.
     QSettings* settings = nullptr;
+
+private:
+    QTimer writeTimer;
 };

@@ -8,6 +8,11 @@ Item {
     required property real hue
     required property real saturation
     required property real lightness
+    // The hue under the names by which a screen reader asks for it.
+    readonly property real value: hue
+    readonly property real minimumValue: 0
+    readonly property real maximumValue: 360
+    readonly property real stepSize: 3
 
     signal picked(real hue, real saturation)
 

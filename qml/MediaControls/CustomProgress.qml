@@ -10,6 +10,9 @@ Column {
     property alias value: bar.value
     property alias from: bar.from
     property alias to: bar.to
+    // The range under the names by which a screen reader asks for it.
+    readonly property real minimumValue: from
+    readonly property real maximumValue: to
 
     width: 240
     spacing: 10

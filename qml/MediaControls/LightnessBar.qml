@@ -8,6 +8,11 @@ Item {
     required property real hue
     required property real saturation
     required property real lightness
+    // The same under the names by which a screen reader asks for it.
+    readonly property real value: lightness
+    readonly property real minimumValue: 0
+    readonly property real maximumValue: 1
+    readonly property real stepSize: 0.01
 
     signal picked(real lightness)
 

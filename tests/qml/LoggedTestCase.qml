@@ -1,9 +1,48 @@
+import QtQuick
 import QtTest
 import VexoDeckTest
 
 /* A test case that fails on warnings and errors in the log that the test has not announced with TestLog.expect(). */
 TestCase {
+    id: loggedTestCase
+
     when: windowShown
+
+    // A movement as it should be, beside the one that is under test.
+    property real referenceValue: 0
+
+    NumberAnimation {
+        id: reference
+
+        target: loggedTestCase
+        property: "referenceValue"
+    }
+
+    // A change that makes an animation move a property from one value to another: at each step the property stands
+    // where this duration and easing put it, however slow the machine is. `find` gives the object after the change.
+    // Gives the number of steps on the way, which a busy machine makes few.
+    function verifyMovement(change, find, property, from, to, durationMs, easingType) {
+        const misses = [];
+        let stepsOnTheWay = 0;
+        reference.from = from;
+        reference.to = to;
+        reference.duration = durationMs;
+        reference.easing.type = easingType;
+        reference.start();
+        change();
+        const object = find();
+        const changed = object[property + "Changed"];
+        const record = () => {
+            misses.push(Math.abs(object[property] - referenceValue) / Math.abs(to - from));
+            if (object[property] !== from && object[property] !== to)
+                stepsOnTheWay++;
+        };
+        changed.connect(record);
+        tryVerify(() => !reference.running && object[property] === to);
+        changed.disconnect(record);
+        verify(misses.every(miss => miss < 0.02), `${property} missed its way by ${misses}`);
+        return stepsOnTheWay;
+    }
 
     function init() {
         TestLog.begin();

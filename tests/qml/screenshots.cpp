@@ -45,10 +45,13 @@ bool saveDialog(QQuickWindow& window, QQmlEngine& engine, const QDir& folder) {
     QVariant dialog;
     QMetaObject::invokeMethod(engine.singletonInstance<QObject*>("MediaControls", "MessageDialogMgr"),
                               "showCustomDialogNew", Q_RETURN_ARG(QVariant, dialog),
-                              Q_ARG(QString, "有新版本可升级,是否重启并升级软件?"), Q_ARG(QVariant, {}),
+                              Q_ARG(QVariant, "有新版本可升级,是否重启并升级软件?"), Q_ARG(QVariant, {}),
                               Q_ARG(QVariant, {}), Q_ARG(QVariant, {}), Q_ARG(QVariant, {}));
+    auto* shown = dialog.value<QObject*>();
+    if (shown == nullptr)
+        return false;
     const bool saved = save(window, folder, "dialog");
-    QMetaObject::invokeMethod(dialog.value<QObject*>(), "close");
+    QMetaObject::invokeMethod(shown, "close");
     settle();
     return saved;
 }

@@ -547,5 +547,17 @@ Item {
             compare(swatch(picker, 0).Accessible.name, "#FF0000");
             compare(picker.Accessible.role, Accessible.ColorChooser);
         }
+
+        // Under the names by which the accessibility bridge asks for them.
+        function test_a_screen_reader_gets_hue_and_lightness_with_their_ranges() {
+            const picker = create();
+            picker.flushToColor("#004080");
+            for (const [item, value, highest] of [[area(picker), 210, 360], [bar(picker), 0.251, 1]]) {
+                compare(item.Accessible.role, Accessible.Slider);
+                fuzzyCompare(item.value, value, highest / 500);
+                compare([item.minimumValue, item.maximumValue], [0, highest]);
+                verify(item.stepSize > 0);
+            }
+        }
     }
 }

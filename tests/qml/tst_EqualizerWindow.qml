@@ -265,6 +265,7 @@ WindowedEqualizerTestCase {
         keyClick(Qt.Key_Right);
         compare(chart.Accessible.name, "125Hz");
         compare(chart.Accessible.description, "+2dB");
+        compare([chart.value, chart.minimumValue, chart.maximumValue, chart.stepSize], [2, -6, 6, 0.5], "what a screen reader gets");
         keyClick(Qt.Key_Up);
         compare(current().value[1], 2.5);
         keyClick(Qt.Key_Down);

@@ -111,17 +111,18 @@ Item {
 
         function test_a_lit_mark_is_not_prolonged_by_the_next_peak() {
             const meter = create(singleComponent, {
-                clippingDuration: 400
+                clippingDuration: 1000
             });
             const lit = Date.now();
             meter.setLevel(1);
             let ended = 0;
             meter.clippingChanged.connect(() => ended = ended || Date.now());
-            tryVerify(() => Date.now() - lit > 250);
+            tryVerify(() => Date.now() - lit > 600);
             meter.setLevel(0.2);
             meter.setLevel(1);
             tryVerify(() => ended > 0);
-            verify(ended - lit < 600, ended - lit + " ms");
+            // The second peak would have kept it for 1600 ms, less what a coarse timer may be early.
+            verify(ended - lit < 1500, ended - lit + " ms");
         }
 
         function test_a_cleared_mark_can_be_lit_again() {
@@ -261,21 +262,25 @@ Item {
             });
             const started = Date.now();
             let step = 0;
+            let last = started;
+            let longestPauseMs = 0;
+            let fell = false;
+            meter.levelChanged.connect(() => fell = fell || meter.level === 0);
             // Real changes at each turn for longer than the time out.
             tryVerify(() => {
+                longestPauseMs = Math.max(longestPauseMs, Date.now() - last);
                 meter.setLevel(0.5 + 0.01 * (step++ % 2));
-                return Date.now() - started > 500;
+                last = Date.now();
+                return last - started > 500;
             });
-            verify(meter.level > 0.4);
+            verify(!fell || longestPauseMs > 190, `fell at a longest pause of ${longestPauseMs} ms`);
             // A change within 0.001 leaves the timer running.
             const base = meter.level;
-            const last = Date.now();
             tryVerify(() => {
                 if (meter.level > 0)
                     meter.setLevel(base + 0.0005 * (step++ % 2));
                 return meter.level === 0;
             }, 2000);
-            verify(Date.now() - last < 1000);
         }
 
         function test_a_pair_passes_left_and_right_on() {

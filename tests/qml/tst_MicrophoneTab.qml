@@ -269,7 +269,8 @@ PageTestCase {
         report("mic_gain", 13);
         compare(slider.value, 6);
         waitForEndOf(slider);
-        verify(Date.now() - releasedAt >= 490, "ended after " + (Date.now() - releasedAt) + " ms");
+        const tookMs = Date.now() - releasedAt;
+        verify(tookMs >= debounceMs, `ended after ${tookMs} ms`);
         compare(slider.value, 6);
         report("mic_gain", 12);
         compare(slider.value, 12);

@@ -233,6 +233,8 @@ Item {
                 value: 50
             });
             compare(progress.subText, "25%");
+            compare(progress.Accessible.role, Accessible.ProgressBar);
+            compare([progress.minimumValue, progress.maximumValue], [0, 200], "the range that a screen reader gets");
             progress.subText = "倒计时 10s";
             compare(findChild(progress, "subLabel").text, "倒计时 10s");
             compare(progress.Accessible.description, "倒计时 10s");

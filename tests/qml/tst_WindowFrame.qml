@@ -143,81 +143,16 @@ LoggedTestCase {
         tryCompare(frame, "opacity", 1);
     }
 
-    // Two animations around the fade, the one a quarter shorter, the other a quarter longer: what ends between them
-    // takes its 200 ms, however slow the machine is.
-    Component {
-        id: measureComponent
-
-        Item {
-            id: measure
-
-            property real early: 0
-            property real late: 0
-            readonly property alias earlyEnded: earlyAnimation.ended
-            readonly property alias lateEnded: lateAnimation.ended
-
-            function startEarly() {
-                earlyAnimation.start();
-            }
-
-            function startLate() {
-                lateAnimation.start();
-            }
-
-            NumberAnimation {
-                id: earlyAnimation
-
-                property bool ended: false
-
-                target: measure
-                property: "early"
-                to: 1
-                duration: 150
-                onFinished: ended = true
-            }
-            NumberAnimation {
-                id: lateAnimation
-
-                property bool ended: false
-
-                target: measure
-                property: "late"
-                to: 1
-                duration: 250
-                onFinished: ended = true
-            }
-        }
-    }
-
-    // Starts a change of opacity and checks how long it takes and that it is slow at both ends.
-    function verifyFade(frame, end, change) {
-        const measure = createTemporaryObject(measureComponent, testCase);
-        const steps = [];
-        let endedBetween = false;
-        const record = () => {
-            steps.push(Math.abs(frame.opacity - (1 - end)));
-            if (frame.opacity === end)
-                endedBetween = measure.earlyEnded && !measure.lateEnded;
-        };
-        frame.opacityChanged.connect(record);
-        measure.startEarly();
-        change();
-        measure.startLate();
-        tryCompare(frame, "opacity", end);
-        frame.opacityChanged.disconnect(record);
-        verify(endedBetween, "the fade takes 200 ms");
-        verify(steps.length > 4, steps);
-        // Half of the way in half of the time, and little of it in the first quarter.
-        const quarter = steps.filter(step => step < 0.125).length / steps.length;
-        verify(quarter > 0.15 && quarter < 0.4, steps);
-    }
-
     function test_the_fades_take_200_ms_and_are_slow_at_both_ends() {
         const frame = createTemporaryObject(frameComponent, testCase, {
             visible: false
         });
-        verifyFade(frame, 1, () => frame.visible = true);
-        verifyFade(frame, 0, () => frame.close());
+        tryVerify(() => {
+            const fadeIn = verifyMovement(() => frame.visible = true, () => frame, "opacity", 0, 1, 200, Easing.InOutQuad);
+            const fadeOut = verifyMovement(() => frame.close(), () => frame, "opacity", 1, 0, 200, Easing.InOutQuad);
+            tryCompare(frame, "visible", false);
+            return fadeIn > 3 && fadeOut > 3;
+        });
     }
 
     function test_a_closed_window_is_hidden_after_200_ms_once() {
@@ -315,6 +250,25 @@ LoggedTestCase {
         compare(close.visualFocus, true);
         keyClick(Qt.Key_Return);
         tryCompare(frame, "visible", false);
+    }
+
+    function test_escape_closes_a_window_but_the_main_one() {
+        const main = create(mainFrameComponent);
+        const mainWatch = createTemporaryObject(closeWatchComponent, testCase, {
+            target: main
+        });
+        main.requestActivate();
+        tryCompare(main, "active", true);
+        keyClick(Qt.Key_Escape);
+        const frame = create(frameComponent);
+        frame.requestActivate();
+        // The windows of one program are active together.
+        tryVerify(() => frame.activeFocusItem !== null);
+        keyClick(Qt.Key_Escape);
+        tryCompare(frame, "visible", false);
+        compare(mainWatch.accepted, []);
+        compare(main.visible, true);
+        compare(main.quitCount, 0);
     }
 
     function test_every_button_has_a_name_for_a_screen_reader() {

@@ -4,6 +4,7 @@ from system_case import CONNECTED, START_BUTTON, wait_until
 
 SETTINGS_BUTTON = "设备设置"
 BACK_BUTTON = "返回"
+CLOSE_BUTTON = "关闭"
 
 # The room on both sides of a slider's track that the handle's half takes.
 HANDLE_HALF = 7
@@ -12,8 +13,6 @@ HANDLE_HALF = 7
 class Panel:
     def __init__(self, stage):
         self.stage = stage
-        # The program counts its time in ticks: on a busy machine its hellos come late.
-        stage.emulator("identity patience 60")
 
     # ---- ways
 
@@ -34,6 +33,37 @@ class Panel:
     def rest_pointer(self):
         """The mouse where nothing answers it."""
         self.stage.xdotool("mousemove", 2, self.stage.size[1] - 2)
+
+    # ---- windows
+
+    def wait_window(self, title):
+        """Waits until a window stands and can be seen; gives its place and size."""
+        window = wait_until(lambda: self.stage.windows(title), f"the window {title!r}")[0]
+        self.wait("frame", title)
+        return self.stage.window_extents(window)
+
+    def wait_no_window(self, title):
+        wait_until(lambda: not self.stage.windows(title), f"the window {title!r} to close")
+
+    def close_window(self, title, key=None):
+        """Presses the close button of the window's own title bar, or a key."""
+        left, top, width, height = self.wait_window(title)
+        if key:
+            self.stage.xdotool("key", key)
+            self.wait_no_window(title)
+            return
+
+        def inside(control):
+            x, y, *_ = control["extents"]
+            return left <= x < left + width and top <= y < top + height
+
+        def button():
+            return next((control for control in self.stage.controls() if control["name"] == CLOSE_BUTTON and inside(control)
+                         and "showing" in control["states"]), None)
+
+        self.stage.click_control(wait_until(button, f"the close button of {title!r}"))
+        self.wait_no_window(title)
+        self.rest_pointer()
 
     # ---- what is seen
 

@@ -17,6 +17,8 @@ TILE = "radio button"
 SLIDER = "slider"
 BUTTON = "button"
 
+# The window of the automatic gain.
+MEASUREMENT = "自动增益"
 SCENES = ["原声", "播客", "游戏", "直播", "自定义"]
 STRENGTHS = ["弱降噪", "强降噪"]
 
@@ -27,6 +29,16 @@ class Click:
     name: str
     writes: list = field(default_factory=list)
     shows: dict = field(default_factory=dict)
+    # The titles of windows that it opens or closes.
+    opens: str | None = None
+    closes: str | None = None
+
+
+@dataclass(frozen=True)
+class CloseWindow:
+    """A window that a click has opened, closed by the button of its own title bar, or by a key."""
+    title: str
+    key: str | None = None
 
 
 @dataclass(frozen=True)
@@ -57,14 +69,19 @@ class Model:
     turns: list
     # What the microphone page holds when everything on it is off, in the order of the tabulator.
     tab_order: list
-    # What it holds more when everything is on.
-    more_controls: set = frozenset()
+    # The same when everything on it is on.
+    full_tab_order: list = field(default_factory=list)
     # Hardware values that no control of these pages shows, and their names in the log.
     unseen: dict = field(default_factory=dict)
 
     @property
     def controls(self):
         return set(self.tab_order)
+
+    @property
+    def more_controls(self):
+        """What it holds more when everything is on."""
+        return set(self.full_tab_order) - self.controls
 
 
 def byte(value):
@@ -121,6 +138,11 @@ def scene(index, boosted):
     else:
         shows |= {(TILE, name): None for name in STRENGTHS}
     return Click(TILE, SCENES[index], writes, shows)
+
+
+def equalizer():
+    """The way to the equaliser's window, and back."""
+    return [Click(BUTTON, "均衡器", opens="均衡器"), CloseWindow("均衡器", key="Escape")]
 
 
 CUSTOM = selected(SCENES, 4)
@@ -184,11 +206,15 @@ MIXDESK_R2 = Model(
     pages=[MICROPHONE_PAGE, MONITOR_PAGE, LIGHTING_PAGE, GENERAL_PAGE],
     microphone=[
         Drag("增益", [30, 1, 12], "mic_gain", percent_of_gain(1, 29)),
-        Click(BUTTON, "开始检测"),
+        # The window asks the device to measure, and its cancel to stop; its title bar only closes it.
+        Click(BUTTON, "开始检测", [("auto_gain", "01")], opens=MEASUREMENT),
+        Click(BUTTON, "取消", [("auto_gain", "00")], closes=MEASUREMENT),
+        Click(BUTTON, "开始检测", [("auto_gain", "01")], opens=MEASUREMENT),
+        CloseWindow(MEASUREMENT),
         *flip("静音", "mute"),
         *flip("48V幻象电源", "power"),
         *flip("防爆音", "anti_noise"),
-        Click(BUTTON, "均衡器"),
+        *equalizer(),
     ],
     monitor=monitor(1, 30, 29),
     turns=turns(1, 30, 1, 30) + [switch_turn("power", "48V幻象电源")],
@@ -209,7 +235,7 @@ def microphone_model(word, name, pages):
             *flip("自动增益", "auto_gain_on"),
             *flip("静音", "mute"),
             *audio_boost_of_microphones(),
-            Click(BUTTON, "均衡器"),
+            *equalizer(),
         ],
         monitor=monitor(0, 13, 13),
         turns=turns(0, 18, 0, 13) + [
@@ -219,7 +245,9 @@ def microphone_model(word, name, pages):
         ],
         tab_order=[(SLIDER, "增益"), (SWITCH, "自动增益"), (SWITCH, "静音"), *((TILE, name) for name in SCENES),
                    (SWITCH, "AI降噪"), (SWITCH, "防爆音"), (SWITCH, "压缩器"), (BUTTON, "均衡器")],
-        more_controls={(TILE, name) for name in STRENGTHS} | {(SLIDER, "防爆音"), (SLIDER, "压缩器")},
+        full_tab_order=[(SLIDER, "增益"), (SWITCH, "自动增益"), (SWITCH, "静音"), *((TILE, name) for name in SCENES),
+                        (SWITCH, "AI降噪"), *((TILE, name) for name in STRENGTHS), (SWITCH, "防爆音"),
+                        (SLIDER, "防爆音"), (SWITCH, "压缩器"), (SLIDER, "压缩器"), (BUTTON, "均衡器")],
         unseen={"listen_output": "监听输出", "other_light_off": "其他灯光开关"},
     )
 

@@ -7,7 +7,7 @@ import unittest
 import panel_table as table
 from log_check import TYPED_LOG, warnings_of
 from panel import BACK_BUTTON, Panel
-from panel_table import Click, Drag
+from panel_table import Click, CloseWindow, Drag
 from system_case import WAITING_TITLE, SystemCase, Stage, BUILD, wait_until
 
 CONTROL_ROLES = {table.SWITCH, table.TILE, table.SLIDER, table.BUTTON}
@@ -55,12 +55,18 @@ class PanelWalk(SystemCase):
             with self.naming(row):
                 if isinstance(row, Click):
                     self.do_click(row)
+                elif isinstance(row, CloseWindow):
+                    self.panel.close_window(row.title, row.key)
                 else:
                     self.do_drag(row)
         self.prove_silence()
 
     def do_click(self, row):
         self.panel.click(row.role, row.name)
+        if row.opens:
+            self.panel.wait_window(row.opens)
+        if row.closes:
+            self.panel.wait_no_window(row.closes)
         self.panel.wait_shown(row.shows)
         if row.writes:
             self.panel.wait_writes(row.writes)
@@ -132,40 +138,91 @@ class PanelWalk(SystemCase):
         self.prove_silence()
 
     def check_keyboard(self):
-        """The whole page without a mouse: Tab reaches every control, arrows move a slider, Space flips a switch."""
+        """The whole drawer without a mouse: Tab reaches every control, arrows move a slider and go from page to page,
+        Space flips a switch and presses a tile, Escape closes what is open."""
         self.panel.open()
-        reached = self.tab_until_it_repeats()
-        self.assertEqual([control for control in reached if control in self.model.controls], self.model.tab_order)
-        self.panel.clear()
-        self.tab_to(table.SLIDER, "增益")
-        gain = self.panel.wait(table.SLIDER, "增益")["value"]
-        self.stage.xdotool("key", "Right", "key", "Right", "key", "Up", "key", "Left")
-        self.panel.wait_shown({(table.SLIDER, "增益"): gain + 2})
-        self.stage.emulator(f"wait value mic_gain {round(gain) + 2} 3000")
+        self.check_tab_order(self.model.tab_order)
         self.panel.clear()
         self.tab_to(table.SWITCH, "静音")
-        self.stage.xdotool("key", "space")
+        self.press("space")
         self.panel.wait_shown({(table.SWITCH, "静音"): True})
         self.panel.wait_writes([("mute", "01")])
-        self.stage.xdotool("key", "Escape")
+        gain = self.panel.wait(table.SLIDER, "增益")["value"]
+        self.check_arrows("增益", "mic_gain", gain)
+        if self.model.full_tab_order:
+            scene = table.scene(2, True)
+            self.panel.clear()
+            self.tab_to(scene.role, scene.name)
+            self.press("space")
+            self.panel.wait_shown(scene.shows)
+            self.panel.wait_writes(scene.writes)
+            self.check_tab_order(self.model.full_tab_order)
+            self.check_arrows("防爆音", "device_boom_value", -5)
+            self.panel.wait_shown(table.CUSTOM)
+            self.check_arrows("压缩器", None, -10)
+        self.tab_to("page tab", table.MICROPHONE_PAGE)
+        self.press("Right")
+        self.wait_focus("page tab", table.MONITOR_PAGE)
+        for name, attribute in (("麦克风/电脑监听比", "mic_listen_ratio"), ("监听音量", "listen_volume")):
+            self.check_arrows(name, attribute, self.panel.wait(table.SLIDER, name)["value"])
+        self.tab_to("push button menu", "更多")
+        self.press("space")
+        self.stage.wait_text("帮助", "menu item")
+        self.press("Escape")
+        self.stage.wait_no_text("帮助", "menu item")
+        # The drawer has stayed: the menu alone was meant.
+        self.tab_to(table.BUTTON, BACK_BUTTON)
+        self.press("Escape")
         self.stage.wait_no_text(BACK_BUTTON, "button")
 
+    def check_tab_order(self, expected):
+        wanted = self.model.controls | self.model.more_controls
+        reached = [control for control in self.tab_until_it_repeats() if control in wanted]
+        # The round began somewhere within.
+        begin = reached.index(expected[0])
+        self.assertEqual(reached[begin:] + reached[:begin], expected)
+
+    def check_arrows(self, name, attribute, value):
+        """From a value that has room on both sides."""
+        self.panel.clear()
+        self.tab_to(table.SLIDER, name)
+        for keys, steps in ((("Right", "Right", "Up"), 3), (("Left", "Down"), -2)):
+            value += steps
+            self.press(*keys)
+            self.panel.wait_shown({(table.SLIDER, name): value})
+            if attribute:
+                self.stage.emulator(f"wait value {attribute} {table.byte_word(round(value))} 3000")
+        self.assertEqual({written for written, _ in self.panel.writes()}, {attribute} if attribute else set())
+
+    def press(self, *keys):
+        self.stage.xdotool(*(word for key in keys for word in ("key", key)))
+
+    def wait_focus(self, role, name):
+        wait_until(lambda: self.focused() == (role, name), f"the focus on {name}")
+
+    def focused_control(self):
+        return next((control for control in self.stage.controls() if "focused" in control["states"]
+                     and control["role"] not in ("panel", "layered pane", "frame")), None)
+
     def focused(self):
-        return next(((control["role"], control["name"]) for control in self.stage.controls()
-                     if "focused" in control["states"] and control["role"] not in ("panel", "layered pane", "frame")), None)
+        control = self.focused_control()
+        return control and (control["role"], control["name"])
 
     def press_tab(self):
-        before = self.focused()
-        self.stage.xdotool("key", "Tab")
-        return wait_until(lambda: self.focused() != before and self.focused(), f"the focus to leave {before}")
+        """Goes on to the next control and gives its role, name and description: the strips' buttons have one name."""
+        def place():
+            control = self.focused_control()
+            return control and (control["role"], control["name"], control["description"])
+
+        before = place()
+        self.press("Tab")
+        return wait_until(lambda: (now := place()) != before and now, f"the focus to leave {before}")
 
     def tab_until_it_repeats(self):
         reached = []
-        while True:
-            now = self.press_tab()
-            if now in reached:
-                return reached
+        while (now := self.press_tab()) not in reached:
             reached.append(now)
+        return [(role, name) for role, name, _ in reached]
 
     def tab_to(self, role, name):
         while self.focused() != (role, name):
@@ -240,6 +297,9 @@ class VoxmicT40(PanelWalk):
 
     def test_every_hardware_value_shows_and_is_not_echoed(self):
         self.check_turns()
+
+    def test_keyboard_alone_works_the_drawer(self):
+        self.check_keyboard()
 
     def test_values_of_the_device_win_at_connection(self):
         self.check_values_of_the_device_at_connection()

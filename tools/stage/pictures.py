@@ -10,6 +10,7 @@ import pathlib
 import subprocess
 import sys
 
+import numpy
 from PIL import Image
 
 from stage import Stage
@@ -19,6 +20,9 @@ COLOURS = 256
 # The grounds, lines and letters keep their very colours; the rest is for the soft shades of the devices.
 EXACT_COLOURS = 64
 
+# On the page of the drawer beside its controls, where the wheel scrolls.
+PAGE_MARGIN = (880, 600)
+
 SCENE_GAME = "游戏"
 MODELS = ("r2", "m40", "t40")
 # The pages of the drawer that have something on them.
@@ -26,19 +30,20 @@ PAGES = {"microphone": "话筒", "monitor": "监听"}
 
 
 def with_palette(picture):
-    counted = sorted(picture.getcolors(picture.width * picture.height), reverse=True)
-    exact = [colour for _, colour in counted[:EXACT_COLOURS]]
+    pixels = numpy.asarray(picture).reshape(-1, 3)
+    colours, places, counts = numpy.unique(pixels, axis=0, return_inverse=True, return_counts=True)
+    order = numpy.argsort(-counts, kind="stable")
+    palette = colours[order[:EXACT_COLOURS]]
     # Each of the other colours once, so that the large grounds do not take the palette.
-    others = [colour for _, colour in counted[EXACT_COLOURS:]]
-    palette = [channel for colour in exact for channel in colour]
-    if others:
-        sample = Image.new("RGB", (len(others), 1))
-        sample.putdata(others)
-        shades = sample.quantize(COLOURS - len(exact), method=Image.Quantize.MEDIANCUT, kmeans=4)
-        palette += shades.getpalette()[:3 * (COLOURS - len(exact))]
-    holder = Image.new("P", (1, 1))
-    holder.putpalette(palette)
-    return picture.quantize(palette=holder, dither=Image.Dither.NONE)
+    others = colours[order[EXACT_COLOURS:]]
+    if len(others):
+        sample = Image.fromarray(others[numpy.newaxis])
+        shades = sample.quantize(COLOURS - len(palette), method=Image.Quantize.MEDIANCUT, kmeans=4).getpalette()
+        palette = numpy.concatenate([palette, numpy.array(shades, dtype=numpy.uint8).reshape(-1, 3)])
+    nearest = [numpy.argmin(((palette.astype(int) - colour) ** 2).sum(axis=1)) for colour in colours.astype(int)]
+    result = Image.fromarray(numpy.array(nearest, dtype=numpy.uint8)[places].reshape(picture.size[::-1]), "P")
+    result.putpalette(palette.tobytes())
+    return result
 
 
 class Camera:
@@ -86,6 +91,8 @@ def take_model(build, folder, model):
             stage.click(PAGES["microphone"], "page tab")
             stage.click(SCENE_GAME, "radio button")
             stage.wait_text("强降噪", "radio button")
+            # The lower half of the page.
+            stage.xdotool("mousemove", *PAGE_MARGIN, "click", "--repeat", 20, 5)
             camera.take(f"drawer-boost-{model}")
 
 

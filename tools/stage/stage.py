@@ -22,6 +22,10 @@ import tempfile
 import time
 
 
+# Hello intervals of about a second.
+PATIENCE = 60
+
+
 class Timeout(AssertionError):
     """A condition did not come true in time."""
 
@@ -182,6 +186,10 @@ class Stage:
         self.control.settimeout(60)
         self.control.connect(self.env["VEXO_EMULATOR_SOCKET"])
         self.answers = self.control.makefile("r", encoding="utf-8")
+        # The program counts its time in ticks: on a busy machine its hellos come late, and a device that has given
+        # the program up reports nothing any more.
+        for entry in self.emulator("devices")["devices"]:
+            self.emulator(f"on {entry['device']} identity patience {PATIENCE}")
 
     def emulator_words(self):
         """Further words of the emulator's command line."""
@@ -271,7 +279,11 @@ class Stage:
         wait_until(lambda: self.find(name, role) is None, f"{name!r} gone from the screen", limit)
 
     def click(self, name, role=None):
-        x, y, width, height = self.wait_text(name, role)["extents"]
+        self.click_control(self.wait_text(name, role))
+
+    def click_control(self, control):
+        """A click on the middle of a control as controls() gave it."""
+        x, y, width, height = control["extents"]
         self.xdotool("mousemove", x + width // 2, y + height // 2, "click", 1)
 
     def xdotool(self, *words):
@@ -281,6 +293,13 @@ class Stage:
         """The visible windows with this title."""
         result = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"], env=self.env, capture_output=True, text=True)
         return result.stdout.split()
+
+    def window_extents(self, window):
+        """The place and size of a window of windows(): x, y, width, height."""
+        result = subprocess.run(["xdotool", "getwindowgeometry", "--shell", window], env=self.env, check=True,
+                                capture_output=True, text=True)
+        values = dict(line.split("=") for line in result.stdout.split())
+        return [int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")]
 
     def screenshot(self, path):
         path = pathlib.Path(path)

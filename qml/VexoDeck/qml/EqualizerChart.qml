@@ -22,6 +22,11 @@ Item {
     readonly property list<real> gainLevels: [6, 4, 2, 0, -2, -4, -6]
     readonly property list<string> gainLabels: ["+6dB", "+4dB", "+2dB", "0", "-2dB", "-4dB", "-6dB"]
     readonly property list<real> gains: Curve.twelveGains(currentEqData.value)
+    // The keyboard's band as a screen reader asks for it, in dB.
+    readonly property real value: gains[edit.keyBand]
+    readonly property real minimumValue: Curve.minimumGain
+    readonly property real maximumValue: Curve.maximumGain
+    readonly property real stepSize: 0.5
 
     // A band's gain in dB was moved by the user's hand.
     signal gainEdited(band: int, gain: real)

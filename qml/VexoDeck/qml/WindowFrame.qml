@@ -49,35 +49,47 @@ ApplicationWindow {
         }
     }
 
-    Loader {
-        objectName: "body"
+    FocusScope {
         anchors.fill: parent
-        anchors.topMargin: titleBar.height
-        sourceComponent: windowFrame.content
-    }
+        focus: true
 
-    TitleBar {
-        id: titleBar
+        Loader {
+            objectName: "body"
+            anchors.fill: parent
+            anchors.topMargin: titleBar.height
+            sourceComponent: windowFrame.content
+        }
 
-        anchors.left: parent.left
-        anchors.right: parent.right
-        z: 2
-        window: windowFrame
-        macStyle: windowFrame.macStyle
-        titleColor: windowFrame.titleColor
-        rightView: windowFrame.rightView
-        edgeThickness: resizeEdges.visible ? resizeEdges.thickness : 0
-        onCloseRequested: windowFrame.rightView ? windowFrame.quitProgram() : windowFrame.close()
-    }
+        TitleBar {
+            id: titleBar
 
-    // Below the title bar, whose buttons reach to the window's edge and take the presses there.
-    ResizeEdges {
-        id: resizeEdges
+            anchors.left: parent.left
+            anchors.right: parent.right
+            z: 2
+            window: windowFrame
+            macStyle: windowFrame.macStyle
+            titleColor: windowFrame.titleColor
+            rightView: windowFrame.rightView
+            edgeThickness: resizeEdges.visible ? resizeEdges.thickness : 0
+            onCloseRequested: windowFrame.rightView ? windowFrame.quitProgram() : windowFrame.close()
+        }
 
-        anchors.fill: parent
-        z: 1
-        window: windowFrame
-        visible: titleBar.resizable && windowFrame.visibility === Window.Windowed
+        // Below the title bar, whose buttons reach to the window's edge and take the presses there.
+        ResizeEdges {
+            id: resizeEdges
+
+            anchors.fill: parent
+            z: 1
+            window: windowFrame
+            visible: titleBar.resizable && windowFrame.visibility === Window.Windowed
+        }
+
+        // As the close button does. The main window stays: its close ends the program.
+        Keys.onEscapePressed: event => {
+            event.accepted = !windowFrame.rightView;
+            if (event.accepted)
+                windowFrame.close();
+        }
     }
 
     Timer {

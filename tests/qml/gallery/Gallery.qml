@@ -5,7 +5,7 @@ import MediaControls
 ApplicationWindow {
     id: gallery
 
-    width: 1740
+    width: 2034
     height: 966
     visible: true
     title: "Control gallery"

@@ -76,6 +76,19 @@ Column {
                 }
             }
         }
+        Section {
+            title: "CustomComAppBox2, open"
+
+            Cell {
+                width: 256
+                height: 350
+                pose: "open"
+                sourceComponent: CustomComAppBox2 {
+                    implicitWidth: 240
+                    currentApp: AppInventory.running()[0] ?? null
+                }
+            }
+        }
     }
 
     Row {
@@ -163,6 +176,28 @@ Column {
             }
             CustomCycColorSelect {
                 colorList: ["#3F2EF8", "#00E27E", "#FFC000", "#FF3200"]
+            }
+        }
+        Section {
+            title: "CustomComAppPlus"
+
+            Row {
+                spacing: 4
+
+                Repeater {
+                    model: ["", "hover", "focus"]
+
+                    Cell {
+                        required property string modelData
+
+                        pose: modelData
+                        sourceComponent: CustomComAppPlus {
+                            implicitWidth: 84
+                            implicitHeight: 230
+                            text: "添加应用"
+                        }
+                    }
+                }
             }
         }
     }

@@ -111,6 +111,12 @@ int main(int argc, char** argv) {
     registerTemporarySettings();
 
     QQmlApplicationEngine engine;
+    QVariantList applications;
+    for (const char* name : {"music", "game", "browser", "talk"})
+        applications.append(
+            QVariantMap{{"name", name}, {"bundleIdentifier", name}, {"processIdentifier", "1"}});
+    engine.singletonInstance<QObject*>("VexoDeckSystemBridge", "SystemBridge")
+        ->setProperty("applications", applications);
     engine.load(QUrl::fromLocalFile(VEXO_GALLERY_DIR "/Gallery.qml"));
     if (engine.rootObjects().isEmpty())
         return 1;

@@ -1,6 +1,8 @@
 #include "app/SettingsManager.h"
 #include "tests/support/LogCapture.h"
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QJSEngine>
@@ -10,10 +12,37 @@
 
 namespace {
 
+/// Gives access to the store's file.
+class SettingsManagerFile : public SettingsManager {
+public:
+    [[nodiscard]] QString fileName() const { return settings->fileName(); }
+    [[nodiscard]] QSettings::Format format() const { return settings->format(); }
+};
+
 /// A manager on an emptied store.
 class SettingsManagerTest : public testing::Test {
 protected:
     void SetUp() override { manager.clear(); }
+
+    /// The store's file, which exists and has no line of the key.
+    QString fileWithout(const QString& key) {
+        manager.setValue("other", 1);
+        manager.removeValue(key);
+        manager.sync();
+        return SettingsManagerFile().fileName();
+    }
+
+    /// The line of "volume" as it stands on the disk, empty where there is none.
+    static QByteArray written(const QString& path) {
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+        for (const QByteArray& line : file.readAll().split('\n')) {
+            if (line.startsWith("volume=")) {
+                return line;
+            }
+        }
+        return {};
+    }
 
     SettingsManager manager;
 };
@@ -25,13 +54,6 @@ public:
         delete settings;
         settings = nullptr;
     }
-};
-
-/// Gives access to the store's file.
-class SettingsManagerFile : public SettingsManager {
-public:
-    [[nodiscard]] QString fileName() const { return settings->fileName(); }
-    [[nodiscard]] QSettings::Format format() const { return settings->format(); }
 };
 
 } // namespace
@@ -71,6 +93,31 @@ TEST_F(SettingsManagerTest, SettingThePresentValueWritesButDoesNotEmit) {
     manager.sync();
     EXPECT_EQ(changes.size(), 0);
     EXPECT_TRUE(QFile::exists(path)) << "the value was not written";
+}
+
+TEST_F(SettingsManagerTest, ChangesReachTheDiskTogether) {
+    const QString path = fileWithout("volume");
+    const QDeadlineTimer early(250);
+    // As a dragged slider does, with turns of the event loop in between.
+    for (int step = 0; step < 20; ++step) {
+        manager.setValue("volume", step);
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(early.hasExpired() || written(path).isEmpty()) << "step " << step;
+    }
+    const QDeadlineTimer patience(10000);
+    while (written(path).isEmpty() && !patience.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    }
+    EXPECT_EQ(written(path), "volume=19");
+}
+
+TEST_F(SettingsManagerTest, WhatIsPendingReachesTheDiskWhenTheProgramQuits) {
+    const QString path = fileWithout("volume");
+    manager.setValue("volume", 7);
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(), [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
+    QCoreApplication::exec();
+    EXPECT_EQ(written(path), "volume=7");
 }
 
 TEST_F(SettingsManagerTest, ArrayAndObjectOfTheScriptLanguageAreStoredAsListAndMap) {
