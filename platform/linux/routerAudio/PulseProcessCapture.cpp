@@ -193,11 +193,13 @@ bool PulseProcessCapture::isTarget(const PulsePlayback& playback) {
     if (known != decided.end()) {
         return known->second;
     }
+    if (playback.processId == 0) {
+        return false; // it may be said later
+    }
     // Our own sound is never captured, or it would go round in circles.
     const bool own = playback.processId == static_cast<std::uint32_t>(getpid());
-    const bool target =
-        playback.processId != 0 && !own &&
-        (playback.processId == processId || (wholeTree && isInProcessTree(playback.processId, processId)));
+    const bool target = !own && (playback.processId == processId ||
+                                 (wholeTree && isInProcessTree(playback.processId, processId)));
     decided.emplace(playback.index, target);
     return target;
 }
