@@ -24,6 +24,9 @@ constexpr std::size_t kHeadStartFrames = 240; // 5 ms
 
 constexpr std::array<float, 2 * kHeadStartFrames> kSilence{};
 
+// Two packets fill the buffer: each waits no longer than it must before the mixer has it.
+constexpr std::int64_t kPacketsOfABuffer = 2;
+
 std::uint32_t bytesOf(std::int64_t duration) {
     return static_cast<std::uint32_t>(duration * kMixSampleRate / kUnitsPerSecond *
                                       static_cast<std::int64_t>(kFrameBytes));
@@ -53,7 +56,7 @@ public:
         attributes.tlength = static_cast<std::uint32_t>(-1);
         attributes.prebuf = static_cast<std::uint32_t>(-1);
         attributes.minreq = static_cast<std::uint32_t>(-1);
-        attributes.fragsize = bytesOf(owner.bufferDuration);
+        attributes.fragsize = bytesOf(owner.bufferDuration / kPacketsOfABuffer);
         if (pa_stream_set_monitor_stream(stream, sinkInput) < 0 ||
             pa_stream_connect_record(stream, nullptr, &attributes,
                                      static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY |
