@@ -19,7 +19,7 @@ import time
 
 import numpy
 
-from stage import wait_until
+from stage import Timeout, wait_until
 
 RATE = 48000
 PIPEWIRE = "pipewire"
@@ -87,6 +87,14 @@ class Recorder:
 
     def wait_frames(self, count, limit=30.0):
         wait_until(lambda: self.frames() >= count, f"{count} recorded frames", limit)
+
+    def begins(self, limit):
+        """Whether the first frames come within this many seconds."""
+        try:
+            wait_until(lambda: self.frames() > 0 or self.process.poll() is not None, "the first frames", limit)
+        except Timeout:
+            return False
+        return self.frames() > 0
 
     def next(self, seconds, limit=30.0):
         """What comes in from now on, that long."""
@@ -280,13 +288,15 @@ class SoundServer:
 
     def recorder(self, sink, rate=RATE):
         """Records what a sink plays, from now on."""
-        before = self._pactl("list", "short", "source-outputs").stdout
-        recorder = Recorder(["parec", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
-                             f"--device={sink}.monitor", "--latency-msec=20", "--client-name=recorder"], self.env, rate)
-        self.clients.append(recorder.process)
-        wait_until(lambda: recorder.frames() > 0 or self._pactl("list", "short", "source-outputs").stdout != before,
-                   "the recorder to record")
-        return recorder
+        for _ in range(3):
+            recorder = Recorder(["parec", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
+                                 f"--device={sink}.monitor", "--latency-msec=20", "--client-name=recorder"], self.env, rate)
+            self.clients.append(recorder.process)
+            # A silent sink is recorded too. PipeWire's session manager now and then leaves a new stream unlinked.
+            if recorder.begins(10.0):
+                return recorder
+            recorder.stop()
+        raise Timeout(f"nothing is recorded from {sink}")
 
     def record(self, sink, seconds):
         recorder = self.recorder(sink)
