@@ -12,6 +12,7 @@ Signals are numpy arrays of shape (frames, 2), float, at 48000 Hz.
 import os
 import pathlib
 import shutil
+import socket
 import subprocess
 import sys
 import threading
@@ -19,7 +20,7 @@ import time
 
 import numpy
 
-from stage import Timeout, wait_until
+from stage import wait_until
 
 RATE = 48000
 PIPEWIRE = "pipewire"
@@ -88,20 +89,20 @@ class Recorder:
     def wait_frames(self, count, limit=30.0):
         wait_until(lambda: self.frames() >= count, f"{count} recorded frames", limit)
 
-    def begins(self, limit):
-        """Whether the first frames come within this many seconds."""
-        try:
-            wait_until(lambda: self.frames() > 0 or self.process.poll() is not None, "the first frames", limit)
-        except Timeout:
-            return False
-        return self.frames() > 0
-
     def next(self, seconds, limit=30.0):
         """What comes in from now on, that long."""
         first = self.frames()
         count = int(seconds * self.rate)
         self.wait_frames(first + count, limit)
         return self.signal()[first:first + count]
+
+    def take(self, seconds, limit=30.0):
+        """The oldest frames, that long, which are forgotten then: for recordings too long to be kept."""
+        count = int(seconds * self.rate)
+        self.wait_frames(count, limit)
+        taken = numpy.frombuffer(bytes(self.data[:count * 8]), dtype=numpy.float32).reshape(-1, 2)
+        del self.data[:count * 8]
+        return taken
 
     def stop(self):
         self.process.terminate()
@@ -153,7 +154,7 @@ class SoundServer:
 
     def start(self):
         """Starts the server, with the sinks and sources that it had before."""
-        log = open(self.folder / f"{self.kind}.log", "ab")
+        log = open(self._log_path(), "ab")
         if self.kind == PULSEAUDIO:
             commands = [["pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--disallow-exit=false",
                          "--use-pid-file=no", "--high-priority=no", "--log-level=1",
@@ -164,13 +165,26 @@ class SoundServer:
         for command in commands:
             self.servers.append(subprocess.Popen(command, env=self.server_env(), stdout=log, stderr=log,
                                                  stdin=subprocess.DEVNULL))
+            if command == ["pipewire"]:
+                # The others end at once where they find nobody to connect to.
+                wait_until(lambda: self._takes_connections("pipewire-0"), "pipewire's socket")
         log.close()
         wait_until(lambda: self._pactl("info").returncode == 0, f"{self.kind} to answer")
+        ended = [server.args[0] for server in self.servers if server.poll() is not None]
+        if ended:
+            raise RuntimeError(f"{', '.join(ended)} ended at once:\n{self._log_path().read_text(errors='replace')}")
         modules, self.modules = self.modules, []
         for words in modules:
             self.load(*words)
         if self.default_sink:
             self.set_default_sink(self.default_sink)
+
+    def _log_path(self):
+        return self.folder / f"{self.kind}.log"
+
+    def _takes_connections(self, name):
+        with socket.socket(socket.AF_UNIX) as probe:
+            return probe.connect_ex(str(self.runtime / name)) == 0
 
     def server_env(self):
         env = dict(self.env)
@@ -288,15 +302,13 @@ class SoundServer:
 
     def recorder(self, sink, rate=RATE):
         """Records what a sink plays, from now on."""
-        for _ in range(3):
-            recorder = Recorder(["parec", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
-                                 f"--device={sink}.monitor", "--latency-msec=20", "--client-name=recorder"], self.env, rate)
-            self.clients.append(recorder.process)
-            # A silent sink is recorded too. PipeWire's session manager now and then leaves a new stream unlinked.
-            if recorder.begins(10.0):
-                return recorder
-            recorder.stop()
-        raise Timeout(f"nothing is recorded from {sink}")
+        before = self._pactl("list", "short", "source-outputs").stdout
+        recorder = Recorder(["parec", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
+                             f"--device={sink}.monitor", "--latency-msec=20", "--client-name=recorder"], self.env, rate)
+        self.clients.append(recorder.process)
+        wait_until(lambda: recorder.frames() > 0 or self._pactl("list", "short", "source-outputs").stdout != before,
+                   "the recorder to record")
+        return recorder
 
     def record(self, sink, seconds):
         recorder = self.recorder(sink)
