@@ -277,7 +277,7 @@ class SoundServer:
         self.clients.append(process)
         return process
 
-    def play(self, signal, sink, name="player", rate=RATE, loop=True):
+    def play(self, signal, sink, name="player", rate=RATE, loop=True, latency_ms=20):
         """Plays a signal into a sink with paplay's sibling, over and over; the process."""
         path = self.folder / f"signal-{len(self.clients)}.raw"
         path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
@@ -285,7 +285,7 @@ class SoundServer:
         feeder = subprocess.Popen(["sh", "-c", repeat], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.clients.append(feeder)
         player = self.client(["pacat", "--playback", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
-                              f"--device={sink}", f"--client-name={name}", "--latency-msec=20"], stdin=feeder.stdout)
+                              f"--device={sink}", f"--client-name={name}", f"--latency-msec={latency_ms}"], stdin=feeder.stdout)
         feeder.stdout.close()
         wait_until(lambda: self.playback_of(player.pid) or player.poll() is not None, f"{name} to play")
         return player
