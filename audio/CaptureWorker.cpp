@@ -61,7 +61,8 @@ void CaptureWorker::run() {
 // rate that was obtained is asked for. Relied upon.
 CaptureWorker::Pass CaptureWorker::honourSampleRate() {
     const double wanted = service.pendingSampleRate;
-    if (!(wanted > 0.0) || std::fabs(wanted - streams.currentRate) <= kRateToleranceHz) {
+    const bool differs = std::fabs(wanted - streams.currentRate) > kRateToleranceHz;
+    if (!(wanted > 0.0) || !differs) {
         return Pass::Read;
     }
     qDebug().noquote() << "Sample rate change request:" << wanted << "Hz";

@@ -6,6 +6,7 @@
 #include "platform/ApplicationInventory.h"
 #include "platform/AudioDeviceMaps.h"
 #include "platform/SampleRateProbe.h"
+#include "platform/SoundLibraryMessages.h"
 #include "platform/SoundServerWatch.h"
 #include "platform/routerAudio/AudioRouterAPI.h"
 
@@ -275,6 +276,7 @@ void SystemBridge::initializeNativeBridge() {
     if (audioRouterService) {
         return;
     }
+    takeSoundLibraryMessages();
     audioRouterService = std::make_unique<AudioRouterService>();
     blockReceiver = this;
     audioRouterService->SetAudioCallback(forwardBlock);

@@ -12,6 +12,7 @@ Signals are numpy arrays of shape (frames, 2), float, at 48000 Hz.
 import os
 import pathlib
 import shutil
+import socket
 import subprocess
 import sys
 import threading
@@ -95,6 +96,14 @@ class Recorder:
         self.wait_frames(first + count, limit)
         return self.signal()[first:first + count]
 
+    def take(self, seconds, limit=30.0):
+        """The oldest frames, that long, which are forgotten then: for recordings too long to be kept."""
+        count = int(seconds * self.rate)
+        self.wait_frames(count, limit)
+        taken = numpy.frombuffer(bytes(self.data[:count * 8]), dtype=numpy.float32).reshape(-1, 2)
+        del self.data[:count * 8]
+        return taken
+
     def stop(self):
         self.process.terminate()
         self.process.wait()
@@ -145,7 +154,7 @@ class SoundServer:
 
     def start(self):
         """Starts the server, with the sinks and sources that it had before."""
-        log = open(self.folder / f"{self.kind}.log", "ab")
+        log = open(self._log_path(), "ab")
         if self.kind == PULSEAUDIO:
             commands = [["pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--disallow-exit=false",
                          "--use-pid-file=no", "--high-priority=no", "--log-level=1",
@@ -156,13 +165,26 @@ class SoundServer:
         for command in commands:
             self.servers.append(subprocess.Popen(command, env=self.server_env(), stdout=log, stderr=log,
                                                  stdin=subprocess.DEVNULL))
+            if command == ["pipewire"]:
+                # The others end at once where they find nobody to connect to.
+                wait_until(lambda: self._takes_connections("pipewire-0"), "pipewire's socket")
         log.close()
         wait_until(lambda: self._pactl("info").returncode == 0, f"{self.kind} to answer")
+        ended = [server.args[0] for server in self.servers if server.poll() is not None]
+        if ended:
+            raise RuntimeError(f"{', '.join(ended)} ended at once:\n{self._log_path().read_text(errors='replace')}")
         modules, self.modules = self.modules, []
         for words in modules:
             self.load(*words)
         if self.default_sink:
             self.set_default_sink(self.default_sink)
+
+    def _log_path(self):
+        return self.folder / f"{self.kind}.log"
+
+    def _takes_connections(self, name):
+        with socket.socket(socket.AF_UNIX) as probe:
+            return probe.connect_ex(str(self.runtime / name)) == 0
 
     def server_env(self):
         env = dict(self.env)
@@ -255,7 +277,7 @@ class SoundServer:
         self.clients.append(process)
         return process
 
-    def play(self, signal, sink, name="player", rate=RATE, loop=True):
+    def play(self, signal, sink, name="player", rate=RATE, loop=True, latency_ms=20):
         """Plays a signal into a sink with paplay's sibling, over and over; the process."""
         path = self.folder / f"signal-{len(self.clients)}.raw"
         path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
@@ -263,7 +285,7 @@ class SoundServer:
         feeder = subprocess.Popen(["sh", "-c", repeat], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.clients.append(feeder)
         player = self.client(["pacat", "--playback", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
-                              f"--device={sink}", f"--client-name={name}", "--latency-msec=20"], stdin=feeder.stdout)
+                              f"--device={sink}", f"--client-name={name}", f"--latency-msec={latency_ms}"], stdin=feeder.stdout)
         feeder.stdout.close()
         wait_until(lambda: self.playback_of(player.pid) or player.poll() is not None, f"{name} to play")
         return player

@@ -24,6 +24,9 @@ constexpr std::size_t kHeadStartFrames = 240; // 5 ms
 
 constexpr std::array<float, 2 * kHeadStartFrames> kSilence{};
 
+// Two packets fill the buffer: each waits no longer than it must before the mixer has it.
+constexpr std::int64_t kPacketsOfABuffer = 2;
+
 std::uint32_t bytesOf(std::int64_t duration) {
     return static_cast<std::uint32_t>(duration * kMixSampleRate / kUnitsPerSecond *
                                       static_cast<std::int64_t>(kFrameBytes));
@@ -31,11 +34,29 @@ std::uint32_t bytesOf(std::int64_t duration) {
 
 } // namespace
 
-/// One record stream.
+/// One record stream, on a connection of its own: PipeWire's Pulse server sends nothing of a client's stream
+/// while something else still waits for that client, so that many streams of one connection starve each
+/// other.
 class PulseProcessCapture::Recording {
 public:
-    Recording(PulseProcessCapture& capture, pa_context& context, std::uint32_t sinkInput)
-        : owner(capture), playback(sinkInput) {
+    Recording(PulseProcessCapture& capture, std::uint32_t sinkInput)
+        : owner(capture), playback(sinkInput),
+          link(capture.server->api(), {[this](pa_context& context) { connectStream(context); },
+                                       [this] {
+                                           dropStream();
+                                       }}) {
+        link.connect();
+    }
+
+    ~Recording() { dropStream(); }
+    Recording(const Recording&) = delete;
+    Recording& operator=(const Recording&) = delete;
+
+    [[nodiscard]] bool hasFailed() const { return failed; }
+
+private:
+    void connectStream(pa_context& context) {
+        dropStream();
         pa_proplist* const properties = pa_proplist_new();
         pa_proplist_sets(properties, PA_PROP_MEDIA_NAME, "Vexo Deck capture");
         // Kept out of the volume controls' lists of recorders.
@@ -44,6 +65,7 @@ public:
             pa_stream_new_with_proplist(&context, "Vexo Deck capture", &kSampleSpec, nullptr, properties);
         pa_proplist_free(properties);
         if (stream == nullptr) {
+            fail();
             return;
         }
         pa_stream_set_state_callback(stream, onState, this);
@@ -53,29 +75,31 @@ public:
         attributes.tlength = static_cast<std::uint32_t>(-1);
         attributes.prebuf = static_cast<std::uint32_t>(-1);
         attributes.minreq = static_cast<std::uint32_t>(-1);
-        attributes.fragsize = bytesOf(owner.bufferDuration);
-        if (pa_stream_set_monitor_stream(stream, sinkInput) < 0 ||
+        attributes.fragsize = bytesOf(owner.bufferDuration / kPacketsOfABuffer);
+        if (pa_stream_set_monitor_stream(stream, playback) < 0 ||
             pa_stream_connect_record(stream, nullptr, &attributes,
                                      static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY |
                                                                     PA_STREAM_DONT_INHIBIT_AUTO_SUSPEND)) <
                 0) {
-            failed = true;
+            fail();
         }
     }
 
-    ~Recording() { retireStream(stream); }
-    Recording(const Recording&) = delete;
-    Recording& operator=(const Recording&) = delete;
+    void dropStream() {
+        retireStream(stream);
+        stream = nullptr;
+    }
 
-    [[nodiscard]] bool hasFailed() const { return stream == nullptr || failed; }
+    // The owner makes another one, outside of this one's callbacks.
+    void fail() {
+        failed = true;
+        owner.scheduleRetry();
+    }
 
-private:
     static void onState(pa_stream* changed, void* self) {
-        auto* const recording = static_cast<Recording*>(self);
         const pa_stream_state_t state = pa_stream_get_state(changed);
         if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
-            recording->failed = true;
-            recording->owner.scheduleRetry();
+            static_cast<Recording*>(self)->fail();
         }
     }
 
@@ -106,6 +130,7 @@ private:
 
     PulseProcessCapture& owner;
     const std::uint32_t playback;
+    PulseLink link;
     pa_stream* stream = nullptr;
     bool failed = false;
 };
@@ -149,8 +174,7 @@ HResult PulseProcessCapture::stopCapture() {
 
 // Brings the record streams in line with what plays.
 void PulseProcessCapture::playbacksChanged(PulseServer& soundServer) {
-    pa_context* const context = soundServer.readyContext();
-    if (context == nullptr) {
+    if (soundServer.readyContext() == nullptr) {
         return;
     }
     const auto& playbacks = soundServer.livePlaybacks();
@@ -169,11 +193,7 @@ void PulseProcessCapture::playbacksChanged(PulseServer& soundServer) {
         }
         if (!recordings.contains(index)) {
             merge.add(index);
-            const auto made =
-                recordings.emplace(index, std::make_unique<Recording>(*this, *context, index)).first;
-            if (made->second->hasFailed()) {
-                scheduleRetry();
-            }
+            recordings.emplace(index, std::make_unique<Recording>(*this, index));
         }
         merge.setPaused(index, playback.paused);
     }
@@ -193,11 +213,13 @@ bool PulseProcessCapture::isTarget(const PulsePlayback& playback) {
     if (known != decided.end()) {
         return known->second;
     }
+    if (playback.processId == 0) {
+        return false; // it may be said later
+    }
     // Our own sound is never captured, or it would go round in circles.
     const bool own = playback.processId == static_cast<std::uint32_t>(getpid());
-    const bool target =
-        playback.processId != 0 && !own &&
-        (playback.processId == processId || (wholeTree && isInProcessTree(playback.processId, processId)));
+    const bool target = !own && (playback.processId == processId ||
+                                 (wholeTree && isInProcessTree(playback.processId, processId)));
     decided.emplace(playback.index, target);
     return target;
 }

@@ -1,5 +1,6 @@
 #include "platform/linux/routerAudio/PulseServer.h"
 
+#include "platform/linux/routerAudio/RealTimeThread.h"
 #include "platform/routerAudio/RouterLog.h"
 
 #include <charconv>
@@ -76,6 +77,10 @@ PulseServer::PulseServer() : mainloop(pa_threaded_mainloop_new()) {
                                                          }});
     // A refusal is known before anybody asks.
     link->connect();
+    // Captures live on this thread: a packet that is late is a gap, and the sound behind it stays late.
+    pa_mainloop_api_once(
+        pa_threaded_mainloop_get_api(mainloop),
+        [](pa_mainloop_api*, void*) { static_cast<void>(makeThisThreadRealTime()); }, nullptr);
     pa_threaded_mainloop_start(mainloop);
 }
 

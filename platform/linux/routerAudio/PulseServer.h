@@ -1,11 +1,12 @@
 #pragma once
 
-// The process's connection to the sound server, and what the server holds: outputs, inputs, and streams that
-// play. PulseAudio, or PipeWire by its Pulse server.
+// What the sound server holds: outputs, inputs, and streams that play; and the connection that tells of them.
+// PulseAudio, or PipeWire by its Pulse server.
 //
-// One thread, "SoundServer", runs the connection; captures live on it too. The connection exists for as long
-// as somebody holds it and comes back by itself after a restart of the server. Its first attempt begins when
-// it is made; nothing waits for a server that is not there.
+// One thread, "SoundServer", runs the connection, in real time where that is granted; captures run on it,
+// too, with connections of their own. The connection exists for as long as somebody holds it and comes back
+// by itself after a restart of the server. Its first attempt begins when it is made; nothing waits for a
+// server that is not there.
 
 #include "platform/linux/routerAudio/PulseLink.h"
 

@@ -16,7 +16,11 @@ bool setPolicy(int policy, int priority) {
 
 } // namespace
 
-RealTimeThread::RealTimeThread() : granted(setPolicy(SCHED_RR | SCHED_RESET_ON_FORK, kPriority)) {}
+bool makeThisThreadRealTime() {
+    return setPolicy(SCHED_RR | SCHED_RESET_ON_FORK, kPriority);
+}
+
+RealTimeThread::RealTimeThread() : granted(makeThisThreadRealTime()) {}
 
 RealTimeThread::~RealTimeThread() {
     if (granted) {

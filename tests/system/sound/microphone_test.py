@@ -118,6 +118,19 @@ class Microphones(SoundCase):
         self.assertIn("Speakers", names[2])
         self.assertEqual(sorted(names[0]), sorted(names[1] + names[2]))
 
+    def test_libraries_below_keep_their_complaints_to_themselves(self):
+        wait_until(lambda: "Audio routing service started" in self.bridge.log, "the service")
+        for word in ("ALSA", "alsa", "JACK", "jack", "Jack"):
+            self.assertNotIn(word, self.bridge.log)
+
+    def test_complaints_of_the_libraries_below_can_be_asked_for(self):
+        with open(self.folder / ".asoundrc", "a", encoding="utf-8") as devices:
+            devices.write('pcm.broken { type unheard_of hint { show on description "Broken" } }\n')
+        bridge = self.start_bridge(QT_LOGGING_RULES="vexo.soundlibraries.debug=true")
+        wait_until(lambda: "Audio routing service started" in bridge.log, "the service")
+        self.assertRegex(bridge.log, r"vexo\.soundlibraries: ALSA: .*unheard_of")
+        self.assertNotIn("ALSA lib ", bridge.log)
+
     def test_rate_probe_finds_the_device(self):
         wait_until(lambda: "Audio routing service started" in self.bridge.log, "the service")
         self.assertTrue(self.bridge.call("SetDeviceSampleRate", DEVICE, 48000))

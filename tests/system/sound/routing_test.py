@@ -1,5 +1,7 @@
 """Applications through the bridge: what the output sink plays, measured. On PulseAudio and on PipeWire."""
 
+import os
+import pathlib
 import subprocess
 import sys
 import time
@@ -255,6 +257,23 @@ class Routing(SoundCase):
         self.speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(self.speakers.stop)
         self.wait_tone(TONE)
+
+    def test_captures_and_outputs_run_in_real_time_where_that_is_granted(self):
+        policy = os.SCHED_RR if self.real_time_is_granted() else os.SCHED_OTHER
+        for name in ("SoundServer", "Mixer solo"):
+            wait_until(lambda: self.policy_of(name) == policy, f"{name} with policy {policy}")
+        self.assertEqual(self.policy_of("vexo_bridge_hos"), os.SCHED_OTHER)
+
+    def policy_of(self, name):
+        """The scheduling policy of the bridge's thread of this name; None where there is none."""
+        for thread in pathlib.Path(f"/proc/{self.bridge.pid}/task").iterdir():
+            if (thread / "comm").read_text().strip() == name:
+                return os.sched_getscheduler(int(thread.name)) & ~os.SCHED_RESET_ON_FORK
+        return None
+
+    def real_time_is_granted(self):
+        script = "import os\nos.sched_setscheduler(0, os.SCHED_RR, os.sched_param(5))"
+        return subprocess.run([sys.executable, "-c", script], capture_output=True).returncode == 0
 
     def test_end_stops_everything_in_order(self):
         player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <limits>
 #include <memory>
 #include <thread>
 
@@ -157,6 +158,16 @@ TEST_F(AudioRouterServiceTest, RateWithinOneHertzChangesNothing) {
     ASSERT_TRUE(awaitBlocks("mic", 10));
     EXPECT_EQ(log.count("Sample rate change request"), 0);
     EXPECT_EQ(service.GetSampleRate(), 48000.0);
+}
+
+TEST_F(AudioRouterServiceTest, InfiniteRateIsTakenOnceAndOtherRequestsAreStillHonoured) {
+    startWith({});
+    EXPECT_TRUE(service.SetSampleRate(std::numeric_limits<double>::infinity()));
+    ASSERT_TRUE(await([this] { return log.count("Sample rate change request") == 1; }));
+    EXPECT_TRUE(service.RemoveInputDevice("nobody"));
+    ASSERT_TRUE(await([this] { return log.count("Remove device request: nobody") == 1; }));
+    EXPECT_EQ(log.count("Sample rate change request"), 1);
+    EXPECT_FALSE(service.SetSampleRate(std::numeric_limits<double>::quiet_NaN()));
 }
 
 TEST_F(AudioRouterServiceTest, NewRateReinitialisesAndOpensTheStreamsWithIt) {

@@ -1,0 +1,7 @@
+#pragma once
+
+/// Takes what the sound libraries below PortAudio write to standard error on their own: while it looks for
+/// devices they complain of every one that the machine does not have. Each line becomes a debug line of the
+/// logging category "vexo.soundlibraries", which is off unless QT_LOGGING_RULES turns it on. Nothing where
+/// there are no such libraries. Before PortAudio is initialised; may be called again.
+void takeSoundLibraryMessages();

@@ -1,0 +1,4 @@
+#include "platform/SoundLibraryMessages.h"
+
+// Windows' sound interfaces write nothing.
+void takeSoundLibraryMessages() {}
