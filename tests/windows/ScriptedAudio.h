@@ -29,6 +29,13 @@ public:
     /// How often the call came.
     [[nodiscard]] int count(const std::string& call) const;
 
+    /// What the devices' topology says; without a value it is that of the machine. Before the first call.
+    std::optional<UINT> connectorCount;
+    /// A captured process that plays nothing: its client has no packet.
+    std::atomic<bool> processIsSilent{false};
+
+    /// Of the last ReleaseBuffer of an output.
+    std::atomic<DWORD> releaseFlags{0xFFFFFFFF};
     /// Of the last Initialize.
     std::atomic<DWORD> streamFlags{0};
     std::atomic<std::int64_t> bufferDuration{0};
@@ -51,7 +58,10 @@ private:
 /// Calls of operator new on the calling thread so far.
 [[nodiscard]] std::uint64_t allocationsOfThisThread();
 
-/// Windows' calls, with those that the script names failing.
+/// Windows' calls, and the endpoints, sessions and clients that they lead to, with those that the script
+/// names failing. Interfaces that several objects give are told apart: "Activate" is that of a client,
+/// "Activate IDeviceTopology" and "Activate IAudioSessionManager2" are others. The choice of a default
+/// endpoint is only noted.
 [[nodiscard]] AudioSystemCalls scriptedCalls(const std::shared_ptr<AudioScript>& script);
 
 /// The same, and a process loopback that is the client of a capture endpoint: it is asked without the

@@ -9,7 +9,6 @@ which one stage at a time uses, and whose store of settings is empty at the star
 """
 
 import fcntl
-import json
 import os
 import pathlib
 import shutil
@@ -33,7 +32,6 @@ class WindowsStage(Stage):
         self.windows_build = pathlib.Path(build).resolve()
         self.cache = pathlib.Path(os.environ.get("VEXO_CACHE", os.path.expanduser("~/.cache/vexo-deck")))
         self.prefix = self.cache / "wine-stage"
-        self.reader = None
 
     def _start(self):
         self.cache.mkdir(parents=True, exist_ok=True)
@@ -95,19 +93,9 @@ class WindowsStage(Stage):
                 values[words[0]] = words[2] if len(words) == 3 else ""
         return values
 
-    def _ui(self, *words, limit=60):
-        # The reader stays: starting a program under Wine takes longer than reading the screen.
-        if self.reader is None:
-            command = [str(WINE), str(self.windows_build / "tests" / "windows" / "uiReader.exe"), "Vexo Deck"]
-            self.reader = subprocess.Popen(command, env=self.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-            self.processes.append(self.reader)
-        self.reader.stdin.write(b"\n")
-        self.reader.stdin.flush()
-        line = self.reader.stdout.readline()
-        if not line:
-            raise AssertionError(f"reading the screen failed: {self.reader.wait(limit)}")
-        controls = json.loads(line.decode("utf-8"))
-        for control in controls:
-            control["states"] = [] if control.pop("offscreen") else ["showing", "visible"]
-            control["value"] = None
-        return controls
+    def _start_reader(self):
+        """Reads through UI Automation; it stays, since starting a program under Wine takes longer than reading."""
+        command = [str(WINE), str(self.windows_build / "tests" / "windows" / "uiReader.exe"), "Vexo Deck"]
+        self.reader = subprocess.Popen(command, env=self.env, encoding="utf-8", stdin=subprocess.PIPE,
+                                       stdout=subprocess.PIPE)
+        self.processes.append(self.reader)
