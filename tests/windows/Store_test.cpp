@@ -2,6 +2,7 @@
 
 #include "app/SettingsManager.h"
 #include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/FakeSystemBridge.h"
 
 #include <QCoreApplication>
 #include <QQmlComponent>
@@ -118,6 +119,7 @@ QVariant readByTheScreens(const QString& key) {
 
 TEST_F(Store, ConsentIsClearOnAFreshStoreAndAsTheUserLeftItAfterwards) {
     registerFakeHIDHotplugManager();
+    registerFakeSystemBridge();
     // Each engine owns its store.
     qmlRegisterSingletonType<SettingsManager>(
         "VexoDeckSettings", 1, 0, "SettingsManager",

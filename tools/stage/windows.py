@@ -75,7 +75,10 @@ class WindowsStage(Stage):
         return result.stdout.decode("utf-8", errors="replace")
 
     def start_program(self, environment=None):
-        env = dict(self.env, VEXO_EMULATOR_SOCKET=self.emulator_ready["tcp"], **(environment or {}))
+        # Without a console Qt's lines would go to the debugger. Wine hands variables of Qt's on with these letters
+        # before their names alone.
+        env = dict(self.env, VEXO_EMULATOR_SOCKET=self.emulator_ready["tcp"], WINEQT_FORCE_STDERR_LOGGING="1",
+                   **(environment or {}))
         program = Program([str(WINE), str(self.program_folder / "VexoDeck.exe")], env,
                           self.folder / f"program-{len(self.programs)}.log")
         self.programs.append(program)
