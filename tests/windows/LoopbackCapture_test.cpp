@@ -36,11 +36,25 @@ TEST_F(CaptureTest, ActivationNamesTheProcessAndItsTreeInTwelveBytes) {
         const std::vector<std::uint8_t> expected{
             1, 0, 0, 0, 0x1F, 0x14, 0, 0, static_cast<std::uint8_t>(withTree ? 0 : 1), 0, 0, 0};
         EXPECT_EQ(script->activationBytes, expected);
-        EXPECT_EQ(script->streamFlags, 0x88060000u);
-        EXPECT_EQ(script->bufferDuration, 200000);
         ASSERT_TRUE(reaches(capture, CaptureState::Capturing));
         EXPECT_EQ(capture->stopCapture(), S_OK);
     }
+}
+
+TEST_F(CaptureTest, CallsAreGivenWhatWindowsExpectsOfThem) {
+    script->fail("GetMixFormat", E_NOTIMPL);
+    const ComPtr<CLoopbackCapture> capture = makeCapture();
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    ASSERT_TRUE(reaches(capture, CaptureState::Capturing));
+    ASSERT_TRUE(comesTrue([&] { return script->count("MFPutWaitingWorkItem") > 0; }));
+    EXPECT_EQ(script->given("MFStartup"), "131184, 1"); // 0x20070, lite
+    EXPECT_EQ(script->given("MFLockSharedWorkQueue"), "Capture, 0");
+    EXPECT_EQ(script->given("MFPutWorkItem2"), "5, 0, no state");
+    EXPECT_EQ(script->given("MFCreateAsyncResult"), "no object, no state");
+    EXPECT_EQ(script->given("MFPutWaitingWorkItem"), "0");
+    // Shared, 0x88060000, 20 ms, then the default format: float, stereo, nothing behind it.
+    EXPECT_EQ(script->given("Initialize"), "0, 2282094592, 200000, 0, 3, 2, 0, no session");
+    EXPECT_EQ(capture->stopCapture(), S_OK);
 }
 
 TEST_F(CaptureTest, PacketsOfARealClientDrainThroughTheWorkQueueIntoTheRings) {

@@ -30,6 +30,12 @@ int AudioScript::count(const std::string& call) const {
     return found == counts.end() ? 0 : found->second;
 }
 
+std::string AudioScript::given(const std::string& call) const {
+    const std::lock_guard lock(mutex);
+    const auto found = arguments.find(call);
+    return found == arguments.end() ? "nothing" : found->second;
+}
+
 std::vector<std::uint64_t> AudioScript::allocationsOfPackets() const {
     const std::lock_guard lock(mutex);
     return allocations;
@@ -90,7 +96,7 @@ public:
         return real->GetBuffer(frames, data);
     }
     HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32 frames, DWORD flags) override {
-        script->releaseFlags = flags;
+        script->note("ReleaseBuffer", flags);
         const HRESULT released = real->ReleaseBuffer(frames, flags);
         return script->meet("ReleaseBuffer").value_or(released);
     }
@@ -108,8 +114,8 @@ public:
     HRESULT STDMETHODCALLTYPE Initialize(AUDCLNT_SHAREMODE mode, DWORD flags, REFERENCE_TIME duration,
                                          REFERENCE_TIME period, const WAVEFORMATEX* format,
                                          LPCGUID session) override {
-        script->streamFlags = flags;
-        script->bufferDuration = duration;
+        script->note("Initialize", static_cast<int>(mode), flags, duration, period, format->wFormatTag,
+                     format->nChannels, format->cbSize, session == nullptr ? "no session" : "a session");
         const auto failure = script->meet("Initialize");
         return failure ? *failure
                        : real->Initialize(mode, flags & ~static_cast<DWORD>(AUDCLNT_STREAMFLAGS_LOOPBACK),
@@ -229,6 +235,7 @@ AudioSystemCalls scriptedCalls(const Script& script) {
     const AudioSystemCalls real = windowsAudioSystemCalls();
     AudioSystemCalls calls = real;
     calls.initializeCom = [script, real](DWORD model) {
+        script->note("CoInitializeEx", model);
         const auto failure = script->meet("CoInitializeEx");
         return failure ? *failure : real.initializeCom(model);
     };
@@ -263,10 +270,13 @@ AudioSystemCalls scriptedCalls(const Script& script) {
         return real.createEvent();
     };
     calls.startMediaFoundation = [script, real](ULONG version, DWORD flags) {
+        script->note("MFStartup", version, flags);
         const auto failure = script->meet("MFStartup");
         return failure ? *failure : real.startMediaFoundation(version, flags);
     };
     calls.lockSharedWorkQueue = [script, real](PCWSTR name, LONG priority, DWORD* task, DWORD* queue) {
+        script->note("MFLockSharedWorkQueue", name == std::wstring(L"Capture") ? "Capture" : "another",
+                     priority);
         const auto failure = script->meet("MFLockSharedWorkQueue");
         return failure ? *failure : real.lockSharedWorkQueue(name, priority, task, queue);
     };
@@ -277,16 +287,20 @@ AudioSystemCalls scriptedCalls(const Script& script) {
     };
     calls.putWorkItem = [script, real](DWORD queue, LONG priority, IMFAsyncCallback* callback,
                                        IUnknown* state) {
+        script->note("MFPutWorkItem2", queue, priority, state == nullptr ? "no state" : "a state");
         const auto failure = script->meet("MFPutWorkItem2");
         return failure ? *failure : real.putWorkItem(queue, priority, callback, state);
     };
     calls.createAsyncResult = [script, real](IUnknown* object, IMFAsyncCallback* callback, IUnknown* state,
                                              IMFAsyncResult** result) {
+        script->note("MFCreateAsyncResult", object == nullptr ? "no object" : "an object",
+                     state == nullptr ? "no state" : "a state");
         const auto failure = script->meet("MFCreateAsyncResult");
         return failure ? *failure : real.createAsyncResult(object, callback, state, result);
     };
     calls.putWaitingWorkItem = [script, real](HANDLE event, LONG priority, IMFAsyncResult* result,
                                               MFWORKITEM_KEY* key) {
+        script->note("MFPutWaitingWorkItem", priority);
         const auto failure = script->meet("MFPutWaitingWorkItem");
         return failure ? *failure : real.putWaitingWorkItem(event, priority, result, key);
     };
@@ -301,10 +315,13 @@ AudioSystemCalls scriptedCalls(const Script& script) {
         return failure ? *failure : real.activateAudioInterface(path, iid, parameters, handler, operation);
     };
     calls.setThreadCharacteristics = [script, real](LPCWSTR task, DWORD* index) -> HANDLE {
+        script->note("AvSetMmThreadCharacteristicsW",
+                     task == std::wstring(L"Pro Audio") ? "Pro Audio" : "another");
         return script->meet("AvSetMmThreadCharacteristicsW") ? nullptr
                                                              : real.setThreadCharacteristics(task, index);
     };
     calls.setThreadPriority = [script, real](HANDLE task, int priority) -> BOOL {
+        script->note("AvSetMmThreadPriority", priority);
         return script->meet("AvSetMmThreadPriority") ? FALSE : real.setThreadPriority(task, priority);
     };
     calls.revertThreadCharacteristics = [script, real](HANDLE task) -> BOOL {

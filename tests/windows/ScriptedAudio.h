@@ -14,6 +14,7 @@
 #include <mmdeviceapi.h>
 #include <mutex>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,11 +35,18 @@ public:
     /// A captured process that plays nothing: its client has no packet.
     std::atomic<bool> processIsSilent{false};
 
-    /// Of the last ReleaseBuffer of an output.
-    std::atomic<DWORD> releaseFlags{0xFFFFFFFF};
-    /// Of the last Initialize.
-    std::atomic<DWORD> streamFlags{0};
-    std::atomic<std::int64_t> bufferDuration{0};
+    /// Writes down what a call was given, such as "Capture, 0".
+    template <typename... Values>
+    void note(const std::string& call, const Values&... values) {
+        std::ostringstream text;
+        const char* between = "";
+        ((text << between << values, between = ", "), ...);
+        const std::lock_guard lock(mutex);
+        arguments[call] = text.str();
+    }
+    /// What the last call of this name was given; numbers in decimal.
+    [[nodiscard]] std::string given(const std::string& call) const;
+
     /// Of the last activation: path, type of the variant, its bytes.
     std::wstring activationPath;
     VARTYPE activationType = VT_EMPTY;
@@ -52,6 +60,7 @@ private:
     mutable std::mutex mutex;
     std::map<std::string, std::pair<HRESULT, int>> failures;
     std::map<std::string, int> counts;
+    std::map<std::string, std::string> arguments;
     std::vector<std::uint64_t> allocations;
 };
 

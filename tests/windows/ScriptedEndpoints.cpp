@@ -91,6 +91,7 @@ public:
         if (iid == __uuidof(IDeviceTopology)) {
             return activateTopology(context, parameters, object);
         }
+        script->note("Activate", context, parameters == nullptr ? "no parameters" : "parameters");
         const bool sessions = iid == __uuidof(IAudioSessionManager2);
         if (const auto failure = script->meet(sessions ? "Activate IAudioSessionManager2" : "Activate")) {
             return *failure;
@@ -176,6 +177,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow flow, DWORD states,
                                                  IMMDeviceCollection** devices) override {
+        script->note("EnumAudioEndpoints", static_cast<int>(flow), states);
         if (const auto failure = script->meet("EnumAudioEndpoints")) {
             return *failure;
         }
@@ -188,6 +190,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow flow, ERole role,
                                                       IMMDevice** device) override {
+        script->note("GetDefaultAudioEndpoint", static_cast<int>(flow), static_cast<int>(role));
         if (const auto failure = script->meet("GetDefaultAudioEndpoint")) {
             return *failure;
         }

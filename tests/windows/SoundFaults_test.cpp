@@ -120,6 +120,15 @@ Outcome findFirst(const FaultRun& run) {
     return {nameOfEndpoint(id), ""};
 }
 
+// The same where no endpoint has a name to go by: all with a connector are hardware then.
+Outcome findFirstUnnamed(const FaultRun& run) {
+    CoreAudioEndpoints endpoints = endpointsOf(run);
+    const std::wstring id = FindFirstRealHardwareDevice(endpoints, true);
+    const EndpointEnumeration all =
+        CoreAudioEndpoints(windowsAudioSystemCalls()).activeEndpoints(EndpointFlow::Render);
+    return {!all.endpoints.empty() && all.endpoints.front()->id == id ? "the first" : nameOfEndpoint(id), ""};
+}
+
 Outcome findByName(const FaultRun& run) {
     CoreAudioEndpoints endpoints = endpointsOf(run);
     return {nameOfEndpoint(FindDeviceGuidByNameOrGuid(endpoints, L"virtual cable", true)), ""};
@@ -314,6 +323,11 @@ const Fault kFaults[] = {
     {findFirst, "GetDataFlow", 1, kInvalidated, "Speakers", "",
      L"[INFO] Found built-in hardware device: Speakers ({"},
 
+    {findFirstUnnamed, "OpenPropertyStore", 1, kRefused, "the first", "",
+     L"[INFO] Found real hardware device:  (External, {"},
+    {findFirstUnnamed, "GetValue", 1, kRefused, "the first", "",
+     L"[INFO] Found real hardware device:  (External, {"},
+
     // An endpoint by its name.
     {findByName, "CoCreateInstance", 1, kNotRegistered, "nothing", "",
      L"[FindDeviceGuidByNameOrGuid] Failed to create device enumerator"},
@@ -358,9 +372,15 @@ class SoundFaults : public CaptureFixture, public testing::WithParamInterface<Fa
 
 std::string nameOfRow(const testing::TestParamInfo<Fault>& row) {
     const std::pair<Outcome (*)(const FaultRun&), const char*> kOperations[] = {
-        {capture, "Capture"},         {playBus, "Bus"},          {playToMicrophone, "Microphone"},
-        {playSolo, "Solo"},           {findFirst, "FindFirst"},  {findByName, "FindByName"},
-        {findDefault, "FindDefault"}, {setDefault, "SetDefault"}};
+        {capture, "Capture"},
+        {playBus, "Bus"},
+        {playToMicrophone, "Microphone"},
+        {playSolo, "Solo"},
+        {findFirst, "FindFirst"},
+        {findFirstUnnamed, "FindFirstUnnamed"},
+        {findByName, "FindByName"},
+        {findDefault, "FindDefault"},
+        {setDefault, "SetDefault"}};
     std::string name;
     for (const auto& [operation, word] : kOperations) {
         if (operation == row.param.operation) {
