@@ -70,7 +70,7 @@ TEST_F(CaptureTest, PacketsOfARealClientDrainThroughTheWorkQueueIntoTheRings) {
     double left = 0;
     double right = 0;
     const bool arrived = comesTrue([&] {
-        std::vector<float> block(2 * 4800);
+        std::vector<float> block(std::size_t{2} * 4800);
         scene.buffers.mixBus(block.data(), 4800, 1);
         std::vector<float> leftChannel;
         std::vector<float> rightChannel;
@@ -270,6 +270,31 @@ TEST_F(CaptureTest, PacketStepThatArmsWhileAStopBeginsLeavesNoItemBehind) {
     EXPECT_EQ(script->count("MFCancelWorkItem"), 1);
     capture.Reset();
     EXPECT_TRUE(comesTrue([&] { return script->count("MFUnlockWorkQueue") == 1; }));
+}
+
+TEST_F(CaptureTest, DrainThatBeginsOnceAStopHasBegunLeavesAtOnce) {
+    AudioSystemCalls calls = callsWithProcessLoopback(script, microphone);
+    ComPtr<IMFAsyncCallback> sample;
+    calls.createAsyncResult = [&sample,
+                               real = calls.createAsyncResult](IUnknown* object, IMFAsyncCallback* callback,
+                                                               IUnknown* state, IMFAsyncResult** result) {
+        sample = callback;
+        return real(object, callback, state, result);
+    };
+    std::atomic<bool> drained{false};
+    calls.cancelWorkItem = [&, real = calls.cancelWorkItem](MFWORKITEM_KEY key) {
+        // The stop step, on a thread that drains nothing else.
+        EXPECT_EQ(sample->Invoke(nullptr), S_OK);
+        EXPECT_NE(script->given("GetNextPacketSize"), std::to_string(GetCurrentThreadId()));
+        drained = true;
+        return real(key);
+    };
+    const ComPtr<CLoopbackCapture> capture = makeCapture(calls);
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    ASSERT_TRUE(comesTrue([&] { return script->count("GetNextPacketSize") > 0; }));
+    EXPECT_EQ(capture->stopCapture(), S_OK);
+    EXPECT_TRUE(drained);
+    sample.Reset();
 }
 
 TEST_F(CaptureTest, ProcessThatPlaysNothingStaysCapturedAndItsLevelsStayUntilTheReset) {

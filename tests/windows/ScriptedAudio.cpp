@@ -68,6 +68,7 @@ public:
         return script->meet("ReleaseBuffer").value_or(released);
     }
     HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) override {
+        script->note("GetNextPacketSize", GetCurrentThreadId());
         if (const auto failure = script->meet("GetNextPacketSize")) {
             return *failure;
         }

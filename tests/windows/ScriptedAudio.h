@@ -44,7 +44,7 @@ public:
         const std::lock_guard lock(mutex);
         arguments[call] = text.str();
     }
-    /// What the last call of this name was given; numbers in decimal.
+    /// What the last call of this name was given, numbers in decimal; of GetNextPacketSize the thread.
     [[nodiscard]] std::string given(const std::string& call) const;
 
     /// Of the last activation: path, type of the variant, its bytes.

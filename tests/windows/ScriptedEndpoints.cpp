@@ -16,7 +16,7 @@ public:
         if (const auto failure = script->meet("GetConnectorCount")) {
             return *failure;
         }
-        *count = *script->connectorCount;
+        *count = script->connectorCount.value_or(0);
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetConnector(UINT, IConnector**) override { return E_NOTIMPL; }

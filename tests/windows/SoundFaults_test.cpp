@@ -107,7 +107,8 @@ std::string nameOfEndpoint(const std::wstring& id) {
     for (const EndpointFlow flow : {EndpointFlow::Render, EndpointFlow::Capture}) {
         for (const AudioEndpointPointer& endpoint : endpoints.activeEndpoints(flow).endpoints) {
             if (endpoint->id == id) {
-                return std::string(endpoint->friendlyName->begin(), endpoint->friendlyName->end());
+                const std::wstring name = GetDeviceFriendlyName(endpoint.get());
+                return std::string(name.begin(), name.end());
             }
         }
     }
@@ -190,8 +191,8 @@ Outcome playToMicrophone(const FaultRun& run) {
 }
 
 Outcome playSolo(const FaultRun& run) {
-    CoreAudioEndpoints endpoints(windowsAudioSystemCalls());
-    return play(run, &BusForwarder::setSoloDevice, *endpointNamed(EndpointFlow::Render, L"Speakers")->id);
+    const AudioEndpointPointer speakers = endpointNamed(EndpointFlow::Render, L"Speakers");
+    return play(run, &BusForwarder::setSoloDevice, GetDeviceId(speakers.get()));
 }
 
 // ---- the table
