@@ -155,6 +155,17 @@ TEST_F(CaptureTest, LastReferenceUnlocksTheWorkQueue) {
     EXPECT_TRUE(comesTrue([&] { return script->count("MFUnlockWorkQueue") == 1; }));
 }
 
+TEST_F(CaptureTest, EventsStayOpenUntilTheClientHasGone) {
+    // A client signals its event once more after its stop, be it another's by then.
+    ComPtr<CLoopbackCapture> capture = makeCapture();
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    ASSERT_TRUE(reaches(capture, CaptureState::Capturing));
+    EXPECT_EQ(capture->stopCapture(), S_OK);
+    capture.Reset();
+    EXPECT_TRUE(comesTrue([&] { return script->given("last Release") != "nothing"; }));
+    EXPECT_EQ(script->given("last Release"), "its event is open");
+}
+
 TEST_F(CaptureTest, HandlerAnswersForItsInterfaceAndForAgility) {
     const ComPtr<CLoopbackCapture> capture = makeCapture();
     for (const IID& iid : {__uuidof(IUnknown), __uuidof(IActivateAudioInterfaceCompletionHandler),

@@ -5,6 +5,7 @@
 #include "tests/windows/SoundScene.h"
 
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
@@ -63,6 +64,14 @@ TEST_F(RenderFaultsTest, CallsAreGivenWhatWindowsExpectsOfThem) {
     EXPECT_EQ(script->given("EnumAudioEndpoints"), "1, 1");
     EXPECT_FALSE(endpoints.defaultRenderEndpointId().empty());
     EXPECT_EQ(script->given("GetDefaultAudioEndpoint"), "0, 0");
+}
+
+TEST_F(RenderFaultsTest, EventStaysOpenUntilTheClientHasGone) {
+    const auto script = std::make_shared<AudioScript>();
+    auto channel = std::make_unique<WasapiRenderChannel>(scriptedCalls(script));
+    ASSERT_TRUE(channel->open(scriptedEndpoint(script, *speakers)));
+    channel.reset();
+    EXPECT_EQ(script->given("last Release"), "its event is open");
 }
 
 TEST_F(RenderFaultsTest, EndpointWithoutADeviceFailsAtActivation) {

@@ -111,6 +111,14 @@ class ScriptedClient final : public Counted<IAudioClient> {
 public:
     ScriptedClient(Script given, ComPtr<IAudioClient> behind)
         : script(std::move(given)), real(std::move(behind)) {}
+    ~ScriptedClient() override {
+        DWORD flags = 0;
+        script->note("last Release", event == nullptr                           ? "no event"
+                                     : GetHandleInformation(event, &flags) != 0 ? "its event is open"
+                                                                                : "its event is closed");
+    }
+    ScriptedClient(const ScriptedClient&) = delete;
+    ScriptedClient& operator=(const ScriptedClient&) = delete;
 
     HRESULT STDMETHODCALLTYPE Initialize(AUDCLNT_SHAREMODE mode, DWORD flags, REFERENCE_TIME duration,
                                          REFERENCE_TIME period, const WAVEFORMATEX* format,
@@ -161,9 +169,10 @@ public:
         return failure ? *failure : real->Stop();
     }
     HRESULT STDMETHODCALLTYPE Reset() override { return real->Reset(); }
-    HRESULT STDMETHODCALLTYPE SetEventHandle(HANDLE event) override {
+    HRESULT STDMETHODCALLTYPE SetEventHandle(HANDLE handle) override {
+        event = handle;
         const auto failure = script->meet("SetEventHandle");
-        return failure ? *failure : real->SetEventHandle(event);
+        return failure ? *failure : real->SetEventHandle(handle);
     }
     HRESULT STDMETHODCALLTYPE GetService(REFIID iid, void** service) override {
         if (const auto failure = script->meet("GetService")) {
@@ -188,6 +197,7 @@ public:
 private:
     const Script script;
     const ComPtr<IAudioClient> real;
+    HANDLE event = nullptr;
 };
 
 // What an activation came to.

@@ -30,6 +30,10 @@ CLoopbackCapture::CLoopbackCapture(PerAppInputBuffers& inputBuffers, AudioSystem
     : buffers(inputBuffers), calls(std::move(systemCalls)) {}
 
 CLoopbackCapture::~CLoopbackCapture() {
+    // The client signals its event to the end, and must not meet another one in the place of the closed
+    // handle.
+    captureClient.Reset();
+    audioClient.Reset();
     if (workQueueId != 0) {
         calls.unlockWorkQueue(workQueueId);
     }
