@@ -13,14 +13,21 @@ set(VEXO_SANITIZE "" CACHE STRING "sanitizers to build with, as in -fsanitize=")
 option(VEXO_FUZZERS "build the libFuzzer targets (clang only)" OFF)
 
 add_library(vexo_options INTERFACE)
-target_compile_options(vexo_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
-    # COM's interfaces have no virtual destructor: their objects end by Release().
-    $<$<NOT:$<PLATFORM_ID:Windows>>:-Wnon-virtual-dtor>
-    # GCC 14 sees overflows in the inlined insides of std::vector::insert that are not there.
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow>
-    # Audio results equal their scalar definition bit for bit.
-    -ffp-contract=off)
+if(MSVC)
+    # clang-cl, which takes Microsoft's words and ABI.
+    target_compile_options(vexo_options INTERFACE /W4 /permissive- /utf-8 /Zc:__cplusplus /clang:-ffp-contract=off)
+    # The Windows SDK's macros of these names hide the library's functions.
+    target_compile_definitions(vexo_options INTERFACE NOMINMAX)
+else()
+    target_compile_options(vexo_options INTERFACE
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
+        # COM's interfaces have no virtual destructor: their objects end by Release().
+        $<$<NOT:$<PLATFORM_ID:Windows>>:-Wnon-virtual-dtor>
+        # GCC 14 sees overflows in the inlined insides of std::vector::insert that are not there.
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow>
+        # Audio results equal their scalar definition bit for bit.
+        -ffp-contract=off)
+endif()
 target_include_directories(vexo_options INTERFACE "${CMAKE_SOURCE_DIR}")
 if(VEXO_SANITIZE)
     add_compile_options(-fsanitize=${VEXO_SANITIZE} -fno-omit-frame-pointer)

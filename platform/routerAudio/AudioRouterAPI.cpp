@@ -27,6 +27,27 @@ bool isCapturedAsProcess(std::uint32_t processID) {
            processID != kBus2MasterProcessId;
 }
 
+// Leaves the apartment again when the start that entered it comes to nothing, whether it fails or throws.
+class StartInApartment {
+public:
+    StartInApartment(ComApartment& comApartment, HResult entering) : com(comApartment), entered(entering) {}
+    ~StartInApartment() {
+        if (!kept && !failed(entered)) {
+            com.uninitialize();
+        }
+    }
+    StartInApartment(const StartInApartment&) = delete;
+    StartInApartment& operator=(const StartInApartment&) = delete;
+
+    // The start has succeeded: the shutdown leaves the apartment.
+    void keep() { kept = true; }
+
+private:
+    ComApartment& com;
+    const HResult entered;
+    bool kept = false;
+};
+
 } // namespace
 
 AudioRouterAPI::AudioRouterAPI(RouterPlatform routerPlatform, AppAudioConfigStore& configStore,
@@ -57,6 +78,7 @@ bool AudioRouterAPI::startAudioRouter(const std::wstring& defaultDevice, const s
     if (failed(comResult) && comResult != kHResultChangedMode) {
         return false;
     }
+    StartInApartment apartment(*platform.com, comResult);
     // Nothing plays to the default device; it is looked up for the line that this writes.
     static_cast<void>(FindDeviceGuidByNameOrGuid(*platform.endpoints, defaultDevice, false));
     // Names of an earlier start do not hold any more.
@@ -67,11 +89,9 @@ bool AudioRouterAPI::startAudioRouter(const std::wstring& defaultDevice, const s
     selectInput1Device(input1Device);
     selectInput2Device(input2Device);
     if (!forwarder.start()) {
-        if (!failed(comResult)) {
-            platform.com->uninitialize();
-        }
         return false;
     }
+    apartment.keep();
     running = true;
     return true;
 }

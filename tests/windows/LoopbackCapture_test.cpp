@@ -1,15 +1,8 @@
-#include "platform/windows/routerAudio/LoopbackCapture.h"
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
-#include "tests/windows/ScriptedAudio.h"
-#include "tests/windows/SoundScene.h"
+#include "tests/windows/CaptureScene.h"
+#include "tests/windows/FailureReports.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
-#include <iomanip>
-#include <mutex>
-#include <sstream>
-#include <wil/result.h>
 
 using Microsoft::WRL::ComPtr;
 using Microsoft::WRL::Make;
@@ -17,100 +10,17 @@ using Microsoft::WRL::Make;
 namespace {
 
 constexpr std::uint32_t kProcess = 5151;
-constexpr std::uint32_t kTone = 77;
 
-// The reports of failed steps, as "file hresult".
-class FailureReports {
-public:
-    FailureReports() {
-        take();
-        wil::SetResultLoggingCallback([](const wil::FailureInfo& failure) noexcept {
-            std::ostringstream text;
-            text << failure.pszFile << " 0x" << std::hex << static_cast<std::uint32_t>(failure.hr);
-            const std::lock_guard lock(mutex);
-            reports.push_back(text.str());
-        });
-    }
-    ~FailureReports() { wil::SetResultLoggingCallback(nullptr); }
-    FailureReports(const FailureReports&) = delete;
-    FailureReports& operator=(const FailureReports&) = delete;
-
-    static std::vector<std::string> take() {
-        const std::lock_guard lock(mutex);
-        return std::exchange(reports, {});
-    }
-
-private:
-    inline static std::mutex mutex;
-    inline static std::vector<std::string> reports;
-};
-
-class CaptureTest : public testing::Test {
+class CaptureTest : public CaptureFixture {
 protected:
-    // Wine ends a shared queue with its last lock, and waits for its work items while it does: a capture
-    // whose last reference goes in one of these would wait for itself. One lock more keeps the queue.
-    static void SetUpTestSuite() {
-        DWORD task = 0;
-        DWORD queue = 0;
-        ASSERT_EQ(MFStartup(MF_VERSION, MFSTARTUP_LITE), S_OK);
-        ASSERT_EQ(MFLockSharedWorkQueue(L"Capture", 0, &task, &queue), S_OK);
-    }
-
-    void SetUp() override {
-        microphone = endpointNamed(EndpointFlow::Capture, L"Cable Microphone");
-        ASSERT_NE(microphone, nullptr);
-    }
-
+    using CaptureFixture::makeCapture;
     ComPtr<CLoopbackCapture> makeCapture() { return makeCapture(script); }
-    ComPtr<CLoopbackCapture> makeCapture(const std::shared_ptr<AudioScript>& given) {
-        ComPtr<CLoopbackCapture> capture =
-            Make<CLoopbackCapture>(scene.buffers, callsWithProcessLoopback(given, microphone));
-        capture->setBufferDuration(200000);
-        return capture;
-    }
 
     static bool reaches(const ComPtr<CLoopbackCapture>& capture, CaptureState state) {
         return comesTrue([&] { return capture->captureState() == state; }, std::chrono::seconds(5));
     }
 
-    SoundScene scene;
-    AudioEndpointPointer microphone;
     std::shared_ptr<AudioScript> script = std::make_shared<AudioScript>();
-};
-
-// Plays a tone into the sink that the microphone hears.
-class ToneInTheCable {
-public:
-    ToneInTheCable() : channel(windowsAudioSystemCalls()) {
-        tones.addSource(kTone);
-        player = std::make_unique<TonePlayer>(tones.buffers, kTone, 1000, 1500, 0.25f);
-        const AudioEndpointPointer cable = endpointNamed(EndpointFlow::Render, L"VEXO Virtual Cable");
-        if (cable == nullptr || !channel.open(*cable)) {
-            ADD_FAILURE() << "the cable cannot be opened";
-            return;
-        }
-        thread = std::thread([this] {
-            channel.run(running, [this](float* output, std::uint32_t frames) {
-                tones.buffers.mixBus(output, frames, 1);
-            });
-        });
-    }
-    ~ToneInTheCable() {
-        running = false;
-        channel.wake();
-        if (thread.joinable()) {
-            thread.join();
-        }
-    }
-    ToneInTheCable(const ToneInTheCable&) = delete;
-    ToneInTheCable& operator=(const ToneInTheCable&) = delete;
-
-private:
-    SoundScene tones;
-    std::unique_ptr<TonePlayer> player;
-    WasapiRenderChannel channel;
-    std::atomic<bool> running{true};
-    std::thread thread;
 };
 
 } // namespace
@@ -126,11 +36,25 @@ TEST_F(CaptureTest, ActivationNamesTheProcessAndItsTreeInTwelveBytes) {
         const std::vector<std::uint8_t> expected{
             1, 0, 0, 0, 0x1F, 0x14, 0, 0, static_cast<std::uint8_t>(withTree ? 0 : 1), 0, 0, 0};
         EXPECT_EQ(script->activationBytes, expected);
-        EXPECT_EQ(script->streamFlags, 0x88060000u);
-        EXPECT_EQ(script->bufferDuration, 200000);
         ASSERT_TRUE(reaches(capture, CaptureState::Capturing));
         EXPECT_EQ(capture->stopCapture(), S_OK);
     }
+}
+
+TEST_F(CaptureTest, CallsAreGivenWhatWindowsExpectsOfThem) {
+    script->fail("GetMixFormat", E_NOTIMPL);
+    const ComPtr<CLoopbackCapture> capture = makeCapture();
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    ASSERT_TRUE(reaches(capture, CaptureState::Capturing));
+    ASSERT_TRUE(comesTrue([&] { return script->count("MFPutWaitingWorkItem") > 0; }));
+    EXPECT_EQ(script->given("MFStartup"), "131184, 1"); // 0x20070, lite
+    EXPECT_EQ(script->given("MFLockSharedWorkQueue"), "Capture, 0");
+    EXPECT_EQ(script->given("MFPutWorkItem2"), "5, 0, no state");
+    EXPECT_EQ(script->given("MFCreateAsyncResult"), "no object, no state");
+    EXPECT_EQ(script->given("MFPutWaitingWorkItem"), "0");
+    // Shared, 0x88060000, 20 ms, then the default format: float, stereo, nothing behind it.
+    EXPECT_EQ(script->given("Initialize"), "0, 2282094592, 200000, 0, 3, 2, 0, no session");
+    EXPECT_EQ(capture->stopCapture(), S_OK);
 }
 
 TEST_F(CaptureTest, PacketsOfARealClientDrainThroughTheWorkQueueIntoTheRings) {
@@ -146,7 +70,7 @@ TEST_F(CaptureTest, PacketsOfARealClientDrainThroughTheWorkQueueIntoTheRings) {
     double left = 0;
     double right = 0;
     const bool arrived = comesTrue([&] {
-        std::vector<float> block(2 * 4800);
+        std::vector<float> block(std::size_t{2} * 4800);
         scene.buffers.mixBus(block.data(), 4800, 1);
         std::vector<float> leftChannel;
         std::vector<float> rightChannel;
@@ -210,8 +134,7 @@ TEST_F(CaptureTest, SecondStopIsRefusedAtOnce) {
     EXPECT_EQ(capture->stopCapture(), S_OK);
     const FailureReports reports;
     EXPECT_EQ(capture->stopCapture(), kHResultInvalidState);
-    EXPECT_EQ(FailureReports::take(),
-              std::vector<std::string>{"platform/windows/routerAudio/LoopbackCapture.cpp 0x8007139f"});
+    EXPECT_EQ(FailureReports::take(), Lines{L"platform/windows/routerAudio/LoopbackCapture.cpp 0x8007139f"});
     EXPECT_EQ(capture->captureState(), CaptureState::Stopped);
 }
 
@@ -230,6 +153,17 @@ TEST_F(CaptureTest, LastReferenceUnlocksTheWorkQueue) {
     capture.Reset();
     // Work items of the platform may hold the object a little longer.
     EXPECT_TRUE(comesTrue([&] { return script->count("MFUnlockWorkQueue") == 1; }));
+}
+
+TEST_F(CaptureTest, EventsStayOpenUntilTheClientHasGone) {
+    // A client signals its event once more after its stop, be it another's by then.
+    ComPtr<CLoopbackCapture> capture = makeCapture();
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    ASSERT_TRUE(reaches(capture, CaptureState::Capturing));
+    EXPECT_EQ(capture->stopCapture(), S_OK);
+    capture.Reset();
+    EXPECT_TRUE(comesTrue([&] { return script->given("last Release") != "nothing"; }));
+    EXPECT_EQ(script->given("last Release"), "its event is open");
 }
 
 TEST_F(CaptureTest, HandlerAnswersForItsInterfaceAndForAgility) {
@@ -256,77 +190,145 @@ TEST_F(CaptureTest, ActivationThatTheSystemRefusesIsReturnedAndLeavesAnErrorThat
     EXPECT_EQ(capture->captureState(), CaptureState::Stopped);
 }
 
-namespace {
-
-// One call that fails, and what comes of it.
-struct CaptureFault {
-    const char* call;
-    int nth;
-    HRESULT failure;
-    HRESULT started;      // what startCapture() gives
-    CaptureState state;   // in which the capture then stays
-    HRESULT stopped;      // what stopCapture() gives then
-    bool reported = true; // through wil
-};
-
-constexpr HRESULT kMemory = static_cast<HRESULT>(0x8007000E);
-constexpr HRESULT kRefused = static_cast<HRESULT>(0x80070005);
-constexpr HRESULT kInvalidState = static_cast<HRESULT>(0x8007139F);
-constexpr HRESULT kInvalidated = static_cast<HRESULT>(0x88890004);
-
-const CaptureFault kCaptureFaults[] = {
-    {"CreateEvent", 1, kMemory, kMemory, CaptureState::Uninitialized, kInvalidState},
-    {"CreateEvent", 2, kMemory, kMemory, CaptureState::Uninitialized, kInvalidState},
-    {"CreateEvent", 3, kMemory, kMemory, CaptureState::Uninitialized, kInvalidState},
-    {"MFStartup", 1, kRefused, kRefused, CaptureState::Uninitialized, kInvalidState},
-    {"MFLockSharedWorkQueue", 1, kRefused, kRefused, CaptureState::Uninitialized, kInvalidState},
-    {"ActivateAudioInterfaceAsync", 1, kRefused, kRefused, CaptureState::Error, S_OK},
-    {"GetActivateResult", 1, kRefused, S_OK, CaptureState::Error, S_OK},
-    {"activation", 1, kRefused, S_OK, CaptureState::Error, S_OK},
-    {"QueryInterface", 1, E_NOINTERFACE, S_OK, CaptureState::Error, S_OK},
-    {"Initialize", 1, kInvalidated, S_OK, CaptureState::Error, S_OK},
-    {"GetBufferSize", 1, kInvalidated, S_OK, CaptureState::Error, S_OK},
-    {"GetService", 1, kInvalidated, S_OK, CaptureState::Error, S_OK},
-    {"MFCreateAsyncResult", 1, kMemory, S_OK, CaptureState::Error, S_OK},
-    {"SetEventHandle", 1, kInvalidated, S_OK, CaptureState::Error, S_OK},
-    {"MFPutWorkItem2", 1, kRefused, kRefused, CaptureState::Starting, kInvalidState},
-    {"Start", 1, kInvalidated, S_OK, CaptureState::Error, S_OK},
-    {"GetBuffer", 1, kInvalidated, S_OK, CaptureState::Error, S_OK},
-    {"MFPutWaitingWorkItem", 1, kMemory, S_OK, CaptureState::Capturing, S_OK},
-    {"GetNextPacketSize", 1, kInvalidated, S_OK, CaptureState::Capturing, S_OK, false},
-    {"Stop", 1, kInvalidated, S_OK, CaptureState::Capturing, S_OK, false},
-};
-
-} // namespace
-
-TEST_F(CaptureTest, EachCallThatFailsHasItsReturnItsStateAndItsReport) {
+TEST_F(CaptureTest, StopWhileTheStartIsQueuedIsRefusedAndTheStartStepStillRuns) {
+    AudioSystemCalls calls = callsWithProcessLoopback(script, microphone);
+    ComPtr<IMFAsyncCallback> queued;
+    calls.putWorkItem = [&queued, real = calls.putWorkItem](DWORD queue, LONG priority,
+                                                            IMFAsyncCallback* callback, IUnknown* state) {
+        EXPECT_EQ(queue, 5u);
+        EXPECT_EQ(priority, 0);
+        if (queued == nullptr) {
+            queued = callback;
+            return S_OK;
+        }
+        return real(queue, priority, callback, state);
+    };
     scene.addSource(kProcess);
     const ToneInTheCable tone;
-    for (const CaptureFault& fault : kCaptureFaults) {
-        SCOPED_TRACE(std::string(fault.call) + ", time " + std::to_string(fault.nth));
-        const auto faulty = std::make_shared<AudioScript>();
-        faulty->fail(fault.call, fault.failure, fault.nth);
-        const FailureReports reports;
-        const ComPtr<CLoopbackCapture> capture = makeCapture(faulty);
-        EXPECT_EQ(capture->startCapture(kProcess, true), fault.started);
-        EXPECT_TRUE(reaches(capture, fault.state)) << static_cast<int>(capture->captureState());
-        std::ostringstream report;
-        report << "platform/windows/routerAudio/LoopbackCapture.cpp 0x" << std::hex
-               << static_cast<std::uint32_t>(fault.failure);
-        std::vector<std::string> seen;
-        const bool wasReported = comesTrue(
-            [&] {
-                const std::vector<std::string> more = FailureReports::take();
-                seen.insert(seen.end(), more.begin(), more.end());
-                return !seen.empty();
-            },
-            std::chrono::milliseconds(fault.reported ? 5000 : 100));
-        EXPECT_EQ(wasReported, fault.reported);
-        for (const std::string& line : seen) {
-            EXPECT_EQ(line, report.str());
+    const ComPtr<CLoopbackCapture> capture = makeCapture(calls);
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    EXPECT_EQ(capture->captureState(), CaptureState::Starting);
+    EXPECT_EQ(capture->stopCapture(), kHResultInvalidState);
+    EXPECT_EQ(capture->captureState(), CaptureState::Starting);
+
+    // What the router does then: packets of this source are dropped.
+    scene.store.putConfig(kProcess, inactiveAppAudioConfig());
+    ASSERT_NE(queued, nullptr);
+    ASSERT_EQ(queued->Invoke(nullptr), S_OK);
+    EXPECT_TRUE(comesTrue([&] { return script->count("GetBuffer") > 3; }));
+    EXPECT_EQ(capture->captureState(), CaptureState::Capturing);
+    EXPECT_EQ(scene.buffers.getProcessLevels(kProcess).left, 0.0f);
+    EXPECT_EQ(capture->stopCapture(), S_OK);
+}
+
+TEST_F(CaptureTest, StopWaitsForAFinishStepThatTheSystemDidNotQueue) {
+    // Nobody looks at the result of queueing the last step.
+    AudioSystemCalls calls = callsWithProcessLoopback(script, microphone);
+    ComPtr<IMFAsyncCallback> finish;
+    std::atomic<int> items{0};
+    calls.putWorkItem = [&, real = calls.putWorkItem](DWORD queue, LONG priority, IMFAsyncCallback* callback,
+                                                      IUnknown* state) {
+        if (items == 2) {
+            finish = callback;
+            ++items;
+            return static_cast<HRESULT>(0x80070005);
         }
-        EXPECT_EQ(capture->stopCapture(), fault.stopped);
+        ++items;
+        return real(queue, priority, callback, state);
+    };
+    const ComPtr<CLoopbackCapture> capture = makeCapture(calls);
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    ASSERT_TRUE(reaches(capture, CaptureState::Capturing));
+    const FailureReports reports;
+    std::atomic<bool> returned{false};
+    std::thread stopping([&] {
+        EXPECT_EQ(capture->stopCapture(), S_OK);
+        returned = true;
+    });
+    EXPECT_TRUE(comesTrue([&] { return items == 3; }));
+    EXPECT_EQ(capture->captureState(), CaptureState::Stopping);
+    EXPECT_FALSE(returned);
+    EXPECT_TRUE(FailureReports::take().empty());
+    if (finish != nullptr) {
+        finish->Invoke(nullptr);
     }
+    stopping.join();
+    EXPECT_EQ(capture->captureState(), CaptureState::Stopped);
+}
+
+TEST_F(CaptureTest, PacketStepThatArmsWhileAStopBeginsLeavesNoItemBehind) {
+    AudioSystemCalls calls = callsWithProcessLoopback(script, microphone);
+    std::thread stopping;
+    CLoopbackCapture* owner = nullptr;
+    int armed = 0;
+    calls.putWaitingWorkItem = [&, real = calls.putWaitingWorkItem](
+                                   HANDLE event, LONG priority, IMFAsyncResult* result, MFWORKITEM_KEY* key) {
+        if (++armed == 2) {
+            stopping = std::thread([owner] { EXPECT_EQ(owner->stopCapture(), S_OK); });
+            EXPECT_TRUE(comesTrue([owner] { return owner->captureState() == CaptureState::Stopping; }));
+            // The stop step waits for the item that it has to cancel.
+            EXPECT_FALSE(
+                comesTrue([&] { return script->count("Stop") > 0; }, std::chrono::milliseconds(200)));
+        }
+        EXPECT_NE(result, nullptr);
+        return real(event, priority, result, key);
+    };
+    ComPtr<CLoopbackCapture> capture = makeCapture(calls);
+    owner = capture.Get();
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    ASSERT_TRUE(reaches(capture, CaptureState::Stopped));
+    stopping.join();
+    EXPECT_EQ(script->count("MFCancelWorkItem"), 1);
+    capture.Reset();
+    EXPECT_TRUE(comesTrue([&] { return script->count("MFUnlockWorkQueue") == 1; }));
+}
+
+TEST_F(CaptureTest, DrainThatBeginsOnceAStopHasBegunLeavesAtOnce) {
+    AudioSystemCalls calls = callsWithProcessLoopback(script, microphone);
+    ComPtr<IMFAsyncCallback> sample;
+    calls.createAsyncResult = [&sample,
+                               real = calls.createAsyncResult](IUnknown* object, IMFAsyncCallback* callback,
+                                                               IUnknown* state, IMFAsyncResult** result) {
+        sample = callback;
+        return real(object, callback, state, result);
+    };
+    std::atomic<bool> drained{false};
+    calls.cancelWorkItem = [&, real = calls.cancelWorkItem](MFWORKITEM_KEY key) {
+        // The stop step, on a thread that drains nothing else.
+        EXPECT_EQ(sample->Invoke(nullptr), S_OK);
+        EXPECT_NE(script->given("GetNextPacketSize"), std::to_string(GetCurrentThreadId()));
+        drained = true;
+        return real(key);
+    };
+    const ComPtr<CLoopbackCapture> capture = makeCapture(calls);
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    ASSERT_TRUE(comesTrue([&] { return script->count("GetNextPacketSize") > 0; }));
+    EXPECT_EQ(capture->stopCapture(), S_OK);
+    EXPECT_TRUE(drained);
+    sample.Reset();
+}
+
+TEST_F(CaptureTest, ProcessThatPlaysNothingStaysCapturedAndItsLevelsStayUntilTheReset) {
+    scene.addSource(kProcess);
+    const ToneInTheCable tone;
+    const ComPtr<CLoopbackCapture> capture = makeCapture();
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    ASSERT_TRUE(comesTrue([&] { return scene.buffers.getProcessLevels(kProcess).left > 0.1f; }));
+    script->processIsSilent = true;
+    // A packet of no frames ends the drain, and the next event is awaited all the same.
+    int asked = script->count("GetNextPacketSize");
+    ASSERT_TRUE(comesTrue([&] { return script->count("GetNextPacketSize") > asked + 1; }));
+    const int packets = script->count("GetBuffer");
+    const StereoLevel last = scene.buffers.getProcessLevels(kProcess);
+    EXPECT_GT(last.left, 0.1f);
+    asked = script->count("GetNextPacketSize");
+    EXPECT_TRUE(comesTrue([&] { return script->count("GetNextPacketSize") > asked + 5; }));
+    EXPECT_EQ(script->count("GetBuffer"), packets);
+    EXPECT_EQ(capture->captureState(), CaptureState::Capturing);
+    EXPECT_TRUE(scene.buffers.getProcessLevels(kProcess) == last);
+    scene.buffers.resetProcessBuffers(kProcess);
+    EXPECT_EQ(scene.buffers.getProcessLevels(kProcess).left, 0.0f);
+    EXPECT_EQ(capture->stopCapture(), S_OK);
 }
 
 TEST_F(CaptureTest, WithoutAMixFormatTheDefaultFormatIsUsedAndSaid) {

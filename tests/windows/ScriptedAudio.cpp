@@ -1,6 +1,8 @@
 #include "tests/windows/ScriptedAudio.h"
 
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
+#include "platform/windows/routerAudio/PolicyConfig.h"
+#include "tests/windows/ScriptedObjects.h"
 
 #include <audiosessiontypes.h>
 #include <mmreg.h>
@@ -28,6 +30,12 @@ int AudioScript::count(const std::string& call) const {
     return found == counts.end() ? 0 : found->second;
 }
 
+std::string AudioScript::given(const std::string& call) const {
+    const std::lock_guard lock(mutex);
+    const auto found = arguments.find(call);
+    return found == arguments.end() ? "nothing" : found->second;
+}
+
 std::vector<std::uint64_t> AudioScript::allocationsOfPackets() const {
     const std::lock_guard lock(mutex);
     return allocations;
@@ -39,39 +47,6 @@ void AudioScript::noteAllocations(std::uint64_t count) {
 }
 
 namespace {
-
-using Script = std::shared_ptr<AudioScript>;
-
-// Counting and the one interface of an object.
-template <typename Interface>
-class Counted : public Interface {
-public:
-    Counted() = default;
-    virtual ~Counted() = default;
-    Counted(const Counted&) = delete;
-    Counted& operator=(const Counted&) = delete;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        if (iid != __uuidof(IUnknown) && iid != __uuidof(Interface)) {
-            *object = nullptr;
-            return E_NOINTERFACE;
-        }
-        *object = static_cast<Interface*>(this);
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
-
-private:
-    std::atomic<ULONG> references{1};
-};
 
 class ScriptedCaptureClient final : public Counted<IAudioCaptureClient> {
 public:
@@ -89,11 +64,17 @@ public:
     }
     HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32 frames) override {
         script->noteAllocations(allocationsOfThisThread() - before);
-        return real->ReleaseBuffer(frames);
+        const HRESULT released = real->ReleaseBuffer(frames);
+        return script->meet("ReleaseBuffer").value_or(released);
     }
     HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) override {
+        script->note("GetNextPacketSize", GetCurrentThreadId());
         if (const auto failure = script->meet("GetNextPacketSize")) {
             return *failure;
+        }
+        if (script->processIsSilent) {
+            *frames = 0;
+            return S_OK;
         }
         return real->GetNextPacketSize(frames);
     }
@@ -116,7 +97,9 @@ public:
         return real->GetBuffer(frames, data);
     }
     HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32 frames, DWORD flags) override {
-        return real->ReleaseBuffer(frames, flags);
+        script->note("ReleaseBuffer", flags);
+        const HRESULT released = real->ReleaseBuffer(frames, flags);
+        return script->meet("ReleaseBuffer").value_or(released);
     }
 
 private:
@@ -128,12 +111,20 @@ class ScriptedClient final : public Counted<IAudioClient> {
 public:
     ScriptedClient(Script given, ComPtr<IAudioClient> behind)
         : script(std::move(given)), real(std::move(behind)) {}
+    ~ScriptedClient() override {
+        DWORD flags = 0;
+        script->note("last Release", event == nullptr                           ? "no event"
+                                     : GetHandleInformation(event, &flags) != 0 ? "its event is open"
+                                                                                : "its event is closed");
+    }
+    ScriptedClient(const ScriptedClient&) = delete;
+    ScriptedClient& operator=(const ScriptedClient&) = delete;
 
     HRESULT STDMETHODCALLTYPE Initialize(AUDCLNT_SHAREMODE mode, DWORD flags, REFERENCE_TIME duration,
                                          REFERENCE_TIME period, const WAVEFORMATEX* format,
                                          LPCGUID session) override {
-        script->streamFlags = flags;
-        script->bufferDuration = duration;
+        script->note("Initialize", static_cast<int>(mode), flags, duration, period, format->wFormatTag,
+                     format->nChannels, format->cbSize, session == nullptr ? "no session" : "a session");
         const auto failure = script->meet("Initialize");
         return failure ? *failure
                        : real->Initialize(mode, flags & ~static_cast<DWORD>(AUDCLNT_STREAMFLAGS_LOOPBACK),
@@ -178,9 +169,10 @@ public:
         return failure ? *failure : real->Stop();
     }
     HRESULT STDMETHODCALLTYPE Reset() override { return real->Reset(); }
-    HRESULT STDMETHODCALLTYPE SetEventHandle(HANDLE event) override {
+    HRESULT STDMETHODCALLTYPE SetEventHandle(HANDLE handle) override {
+        event = handle;
         const auto failure = script->meet("SetEventHandle");
-        return failure ? *failure : real->SetEventHandle(event);
+        return failure ? *failure : real->SetEventHandle(handle);
     }
     HRESULT STDMETHODCALLTYPE GetService(REFIID iid, void** service) override {
         if (const auto failure = script->meet("GetService")) {
@@ -205,34 +197,7 @@ public:
 private:
     const Script script;
     const ComPtr<IAudioClient> real;
-};
-
-class ScriptedDevice final : public Counted<IMMDevice> {
-public:
-    ScriptedDevice(Script given, IMMDevice* behind) : script(std::move(given)), real(behind) {}
-
-    HRESULT STDMETHODCALLTYPE Activate(REFIID iid, DWORD context, PROPVARIANT* parameters,
-                                       void** object) override {
-        if (const auto failure = script->meet("Activate")) {
-            return *failure;
-        }
-        ComPtr<IAudioClient> client;
-        const HRESULT result =
-            real->Activate(iid, context, parameters, reinterpret_cast<void**>(client.GetAddressOf()));
-        if (SUCCEEDED(result)) {
-            *object = static_cast<IAudioClient*>(new ScriptedClient(script, client));
-        }
-        return result;
-    }
-    HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD access, IPropertyStore** store) override {
-        return real->OpenPropertyStore(access, store);
-    }
-    HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override { return real->GetId(id); }
-    HRESULT STDMETHODCALLTYPE GetState(DWORD* state) override { return real->GetState(state); }
-
-private:
-    const Script script;
-    const ComPtr<IMMDevice> real;
+    HANDLE event = nullptr;
 };
 
 // What an activation came to.
@@ -261,7 +226,7 @@ public:
                       ->Activate(__uuidof(IAudioClient), CLSCTX_ALL, nullptr,
                                  reinterpret_cast<void**>(client.GetAddressOf()));
         if (SUCCEEDED(*result)) {
-            *object = static_cast<IAudioClient*>(new ScriptedClient(script, client));
+            *object = scriptedClient(script, client);
         }
         return S_OK;
     }
@@ -273,12 +238,40 @@ private:
 
 } // namespace
 
-AudioSystemCalls scriptedCalls(const std::shared_ptr<AudioScript>& script) {
+IAudioClient* scriptedClient(const Script& script, const ComPtr<IAudioClient>& behind) {
+    return new ScriptedClient(script, behind);
+}
+
+AudioSystemCalls scriptedCalls(const Script& script) {
     const AudioSystemCalls real = windowsAudioSystemCalls();
     AudioSystemCalls calls = real;
-    calls.createInstance = [script, real](REFCLSID type, REFIID iid, void** object) {
-        const auto failure = script->meet("CoCreateInstance");
-        return failure ? *failure : real.createInstance(type, iid, object);
+    calls.initializeCom = [script, real](DWORD model) {
+        script->note("CoInitializeEx", model);
+        const auto failure = script->meet("CoInitializeEx");
+        return failure ? *failure : real.initializeCom(model);
+    };
+    calls.uninitializeCom = [script, real] {
+        static_cast<void>(script->meet("CoUninitialize"));
+        real.uninitializeCom();
+    };
+    calls.createInstance = [script, real](REFCLSID type, REFIID iid, void** object) -> HRESULT {
+        if (const auto failure = script->meet("CoCreateInstance")) {
+            return *failure;
+        }
+        if (type == kPolicyConfigClass) {
+            *object = scriptedPolicy(script);
+            return S_OK;
+        }
+        if (type != __uuidof(MMDeviceEnumerator)) {
+            return real.createInstance(type, iid, object);
+        }
+        ComPtr<IMMDeviceEnumerator> behind;
+        const HRESULT created =
+            real.createInstance(type, iid, reinterpret_cast<void**>(behind.GetAddressOf()));
+        if (SUCCEEDED(created)) {
+            *object = scriptedEnumerator(script, behind);
+        }
+        return created;
     };
     calls.createEvent = [script, real]() -> HANDLE {
         if (const auto failure = script->meet("CreateEvent")) {
@@ -288,35 +281,43 @@ AudioSystemCalls scriptedCalls(const std::shared_ptr<AudioScript>& script) {
         return real.createEvent();
     };
     calls.startMediaFoundation = [script, real](ULONG version, DWORD flags) {
+        script->note("MFStartup", version, flags);
         const auto failure = script->meet("MFStartup");
         return failure ? *failure : real.startMediaFoundation(version, flags);
     };
     calls.lockSharedWorkQueue = [script, real](PCWSTR name, LONG priority, DWORD* task, DWORD* queue) {
+        script->note("MFLockSharedWorkQueue", name == std::wstring(L"Capture") ? "Capture" : "another",
+                     priority);
         const auto failure = script->meet("MFLockSharedWorkQueue");
         return failure ? *failure : real.lockSharedWorkQueue(name, priority, task, queue);
     };
+    // What ends something is done in any case, and then said to have failed: nothing shall be left behind.
     calls.unlockWorkQueue = [script, real](DWORD queue) {
-        static_cast<void>(script->meet("MFUnlockWorkQueue"));
-        return real.unlockWorkQueue(queue);
+        const HRESULT unlocked = real.unlockWorkQueue(queue);
+        return script->meet("MFUnlockWorkQueue").value_or(unlocked);
     };
     calls.putWorkItem = [script, real](DWORD queue, LONG priority, IMFAsyncCallback* callback,
                                        IUnknown* state) {
+        script->note("MFPutWorkItem2", queue, priority, state == nullptr ? "no state" : "a state");
         const auto failure = script->meet("MFPutWorkItem2");
         return failure ? *failure : real.putWorkItem(queue, priority, callback, state);
     };
     calls.createAsyncResult = [script, real](IUnknown* object, IMFAsyncCallback* callback, IUnknown* state,
                                              IMFAsyncResult** result) {
+        script->note("MFCreateAsyncResult", object == nullptr ? "no object" : "an object",
+                     state == nullptr ? "no state" : "a state");
         const auto failure = script->meet("MFCreateAsyncResult");
         return failure ? *failure : real.createAsyncResult(object, callback, state, result);
     };
     calls.putWaitingWorkItem = [script, real](HANDLE event, LONG priority, IMFAsyncResult* result,
                                               MFWORKITEM_KEY* key) {
+        script->note("MFPutWaitingWorkItem", priority);
         const auto failure = script->meet("MFPutWaitingWorkItem");
         return failure ? *failure : real.putWaitingWorkItem(event, priority, result, key);
     };
     calls.cancelWorkItem = [script, real](MFWORKITEM_KEY key) {
-        static_cast<void>(script->meet("MFCancelWorkItem"));
-        return real.cancelWorkItem(key);
+        const HRESULT cancelled = real.cancelWorkItem(key);
+        return script->meet("MFCancelWorkItem").value_or(cancelled);
     };
     calls.activateAudioInterface = [script, real](LPCWSTR path, REFIID iid, PROPVARIANT* parameters,
                                                   IActivateAudioInterfaceCompletionHandler* handler,
@@ -325,21 +326,23 @@ AudioSystemCalls scriptedCalls(const std::shared_ptr<AudioScript>& script) {
         return failure ? *failure : real.activateAudioInterface(path, iid, parameters, handler, operation);
     };
     calls.setThreadCharacteristics = [script, real](LPCWSTR task, DWORD* index) -> HANDLE {
+        script->note("AvSetMmThreadCharacteristicsW",
+                     task == std::wstring(L"Pro Audio") ? "Pro Audio" : "another");
         return script->meet("AvSetMmThreadCharacteristicsW") ? nullptr
                                                              : real.setThreadCharacteristics(task, index);
     };
     calls.setThreadPriority = [script, real](HANDLE task, int priority) -> BOOL {
+        script->note("AvSetMmThreadPriority", priority);
         return script->meet("AvSetMmThreadPriority") ? FALSE : real.setThreadPriority(task, priority);
     };
-    calls.revertThreadCharacteristics = [script, real](HANDLE task) {
-        static_cast<void>(script->meet("AvRevertMmThreadCharacteristics"));
-        return real.revertThreadCharacteristics(task);
+    calls.revertThreadCharacteristics = [script, real](HANDLE task) -> BOOL {
+        const BOOL reverted = real.revertThreadCharacteristics(task);
+        return script->meet("AvRevertMmThreadCharacteristics") ? FALSE : reverted;
     };
     return calls;
 }
 
-AudioSystemCalls callsWithProcessLoopback(const std::shared_ptr<AudioScript>& script,
-                                          const AudioEndpointPointer& microphone) {
+AudioSystemCalls callsWithProcessLoopback(const Script& script, const AudioEndpointPointer& microphone) {
     AudioSystemCalls calls = scriptedCalls(script);
     calls.activateAudioInterface = [script, microphone](LPCWSTR path, REFIID, PROPVARIANT* parameters,
                                                         IActivateAudioInterfaceCompletionHandler* handler,
@@ -364,10 +367,9 @@ AudioSystemCalls callsWithProcessLoopback(const std::shared_ptr<AudioScript>& sc
     return calls;
 }
 
-AudioEndpoint scriptedEndpoint(const std::shared_ptr<AudioScript>& script, const AudioEndpoint& endpoint) {
+AudioEndpoint scriptedEndpoint(const Script& script, const AudioEndpoint& endpoint) {
     AudioEndpoint scripted = endpoint;
-    auto* const device = new ScriptedDevice(script, deviceOf(endpoint));
-    scripted.handle = std::shared_ptr<void>(static_cast<IMMDevice*>(device),
+    scripted.handle = std::shared_ptr<void>(scriptedDevice(script, deviceOf(endpoint)),
                                             [](void* held) { static_cast<IMMDevice*>(held)->Release(); });
     return scripted;
 }

@@ -14,6 +14,7 @@
 #include <mmdeviceapi.h>
 #include <mutex>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -29,9 +30,23 @@ public:
     /// How often the call came.
     [[nodiscard]] int count(const std::string& call) const;
 
-    /// Of the last Initialize.
-    std::atomic<DWORD> streamFlags{0};
-    std::atomic<std::int64_t> bufferDuration{0};
+    /// What the devices' topology says; without a value it is that of the machine. Before the first call.
+    std::optional<UINT> connectorCount;
+    /// A captured process that plays nothing: its client has no packet.
+    std::atomic<bool> processIsSilent{false};
+
+    /// Writes down what a call was given, such as "Capture, 0".
+    template <typename... Values>
+    void note(const std::string& call, const Values&... values) {
+        std::ostringstream text;
+        const char* between = "";
+        ((text << between << values, between = ", "), ...);
+        const std::lock_guard lock(mutex);
+        arguments[call] = text.str();
+    }
+    /// What the last call of this name was given, numbers in decimal; of GetNextPacketSize the thread.
+    [[nodiscard]] std::string given(const std::string& call) const;
+
     /// Of the last activation: path, type of the variant, its bytes.
     std::wstring activationPath;
     VARTYPE activationType = VT_EMPTY;
@@ -45,13 +60,17 @@ private:
     mutable std::mutex mutex;
     std::map<std::string, std::pair<HRESULT, int>> failures;
     std::map<std::string, int> counts;
+    std::map<std::string, std::string> arguments;
     std::vector<std::uint64_t> allocations;
 };
 
 /// Calls of operator new on the calling thread so far.
 [[nodiscard]] std::uint64_t allocationsOfThisThread();
 
-/// Windows' calls, with those that the script names failing.
+/// Windows' calls, and the endpoints, sessions and clients that they lead to, with those that the script
+/// names failing. Interfaces that several objects give are told apart: "Activate" is that of a client,
+/// "Activate IDeviceTopology" and "Activate IAudioSessionManager2" are others. The choice of a default
+/// endpoint is only noted.
 [[nodiscard]] AudioSystemCalls scriptedCalls(const std::shared_ptr<AudioScript>& script);
 
 /// The same, and a process loopback that is the client of a capture endpoint: it is asked without the

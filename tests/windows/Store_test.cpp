@@ -1,11 +1,16 @@
 // The program's own store in the registry, which other parts of the program, and its users, read back.
 
 #include "app/SettingsManager.h"
+#include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/FakeSystemBridge.h"
 
 #include <QCoreApplication>
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <QSettings>
 
 #include <gtest/gtest.h>
+#include <memory>
 #include <windows.h>
 
 namespace {
@@ -89,4 +94,45 @@ TEST_F(Store, ClearEmptiesTheRegistry) {
     store.clear();
     store.sync();
     EXPECT_EQ(inRegistry(L"gain").first, static_cast<DWORD>(REG_NONE));
+}
+
+namespace {
+
+// What the screens read of a switch, in a program that starts anew.
+QVariant readByTheScreens(const QString& key) {
+    QQmlEngine engine;
+    QQmlComponent document(&engine);
+    document.setData("import QtQml\nimport MediaControls\n"
+                     "QtObject { function read(key: string): var { return ConfigMgr.getValue(key); } }",
+                     QUrl());
+    const std::unique_ptr<QObject> root(document.create());
+    if (root == nullptr) {
+        ADD_FAILURE() << document.errorString().toStdString();
+        return {};
+    }
+    QVariant value;
+    EXPECT_TRUE(QMetaObject::invokeMethod(root.get(), "read", Q_RETURN_ARG(QVariant, value), key));
+    return value;
+}
+
+} // namespace
+
+TEST_F(Store, ConsentIsClearOnAFreshStoreAndAsTheUserLeftItAfterwards) {
+    registerFakeHIDHotplugManager();
+    registerFakeSystemBridge();
+    // Each engine owns its store.
+    qmlRegisterSingletonType<SettingsManager>(
+        "VexoDeckSettings", 1, 0, "SettingsManager",
+        [](QQmlEngine*, QJSEngine*) -> QObject* { return new SettingsManager; });
+    const QString consent = QStringLiteral("share_data");
+    // Although its default is true: the registry's text alone is consent.
+    EXPECT_EQ(inRegistry(L"share_data").first, static_cast<DWORD>(REG_NONE));
+    EXPECT_EQ(readByTheScreens(consent), QVariant(false));
+    EXPECT_EQ(readByTheScreens(QStringLiteral("auto_install")), QVariant(false));
+    for (const bool given : {true, false}) {
+        SettingsManager().setValue(consent, given);
+        EXPECT_EQ(inRegistry(L"share_data"),
+                  (std::pair<DWORD, std::wstring>(REG_SZ, given ? L"true" : L"false")));
+        EXPECT_EQ(readByTheScreens(consent), QVariant(given));
+    }
 }

@@ -20,11 +20,19 @@ START_BUTTON = "开启高清音质之旅"
 
 
 class Program(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.stage = WindowsStage(BUILD, NATIVE_BUILD, size=(1300, 800))
+        cls.addClassCleanup(cls.stage.__exit__, None, None, None)
+        cls.stage.__enter__()
+
     def setUp(self):
-        self.stage = WindowsStage(BUILD, NATIVE_BUILD, size=(1300, 800))
-        self.addCleanup(self.stage.__exit__, None, None, None)
-        self.stage.__enter__()
+        self.addCleanup(self._end_programs)
         self.addCleanup(self._picture_of_failure)
+
+    def _end_programs(self):
+        if any(program.process.poll() is None for program in self.stage.programs):
+            self.stage.wine("taskkill", "/f", "/im", "VexoDeck.exe", check=False)
 
     def _picture_of_failure(self):
         outcome = self._outcome.result
@@ -42,21 +50,27 @@ class Program(unittest.TestCase):
         self.assertIsNone(program.process.poll(), f"the program ended:\n{program.log}")
         return program
 
+    def close(self, program):
+        """By the window's button; all that ends is said."""
+        (button,) = self.stage.wait_screen(("关闭", "button"), gone=[("返回", "button")], limit=60)
+        self.stage.click_control(button)
+        self.assertEqual(program.wait_exit(60), 0)
+        self.assertIn("应用程序即将退出，开始清理资源...", program.log)
+        self.assertIn("资源清理完成", program.log)
+
     def test_a_gain_change_reaches_the_mixer_and_the_program_ends_well(self):
         program = self.start()
         self.stage.wait_text("连接你的 VEXO 设备", limit=60)
         self.picture("windows-waiting.png")
         self.stage.emulator("plug")
-        self.stage.wait_text("已连接", limit=60)
-        self.stage.wait_text("VEXO Mixdesk R2", "label")
+        _, _, button = self.stage.wait_screen("已连接", ("VEXO Mixdesk R2", "label"), (START_BUTTON, "button"), limit=60)
         self.picture("windows-welcome.png")
-        self.stage.click(START_BUTTON, "button")
-        self.stage.wait_no_text(START_BUTTON, "button", limit=60)
+        self.stage.click_control(button)
+        (button,) = self.stage.wait_screen(("设备设置", "button"), gone=[(START_BUTTON, "button")], limit=60)
         self.picture("windows-main.png")
 
-        self.stage.click("设备设置", "button")
-        self.stage.wait_text("返回", "button", limit=60)
-        slider = self.stage.wait_text("增益", "slider", limit=60)
+        self.stage.click_control(button)
+        _, slider = self.stage.wait_screen(("返回", "button"), ("增益", "slider"), limit=60)
         self.picture("windows-microphone.png")
         self.stage.emulator("clear")
         before = self.stage.emulator("get mic_gain")["bytes"]
@@ -71,9 +85,7 @@ class Program(unittest.TestCase):
         self.picture("windows-gain.png")
 
         self.stage.xdotool("key", "Escape")
-        self.stage.wait_no_text("返回", "button", limit=60)
-        self.stage.click("关闭", "button")
-        self.assertEqual(program.wait_exit(60), 0)
+        self.close(program)
         self.assertEqual(self.stage.emulator("wait closed 10000")["ok"], True)
         # The registry keeps text under the product's own name.
         self.assertEqual(self.stage.stored().get("auto_gain"), hex(step), self.stage.stored())
@@ -82,13 +94,14 @@ class Program(unittest.TestCase):
         first = self.start()
         again = self.stage.start_program()
         self.assertEqual(again.wait_exit(60), 1)
+        self.assertIn("共享内存已存在，直接退出", again.log)
+        self.assertEqual(len(self.stage.windows("Vexo Deck")), 1)
         self.assertIsNone(first.process.poll())
         # A killed program leaves nothing behind that would stop the next.
         self.stage.wine("taskkill", "/f", "/im", "VexoDeck.exe")
         first.wait_exit(60)
         third = self.start()
-        self.stage.click("关闭", "button")
-        self.assertEqual(third.wait_exit(60), 0)
+        self.close(third)
 
 
 if __name__ == "__main__":

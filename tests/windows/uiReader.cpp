@@ -1,7 +1,7 @@
-// Prints what a screen reader meets in the window of the given title, through UI Automation: one line of
-// JSON.
+// Prints what a screen reader meets in the window of the given title, through UI Automation: one line of JSON
+// for each line of its input, in the form of tools/stage/ui.py.
 //
-//   uiReader TITLE      [{"name":...,"role":...,"extents":[x,y,width,height],"offscreen":...},...]
+//   uiReader TITLE      [{"name":...,"role":...,"extents":[x,y,width,height],"states":[...],...},...]
 
 #include <cstdio>
 #include <iostream>
@@ -68,7 +68,8 @@ std::string describe(IUIAutomationElement* element) {
     return "{\"name\":" + quoted(text) + ",\"role\":\"" + roleOf(type) + "\",\"extents\":[" +
            std::to_string(box.left) + "," + std::to_string(box.top) + "," +
            std::to_string(box.right - box.left) + "," + std::to_string(box.bottom - box.top) +
-           "],\"offscreen\":" + (offscreen ? "true" : "false") + "}";
+           "],\"states\":" + (offscreen ? "[]" : "[\"showing\",\"visible\"]") +
+           ",\"description\":\"\",\"value\":null,\"range\":null}";
 }
 
 // The element, and those below it.

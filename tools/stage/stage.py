@@ -265,12 +265,31 @@ class Stage:
                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.processes.append(self.reader)
 
-    def find(self, name, role=None):
-        """The first control that shows on the screen with this name, or None."""
-        for control in self.controls():
+    @staticmethod
+    def _first(controls, name, role=None):
+        for control in controls:
             if control["name"] == name and (role is None or control["role"] == role) and "showing" in control["states"]:
                 return control
         return None
+
+    def find(self, name, role=None):
+        """The first control that shows on the screen with this name, or None."""
+        return self._first(self.controls(), name, role)
+
+    def wait_screen(self, *wanted, gone=(), limit=20.0):
+        """Waits until one reading of the screen has all that is wanted and nothing that shall be gone, each a name or
+        a pair of name and role; the controls wanted. For readers that take long."""
+        def pair(word):
+            return (word, None) if isinstance(word, str) else word
+
+        def found():
+            controls = self.controls()
+            if any(self._first(controls, *pair(word)) for word in gone):
+                return None
+            answer = [self._first(controls, *pair(word)) for word in wanted]
+            return answer if all(answer) else None
+
+        return wait_until(found, f"{wanted} on the screen without {gone}", limit)
 
     def wait_text(self, name, role=None, limit=20.0):
         return wait_until(lambda: self.find(name, role), f"{name!r} on the screen", limit)

@@ -9,7 +9,6 @@ which one stage at a time uses, and whose store of settings is empty at the star
 """
 
 import fcntl
-import json
 import os
 import pathlib
 import shutil
@@ -33,7 +32,6 @@ class WindowsStage(Stage):
         self.windows_build = pathlib.Path(build).resolve()
         self.cache = pathlib.Path(os.environ.get("VEXO_CACHE", os.path.expanduser("~/.cache/vexo-deck")))
         self.prefix = self.cache / "wine-stage"
-        self.reader = None
 
     def _start(self):
         self.cache.mkdir(parents=True, exist_ok=True)
@@ -77,7 +75,10 @@ class WindowsStage(Stage):
         return result.stdout.decode("utf-8", errors="replace")
 
     def start_program(self, environment=None):
-        env = dict(self.env, VEXO_EMULATOR_SOCKET=self.emulator_ready["tcp"], **(environment or {}))
+        # Without a console Qt's lines would go to the debugger. Wine hands variables of Qt's on with these letters
+        # before their names alone.
+        env = dict(self.env, VEXO_EMULATOR_SOCKET=self.emulator_ready["tcp"], WINEQT_FORCE_STDERR_LOGGING="1",
+                   **(environment or {}))
         program = Program([str(WINE), str(self.program_folder / "VexoDeck.exe")], env,
                           self.folder / f"program-{len(self.programs)}.log")
         self.programs.append(program)
@@ -95,19 +96,9 @@ class WindowsStage(Stage):
                 values[words[0]] = words[2] if len(words) == 3 else ""
         return values
 
-    def _ui(self, *words, limit=60):
-        # The reader stays: starting a program under Wine takes longer than reading the screen.
-        if self.reader is None:
-            command = [str(WINE), str(self.windows_build / "tests" / "windows" / "uiReader.exe"), "Vexo Deck"]
-            self.reader = subprocess.Popen(command, env=self.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-            self.processes.append(self.reader)
-        self.reader.stdin.write(b"\n")
-        self.reader.stdin.flush()
-        line = self.reader.stdout.readline()
-        if not line:
-            raise AssertionError(f"reading the screen failed: {self.reader.wait(limit)}")
-        controls = json.loads(line.decode("utf-8"))
-        for control in controls:
-            control["states"] = [] if control.pop("offscreen") else ["showing", "visible"]
-            control["value"] = None
-        return controls
+    def _start_reader(self):
+        """Reads through UI Automation; it stays, since starting a program under Wine takes longer than reading."""
+        command = [str(WINE), str(self.windows_build / "tests" / "windows" / "uiReader.exe"), "Vexo Deck"]
+        self.reader = subprocess.Popen(command, env=self.env, encoding="utf-8", stdin=subprocess.PIPE,
+                                       stdout=subprocess.PIPE)
+        self.processes.append(self.reader)

@@ -17,6 +17,10 @@ namespace {
 constexpr PROPERTYKEY kFriendlyName = {
     {0xA45C254E, 0xDF1C, 0x4EFD, {0x80, 0x20, 0x67, 0xD1, 0x46, 0xA8, 0x50, 0xE0}}, 14};
 
+// PKEY_Device_ContainerId, likewise.
+constexpr PROPERTYKEY kContainerId = {
+    {0x8C7ED206, 0x3F8A, 0x4827, {0xB3, 0xAB, 0xAE, 0x9E, 0x1F, 0xAE, 0xFC, 0x6C}}, 2};
+
 std::optional<std::wstring> idOf(IMMDevice* device) {
     LPWSTR text = nullptr;
     if (FAILED(device->GetId(&text)) || text == nullptr) {
@@ -40,6 +44,16 @@ std::optional<std::wstring> friendlyNameOf(IMMDevice* device) {
     }
     PropVariantClear(&value);
     return name;
+}
+
+// Kept: the container id is asked for and dropped again. No rule looks at it, and none may rely on it.
+void readContainerId(IMMDevice* device) {
+    ComPtr<IPropertyStore> store;
+    PROPVARIANT value{};
+    if (SUCCEEDED(device->OpenPropertyStore(STGM_READ, store.GetAddressOf())) &&
+        SUCCEEDED(store->GetValue(kContainerId, &value))) {
+        PropVariantClear(&value);
+    }
 }
 
 std::optional<EndpointFlow> flowOf(IMMDevice* device) {
@@ -78,6 +92,7 @@ AudioEndpointPointer CoreAudioEndpoints::read(IMMDevice* device) const {
     if (SUCCEEDED(calls.connectorCount(device, &connectors))) {
         endpoint->connectorCount = connectors;
     }
+    readContainerId(device);
     endpoint->flow = flowOf(device);
     device->AddRef();
     endpoint->handle =

@@ -7,6 +7,7 @@
 #include <audiosessiontypes.h>
 #include <mfapi.h>
 #include <mmreg.h>
+#include <optional>
 #include <propidl.h>
 #include <utility>
 #include <wil/result.h>
@@ -19,11 +20,9 @@ constexpr DWORD kMultithreadedQueue = MFASYNC_CALLBACK_QUEUE_MULTITHREADED;
 // Media Foundation 2.0 on Windows 7 and newer.
 constexpr ULONG kMediaFoundationVersion = 0x20070;
 constexpr DWORD kMediaFoundationLite = 1;
-// What may stand behind the fixed bytes: the rest of a WAVEFORMATEXTENSIBLE.
-constexpr WORD kLargestExtension = sizeof(WAVEFORMATEXTENSIBLE) - sizeof(WAVEFORMATEX);
 constexpr DWORD kStreamFlags = AUDCLNT_STREAMFLAGS_LOOPBACK | AUDCLNT_STREAMFLAGS_EVENTCALLBACK |
                                AUDCLNT_STREAMFLAGS_SRC_DEFAULT_QUALITY | AUDCLNT_STREAMFLAGS_AUTOCONVERTPCM;
-static_assert(kStreamFlags == 0x88060000 && kLargestExtension == 22);
+static_assert(kStreamFlags == 0x88060000);
 
 } // namespace
 
@@ -31,6 +30,10 @@ CLoopbackCapture::CLoopbackCapture(PerAppInputBuffers& inputBuffers, AudioSystem
     : buffers(inputBuffers), calls(std::move(systemCalls)) {}
 
 CLoopbackCapture::~CLoopbackCapture() {
+    // The client signals its event to the end, and must not meet another one in the place of the closed
+    // handle.
+    captureClient.Reset();
+    audioClient.Reset();
     if (workQueueId != 0) {
         calls.unlockWorkQueue(workQueueId);
     }
@@ -104,7 +107,7 @@ HRESULT CLoopbackCapture::completeActivation(IActivateAudioInterfaceAsyncOperati
     RETURN_IF_FAILED(activated);
     RETURN_IF_FAILED(object ? object.As(&audioClient) : E_POINTER);
 
-    chooseCaptureFormat();
+    readCaptureFormat();
     logCapturingProcess(processId);
     RETURN_IF_FAILED(audioClient->Initialize(AUDCLNT_SHAREMODE_SHARED, kStreamFlags, bufferDuration, 0,
                                              &captureFormat, nullptr));
@@ -117,21 +120,15 @@ HRESULT CLoopbackCapture::completeActivation(IActivateAudioInterfaceAsyncOperati
     return S_OK;
 }
 
-void CLoopbackCapture::chooseCaptureFormat() {
+void CLoopbackCapture::readCaptureFormat() {
     WAVEFORMATEX* mixFormat = nullptr;
     const HRESULT result = audioClient->GetMixFormat(&mixFormat);
-    if (FAILED(result) || mixFormat == nullptr) {
-        logDefaultCaptureFormat(result);
-        captureFormat = nativeFormat({floatWaveFormat(2, 48000), 384000, 0});
-        return;
+    std::optional<RenderFormat> clientFormat;
+    if (SUCCEEDED(result) && mixFormat != nullptr) {
+        clientFormat = renderFormat(*mixFormat);
+        CoTaskMemFree(mixFormat);
     }
-    // Only the fixed bytes; nothing here reads what may stand behind them.
-    captureFormat = *mixFormat;
-    if (captureFormat.cbSize > kLargestExtension) {
-        captureFormat.cbSize = 0;
-    }
-    CoTaskMemFree(mixFormat);
-    logCaptureFormat(waveFormat(captureFormat));
+    captureFormat = nativeFormat(chooseCaptureFormat(result, clientFormat));
 }
 
 HRESULT CLoopbackCapture::onStartCapture() {
@@ -146,19 +143,22 @@ HRESULT CLoopbackCapture::onStartCapture() {
 }
 
 HRESULT CLoopbackCapture::awaitSample() {
+    const auto held = armLock.lock();
+    if (state != CaptureState::Capturing) {
+        return S_OK;
+    }
     return calls.putWaitingWorkItem(sampleEvent.get(), 0, sampleResult.Get(), &sampleKey);
 }
 
 HRESULT CLoopbackCapture::onSampleReady() {
     const HRESULT drained = drain();
     if (FAILED(drained)) {
-        state = CaptureState::Error;
+        // A stop that came meanwhile goes on.
+        CaptureState expected = CaptureState::Capturing;
+        state.compare_exchange_strong(expected, CaptureState::Error);
         return drained;
     }
-    if (state == CaptureState::Capturing) {
-        RETURN_IF_FAILED(awaitSample());
-    }
-    return S_OK;
+    RETURN_HR(awaitSample());
 }
 
 HRESULT CLoopbackCapture::drain() {
@@ -192,14 +192,18 @@ HRESULT CLoopbackCapture::stopCapture() {
 }
 
 HRESULT CLoopbackCapture::onStopCapture() {
-    if (sampleKey != 0) {
-        calls.cancelWorkItem(sampleKey);
-        sampleKey = 0;
+    {
+        const auto held = armLock.lock();
+        if (sampleKey != 0) {
+            calls.cancelWorkItem(sampleKey);
+            sampleKey = 0;
+        }
     }
     // A capture in error may have got no client.
     if (audioClient) {
         audioClient->Stop();
     }
+    // Nobody arms any more.
     sampleResult.Reset();
     calls.putWorkItem(kMultithreadedQueue, 0, &finishCallback, nullptr);
     return S_OK;

@@ -100,7 +100,8 @@ private:
     HRESULT prepare();
     HRESULT activate(bool includeProcessTree);
     HRESULT completeActivation(IActivateAudioInterfaceAsyncOperation* operation);
-    void chooseCaptureFormat();
+    // What the client says, or the default format.
+    void readCaptureFormat();
     // The steps of the work items.
     HRESULT onStartCapture();
     HRESULT onStopCapture();
@@ -108,7 +109,7 @@ private:
     HRESULT onFinishCapture();
     // Hands over all packets that are there.
     HRESULT drain();
-    // A waiting work item fires once: each event needs a new one.
+    // A waiting work item fires once: each event needs a new one. Nothing once the stop has begun.
     HRESULT awaitSample();
 
     using CallbackStartCapture = StepCallback<&CLoopbackCapture::onStartCapture>;
@@ -134,6 +135,9 @@ private:
     wil::unique_handle sampleEvent; // signalled by the client for each packet
     MFWORKITEM_KEY sampleKey = 0;   // of the waiting work item
     wil::critical_section lock;     // of the drain alone
+    // Keeps the stop step from a packet step that is about to arm: an item that the stop does not see would
+    // keep the capture alive for ever.
+    wil::critical_section armLock;
     DWORD workQueueId = 0;
     std::int64_t bufferDuration = ProcessCapture::kDefaultBufferDuration;
     HRESULT activationResult = E_UNEXPECTED;

@@ -24,8 +24,9 @@ private:
     void renderPeriod(const RenderCallback& render);
 
     const AudioSystemCalls calls;
+    // Signalled by the endpoint each period; closed after the client, which signals it to its end.
+    wil::unique_handle event;
     Microsoft::WRL::ComPtr<IAudioClient> client;
     Microsoft::WRL::ComPtr<IAudioRenderClient> renderClient;
-    wil::unique_handle event; // signalled by the endpoint each period
     UINT32 bufferFrames = 0;
 };

@@ -11,6 +11,7 @@
 #include <array>
 #include <atomic>
 #include <limits>
+#include <stdexcept>
 
 namespace {
 
@@ -75,6 +76,24 @@ TEST_F(AudioRouterApiTest, TheApartmentIsLeftOnceAtShutdown) {
     api.shutdownAudioRouter();
     api.shutdownAudioRouter();
     EXPECT_EQ(system.journal.take(), (Calls{"com.initialize", "com.uninitialize"}));
+}
+
+TEST_F(AudioRouterApiTest, AStartThatThrowsLeavesTheApartmentAndTheNextStartRuns) {
+    endpoints.add(kRender, fakeEndpoint(L"Headset", L"usb#1"));
+    for (const HResult entered : {kHResultOk, kHResultFalse, kHResultChangedMode}) {
+        SCOPED_TRACE(entered);
+        system.comResult = entered;
+        system.outputsThatThrow = {3};
+        EXPECT_THROW(static_cast<void>(api.startAudioRouter({}, {}, {}, {})), std::runtime_error);
+        EXPECT_FALSE(api.isAudioRouterRunning());
+        // An apartment that this thread did not enter is not left.
+        EXPECT_EQ(system.journal.take(), failed(entered) ? (Calls{"com.initialize"})
+                                                         : (Calls{"com.initialize", "com.uninitialize"}));
+        system.outputsThatThrow.clear();
+        start();
+        api.shutdownAudioRouter();
+        static_cast<void>(system.journal.take());
+    }
 }
 
 TEST_F(AudioRouterApiTest, SoloPlaysToTheFirstRealOutputWhenNoneIsNamed) {
