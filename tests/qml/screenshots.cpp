@@ -43,10 +43,12 @@ bool save(QQuickWindow& window, const QDir& folder, const QString& state) {
 // The question of an update, and the answer that closes it.
 bool saveDialog(QQuickWindow& window, QQmlEngine& engine, const QDir& folder) {
     QVariant dialog;
-    QMetaObject::invokeMethod(engine.singletonInstance<QObject*>("MediaControls", "MessageDialogMgr"),
-                              "showCustomDialogNew", Q_RETURN_ARG(QVariant, dialog),
-                              Q_ARG(QString, "有新版本可升级,是否重启并升级软件?"), Q_ARG(QVariant, {}),
-                              Q_ARG(QVariant, {}), Q_ARG(QVariant, {}), Q_ARG(QVariant, {}));
+    const bool asked = QMetaObject::invokeMethod(
+        engine.singletonInstance<QObject*>("MediaControls", "MessageDialogMgr"), "showCustomDialogNew",
+        Q_RETURN_ARG(QVariant, dialog), Q_ARG(QVariant, "有新版本可升级,是否重启并升级软件?"),
+        Q_ARG(QVariant, {}), Q_ARG(QVariant, {}), Q_ARG(QVariant, {}), Q_ARG(QVariant, {}));
+    if (!asked)
+        return false;
     const bool saved = save(window, folder, "dialog");
     QMetaObject::invokeMethod(dialog.value<QObject*>(), "close");
     settle();

@@ -16,6 +16,8 @@ Item {
     required property bool appShown
     readonly property bool isSource: showType === StripKind.Source
     readonly property bool isDevice: showType === StripKind.Device
+    // The keyboard has reached the delete button.
+    readonly property bool deleteFocused: isSource && cornerButton.visualFocus
 
     signal appSelected(app: var)
     signal deleteClicked
