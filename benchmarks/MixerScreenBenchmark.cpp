@@ -2,13 +2,13 @@
 //     vexo_mixer_screen_benchmark [SECONDS]
 // measures one level report dispatched to all strips, one step of a fader with its full list, and, over the
 // given seconds (10), the UI thread and the frames while twenty reports come each second. Prints a line for
-// each figure and fails when one misses its budget. Wants a display (an Xvfb will do); QT_QUICK_BACKEND=software
-// measures without OpenGL.
+// each figure and fails when one misses its budget. Wants a display (an Xvfb will do);
+// QT_QUICK_BACKEND=software measures without OpenGL.
 //
 // What is judged is CPU time, so that the machine's other work does not count: that of the UI thread (which
 // draws, too, without OpenGL), and for a frame, from the beginning of its synchronisation to the swap of its
-// buffers, that of all threads together (those of a software OpenGL as well). On a free machine the clock on the
-// wall shows at most that.
+// buffers, that of all threads together (those of a software OpenGL as well). The same frames by the clock on
+// the wall are printed beside it: they mean something on an idle machine.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
 #include "tests/qml/FakeSystemBridge.h"
@@ -200,6 +200,7 @@ private:
     // Infinite without a frame.
     static double percentile(const std::vector<Frame>& frames, double Frame::* member) {
         std::vector<double> values;
+        values.reserve(frames.size());
         for (const Frame& frame : frames)
             values.push_back(frame.*member);
         if (values.empty())

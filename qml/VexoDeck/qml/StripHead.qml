@@ -39,7 +39,8 @@ Item {
         y: head.isDevice ? 0 : 6
         width: head.isDevice ? 52 : 28
         height: head.isDevice ? 40 : 28
-        sourceSize: head.isDevice ? undefined : Qt.size(width, height)
+        // The device's is a photograph: scaled down in two steps, it stays smooth without mipmaps, too.
+        sourceSize: head.isDevice ? Qt.size(2 * width, 2 * height) : Qt.size(width, height)
         visible: !head.isSource
         source: head.imageSource
         fillMode: Image.PreserveAspectFit
