@@ -305,6 +305,19 @@ MixerTestCase {
         compare(timerOf(child("deviceStrip")).running, false);
     }
 
+    function test_strips_that_check_together_ask_once() {
+        SystemBridge.applications = many(8);
+        openMixer(many(8));
+        compare(callsNamed("getRunningApplications").length, 1);
+        compare(strips().map(strip => box(strip).visible), many(8).map(() => true));
+        forget();
+        SystemBridge.applications = many(7);
+        strips().forEach(strip => timerOf(strip).triggered());
+        compare(callsNamed("getRunningApplications").length, 1);
+        compare(box(child("strip0")).visible, true);
+        compare(box(child("strip7")).visible, false);
+    }
+
     function test_with_the_application_closed_the_strip_shows_the_name_and_the_capture_stays() {
         SystemBridge.applications = [music];
         openMixer([music]);
