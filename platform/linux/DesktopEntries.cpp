@@ -8,8 +8,13 @@
 #include <QStandardPaths>
 
 #include <algorithm>
+#include <array>
 
 namespace {
+
+// All that is used of an entry. Its other lines are many, and the mixer reads all entries every ten seconds.
+constexpr std::array<QByteArrayView, 9> kUsedKeys = {
+    "Type", "Name", "Icon", "Exec", "NoDisplay", "Hidden", "OnlyShowIn", "NotShowIn", "TryExec"};
 
 // Folders below a root that hold entries, its own level included.
 constexpr int kScanDepth = 3;
@@ -43,6 +48,32 @@ QString unescaped(const QByteArray& value) {
     return QString::fromUtf8(text);
 }
 
+// The values of the used keys, raw; a translated one has its language in brackets behind its name.
+QHash<QByteArray, QByteArray> usedValues(QByteArrayView text) {
+    QHash<QByteArray, QByteArray> values;
+    bool inEntry = false;
+    for (qsizetype begin = 0; begin < text.size();) {
+        const qsizetype newline = text.indexOf('\n', begin);
+        const qsizetype end = newline < 0 ? text.size() : newline;
+        const QByteArrayView line = text.sliced(begin, end - begin).trimmed();
+        begin = end + 1;
+        if (line.startsWith('[')) {
+            inEntry = line == "[Desktop Entry]";
+            continue;
+        }
+        const qsizetype equals = line.indexOf('=');
+        if (!inEntry || line.startsWith('#') || equals < 1) {
+            continue;
+        }
+        const QByteArrayView key = line.first(equals).trimmed();
+        const qsizetype bracket = key.indexOf('[');
+        if (std::ranges::find(kUsedKeys, bracket < 0 ? key : key.first(bracket)) != kUsedKeys.end()) {
+            values.insert(key.toByteArray(), line.sliced(equals + 1).trimmed().toByteArray());
+        }
+    }
+    return values;
+}
+
 bool names(const QString& list, const QStringList& desktops) {
     const QStringList parts = list.split(QLatin1Char(';'), Qt::SkipEmptyParts);
     return std::ranges::any_of(parts, [&desktops](const QString& part) { return desktops.contains(part); });
@@ -69,44 +100,32 @@ bool canBeFound(const QString& program) {
 
 DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& languages,
                                const QStringList& desktops) {
-    QHash<QString, QString> values;
-    bool inEntry = false;
-    for (const QByteArray& raw : text.split('\n')) {
-        const QByteArray line = raw.trimmed();
-        if (line.startsWith('[')) {
-            inEntry = line == "[Desktop Entry]";
-            continue;
-        }
-        const qsizetype equals = line.indexOf('=');
-        if (!inEntry || line.startsWith('#') || equals < 1) {
-            continue;
-        }
-        values.insert(QString::fromUtf8(line.left(equals).trimmed()),
-                      unescaped(line.mid(equals + 1).trimmed()));
-    }
-    const auto localized = [&](const QString& key) {
+    const QHash<QByteArray, QByteArray> values = usedValues(text);
+    const auto value = [&](const char* key) {
+        return unescaped(values.value(key));
+    };
+    const auto localized = [&](const char* key) {
         for (const QString& language : languages) {
-            const auto found = values.constFind(key + QLatin1Char('[') + language + QLatin1Char(']'));
+            const auto found = values.constFind(key + ('[' + language.toUtf8() + ']'));
             if (found != values.constEnd()) {
-                return *found;
+                return unescaped(*found);
             }
         }
-        return values.value(key);
+        return value(key);
     };
     const auto isTrue = [&](const char* key) {
-        return values.value(QLatin1String(key)) == QLatin1String("true");
+        return values.value(key) == "true";
     };
 
     DesktopEntry entry;
-    entry.name = localized(QStringLiteral("Name"));
-    entry.icon = localized(QStringLiteral("Icon"));
-    entry.program = programOfExec(values.value(QStringLiteral("Exec")));
-    const QString onlyIn = values.value(QStringLiteral("OnlyShowIn"));
-    const QString tryExec = values.value(QStringLiteral("TryExec"));
-    entry.shown = values.value(QStringLiteral("Type")) == QLatin1String("Application") &&
-                  !entry.name.isEmpty() && !isTrue("NoDisplay") && !isTrue("Hidden") &&
-                  (onlyIn.isEmpty() || names(onlyIn, desktops)) &&
-                  !names(values.value(QStringLiteral("NotShowIn")), desktops) &&
+    entry.name = localized("Name");
+    entry.icon = localized("Icon");
+    entry.program = programOfExec(value("Exec"));
+    const QString onlyIn = value("OnlyShowIn");
+    const QString tryExec = value("TryExec");
+    entry.shown = value("Type") == QLatin1String("Application") && !entry.name.isEmpty() &&
+                  !isTrue("NoDisplay") && !isTrue("Hidden") &&
+                  (onlyIn.isEmpty() || names(onlyIn, desktops)) && !names(value("NotShowIn"), desktops) &&
                   (tryExec.isEmpty() || canBeFound(tryExec));
     return entry;
 }

@@ -10,6 +10,9 @@
 #include <QFileInfo>
 #include <QSet>
 
+#include <chrono>
+#include <mutex>
+#include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,6 +27,22 @@ QString iconNameOfSession(std::uint32_t processId) {
         }
     }
     return {};
+}
+
+// The names are asked for one by one, of every program that plays: what was read for the first of them is
+// good for the others.
+QList<DesktopEntry> desktopEntriesOfLately() {
+    constexpr std::chrono::milliseconds kGoodFor{200};
+    static std::mutex mutex;
+    static QList<DesktopEntry> entries;
+    static std::optional<std::chrono::steady_clock::time_point> readAt;
+    const std::lock_guard lock(mutex);
+    const auto now = std::chrono::steady_clock::now();
+    if (!readAt || now - *readAt > kGoodFor) {
+        entries = readDesktopEntries();
+        readAt = std::chrono::steady_clock::now();
+    }
+    return entries;
 }
 
 } // namespace
@@ -55,7 +74,7 @@ QList<RawAudioSession> rawAudioSessions() {
 }
 
 QString getFileDisplayName(const QString& path) {
-    const QList<DesktopEntry> entries = readDesktopEntries();
+    const QList<DesktopEntry> entries = desktopEntriesOfLately();
     const DesktopEntry* const entry = entryOfExecutable(entries, path);
     return entry != nullptr ? entry->name : QString();
 }

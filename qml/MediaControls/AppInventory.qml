@@ -14,9 +14,21 @@ QtObject {
 
     readonly property var bridge: SystemBridge // qmllint disable unqualified
 
+    // The answer of this turn of the event loop, null before it was asked for.
+    property var answerOfTurn: null
+
     // What runs now.
     function running(): var {
         return Array.from(bridge.getRunningApplications() ?? []).map(record => reduced(record));
+    }
+
+    // What runs now, asked for once for all who ask in the same turn of the event loop: the strips do so together.
+    function runningThisTurn(): var {
+        if (!answerOfTurn) {
+            answerOfTurn = running();
+            Qt.callLater(() => answerOfTurn = null);
+        }
+        return answerOfTurn;
     }
 
     // What runs now and has no strip yet, but for the one that is given: it may be chosen again.

@@ -180,6 +180,12 @@ MainWindowTestCase {
         compareMeasuring();
     }
 
+    function test_false_counts_as_0_and_closes_the_window() {
+        startMeasurement();
+        MessageBus.publishUpdateAutoGain(false);
+        tryVerify(() => layoutWindow() === null);
+    }
+
     function test_cancel_closes_and_stops_the_device() {
         startMeasurement();
         HIDDeviceMgr.flushMessages();

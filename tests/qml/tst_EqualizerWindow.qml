@@ -110,6 +110,23 @@ WindowedEqualizerTestCase {
         compare([child("addPreset").width, child("addPreset").height], [78, 66]);
     }
 
+    function verifyInView(place) {
+        const list = child("presetList");
+        const tile = child("preset" + place);
+        verify(tile.x >= list.contentX && tile.x + tile.width <= list.contentX + list.width, `preset ${place} at ${tile.x}, shown from ${list.contentX}`);
+    }
+
+    function test_the_selected_preset_is_in_view_whatever_selected_it() {
+        ConfigMgr.setValue("device_equalizer_current_index", 7);
+        openEqualizer([userPreset, userPreset, userPreset]);
+        verifyInView(7);
+        for (const place of [0, 9, 2]) {
+            ConfigMgr.setValue("device_equalizer_current_index", place);
+            MessageBus.publishUpdateConfigMessage(true);
+            verifyInView(place);
+        }
+    }
+
     function test_adding_a_preset_does_not_select_it() {
         openEqualizer();
         child("addPreset").click();

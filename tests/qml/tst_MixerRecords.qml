@@ -102,6 +102,34 @@ MixerTestCase {
         compareData(lastList(), expectedList(data));
     }
 
+    function test_the_list_is_that_of_the_table_with_every_choice_of_mutes_at_once_data() {
+        return ["mix", "listen", "device", "file:///opt/music", "Second Mic", "an application of before"].map(id => ({
+                    tag: "solo " + id,
+                    listen: id
+                }));
+    }
+
+    function test_the_list_is_that_of_the_table_with_every_choice_of_mutes_at_once(data) {
+        const sources = ["device", "file:///opt/music", "Second Mic"];
+        const onMonitor = ["listen", ...sources];
+        const onLive = ["mix", ...sources];
+        ConfigMgr.setValue("listen", data.listen);
+        openMixer([music, secondMic]);
+        for (let choice = 0; choice < 1 << (onMonitor.length + onLive.length); choice++) {
+            const monitor = onMonitor.filter((id, place) => choice & (1 << place));
+            const mix = onLive.filter((id, place) => choice & (1 << (place + onMonitor.length)));
+            onMonitor.forEach(id => ConfigMgr.setValue(id + "_monitor", monitor.includes(id)));
+            onLive.forEach(id => ConfigMgr.setValue(id + "_mix", mix.includes(id)));
+            forget();
+            row().sendAudioConfig();
+            compareData(lastList(), expectedList({
+                listen: data.listen,
+                monitor: monitor,
+                mix: mix
+            }), `monitor ${monitor}, live ${mix}`);
+        }
+    }
+
     function test_a_volume_is_linear_and_held_within_0_and_1_data() {
         return [[0, 0], [0.5, 0.5], [1, 1], [1.7, 1], [-3, 0]].map(([stored, sent]) => ({
                     tag: String(stored),

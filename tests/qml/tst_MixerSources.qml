@@ -146,6 +146,22 @@ MixerTestCase {
         tryVerify(() => findChild(mixer, "strip1")?.title === "Talk");
     }
 
+    function test_deleting_a_strip_by_the_keyboard_leaves_the_focus_on_the_plus_button() {
+        openMixer(many(8));
+        part(child("strip3"), "deleteButton").forceActiveFocus(Qt.TabFocusReason);
+        keyClick(Qt.Key_Space);
+        compare(strips().length, 7);
+        compare(child("plusButton").activeFocus, true);
+        compare(child("plusButton").visualFocus, true);
+    }
+
+    function test_deleting_a_strip_by_the_mouse_leaves_the_plus_button_alone() {
+        openMixer(many(2));
+        mouseClick(part(child("strip1"), "deleteButton"));
+        compare(strips().length, 1);
+        compare(child("plusButton").activeFocus, false);
+    }
+
     function test_deleting_an_input_closes_it() {
         openMixer([secondMic]);
         forget();
@@ -232,6 +248,30 @@ MixerTestCase {
         compare([inputs("RemoveInputDevice"), inputs("AddInputDevice")], [["Third Mic"], []]);
     }
 
+    function test_a_swapped_input_keeps_its_stream_after_a_deletion_before_it() {
+        const third = Object.assign({}, secondMic, {
+            name: "Third Mic",
+            bundleIdentifier: "Third Mic",
+            processIdentifier: "Third Mic"
+        });
+        SystemBridge.applications = [secondMic, third];
+        openMixer([game, secondMic]);
+        mouseClick(part(child("strip0"), "deleteButton"));
+        tryVerify(() => findChild(mixer, "strip0")?.title === "Second Mic");
+        forget();
+        swap(child("strip0"), "Third Mic");
+        compare(inputs("AddInputDevice"), ["Third Mic 2"]);
+        compare(lastList()[0].streamID, 2);
+        SystemBridge.audioInputLevelChanged([
+            {
+                processID: 2,
+                levelLeft: 0.5,
+                levelRight: 0.25
+            }
+        ]);
+        compare(part(child("strip0"), "left").level, 0.5);
+    }
+
     function test_a_swapped_strip_keeps_the_topic_of_its_creation() {
         SystemBridge.applications = [music, game];
         openMixer([music]);
@@ -263,6 +303,19 @@ MixerTestCase {
         openMixer([music]);
         compare([timerOf(child("strip0")).interval, timerOf(child("strip0")).running, timerOf(child("strip0")).repeat], [10000, true, true]);
         compare(timerOf(child("deviceStrip")).running, false);
+    }
+
+    function test_strips_that_check_together_ask_once() {
+        SystemBridge.applications = many(8);
+        openMixer(many(8));
+        compare(callsNamed("getRunningApplications").length, 1);
+        compare(strips().map(strip => box(strip).visible), many(8).map(() => true));
+        forget();
+        SystemBridge.applications = many(7);
+        strips().forEach(strip => timerOf(strip).triggered());
+        compare(callsNamed("getRunningApplications").length, 1);
+        compare(box(child("strip0")).visible, true);
+        compare(box(child("strip7")).visible, false);
     }
 
     function test_with_the_application_closed_the_strip_shows_the_name_and_the_capture_stays() {

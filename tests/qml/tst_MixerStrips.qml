@@ -301,6 +301,22 @@ MixerTestCase {
         verify(child("strip0").height > 300);
     }
 
+    function test_the_device_strip_goes_by_the_devices_name_without_the_maker_in_front_data() {
+        return [["VEXO Mixdesk R2", "Mixdesk R2"], ["Mixdesk VEXO R2", "Mixdesk VEXO R2"], ["VEXOR 1", "VEXOR 1"]].map(([device, title]) => ({
+                    tag: device,
+                    device: device,
+                    title: title
+                }));
+    }
+
+    function test_the_device_strip_goes_by_the_devices_name_without_the_maker_in_front(data) {
+        connectDevice(Object.assign({}, mixdeskR2, {
+            name: data.device
+        }));
+        openMixer([]);
+        compare(child("deviceStrip").title, data.title);
+    }
+
     function test_the_device_strips_settings_are_asked_for() {
         openMixer([]);
         let asked = 0;

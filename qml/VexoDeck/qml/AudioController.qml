@@ -20,6 +20,7 @@ Rectangle {
     property string title: currentApp ? AppInventory.displayName(currentApp) : ""
     property url imageSource
     readonly property bool isSource: showType === StripKind.Source
+    readonly property alias deleteFocused: head.deleteFocused
 
     readonly property bool hasMonitorMute: showType !== StripKind.LiveOutput
     readonly property bool hasLiveMute: showType !== StripKind.MonitorOutput

@@ -23,6 +23,9 @@ Row {
 
     readonly property var bridge: SystemBridge // qmllint disable unqualified
 
+    // The strip that had the keyboard's focus has gone.
+    signal focusLeft
+
     QtObject {
         id: state
 
@@ -79,26 +82,30 @@ Row {
 
     function removeEntry(index: int) {
         const app = audioControlles[index];
+        const hadFocus = (sources.itemAt(index) as AudioController)?.deleteFocused ?? false;
         if (app.isInput)
             bridge.RemoveInputDevice(app.name);
         audioControlles = audioControlles.filter((other, place) => place !== index);
         ConfigMgr.removeStringListIndex(ConfigMgr.keys.appList, index);
         strips.remove(index);
         sendAudioConfig();
+        if (hadFocus)
+            focusLeft();
     }
 
     function replaceEntry(index: int, app: var) {
         audioControlles = audioControlles.map((other, place) => place === index ? app : other);
     }
 
-    // A fresh copy of the same application, by its name, is none of the row's business.
+    // A fresh copy of the same application, by its name, is none of the row's business. An input keeps the stream of
+    // the one before it: that is what the strip's meter listens to.
     function handleAppChanged(index: int, app: var) {
         const old = audioControlles[index];
         if (!old || !app || old.name === app.name)
             return;
         if (old.isInput)
             bridge.RemoveInputDevice(old.name);
-        addInput(app, index + 1);
+        addInput(app, old.isInput ? old.streamID : index + 1);
         replaceEntry(index, app);
         sendAudioConfig();
     }
@@ -151,6 +158,8 @@ Row {
     spacing: 6
 
     Repeater {
+        id: sources
+
         model: strips
 
         AudioController {

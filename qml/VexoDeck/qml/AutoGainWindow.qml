@@ -60,7 +60,7 @@ WindowFrame {
                 // A report without a value is none.
                 if (typeof data === "number")
                     finish(data);
-            } else if (data === 0) {
+            } else if (data === 0 || data === false) {
                 countdown.stop();
                 autoGainWindow.close();
             } else {

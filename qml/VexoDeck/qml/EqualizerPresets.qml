@@ -21,6 +21,7 @@ Item {
     readonly property int countSum: ConfigMgr.defaults.device_equalizer_values.length
     readonly property var currentEqData: dataList[selectIndex] ?? emptyRecord()
     readonly property bool userSelected: selectIndex >= countSum && selectIndex < dataList.length
+    readonly property int tileWidth: 78
     readonly property bool full: dataList.length >= countSum + 3
 
     readonly property var bridge: SystemBridge // qmllint disable unqualified
@@ -94,6 +95,11 @@ Item {
         tell();
     }
 
+    function revealSelected() {
+        if (selectIndex >= 0 && selectIndex < dataList.length)
+            list.reveal(selectIndex);
+    }
+
     // The engine is not told: it follows the press and not the moves.
     function setGain(band: int, gain: real) {
         const gains = Curve.twelveGains(currentEqData.value);
@@ -128,8 +134,10 @@ Item {
             atEnd = true;
         }
 
-        function reveal(item: Item) {
-            contentX = Math.max(0, Math.min(item.x, Math.max(contentX, item.x + item.width - width)));
+        // Scrolls as little as brings the place into view; before the tiles are laid out, too.
+        function reveal(place: int) {
+            const left = place * (eqSelect.tileWidth + row.spacing);
+            contentX = Math.max(0, Math.min(left, Math.max(contentX, left + eqSelect.tileWidth - width)));
         }
 
         anchors.fill: parent
@@ -161,7 +169,7 @@ Item {
                     readonly property var record: eqSelect.dataList[index] ?? eqSelect.emptyRecord()
 
                     objectName: "preset" + index
-                    width: 78
+                    width: eqSelect.tileWidth
                     height: 66
                     text: EqualizerNames.displayName(typeof record.name === "string" ? record.name : "", index)
                     icon.source: eqSelect.iconOf(record)
@@ -169,7 +177,7 @@ Item {
                     onClicked: eqSelect.select(index)
                     onVisualFocusChanged: {
                         if (visualFocus)
-                            list.reveal(tile);
+                            list.reveal(index);
                     }
                 }
             }
@@ -178,7 +186,7 @@ Item {
                 id: plusButton
 
                 objectName: "addPreset"
-                width: 78
+                width: eqSelect.tileWidth
                 height: 66
                 visible: !eqSelect.full
                 text: qsTr("添加均衡器预设")
@@ -186,7 +194,7 @@ Item {
                 onClicked: eqSelect.addPreset()
                 onVisualFocusChanged: {
                     if (visualFocus)
-                        list.reveal(plusButton);
+                        list.reveal(eqSelect.dataList.length);
                 }
 
                 Rectangle {
@@ -223,6 +231,8 @@ Item {
         }
     }
 
+    onSelectIndexChanged: revealSelected()
+    onWidthChanged: revealSelected()
     Component.onCompleted: {
         dataList = ConfigMgr.getStringList(ConfigMgr.keys.device_equalizer_values).map(text => parsed(text));
         readSelection();

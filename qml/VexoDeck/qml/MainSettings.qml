@@ -63,7 +63,7 @@ Item {
             visible: HIDDeviceMgr.isDeviceReady()
             showType: StripKind.Device
             bundleIdentifier: "device"
-            title: String(HIDDeviceMgr.getDeviceName()).replace("VEXO ", "")
+            title: String(HIDDeviceMgr.getDeviceName()).replace(/^VEXO /, "")
             imageSource: VxConfig.getDeviceImage(2)
             onVolumeChanged: audioControllersRow.sendAudioConfig()
             onSettingsRequested: mainSettings.deviceSettingsRequested()
@@ -74,9 +74,12 @@ Item {
 
             objectName: "audioControllersRow"
             height: parent?.height ?? 0
+            onFocusLeft: plusButton.forceActiveFocus(Qt.TabFocusReason)
         }
 
         CustomComAppPlus {
+            id: plusButton
+
             objectName: "plusButton"
             width: hint === "" ? 64 : 220
             height: parent?.height ?? 0

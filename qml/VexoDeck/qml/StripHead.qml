@@ -16,6 +16,8 @@ Item {
     required property bool appShown
     readonly property bool isSource: showType === StripKind.Source
     readonly property bool isDevice: showType === StripKind.Device
+    // The keyboard has reached the delete button.
+    readonly property bool deleteFocused: isSource && cornerButton.visualFocus
 
     signal appSelected(app: var)
     signal deleteClicked
@@ -37,7 +39,8 @@ Item {
         y: head.isDevice ? 0 : 6
         width: head.isDevice ? 52 : 28
         height: head.isDevice ? 40 : 28
-        sourceSize: head.isDevice ? undefined : Qt.size(width, height)
+        // The device's is a photograph: scaled down in two steps, it stays smooth without mipmaps, too.
+        sourceSize: head.isDevice ? Qt.size(2 * width, 2 * height) : Qt.size(width, height)
         visible: !head.isSource
         source: head.imageSource
         fillMode: Image.PreserveAspectFit

@@ -23,7 +23,7 @@ QtObject {
         const own = currentApp;
         if (!own)
             return;
-        const running = AppInventory.running();
+        const running = AppInventory.runningThisTurn();
         const app = running.find(other => own.bundleIdentifier !== "" && other.bundleIdentifier === own.bundleIdentifier) ?? running.find(other => own.processIdentifier && other.processIdentifier === own.processIdentifier);
         const isNew = app !== undefined && !found;
         found = app !== undefined;

@@ -58,6 +58,16 @@ TEST(DesktopEntry, OtherGroupsAndCommentsDoNotCount) {
     EXPECT_EQ(entry.icon, "player");
 }
 
+TEST(DesktopEntry, KeysThatOnlyBeginLikeAUsedOneDoNotCount) {
+    const DesktopEntry entry = parse("NameX=no\nName[de=no\nX-Name=no\nIcon =player\nIconX[de]=no\n", {"de"});
+    EXPECT_EQ(entry.name, "Player");
+    EXPECT_EQ(entry.icon, "player");
+}
+
+TEST(DesktopEntry, TheLastLineNeedsNoEnd) {
+    EXPECT_EQ(parse("Icon=player").icon, "player");
+}
+
 TEST(DesktopEntry, EscapesOfAValueAreUndone) {
     EXPECT_EQ(parse("Icon=a\\sb\\\\c\\n\\q\\\n").icon, "a b\\c\nq\\");
 }
