@@ -163,8 +163,6 @@ Item {
                 model: eqSelect.dataList.length
 
                 TileButton {
-                    id: tile
-
                     required property int index
                     readonly property var record: eqSelect.dataList[index] ?? eqSelect.emptyRecord()
 
