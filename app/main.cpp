@@ -60,6 +60,9 @@ int main(int argc, char* argv[]) {
     bridge->setSettingsReader([](const QString& key) { return SettingsManager::instance()->getValue(key); });
     bridge->initializeMonitorDevice();
     registerService<SystemBridge>("VexoDeckSystemBridge", "SystemBridge");
+    // The engine then ends the bridge, and the threads of the sound with it, even when no document has asked
+    // for it yet: a process that exits over running threads may hang.
+    static_cast<void>(engine.singletonInstance<SystemBridge*>("VexoDeckSystemBridge", "SystemBridge"));
     // The scan runs from here on: a device that is present may connect before the first window shows.
     HIDHotplugManager::instance();
     registerService<HIDHotplugManager>("VexoDeckHIDHotplug", "HIDHotplugManager");

@@ -57,6 +57,8 @@ class Program(unittest.TestCase):
         self.assertEqual(program.wait_exit(60), 0)
         self.assertIn("应用程序即将退出，开始清理资源...", program.log)
         self.assertIn("资源清理完成", program.log)
+        # The sound's threads end before the process does.
+        self.assertIn("Audio routing service stopped", program.log)
 
     def test_a_gain_change_reaches_the_mixer_and_the_program_ends_well(self):
         program = self.start()
