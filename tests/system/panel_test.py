@@ -26,7 +26,8 @@ class PanelWalk(SystemCase):
         super().setUp()
         self.panel = Panel(self.stage)
         self.program = self.start(environment=TYPED_LOG)
-        window = self.stage.windows("Vexo Deck")[0]
+        # It may go for a moment again while it gets its frame.
+        window = wait_until(lambda: self.stage.windows("Vexo Deck"), "the main window")[0]
         self.stage.xdotool("windowmove", window, 0, 0, "windowsize", window, *SCREEN)
 
     def tearDown(self):

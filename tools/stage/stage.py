@@ -310,7 +310,16 @@ class Stage:
 
     def windows(self, title):
         """The visible windows with this title."""
-        result = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"], env=self.env, capture_output=True, text=True)
+        def search():
+            return subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"], env=self.env,
+                                  capture_output=True, text=True)
+
+        result = search()
+        # A window that goes in the middle of it ends the search with an error; finding nothing is none.
+        for _ in range(5):
+            if not result.stderr:
+                break
+            result = search()
         return result.stdout.split()
 
     def window_extents(self, window):
