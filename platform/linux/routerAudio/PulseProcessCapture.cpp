@@ -34,18 +34,25 @@ std::uint32_t bytesOf(std::int64_t duration) {
 
 } // namespace
 
-/// One record stream, on a connection of its own: PipeWire's Pulse server sends nothing of a client's stream
-/// while something else still waits for that client, so that many streams of one connection starve each
-/// other.
+/// One record stream.
 class PulseProcessCapture::Recording {
 public:
-    Recording(PulseProcessCapture& capture, std::uint32_t sinkInput)
-        : owner(capture), playback(sinkInput),
-          link(capture.server->api(), {[this](pa_context& context) { connectStream(context); },
-                                       [this] {
-                                           dropStream();
-                                       }}) {
-        link.connect();
+    /// `shared` is the server's connection. It is good for as long as this lives.
+    Recording(PulseProcessCapture& capture, pa_context& shared, std::uint32_t sinkInput)
+        : owner(capture), playback(sinkInput) {
+        if (!owner.server->isPipeWire()) {
+            connectStream(shared);
+            return;
+        }
+        // Its Pulse server sends nothing of a client's stream while something else still waits for that
+        // client: many streams of one connection starve each other. PulseAudio itself does not, and counts
+        // connections.
+        ownLink = std::make_unique<PulseLink>(
+            owner.server->api(), PulseLink::Events{[this](pa_context& context) { connectStream(context); },
+                                                   [this] {
+                                                       dropStream();
+                                                   }});
+        ownLink->connect();
     }
 
     ~Recording() { dropStream(); }
@@ -130,7 +137,7 @@ private:
 
     PulseProcessCapture& owner;
     const std::uint32_t playback;
-    PulseLink link;
+    std::unique_ptr<PulseLink> ownLink;
     pa_stream* stream = nullptr;
     bool failed = false;
 };
@@ -174,7 +181,8 @@ HResult PulseProcessCapture::stopCapture() {
 
 // Brings the record streams in line with what plays.
 void PulseProcessCapture::playbacksChanged(PulseServer& soundServer) {
-    if (soundServer.readyContext() == nullptr) {
+    pa_context* const context = soundServer.readyContext();
+    if (context == nullptr) {
         return;
     }
     const auto& playbacks = soundServer.livePlaybacks();
@@ -193,7 +201,7 @@ void PulseProcessCapture::playbacksChanged(PulseServer& soundServer) {
         }
         if (!recordings.contains(index)) {
             merge.add(index);
-            recordings.emplace(index, std::make_unique<Recording>(*this, index));
+            recordings.emplace(index, std::make_unique<Recording>(*this, *context, index));
         }
         merge.setPaused(index, playback.paused);
     }

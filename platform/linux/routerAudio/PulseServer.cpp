@@ -274,10 +274,13 @@ void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t
 }
 
 void PulseServer::onServer(pa_context*, const pa_server_info* info, void* self) {
-    if (info != nullptr) {
-        static_cast<PulseServer*>(self)->defaultSinkName =
-            info->default_sink_name != nullptr ? info->default_sink_name : "";
+    if (info == nullptr) {
+        return;
     }
+    auto* const server = static_cast<PulseServer*>(self);
+    server->defaultSinkName = info->default_sink_name != nullptr ? info->default_sink_name : "";
+    // "PulseAudio (on PipeWire 1.4.2)"
+    server->pipeWire = info->server_name != nullptr && std::strstr(info->server_name, "PipeWire") != nullptr;
 }
 
 void PulseServer::onSink(pa_context*, const pa_sink_info* info, int end, void* self) {

@@ -4,7 +4,7 @@
 // PulseAudio, or PipeWire by its Pulse server.
 //
 // One thread, "SoundServer", runs the connection, in real time where that is granted; captures run on it,
-// too, with connections of their own. The connection exists for as long as somebody holds it and comes back
+// too. The connection exists for as long as somebody holds it and comes back
 // by itself after a restart of the server. Its first attempt begins when it is made; nothing waits for a
 // server that is not there.
 
@@ -104,6 +104,8 @@ public:
     [[nodiscard]] const std::map<std::uint32_t, PulsePlayback>& livePlaybacks() const { return playbackMap; }
     /// Null while not connected or not yet known.
     [[nodiscard]] pa_context* readyContext() const { return known ? link->readyContext() : nullptr; }
+    /// Whether the server is PipeWire's; false until it is known.
+    [[nodiscard]] bool isPipeWire() const { return pipeWire; }
     [[nodiscard]] pa_mainloop_api& api() const { return *pa_threaded_mainloop_get_api(mainloop); }
 
     static constexpr std::chrono::milliseconds kAnswerLimit{500};
@@ -137,6 +139,7 @@ private:
     std::map<std::uint32_t, std::uint32_t> clientProcesses; // process ids by client
     std::map<std::uint32_t, PulsePlayback> playbackMap;
     std::string defaultSinkName;
+    bool pipeWire = false;
     std::optional<std::chrono::steady_clock::time_point> lastLine;
     bool wasReady = false;
 
