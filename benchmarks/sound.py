@@ -1,6 +1,6 @@
 """The sound engine on a private server: latency, render callback, processor time; each beside a plain client.
 
-    tools/env python3 benchmarks/sound.py --build build/release [--seconds 20] [--server pulseaudio|pipewire]
+    tools/env python3 benchmarks/sound.py --build build/dev [--seconds 20] [--server pulseaudio|pipewire]
 
 Latency is from an application to the sink, less that of the application itself: both are heard on one sink, and the
 distance is found by correlation. Processor time is that of the engine with 8 applications and a microphone, beside

@@ -82,15 +82,23 @@ def write_alsa_device(folder):
     (folder / "asound.conf").write_text("\n".join(lines) + "\n", encoding="utf-8")
 
 
+def read_words(control):
+    """What the control file says; nothing while it is being written or replaced."""
+    try:
+        return control.read_text(encoding="utf-8").strip()
+    except (OSError, UnicodeDecodeError):
+        return ""
+
+
 def feed(player, control, words):
     """Plays the signal that the control file names, over and over."""
-    frames = signal_of(words).astype(numpy.float32)
-    changed, at = control.stat().st_mtime_ns, 0
+    frames, at = signal_of(words).astype(numpy.float32), 0
     while True:
-        if control.stat().st_mtime_ns != changed:
-            changed = control.stat().st_mtime_ns
+        written = read_words(control)
+        if written not in ("", words):
+            words = written
             try:
-                frames, at = signal_of(control.read_text(encoding="utf-8")).astype(numpy.float32), 0
+                frames, at = signal_of(words).astype(numpy.float32), 0
             except (ValueError, OSError) as error:
                 print(f"virtual microphone: {error}", file=sys.stderr, flush=True)
         block = numpy.take(frames, range(at, at + BLOCK_FRAMES), axis=0, mode="wrap")
