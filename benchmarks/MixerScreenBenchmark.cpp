@@ -11,16 +11,13 @@
 // the wall are printed beside it: they mean something on an idle machine.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/FakeProgram.h"
 #include "tests/qml/FakeSystemBridge.h"
-#include "tests/qml/StoreFile.h"
 
-#include <QEventLoop>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
-#include <QQuickStyle>
 #include <QQuickWindow>
-#include <QStyleHints>
 #include <QTimer>
 
 #include <algorithm>
@@ -95,13 +92,6 @@ private:
     Moment begin;
 };
 
-// Sleeps between the events, as the program does: the time of a loop that polls would count as the screen's.
-void processFor(int ms) {
-    QEventLoop loop;
-    QTimer::singleShot(ms, Qt::PreciseTimer, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
 bool printFigure(const char* what, double value, double budget, const char* unit) {
     const bool kept = value <= budget;
     std::printf("%-58s %8.3f %s (budget %g: %s)\n", what, value, unit, budget, kept ? "kept" : "MISSED");
@@ -144,9 +134,9 @@ public:
         const QVariantMap info = {{"dpid", 0x9829U},           {"pid", 1},          {"vid", 2},
                                   {"name", "VEXO Mixdesk R2"}, {"sn", "VX24A0117"}, {"version", "V1.04"}};
         emit manager->deviceConnected(info, true);
-        processFor(500);
+        runEventLoop(500);
         QMetaObject::invokeMethod(findItem(window->contentItem(), "startButton"), "click");
-        processFor(1000);
+        runEventLoop(1000);
         return findItem(window->contentItem(), "strip7") != nullptr;
     }
 
@@ -164,7 +154,7 @@ public:
                 spent += cpuMs() - begin;
             }
             best = std::min(best, spent / kReports);
-            processFor(20);
+            runEventLoop(20);
         }
         return best;
     }
@@ -195,7 +185,7 @@ public:
         QObject::connect(&reports, &QTimer::timeout, window,
                          [this] { emit bridge->audioInputLevelChanged(nextReport()); });
         reports.start(kReportPeriodMs);
-        processFor(500);
+        runEventLoop(500);
         double uiMs = 0;
         Moment spent;
         double frameMs = INFINITY;
@@ -205,7 +195,7 @@ public:
             frames.take();
             const Moment begin = Moment::now();
             const double beginMs = cpuMs();
-            processFor(seconds * 1000 / kRounds);
+            runEventLoop(seconds * 1000 / kRounds);
             uiMs += cpuMs() - beginMs;
             spent = spent + (Moment::now() - begin);
             const std::vector<Moment> taken = frames.take();
@@ -276,11 +266,7 @@ int main(int argc, char** argv) {
         if (type != QtDebugMsg)
             std::fprintf(stderr, "%s\n", qPrintable(text));
     });
-    QQuickStyle::setStyle("Material");
-    QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
-    registerFakeHIDHotplugManager();
-    registerFakeSystemBridge();
-    registerTemporarySettings();
+    setUpFakeProgram();
     QQmlApplicationEngine engine;
     engine.loadFromModule("VexoDeck", "Main");
     if (engine.rootObjects().isEmpty())

@@ -1,15 +1,11 @@
 // Runs the test documents of this folder with fakes in the place of the native singletons.
 
-#include "tests/qml/FakeHIDHotplugManager.h"
-#include "tests/qml/FakeSystemBridge.h"
+#include "tests/qml/FakeProgram.h"
 #include "tests/qml/LongTexts.h"
-#include "tests/qml/StoreFile.h"
 #include "tests/qml/TestLog.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>
-#include <QQuickStyle>
-#include <QStyleHints>
 #include <QtQuickTest>
 
 #include <cstdio>
@@ -23,11 +19,7 @@ public slots:
     void applicationAvailable() {
         // Tests close main windows and go on.
         QGuiApplication::setQuitOnLastWindowClosed(false);
-        QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
-        QQuickStyle::setStyle("Material");
-        registerFakeHIDHotplugManager();
-        registerFakeSystemBridge();
-        registerTemporarySettings();
+        setUpFakeProgram();
         registerLongTexts();
         qmlRegisterSingletonType<TestLog>(
             "VexoDeckTest", 1, 0, "TestLog", [](QQmlEngine*, QJSEngine*) -> QObject* {

@@ -4,20 +4,17 @@
 // writes FOLDER/<state>.png. Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/FakeProgram.h"
 #include "tests/qml/FakeSystemBridge.h"
-#include "tests/qml/StoreFile.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
 #include <QJsonDocument>
 #include <QPainter>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
-#include <QQuickStyle>
 #include <QQuickWindow>
-#include <QStyleHints>
 
 #include <array>
 #include <cstdio>
@@ -27,7 +24,6 @@ namespace {
 
 // Longer than any transition of a page.
 constexpr int kSettleMs = 900;
-constexpr int kLevelPeriodMs = 50;
 constexpr uint kLiveBus = 0xFFFFFFFE;
 constexpr uint kMonitorBus = 0xFFFFFFFF;
 
@@ -45,18 +41,8 @@ constexpr std::array<Application, 8> kApplications = {{{"Firefox", "#FF7139"},
                                                        {"OBS", "#8A8AFF"},
                                                        {"Browser", nullptr}}};
 
-// Runs the event loop, and meanwhile something at the pace of the level reports.
-void settle(const std::function<void()>& everyPeriod = [] {}) {
-    QElapsedTimer timer;
-    timer.start();
-    qint64 next = 0;
-    while (timer.elapsed() < kSettleMs) {
-        if (timer.elapsed() >= next) {
-            everyPeriod();
-            next += kLevelPeriodMs;
-        }
-        QGuiApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 10);
-    }
+void settle(const std::function<void()>& everyPeriod = {}) {
+    runEventLoop(kSettleMs, everyPeriod);
 }
 
 class Pictures {
@@ -247,7 +233,7 @@ private:
         QMetaObject::invokeMethod(target, method);
     }
 
-    void save(const QString& state, QQuickWindow& shown, const std::function<void()>& everyPeriod = [] {}) {
+    void save(const QString& state, QQuickWindow& shown, const std::function<void()>& everyPeriod = {}) {
         settle(everyPeriod);
         const QString path = folder.filePath(state + ".png");
         const bool saved = shown.grabWindow().save(path);
@@ -276,12 +262,7 @@ int main(int argc, char** argv) {
     }
     const QDir folder(QDir(arguments[1]).absolutePath());
     folder.mkpath(".");
-    QQuickStyle::setStyle("Material");
-    QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
-
-    registerFakeHIDHotplugManager();
-    registerFakeSystemBridge();
-    registerTemporarySettings();
+    setUpFakeProgram();
     QQmlApplicationEngine engine;
     engine.loadFromModule("VexoDeck", "Main");
     if (engine.rootObjects().isEmpty())

@@ -4,19 +4,15 @@
 // densities.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
-#include "tests/qml/FakeSystemBridge.h"
+#include "tests/qml/FakeProgram.h"
 #include "tests/qml/LongTexts.h"
-#include "tests/qml/StoreFile.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
-#include <QQuickStyle>
 #include <QQuickView>
-#include <QStyleHints>
 
 #include <cstdio>
 #include <memory>
@@ -34,10 +30,7 @@ struct Model {
 };
 
 void settle() {
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < kSettleMs)
-        QGuiApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+    runEventLoop(kSettleMs);
 }
 
 // A page on the drawer's ground, as high as it wants to be.
@@ -88,11 +81,7 @@ int main(int argc, char** argv) {
     }
     const QDir folder(arguments[1]);
     folder.mkpath(".");
-    QQuickStyle::setStyle("Material");
-    QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
-    registerFakeHIDHotplugManager();
-    registerFakeSystemBridge();
-    registerTemporarySettings();
+    setUpFakeProgram();
 
     QQmlEngine engine;
     LongTexts longTexts(engine);

@@ -3,16 +3,12 @@
 // writes FOLDER/<state>.png. Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
 #include "tests/qml/FakeHIDHotplugManager.h"
-#include "tests/qml/FakeSystemBridge.h"
-#include "tests/qml/StoreFile.h"
+#include "tests/qml/FakeProgram.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
-#include <QQuickStyle>
 #include <QQuickWindow>
-#include <QStyleHints>
 
 #include <cstdio>
 
@@ -22,10 +18,7 @@ namespace {
 constexpr int kSettleMs = 900;
 
 void settle() {
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < kSettleMs)
-        QGuiApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+    runEventLoop(kSettleMs);
 }
 
 void call(QQuickWindow& window, const char* objectName, const char* method) {
@@ -81,12 +74,7 @@ int main(int argc, char** argv) {
     }
     const QDir folder(arguments[1]);
     folder.mkpath(".");
-    QQuickStyle::setStyle("Material");
-    QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
-
-    registerFakeHIDHotplugManager();
-    registerFakeSystemBridge();
-    registerTemporarySettings();
+    setUpFakeProgram();
     QQmlApplicationEngine engine;
     engine.loadFromModule("VexoDeck", "Main");
     if (engine.rootObjects().isEmpty())

@@ -3,19 +3,14 @@
 //     vexo_control_gallery --save FILE  writes a picture, as in docs/pictures/control-gallery.png
 // Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
-#include "tests/qml/FakeHIDHotplugManager.h"
-#include "tests/qml/FakeSystemBridge.h"
-#include "tests/qml/StoreFile.h"
+#include "tests/qml/FakeProgram.h"
 
-#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
-#include <QQuickStyle>
 #include <QQuickWindow>
-#include <QStyleHints>
 #include <QtTest/qtestmouse.h>
 
 #include <cstdio>
@@ -26,10 +21,7 @@ namespace {
 constexpr int kSettleMs = 350;
 
 void settle() {
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < kSettleMs)
-        QGuiApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+    runEventLoop(kSettleMs);
 }
 
 // The cells of the document that want to be shown in a pose.
@@ -104,11 +96,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: vexo_control_gallery [--save FILE]\n");
         return 2;
     }
-    QQuickStyle::setStyle("Material");
-    QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
-    registerFakeHIDHotplugManager();
-    registerFakeSystemBridge();
-    registerTemporarySettings();
+    setUpFakeProgram();
 
     QQmlApplicationEngine engine;
     QVariantList applications;
