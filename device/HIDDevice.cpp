@@ -169,8 +169,8 @@ bool HIDDevice::isOpen() const {
 HIDDevice::Devices HIDDevice::devicePaths() const {
     const std::lock_guard lock(mutex);
     Devices copy = devices;
-    // A map that shares its nodes with a copy asks without an order of memory whether it still does, so the next
-    // thread to erase one would race with the copy's reader.
+    // A map that shares its nodes with a copy asks without an order of memory whether it still does, so the
+    // next thread to erase one would race with the copy's reader.
     copy.detach();
     return copy;
 }

@@ -215,7 +215,7 @@ QVariantList withInputDevices(QVariantList applications, const QVariantList& inp
 }
 
 QString extractIconToFile(const QString& executablePath, std::uint32_t processId) {
-    const QString path = sessionIconPath(executablePath, processId);
+    QString path = sessionIconPath(executablePath, processId);
     // Made once: an icon stays until the temporary folder is cleared.
     if (QFileInfo(path).isFile()) {
         return path;

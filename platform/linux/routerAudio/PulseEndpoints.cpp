@@ -52,7 +52,7 @@ AudioEndpointPointer endpointOf(const PulseDevice& device, EndpointFlow flow) {
 } // namespace
 
 std::wstring pulseEndpointId(const PulseDevice& device) {
-    const std::wstring name = widened(device.name);
+    std::wstring name = widened(device.name);
     if (device.bus == "usb") {
         return L"usb#" + name;
     }
@@ -131,7 +131,11 @@ HResult PulseApartment::initialize() {
 }
 
 void PulseApartment::uninitialize() {
-    if (holders > 0 && --holders == 0) {
+    if (holders == 0) {
+        return;
+    }
+    --holders;
+    if (holders == 0) {
         server.reset();
     }
 }

@@ -122,7 +122,7 @@ private:
 
 int main(int argc, char* argv[]) {
     setRouterLogSink([](const std::wstring& line) {
-        std::cerr << QString::fromStdWString(line).toStdString() << std::endl;
+        std::cerr << QString::fromStdWString(line).toStdString() << '\n' << std::flush;
     });
     const QGuiApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Vexo Deck"));
