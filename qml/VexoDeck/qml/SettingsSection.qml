@@ -27,12 +27,10 @@ Column {
         Accessible.name: text
     }
 
-    Rectangle {
+    Ground {
         objectName: "card"
         width: parent.width
         height: Math.max(section.minimumCardHeight, rowColumn.height + 2 * rowColumn.y)
-        radius: VxTheme.radiusPanel
-        color: VxTheme.card
 
         Column {
             id: rowColumn
