@@ -23,15 +23,16 @@ GONE_DB = LEVEL_DB - 60
 TWO_STREAMS = """
 import array, ctypes, math, sys, threading
 pulse = ctypes.CDLL("libpulse-simple.so.0")
-class Spec(ctypes.Structure):
+class SampleFormat(ctypes.Structure):
     _fields_ = [("format", ctypes.c_int), ("rate", ctypes.c_uint32), ("channels", ctypes.c_uint8)]
 pulse.pa_simple_new.restype = ctypes.c_void_p
 pulse.pa_simple_new.argtypes = [ctypes.c_char_p, ctypes.c_char_p, ctypes.c_int, ctypes.c_char_p, ctypes.c_char_p,
-                                ctypes.POINTER(Spec), ctypes.c_void_p, ctypes.c_void_p, ctypes.c_void_p]
+                                ctypes.POINTER(SampleFormat), ctypes.c_void_p, ctypes.c_void_p, ctypes.c_void_p]
 pulse.pa_simple_write.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_size_t, ctypes.c_void_p]
 def play(frequency):
-    spec = Spec(5, 48000, 2)
-    stream = pulse.pa_simple_new(None, b"two", 1, sys.argv[1].encode(), b"tone", ctypes.byref(spec), None, None, None)
+    sample_format = SampleFormat(5, 48000, 2)
+    stream = pulse.pa_simple_new(None, b"two", 1, sys.argv[1].encode(), b"tone",
+                                 ctypes.byref(sample_format), None, None, None)
     block = array.array("f")
     for frame in range(4800):
         value = 0.25 * math.sin(2 * math.pi * frequency * frame / 48000)
