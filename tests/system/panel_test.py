@@ -244,8 +244,8 @@ class PanelWalk(SystemCase):
         self.panel.wait_shown({(table.SLIDER, "监听音量"): 4, (table.SLIDER, "麦克风/电脑监听比"): 11})
 
 
-class MixdeskR2(PanelWalk):
-    model = table.MIXDESK_R2
+class EveryModel:
+    """What holds of each model's panel."""
 
     def test_every_control_reaches_the_device(self):
         self.check_walk()
@@ -258,6 +258,10 @@ class MixdeskR2(PanelWalk):
 
     def test_values_of_the_device_win_at_connection(self):
         self.check_values_of_the_device_at_connection()
+
+
+class MixdeskR2(EveryModel, PanelWalk):
+    model = table.MIXDESK_R2
 
     def test_reported_anti_clipping_shows_when_the_page_is_next_built(self):
         self.panel.open()
@@ -274,36 +278,12 @@ class MixdeskR2(PanelWalk):
         self.panel.wait_shown({(table.SWITCH, "防爆音"): True})
 
 
-class VoxmicM40(PanelWalk):
+class VoxmicM40(EveryModel, PanelWalk):
     model = table.VOXMIC_M40
 
-    def test_every_control_reaches_the_device(self):
-        self.check_walk()
 
-    def test_every_hardware_value_shows_and_is_not_echoed(self):
-        self.check_turns()
-
-    def test_keyboard_alone_works_the_drawer(self):
-        self.check_keyboard()
-
-    def test_values_of_the_device_win_at_connection(self):
-        self.check_values_of_the_device_at_connection()
-
-
-class VoxmicT40(PanelWalk):
+class VoxmicT40(EveryModel, PanelWalk):
     model = table.VOXMIC_T40
-
-    def test_every_control_reaches_the_device(self):
-        self.check_walk()
-
-    def test_every_hardware_value_shows_and_is_not_echoed(self):
-        self.check_turns()
-
-    def test_keyboard_alone_works_the_drawer(self):
-        self.check_keyboard()
-
-    def test_values_of_the_device_win_at_connection(self):
-        self.check_values_of_the_device_at_connection()
 
 
 if __name__ == "__main__":
