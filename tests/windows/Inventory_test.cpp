@@ -2,8 +2,6 @@
 #include "platform/windows/AudioSessions.h"
 #include "platform/windows/IconExtraction.h"
 #include "platform/windows/WindowInventory.h"
-#include "platform/windows/routerAudio/CoreAudioEndpoints.h"
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
 #include "tests/windows/ScriptedAudio.h"
 #include "tests/windows/SoundScene.h"
 
@@ -14,7 +12,6 @@
 #include <QTemporaryDir>
 #include <QThreadPool>
 
-#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
@@ -119,17 +116,7 @@ TEST(Windows, IconIsWrittenOnceAndAgainOverAnEmptyFile) {
 TEST(Sessions, ProgramThatPlaysIsListedWithItsPathAndState) {
     SoundScene scene;
     // The sessions are those of the default output.
-    CoreAudioEndpoints endpoints(windowsAudioSystemCalls());
-    const std::wstring defaultId = endpoints.defaultRenderEndpointId();
-    const std::vector<AudioEndpointPointer> outputs =
-        endpoints.activeEndpoints(EndpointFlow::Render).endpoints;
-    const auto output =
-        std::ranges::find_if(outputs, [&](const auto& endpoint) { return endpoint->id == defaultId; });
-    ASSERT_NE(output, outputs.end());
-    WasapiRenderChannel channel(windowsAudioSystemCalls());
-    ASSERT_TRUE(channel.open(**output));
-    std::atomic<bool> running{true};
-    std::thread thread([&] { channel.run(running, [](float*, std::uint32_t) {}); });
+    const ProgramThatPlays playing;
     const auto ownSession = []() -> RawAudioSession {
         for (const RawAudioSession& session : audioSessions(windowsAudioSystemCalls())) {
             if (session.processId == GetCurrentProcessId()) {
@@ -146,9 +133,6 @@ TEST(Sessions, ProgramThatPlaysIsListedWithItsPathAndState) {
     const RawAudioSession session = ownSession();
     EXPECT_EQ(session.executablePath.toLower().toStdString(), ownProgram().toLower().toStdString());
     EXPECT_EQ(session.processFileName.toStdString(), "windows_system_test.exe");
-    running = false;
-    channel.wake();
-    thread.join();
 }
 
 TEST(Sessions, WithoutTheSoundSystemThereAreNone) {

@@ -1,6 +1,7 @@
 #include "platform/routerAudio/BusForwarder.h"
 #include "platform/routerAudio/EndpointClassification.h"
 #include "platform/windows/routerAudio/WasapiRenderChannel.h"
+#include "platform/windows/routerAudio/WindowsRouterPlatform.h"
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 #include "tests/windows/SoundScene.h"
 
@@ -50,7 +51,7 @@ protected:
 TEST_F(RenderTest, BusChannelPlaysBothChannelsAtTheirLevelIntoAVirtualEndpoint) {
     scene.addSource(kSource);
     const TonePlayer player(scene.buffers, kSource, 1000, 1500, kAmplitude);
-    const RouterPlatform platform = platformOver(windowsAudioSystemCalls());
+    const RouterPlatform platform = windowsRouterPlatform(windowsAudioSystemCalls());
     RouterLogCapture log;
     BusForwarder forwarder(platform, scene.buffers);
     forwarder.setBus1Device(L"virtual CABLE");
@@ -68,7 +69,7 @@ TEST_F(RenderTest, BusChannelPlaysBothChannelsAtTheirLevelIntoAVirtualEndpoint) 
 TEST_F(RenderTest, SoloPlaysOnAnEndpointWhoseTopologyHasAConnector) {
     scene.addSource(kSource);
     const TonePlayer player(scene.buffers, kSource, 700, 1100, kAmplitude);
-    const RouterPlatform platform = platformOver(withConnectors(S_OK, 1));
+    const RouterPlatform platform = windowsRouterPlatform(withConnectors(S_OK, 1));
     RouterLogCapture log;
     BusForwarder forwarder(platform, scene.buffers);
     forwarder.setSoloDevice(GetDefaultDeviceGuid(*platform.endpoints));
@@ -80,7 +81,7 @@ TEST_F(RenderTest, SoloPlaysOnAnEndpointWhoseTopologyHasAConnector) {
 }
 
 TEST_F(RenderTest, WithoutATopologyNothingIsHardwareAndSoloStaysOff) {
-    const RouterPlatform platform = platformOver(withConnectors(E_NOINTERFACE, 0));
+    const RouterPlatform platform = windowsRouterPlatform(withConnectors(E_NOINTERFACE, 0));
     RouterLogCapture log;
     EXPECT_EQ(FindFirstRealHardwareDevice(*platform.endpoints, true), L"");
     BusForwarder forwarder(platform, scene.buffers);
@@ -92,7 +93,7 @@ TEST_F(RenderTest, WithoutATopologyNothingIsHardwareAndSoloStaysOff) {
 TEST_F(RenderTest, EndpointAtAnotherRateShiftsThePitchByTheRatioOfTheRates) {
     scene.addSource(kSource);
     const TonePlayer player(scene.buffers, kSource, 1000, 1000, kAmplitude);
-    const RouterPlatform platform = platformOver(windowsAudioSystemCalls());
+    const RouterPlatform platform = windowsRouterPlatform(windowsAudioSystemCalls());
     RouterLogCapture log;
     BusForwarder forwarder(platform, scene.buffers);
     forwarder.setBus2Device(L"old virtual");
@@ -107,7 +108,7 @@ TEST_F(RenderTest, EndpointAtAnotherRateShiftsThePitchByTheRatioOfTheRates) {
 TEST_F(RenderTest, EndpointWithSixChannelsIsOpenedWithTwo) {
     scene.addSource(kSource);
     const TonePlayer player(scene.buffers, kSource, 900, 1300, kAmplitude);
-    const RouterPlatform platform = platformOver(windowsAudioSystemCalls());
+    const RouterPlatform platform = windowsRouterPlatform(windowsAudioSystemCalls());
     RouterLogCapture log;
     BusForwarder forwarder(platform, scene.buffers);
     forwarder.setBus1Device(L"surround");
@@ -133,7 +134,7 @@ TEST_F(RenderTest, CaptureEndpointFailsAtGetService) {
 TEST_F(RenderTest, EndpointRemovedWhilePlayingLeavesAThreadThatStopEnds) {
     scene.addSource(kSource);
     const TonePlayer player(scene.buffers, kSource, 1000, 1000, kAmplitude);
-    const RouterPlatform platform = platformOver(windowsAudioSystemCalls());
+    const RouterPlatform platform = windowsRouterPlatform(windowsAudioSystemCalls());
     BusForwarder forwarder(platform, scene.buffers);
     forwarder.setBus1Device(L"plugged");
     ASSERT_TRUE(forwarder.start());

@@ -2,14 +2,11 @@
 
 #include "platform/routerAudio/AudioRouterAPI.h"
 #include "platform/windows/AudioSessions.h"
-#include "platform/windows/routerAudio/CoreAudioEndpoints.h"
-#include "platform/windows/routerAudio/LoopbackCapture.h"
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
+#include "platform/windows/routerAudio/WindowsRouterPlatform.h"
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 #include "tests/windows/ScriptedAudio.h"
 #include "tests/windows/SoundScene.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
@@ -48,7 +45,7 @@ protected:
 
 TEST_F(Router, ApartmentThatCannotBeEnteredFailsTheStart) {
     script->fail("CoInitializeEx", E_OUTOFMEMORY);
-    AudioRouterAPI router(platformOver(scriptedCalls(script)), scene.store, scene.buffers);
+    AudioRouterAPI router(windowsRouterPlatform(scriptedCalls(script)), scene.store, scene.buffers);
     EXPECT_FALSE(router.startAudioRouter({}, {}, {}, {}));
     EXPECT_FALSE(router.isAudioRouterRunning());
     EXPECT_EQ(script->count("CoUninitialize"), 0);
@@ -58,7 +55,7 @@ TEST_F(Router, ApartmentThatCannotBeEnteredFailsTheStart) {
 
 TEST_F(Router, ApartmentIsEnteredAtTheStartAndLeftAtTheShutdown) {
     onFreshThread([this] {
-        AudioRouterAPI router(platformOver(scriptedCalls(script)), scene.store, scene.buffers);
+        AudioRouterAPI router(windowsRouterPlatform(scriptedCalls(script)), scene.store, scene.buffers);
         EXPECT_TRUE(router.startAudioRouter({}, {}, {}, {}));
         EXPECT_EQ(script->count("CoUninitialize"), 0);
         router.shutdownAudioRouter();
@@ -71,7 +68,7 @@ TEST_F(Router, ApartmentIsEnteredAtTheStartAndLeftAtTheShutdown) {
 TEST_F(Router, ThreadOfTheOtherApartmentStartsAndIsNotTakenOutOfIt) {
     onFreshThread([this] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
-        AudioRouterAPI router(platformOver(scriptedCalls(script)), scene.store, scene.buffers);
+        AudioRouterAPI router(windowsRouterPlatform(scriptedCalls(script)), scene.store, scene.buffers);
         EXPECT_TRUE(router.startAudioRouter({}, {}, {}, {}));
         router.shutdownAudioRouter();
         EXPECT_EQ(script->count("CoUninitialize"), 0);
@@ -81,7 +78,7 @@ TEST_F(Router, ThreadOfTheOtherApartmentStartsAndIsNotTakenOutOfIt) {
 
 TEST_F(Router, StartThatThrowsLeavesTheApartment) {
     onFreshThread([this] {
-        RouterPlatform platform = platformOver(scriptedCalls(script));
+        RouterPlatform platform = windowsRouterPlatform(scriptedCalls(script));
         script->connectorCount = 1;
         platform.makeRenderChannel = [](std::uint32_t) -> std::unique_ptr<RenderChannel> {
             throw std::bad_alloc();
@@ -96,7 +93,7 @@ TEST_F(Router, StartThatThrowsLeavesTheApartment) {
 
 TEST_F(Router, ActivationRefusedOnThePlatformsThreadIsInvisibleAndTheCaptureStaysUntilItsSourceGoes) {
     script->fail("activation", static_cast<HRESULT>(0x80070005));
-    AudioRouterAPI router(platformOver(callsWithProcessLoopback(script, microphone)), scene.store,
+    AudioRouterAPI router(windowsRouterPlatform(callsWithProcessLoopback(script, microphone)), scene.store,
                           scene.buffers);
     ASSERT_TRUE(router.startAudioRouter({}, {}, {}, {}));
     for (int time = 0; time < 2; ++time) {
@@ -112,7 +109,7 @@ TEST_F(Router, ActivationRefusedOnThePlatformsThreadIsInvisibleAndTheCaptureStay
 
 TEST_F(Router, RefusedActivationIsLoggedAndTriedAgainAtTheNextList) {
     script->fail("ActivateAudioInterfaceAsync", static_cast<HRESULT>(0x80070005));
-    AudioRouterAPI router(platformOver(callsWithProcessLoopback(script, microphone)), scene.store,
+    AudioRouterAPI router(windowsRouterPlatform(callsWithProcessLoopback(script, microphone)), scene.store,
                           scene.buffers);
     ASSERT_TRUE(router.startAudioRouter({}, {}, {}, {}));
     for (int time = 0; time < 2; ++time) {
@@ -150,17 +147,7 @@ const SessionFault kSessionFaults[] = {
 
 TEST(SessionFaults, EachCallThatFailsGivesAShorterListOrALesserEntry) {
     SoundScene scene;
-    CoreAudioEndpoints endpoints(windowsAudioSystemCalls());
-    const std::wstring defaultId = endpoints.defaultRenderEndpointId();
-    const std::vector<AudioEndpointPointer> outputs =
-        endpoints.activeEndpoints(EndpointFlow::Render).endpoints;
-    const auto output =
-        std::ranges::find_if(outputs, [&](const auto& endpoint) { return endpoint->id == defaultId; });
-    ASSERT_NE(output, outputs.end());
-    WasapiRenderChannel channel(windowsAudioSystemCalls());
-    ASSERT_TRUE(channel.open(**output));
-    std::atomic<bool> running{true};
-    std::thread thread([&] { channel.run(running, [](float*, std::uint32_t) {}); });
+    const ProgramThatPlays playing;
 
     const auto ownSession = [](const AudioSystemCalls& calls) -> std::optional<AudioSessionInfo> {
         for (const AudioSessionInfo& session : audioSessionsFrom(audioSessions(calls))) {
@@ -182,7 +169,4 @@ TEST(SessionFaults, EachCallThatFailsGivesAShorterListOrALesserEntry) {
             EXPECT_EQ(session->state.toStdString(), fault.state);
         }
     }
-    running = false;
-    channel.wake();
-    thread.join();
 }

@@ -5,6 +5,7 @@
 #include "platform/routerAudio/EndpointClassification.h"
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 #include "platform/windows/routerAudio/WindowsComApartment.h"
+#include "platform/windows/routerAudio/WindowsRouterPlatform.h"
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 #include "tests/windows/CaptureScene.h"
 #include "tests/windows/FailureReports.h"
@@ -160,7 +161,7 @@ Outcome setDefault(const FaultRun& run) {
 Outcome play(const FaultRun& run, void (BusForwarder::*setDevice)(const std::wstring&),
              const std::wstring& device) {
     run.script->connectorCount = 1;
-    const RouterPlatform platform = platformOver(scriptedCalls(run.script));
+    const RouterPlatform platform = windowsRouterPlatform(scriptedCalls(run.script));
     BusForwarder forwarder(platform, run.scene.buffers);
     (forwarder.*setDevice)(device);
     Outcome outcome;

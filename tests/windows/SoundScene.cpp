@@ -1,10 +1,5 @@
 #include "tests/windows/SoundScene.h"
 
-#include "platform/windows/routerAudio/CoreAudioEndpoints.h"
-#include "platform/windows/routerAudio/LoopbackCapture.h"
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
-#include "platform/windows/routerAudio/WindowsComApartment.h"
-
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -141,17 +136,23 @@ void SoundScene::addSource(std::uint32_t processId) {
     store.putConfig(processId, config);
 }
 
-RouterPlatform platformOver(const AudioSystemCalls& calls) {
-    RouterPlatform platform;
-    platform.com = std::make_shared<WindowsComApartment>(calls);
-    platform.endpoints = std::make_shared<CoreAudioEndpoints>(calls);
-    platform.makeProcessCapture = [calls](PerAppInputBuffers& buffers) {
-        return makeLoopbackCapture(buffers, calls);
-    };
-    platform.makeRenderChannel = [calls](std::uint32_t) {
-        return std::make_unique<WasapiRenderChannel>(calls);
-    };
-    return platform;
+ProgramThatPlays::ProgramThatPlays() : channel(windowsAudioSystemCalls()) {
+    CoreAudioEndpoints endpoints(windowsAudioSystemCalls());
+    const std::wstring defaultId = endpoints.defaultRenderEndpointId();
+    const std::vector<AudioEndpointPointer> outputs =
+        endpoints.activeEndpoints(EndpointFlow::Render).endpoints;
+    const auto output =
+        std::ranges::find_if(outputs, [&](const auto& endpoint) { return endpoint->id == defaultId; });
+    if (output == outputs.end() || !channel.open(**output)) {
+        throw std::runtime_error("the default output does not open");
+    }
+    thread = std::thread([this] { channel.run(running, [](float*, std::uint32_t) {}); });
+}
+
+ProgramThatPlays::~ProgramThatPlays() {
+    running = false;
+    channel.wake();
+    thread.join();
 }
 
 AudioEndpointPointer endpointNamed(EndpointFlow flow, const std::wstring& part) {

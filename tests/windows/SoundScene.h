@@ -4,8 +4,8 @@
 
 #include "platform/routerAudio/AppAudioConfigStore.h"
 #include "platform/routerAudio/PerAppInputBuffers.h"
-#include "platform/routerAudio/RouterPlatform.h"
-#include "platform/windows/routerAudio/AudioSystemCalls.h"
+#include "platform/windows/routerAudio/CoreAudioEndpoints.h"
+#include "platform/windows/routerAudio/WasapiRenderChannel.h"
 
 #include <atomic>
 #include <chrono>
@@ -69,8 +69,20 @@ struct SoundScene {
     PerAppInputBuffers buffers{store};
 };
 
-/// Windows' own bodies over a table of calls.
-[[nodiscard]] RouterPlatform platformOver(const AudioSystemCalls& calls);
+/// Makes this process a program that plays, silence to the default output, until destroyed. Throws when that
+/// output does not open.
+class ProgramThatPlays {
+public:
+    ProgramThatPlays();
+    ~ProgramThatPlays();
+    ProgramThatPlays(const ProgramThatPlays&) = delete;
+    ProgramThatPlays& operator=(const ProgramThatPlays&) = delete;
+
+private:
+    WasapiRenderChannel channel;
+    std::atomic<bool> running{true};
+    std::thread thread;
+};
 
 /// The active endpoint with this in its friendly name; null when there is none.
 [[nodiscard]] AudioEndpointPointer endpointNamed(EndpointFlow flow, const std::wstring& part);

@@ -1,13 +1,15 @@
-#include "platform/routerAudio/RouterPlatform.h"
-
 #include "platform/ThreadName.h"
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 #include "platform/windows/routerAudio/LoopbackCapture.h"
 #include "platform/windows/routerAudio/WasapiRenderChannel.h"
 #include "platform/windows/routerAudio/WindowsComApartment.h"
+#include "platform/windows/routerAudio/WindowsRouterPlatform.h"
 
 RouterPlatform systemRouterPlatform() {
-    const AudioSystemCalls calls = windowsAudioSystemCalls();
+    return windowsRouterPlatform(windowsAudioSystemCalls());
+}
+
+RouterPlatform windowsRouterPlatform(const AudioSystemCalls& calls) {
     RouterPlatform platform;
     platform.com = std::make_shared<WindowsComApartment>(calls);
     platform.endpoints = std::make_shared<CoreAudioEndpoints>(calls);

@@ -1,0 +1,7 @@
+#pragma once
+
+#include "platform/routerAudio/RouterPlatform.h"
+#include "platform/windows/routerAudio/AudioSystemCalls.h"
+
+/// Windows' bodies over a table of calls, which they copy. All members are set.
+[[nodiscard]] RouterPlatform windowsRouterPlatform(const AudioSystemCalls& calls);
