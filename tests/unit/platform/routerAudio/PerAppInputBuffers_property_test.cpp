@@ -4,6 +4,7 @@
 #include "tests/unit/platform/routerAudio/ScalarReference.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -136,7 +137,10 @@ private:
             reference.mixBus(expected.data(), frames, output);
         }
         allowSilence(expected, actual);
-        if (std::memcmp(actual.data(), expected.data(), actual.size() * sizeof(float)) != 0) {
+        const auto sameBits = [](float a, float b) {
+            return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+        };
+        if (!std::ranges::equal(actual, expected, sameBits)) {
             FAIL() << "output " << output << ", " << frames
                    << " frames: " << firstDifference(actual, expected);
         }
