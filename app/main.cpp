@@ -2,20 +2,17 @@
 #include "app/InstanceGuard.h"
 #include "app/SettingsManager.h"
 #include "device/HIDHotplugManager.h"
-#include "platform/ProcessMemory.h"
+#include "platform/GraphicsCard.h"
 #include "platform/SystemBridge.h"
 
 #include <QDebug>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
+#include <QQuickWindow>
 #include <QSharedMemory>
-#include <QTimer>
 #include <QtQml>
 
 namespace {
-
-/// By then the first screen has been drawn, with a device that was present.
-constexpr int kStartOverMs = 4000;
 
 /// Registers a service as the singleton type of its class name, version 1.0. The factory gives the
 /// process-wide object and leaves its ownership to the engine.
@@ -23,16 +20,6 @@ template <typename Service>
 void registerService(const char* module, const char* typeName) {
     qmlRegisterSingletonType<Service>(
         module, 1, 0, typeName, [](QQmlEngine*, QJSEngine*) -> QObject* { return Service::instance(); });
-}
-
-/// The texture that a window's small images share: the usual one is as large as the screen, and each window
-/// has one. What does not fit has a texture of its own.
-void limitSharedTextures() {
-    for (const char* const name : {"QSG_ATLAS_WIDTH", "QSG_ATLAS_HEIGHT"}) {
-        if (!qEnvironmentVariableIsSet(name)) {
-            qputenv(name, "512");
-        }
-    }
 }
 
 } // namespace
@@ -51,7 +38,9 @@ int main(int argc, char* argv[]) {
     }
 
     applyDarkLook(application);
-    limitSharedTextures();
+    if (!hasGraphicsCard()) {
+        QQuickWindow::setSceneGraphBackend(QStringLiteral("software"));
+    }
 
     QQmlApplicationEngine engine;
     SettingsManager::instance();
@@ -71,7 +60,6 @@ int main(int argc, char* argv[]) {
         &engine, &QQmlApplicationEngine::objectCreationFailed, &application,
         [] { QCoreApplication::exit(-1); }, Qt::QueuedConnection);
     engine.loadFromModule("VexoDeck", "Main");
-    QTimer::singleShot(kStartOverMs, &application, returnFreedMemory);
 
     QObject::connect(&application, &QCoreApplication::aboutToQuit, [&guard] {
         qInfo() << "应用程序即将退出，开始清理资源...";

@@ -1,5 +1,6 @@
 """Start-up and shutdown, with the real executable as a process."""
 
+import pathlib
 import shutil
 import signal
 import unittest
@@ -70,6 +71,23 @@ class StartUp(SystemCase):
             }""")
         self.assertEqual(program.wait_exit(), 7, program.log)
         self.assertIn("light false window #353535 text #ffffff", program.log)
+
+    def test_draws_by_itself_where_no_graphics_card_is(self):
+        devices = [name for pattern in ("dri/renderD*", "nvidia[0-9]*", "dxg", "mali[0-9]*", "kgsl-3d[0-9]*")
+                   for name in pathlib.Path("/dev").glob(pattern)]
+        program = self.program_with_root_document("""
+            import QtQuick
+            Window {
+                visible: true
+                Item {
+                    GraphicsInfo.onApiChanged: {
+                        console.log("software", GraphicsInfo.api === GraphicsInfo.Software)
+                        Qt.exit(7)
+                    }
+                }
+            }""")
+        self.assertEqual(program.wait_exit(), 7, program.log)
+        self.assertIn("software false" if devices else "software true", program.log)
 
     def test_double_click_on_the_title_bar_maximises(self):
         self.start()

@@ -1,7 +1,0 @@
-#include "platform/ProcessMemory.h"
-
-#include <malloc.h>
-
-void returnFreedMemory() {
-    malloc_trim(0);
-}
