@@ -50,10 +50,11 @@ class ScriptCase(unittest.TestCase):
         return subprocess.run([str(word) for word in command], env=self.env, capture_output=True, text=True,
                               stdin=subprocess.DEVNULL, timeout=limit, **words)
 
-    def start_script(self, *command, **words):
-        process = subprocess.Popen([str(word) for word in command], env=self.env, text=True, stdin=subprocess.DEVNULL,
-                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True, **words)
-        self.addCleanup(process.stdout.close)
+    def start_script(self, *command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, **words):
+        process = subprocess.Popen([str(word) for word in command], env=self.env, text=True, stdin=stdin, stdout=stdout,
+                                   stderr=subprocess.STDOUT, start_new_session=True, **words)
+        if process.stdout:
+            self.addCleanup(process.stdout.close)
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
         return process

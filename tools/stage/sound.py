@@ -244,11 +244,12 @@ class SoundServer:
         self.load("module-remap-source", f"master={name}_in.monitor", f"source_name={name}",
                   f"source_properties=\"device.description='{description}'\"")
 
-    def add_virtual_microphone(self, *signal):
-        """The virtual device's microphone with this signal, and what lets programs find it by its name."""
+    def add_virtual_microphone(self, *signal, name="VEXO Mixdesk R2"):
+        """The virtual device's microphone with this signal, and what lets programs find it by the device's name."""
         folder = self.folder / "virtual-microphone"
         folder.mkdir()
-        process = self.client([sys.executable, pathlib.Path(__file__).with_name("virtual_microphone.py"), folder, *signal],
+        process = self.client([sys.executable, pathlib.Path(__file__).with_name("virtual_microphone.py"),
+                               "--name", name, folder, *signal],
                               stdout=subprocess.PIPE)
         if not process.stdout.readline():
             raise RuntimeError("the virtual microphone did not start")
