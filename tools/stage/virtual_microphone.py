@@ -1,9 +1,9 @@
 """A microphone without a microphone: the sound input of a virtual device.
 
-    virtual_microphone.py [--name NAME] FOLDER [SIGNAL]
+    virtual_microphone.py [--model r2|m40|t40] FOLDER [SIGNAL]
 
-Makes a source called NAME (the rule is "VEXO Mixdesk R2") on the sound server of this session, and an ALSA device of
-the same name in FOLDER/asound.conf, by which the program finds it (ALSA_CONFIG_PATH). SIGNAL is `silence`, `tone
+Makes a source with the name of a device of that model (r2 is the rule) on the sound server of this session, and an ALSA
+device of the same name in FOLDER/asound.conf, by which the program finds it (ALSA_CONFIG_PATH). SIGNAL is `silence`, `tone
 [HERTZ]`, `speech` (sounds that come and go like a voice; the rule) or `file PATH`: a WAV file (48000 Hz, mono or stereo,
 whole numbers of 8 to 32 bits), or raw frames (48000 Hz, stereo, 32-bit float). It can be changed at any time by writing
 another one into FOLDER/microphone. Prints a line when it is ready. Lives until it is ended, and takes the source away
@@ -11,6 +11,7 @@ then.
 """
 
 import argparse
+import functools
 import pathlib
 import signal
 import subprocess
@@ -20,6 +21,7 @@ import wave
 import numpy
 
 RATE = 48000
+NAMES = {"r2": "VEXO Mixdesk R2", "m40": "VEXO Voxmic M40", "t40": "VEXO Voxmic T40"}
 SINK = "vexo_virtual_microphone_in"
 SOURCE = "vexo_virtual_microphone"
 BLOCK_FRAMES = 960
@@ -36,6 +38,7 @@ def tone(hertz=440.0):
     return AMPLITUDE * numpy.sin(2 * numpy.pi * count * numpy.arange(RATE) / RATE)
 
 
+@functools.cache
 def speech(seconds=8, seed=7):
     """A voiced sound of changing pitch and vowel under syllables, with pauses between the words."""
     random = numpy.random.default_rng(seed)
@@ -44,12 +47,14 @@ def speech(seconds=8, seed=7):
     phase = 2 * numpy.pi * numpy.cumsum(pitch) / RATE
     formants = 600 + 200 * numpy.sin(2 * numpy.pi * 1.25 * time), 1500 + 500 * numpy.sin(2 * numpy.pi * 0.75 * time)
     voice = numpy.zeros(len(time))
+    # The weights change slowly: a hundred of them a second are enough.
+    coarse = slice(None, None, RATE // 100)
     for harmonic in range(1, 26):
-        weight = sum(numpy.exp(-((harmonic * pitch - formant) / 250) ** 2) for formant in formants)
-        voice += (weight + 0.3 / harmonic) * numpy.sin(harmonic * phase)
+        weight = sum(numpy.exp(-((harmonic * pitch[coarse] - formant[coarse]) / 250) ** 2) for formant in formants)
+        voice += numpy.interp(time, time[coarse], weight + 0.3 / harmonic) * numpy.sin(harmonic * phase)
     syllables = numpy.clip(numpy.sin(2 * numpy.pi * 2.25 * time), 0, 1) ** 0.6
-    words = numpy.repeat(random.random(seconds * 2) > 0.25, RATE // 2)
-    words = numpy.convolve(words, numpy.hanning(2400) / numpy.hanning(2400).sum(), mode="same")
+    words = numpy.repeat(random.random(seconds * 2) > 0.25, 50)
+    words = numpy.interp(time, time[coarse], numpy.convolve(words, numpy.hanning(7) / numpy.hanning(7).sum(), mode="same"))
     voice = voice * syllables * words + 0.002 * random.standard_normal(len(time))
     return 0.7 * voice / numpy.abs(voice).max()
 
@@ -136,11 +141,11 @@ def feed(player, control, words):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--name", default="VEXO Mixdesk R2")
+    parser.add_argument("--model", choices=NAMES, default="r2")
     parser.add_argument("folder", type=pathlib.Path)
     parser.add_argument("signal", nargs="*", default=["speech"])
     arguments = parser.parse_args()
-    folder, name, words = arguments.folder, arguments.name, " ".join(arguments.signal)
+    folder, name, words = arguments.folder, NAMES[arguments.model], " ".join(arguments.signal)
     try:
         signal_of(words)
     except (ValueError, OSError) as error:

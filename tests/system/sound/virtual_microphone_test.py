@@ -17,7 +17,7 @@ from virtual_microphone import signal_of  # isort: skip
 SOURCE = "vexo_virtual_microphone"
 PROGRAM = ROOT / "tools" / "stage" / "virtual_microphone.py"
 TONE_DB = -12.04
-NAME = "VEXO Voxmic M40"
+NAME = "VEXO Voxmic M40"  # as its USB descriptor says it
 
 
 def write_wave(path, samples, width, rate=RATE):
@@ -76,7 +76,7 @@ class VirtualMicrophone(SoundCase):
         """The microphone brings its own."""
 
     def start_microphone(self, *words):
-        process = subprocess.Popen([sys.executable, PROGRAM, "--name", NAME, self.folder, *words], env=self.env, text=True,
+        process = subprocess.Popen([sys.executable, PROGRAM, "--model", "m40", self.folder, *words], env=self.env, text=True,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
