@@ -4,6 +4,7 @@ import shutil
 import signal
 import unittest
 
+from log_check import TYPED_LOG, warnings_of
 from system_case import BUILD, CLEANUP_BEGIN, CLEANUP_END, CONNECTED, WAITING_TITLE, SystemCase, wait_until
 
 ALREADY_RUNNING = "共享内存已存在，直接退出"
@@ -96,11 +97,15 @@ class StartUp(SystemCase):
     def test_log_folder_that_cannot_be_written_gives_the_warnings_and_nothing_else(self):
         blocker = self.stage.folder / "data" / "VEXO"
         blocker.write_text("a file where the folder should be")
-        program = self.start()
+        program = self.start(environment=TYPED_LOG)
         self.stage.emulator("plug")
         self.stage.wait_text(CONNECTED)
-        self.assertIn("无法打开日志文件:", program.log)
+        program.wait_log("无法打开属性日志文件:")
         self.assertEqual(self.quit(program), 0)
+        folder = blocker / "Vexo Deck"
+        self.assertEqual(set(warnings_of(program.log)),
+                         {f'warning 无法打开日志文件: "{folder}/hid_data.log" 错误: "Not a directory"',
+                          f'warning 无法打开属性日志文件: "{folder}/hid_attribute.log" 错误: "Not a directory"'})
 
 
 class StartUpWithDevice(SystemCase):
