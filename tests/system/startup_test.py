@@ -2,6 +2,7 @@
 
 import shutil
 import signal
+import subprocess
 import unittest
 
 from log_check import TYPED_LOG, warnings_of
@@ -41,7 +42,7 @@ class StartUp(SystemCase):
         # The device scan was on before the document was read.
         self.assertLess(program.log.index("单例创建完成，开始监测设备"), program.log.index("noSuchProperty"))
 
-    def program_with_root_document(self, document):
+    def program_with_root_document(self, document, **words):
         """Starts the program with another root document: the engine looks beside the executable before it looks
         into the program's resources."""
         folder = self.stage.folder / "other-root"
@@ -50,11 +51,16 @@ class StartUp(SystemCase):
         shutil.copy(BUILD / "app" / "VexoDeck", executable)
         (folder / "VexoDeck" / "qmldir").write_text("module VexoDeck\nMain 1.0 Main.qml\n")
         (folder / "VexoDeck" / "Main.qml").write_text(document)
-        return self.stage.start_program(executable=executable)
+        return self.stage.start_program(executable=executable, **words)
 
-    def test_clean_up_runs_once_and_in_order_at_the_end(self):
+    def test_start_up_and_clean_up_run_once_and_in_order(self):
         program = self.start()
+        self.stage.wait_text(WAITING_TITLE)
         self.assertEqual(self.quit(program), 0)
+        steps = ["QSettings file path:", "SystemBridge::initializeMonitorDevice()", "HIDHotplugManager 单例创建完成",
+                 "订阅消息:"]  # the last by the documents
+        self.assertEqual([program.log.count(step) for step in steps[:3]], [1, 1, 1])
+        self.assertEqual(sorted(steps, key=program.log.index), steps)
         end = program.log[program.log.index(CLEANUP_BEGIN):]
         lines = [CLEANUP_BEGIN, "HIDHotplugManager::stopAndDisconnectDevice 停止监测并断开设备", CLEANUP_END]
         self.assertEqual([line for line in end.splitlines() if line in lines], lines)
@@ -65,12 +71,41 @@ class StartUp(SystemCase):
             Window {
                 property SystemPalette look: SystemPalette {}
                 Component.onCompleted: {
-                    console.log("light", Application.styleHints.colorScheme === Qt.Light, "window", look.window, "text", look.windowText)
+                    console.log("window", look.window, "text", look.windowText)
                     Qt.exit(7)
                 }
             }""")
         self.assertEqual(program.wait_exit(), 7, program.log)
-        self.assertIn("light false window #353535 text #ffffff", program.log)
+        self.assertIn("window #353535 text #ffffff", program.log)
+
+    def test_services_and_compiled_documents_are_there_under_their_names(self):
+        program = self.program_with_root_document("""
+            import QtQuick
+            import VexoDeckSettings 1.0 as Settings
+            import VexoDeckSystemBridge 1.0 as Bridge
+            import VexoDeckHIDHotplug 1.0 as Hotplug
+            Window {
+                function firstLine(path) {
+                    const request = new XMLHttpRequest()
+                    request.open("GET", path, false)
+                    request.send()
+                    return request.responseText.split("\\n")[0]
+                }
+                Component.onCompleted: {
+                    console.log("services", Settings.SettingsManager, Bridge.SystemBridge, Hotplug.HIDHotplugManager)
+                    for (const name of ["VexoDeck", "MediaControls"])
+                        console.log("documents:", firstLine(`qrc:/qt/qml/${name}/qmldir`))
+                    Qt.exit(7)
+                }
+            }""", environment={"QML_XHR_ALLOW_FILE_READ": "1"})
+        self.assertEqual(program.wait_exit(), 7, program.log)
+        self.assertRegex(program.log, r"services SettingsManager\(.*\) SystemBridge\(.*\) HIDHotplugManager\(")
+        for name in ("VexoDeck", "MediaControls"):
+            self.assertIn(f"documents: module {name}\n", program.log)
+        symbols = subprocess.run(["nm", "--demangle", BUILD / "app" / "VexoDeck"], check=True, capture_output=True,
+                                 text=True).stdout
+        for name in ("qml_register_types_VexoDeck", "qml_register_types_MediaControls"):
+            self.assertIn(f" T {name}()\n", symbols)
 
     def test_double_click_on_the_title_bar_maximises(self):
         self.start()
