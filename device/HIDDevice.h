@@ -7,6 +7,7 @@
 #include <QString>
 #include <QThread>
 
+#include <condition_variable>
 #include <cstdint>
 #include <hidapi.h>
 #include <memory>

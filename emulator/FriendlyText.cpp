@@ -35,6 +35,23 @@ void appendMember(std::string& text, const std::string& name, const Json& value)
     }
 }
 
+// Commands that this device takes as it stands.
+std::string examplesFor(const VirtualBus& bus, std::size_t device) {
+    std::string text = bus.isPlugged(device) ? "Try " : "Try \"plug\", ";
+    switch (bus.device(device).model) {
+    case Model::MixdeskR2:
+        text += "\"set mic_gain 20\", \"press\", ";
+        break;
+    case Model::VoxmicM40:
+    case Model::VoxmicT40:
+        text += "\"set mic_gain 12\", \"set mute 1\", ";
+        break;
+    case Model::MixdeskR2Bootloader:
+        break;
+    }
+    return text + "\"unplug\"";
+}
+
 } // namespace
 
 std::string friendlyText(std::string_view command, const Json& answer) {
@@ -68,8 +85,7 @@ std::string friendlyWelcome(const VirtualBus& bus, const std::string& socketPath
                 (bus.isPlugged(i) ? ", plugged in\n" : ", not plugged in\n");
     }
     text += "Programs find them at " + socketPath + ".\n";
-    text += "Try \"plug\", \"set mic_gain 20\", \"press\", \"unplug\"; \"help\" lists everything, \"quit\" "
-            "ends.\n";
+    text += examplesFor(bus, 0) + "; \"help\" lists everything, \"quit\" ends.\n";
     return text;
 }
 

@@ -151,8 +151,8 @@ void linkPoll();
 void linkTick(std::uint32_t milliseconds);
 
 // How many of the coming ticks linkPoll would find nothing to do in, provided that nothing is fed or sent
-// meanwhile: 0 while a frame waits, at most 50 (the ageing of peers). A caller may sleep that long and then
-// make up for it with one call of linkTick.
+// meanwhile: 0 while a frame waits, at most 51 (the ageing of peers), 50 once linkTick has followed the poll.
+// A caller may sleep that long and then make up for it with one call of linkTick.
 [[nodiscard]] std::uint32_t linkIdleTicks();
 
 // Takes the first free of 256 handler entries. Each of the two handlers may be null. Of several handlers for

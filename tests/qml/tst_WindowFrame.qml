@@ -75,6 +75,28 @@ LoggedTestCase {
         }
     }
 
+    // Writes down what it is to ask of the system, which does nothing of it without a window manager.
+    Component {
+        id: heldFrameComponent
+
+        WindowFrame {
+            property int moveCount: 0
+            property var resizedEdges: []
+
+            function startSystemMove() {
+                moveCount++;
+                return true;
+            }
+
+            function startSystemResize(edges) {
+                resizedEdges.push(edges);
+                return true;
+            }
+
+            visible: true
+        }
+    }
+
     Component {
         id: closeWatchComponent
 
@@ -352,60 +374,96 @@ LoggedTestCase {
         tryCompare(frame, "visible", false);
     }
 
-    function test_the_edges_beside_the_buttons_take_the_press_data() {
+    function test_a_press_on_an_edge_lets_the_system_resize_the_window_there_data() {
         return [
             {
                 tag: "top",
                 x: 600,
                 y: 1,
-                area: "edgeTop"
+                edges: Qt.TopEdge
             },
             {
                 tag: "top left",
                 x: 2,
                 y: 2,
-                area: "edgeTopLeft"
+                edges: Qt.TopEdge | Qt.LeftEdge
+            },
+            {
+                tag: "top right, the buttons at the left",
+                macStyle: true,
+                x: 1297,
+                y: 2,
+                edges: Qt.TopEdge | Qt.RightEdge
             },
             {
                 tag: "left",
                 x: 1,
                 y: 400,
-                area: "edgeLeft"
+                edges: Qt.LeftEdge
             },
             {
                 tag: "right",
                 x: 1299,
                 y: 400,
-                area: "edgeRight"
+                edges: Qt.RightEdge
             },
             {
                 tag: "bottom",
                 x: 600,
                 y: 799,
-                area: "edgeBottom"
+                edges: Qt.BottomEdge
+            },
+            {
+                tag: "bottom left",
+                x: 4,
+                y: 795,
+                edges: Qt.BottomEdge | Qt.LeftEdge
             },
             {
                 tag: "bottom right",
                 x: 1295,
                 y: 795,
-                area: "edgeBottomRight"
+                edges: Qt.BottomEdge | Qt.RightEdge
             }
         ];
     }
 
-    function test_the_edges_beside_the_buttons_take_the_press(row) {
-        const frame = create(frameComponent);
+    function test_a_press_on_an_edge_lets_the_system_resize_the_window_there(row) {
+        const frame = create(heldFrameComponent, {
+            macStyle: row.macStyle ?? false
+        });
         mousePress(frame.contentItem, row.x, row.y);
-        compare(child(frame, row.area).pressed, true);
-        mouseRelease(frame.contentItem, row.x, row.y);
-        compare(child(frame, row.area).pressed, false);
+        compare(frame.resizedEdges, [row.edges]);
+        mouseMove(frame.contentItem, row.x - 10, row.y + 10, -1, Qt.LeftButton);
+        mouseRelease(frame.contentItem, row.x - 10, row.y + 10);
+        compare(frame.resizedEdges, [row.edges]);
+        compare(frame.moveCount, 0);
     }
 
-    function test_the_edges_resize_unless_the_window_is_maximised() {
-        const frame = create(frameComponent);
+    function test_the_edges_of_a_maximised_window_do_not_resize() {
+        const frame = create(heldFrameComponent);
         compare(child(frame, "resizeEdges").visible, true);
         frame.visibility = Window.Maximized;
         tryCompare(child(frame, "resizeEdges"), "visible", false);
+        mouseClick(frame.contentItem, 1, 400);
+        compare(frame.resizedEdges, []);
+    }
+
+    function test_dragging_the_title_bar_lets_the_system_move_the_window_once() {
+        const frame = create(heldFrameComponent);
+        const bar = child(frame, "titleBar");
+        mousePress(bar, 300, 15);
+        compare(frame.moveCount, 0);
+        mouseMove(bar, 303, 15, -1, Qt.LeftButton);
+        compare(frame.moveCount, 1);
+        mouseMove(bar, 340, 35, -1, Qt.LeftButton);
+        mouseRelease(bar, 340, 35);
+        compare(frame.moveCount, 1);
+        mousePress(bar, 300, 15, Qt.RightButton);
+        mouseMove(bar, 340, 15, -1, Qt.RightButton);
+        mouseRelease(bar, 340, 15, Qt.RightButton);
+        compare(frame.moveCount, 1);
+        compare(frame.resizedEdges, []);
     }
 
     function test_buttons_and_extra_content_change_sides_with_the_system() {
@@ -428,18 +486,21 @@ LoggedTestCase {
         compare(mac.color, "#000000");
     }
 
-    function test_on_macos_the_window_follows_the_mouse() {
-        const frame = create(frameComponent, {
+    function test_on_macos_the_window_follows_the_mouse_by_its_own_way() {
+        const frame = create(heldFrameComponent, {
             macStyle: true
         });
         frame.x = 100;
         frame.y = 100;
         const bar = child(frame, "titleBar");
         mousePress(bar, 300, 15);
-        mouseMove(bar, 320, 25);
-        mouseMove(bar, 340, 35);
-        verify(frame.x > 100);
-        verify(frame.y > 100);
+        // Seen from the window: the first step begins the drag, and then the window follows each before the next.
+        mouseMove(bar, 320, 25, -1, Qt.LeftButton);
+        mouseMove(bar, 330, 10, -1, Qt.LeftButton);
+        compare([frame.x, frame.y], [130, 95]);
+        mouseMove(bar, 320, 20, -1, Qt.LeftButton);
+        compare([frame.x, frame.y], [150, 100]);
         mouseRelease(bar, 300, 15);
+        compare(frame.moveCount, 0);
     }
 }

@@ -3,8 +3,10 @@
 import pathlib
 import shutil
 import signal
+import subprocess
 import unittest
 
+from log_check import TYPED_LOG, warnings_of
 from system_case import BUILD, CLEANUP_BEGIN, CLEANUP_END, CONNECTED, WAITING_TITLE, SystemCase, wait_until
 
 ALREADY_RUNNING = "共享内存已存在，直接退出"
@@ -41,7 +43,7 @@ class StartUp(SystemCase):
         # The device scan was on before the document was read.
         self.assertLess(program.log.index("单例创建完成，开始监测设备"), program.log.index("noSuchProperty"))
 
-    def program_with_root_document(self, document):
+    def program_with_root_document(self, document, **words):
         """Starts the program with another root document: the engine looks beside the executable before it looks
         into the program's resources."""
         folder = self.stage.folder / "other-root"
@@ -50,11 +52,16 @@ class StartUp(SystemCase):
         shutil.copy(BUILD / "app" / "VexoDeck", executable)
         (folder / "VexoDeck" / "qmldir").write_text("module VexoDeck\nMain 1.0 Main.qml\n")
         (folder / "VexoDeck" / "Main.qml").write_text(document)
-        return self.stage.start_program(executable=executable)
+        return self.stage.start_program(executable=executable, **words)
 
-    def test_clean_up_runs_once_and_in_order_at_the_end(self):
+    def test_start_up_and_clean_up_run_once_and_in_order(self):
         program = self.start()
+        self.stage.wait_text(WAITING_TITLE)
         self.assertEqual(self.quit(program), 0)
+        steps = ["QSettings file path:", "SystemBridge::initializeMonitorDevice()", "HIDHotplugManager 单例创建完成",
+                 "订阅消息:"]  # the last by the documents
+        self.assertEqual([program.log.count(step) for step in steps[:3]], [1, 1, 1])
+        self.assertEqual(sorted(steps, key=program.log.index), steps)
         end = program.log[program.log.index(CLEANUP_BEGIN):]
         lines = [CLEANUP_BEGIN, "HIDHotplugManager::stopAndDisconnectDevice 停止监测并断开设备", CLEANUP_END]
         self.assertEqual([line for line in end.splitlines() if line in lines], lines)
@@ -65,12 +72,41 @@ class StartUp(SystemCase):
             Window {
                 property SystemPalette look: SystemPalette {}
                 Component.onCompleted: {
-                    console.log("light", Application.styleHints.colorScheme === Qt.Light, "window", look.window, "text", look.windowText)
+                    console.log("window", look.window, "text", look.windowText)
                     Qt.exit(7)
                 }
             }""")
         self.assertEqual(program.wait_exit(), 7, program.log)
-        self.assertIn("light false window #353535 text #ffffff", program.log)
+        self.assertIn("window #353535 text #ffffff", program.log)
+
+    def test_services_and_compiled_documents_are_there_under_their_names(self):
+        program = self.program_with_root_document("""
+            import QtQuick
+            import VexoDeckSettings 1.0 as Settings
+            import VexoDeckSystemBridge 1.0 as Bridge
+            import VexoDeckHIDHotplug 1.0 as Hotplug
+            Window {
+                function firstLine(path) {
+                    const request = new XMLHttpRequest()
+                    request.open("GET", path, false)
+                    request.send()
+                    return request.responseText.split("\\n")[0]
+                }
+                Component.onCompleted: {
+                    console.log("services", Settings.SettingsManager, Bridge.SystemBridge, Hotplug.HIDHotplugManager)
+                    for (const name of ["VexoDeck", "MediaControls"])
+                        console.log("documents:", firstLine(`qrc:/qt/qml/${name}/qmldir`))
+                    Qt.exit(7)
+                }
+            }""", environment={"QML_XHR_ALLOW_FILE_READ": "1"})
+        self.assertEqual(program.wait_exit(), 7, program.log)
+        self.assertRegex(program.log, r"services SettingsManager\(.*\) SystemBridge\(.*\) HIDHotplugManager\(")
+        for name in ("VexoDeck", "MediaControls"):
+            self.assertIn(f"documents: module {name}\n", program.log)
+        symbols = subprocess.run(["nm", "--demangle", BUILD / "app" / "VexoDeck"], check=True, capture_output=True,
+                                 text=True).stdout
+        for name in ("qml_register_types_VexoDeck", "qml_register_types_MediaControls"):
+            self.assertIn(f" T {name}()\n", symbols)
 
     def test_draws_by_itself_where_no_graphics_card_is(self):
         devices = [name for pattern in ("dri/renderD*", "nvidia[0-9]*", "dxg", "mali[0-9]*", "kgsl-3d[0-9]*")
@@ -114,11 +150,15 @@ class StartUp(SystemCase):
     def test_log_folder_that_cannot_be_written_gives_the_warnings_and_nothing_else(self):
         blocker = self.stage.folder / "data" / "VEXO"
         blocker.write_text("a file where the folder should be")
-        program = self.start()
+        program = self.start(environment=TYPED_LOG)
         self.stage.emulator("plug")
         self.stage.wait_text(CONNECTED)
-        self.assertIn("无法打开日志文件:", program.log)
+        program.wait_log("无法打开属性日志文件:")
         self.assertEqual(self.quit(program), 0)
+        folder = blocker / "Vexo Deck"
+        self.assertEqual(set(warnings_of(program.log)),
+                         {f'warning 无法打开日志文件: "{folder}/hid_data.log" 错误: "Not a directory"',
+                          f'warning 无法打开属性日志文件: "{folder}/hid_attribute.log" 错误: "Not a directory"'})
 
 
 class StartUpWithDevice(SystemCase):

@@ -244,16 +244,21 @@ class SoundServer:
         self.load("module-remap-source", f"master={name}_in.monitor", f"source_name={name}",
                   f"source_properties=\"device.description='{description}'\"")
 
-    def add_virtual_microphone(self, *signal):
-        """The virtual device's microphone with this signal, and what lets programs find it by its name."""
+    def add_virtual_microphone(self, *signal, model="r2"):
+        """The virtual device's microphone with this signal, and what lets programs find it by the device's name."""
         folder = self.folder / "virtual-microphone"
         folder.mkdir()
-        process = self.client([sys.executable, pathlib.Path(__file__).with_name("virtual_microphone.py"), folder, *signal],
+        process = self.client([sys.executable, pathlib.Path(__file__).with_name("virtual_microphone.py"),
+                               "--model", model, folder, *signal],
                               stdout=subprocess.PIPE)
         if not process.stdout.readline():
             raise RuntimeError("the virtual microphone did not start")
         self.env["ALSA_CONFIG_PATH"] = str(folder / "asound.conf")
         return process
+
+    def change_virtual_microphone(self, signal):
+        """Another signal for the virtual device's microphone."""
+        (self.folder / "virtual-microphone" / "microphone").write_text(signal + "\n", encoding="utf-8")
 
     def write_alsa_devices(self, devices):
         """ALSA devices by name, each on a source of the server: what PortAudio sees."""

@@ -1,23 +1,27 @@
 """A microphone without a microphone: the sound input of a virtual device.
 
-    virtual_microphone.py FOLDER [SIGNAL]
+    virtual_microphone.py [--model r2|m40|t40] FOLDER [SIGNAL]
 
-Makes a source called "VEXO Mixdesk R2" on the sound server of this session, and an ALSA device of the same name in
-FOLDER/asound.conf, by which the program finds it (ALSA_CONFIG_PATH). SIGNAL is `silence`, `tone [HERTZ]`, `speech`
-(sounds that come and go like a voice; the rule) or `file PATH` (raw, 32-bit float, 48000 Hz, stereo). It can be changed
-at any time by writing another one into FOLDER/microphone. Prints a line when it is ready. Lives until it is ended, and
-takes the source away then.
+Makes a source with the name of a device of that model (r2 is the rule) on the sound server of this session, and an ALSA
+device of the same name in FOLDER/asound.conf, by which the program finds it (ALSA_CONFIG_PATH). SIGNAL is `silence`, `tone
+[HERTZ]`, `speech` (sounds that come and go like a voice; the rule) or `file PATH`: a WAV file (48000 Hz, mono or stereo,
+whole numbers of 8 to 32 bits), or raw frames (48000 Hz, stereo, 32-bit float). It can be changed at any time by writing
+another one into FOLDER/microphone. Prints a line when it is ready. Lives until it is ended, and takes the source away
+then.
 """
 
+import argparse
+import functools
 import pathlib
 import signal
 import subprocess
 import sys
+import wave
 
 import numpy
 
 RATE = 48000
-NAME = "VEXO Mixdesk R2"
+NAMES = {"r2": "VEXO Mixdesk R2", "m40": "VEXO Voxmic M40", "t40": "VEXO Voxmic T40"}
 SINK = "vexo_virtual_microphone_in"
 SOURCE = "vexo_virtual_microphone"
 BLOCK_FRAMES = 960
@@ -34,6 +38,7 @@ def tone(hertz=440.0):
     return AMPLITUDE * numpy.sin(2 * numpy.pi * count * numpy.arange(RATE) / RATE)
 
 
+@functools.cache
 def speech(seconds=8, seed=7):
     """A voiced sound of changing pitch and vowel under syllables, with pauses between the words."""
     random = numpy.random.default_rng(seed)
@@ -42,17 +47,44 @@ def speech(seconds=8, seed=7):
     phase = 2 * numpy.pi * numpy.cumsum(pitch) / RATE
     formants = 600 + 200 * numpy.sin(2 * numpy.pi * 1.25 * time), 1500 + 500 * numpy.sin(2 * numpy.pi * 0.75 * time)
     voice = numpy.zeros(len(time))
+    # The weights change slowly: a hundred of them a second are enough.
+    coarse = slice(None, None, RATE // 100)
     for harmonic in range(1, 26):
-        weight = sum(numpy.exp(-((harmonic * pitch - formant) / 250) ** 2) for formant in formants)
-        voice += (weight + 0.3 / harmonic) * numpy.sin(harmonic * phase)
+        weight = sum(numpy.exp(-((harmonic * pitch[coarse] - formant[coarse]) / 250) ** 2) for formant in formants)
+        voice += numpy.interp(time, time[coarse], weight + 0.3 / harmonic) * numpy.sin(harmonic * phase)
     syllables = numpy.clip(numpy.sin(2 * numpy.pi * 2.25 * time), 0, 1) ** 0.6
-    words = numpy.repeat(random.random(seconds * 2) > 0.25, RATE // 2)
-    words = numpy.convolve(words, numpy.hanning(2400) / numpy.hanning(2400).sum(), mode="same")
+    words = numpy.repeat(random.random(seconds * 2) > 0.25, 50)
+    words = numpy.interp(time, time[coarse], numpy.convolve(words, numpy.hanning(7) / numpy.hanning(7).sum(), mode="same"))
     voice = voice * syllables * words + 0.002 * random.standard_normal(len(time))
     return 0.7 * voice / numpy.abs(voice).max()
 
 
+def from_wave(path):
+    """The frames of a WAV file as stereo; raises ValueError for one that cannot be played as it is."""
+    try:
+        with wave.open(path) as file:
+            rate, channels, width = file.getframerate(), file.getnchannels(), file.getsampwidth()
+            data = file.readframes(file.getnframes())
+    except (wave.Error, EOFError) as error:
+        raise ValueError(f"{path} cannot be read: {error}") from error
+    if rate != RATE or channels > 2 or width > 4:
+        raise ValueError(f"{path} has {channels} channels of {8 * width} bits at {rate} Hz: mono or stereo of at most "
+                         f"32 bits at {RATE} Hz is needed")
+    octets = numpy.frombuffer(data, dtype=numpy.uint8)
+    octets = octets[:len(octets) // (width * channels) * width * channels].reshape(-1, width)
+    if width == 1:
+        octets = octets ^ 0x80  # the only width without a sign
+    # The octets are the upper ones of 32 bits, lowest first.
+    numbers = numpy.zeros((len(octets), 4), dtype=numpy.uint8)
+    numbers[:, 4 - width:] = octets
+    samples = numbers.view("<i4").reshape(-1, channels) / 2.0**31
+    return numpy.repeat(samples, 2, axis=1) if channels == 1 else samples
+
+
 def from_file(path):
+    with open(path, "rb") as file:
+        if file.read(4) == b"RIFF":
+            return from_wave(path)
     data = numpy.fromfile(path, dtype=numpy.float32)
     return data[:len(data) // 2 * 2].reshape(-1, 2)
 
@@ -68,17 +100,17 @@ def signal_of(words):
     makers = {"silence": silence, "tone": lambda: tone(float(rest) if rest else 440.0), "speech": speech}
     if kind not in makers:
         raise ValueError(f"{kind!r} is no signal: say silence, tone [HERTZ], speech or file PATH")
-    wave = makers[kind]()
-    return numpy.column_stack([wave, wave])
+    mono = makers[kind]()
+    return numpy.column_stack([mono, mono])
 
 
 def load(*words):
     return subprocess.run(["pactl", "load-module", *words], check=True, capture_output=True, text=True).stdout.strip()
 
 
-def write_alsa_device(folder):
+def write_alsa_device(folder, name):
     lines = ["pcm.!default { type pulse }", "ctl.!default { type pulse }",
-             f'pcm."{NAME}" {{ type pulse device {SOURCE} hint {{ show on description "{NAME}" }} }}']
+             f'pcm."{name}" {{ type pulse device {SOURCE} hint {{ show on description "{name}" }} }}']
     (folder / "asound.conf").write_text("\n".join(lines) + "\n", encoding="utf-8")
 
 
@@ -108,17 +140,25 @@ def feed(player, control, words):
 
 
 def main():
-    folder = pathlib.Path(sys.argv[1])
-    words = " ".join(sys.argv[2:]) or "speech"
-    signal_of(words)
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--model", choices=NAMES, default="r2")
+    parser.add_argument("folder", type=pathlib.Path)
+    parser.add_argument("signal", nargs="*", default=["speech"])
+    arguments = parser.parse_args()
+    folder, name, words = arguments.folder, NAMES[arguments.model], " ".join(arguments.signal)
+    try:
+        signal_of(words)
+    except (ValueError, OSError) as error:
+        print(f"virtual microphone: {error}", file=sys.stderr, flush=True)
+        return 2
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(0))
     modules = []
     try:
         modules.append(load("module-null-sink", f"sink_name={SINK}", "rate=48000", "channels=2",
                             f"sink_properties=\"device.description='Virtual microphone'\""))
         modules.append(load("module-remap-source", f"master={SINK}.monitor", f"source_name={SOURCE}",
-                            f"source_properties=\"device.description='{NAME}'\""))
-        write_alsa_device(folder)
+                            f"source_properties=\"device.description='{name}'\""))
+        write_alsa_device(folder, name)
         control = folder / "microphone"
         control.write_text(words + "\n", encoding="utf-8")
         player = subprocess.Popen(["pacat", "--playback", "--raw", "--format=float32le", f"--rate={RATE}", "--channels=2",

@@ -41,6 +41,8 @@ Rectangle {
             property point grabbedAt
 
             target: null
+            // Not at the press already: the system takes the mouse for its move, the release with it, and no double
+            // click would be seen any more.
             dragThreshold: 2
             grabPermissions: PointerHandler.CanTakeOverFromHandlersOfDifferentType | PointerHandler.ApprovesTakeOverByAnything
             onActiveChanged: {

@@ -2,8 +2,36 @@
 
 #include <QGuiApplication>
 #include <QQuickStyle>
+#include <qpa/qplatformtheme.h>
 
 #include <gtest/gtest.h>
+#include <private/qguiapplication_p.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+/// The theme of a light desktop while it lives. Writes down the schemes that are asked of it: the platforms
+/// of a machine without a desktop have no theme to ask.
+class LightDesktop : public QPlatformTheme {
+public:
+    LightDesktop() : former(std::exchange(QGuiApplicationPrivate::platform_theme, this)) {}
+    ~LightDesktop() override { QGuiApplicationPrivate::platform_theme = former; }
+    LightDesktop(const LightDesktop&) = delete;
+    LightDesktop& operator=(const LightDesktop&) = delete;
+
+    [[nodiscard]] Qt::ColorScheme colorScheme() const override {
+        return asked.empty() ? Qt::ColorScheme::Light : asked.back();
+    }
+    void requestColorScheme(Qt::ColorScheme scheme) override { asked.push_back(scheme); }
+
+    std::vector<Qt::ColorScheme> asked;
+
+private:
+    QPlatformTheme* former;
+};
+
+} // namespace
 
 TEST(DarkLookTest, EveryRoleHasItsOpaqueColourInEveryGroup) {
     const std::pair<QPalette::ColorRole, QColor> expected[] = {
@@ -24,6 +52,7 @@ TEST(DarkLookTest, EveryRoleHasItsOpaqueColourInEveryGroup) {
 }
 
 TEST(DarkLookTest, LookIsDarkOnALightDesktop) {
+    const LightDesktop desktop;
     QPalette light;
     light.setColor(QPalette::Window, Qt::white);
     QGuiApplication::setPalette(light);
@@ -34,6 +63,7 @@ TEST(DarkLookTest, LookIsDarkOnALightDesktop) {
     EXPECT_EQ(qApp->property("darkMode"), QVariant(true));
     EXPECT_EQ(QGuiApplication::palette().color(QPalette::Window), QColor(53, 53, 53));
     EXPECT_EQ(QQuickStyle::name(), QStringLiteral("Material"));
+    EXPECT_EQ(desktop.asked, std::vector{Qt::ColorScheme::Dark});
 }
 
 int main(int argc, char* argv[]) {

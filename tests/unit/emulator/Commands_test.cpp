@@ -339,5 +339,38 @@ TEST_F(Commands, APersonGetsSentences) {
               std::string::npos);
 }
 
+// The words that the prompt's first lines set in quotes, in their order.
+std::vector<std::string> recommended(const VirtualBus& bus) {
+    const std::string text = friendlyWelcome(bus, "/a/socket");
+    std::vector<std::string> commands;
+    std::size_t from = text.find('"');
+    while (from != std::string::npos) {
+        const std::size_t to = text.find('"', from + 1);
+        commands.push_back(text.substr(from + 1, to - from - 1));
+        from = text.find('"', to + 1);
+    }
+    return commands;
+}
+
+TEST(Welcome, RecommendsOnlyWhatTheDeviceTakes) {
+    for (const ModelInfo& model : allModels()) {
+        VirtualBus bus(std::vector<Model>{model.model}, 1);
+        CommandInterpreter interpreter(bus);
+        std::vector<std::string> commands = recommended(bus);
+        ASSERT_GE(commands.size(), 4U) << model.word;
+        EXPECT_EQ(commands.front(), "plug") << model.word;
+        EXPECT_EQ(commands.back(), "quit") << model.word;
+        commands.pop_back(); // Ends the prompt, which is no matter of the bus.
+        for (const std::string& command : commands) {
+            const Json answer = interpreter.execute(command).answer;
+            EXPECT_TRUE(answer.value("ok", false)) << model.word << ": " << command << ": " << toLine(answer);
+            EXPECT_FALSE(answer.value("outOfRange", false)) << model.word << ": " << command;
+            if (command == "plug") {
+                EXPECT_NE(recommended(bus).front(), "plug") << model.word << " is plugged in already";
+            }
+        }
+    }
+}
+
 } // namespace
 } // namespace vexo::emulator
