@@ -422,30 +422,18 @@ MainWindowTestCase {
     }
 
     function test_no_text_is_cut_off_data() {
-        const rows = [];
-        for (const size of [[800, 500], [1300, 800], [1920, 1080]]) {
-            for (const growth of [1, 1.4, 2])
-                rows.push({
-                    tag: `${size.join("x")} with texts ${growth} times as long`,
-                    size: size,
-                    growth: growth
-                });
-        }
-        return rows;
+        return [[800, 500], [1300, 800], [1920, 1080]].map(size => ({
+                    tag: size.join("x"),
+                    size: size
+                }));
     }
 
     function test_no_text_is_cut_off(row) {
         window.width = row.size[0];
         window.height = row.size[1];
-        const longer = text => text + "\u6d4b".repeat(Math.ceil(text.length * (row.growth - 1)));
         startInstalling(mixdeskR2);
-        child("progressBar").mainText = longer(child("progressBar").mainText);
-        child("resetText").text = longer(child("resetText").text);
         verifyNoClippedTexts(child("upgradeView"));
         page.handleDownloadFailed();
-        for (const name of ["btn1", "btn3"])
-            child(name).text = longer(child(name).text);
-        child("resetText").text = longer(downloadFailed);
         verifyNoClippedTexts(child("upgradeView"));
     }
 }
