@@ -188,8 +188,10 @@ QtObject {
         return deviceInfo;
     }
 
+    // The manager has no transfer yet that would carry the file: who asks is told so, and waits for nothing.
     function upgradeFirmware(filePath: string) {
-        manager.upgradeFirmware(filePath);
+        console.log("升级失败:", filePath);
+        upgradeFirmwareProgress(0, "升级失败");
     }
 
     function getDeviceName(): var {

@@ -16,7 +16,7 @@ T.Button {
     implicitWidth: Math.max(120, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: Math.max(40, implicitContentHeight + topPadding + bottomPadding)
     horizontalPadding: 28
-    verticalPadding: 8
+    verticalPadding: 4
     hoverEnabled: true
     focusPolicy: Qt.StrongFocus
     font.family: VxTheme.fontFamily
@@ -30,6 +30,10 @@ T.Button {
         text: button.text
         font: button.font
         horizontalAlignment: Text.AlignHCenter
+        // A text that is wider than its button goes on in a second line, in smaller letters if need be.
+        wrapMode: Text.Wrap
+        fontSizeMode: Text.Fit
+        minimumPixelSize: 10
         elide: Text.ElideRight
     }
     background: Rectangle {

@@ -39,10 +39,6 @@ QVariantList FakeHIDHotplugManager::byteArrayToVariantList(const QByteArray& byt
     return bytes;
 }
 
-void FakeHIDHotplugManager::upgradeFirmware(const QString& filePath) {
-    record("upgradeFirmware", {{"path", filePath}});
-}
-
 void FakeHIDHotplugManager::stopAndDisconnectDevice() {
     record("stopAndDisconnectDevice");
 }

@@ -8,8 +8,8 @@
 // signals. Lives on the main thread; one for each engine, which owns it.
 class FakeHIDHotplugManager : public QObject {
     Q_OBJECT
-    // The calls since the last clearCalls(), in order: maps with "name" and, by call, "id", "bytes" (a list
-    // of numbers 0 to 255), "path".
+    // The calls since the last clearCalls(), in order: maps with "name" and, by call, "id" and "bytes" (a list
+    // of numbers 0 to 255).
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
 
 public:
@@ -26,7 +26,6 @@ public:
     Q_INVOKABLE void messageGet(uint16_t attID);
     Q_INVOKABLE void messageGetAll();
     Q_INVOKABLE QVariantList byteArrayToVariantList(const QByteArray& byteArray) const;
-    Q_INVOKABLE void upgradeFirmware(const QString& filePath);
     Q_INVOKABLE void stopAndDisconnectDevice();
     Q_INVOKABLE void startAndConnectDevice();
     Q_INVOKABLE void sendPriMessage(uint32_t msgid, const QByteArray& byteArray);

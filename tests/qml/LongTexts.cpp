@@ -7,8 +7,9 @@
 
 namespace {
 
-// English needs about four letters for a sign ("原声" is "Acoustic"); 40 % more in tenths.
+// English needs about four letters for a sign ("原声" is "Acoustic"), and one for a letter ("Hz"); 40 % more in tenths.
 constexpr int kTenthLettersPerSign = 4 * 14;
+constexpr int kTenthLettersPerLetter = 14;
 constexpr int kLongestWord = 11;
 
 } // namespace
@@ -28,7 +29,10 @@ void LongTexts::remove() {
 QString LongTexts::Translator::translate(const char*, const char* sourceText, const char*, int) const {
     const QString word = "wandernebel";
     QString text;
-    qsizetype rest = QString::fromUtf8(sourceText).size() * kTenthLettersPerSign / 10;
+    qsizetype rest = 0;
+    for (const QChar sign : QString::fromUtf8(sourceText))
+        rest += sign.unicode() < 128 ? kTenthLettersPerLetter : kTenthLettersPerSign;
+    rest /= 10;
     for (; rest > 0; rest -= kLongestWord)
         text += word.left(std::min<qsizetype>(rest, kLongestWord)) + ' ';
     text = text.trimmed();

@@ -16,6 +16,11 @@ ConfigTestCase {
     }
 
     function init() {
+        initMainWindow();
+    }
+
+    // For test cases that have more to set up.
+    function initMainWindow() {
         initConfig();
         HIDHotplugManager.deviceConnected({}, false);
         // Writes that wait for the next flush are no business of the next test.

@@ -352,9 +352,14 @@ LoggedTestCase {
         compare(callsOf("startAndConnectDevice").length, row.count);
     }
 
-    function test_an_upgrade_is_passed_on_and_its_news_come_back() {
+    function test_an_upgrade_that_nothing_carries_out_has_failed_at_once() {
         HIDDeviceMgr.upgradeFirmware("/firmware/m40.bin");
-        compare(callsOf("upgradeFirmware")[0].path, "/firmware/m40.bin");
+        compare(progressSpy.count, 1);
+        compare(progressSpy.signalArguments[0][0], 0);
+        compare(progressSpy.signalArguments[0][1], "升级失败");
+    }
+
+    function test_the_news_of_an_upgrade_come_through() {
         HIDHotplugManager.upgradeFirmwareProgress(40, "升级中");
         compare(progressSpy.count, 1);
         compare(progressSpy.signalArguments[0][0], 40);

@@ -155,6 +155,18 @@ LoggedTestCase {
                 changes: {
                     name: null
                 }
+            },
+            {
+                tag: "name empty",
+                changes: {
+                    name: ""
+                }
+            },
+            {
+                tag: "serial number empty",
+                changes: {
+                    sn: ""
+                }
             }
         ];
     }

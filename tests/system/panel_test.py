@@ -209,25 +209,28 @@ class PanelWalk(SystemCase):
         control = self.focused_control()
         return control and (control["role"], control["name"])
 
-    def press_tab(self):
-        """Goes on to the next control and gives its role, name and description: the strips' buttons have one name."""
-        def place():
-            control = self.focused_control()
-            return control and (control["role"], control["name"], control["description"])
+    def place_of_focus(self):
+        """Role, name and description of the control with the focus: the strips' buttons have one name."""
+        control = self.focused_control()
+        return control and (control["role"], control["name"], control["description"])
 
-        before = place()
+    def press_tab(self, before):
+        """Goes on from a place_of_focus() to the next, and gives it."""
         self.press("Tab")
-        return wait_until(lambda: (now := place()) != before and now, f"the focus to leave {before}")
+        return wait_until(lambda: (now := self.place_of_focus()) != before and now, f"the focus to leave {before}")
 
     def tab_until_it_repeats(self):
         reached = []
-        while (now := self.press_tab()) not in reached:
+        now = self.press_tab(self.place_of_focus())
+        while now not in reached:
             reached.append(now)
+            now = self.press_tab(now)
         return [(role, name) for role, name, _ in reached]
 
     def tab_to(self, role, name):
-        while self.focused() != (role, name):
-            self.press_tab()
+        place = self.place_of_focus()
+        while place is None or place[:2] != (role, name):
+            place = self.press_tab(place)
 
     def check_values_of_the_device_at_connection(self):
         """The device wins, whatever was on the screen: what is turned while the program does not look is there when

@@ -4,6 +4,7 @@ import os
 import random
 import unittest
 
+from log_check import TYPED_LOG, warnings_of
 from system_case import CONNECTED, LONG, START_BUTTON, WAITING_TITLE, SystemCase, wait_until
 
 DESCRIPTION = "Vexo Deck 可将你的兼容设备变身为强大中枢\n支持低延迟混音，体验高清音质，享受每一次声音表达"
@@ -140,6 +141,31 @@ class MixdeskR2(Welcome):
 
     def usage(self, program):
         return program.status("Threads"), program.open_files(), program.resident_kib()
+
+
+class MixerInItsBootloader(Welcome):
+    models = ("r2", "r2-bootloader")
+
+    def setUp(self):
+        super().setUp()
+        self.stage.store_setting("upgradeFirmwareFilePath", self.stage.folder / "firmware.bin")
+        self.program = self.start(environment=TYPED_LOG)
+        self.stage.emulator("plug r2")
+        self.wait_ready("VEXO Mixdesk R2")
+
+    def test_its_upgrade_that_nothing_carries_out_fails_and_the_mixer_comes_back(self):
+        self.stage.emulator("unplug r2")
+        self.wait_waiting()
+        self.stage.emulator("plug r2-bootloader")
+        self.stage.wait_screen("升级失败", ("重试", "button"), ("取消", "button"))
+        self.stage.click("重试", "button")
+        self.program.wait_log("升级失败:", count=2)
+        self.stage.wait_screen("升级失败", ("重试", "button"))
+        self.stage.emulator("unplug r2-bootloader")
+        self.stage.emulator("plug r2")
+        self.stage.click("取消", "button")
+        self.wait_ready("VEXO Mixdesk R2")
+        self.assertEqual(warnings_of(self.program.log), [])
 
 
 class VoxmicM40(Welcome):

@@ -2,7 +2,7 @@
 
     tools/env python3 tools/stage/pictures.py --build build/dev [--out docs/pictures]
 
-The pictures are palette images of the main window alone, small enough for the repository.
+The pictures are of the main window alone, and most are palette images, small enough for the repository.
 """
 
 import argparse
@@ -27,6 +27,10 @@ SCENE_GAME = "游戏"
 MODELS = ("r2", "m40", "t40")
 # The pages of the drawer that have something on them.
 PAGES = {"microphone": "话筒", "monitor": "监听"}
+# What a test program draws, since no service of the program brings it about yet.
+DRAWN = ("dialog", "upgrade-R2", "upgrade-M40", "upgrade-T40", "upgrade-failed-R2", "upgrade-done-R2")
+# Pictures of many soft shades, which a palette would show as rings.
+FULL_COLOUR = ("welcome-waiting", *(f"welcome-connected-{model}" for model in MODELS))
 
 
 def with_palette(picture):
@@ -56,7 +60,8 @@ class Camera:
         self.stage.xdotool("mousemove", WINDOW[0] - 1, WINDOW[1] - 1)
         path = self.folder / f"{name}.png"
         self.stage.steady_screenshot(path)
-        with_palette(Image.open(path).convert("RGB")).save(path, optimize=True)
+        picture = Image.open(path).convert("RGB")
+        (picture if name in FULL_COLOUR else with_palette(picture)).save(path, optimize=True)
         print(f"pictures: {path}", flush=True)
 
 
@@ -96,23 +101,6 @@ def take_model(build, folder, model):
             camera.take(f"drawer-boost-{model}")
 
 
-def take_upgrade(build, folder):
-    """A mixer in its bootloader, with a firmware that was downloaded before, goes straight to its upgrade."""
-    with Stage(build, ["r2", "r2-bootloader"], size=WINDOW) as stage:
-        settings = stage.folder / "config" / "Vexo Deck" / "Settings.conf"
-        settings.parent.mkdir(parents=True)
-        settings.write_text(f"[General]\nupgradeFirmwareFilePath={stage.folder / 'firmware.bin'}\n")
-        stage.start_program()
-        stage.wait_text("连接你的 VEXO 设备")
-        stage.emulator("plug r2")
-        stage.wait_text("已连接")
-        stage.emulator("unplug r2")
-        stage.wait_text("连接你的 VEXO 设备")
-        stage.emulator("plug r2-bootloader")
-        stage.wait_text("正在安装最新固件")
-        Camera(stage, folder).take("upgrade")
-
-
 def take_documents(build, folder):
     """What no service of the program brings about yet: drawn by the programs of the tests."""
     with Stage(build, [], size=WINDOW) as stage:
@@ -121,10 +109,11 @@ def take_documents(build, folder):
         subprocess.run([str(programs / "qml_screenshots"), str(drawn)], env=stage.env, check=True, capture_output=True)
         subprocess.run([str(programs / "gallery" / "vexo_control_gallery"), "--save", str(drawn / "control-gallery.png")],
                        env=stage.env, check=True, capture_output=True)
-        with_palette(Image.open(drawn / "dialog.png").convert("RGB")).save(folder / "dialog.png", optimize=True)
+        for picture in DRAWN:
+            with_palette(Image.open(drawn / f"{picture}.png").convert("RGB")).save(folder / f"{picture.lower()}.png", optimize=True)
         # The colour pickers have more colours than a palette.
         Image.open(drawn / "control-gallery.png").convert("RGB").save(folder / "control-gallery.png", optimize=True)
-        print(f"pictures: {folder}: dialog, control-gallery", flush=True)
+        print(f"pictures: {folder}: {', '.join(DRAWN)}, control-gallery".lower(), flush=True)
 
 
 def main():
@@ -135,7 +124,6 @@ def main():
     arguments.out.mkdir(parents=True, exist_ok=True)
     for model in MODELS:
         take_model(arguments.build, arguments.out, model)
-    take_upgrade(arguments.build, arguments.out)
     take_documents(arguments.build, arguments.out)
 
 

@@ -244,6 +244,12 @@ class Stage:
         """A file of the program's application data folder."""
         return self.folder / "data" / "VEXO" / "Vexo Deck" / name
 
+    def store_setting(self, key, value):
+        """A setting as the program finds it at its start."""
+        settings = self.folder / "config" / "Vexo Deck" / "Settings.conf"
+        settings.parent.mkdir(parents=True, exist_ok=True)
+        settings.write_text(f"[General]\n{key}={value}\n")
+
     # ---- what a user sees and does
 
     def controls(self):

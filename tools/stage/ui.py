@@ -22,6 +22,11 @@ PROPERTIES = "org.freedesktop.DBus.Properties"
 SCREEN_COORDINATES = 0
 TIMEOUT_MS = 5000
 DEEPEST = 60
+# Made once: there are hundreds of questions in a reading.
+ARGUMENTS_OF_EXTENTS = GLib.Variant("(u)", (SCREEN_COORDINATES,))
+ARGUMENTS_OF_PROPERTY = {name: GLib.Variant("(ss)", (interface, name)) for interface, name in (
+    (ACCESSIBLE, "Name"), (ACCESSIBLE, "Description"),
+    (VALUE, "CurrentValue"), (VALUE, "MinimumValue"), (VALUE, "MaximumValue"))}
 
 STATES = {
     "showing": Atspi.StateType.SHOWING,
@@ -57,8 +62,8 @@ class Questions:
         self.connection.call(node[0], node[1], interface, method, arguments, None, Gio.DBusCallFlags.NONE, TIMEOUT_MS,
                              None, self._finish, receive)
 
-    def ask_property(self, node, interface, name, receive):
-        self.ask(node, PROPERTIES, "Get", GLib.Variant("(ss)", (interface, name)), receive)
+    def ask_property(self, node, name, receive):
+        self.ask(node, PROPERTIES, "Get", ARGUMENTS_OF_PROPERTY[name], receive)
 
     def _finish(self, connection, result, receive):
         try:
@@ -75,6 +80,9 @@ class Questions:
 
 
 class Node:
+    # What a control is does not change as long as it lives, and none gets the reference of another.
+    roles = {}
+
     def __init__(self, reference):
         self.reference = reference
         self.children = []
@@ -89,24 +97,26 @@ class Node:
         self.control["states"] = [name for name, state in STATES.items() if bits >> int(state) & 1]
 
     def set_role(self, number):
-        self.control["role"] = Atspi.role_get_name(Atspi.Role(number))
+        self.control["role"] = self.roles[self.reference] = Atspi.role_get_name(Atspi.Role(number))
 
     def set_children(self, references):
         self.children = [Node(reference) for reference in references]
 
     def ask_kind(self, questions):
         questions.ask(self.reference, ACCESSIBLE, "GetState", None, self.set_states)
-        questions.ask(self.reference, ACCESSIBLE, "GetRole", None, self.set_role)
-        questions.ask_property(self.reference, ACCESSIBLE, "Name", self.set("name"))
+        self.control["role"] = self.roles.get(self.reference, "")
+        if not self.control["role"]:
+            questions.ask(self.reference, ACCESSIBLE, "GetRole", None, self.set_role)
+        questions.ask_property(self.reference, "Name", self.set("name"))
 
     def ask_rest(self, questions):
-        questions.ask_property(self.reference, ACCESSIBLE, "Description", self.set("description"))
-        questions.ask(self.reference, COMPONENT, "GetExtents", GLib.Variant("(u)", (SCREEN_COORDINATES,)), self.set("extents"))
+        questions.ask_property(self.reference, "Description", self.set("description"))
+        questions.ask(self.reference, COMPONENT, "GetExtents", ARGUMENTS_OF_EXTENTS, self.set("extents"))
         if self.control["role"] in WITH_VALUE:
             self.control["range"] = [0, 0]
-            questions.ask_property(self.reference, VALUE, "CurrentValue", self.set("value"))
+            questions.ask_property(self.reference, "CurrentValue", self.set("value"))
             for index, name in enumerate(("MinimumValue", "MaximumValue")):
-                questions.ask_property(self.reference, VALUE, name,
+                questions.ask_property(self.reference, name,
                                        lambda answer, at=index: self.control["range"].__setitem__(at, answer))
 
     def is_of_interest(self, depth):

@@ -34,6 +34,10 @@ Item {
     }
 
     ColumnLayout {
+        id: column
+
+        readonly property real heightOfTexts: titleText.height + resetText.height + progressPlace.height + 8 * upgradeView.zoom + 3 * spacing
+
         anchors.centerIn: parent
         width: Math.min(parent.width - 80, 620 * upgradeView.zoom)
         spacing: 16 * upgradeView.zoom
@@ -41,7 +45,8 @@ Item {
         Image {
             objectName: "upgradeImage"
             Layout.alignment: Qt.AlignHCenter
-            Layout.preferredHeight: Math.max(120, Math.min(300 * upgradeView.zoom, upgradeView.height - 290 * upgradeView.zoom))
+            // What the texts leave.
+            Layout.preferredHeight: Math.max(60, Math.min(300 * upgradeView.zoom, upgradeView.height - 40 - column.heightOfTexts))
             Layout.preferredWidth: Layout.preferredHeight * 4 / 3
             source: VxConfig.getDeviceImage(1)
             mipmap: true
@@ -84,6 +89,8 @@ Item {
 
         // Bar and buttons share one place, so that nothing jumps.
         Item {
+            id: progressPlace
+
             Layout.fillWidth: true
             Layout.topMargin: 8 * upgradeView.zoom
             Layout.preferredHeight: Math.max(progressBar.height, buttons.height)

@@ -14,6 +14,8 @@ Page {
     property bool isUpdateFirmware: false
     // Where the firmware that is being installed comes from.
     property string downloadUrl: ""
+    // Gets the path of a firmware that is to be installed; what comes of it is told by HIDDeviceMgr's reports of progress.
+    property var installer: path => HIDDeviceMgr.upgradeFirmware(path)
     readonly property T.StackView stackView: T.StackView.view
 
     QtObject {
@@ -25,6 +27,7 @@ Page {
         readonly property real zoom: Math.max(0.7, Math.min(1.3, welcomeLayout.width / 1300, welcomeLayout.height / 680))
     }
 
+    // Nothing that could be shown is as good as nothing known.
     function isKnown(value: var): bool {
         return Boolean(value) && value !== "N/A";
     }
@@ -72,7 +75,7 @@ Page {
     function install(path: string) {
         upgradeView.progress = 0;
         upgradeView.status = qsTr("正在安装最新固件");
-        HIDDeviceMgr.upgradeFirmware(path);
+        installer(path);
     }
 
     // Only this very word is a failure: the refusals of a version or of a checksum come with 100 and end as a success.

@@ -1,0 +1,64 @@
+// The fake services offer the documents nothing that the real ones lack.
+
+#include "device/HIDHotplugManager.h"
+#include "platform/SystemBridge.h"
+#include "tests/qml/FakeHIDHotplugManager.h"
+#include "tests/qml/FakeSystemBridge.h"
+
+#include <QMetaMethod>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+bool takesTheSame(const QMetaMethod& one, const QMetaMethod& other) {
+    if (one.parameterCount() != other.parameterCount() || one.returnMetaType() != other.returnMetaType())
+        return false;
+    for (int index = 0; index < one.parameterCount(); ++index) {
+        if (one.parameterMetaType(index) != other.parameterMetaType(index))
+            return false;
+    }
+    return true;
+}
+
+bool has(const QMetaObject& service, const QMetaMethod& wanted) {
+    for (int index = service.methodOffset(); index < service.methodCount(); ++index) {
+        const QMetaMethod method = service.method(index);
+        if (method.name() == wanted.name() && method.methodType() == wanted.methodType() && takesTheSame(method, wanted))
+            return true;
+    }
+    return false;
+}
+
+// Signatures of the fake's own methods and signals that the service does not have, but for those that tests
+// steer the fake with.
+QStringList inventedBy(const QMetaObject& fake, const QMetaObject& service, const QStringList& steering) {
+    QStringList invented;
+    for (int index = fake.methodOffset(); index < fake.methodCount(); ++index) {
+        const QMetaMethod method = fake.method(index);
+        if (!steering.contains(QString::fromUtf8(method.name())) && !has(service, method))
+            invented.append(QString::fromUtf8(method.methodSignature()));
+    }
+    return invented;
+}
+
+TEST(Fakes, DeviceManagerOffersNothingThatTheRealOneLacks) {
+    EXPECT_EQ(inventedBy(FakeHIDHotplugManager::staticMetaObject, HIDHotplugManager::staticMetaObject,
+                         {"setDeviceInfo", "clearCalls", "callsChanged"})
+                  .join(' ')
+                  .toStdString(),
+              "");
+}
+
+TEST(Fakes, BridgeOffersNothingThatTheRealOneLacks) {
+    EXPECT_EQ(inventedBy(FakeSystemBridge::staticMetaObject, SystemBridge::staticMetaObject,
+                         {"clearCalls", "callsChanged", "applicationsChanged"})
+                  .join(' ')
+                  .toStdString(),
+              "");
+}
+
+} // namespace
