@@ -217,6 +217,35 @@ MixerTestCase {
         compare(recordOf("file:///opt/talk").input2.muted, true);
     }
 
+    function test_a_swapped_strip_that_holds_solo_keeps_it() {
+        SystemBridge.applications = [music, game, talk];
+        openMixer([music, game]);
+        mouseClick(part(child("strip0"), "soloButton"));
+        forget();
+        swap(child("strip0"), "Talk");
+        compare(ConfigMgr.getValue("listen"), "file:///opt/talk");
+        compareData(payloadsOf("listen_mode_changed"), ["file:///opt/talk"]);
+        compare(part(child("strip0"), "soloButton").isActive, true);
+        compare(lists().length, 1);
+        compare(lastList().filter(record => record.solo).map(record => record.bundleID), ["file:///opt/talk"]);
+        // Another strip's application is no matter of solo.
+        swap(child("strip1"), "Music");
+        compare(ConfigMgr.getValue("listen"), "file:///opt/talk");
+    }
+
+    function test_solo_goes_to_the_monitor_output_with_an_application_that_has_no_identifier() {
+        SystemBridge.applications = [music, Object.assign({}, game, {
+                bundleIdentifier: ""
+            })];
+        openMixer([music]);
+        mouseClick(part(child("strip0"), "soloButton"));
+        swap(child("strip0"), "Game");
+        compare(ConfigMgr.getValue("listen"), "listen");
+        compare(part(child("strip0"), "soloButton").isActive, false);
+        compare(part(child("monitorOutput"), "soloButton").isActive, true);
+        compare(lastList().filter(record => record.solo).map(record => record.bundleID), ["__input1_device__"]);
+    }
+
     function test_a_strips_list_offers_its_own_application_and_those_without_a_strip() {
         SystemBridge.applications = [music, game, talk];
         openMixer([music, game]);
