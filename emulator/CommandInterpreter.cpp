@@ -21,7 +21,7 @@ std::span<const CommandInterpreter::Entry> CommandInterpreter::commands() {
         {"set", "set ATTR VALUE...", &Self::set},
         {"get", "get ATTR", &Self::get},
         {"press", "press", &Self::press},
-        {"auto-gain", "auto-gain DURATION_MS PERIOD_MS STEP|never", &Self::autoGain},
+        {"auto-gain", "auto-gain DURATION_MS PERIOD_MS STEP [end]|never", &Self::autoGain},
         {"send-private", "send-private MSGID [VALUE...]", &Self::sendPrivate},
         {"send-attribute-notification", "send-attribute-notification VALUE...",
          &Self::sendAttributeNotification},

@@ -66,6 +66,10 @@ Json CommandInterpreter::autoGain(Arguments& arguments) {
     plan.durationMs = arguments.number("DURATION_MS", 0, kLongestMs);
     plan.periodMs = arguments.number("PERIOD_MS", 1, kLongestMs);
     plan.step = static_cast<std::uint8_t>(arguments.number("STEP", 0, 255));
+    if (arguments.peek() == "end") {
+        arguments.word("end");
+        plan.reportsEnd = true;
+    }
     arguments.expectEnd();
     target().autoGainPlan = plan;
     return Json::object();

@@ -321,11 +321,15 @@ void VirtualDevice::advanceAutoGain() {
         return;
     }
     if (autoGainEndsAtMs <= now) {
-        // The host takes a report of auto_gain 0 for a cancelled run, so the end is told by the gain alone.
+        // The host takes a report of auto_gain 0 for a cancelled run, so the end is told by the gain alone if
+        // the plan does not say otherwise.
         autoGainRunning = false;
         attributes[kAttributeAutoGain] = {0};
         attributes[kAttributeMicGain] = {autoGainPlan.step};
         notify(kAttributeMicGain);
+        if (autoGainPlan.reportsEnd) {
+            notify(kAttributeAutoGain);
+        }
     } else if (nextLevelAtMs <= now) {
         // A voice goes up and down by a few steps.
         level = std::clamp(level + static_cast<int>(random.below(9)) - 4, 0, kHighestLevel);

@@ -44,6 +44,8 @@ struct AutoGainPlan {
     std::uint64_t durationMs = 10000;
     std::uint64_t periodMs = 100;
     std::uint8_t step = 18;
+    // The end is also told by a report of 0.
+    bool reportsEnd = false;
 };
 
 class VirtualDevice {

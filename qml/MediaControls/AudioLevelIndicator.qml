@@ -4,6 +4,9 @@ import QtQuick
 Row {
     id: indicator
 
+    // Whose level it is, for a screen reader.
+    property string owner: ""
+
     function setLevels(levelLeft: real, levelRight: real) {
         left.setLevel(levelLeft);
         right.setLevel(levelRight);
@@ -24,6 +27,7 @@ Row {
         width: 9
         height: parent.height
         channelName: "L"
+        owner: indicator.owner
     }
     AudioChannelIndicator {
         id: right
@@ -32,5 +36,6 @@ Row {
         width: 9
         height: parent.height
         channelName: "R"
+        owner: indicator.owner
     }
 }

@@ -1,6 +1,6 @@
 import QtQuick
 
-/* A tile with an icon that is on or off. With isSelect false it is a plain button; isWorn lights it red. */
+/* A tile with an icon that is on or off. With isSelect false it is a plain button; isWorn lights it red and strikes the icon out. */
 Rectangle {
     id: tile
 
@@ -51,6 +51,26 @@ Rectangle {
         size: tile.iconSize
         source: tile.src
         scale: area.pressed ? 0.9 : 1
+
+        // The line, and the gap that it cuts into the icon.
+        Rectangle {
+            objectName: "stroke"
+            anchors.centerIn: parent
+            visible: tile.isActive && tile.isSelect && tile.isWorn
+            width: parent.width * 0.95
+            height: parent.width * 0.19
+            rotation: 45
+            antialiasing: true
+            color: tile.color
+
+            Rectangle {
+                anchors.centerIn: parent
+                width: parent.width
+                height: parent.height / 3
+                antialiasing: true
+                color: VxTheme.text
+            }
+        }
     }
 
     ClickArea {

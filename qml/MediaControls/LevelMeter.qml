@@ -12,6 +12,9 @@ Item {
     // Milliseconds that the mark stays.
     property int clippingDuration: 10000
     property string channelName: "L"
+    // Whose level it is, for a screen reader; empty where nothing else has a meter.
+    property string owner: ""
+    readonly property string levelText: Math.round(100 * level) + "%"
 
     // What is no number is no report.
     function setLevel(value: real) {
@@ -31,6 +34,7 @@ Item {
 
     Accessible.role: Accessible.Indicator
     Accessible.name: channelName
+    Accessible.description: owner === "" ? levelText : owner + " " + levelText
 
     Timer {
         id: clippingTimer

@@ -174,6 +174,21 @@ Item {
             tryCompare(tile, "color", "#3e3e3e");
         }
 
+        function test_only_a_lit_mute_is_struck_out() {
+            const tile = create(tileComponent, {
+                isWorn: true
+            });
+            const stroke = findChild(tile, "stroke");
+            compare(stroke.visible, false);
+            tile.isActive = true;
+            compare(stroke.visible, true);
+            tile.isSelect = false;
+            compare(stroke.visible, false);
+            tile.isSelect = true;
+            tile.isWorn = false;
+            compare(stroke.visible, false);
+        }
+
         function test_a_tile_gives_its_colour_over_a_default() {
             const tile = create(tileComponent);
             compare(tile.getColor("#123456"), "#123456");

@@ -38,6 +38,15 @@ MixerTestCase {
             compareData(levelsOf(child(name)), name === data.tag ? [0.25, 0.5] : [0, 0], name);
     }
 
+    function test_a_screen_reader_hears_whose_level_it_is_and_how_high() {
+        openMixer([music]);
+        SystemBridge.audioInputLevelChanged([report(4001, 0.254, 1.3)]);
+        const texts = strip => ["left", "right"].map(name => [part(strip, name).Accessible.name, part(strip, name).Accessible.description]);
+        compareData(texts(child("strip0")), [["L", "Music 25%"], ["R", "Music 100%"]]);
+        compareData(texts(child("monitorOutput")), [["L", "监听 0%"], ["R", "监听 0%"]]);
+        tryCompare(part(child("strip0"), "left").Accessible, "description", "Music 0%");
+    }
+
     function test_a_report_is_published_as_it_is() {
         openMixer([music]);
         published = [];

@@ -217,6 +217,35 @@ MixerTestCase {
         compare(recordOf("file:///opt/talk").input2.muted, true);
     }
 
+    function test_a_swapped_strip_that_holds_solo_keeps_it() {
+        SystemBridge.applications = [music, game, talk];
+        openMixer([music, game]);
+        mouseClick(part(child("strip0"), "soloButton"));
+        forget();
+        swap(child("strip0"), "Talk");
+        compare(ConfigMgr.getValue("listen"), "file:///opt/talk");
+        compareData(payloadsOf("listen_mode_changed"), ["file:///opt/talk"]);
+        compare(part(child("strip0"), "soloButton").isActive, true);
+        compare(lists().length, 1);
+        compare(lastList().filter(record => record.solo).map(record => record.bundleID), ["file:///opt/talk"]);
+        // Another strip's application is no matter of solo.
+        swap(child("strip1"), "Music");
+        compare(ConfigMgr.getValue("listen"), "file:///opt/talk");
+    }
+
+    function test_solo_goes_to_the_monitor_output_with_an_application_that_has_no_identifier() {
+        SystemBridge.applications = [music, Object.assign({}, game, {
+                bundleIdentifier: ""
+            })];
+        openMixer([music]);
+        mouseClick(part(child("strip0"), "soloButton"));
+        swap(child("strip0"), "Game");
+        compare(ConfigMgr.getValue("listen"), "listen");
+        compare(part(child("strip0"), "soloButton").isActive, false);
+        compare(part(child("monitorOutput"), "soloButton").isActive, true);
+        compare(lastList().filter(record => record.solo).map(record => record.bundleID), ["__input1_device__"]);
+    }
+
     function test_a_strips_list_offers_its_own_application_and_those_without_a_strip() {
         SystemBridge.applications = [music, game, talk];
         openMixer([music, game]);
@@ -416,20 +445,50 @@ MixerTestCase {
         compare(lastList().filter(record => record.input2?.muted).map(record => record.bundleID), ["file:///opt/music-twin"]);
     }
 
-    function test_an_icon_that_is_no_picture_falls_back_to_that_of_sound() {
+    function test_an_icon_that_is_no_picture_falls_back_to_that_of_sound_data() {
+        return [
+            {
+                tag: "no file",
+                icon: "file:///no/such/icon.png"
+            },
+            {
+                tag: "no picture in it",
+                icon: String(Qt.resolvedUrl("tst_MixerSources.qml"))
+            },
+            {
+                tag: "a picture that breaks off",
+                icon: String(Qt.resolvedUrl("truncated.png"))
+            },
+            {
+                tag: "a folder",
+                icon: String(Qt.resolvedUrl("gallery"))
+            }
+        ];
+    }
+
+    function test_an_icon_that_is_no_picture_falls_back_to_that_of_sound(data) {
         TestLog.expect("QML Image");
         SystemBridge.applications = [];
         openMixer([Object.assign({}, music, {
-                iconFilePath: "file:///no/such/icon.png"
-            }), game, Object.assign({}, talk, {
+                iconFilePath: data.icon
+            }), game]);
+        const icons = strips().map(strip => part(strip, "appIcon"));
+        const picture = findChild(icons[0], "picture");
+        verify(String(picture.source).startsWith(data.icon + "?cache="));
+        tryVerify(() => picture.status === Image.Error);
+        compare(picture.visible, false);
+        compare(icons.map(icon => findChild(icon, "fallback").visible), [true, true]);
+        mouseClick(part(child("strip0"), "liveMute"));
+        compare(recordOf("file:///opt/music").input2.muted, true);
+    }
+
+    function test_nothing_is_fetched_from_elsewhere() {
+        openMixer([Object.assign({}, talk, {
                 iconFilePath: "http://localhost/icon.png"
             })]);
-        const icons = strips().map(strip => part(strip, "appIcon"));
-        verify(String(findChild(icons[0], "picture").source).includes("icon.png?cache="));
-        tryVerify(() => findChild(icons[0], "picture").status === Image.Error);
-        compare(icons.map(icon => findChild(icon, "fallback").visible), [true, true, true]);
-        // Nothing is fetched from elsewhere.
-        compare(String(findChild(icons[2], "picture").source), "");
+        const icon = part(child("strip0"), "appIcon");
+        compare(String(findChild(icon, "picture").source), "");
+        compare(findChild(icon, "fallback").visible, true);
     }
 
     function test_broken_and_foreign_entries_are_left_out() {
@@ -440,7 +499,9 @@ MixerTestCase {
         broken[17] = JSON.stringify(music);
         broken[40] = JSON.stringify(game);
         ConfigMgr.setStringList("appList", broken);
+        TestLog.begin();
         openMixer();
+        compare(linesWith("Entries of appList that are broken or too many, removed: 48").length, 1);
         compare(strips().map(strip => strip.title), ["Music", "Game"]);
         compare(storedApps().map(entry => entry.name), ["Music", "Game"]);
         compare(lastList().length, 5);
@@ -449,7 +510,9 @@ MixerTestCase {
     }
 
     function test_more_entries_than_the_mixer_holds_are_cut_off() {
+        TestLog.begin();
         openMixer(many(50));
+        compare(linesWith("Entries of appList that are broken or too many, removed: 42").length, 1);
         compare(strips().length, 8);
         compare(storedApps().length, 8);
         compare(lastList().length, 11);

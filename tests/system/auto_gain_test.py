@@ -1,5 +1,6 @@
 """The automatic gain measurement against the virtual Mixdesk R2."""
 
+import re
 import unittest
 
 from system_case import CONNECTED, START_BUTTON, SystemCase, wait_until
@@ -25,6 +26,16 @@ class AutoGain(SystemCase):
     def wait_no_window(self):
         wait_until(lambda: not self.stage.windows(TITLE), "the window to close")
 
+    def wait_moving_meter(self):
+        """Waits until the window's meter has shown two levels."""
+        seen = set()
+
+        def moves():
+            seen.update(control["description"] for control in self.stage.controls() if control["name"] == "L"
+                        and re.fullmatch(r"\d+%", control["description"]))
+            return len(seen - {"0%"}) > 1
+        wait_until(moves, "the meter to move")
+
     def writes(self):
         """What the program wrote to the attribute since the last clear."""
         return [write["bytes"] for write in self.stage.emulator("writes auto_gain")["writes"]]
@@ -38,12 +49,24 @@ class AutoGain(SystemCase):
         # The program asks for it, too, and so the device starts once more.
         self.stage.emulator("wait attribute auto_gain")
         self.assertEqual(self.writes(), ["01"])
+        self.wait_moving_meter()
         self.stage.emulator(f"wait value mic_gain {GAIN_STEP} 10000")
         self.stage.wait_text(RESULT)
         self.stage.click("确定", "button")
         self.wait_no_window()
         self.assertEqual(self.writes(), ["01"])
         self.assertEqual(self.quit(program), 0)
+
+    def test_a_device_that_reports_the_end_closes_the_window(self):
+        self.open_main_layout()
+        self.stage.emulator(f"auto-gain 1500 100 {GAIN_STEP} end")
+        self.stage.emulator("clear")
+        self.stage.emulator("set auto_gain 1")
+        self.wait_window()
+        self.wait_no_window()
+        # Nothing was stopped, and the gain is what the strip of the device has now.
+        self.assertEqual(self.writes(), ["01"])
+        wait_until(lambda: self.stage.find("Mixdesk R2", "slider")["description"] == "73%", "the gain on the strip")
 
     def test_a_device_that_never_answers_is_stopped_by_cancel(self):
         self.open_main_layout()

@@ -1,4 +1,5 @@
-"""The mixer against real sound: two programs on strips, their faders, mutes and solo, heard at the speakers."""
+"""The mixer against real sound: two programs on strips, their faders, mutes and solo, and the
+device's equaliser, heard at the speakers."""
 
 import math
 import re
@@ -8,6 +9,7 @@ import unittest
 
 import numpy
 
+from panel import Panel
 from system_case import BUILD, CONNECTED, START_BUTTON, SystemCase, wait_until
 # After the line above, which makes the folder of the stage known: beside this file lies a folder of this name.
 from sound import SoundServer, available, level_db, tone  # isort: skip
@@ -16,11 +18,15 @@ ADD_BUTTON = "添加应用"
 APPS = "apps"
 SPEAKERS = "spk"
 TONES = {"music": 1000, "game": 3000}
-MICROPHONE_TONE = 500
+DEVICE = "Mixdesk R2"
 AMPLITUDE = 0.25
 LEVEL_DB = 20 * math.log10(AMPLITUDE)
 GONE_DB = LEVEL_DB - 60
 DEFAULT_VOLUME = 0.3
+# What the engine's meters make of a tone of this amplitude: 1.5 times (0.7 of its root mean square and 0.3 of its peak).
+SHOWN_LEVEL = 1.5 * (0.7 / math.sqrt(2) + 0.3) * AMPLITUDE
+EQUALIZER = "均衡器"
+HIGHEST_GAIN_DB = 6
 
 
 @unittest.skipUnless(available("pulseaudio"), "pulseaudio is not installed")
@@ -34,13 +40,12 @@ class Mixer(SystemCase):
         self.sound.start()
         self.sound.add_sink(APPS, "Applications", hardware=False)
         self.sound.add_sink(SPEAKERS, "Speakers")
-        for name, frequency in TONES.items():
-            self.play(name, frequency)
+        self.players = {name: self.play(name, frequency) for name, frequency in TONES.items()}
         self.speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(lambda: self.speakers.stop())
 
     def play(self, name, frequency):
-        """A program of its own name that plays a tone."""
+        """A program of its own name that plays a tone; its process."""
         executable = self.stage.folder / name
         shutil.copy(shutil.which("pacat"), executable)
         path = self.stage.folder / f"{name}.raw"
@@ -55,6 +60,7 @@ class Mixer(SystemCase):
         feeder.stdout.close()
         wait_until(lambda: self.sound.playback_of(player.pid) or player.poll() is not None, f"{name} to play")
         self.assertIsNone(player.poll())
+        return player
 
     # ---- what a user does
 
@@ -107,6 +113,38 @@ class Mixer(SystemCase):
             self.stage.xdotool("mousemove", x, place(begin + (share - begin) * step / 10))
         self.stage.xdotool("mouseup", 1)
 
+    def meter(self, strip):
+        """What the left meter of a strip shows, 0 to 1."""
+        for control in self.stage.controls():
+            told = re.fullmatch(re.escape(strip) + r" (\d+)%", control["description"])
+            if control["name"] == "L" and told:
+                return int(told[1]) / 100
+        raise AssertionError(f"no meter of {strip}")
+
+    def wait_meter(self, strip, volume):
+        """Waits for the tone on a meter; between two reports of an unchanged level it may fall to 0."""
+        wait_until(lambda: abs(self.meter(strip) - SHOWN_LEVEL * volume) < 0.015, f"the tone on the meter of {strip}")
+
+    def wait_still_meter(self, strip):
+        wait_until(lambda: not any(self.meter(strip) for _ in range(8)), f"the meter of {strip} at rest")
+
+    def place_on_curve(self, share):
+        """Where the equaliser's chart has 1 kHz, from its top edge (0) to its bottom one (1); the curve is drawn
+        within these margins, whose ends stand for more than the highest gain and less than the lowest."""
+        left, top, width, height = self.curve()["extents"]
+        left, top, width, height = left + 45, top + 10, width - 55, height - 35
+        return left + 10 + round((width - 20) * 5 / 11), top + 20 + round((height - 40) * share)
+
+    def curve(self):
+        return next(control for control in self.stage.controls()
+                    if control["role"] == "slider" and control["name"].endswith("Hz"))
+
+    def press_curve(self, share):
+        self.stage.xdotool("mousemove", *self.place_on_curve(share), "mousedown", 1)
+
+    def wait_gain(self, gain):
+        wait_until(lambda: (self.curve()["name"], self.curve()["description"]) == ("1kHz", gain), f"1 kHz at {gain}")
+
     # ---- what is heard
 
     def wait_level(self, name, level, what):
@@ -126,6 +164,9 @@ class Mixer(SystemCase):
     def wait_volume(self, name, volume):
         self.wait_level(name, LEVEL_DB + 20 * math.log10(volume), f"{name} at {volume:.0%}")
 
+    def wait_live(self, name, volume, live):
+        self.wait_level(name, LEVEL_DB + 20 * math.log10(volume * live), f"{name} at {volume:.0%} in the mix at {live:.0%}")
+
     def wait_gone(self, name):
         self.wait_level(name, -200, f"{name} gone")
 
@@ -141,12 +182,14 @@ class Mixer(SystemCase):
         self.press("直播静音", "直播")
         for name in TONES:
             self.wait_volume(name, DEFAULT_VOLUME)
+            self.wait_meter(name, DEFAULT_VOLUME)
 
         for share in (0.8, 0.1, 0.5):
             self.drag("music", share)
             shown = self.volume("music")
             self.assertAlmostEqual(shown, share, delta=0.02)
             self.wait_volume("music", shown)
+            self.wait_meter("music", shown)
         self.wait_volume("game", DEFAULT_VOLUME)
 
         self.press("监听静音", "game")
@@ -155,10 +198,7 @@ class Mixer(SystemCase):
         # Solo goes before mutes, and the volume holds there too.
         self.wait_volume("game", DEFAULT_VOLUME)
         self.wait_gone("music")
-        self.press("直播静音", "直播")
-        self.press("只听", "直播")
-        live = self.volume("直播")
-        self.wait_level("game", LEVEL_DB + 20 * math.log10(DEFAULT_VOLUME * live), "the live mix")
+        self.check_live_mix()
 
         self.press("只听", "game")
         self.press("删除", "game")
@@ -172,20 +212,71 @@ class Mixer(SystemCase):
         self.open_mixer()
         self.wait_volume("music", 0.5)
         self.stage.wait_no_text("game", "slider")
+        self.wait_meter("music", 0.5)
+        self.players["music"].kill()
+        self.wait_gone("music")
+        self.wait_still_meter("music")
 
-    def test_the_virtual_microphone_is_heard_alone(self):
-        microphone = self.sound.add_virtual_microphone("tone", str(MICROPHONE_TONE))
+    def check_live_mix(self):
+        """The live mix alone: muted as a whole, at places of its fader, and with one program muted."""
+        music = self.volume("music")
+        self.press("只听", "直播")
+        for name in TONES:
+            self.wait_gone(name)
+        self.press("直播静音", "直播")
+        self.wait_live("music", music, DEFAULT_VOLUME)
+        for share in (0.9, 0.4):
+            self.drag("直播", share)
+            live = self.volume("直播")
+            self.assertAlmostEqual(live, share, delta=0.02)
+            self.wait_live("music", music, live)
+            # Its mute on the monitor mix is no matter of this one.
+            self.wait_live("game", DEFAULT_VOLUME, live)
+        self.press("直播静音", "music")
+        self.wait_gone("music")
+        self.wait_live("game", DEFAULT_VOLUME, live)
+
+    def test_the_virtual_microphone_is_heard_through_a_curve_of_the_users_own(self):
+        frequency = 1000
+        microphone = self.sound.add_virtual_microphone("tone", str(frequency))
         self.addCleanup(microphone.stdout.close)
         # The server takes a recorder that was there before along to the new source.
         self.speakers.stop()
         self.speakers = self.sound.recorder(SPEAKERS)
         self.open_mixer()
-        self.press("只听", "Mixdesk R2")
+        self.press("只听", DEVICE)
         # The engine leaves the device at gain 1: its fader steers the hardware.
-        self.wait_tone(MICROPHONE_TONE, LEVEL_DB, "the microphone")
+        self.wait_filter(frequency, 0)
         self.press("只听", "监听")
         self.press("监听静音", "监听")
-        self.wait_tone(MICROPHONE_TONE, -200, "the muted monitor mix")
+        self.wait_tone(frequency, -200, "the muted monitor mix")
+        self.press("只听", DEVICE)
+
+        self.press("设备设置", DEVICE)
+        panel = Panel(self.stage)
+        self.stage.click_control(panel.wait_at_rest(EQUALIZER, "button"))
+        panel.wait_window(EQUALIZER)
+        self.stage.click(EQUALIZER, "check box")
+        # The row of presets is longer than the window.
+        self.stage.click_control(panel.wait_at_rest("原声", "radio button"))
+        self.stage.xdotool("click", "--repeat", 9, 5)
+        self.stage.click_control(panel.wait_at_rest("添加均衡器预设", "button"))
+        self.stage.click_control(panel.wait_at_rest("自定义 1", "radio button"))
+        self.wait_filter(frequency, 0)
+
+        self.press_curve(0)
+        self.wait_filter(frequency, HIGHEST_GAIN_DB)
+        # The filter follows the press and not the drag.
+        self.stage.xdotool("mousemove", *self.place_on_curve(0.5), "mousemove", *self.place_on_curve(1))
+        self.wait_gain("-6dB")
+        self.stage.xdotool("mouseup", 1)
+        self.assertAlmostEqual(level_db(self.speakers.next(0.5), frequency), LEVEL_DB + HIGHEST_GAIN_DB, delta=0.1)
+        self.press_curve(1)
+        self.wait_filter(frequency, -HIGHEST_GAIN_DB)
+        self.stage.xdotool("mouseup", 1)
+
+    def wait_filter(self, frequency, gain):
+        self.wait_tone(frequency, LEVEL_DB + gain, f"the microphone at {gain:+} dB")
 
 
 if __name__ == "__main__":

@@ -14,9 +14,10 @@ namespace {
 
 constexpr pa_sample_spec kSampleSpec = {PA_SAMPLE_FLOAT32NE, kMixSampleRate, 2};
 constexpr std::size_t kFrameBytes = 2 * sizeof(float);
+constexpr WaveFormat kFormat = floatWaveFormat(2, kMixSampleRate);
 constexpr std::int64_t kUnitsPerSecond = 10'000'000; // of 100 ns
 // A stream that the server ended, as it does when the user moves the playback to another sink.
-constexpr pa_usec_t kRetryInterval = 500 * PA_USEC_PER_MSEC;
+constexpr std::chrono::milliseconds kRetryInterval(500);
 // Sound that begins, or begins again, goes out behind a little silence: the render thread then has something
 // in hand when a packet is late.
 constexpr std::chrono::milliseconds kRestAfter(100);
@@ -171,10 +172,8 @@ HResult PulseProcessCapture::stopCapture() {
     }
     capturing = false;
     server->removeObserver(*this);
-    if (retry != nullptr) {
-        server->api().time_free(retry);
-        retry = nullptr;
-    }
+    forget(retry);
+    forget(rest);
     connectionLost();
     return kHResultOk;
 }
@@ -237,21 +236,41 @@ void PulseProcessCapture::scheduleRetry() {
     if (retry != nullptr) {
         return;
     }
+    retry = timeEvent(kRetryInterval, [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
+        auto* const capture = static_cast<PulseProcessCapture*>(self);
+        capture->forget(capture->retry);
+        capture->playbacksChanged(*capture->server);
+    });
+}
+
+pa_time_event* PulseProcessCapture::timeEvent(std::chrono::milliseconds delay, pa_time_event_cb_t callback) {
     timeval when{};
-    pa_timeval_add(pa_gettimeofday(&when), kRetryInterval);
-    retry = server->api().time_new(
-        &server->api(), &when,
-        [](pa_mainloop_api* api, pa_time_event* event, const timeval*, void* self) {
-            auto* const capture = static_cast<PulseProcessCapture*>(self);
-            api->time_free(event);
-            capture->retry = nullptr;
-            capture->playbacksChanged(*capture->server);
-        },
-        this);
+    pa_timeval_add(pa_gettimeofday(&when), static_cast<pa_usec_t>(delay.count()) * PA_USEC_PER_MSEC);
+    return server->api().time_new(&server->api(), &when, callback, this);
+}
+
+void PulseProcessCapture::forget(pa_time_event*& event) {
+    if (event != nullptr) {
+        server->api().time_free(event);
+        event = nullptr;
+    }
+}
+
+// Looks now and then, not at every packet, whether packets still come.
+void PulseProcessCapture::awaitRest() {
+    rest = timeEvent(kRestAfter, [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
+        auto* const capture = static_cast<PulseProcessCapture*>(self);
+        capture->forget(capture->rest);
+        if (std::chrono::steady_clock::now() - capture->lastPacket < kRestAfter) {
+            capture->awaitRest();
+            return;
+        }
+        capture->buffers.addInputData(capture->processId, kSilence.data(), sizeof(kSilence), kFormat);
+        capture->buffers.updateBusLevels();
+    });
 }
 
 void PulseProcessCapture::handOver(std::span<const float> stereo) {
-    constexpr WaveFormat kFormat = floatWaveFormat(2, kMixSampleRate);
     const auto now = std::chrono::steady_clock::now();
     if (now - lastPacket > kRestAfter) {
         buffers.addInputData(processId, kSilence.data(), sizeof(kSilence), kFormat);
@@ -259,4 +278,7 @@ void PulseProcessCapture::handOver(std::span<const float> stereo) {
     lastPacket = now;
     buffers.addInputData(processId, stereo.data(), static_cast<std::uint32_t>(stereo.size_bytes()), kFormat);
     buffers.updateBusLevels();
+    if (rest == nullptr) {
+        awaitRest();
+    }
 }

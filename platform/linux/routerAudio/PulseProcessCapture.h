@@ -18,6 +18,9 @@ class PerAppInputBuffers;
 /// hears of the process is not touched and no stream is moved. All packets are 48000 Hz stereo float; the
 /// server converts.
 ///
+/// The server says nothing of a process that plays no more. So that its meters and those of the buses do not
+/// stand where they were, its last packet is followed by one of silence.
+///
 /// A capture stays in force while the server is away and records again when it is back. Packets are handed
 /// over on the server's thread; start and stop belong to the router's.
 class PulseProcessCapture final : public ProcessCapture, private PulseServer::Observer {
@@ -38,6 +41,9 @@ private:
     void connectionLost() override;
     [[nodiscard]] bool isTarget(const PulsePlayback& playback);
     void scheduleRetry();
+    [[nodiscard]] pa_time_event* timeEvent(std::chrono::milliseconds delay, pa_time_event_cb_t callback);
+    void forget(pa_time_event*& event);
+    void awaitRest();
     void handOver(std::span<const float> stereo);
 
     std::shared_ptr<PulseServer> server;
@@ -52,5 +58,6 @@ private:
     std::map<std::uint32_t, std::unique_ptr<Recording>> recordings; // by sink input
     std::map<std::uint32_t, bool> decided;                          // by sink input: whether it is a target's
     pa_time_event* retry = nullptr;
+    pa_time_event* rest = nullptr; // while packets come, and a little longer
     std::chrono::steady_clock::time_point lastPacket;
 };

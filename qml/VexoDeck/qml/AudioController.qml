@@ -74,16 +74,24 @@ Item {
         eventsChanged(eventType, muted);
     }
 
+    // To the strip with this identifier; without one to the monitor output.
+    function passSolo(identifier: string) {
+        if (ConfigMgr.getValue(ConfigMgr.keys.listen) !== bundleIdentifier || identifier === bundleIdentifier)
+            return;
+        const heir = identifier === "" ? "listen" : identifier;
+        ConfigMgr.setValue(ConfigMgr.keys.listen, heir);
+        MessageBus.publishListenModeChanged(heir);
+    }
+
     function removeStrip() {
-        if (ConfigMgr.getValue(ConfigMgr.keys.listen) === bundleIdentifier) {
-            ConfigMgr.setValue(ConfigMgr.keys.listen, "listen");
-            MessageBus.publishListenModeChanged("listen");
-        }
+        passSolo("");
         deleteApp();
     }
 
+    // A strip that holds solo keeps it under its new application's identifier.
     function pickApp(app: var) {
         appPicked(app);
+        passSolo(app.bundleIdentifier);
         currentApp = app;
     }
 

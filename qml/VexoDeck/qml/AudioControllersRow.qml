@@ -58,8 +58,10 @@ Row {
     function getAudioControlles() {
         const stored = ConfigMgr.getStringList(ConfigMgr.keys.appList);
         const kept = stored.filter(text => AppInventory.parsed(text)).slice(0, maxAudioControllers);
-        if (kept.length < stored.length)
+        if (kept.length < stored.length) {
+            console.log("Entries of appList that are broken or too many, removed:", stored.length - kept.length);
             ConfigMgr.setStringList(ConfigMgr.keys.appList, kept);
+        }
         kept.forEach(text => addEntry(AppInventory.parsed(text)));
     }
 
@@ -171,7 +173,7 @@ Row {
             objectName: "strip" + index
             width: audioControllersRow.stripWidth
             height: audioControllersRow.height
-            showType: 3
+            showType: StripKind.Source
             appIndex: index
             currentApp: JSON.parse(entryText)
             onCurrentAppChanged: audioControllersRow.handleAppChanged(index, currentApp)

@@ -157,7 +157,8 @@ Item {
         Row {
             id: row
 
-            spacing: 8
+            // The last tile in view is cut: there are more behind it.
+            spacing: 4
 
             Repeater {
                 model: eqSelect.dataList.length

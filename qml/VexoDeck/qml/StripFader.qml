@@ -64,6 +64,7 @@ Item {
             id: meter
 
             objectName: "meter"
+            owner: stripFader.name
             height: parent.height - captions.height - 4
         }
         Row {

@@ -281,6 +281,20 @@ TEST_F(Commands, AnAutomaticGainCanBeMadeShort) {
     EXPECT_EQ(run("get mic_gain").at("bytes"), "16");
 }
 
+TEST_F(Commands, AnAutomaticGainCanReportItsEndBehindTheGain) {
+    host.login();
+    run("auto-gain 50 10 22 end");
+    run("set auto_gain 1");
+    host.clear();
+    host.advance(50);
+    const std::vector<LinkFrame> reports = host.framesOf(kAttributeSubscription);
+    ASSERT_EQ(reports.size(), 2U);
+    EXPECT_EQ(toHex(reports[0].payload), "050116");
+    EXPECT_EQ(toHex(reports[1].payload), "030100");
+    EXPECT_FALSE(interpreter.execute("auto-gain 50 10 22 ends").answer.at("ok").get<bool>());
+    EXPECT_FALSE(interpreter.execute("auto-gain 50 10 22 end 1").answer.at("ok").get<bool>());
+}
+
 TEST_F(Commands, AnAutomaticGainCanBeLeftWithoutAnAnswer) {
     host.login();
     run("auto-gain never");
