@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QPainter>
+#include <QPromise>
 #include <QRegularExpression>
 #include <QSaveFile>
 #include <QSet>
@@ -14,35 +15,39 @@
 #include <QThreadPool>
 
 #include <algorithm>
-#include <atomic>
 #include <memory>
+#include <thread>
+#include <vector>
 
 namespace {
 
-constexpr int kIconThreads = 8;
+constexpr qsizetype kIconThreads = 8;
 
-// The threads that make icons of running programs; joined at the end of the process.
-QThreadPool& iconPool() {
-    static QThreadPool pool;
-    pool.setMaxThreadCount(kIconThreads);
-    return pool;
+// Makes the icons on threads of their own, a chunk of the sessions on each, and waits for them.
+void extractIcons(const QList<AudioSessionInfo>& sessions, const IconReady& onIconReady) {
+    const qsizetype threadCount = std::min(sessions.size(), kIconThreads);
+    if (threadCount == 0) {
+        return;
+    }
+    const qsizetype chunkSize = (sessions.size() + threadCount - 1) / threadCount;
+    std::vector<std::jthread> threads;
+    for (qsizetype first = 0; first < sessions.size(); first += chunkSize) {
+        threads.emplace_back([chunk = sessions.mid(first, chunkSize), &onIconReady] {
+            for (const AudioSessionInfo& session : chunk) {
+                onIconReady(session.processId, extractIconToFile(session.executablePath, session.processId));
+            }
+        });
+    }
 }
 
 void startIconExtraction(const QList<AudioSessionInfo>& sessions, const IconReady& onIconReady,
                          const AllIconsReady& onAllIconsReady) {
-    if (sessions.isEmpty()) {
+    // The coordinating threads, one for each list; joined at the end of the process.
+    static QThreadPool coordinators;
+    coordinators.start([sessions, onIconReady, onAllIconsReady] {
+        extractIcons(sessions, onIconReady);
         onAllIconsReady();
-        return;
-    }
-    const auto left = std::make_shared<std::atomic<qsizetype>>(sessions.size());
-    for (const AudioSessionInfo& session : sessions) {
-        iconPool().start([session, left, onIconReady, onAllIconsReady] {
-            onIconReady(session.processId, extractIconToFile(session.executablePath, session.processId));
-            if (--*left == 0) {
-                onAllIconsReady();
-            }
-        });
-    }
+    });
 }
 
 bool isOwnProgram(const QString& name) {
@@ -77,6 +82,21 @@ void collectPrograms(const QString& folder, const QString& suffix, int depth, QS
     }
 }
 
+void generateIcon(const QString& exePath, const QString& iconPath, const QString& name) {
+    if (QFileInfo::exists(iconPath)) {
+        return;
+    }
+    const std::optional<QImage> picture = installedProgramIcon(exePath);
+    if (!picture) {
+        return;
+    }
+    if (picture->isNull()) {
+        qWarning() << "未能生成图标:" << name;
+        return;
+    }
+    static_cast<void>(saveIcon(*picture, iconPath));
+}
+
 QString programIconFolder() {
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + QStringLiteral("/app_icons");
 }
@@ -96,12 +116,16 @@ QString fileStem(const QString& path) {
     return dot >= 0 ? name.left(dot) : name;
 }
 
-QString sessionIconPath(const QString& executablePath, std::uint32_t processId) {
+QString sessionIconPath(const QString& temporaryFolder, const QString& executablePath,
+                        std::uint32_t processId) {
+    if (temporaryFolder.isEmpty()) {
+        return {};
+    }
     QString stem = fileStem(executablePath);
     if (stem.isEmpty()) {
         stem = QStringLiteral("process_%1").arg(processId);
     }
-    return QDir::tempPath() + QStringLiteral("/VexoDeck/icons/") + stem + QStringLiteral(".png");
+    return temporaryFolder + QStringLiteral("/VexoDeck/icons/") + stem + QStringLiteral(".png");
 }
 
 QString programIconFileName(const QString& baseName) {
@@ -158,7 +182,7 @@ QList<AudioSessionInfo> audioSessionsFrom(const QList<RawAudioSession>& sessions
         }
         info.state = session.state;
         if (!info.executablePath.isEmpty()) {
-            info.iconPath = sessionIconPath(info.executablePath, info.processId);
+            info.iconPath = sessionIconPath(temporaryFolder(), info.executablePath, info.processId);
         }
         result.append(info);
     }
@@ -214,19 +238,6 @@ QVariantList withInputDevices(QVariantList applications, const QVariantList& inp
     return applications;
 }
 
-QString extractIconToFile(const QString& executablePath, std::uint32_t processId) {
-    QString path = sessionIconPath(executablePath, processId);
-    // Made once: an icon stays until the temporary folder is cleared.
-    if (QFileInfo(path).isFile()) {
-        return path;
-    }
-    if (!makePrivateFolder(QFileInfo(path).absolutePath())) {
-        return {};
-    }
-    const QImage picture = runningProgramIcon(executablePath, processId);
-    return !picture.isNull() && saveIcon(picture, path) ? path : QString();
-}
-
 // ---- installed programs
 
 QVariantList installedProgramMaps() {
@@ -248,29 +259,19 @@ QVariantList installedProgramMaps() {
         if (iconsCanBeKept && program.hasIcon) {
             const QString iconPath = iconFolder + QLatin1Char('/') + programIconFileName(program.baseName);
             map.insert(QStringLiteral("iconFilePath"), fileUrl(iconPath));
-            generateIconAsync(program.path, iconPath, program.name);
+            static_cast<void>(generateIconAsync(program.path, iconPath, program.name));
         }
         maps.append(map);
     }
     return maps;
 }
 
-void generateIconAsync(const QString& exePath, const QString& iconPath, const QString& name) {
-    if (QFileInfo::exists(iconPath)) {
-        return;
-    }
-    QThreadPool::globalInstance()->start([exePath, iconPath, name] {
-        if (QFileInfo::exists(iconPath)) {
-            return;
-        }
-        const std::optional<QImage> picture = installedProgramIcon(exePath);
-        if (!picture) {
-            return;
-        }
-        if (picture->isNull()) {
-            qWarning() << "未能生成图标:" << name;
-            return;
-        }
-        static_cast<void>(saveIcon(*picture, iconPath));
+QFuture<void> generateIconAsync(const QString& exePath, const QString& iconPath, const QString& name) {
+    const auto promise = std::make_shared<QPromise<void>>();
+    promise->start();
+    QThreadPool::globalInstance()->start([promise, exePath, iconPath, name] {
+        generateIcon(exePath, iconPath, name);
+        promise->finish();
     });
+    return promise->future();
 }

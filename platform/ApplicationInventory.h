@@ -4,8 +4,9 @@
 // contract. Both inventories give each entry an icon as a PNG file, which may come after the list.
 //
 // The UI thread. Nothing fails: a missing piece is a shorter list, or an entry without an icon. Only icons
-// are made elsewhere, on up to 8 threads, and for installed programs on the global thread pool.
+// are made elsewhere, on up to 8 threads for each list, and for installed programs on the global thread pool.
 
+#include <QFuture>
 #include <QList>
 #include <QString>
 #include <QVariantList>
@@ -46,8 +47,10 @@ using AllIconsReady = std::function<void()>;
 /// "iconFilePath" where an icon may come.
 [[nodiscard]] QVariantList installedProgramMaps();
 
-/// Makes the PNG of an installed program on the global thread pool, unless it is there.
-void generateIconAsync(const QString& exePath, const QString& iconPath, const QString& name);
+/// Makes the PNG of an installed program on the global thread pool, unless it is there. The future ends with
+/// that, and may be dropped.
+[[nodiscard]] QFuture<void> generateIconAsync(const QString& exePath, const QString& iconPath,
+                                              const QString& name);
 
 /// Makes the PNG of a running program, unless it is there; its path, or empty. Any thread.
 QString extractIconToFile(const QString& executablePath, std::uint32_t processId);
@@ -77,7 +80,9 @@ struct RawAudioSession {
 [[nodiscard]] QString fileStem(const QString& path);
 
 /// Where the icon of a running program lies: the stem of its executable, "process_" and the id without one.
-[[nodiscard]] QString sessionIconPath(const QString& executablePath, std::uint32_t processId);
+/// Empty without a temporary folder.
+[[nodiscard]] QString sessionIconPath(const QString& temporaryFolder, const QString& executablePath,
+                                      std::uint32_t processId);
 
 /// The file name of an installed program's icon: every character but letters, digits, "_" and "-" as "_".
 [[nodiscard]] QString programIconFileName(const QString& baseName);

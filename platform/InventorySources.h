@@ -18,8 +18,9 @@
 /// The name that a program gives itself, in the user's language; empty when it has none.
 [[nodiscard]] QString getFileDisplayName(const QString& path);
 
-/// The icon of a running program; null when there is none. Any thread.
-[[nodiscard]] QImage runningProgramIcon(const QString& executablePath, std::uint32_t processId);
+/// The folder for temporary files, without a separator at its end; empty when the system tells none. Any
+/// thread.
+[[nodiscard]] QString temporaryFolder();
 
 /// One installed program.
 struct InstalledProgram {
@@ -34,6 +35,3 @@ struct InstalledProgram {
 
 /// The icon of an installed program: nothing when it has none, null when that cannot be read. Any thread.
 [[nodiscard]] std::optional<QImage> installedProgramIcon(const QString& path);
-
-/// Makes a folder for this user alone, with those above it; false when somebody else's is in its place.
-[[nodiscard]] bool makePrivateFolder(const QString& path);

@@ -79,6 +79,12 @@ QString getFileDisplayName(const QString& path) {
     return entry != nullptr ? entry->name : QString();
 }
 
+QString temporaryFolder() {
+    return QDir::tempPath();
+}
+
+namespace {
+
 QImage runningProgramIcon(const QString& executablePath, std::uint32_t processId) {
     const QList<DesktopEntry> entries = readDesktopEntries();
     const DesktopEntry* const entry = entryOfExecutable(entries, executablePath);
@@ -90,6 +96,32 @@ QImage runningProgramIcon(const QString& executablePath, std::uint32_t processId
         }
     }
     return {};
+}
+
+// Makes a folder for this user alone, with those above it; false when somebody else's is in its place.
+bool makePrivateFolder(const QString& path) {
+    if (!QDir().mkpath(path)) {
+        return false;
+    }
+    // The temporary folder belongs to everybody: a folder that somebody else made first is not used.
+    struct stat status{};
+    const QByteArray name = QFile::encodeName(path);
+    return lstat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == getuid();
+}
+
+} // namespace
+
+QString extractIconToFile(const QString& executablePath, std::uint32_t processId) {
+    QString path = sessionIconPath(temporaryFolder(), executablePath, processId);
+    // Made once: an icon stays until the temporary folder is cleared.
+    if (QFileInfo(path).isFile()) {
+        return path;
+    }
+    if (!makePrivateFolder(QFileInfo(path).absolutePath())) {
+        return {};
+    }
+    const QImage picture = runningProgramIcon(executablePath, processId);
+    return !picture.isNull() && saveIcon(picture, path) ? path : QString();
 }
 
 QList<InstalledProgram> installedPrograms() {
@@ -110,14 +142,4 @@ std::optional<QImage> installedProgramIcon(const QString& path) {
     }
     const QString icon = parseDesktopEntry(file.readAll(), {}, {}).icon;
     return icon.isEmpty() ? std::nullopt : std::optional(loadIcon(icon, kIconFileSize));
-}
-
-bool makePrivateFolder(const QString& path) {
-    if (!QDir().mkpath(path)) {
-        return false;
-    }
-    // The temporary folder belongs to everybody: a folder that somebody else made first is not used.
-    struct stat status{};
-    const QByteArray name = QFile::encodeName(path);
-    return lstat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == getuid();
 }

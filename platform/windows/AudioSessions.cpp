@@ -4,7 +4,6 @@
 #include <audiopolicy.h>
 #include <memory>
 #include <objbase.h>
-#include <psapi.h>
 #include <wrl/client.h>
 
 using Microsoft::WRL::ComPtr;
@@ -23,18 +22,8 @@ struct CloseProcess {
 };
 using ProcessHandle = std::unique_ptr<HANDLE, CloseProcess>;
 
-ProcessHandle openProcess(std::uint32_t processId) {
-    return ProcessHandle(OpenProcess(kQueryRights, FALSE, processId));
-}
-
-QString processFileName(std::uint32_t processId) {
-    const ProcessHandle process = openProcess(processId);
-    std::array<wchar_t, MAX_PATH> name{};
-    if (process == nullptr ||
-        GetModuleBaseNameW(process.get(), nullptr, name.data(), static_cast<DWORD>(name.size())) == 0) {
-        return {};
-    }
-    return QString::fromWCharArray(name.data());
+ProcessHandle openProcess(const InventorySystemCalls& calls, std::uint32_t processId) {
+    return ProcessHandle(calls.openProcess(kQueryRights, processId));
 }
 
 QString displayNameOf(IAudioSessionControl* session) {
@@ -65,17 +54,28 @@ QString stateOf(IAudioSessionControl* session) {
 
 } // namespace
 
-QString processImagePath(std::uint32_t processId) {
-    const ProcessHandle process = openProcess(processId);
+QString processImagePath(const InventorySystemCalls& calls, std::uint32_t processId) {
+    const ProcessHandle process = openProcess(calls, processId);
     std::wstring path(kLongestPath, L'\0');
     DWORD length = kLongestPath;
-    if (process == nullptr || QueryFullProcessImageNameW(process.get(), 0, path.data(), &length) == 0) {
+    if (process == nullptr || calls.queryFullProcessImageName(process.get(), path.data(), &length) == 0) {
         return {};
     }
     return QString::fromWCharArray(path.data(), static_cast<qsizetype>(length));
 }
 
-QList<RawAudioSession> audioSessions(const AudioSystemCalls& calls) {
+QString processFileName(const InventorySystemCalls& calls, std::uint32_t processId) {
+    const ProcessHandle process = openProcess(calls, processId);
+    std::array<wchar_t, MAX_PATH> name{};
+    if (process == nullptr ||
+        calls.getModuleBaseName(process.get(), name.data(), static_cast<DWORD>(name.size())) == 0) {
+        return {};
+    }
+    return QString::fromWCharArray(name.data());
+}
+
+QList<RawAudioSession> audioSessions(const AudioSystemCalls& calls,
+                                     const InventorySystemCalls& inventoryCalls) {
     ComPtr<IMMDeviceEnumerator> enumerator;
     ComPtr<IMMDevice> device;
     ComPtr<IAudioSessionManager2> manager;
@@ -100,7 +100,8 @@ QList<RawAudioSession> audioSessions(const AudioSystemCalls& calls) {
             continue;
         }
         found.append({static_cast<std::uint32_t>(processId), displayNameOf(session.Get()),
-                      processImagePath(processId), processFileName(processId), stateOf(session.Get())});
+                      processImagePath(inventoryCalls, processId), processFileName(inventoryCalls, processId),
+                      stateOf(session.Get())});
     }
     return found;
 }

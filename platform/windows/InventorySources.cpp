@@ -15,15 +15,15 @@ constexpr int kProgramDepth = 3;
 } // namespace
 
 QList<RawAudioSession> rawAudioSessions() {
-    return audioSessions(windowsAudioSystemCalls());
+    return audioSessions(windowsAudioSystemCalls(), windowsInventorySystemCalls());
 }
 
 QString getFileDisplayName(const QString& path) {
-    return QString::fromStdWString(versionDisplayName(path.toStdWString()));
+    return QString::fromStdWString(versionDisplayName(windowsInventorySystemCalls(), path.toStdWString()));
 }
 
-QImage runningProgramIcon(const QString& executablePath, std::uint32_t) {
-    return extractIcon(executablePath.toStdWString());
+QString temporaryFolder() {
+    return temporaryFolder(windowsInventorySystemCalls());
 }
 
 QList<InstalledProgram> installedPrograms() {
@@ -44,8 +44,4 @@ std::optional<QImage> installedProgramIcon(const QString& path) {
         return std::nullopt;
     }
     return icon.pixmap(kIconFileSize, kIconFileSize).toImage();
-}
-
-bool makePrivateFolder(const QString& path) {
-    return QDir().mkpath(path);
 }

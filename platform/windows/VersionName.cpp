@@ -65,35 +65,35 @@ std::wstring displayNameOf(const VersionQuery& version) {
     return kept;
 }
 
-std::wstring versionDisplayName(std::wstring path) {
+std::wstring versionDisplayName(const InventorySystemCalls& calls, std::wstring path) {
     if (path.empty()) {
         return {};
     }
     std::ranges::replace(path, L'/', L'\\');
-    DWORD unused = 0;
-    const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &unused);
+    const DWORD size = calls.getFileVersionInfoSize(path.c_str());
     if (size == 0) {
         return {};
     }
     std::vector<std::byte> block(size);
-    if (GetFileVersionInfoW(path.c_str(), 0, size, block.data()) == 0) {
+    if (calls.getFileVersionInfo(path.c_str(), size, block.data()) == 0) {
         return {};
     }
-    return displayNameOf([&block](const std::wstring& name) -> std::optional<std::span<const std::byte>> {
-        void* value = nullptr;
-        UINT length = 0;
-        if (VerQueryValueW(block.data(), name.c_str(), &value, &length) == 0 || value == nullptr) {
-            return std::nullopt;
-        }
-        // Texts are counted in characters, everything else in bytes. A damaged block may count beyond its
-        // end.
-        const bool text = name.starts_with(L"\\StringFileInfo\\");
-        const auto* const first = static_cast<const std::byte*>(value);
-        const auto* const end = block.data() + block.size();
-        if (first < block.data() || first > end) {
-            return std::nullopt;
-        }
-        const std::size_t bytes = std::size_t{length} * (text ? sizeof(wchar_t) : 1);
-        return std::span(first, std::min(bytes, static_cast<std::size_t>(end - first)));
-    });
+    return displayNameOf(
+        [&calls, &block](const std::wstring& name) -> std::optional<std::span<const std::byte>> {
+            void* value = nullptr;
+            UINT length = 0;
+            if (calls.verQueryValue(block.data(), name.c_str(), &value, &length) == 0 || value == nullptr) {
+                return std::nullopt;
+            }
+            // Texts are counted in characters, everything else in bytes. A damaged block may count beyond its
+            // end.
+            const bool text = name.starts_with(L"\\StringFileInfo\\");
+            const auto* const first = static_cast<const std::byte*>(value);
+            const auto* const end = block.data() + block.size();
+            if (first < block.data() || first > end) {
+                return std::nullopt;
+            }
+            const std::size_t bytes = std::size_t{length} * (text ? sizeof(wchar_t) : 1);
+            return std::span(first, std::min(bytes, static_cast<std::size_t>(end - first)));
+        });
 }

@@ -2,6 +2,8 @@
 
 // The name that a program's version block gives it.
 
+#include "platform/windows/InventorySystemCalls.h"
+
 #include <functional>
 #include <optional>
 #include <span>
@@ -17,4 +19,4 @@ using VersionQuery = std::function<std::optional<std::span<const std::byte>>(con
 
 /// The same for an executable, with either kind of separators in its path. Empty without a version block. Any
 /// thread.
-[[nodiscard]] std::wstring versionDisplayName(std::wstring path);
+[[nodiscard]] std::wstring versionDisplayName(const InventorySystemCalls& calls, std::wstring path);

@@ -1,9 +1,9 @@
 #include "platform/windows/WindowInventory.h"
 
 #include "platform/ApplicationInventory.h"
-#include "platform/InventorySources.h"
 #include "platform/windows/AudioSessions.h"
 #include "platform/windows/IconExtraction.h"
+#include "platform/windows/VersionName.h"
 
 #include <QBuffer>
 #include <QDebug>
@@ -32,9 +32,9 @@ BOOL CALLBACK noteWindow(HWND window, LPARAM list) {
 }
 
 // The icon as PNG, in text; empty, with its line, when there is none.
-QByteArray iconAsBase64(const QString& exePath) {
+QByteArray iconAsBase64(const InventorySystemCalls& calls, const QString& exePath) {
     QImage picture;
-    switch (drawIcon(exePath.toStdWString(), true, picture)) {
+    switch (drawIcon(calls, exePath.toStdWString(), true, picture)) {
     case IconStep::GdiPlus:
         qWarning() << "GDI+ 初始化失败";
         return {};
@@ -54,25 +54,26 @@ QByteArray iconAsBase64(const QString& exePath) {
 
 } // namespace
 
-QList<TopLevelWindow> topLevelWindows() {
+QList<TopLevelWindow> topLevelWindows(const InventorySystemCalls& calls) {
     QList<TopLevelWindow> windows;
-    EnumWindows(noteWindow, reinterpret_cast<LPARAM>(&windows));
+    calls.enumWindows(noteWindow, reinterpret_cast<LPARAM>(&windows));
     return windows;
 }
 
-QVariantList windowApplicationMaps() {
+QVariantList windowApplicationMaps(const InventorySystemCalls& calls) {
     QVariantList maps;
     QSet<std::uint32_t> seen;
-    for (const TopLevelWindow& window : topLevelWindows()) {
+    for (const TopLevelWindow& window : topLevelWindows(calls)) {
         if (seen.contains(window.processId)) {
             continue;
         }
         seen.insert(window.processId);
-        const QString path = processImagePath(window.processId);
-        const QString ownName = getFileDisplayName(path);
-        const QString iconPath = sessionIconPath(path, window.processId);
-        if (!path.isEmpty() && makePrivateFolder(QFileInfo(iconPath).absolutePath())) {
-            saveIconAsyncToFile(path, window.processId, iconPath);
+        const QString path = processImagePath(calls, window.processId);
+        const QString ownName = QString::fromStdWString(versionDisplayName(calls, path.toStdWString()));
+        const QString iconPath = sessionIconPath(temporaryFolder(calls), path, window.processId);
+        if (!path.isEmpty() && !iconPath.isEmpty()) {
+            makeIconFolder(calls, QFileInfo(iconPath).path());
+            saveIconAsyncToFile(calls, path, window.processId, iconPath);
         }
         maps.append(QVariantMap{
             {QStringLiteral("processIdentifier"), QString::number(window.processId)},
@@ -87,12 +88,13 @@ QVariantList windowApplicationMaps() {
     return maps;
 }
 
-void saveIconAsyncToFile(const QString& exePath, std::uint32_t, const QString& iconPath) {
-    QThreadPool::globalInstance()->start([exePath, iconPath] {
+void saveIconAsyncToFile(const InventorySystemCalls& calls, const QString& exePath, std::uint32_t,
+                         const QString& iconPath) {
+    QThreadPool::globalInstance()->start([&calls, exePath, iconPath] {
         if (QFileInfo(iconPath).size() > 0) {
             return;
         }
-        const QByteArray png = QByteArray::fromBase64(iconAsBase64(exePath));
+        const QByteArray png = QByteArray::fromBase64(iconAsBase64(calls, exePath));
         QFile file(iconPath);
         if (!png.isEmpty() && file.open(QIODevice::WriteOnly)) {
             file.write(png);

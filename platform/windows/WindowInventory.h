@@ -3,6 +3,8 @@
 // The running programs by their top-level windows: another way to an inventory than the sound sessions, with
 // the same keys. The bridge does not ask for it.
 
+#include "platform/windows/InventorySystemCalls.h"
+
 #include <QString>
 #include <QVariantList>
 
@@ -15,12 +17,13 @@ struct TopLevelWindow {
 };
 
 /// The visible windows without owner and without the tool-window style, in the system's order.
-[[nodiscard]] QList<TopLevelWindow> topLevelWindows();
+[[nodiscard]] QList<TopLevelWindow> topLevelWindows(const InventorySystemCalls& calls);
 
 /// One map for each process that has such a window: the keys of getWindowsRunningApplicationsWithIcon(), and
 /// "isHidden", false. Icons come later, from the global thread pool.
-[[nodiscard]] QVariantList windowApplicationMaps();
+[[nodiscard]] QVariantList windowApplicationMaps(const InventorySystemCalls& calls);
 
 /// Writes the icon of a program as PNG on the global thread pool, unless the file is there with a size above
-/// 0.
-void saveIconAsyncToFile(const QString& exePath, std::uint32_t processId, const QString& iconPath);
+/// 0. The calls outlive that.
+void saveIconAsyncToFile(const InventorySystemCalls& calls, const QString& exePath, std::uint32_t processId,
+                         const QString& iconPath);

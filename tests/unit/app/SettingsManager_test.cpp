@@ -1,10 +1,6 @@
 #include "app/SettingsManager.h"
-#include "tests/support/LogCapture.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
 #include <QJSEngine>
 #include <QSignalSpy>
 
@@ -12,38 +8,27 @@
 
 namespace {
 
-/// Gives access to the store's file.
-class SettingsManagerFile : public SettingsManager {
+const QString kProduct = QStringLiteral("Vexo Deck Settings Test");
+
+/// A product of its own: not every system lets a test have a store besides the user's.
+class OwnProduct {
 public:
-    [[nodiscard]] QString fileName() const { return settings->fileName(); }
-    [[nodiscard]] QSettings::Format format() const { return settings->format(); }
+    OwnProduct() { QCoreApplication::setApplicationName(kProduct); }
+    ~OwnProduct() { QCoreApplication::setApplicationName(before); }
+    OwnProduct(const OwnProduct&) = delete;
+    OwnProduct& operator=(const OwnProduct&) = delete;
+
+private:
+    const QString before = QCoreApplication::applicationName();
 };
 
 /// A manager on an emptied store.
 class SettingsManagerTest : public testing::Test {
 protected:
     void SetUp() override { manager.clear(); }
+    void TearDown() override { manager.clear(); }
 
-    /// The store's file, which exists and has no line of the key.
-    QString fileWithout(const QString& key) {
-        manager.setValue("other", 1);
-        manager.removeValue(key);
-        manager.sync();
-        return SettingsManagerFile().fileName();
-    }
-
-    /// The line of "volume" as it stands on the disk, empty where there is none.
-    static QByteArray written(const QString& path) {
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-        for (const QByteArray& line : file.readAll().split('\n')) {
-            if (line.startsWith("volume=")) {
-                return line;
-            }
-        }
-        return {};
-    }
-
+    const OwnProduct product;
     SettingsManager manager;
 };
 
@@ -57,16 +42,6 @@ public:
 };
 
 } // namespace
-
-TEST_F(SettingsManagerTest, StoreIsNamedAfterTheProductInTheNativeFormat) {
-    const LogCapture log;
-    const SettingsManagerFile store;
-    EXPECT_TRUE(store.fileName().endsWith(QStringLiteral("/Vexo Deck/Settings.conf")))
-        << store.fileName().toStdString();
-    EXPECT_EQ(store.format(), QSettings::NativeFormat);
-    EXPECT_EQ(log.texts(QtDebugMsg),
-              QStringList(QStringLiteral("QSettings file path:  \"%1\"").arg(store.fileName())));
-}
 
 TEST_F(SettingsManagerTest, LaterStoresDefaultToTheIniFormatWithoutEffectOnThisOne) {
     EXPECT_EQ(QSettings::defaultFormat(), QSettings::IniFormat);
@@ -82,42 +57,17 @@ TEST_F(SettingsManagerTest, SetValueEmitsWhenTheValueDiffers) {
     EXPECT_EQ(manager.getValue("volume"), QVariant(4));
 }
 
-TEST_F(SettingsManagerTest, SettingThePresentValueWritesButDoesNotEmit) {
-    manager.setValue("volume", 3);
-    manager.sync();
-    const QString path = SettingsManagerFile().fileName();
-    ASSERT_TRUE(QFile::exists(path));
-    const QSignalSpy changes(&manager, &SettingsManager::valueChanged);
-    ASSERT_TRUE(QFile::remove(path));
-    manager.setValue("volume", 3);
-    manager.sync();
-    EXPECT_EQ(changes.size(), 0);
-    EXPECT_TRUE(QFile::exists(path)) << "the value was not written";
-}
-
-TEST_F(SettingsManagerTest, ChangesReachTheDiskTogether) {
-    const QString path = fileWithout("volume");
-    const QDeadlineTimer early(250);
-    // As a dragged slider does, with turns of the event loop in between.
-    for (int step = 0; step < 20; ++step) {
-        manager.setValue("volume", step);
-        QCoreApplication::processEvents();
-        EXPECT_TRUE(early.hasExpired() || written(path).isEmpty()) << "step " << step;
+TEST_F(SettingsManagerTest, SettingThePresentValueDoesNotEmit) {
+    // As the store gives them back, which need not be as they were given.
+    for (const QVariant& value : {QVariant(3), QVariant(true), QVariant(false), QVariant(0.25),
+                                  QVariant("true"), QVariant(QStringLiteral("三")), QVariant(QString())}) {
+        manager.setValue("present", value);
+        manager.sync();
+        SettingsManager again;
+        const QSignalSpy changes(&again, &SettingsManager::valueChanged);
+        again.setValue("present", value);
+        EXPECT_EQ(changes.size(), 0) << value.typeName() << ' ' << value.toString().toStdString();
     }
-    const QDeadlineTimer patience(10000);
-    while (written(path).isEmpty() && !patience.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    }
-    EXPECT_EQ(written(path), "volume=19");
-}
-
-TEST_F(SettingsManagerTest, WhatIsPendingReachesTheDiskWhenTheProgramQuits) {
-    const QString path = fileWithout("volume");
-    manager.setValue("volume", 7);
-    QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
-    QCoreApplication::exec();
-    EXPECT_EQ(written(path), "volume=7");
 }
 
 TEST_F(SettingsManagerTest, ArrayAndObjectOfTheScriptLanguageAreStoredAsListAndMap) {
@@ -136,8 +86,6 @@ TEST_F(SettingsManagerTest, ArrayAndObjectOfTheScriptLanguageAreStoredAsListAndM
     EXPECT_EQ(other.getStringList("list"), QStringList({"a", "b"}));
     EXPECT_EQ(other.getValue("map"), QVariant(map));
     EXPECT_EQ(other.getValue("number").toInt(), 7);
-    manager.setValue("list", QVariant::fromValue(engine.evaluate("['a', 'b']")));
-    EXPECT_EQ(changes.size(), 3) << "the same list is no change";
 }
 
 TEST_F(SettingsManagerTest, GetValueGivesTheDefaultOrAnInvalidValueForAnAbsentKey) {
@@ -222,22 +170,6 @@ TEST_F(SettingsManagerTest, GetAllKeysListsEveryKey) {
     manager.setValue("b", 1);
     manager.setValue("a", 1);
     EXPECT_EQ(manager.getAllKeys(), QStringList({"a", "b"}));
-}
-
-TEST_F(SettingsManagerTest, DamagedStoreReadsAsEmptyAndTakesNewValues) {
-    const QString path = SettingsManagerFile().fileName();
-    manager.sync();
-    ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    static constexpr char kDamage[] = "\x00\xff[[[=\n%%\x01garbage\xfe=\x80\n[unclosed";
-    file.write(kDamage, sizeof(kDamage) - 1);
-    file.close();
-    SettingsManager damaged;
-    EXPECT_EQ(damaged.getValue("volume", 5), QVariant(5));
-    damaged.setValue("volume", 6);
-    damaged.sync();
-    EXPECT_EQ(damaged.getValue("volume"), QVariant(6));
 }
 
 TEST(SettingsManagerWithoutStoreTest, EveryOperationFallsBack) {

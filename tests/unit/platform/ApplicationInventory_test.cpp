@@ -56,8 +56,9 @@ TEST(AudioSessions, NameComesFromTheImageThenFromTheProcess) {
 }
 
 TEST(AudioSessions, IconPathIsKnownBeforeTheIcon) {
-    EXPECT_EQ(sessionIconPath("/usr/bin/mpv", 7), QDir::tempPath() + "/VexoDeck/icons/mpv.png");
-    EXPECT_EQ(sessionIconPath({}, 7), QDir::tempPath() + "/VexoDeck/icons/process_7.png");
+    EXPECT_EQ(sessionIconPath("/tmp", "/usr/bin/mpv", 7), "/tmp/VexoDeck/icons/mpv.png");
+    EXPECT_EQ(sessionIconPath("/tmp", {}, 7), "/tmp/VexoDeck/icons/process_7.png");
+    EXPECT_EQ(sessionIconPath({}, "/usr/bin/mpv", 7), QString());
 }
 
 TEST(ApplicationMaps, HaveTheKeysThatScreensStore) {

@@ -1,0 +1,13 @@
+#pragma once
+
+// GDI+'s flat functions. Its headers want the names min and max.
+
+#include <algorithm>
+#include <windows.h>
+
+namespace Gdiplus {
+using std::max;
+using std::min;
+} // namespace Gdiplus
+
+#include <gdiplus.h>
