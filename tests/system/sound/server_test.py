@@ -14,6 +14,7 @@ from sound_case import APPS, LONG, PIPEWIRE, SPEAKERS, SoundCase, level_db, main
 AMPLITUDE = 0.25
 LEVEL_DB = 20 * numpy.log10(AMPLITUDE)
 TONE = 1000
+OTHER_TONE = 3000
 # Eight applications at once: the amplitude and the frequencies, whole periods of all of them in 10 ms.
 WHOLE = 0.05
 EIGHT_TONES = [300 + 100 * at for at in range(8)]
@@ -63,14 +64,40 @@ class WithoutServer(SoundCase):
         self.assertFalse((self.sound.runtime / "pulse" / "native").exists())
         self.assertEqual(bridge.end(), 0)
 
-    def test_server_that_comes_later_is_used(self):
+    def test_server_that_comes_later_is_used_for_applications_and_microphones(self):
+        self.sound.write_alsa_devices({"Desk Microphone": "mic"})
         bridge = self.start_bridge()
+        self.assertTrue(bridge.call("AddInputDevice", "Desk Microphone", 0))
+        wait_until(lambda: "Input device not found: Desk Microphone" in bridge.log, "the microphone to be missed")
         self.sound.start()
+        self.sound.add_microphone("mic", "Desk Microphone")
+        self.keep_applications_apart()
+        self.sound.play(tone(OTHER_TONE, 2, AMPLITUDE), "mic_in", "speaker")
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        bridge.route(source(player.pid), source(0))
+        self.wait_for_tones(TONE, OTHER_TONE)
+
+    def test_outputs_that_come_after_their_server_are_used(self):
+        modules, self.sound.modules = self.sound.modules, []
+        self.sound.default_sink = None
+        self.sound.start()
+        bridge = self.start_bridge()
+        wait_until(lambda: "Vexo Deck" in self.sound.pactl("list", "clients"), "the bridge at the server")
+        self.assertNotIn("[BusForwarder] Solo thread started successfully.", bridge.log)
+        for words in modules:
+            self.sound.load(*words)
+        self.keep_applications_apart()
         player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
         bridge.route(source(player.pid))
+        self.wait_for_tones(TONE)
+        # One start without and one with the output; none for the sinks that are no outputs of ours.
+        self.assertEqual(bridge.log.count("AudioRouterAPI initialized successfully"), 2)
+
+    def wait_for_tones(self, *frequencies):
         speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(speakers.stop)
-        self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
+        self.wait_heard(speakers, lambda heard: all(abs(level_db(heard, frequency) - LEVEL_DB) < 0.1 for frequency in frequencies),
+                        f"tones of {frequencies} Hz")
 
     def test_idle_bridge_without_a_server_burns_no_core(self):
         bridge = self.start_bridge()
