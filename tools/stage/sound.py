@@ -285,7 +285,8 @@ class SoundServer:
         return process
 
     def play(self, signal, sink, name="player", rate=RATE, loop=True, latency_ms=20):
-        """Plays a signal into a sink with paplay's sibling, over and over; the process."""
+        """Plays a signal into a sink with paplay's sibling, over and over; the process. Its file, `signal_path`, can be
+        replaced by another signal, which then comes next."""
         path = self.folder / f"signal-{len(self.clients)}.raw"
         path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
         repeat = f'while cat "{path}"; do :; done' if loop else f'cat "{path}"'
@@ -294,6 +295,7 @@ class SoundServer:
         player = self.client(["pacat", "--playback", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
                               f"--device={sink}", f"--client-name={name}", f"--latency-msec={latency_ms}"], stdin=feeder.stdout)
         feeder.stdout.close()
+        player.signal_path = path
         wait_until(lambda: self.playback_of(player.pid) or player.poll() is not None, f"{name} to play")
         return player
 
