@@ -143,6 +143,10 @@ bool AudioRouterService::RefreshDevices() {
     return true;
 }
 
+bool AudioRouterService::HasMissingInput() const {
+    return state->inputMissing;
+}
+
 std::vector<AudioDeviceEntry> AudioRouterService::GetDeviceList(std::int32_t type) const {
     const bool initializeHere = !state->running;
     if (initializeHere && Pa_Initialize() != paNoError) {

@@ -58,6 +58,9 @@ public:
     /// Lets the worker initialise PortAudio anew, the only way in which it sees new devices; false while
     /// stopped.
     [[nodiscard]] bool RefreshDevices();
+    /// Whether a configured input has no open stream: its device is not there, does not open, or is being
+    /// opened.
+    [[nodiscard]] bool HasMissingInput() const;
     /// The devices of PortAudio's WASAPI host, on the caller's thread: type 1 the inputs, 2 the outputs, any
     /// other value all. Empty when PortAudio fails.
     [[nodiscard]] std::vector<AudioDeviceEntry> GetDeviceList(std::int32_t type) const;

@@ -22,6 +22,7 @@ struct AudioRouterState {
     std::vector<std::string> pendingRemovals;
     std::string pendingOutputDevice;           ///< empty: none
     std::atomic<bool> refreshRequested{false}; ///< the next idle pass initialises PortAudio anew
+    std::atomic<bool> inputMissing{false};     ///< a configured input has no open stream
     std::atomic<AudioBlockCallback> audioCallback{nullptr};
 };
 

@@ -263,6 +263,7 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
         config = set.service.config;
         set.currentRate = set.service.sampleRate;
     }
+    set.service.inputMissing = !config.inputs.empty();
     set.inputSlots = findSlots(config);
     if (set.inputSlots.empty()) {
         qDebug()
@@ -308,6 +309,7 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
         const std::lock_guard lock(set.service.mutex);
         set.service.sampleRate = rate;
     }
+    set.service.inputMissing = static_cast<std::size_t>(outcome.opened) < config.inputs.size();
     // Not after a fresh start: that would be an endless cycle on a device that fails right after one.
     if (outcome.deviceError && !reinitialise) {
         qDebug()

@@ -29,6 +29,7 @@ from stage import wait_until  # noqa: E402
 APPLICATIONS = 8
 LATENCY_BUDGET_MS = 60
 CALLBACK_BUDGET = 0.20
+LEAST_STRETCHES = 15  # of 20, in which the copy has to be found
 PROCESSOR_BUDGET = 1.5
 FORMAT = "--raw --format=float32le --rate=48000 --channels=2"
 DEVICE = "VEXO Mixdesk R2"
@@ -78,9 +79,9 @@ def measure_latency(build, sound, folder):
         recorder.stop()
         bridge.end()
     player.kill()
-    if not values:
-        raise RuntimeError("the copy was not found")
-    return statistics.median(values), max(values)
+    if len(values) < LEAST_STRETCHES:
+        raise RuntimeError(f"the copy was found in {len(values)} of 20 stretches only: this machine is too busy to measure on")
+    return statistics.median(values), max(values), len(values)
 
 
 def measure_callback(build, sound, seconds, players):
@@ -141,7 +142,7 @@ def main():
             sound.add_sink("apps", "Applications", hardware=False)
             sound.add_sink("spk", "Speakers")
             sound.add_microphone("mic", DEVICE)
-            latency, worst_latency = measure_latency(build, sound, folder)
+            latency, worst_latency, stretches = measure_latency(build, sound, folder)
             players = [sound.play(tone(300 + 100 * at, 10, 0.05), "apps", f"player{at}") for at in range(APPLICATIONS)]
             callback = measure_callback(build, sound, arguments.seconds, players)
             engine = measure_engine(build, sound, folder, arguments.seconds, players)
@@ -150,7 +151,7 @@ def main():
             bus.terminate()
             bus.wait()
     rows = [
-        ("latency, ms", latency, LATENCY_BUDGET_MS, f"worst of 20: {worst_latency:.1f}"),
+        ("latency, ms", latency, LATENCY_BUDGET_MS, f"worst {worst_latency:.1f}, of {stretches} stretches"),
         ("callback p99.9, of its period", callback["p999_share"], CALLBACK_BUDGET,
          f"{callback['p999_us']:.0f} us, median {callback['median_us']:.0f} us, {callback['calls']} calls"),
         ("processor, times the plain chain", engine / chain, PROCESSOR_BUDGET, f"{engine:.1f} % of a core, chain {chain:.1f} %"),

@@ -25,10 +25,13 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <utility>
 
 namespace {
+
+constexpr std::chrono::milliseconds kSoundDevicesPause(200);
 
 // Tells the plain function that the service calls for each block which bridge to forward to.
 std::atomic<SystemBridge*> blockReceiver{nullptr};
@@ -87,13 +90,16 @@ SystemBridge* SystemBridge::instance() {
 
 SystemBridge::SystemBridge(QObject* parent) : QObject(parent) {
     startRouter();
-    // A router without a sound server has no outputs; it gets them as soon as there is one.
-    soundServerWatch = watchForSoundServer([bridge = QPointer<SystemBridge>(this)] {
+    // What comes together is used together.
+    soundDevicesTimer.setSingleShot(true);
+    soundDevicesTimer.setInterval(kSoundDevicesPause);
+    connect(&soundDevicesTimer, &QTimer::timeout, this, &SystemBridge::useNewSoundDevices);
+    soundDevicesWatch = watchSoundDevices([bridge = QPointer<SystemBridge>(this)] {
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [bridge] {
-                if (bridge) {
-                    bridge->restartRouter();
+                if (bridge && !bridge->soundDevicesTimer.isActive()) {
+                    bridge->soundDevicesTimer.start();
                 }
             },
             Qt::QueuedConnection);
@@ -117,8 +123,19 @@ void SystemBridge::restartRouter() {
     AudioRouterAPI::instance().setAudioConfig(lastConfigs);
 }
 
+// A router that was started without a sound server, or before the server had its outputs, has no output;
+// inputs that were not there, or went with the server, stay configured. Whatever plays or records goes on.
+void SystemBridge::useNewSoundDevices() {
+    if (AudioRouterAPI::instance().isSoloWorthARestart()) {
+        restartRouter();
+    }
+    if (audioRouterService && audioRouterService->HasMissingInput()) {
+        static_cast<void>(audioRouterService->RefreshDevices());
+    }
+}
+
 SystemBridge::~SystemBridge() {
-    soundServerWatch.reset();
+    soundDevicesWatch.reset();
     cleanupNativeBridge();
     if (audioRouterService) {
         audioRouterService->Stop();

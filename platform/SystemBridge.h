@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QTimer>
 #include <QVariantList>
 #include <QVariantMap>
 
@@ -126,6 +127,7 @@ protected:
 private:
     void startRouter();
     void restartRouter();
+    void useNewSoundDevices();
     void initializeNativeBridge();
     void cleanupNativeBridge() const;
 
@@ -139,6 +141,7 @@ private:
     std::unique_ptr<FBiquadChain> filterChain; // the worker's
 
     SettingsReader settingsReader;
-    std::shared_ptr<void> soundServerWatch;
+    QTimer soundDevicesTimer;
+    std::shared_ptr<void> soundDevicesWatch;
     QVariantList lastConfigs; // what the router was given last
 };

@@ -8,13 +8,13 @@ namespace {
 
 class Watch final : public PulseServer::Observer {
 public:
-    Watch(std::shared_ptr<PulseServer> soundServer, std::function<void()> onArrival)
-        : server(std::move(soundServer)), arrived(std::move(onArrival)) {
+    Watch(std::shared_ptr<PulseServer> soundServer, std::function<void()> onDevices)
+        : server(std::move(soundServer)), tell(std::move(onDevices)) {
         const PulseServer::Lock lock(*server);
         server->addObserver(*this);
-        // It may have come since it was looked for.
+        // They may have come since they were looked for.
         if (server->readyContext() != nullptr) {
-            playbacksChanged(*server);
+            tell();
         }
     }
     ~Watch() override {
@@ -24,24 +24,17 @@ public:
     Watch(const Watch&) = delete;
     Watch& operator=(const Watch&) = delete;
 
-    void playbacksChanged(PulseServer&) override {
-        if (arrived) {
-            std::exchange(arrived, nullptr)();
-        }
-    }
+    void playbacksChanged(PulseServer&) override {}
+    void devicesCame() override { tell(); }
     void connectionLost() override {}
 
 private:
     std::shared_ptr<PulseServer> server;
-    std::function<void()> arrived;
+    std::function<void()> tell;
 };
 
 } // namespace
 
-std::shared_ptr<void> watchForSoundServer(std::function<void()> arrived) {
-    std::shared_ptr<PulseServer> server = PulseServer::shared();
-    if (server->awaitReady()) {
-        return nullptr;
-    }
-    return std::make_shared<Watch>(std::move(server), std::move(arrived));
+std::shared_ptr<void> watchSoundDevices(std::function<void()> devicesCame) {
+    return std::make_shared<Watch>(PulseServer::shared(), std::move(devicesCame));
 }

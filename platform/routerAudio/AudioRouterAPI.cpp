@@ -10,6 +10,7 @@
 #include <QDebug>
 #include <QTimer>
 
+#include <algorithm>
 #include <chrono>
 #include <set>
 #include <utility>
@@ -313,4 +314,15 @@ void AudioRouterAPI::shutdownAudioRouter() {
 
 bool AudioRouterAPI::isAudioRouterRunning() const {
     return running;
+}
+
+bool AudioRouterAPI::isSoloWorthARestart() {
+    const std::lock_guard lock(apiMutex);
+    if (!running || forwarder.isSoloOpen()) {
+        return false;
+    }
+    const EndpointEnumeration list = platform.endpoints->activeEndpoints(EndpointFlow::Render);
+    return std::ranges::any_of(list.endpoints, [](const AudioEndpointPointer& endpoint) {
+        return IsRealHardwareDevice(endpoint.get()) && !GetDeviceId(endpoint.get()).empty();
+    });
 }

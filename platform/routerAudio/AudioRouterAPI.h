@@ -90,6 +90,10 @@ public:
     /// Any thread.
     [[nodiscard]] bool isAudioRouterRunning() const;
 
+    /// Whether the router runs without a Solo output although the system has one for it by now: a shutdown
+    /// and another start would open it. The thread that started it.
+    [[nodiscard]] bool isSoloWorthARestart();
+
 private:
     // Alive while posted reports may run: they hold it weakly.
     struct PostedReports {};

@@ -39,6 +39,9 @@ public:
     /// after the outputs that ran already have ended.
     [[nodiscard]] bool start();
 
+    /// Whether the Solo output could be opened. Not during start() and stop().
+    [[nodiscard]] bool isSoloOpen() const { return channels[kSoloId - 1].renderChannel != nullptr; }
+
     /// Ends the threads, each after at most one more period.
     void stop();
 

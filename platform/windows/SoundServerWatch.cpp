@@ -1,6 +1,6 @@
 #include "platform/SoundServerWatch.h"
 
 // Windows' sound service is always there.
-std::shared_ptr<void> watchForSoundServer(std::function<void()>) {
+std::shared_ptr<void> watchSoundDevices(std::function<void()>) {
     return nullptr;
 }

@@ -11,6 +11,9 @@ from system_case import BUILD, CLEANUP_BEGIN, CLEANUP_END, CONNECTED, WAITING_TI
 
 ALREADY_RUNNING = "共享内存已存在，直接退出"
 
+BRIDGE_END = "SystemBridge::cleanupNativeBridge() - Cleaning up"
+CAPTURE_END = "Audio routing service stopped"
+
 
 class StartUp(SystemCase):
     def test_second_start_exits_with_1_prints_its_line_and_opens_no_window(self):
@@ -40,6 +43,8 @@ class StartUp(SystemCase):
         self.assertEqual(program.log.count(CLEANUP_BEGIN), 1)
         self.assertEqual(program.log.count(CLEANUP_END), 1)
         self.assertLess(program.log.index(CLEANUP_BEGIN), program.log.index(CLEANUP_END))
+        # The engine ends the bridge, and that the capture service, once everything else has been cleaned up.
+        self.assert_end_in_order(program, CLEANUP_END, BRIDGE_END, CAPTURE_END)
         # The device scan was on before the document was read.
         self.assertLess(program.log.index("单例创建完成，开始监测设备"), program.log.index("noSuchProperty"))
 
@@ -65,6 +70,11 @@ class StartUp(SystemCase):
         end = program.log[program.log.index(CLEANUP_BEGIN):]
         lines = [CLEANUP_BEGIN, "HIDHotplugManager::stopAndDisconnectDevice 停止监测并断开设备", CLEANUP_END]
         self.assertEqual([line for line in end.splitlines() if line in lines], lines)
+        # Whoever quits stops the capture service first.
+        self.assert_end_in_order(program, CAPTURE_END, CLEANUP_END, BRIDGE_END)
+
+    def assert_end_in_order(self, program, *texts):
+        self.assertEqual([text for line in program.log.splitlines() for text in texts if text in line], list(texts))
 
     def test_look_is_dark_without_a_dark_desktop(self):
         program = self.program_with_root_document("""

@@ -66,17 +66,20 @@ def longest_silence(signal, threshold=1e-4, rate=RATE):
 
 
 class Recorder:
-    """Records a source until stop(); what it has so far is `signal()`."""
+    """Records a source until stop(); what it has so far is `signal()`, from the time `began` on."""
 
     def __init__(self, command, env, rate=RATE):
         self.rate = rate
         self.process = subprocess.Popen(command, env=env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.data = bytearray()
+        self.began = None
         self.thread = threading.Thread(target=self._read, daemon=True)
         self.thread.start()
 
     def _read(self):
         while block := self.process.stdout.read1(65536):
+            if self.began is None:
+                self.began = time.monotonic() - len(block) / 8 / self.rate
             self.data += block
 
     def frames(self):
@@ -134,6 +137,7 @@ class SoundServer:
         self.env.pop("PULSE_RUNTIME_PATH", None)
         self.runtime = runtime
         self.default_sink = None
+        self.answered = None  # the time of the server's first answer
 
     def __enter__(self):
         try:
@@ -170,6 +174,7 @@ class SoundServer:
                 wait_until(lambda: self._takes_connections("pipewire-0"), "pipewire's socket")
         log.close()
         wait_until(lambda: self._pactl("info").returncode == 0, f"{self.kind} to answer")
+        self.answered = time.monotonic()
         ended = [server.args[0] for server in self.servers if server.poll() is not None]
         if ended:
             raise RuntimeError(f"{', '.join(ended)} ended at once:\n{self._log_path().read_text(errors='replace')}")
@@ -231,7 +236,9 @@ class SoundServer:
             said += " " + BUILT_IN
         if properties:
             said += " " + properties
-        return ("module-null-sink", f"sink_name={name}", f"rate={rate or self.rate}", "channels=2",
+        # Left to itself a null sink of PulseAudio plays blocks of 2 s: what begins is heard 2 s later.
+        short_blocks = ["norewinds=1"] if self.kind == PULSEAUDIO else []
+        return ("module-null-sink", f"sink_name={name}", f"rate={rate or self.rate}", "channels=2", *short_blocks,
                 f'sink_properties="{said}"')
 
     def add_sink(self, name, description, hardware=True, properties="", rate=None):
@@ -283,7 +290,8 @@ class SoundServer:
         return process
 
     def play(self, signal, sink, name="player", rate=RATE, loop=True, latency_ms=20):
-        """Plays a signal into a sink with paplay's sibling, over and over; the process."""
+        """Plays a signal into a sink with paplay's sibling, over and over; the process. Its file, `signal_path`, can be
+        replaced by another signal, which then comes next."""
         path = self.folder / f"signal-{len(self.clients)}.raw"
         path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
         repeat = f'while cat "{path}"; do :; done' if loop else f'cat "{path}"'
@@ -292,6 +300,7 @@ class SoundServer:
         player = self.client(["pacat", "--playback", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
                               f"--device={sink}", f"--client-name={name}", f"--latency-msec={latency_ms}"], stdin=feeder.stdout)
         feeder.stdout.close()
+        player.signal_path = path
         wait_until(lambda: self.playback_of(player.pid) or player.poll() is not None, f"{name} to play")
         return player
 

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cstring>
 #include <ranges>
+#include <utility>
 
 namespace {
 
@@ -213,6 +214,7 @@ void PulseServer::finishListing() {
     wasReady = true;
     setPhase(Phase::Ready);
     notifyPlaybacks();
+    notifyDevices();
 }
 
 void PulseServer::setPhase(Phase next) {
@@ -227,6 +229,27 @@ void PulseServer::notifyPlaybacks() {
     }
     for (Observer* const observer : std::set<Observer*>(observers)) {
         observer->playbacksChanged(*this);
+    }
+}
+
+void PulseServer::notifyDevices() {
+    if (!known) {
+        return;
+    }
+    for (Observer* const observer : std::set<Observer*>(observers)) {
+        observer->devicesCame();
+    }
+}
+
+// Devices change all the time, as with every turn of a volume control: only what can be used from now on is
+// told.
+void PulseServer::keepDevice(std::map<std::uint32_t, PulseDevice>& devices, PulseDevice device) {
+    const auto before = devices.find(device.index);
+    const bool wasThere = before != devices.end() && !before->second.unplugged;
+    const bool came = !wasThere && !device.unplugged && !device.isMonitor;
+    devices[device.index] = std::move(device);
+    if (came) {
+        notifyDevices();
     }
 }
 
@@ -285,7 +308,8 @@ void PulseServer::onServer(pa_context*, const pa_server_info* info, void* self) 
 
 void PulseServer::onSink(pa_context*, const pa_sink_info* info, int end, void* self) {
     if (end == 0) {
-        static_cast<PulseServer*>(self)->sinkMap[info->index] = describe(*info);
+        auto* const server = static_cast<PulseServer*>(self);
+        server->keepDevice(server->sinkMap, describe(*info));
     }
 }
 
@@ -293,7 +317,8 @@ void PulseServer::onSource(pa_context*, const pa_source_info* info, int end, voi
     if (end == 0) {
         PulseDevice device = describe(*info);
         device.isMonitor = info->monitor_of_sink != PA_INVALID_INDEX;
-        static_cast<PulseServer*>(self)->sourceMap[info->index] = std::move(device);
+        auto* const server = static_cast<PulseServer*>(self);
+        server->keepDevice(server->sourceMap, std::move(device));
     }
 }
 

@@ -46,7 +46,8 @@ struct PulsePlayback {
 
 class PulseServer {
 public:
-    /// Told on the server's thread, or under its lock, when the playbacks or the connection changed.
+    /// Told on the server's thread, or under its lock, when the playbacks, the devices or the connection
+    /// changed.
     class Observer {
     public:
         Observer() = default;
@@ -54,6 +55,8 @@ public:
         Observer(const Observer&) = delete;
         Observer& operator=(const Observer&) = delete;
         virtual void playbacksChanged(PulseServer& server) = 0;
+        /// The server came or came back, or a sink or source appeared or had something plugged into it.
+        virtual void devicesCame() {}
         virtual void connectionLost() = 0;
     };
 
@@ -119,6 +122,8 @@ private:
     void finishListing();
     void setPhase(Phase next);
     void notifyPlaybacks();
+    void notifyDevices();
+    void keepDevice(std::map<std::uint32_t, PulseDevice>& devices, PulseDevice device);
     [[nodiscard]] bool setDefault(const std::string& name, SetDefault call);
 
     static void onSubscribed(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index,

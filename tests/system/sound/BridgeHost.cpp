@@ -3,11 +3,17 @@
 //
 //   {"call": "setAudioConfig", "arguments": [[...]]}   runs an invokable     -> {"result": ...}
 //   {"settings": {"device_equalizer": true}}           what is stored        -> {"result": true}
+//   {"router": ["", "", "Bus 1", ""]}                  starts the router with these names -> {"result": true}
+//   {"default": ["id", true]}                          SetDefaultAudioDevice() -> {"result": true}
 //   {"take": "levels"}                                 reports since the last -> {"result": [{"ms",
 //   "levels"}]}
 //   {"end": true}                                      ends with 0
+//
+// A call of what the bridge does not have is answered with {"error": ...}.
 
 #include "platform/SystemBridge.h"
+#include "platform/routerAudio/AudioRouterAPI.h"
+#include "platform/routerAudio/EndpointClassification.h"
 #include "platform/routerAudio/RouterLog.h"
 
 #include <QElapsedTimer>
@@ -22,20 +28,28 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unistd.h>
 
 namespace {
 
-void answer(const QJsonValue& result) {
-    const QByteArray line =
-        QJsonDocument(QJsonObject{{"result", result}}).toJson(QJsonDocument::Compact) + '\n';
+void write(const QJsonObject& object) {
+    const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
     std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
     std::fflush(stdout);
 }
 
-// Runs the invokable of this name that takes as many arguments.
-QJsonValue call(SystemBridge& bridge, const QByteArray& name, const QVariantList& arguments) {
+void answer(const QJsonValue& result) {
+    write({{"result", result}});
+}
+
+std::wstring nameAt(const QJsonArray& names, qsizetype at) {
+    return names[at].toString().toStdWString();
+}
+
+// Runs the invokable of this name that takes as many arguments; nothing where there is none.
+std::optional<QJsonValue> call(SystemBridge& bridge, const QByteArray& name, const QVariantList& arguments) {
     const QMetaObject* const meta = bridge.metaObject();
     for (int at = meta->methodOffset(); at < meta->methodCount(); ++at) {
         const QMetaMethod method = meta->method(at);
@@ -58,7 +72,7 @@ QJsonValue call(SystemBridge& bridge, const QByteArray& name, const QVariantList
         QMetaObject::metacall(&bridge, QMetaObject::InvokeMetaMethod, at, pointers.data());
         return result.toJsonValue();
     }
-    return QJsonValue(QStringLiteral("no such operation"));
+    return std::nullopt;
 }
 
 class Host : public QObject {
@@ -95,8 +109,26 @@ private:
 
     void run(const QJsonObject& command) {
         if (command.contains("call")) {
-            answer(call(*bridge, command["call"].toString().toUtf8(),
-                        command["arguments"].toArray().toVariantList()));
+            const QString name = command["call"].toString();
+            const QVariantList arguments = command["arguments"].toArray().toVariantList();
+            if (const std::optional<QJsonValue> result = call(*bridge, name.toUtf8(), arguments)) {
+                answer(*result);
+            } else {
+                write({{"error", QStringLiteral("the bridge has no %1 of %2 arguments")
+                                     .arg(name)
+                                     .arg(arguments.size())}});
+            }
+        } else if (command.contains("router")) {
+            const QJsonArray names = command["router"].toArray();
+            AudioRouterAPI& router = AudioRouterAPI::instance();
+            router.shutdownAudioRouter();
+            answer(router.startAudioRouter(nameAt(names, 0), nameAt(names, 1), nameAt(names, 2),
+                                           nameAt(names, 3)));
+        } else if (command.contains("default")) {
+            const QJsonArray words = command["default"].toArray();
+            const RouterPlatform platform = systemRouterPlatform();
+            answer(SetDefaultAudioDevice(*platform.endpoints, *platform.com, nameAt(words, 0),
+                                         words[1].toBool()));
         } else if (command.contains("settings")) {
             settings = command["settings"].toObject().toVariantMap();
             answer(true);

@@ -26,11 +26,11 @@ def masters(*, listen_solo=True, mix_solo=False, listen_volume=1.0, mix_volume=1
 
 
 class BridgeHost:
-    def __init__(self, executable, env, log_path):
+    def __init__(self, executable, env, log_path, user=None):
         self.log_path = log_path
         with open(log_path, "wb") as log:
             self.process = subprocess.Popen([str(executable)], env=dict(env, QT_QPA_PLATFORM="offscreen"), stderr=log,
-                                            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, encoding="utf-8")
+                                            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, encoding="utf-8", user=user)
         self._answer()
 
     @property
@@ -45,7 +45,10 @@ class BridgeHost:
         line = self.process.stdout.readline()
         if not line:
             raise AssertionError(f"the bridge ended ({self.process.wait()}):\n{self.log}")
-        return json.loads(line)["result"]
+        answer = json.loads(line)
+        if "error" in answer:
+            raise AssertionError(answer["error"])
+        return answer["result"]
 
     def _ask(self, command):
         self.process.stdin.write(json.dumps(command) + "\n")
@@ -58,6 +61,13 @@ class BridgeHost:
     def route(self, *sources, **words):
         """Sends the whole state: these sources, and the masters."""
         self.call("setAudioConfig", [*sources, *masters(**words)])
+
+    def start_router(self, default="", solo="", bus1="", bus2=""):
+        """Starts the router anew with these names of its outputs; without records."""
+        return self._ask({"router": [default, solo, bus1, bus2]})
+
+    def set_default_device(self, endpoint, is_render):
+        return self._ask({"default": [endpoint, is_render]})
 
     def store(self, **settings):
         return self._ask({"settings": settings})

@@ -9,6 +9,9 @@ from sound_case import APPS, PIPEWIRE, SPEAKERS, SoundCase, level_db, main, tone
 
 DEVICE = "VEXO Mixdesk R2"
 OTHER = "Desk Microphone"
+LATE = "Late Microphone"
+MISSED = f"Input device not found: {DEVICE}"
+REINITIALISED = "reinitialize PortAudio to update device list"
 AMPLITUDE = 0.25
 LEVEL_DB = 20 * numpy.log10(AMPLITUDE)
 GONE_DB = LEVEL_DB - 60
@@ -28,7 +31,7 @@ class Microphones(SoundCase):
         self.sound.add_microphone("mic", DEVICE)
         self.sound.add_microphone("mic2", OTHER)
         self.keep_applications_apart()
-        self.sound.write_alsa_devices({DEVICE: "mic", OTHER: "mic2"})
+        self.sound.write_alsa_devices({DEVICE: "mic", OTHER: "mic2", LATE: "late"})
 
     def setUp(self):
         super().setUp()
@@ -69,6 +72,45 @@ class Microphones(SoundCase):
         self.wait_heard(self.speakers, lambda heard: level_db(heard, 2000) < GONE_DB, "the second one muted")
         self.assertTrue(self.bridge.call("RemoveInputDevice", DEVICE))
         wait_until(lambda: [entry["name"] for entry in self.bridge.call("GetInputDevices")] == [OTHER], "its removal")
+
+    def test_server_restart_brings_the_microphone_back_within_2_seconds(self):
+        self.speak(500)
+        self.assertTrue(self.bridge.call("AddInputDevice", DEVICE, 0))
+        self.bridge.route(source(0))
+        self.wait_tone(500)
+
+        def restart():
+            self.speakers.stop()
+            missed = self.bridge.log.count(MISSED)
+            self.sound.stop(kill=True)
+            wait_until(lambda: self.bridge.log.count(MISSED) > missed, "the microphone to be missed")
+            self.sound.start()
+            self.speak(500)
+            self.speakers = self.sound.recorder(SPEAKERS)
+            self.addCleanup(self.speakers.stop)
+            return self.wait_began(self.speakers, 500, LEVEL_DB) - self.sound.answered
+
+        self.assert_once_within_2_seconds(restart)
+
+    def test_microphone_that_comes_later_is_heard_and_another_one_disturbs_nobody(self):
+        if self.kind == PIPEWIRE:
+            self.skipTest("its clients record another source where theirs is not there")
+        self.speak(500)
+        self.assertTrue(self.bridge.call("AddInputDevice", DEVICE, 0))
+        self.assertTrue(self.bridge.call("AddInputDevice", LATE, 1))
+        self.bridge.route(source(0), source(1))
+        wait_until(lambda: f"Failed to open input stream ({LATE})" in self.bridge.log, "the later microphone to be missed")
+        self.sound.add_microphone("late", LATE)
+        self.speak(2000, "late")
+        self.wait_heard(self.speakers, lambda heard: all(abs(level_db(heard, frequency) - LEVEL_DB) < 0.1 for frequency in (500, 2000)),
+                        "both microphones")
+        # Nothing is missing any more: who comes now interrupts nobody.
+        initialised = self.bridge.log.count(REINITIALISED)
+        self.sound.add_microphone("unwanted", "Unwanted Microphone")
+        wait_until(lambda: any(device["name"] == "Unwanted Microphone" for device in self.bridge.call("GetDeviceList", 1)), "one more microphone")
+        heard = self.speakers.next(1.0)
+        self.assertLess(abs(level_db(heard, 500) - LEVEL_DB), 0.1)
+        self.assertEqual(self.bridge.log.count(REINITIALISED), initialised)
 
     def test_equaliser_works_on_the_device_channel_alone(self):
         self.speak(1000, "mic")

@@ -1,19 +1,23 @@
 """What may be wrong with the sound server, and what many programs ask of the bridge."""
 
+import collections
 import os
 import pathlib
 import socket
+import subprocess
 import sys
+import threading
 import time
 
 import numpy
 
 from bridge_host import source
-from sound_case import APPS, LONG, PIPEWIRE, SPEAKERS, SoundCase, level_db, main, tone, wait_until
+from sound_case import APPS, BUILD, LONG, PIPEWIRE, SPEAKERS, SoundCase, level_db, main, tone, wait_until
 
 AMPLITUDE = 0.25
 LEVEL_DB = 20 * numpy.log10(AMPLITUDE)
 TONE = 1000
+OTHER_TONE = 3000
 # Eight applications at once: the amplitude and the frequencies, whole periods of all of them in 10 ms.
 WHOLE = 0.05
 EIGHT_TONES = [300 + 100 * at for at in range(8)]
@@ -21,6 +25,11 @@ EIGHT_TONES = [300 + 100 * at for at in range(8)]
 
 def threads_of(pid):
     return sorted(path.read_text().strip() for path in pathlib.Path(f"/proc/{pid}/task").glob("*/comm"))
+
+
+def cpu_seconds(pid):
+    fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 def open_files(pid):
@@ -56,31 +65,79 @@ class WithoutServer(SoundCase):
         # The bridge's own destruction; PortAudio's worker waits for the silent server in the system's library.
         bridge.kill()
 
-    def test_nothing_is_started_in_its_place(self):
+    def test_server_that_comes_later_is_used_for_applications_and_microphones(self):
+        self.sound.write_alsa_devices({"Desk Microphone": "mic"})
         bridge = self.start_bridge()
-        bridge.route(source(4711))
-        time.sleep(1.0)  # two attempts to connect
-        self.assertFalse((self.sound.runtime / "pulse" / "native").exists())
-        self.assertEqual(bridge.end(), 0)
-
-    def test_server_that_comes_later_is_used(self):
-        bridge = self.start_bridge()
+        self.assertTrue(bridge.call("AddInputDevice", "Desk Microphone", 0))
+        wait_until(lambda: "Input device not found: Desk Microphone" in bridge.log, "the microphone to be missed")
+        self.assertFalse((self.sound.runtime / "pulse" / "native").exists(), "a server was started in its place")
         self.sound.start()
+        self.sound.add_microphone("mic", "Desk Microphone")
+        self.keep_applications_apart()
+        self.sound.play(tone(OTHER_TONE, 2, AMPLITUDE), "mic_in", "speaker")
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        bridge.route(source(player.pid), source(0))
+        self.wait_for_tones(TONE, OTHER_TONE)
+
+    def test_outputs_that_come_after_their_server_are_used(self):
+        modules, self.sound.modules = self.sound.modules, []
+        self.sound.default_sink = None
+        self.sound.start()
+        bridge = self.start_bridge()
+        wait_until(lambda: "Vexo Deck" in self.sound.pactl("list", "clients"), "the bridge at the server")
+        self.assertNotIn("[BusForwarder] Solo thread started successfully.", bridge.log)
+        for words in modules:
+            self.sound.load(*words)
+        self.keep_applications_apart()
         player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
         bridge.route(source(player.pid))
+        self.wait_for_tones(TONE)
+        # One start without and one with the output; none for the sinks that are no outputs of ours.
+        self.assertEqual(bridge.log.count("AudioRouterAPI initialized successfully"), 2)
+
+    def wait_for_tones(self, *frequencies):
         speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(speakers.stop)
-        self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
+        self.wait_heard(speakers, lambda heard: all(abs(level_db(heard, frequency) - LEVEL_DB) < 0.1 for frequency in frequencies),
+                        f"tones of {frequencies} Hz")
 
-    def test_idle_bridge_without_a_server_burns_no_core(self):
-        bridge = self.start_bridge()
-        before = self.cpu_seconds(bridge.pid)
-        time.sleep(3.0)
-        self.assertLess((self.cpu_seconds(bridge.pid) - before) / 3.0, 0.05)
+    def test_idle_bridge_burns_no_core_while_it_is_refused_twice_a_second(self):
+        path = self.sound.runtime / "pulse" / "native"
+        refusing = socket.socket(socket.AF_UNIX)
+        self.addCleanup(refusing.close)
+        refusing.bind(str(path))
+        refusing.listen(50)
+        refusing.settimeout(20)
+        bridge = self.start_bridge_among_refusals(refusing)
+        began, before = time.monotonic(), cpu_seconds(bridge.pid)
+        for _ in range(4):
+            refusing.accept()[0].close()
+        seconds = time.monotonic() - began
+        self.assertGreater(seconds, 1.0)
+        self.assertLess((cpu_seconds(bridge.pid) - before) / seconds, 0.05)
 
-    def cpu_seconds(self, pid):
-        fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
-        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+    def start_bridge_among_refusals(self, refusing):
+        """What the bridge's libraries ask at the start is refused as well; the bridge once its capture service idles."""
+        ended = threading.Event()
+
+        def refuse():
+            while not ended.is_set():
+                try:
+                    refusing.accept()[0].close()
+                except TimeoutError:
+                    pass
+
+        refusing.settimeout(0.1)
+        thread = threading.Thread(target=refuse)
+        thread.start()
+        try:
+            bridge = self.start_bridge()
+            wait_until(lambda: "Audio routing service started" in bridge.log, "the capture service")
+        finally:
+            ended.set()
+            thread.join()
+            refusing.settimeout(20)
+        return bridge
 
 
 class Endurance(SoundCase):
@@ -115,17 +172,25 @@ class Endurance(SoundCase):
 
     def test_server_that_restarts_again_and_again_is_told_of_once_a_second_at_most(self):
         bridge = self.start_bridge()
+        wait_until(lambda: "Audio routing service started" in bridge.log, "the capture service")
+        known = len(bridge.log.splitlines())
         began = time.monotonic()
         for _ in range(4):
             self.sound.stop(kill=True)
             self.sound.start()
             wait_until(lambda: "Vexo Deck" in self.sound.pactl("list", "clients"), "the bridge to be back", 5)
-        lines = bridge.log.count("Sound server lost") + bridge.log.count("Sound server is back")
-        self.assertGreater(lines, 0)
-        self.assertLessEqual(lines, time.monotonic() - began + 1)
+        seconds = time.monotonic() - began
+        lines = collections.Counter(bridge.log.splitlines()[known:])
+        connection = [count for line, count in lines.items() if "Sound server" in line]
+        self.assertGreater(sum(connection), 0)
+        self.assertLessEqual(sum(connection), seconds + 1, lines)
+        self.assertLessEqual(max(lines.values()), seconds + 1, lines)
 
     def test_process_of_another_user_is_captured_and_listed_without_a_path(self):
         # The sound belongs to the server, whoever plays it.
+        host = BUILD / "tests" / "system" / "vexo_bridge_host"
+        if os.geteuid() != 0 or subprocess.run(["test", "-x", host], user=65533).returncode != 0:
+            self.skipTest("takes root's right to be others, and a build folder that others may enter")
         path = self.folder / "other.raw"
         path.write_bytes(tone(TONE, 60, AMPLITUDE).tobytes())
         os.chmod(self.folder, 0o755)
@@ -137,15 +202,16 @@ class Endurance(SoundCase):
                                     "--latency-msec=20", f"--device={APPS}", path], user=65534,
                                    env_extra={"HOME": "/nonexistent", "PULSE_COOKIE": ""})
         wait_until(lambda: self.sound.playback_of(player.pid), "the other user's player")
-        bridge = self.start_bridge()
+        bridge = self.start_bridge(user=65533)
         bridge.route(source(player.pid))
         speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(speakers.stop)
         self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
         record = next(entry for entry in bridge.call("getRunningApplications") if entry["processIdentifier"] == str(player.pid))
+        self.assertEqual(record["bundleIdentifier"], "file:///")
         self.assertTrue(record["name"])
 
-    def test_fifty_programs_are_listed_and_one_of_them_is_heard(self):
+    def test_fifty_programs_are_listed_and_captured_at_once(self):
         # PulseAudio mixes the first 32 streams of a sink, so this one comes first.
         heard_player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
         players = []
@@ -166,15 +232,27 @@ class Endurance(SoundCase):
 
         wait_until(lambda: listed() >= wanted, "every playing program in the list", 30)
         self.assertEqual(listed(), wanted)
-        bridge.route(source(heard_player.pid))
+        # PipeWire's Pulse server takes 64 clients in all, and there each capture is one of them.
+        others = sorted(int(pid) for pid in wanted if int(pid) != heard_player.pid)
+        routed = [heard_player.pid, *(others[:7] if self.kind == PIPEWIRE else others)]
         speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(speakers.stop)
+        began, before = time.monotonic(), cpu_seconds(bridge.pid)
+        bridge.route(*map(source, routed))
+        self.assertEqual(bridge.log.count("[INFO] Started capture for PID"), len(routed))
+        wait_until(lambda: self.sound.pactl("list", "source-outputs").count('media.name = "Vexo Deck capture"') == len(routed),
+                   f"{len(routed)} captures", 30)
         # At this load of the server the player itself has dropouts.
-        self.wait_heard(speakers, lambda heard: level_db(heard, TONE) > LEVEL_DB - 6, "the application", limit=40)
+        self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application", limit=40)
+        share = (cpu_seconds(bridge.pid) - before) / (time.monotonic() - began)
+        print(f"{len(routed)} captures: {share:.0%} of a core", file=sys.stderr)
+        self.assertLess(share, 1.0)
+        self.assertEqual(bridge.end(), 0)
 
     def test_eight_applications_play_without_a_dropout_that_a_plain_client_would_not_have(self):
         """Beside the bridge, a plain recorder piped into a plain player for each application, with the same latencies."""
-        seconds = 1800 if LONG else 120
+        # On the two servers together 2 minutes.
+        seconds = 1800 if LONG else 60
         self.sound.add_sink("plain", "Plain", hardware=False)
         bridge = self.start_bridge()
         # With so much in hand that what drops out does so behind them.
@@ -191,15 +269,22 @@ class Endurance(SoundCase):
             self.addCleanup(counter.recorder.stop)
         wait_until(lambda: all([counter.count_next(1.0) and counter.whole for counter in counters]),
                    "a second of all eight on both sinks", 60)
+        # Where the machine itself lets both down, as often as chance makes of one and the same rate; and since one
+        # dropout may be chance, what differs has to differ twice.
+        for _ in range(2):
+            ours, theirs = self.dropouts_within(seconds, counters)
+            print(f"dropouts in {seconds} s: {ours} through the bridge, {theirs} through the plain chains", file=sys.stderr)
+            if ours <= theirs + 2 * theirs ** 0.5:
+                return
+        self.fail(f"{ours} dropouts through the bridge, {theirs} through the plain chains")
+
+    def dropouts_within(self, seconds, counters):
         for counter in counters:
             counter.dropouts = 0
         for _ in range(seconds):
             for counter in counters:
                 counter.count_next(1.0)
-        ours, theirs = (counter.dropouts for counter in counters)
-        print(f"dropouts in {seconds} s: {ours} through the bridge, {theirs} through the plain chains", file=sys.stderr)
-        # Where the machine itself lets both down, as often as chance makes of one and the same rate.
-        self.assertLessEqual(ours, theirs + 1 + 2 * theirs ** 0.5)
+        return [counter.dropouts for counter in counters]
 
     class DropoutCounter:
         """Counts the stretches in which one of the eight tones is not whole, in blocks of 10 ms. Each tone has whole

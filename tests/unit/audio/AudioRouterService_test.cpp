@@ -325,9 +325,23 @@ TEST_F(AudioRouterServiceTest, UnpluggedDeviceDropsOutStaysConfiguredAndComesBac
     ASSERT_TRUE(awaitLog("Input device not found: mic"));
     EXPECT_EQ(service.GetInputDevices().size(), 2U);
     EXPECT_TRUE(awaitBlocks("other")) << "the others go on";
+    EXPECT_TRUE(service.HasMissingInput());
     scriptedPortAudio::setDevices({device("mic"), device("other")});
     EXPECT_TRUE(service.RefreshDevices());
     EXPECT_TRUE(awaitBlocks("mic"));
+    EXPECT_FALSE(service.HasMissingInput());
+}
+
+TEST_F(AudioRouterServiceTest, InputThatDoesNotOpenIsMissingUntilItIsRemoved) {
+    scriptedPortAudio::setDevices({device("mic"), device("dead")});
+    scriptedPortAudio::fail(Call::OpenStream, -9985, -1, "dead");
+    startWith({{"mic", 0, 0}});
+    EXPECT_FALSE(service.HasMissingInput());
+    EXPECT_TRUE(service.AddInputDevice("dead", 0, 1));
+    ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
+    EXPECT_TRUE(service.HasMissingInput());
+    EXPECT_TRUE(service.RemoveInputDevice("dead"));
+    EXPECT_TRUE(await([this] { return !service.HasMissingInput(); }));
 }
 
 TEST_F(AudioRouterServiceTest, GoneDeviceIsRefreshedOnceAndNotForEver) {

@@ -111,6 +111,21 @@ TEST_F(AudioRouterApiTest, SoloPlaysToTheFirstRealOutputWhenNoneIsNamed) {
     EXPECT_NE(system.outputOf(3), nullptr);
 }
 
+TEST_F(AudioRouterApiTest, ARestartIsWorthItOnceARealOutputHasComeForTheSoloThatIsOff) {
+    EXPECT_FALSE(api.isSoloWorthARestart()) << "not started";
+    start();
+    EXPECT_FALSE(api.isSoloWorthARestart()) << "no output";
+    endpoints.add(kRender, fakeEndpoint(L"Dummy Output", L"auto_null", 0));
+    EXPECT_FALSE(api.isSoloWorthARestart()) << "none that Solo plays to";
+    endpoints.add(kRender, fakeEndpoint(L"Headset", L"usb#1"));
+    EXPECT_TRUE(api.isSoloWorthARestart());
+    api.shutdownAudioRouter();
+    start();
+    EXPECT_FALSE(api.isSoloWorthARestart()) << "Solo is on";
+    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"hdaudio#1"));
+    EXPECT_FALSE(api.isSoloWorthARestart()) << "an output does not move";
+}
+
 TEST_F(AudioRouterApiTest, AVirtualDefaultIsTheFallbackForSoloAndIsNotFound) {
     endpoints.add(kRender, fakeEndpoint(L"Virtual Out", L"{v}", 0));
     endpoints.defaultId = L"{v}";
