@@ -1,10 +1,10 @@
 // What the mixer and the equaliser cost, as ratios against a reference in the same run and as shares of the
 // block's duration at 48000 Hz. Ends with 1 when a budget is missed.
 
-#include "audio/DenormalsAreZero.h"
 #include "audio/EqualizerBands.h"
 #include "benchmarks/BenchmarkTable.h"
 #include "platform/routerAudio/AppAudioConfigStore.h"
+#include "platform/routerAudio/DenormalsAreZero.h"
 #include "platform/routerAudio/MixKernels.h"
 #include "platform/routerAudio/PerAppInputBuffers.h"
 #include "platform/routerAudio/Resampler.h"
