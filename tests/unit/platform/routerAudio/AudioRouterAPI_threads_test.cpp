@@ -26,8 +26,7 @@ std::chrono::milliseconds length() {
         return 60'000ms;
     }
 #ifdef VEXO_THREAD_SANITIZED
-    // Here the sanitizer looks at all threads of the mixer at once: as long as other tests beside it take, so
-    // that nobody waits for it.
+    // ctest starts first what took longest before: these seconds pass beside the other tests.
     return 20'000ms;
 #else
     return 2'500ms;
