@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <thread>
 #include <utility>
 
@@ -21,6 +23,13 @@ constexpr milliseconds kRetryPause(200);
 
 void idle() {
     std::this_thread::sleep_for(kIdlePause);
+}
+
+// For the packet's format. Any rate above 0 can be asked for, infinity too, and a device may take it; one
+// that is no number counts as the largest.
+std::uint32_t wholeRate(double rate) {
+    constexpr double kLargest = std::numeric_limits<std::uint32_t>::max();
+    return static_cast<std::uint32_t>(std::fmax(0.0, std::fmin(rate, kLargest)));
 }
 
 } // namespace
@@ -247,8 +256,8 @@ void CaptureWorker::handOver() const {
         if (slot.stream == nullptr || slot.buffer.empty() || slot.index < 0) {
             continue;
         }
-        const WaveFormat format = floatWaveFormat(static_cast<std::uint16_t>(slot.channels),
-                                                  static_cast<std::uint32_t>(streams.currentRate));
+        const WaveFormat format =
+            floatWaveFormat(static_cast<std::uint16_t>(slot.channels), wholeRate(streams.currentRate));
         PerAppInputBuffers::instance().addInputData(
             static_cast<std::uint32_t>(slot.index), slot.buffer.data(),
             static_cast<std::uint32_t>(slot.buffer.size() * sizeof(float)), format);

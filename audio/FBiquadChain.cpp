@@ -1,7 +1,7 @@
 #include "audio/FBiquadChain.h"
 
-#include "audio/DenormalsAreZero.h"
 #include "audio/FBiquadCascade.h"
+#include "platform/routerAudio/DenormalsAreZero.h"
 
 #include <algorithm>
 #include <array>

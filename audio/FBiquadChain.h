@@ -2,7 +2,8 @@
 
 // Equaliser bands in series, over up to 8 interleaved channels. Belongs to the thread that runs it. Not only
 // a section's result but each product in it is 0.0 below the smallest normal float, so that fading sound
-// costs no more than other.
+// costs no more than other. This is so on processors of the x86 family (DenormalsAreZero.h): others keep the
+// products' last digits, and their results differ by what those come to, far below anything audible.
 
 #include "audio/FBiquadFilter.h"
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string_view>
 
 bool BenchmarkTable::run(int argc, char* argv[]) {
     std::string repetitions = "--benchmark_repetitions=9";
@@ -17,6 +18,10 @@ bool BenchmarkTable::run(int argc, char* argv[]) {
     if (benchmark::ReportUnrecognizedArguments(count, words.data())) {
         return false;
     }
+    const bool listed = std::any_of(argv + 1, argv + argc, [](const char* word) {
+        return std::string_view(word).starts_with("--benchmark_list_tests");
+    });
+    filtered = listed || !benchmark::GetBenchmarkFilter().empty();
     benchmark::RunSpecifiedBenchmarks(this);
     std::printf("\n");
     return true;
@@ -43,6 +48,7 @@ double BenchmarkTable::bestNs(const std::string& name) const {
 void BenchmarkTable::print(const BenchmarkRow& row) {
     const double ns = bestNs(row.measured);
     if (ns <= 0) {
+        missUnmeasured(row.what, row.measured);
         return;
     }
     std::printf("%-46s %9.0f ns", row.what.c_str(), ns);
@@ -57,21 +63,28 @@ void BenchmarkTable::print(const BenchmarkRow& row) {
     const double against = bestNs(row.against);
     if (against > 0) {
         std::printf("  %5.2f x as long as %s", ns / against, row.againstWhat.c_str());
-    } else if (!row.againstWhat.empty() && row.against.empty()) {
+    } else if (!row.againstWhat.empty()) {
         std::printf("  not compared: %s", row.againstWhat.c_str());
     }
-    if (faster > 0) {
-        printVerdict("literal", ">=", row.atLeast, faster >= row.atLeast.value_or(0));
+    if (faster > 0 || !filtered) {
+        judge("literal", ">=", row.atLeast, faster >= row.atLeast.value_or(0));
     }
-    if (against > 0) {
-        printVerdict(row.againstWhat.c_str(), "<=", row.atMost, ns / against <= row.atMost.value_or(1e9));
+    if (against > 0 || !filtered) {
+        judge(row.againstWhat.c_str(), "<=", row.atMost,
+              against > 0 && ns / against <= row.atMost.value_or(1e9));
     }
-    printVerdict("share", "<=", row.percentAtMost, percent <= row.percentAtMost.value_or(1e9));
+    judge("share", "<=", row.percentAtMost, percent <= row.percentAtMost.value_or(1e9));
     std::printf("\n");
 }
 
-void BenchmarkTable::printVerdict(const char* what, const char* relation, std::optional<double> budget,
-                                  bool kept) {
+void BenchmarkTable::missUnmeasured(const std::string& what, const std::string& benchmark) {
+    if (!filtered) {
+        std::printf("%-46s MISSED: \"%s\" was not measured\n", what.c_str(), benchmark.c_str());
+        ++missed;
+    }
+}
+
+void BenchmarkTable::judge(const char* what, const char* relation, std::optional<double> budget, bool kept) {
     if (budget) {
         std::printf("  [%s %s %g: %s]", what, relation, *budget, kept ? "kept" : "MISSED");
         missed += kept ? 0 : 1;

@@ -9,8 +9,9 @@
 #include <string>
 #include <vector>
 
-/// One line of the table: what a benchmark costs, and beside what. A budget that is missing is none; a
-/// comparison whose benchmark was not run is a dash.
+/// One line of the table: what a benchmark costs, and beside what. A budget that is missing is none. A
+/// benchmark that is named and was not run misses the budget that needs it, unless the caller chose some by a
+/// filter.
 struct BenchmarkRow {
     // The initialisers let a designated initialiser leave the member out without a compiler's warning.
     // NOLINTBEGIN(readability-redundant-member-init)
@@ -39,15 +40,18 @@ public:
     /// Nanoseconds an iteration of the benchmark took at best; 0 when it was not run.
     [[nodiscard]] double bestNs(const std::string& name) const;
 
-    /// Prints a row, nothing when its benchmark was not run.
+    /// Prints a row. Where its benchmark was not run: nothing under a filter, else that it is missed.
     void print(const BenchmarkRow& row);
+    /// Prints the verdict on a budget, on the line of what it judges; nothing without a budget.
+    void judge(const char* what, const char* relation, std::optional<double> budget, bool kept);
+    /// Says that a row or fit is missed, since a benchmark was not run; nothing under a filter.
+    void missUnmeasured(const std::string& what, const std::string& benchmark);
 
-    /// Whether each budget of the rows so far was kept.
+    /// Whether each budget so far was kept.
     [[nodiscard]] bool allKept() const { return missed == 0; }
 
 private:
-    void printVerdict(const char* what, const char* relation, std::optional<double> budget, bool kept);
-
     std::map<std::string, double> best;
+    bool filtered = false; // the caller chose some benchmarks
     int missed = 0;
 };

@@ -1,10 +1,11 @@
 // What the mixer and the equaliser cost, as ratios against a reference in the same run and as shares of the
 // block's duration at 48000 Hz. Ends with 1 when a budget is missed.
 
-#include "audio/DenormalsAreZero.h"
 #include "audio/EqualizerBands.h"
 #include "benchmarks/BenchmarkTable.h"
+#include "benchmarks/CostFit.h"
 #include "platform/routerAudio/AppAudioConfigStore.h"
+#include "platform/routerAudio/DenormalsAreZero.h"
 #include "platform/routerAudio/MixKernels.h"
 #include "platform/routerAudio/PerAppInputBuffers.h"
 #include "platform/routerAudio/Resampler.h"
@@ -117,6 +118,12 @@ std::vector<std::shared_ptr<reference::Ring>> ringsOfBus1(reference::Mixer& mixe
     return rings;
 }
 
+// The same block again, as warm in the caches as sound that a capture has just written.
+void makeReadableAgain(InputBuffer& ring, bool wholeBusSolo, std::uint32_t floats) {
+    (wholeBusSolo ? ring.soloReadPos : ring.busReadPos).store(0, std::memory_order_relaxed);
+    ring.writePos.store(floats, std::memory_order_relaxed);
+}
+
 // The next block comes from where the last ended.
 void makeReadable(InputBuffer& ring, bool wholeBusSolo, std::uint32_t floats) {
     const std::atomic<std::uint32_t>& from = wholeBusSolo ? ring.soloReadPos : ring.busReadPos;
@@ -142,6 +149,30 @@ void mixBus(benchmark::State& state, Sound sound, bool wholeBusSolo) {
     for (auto _ : state) {
         for (const auto& ring : rings) {
             makeReadable(*ring, wholeBusSolo, frames * 2);
+        }
+        if (wholeBusSolo) {
+            mixer.mixSolo(output.data(), frames);
+        } else {
+            mixer.mixBus(output.data(), frames, 1);
+        }
+        benchmark::DoNotOptimize(output.data());
+    }
+}
+
+// The same for how the cost grows: with a new block each time, many rings together exceed the caches, and it
+// grows with the memory.
+void mixWarmBus(benchmark::State& state, bool wholeBusSolo) {
+    const auto sources = static_cast<std::uint32_t>(state.range(0));
+    const auto frames = static_cast<std::uint32_t>(state.range(1));
+    AppAudioConfigStore store;
+    store.putConfig(kBus1MasterProcessId, {.processID = kBus1MasterProcessId, .solo = wholeBusSolo});
+    PerAppInputBuffers mixer(store);
+    fillRings(mixer, store, sources, Sound::Quiet);
+    const auto rings = ringsOfBus1(mixer, sources);
+    std::vector<float> output(std::size_t{frames} * 2);
+    for (auto _ : state) {
+        for (const auto& ring : rings) {
+            makeReadableAgain(*ring, wholeBusSolo, frames * 2);
         }
         if (wholeBusSolo) {
             mixer.mixSolo(output.data(), frames);
@@ -414,6 +445,8 @@ void addMixer(const std::string& suffix) {
 void addAll() {
     addMixer<PerAppInputBuffers>("");
     addMixer<reference::Mixer>(" literal");
+    add("mixBus warm", mixWarmBus, false)->ArgsProduct({{1, 8, 64}, {64, 480, 4800}});
+    add("mixSolo warm", mixWarmBus, true)->ArgsProduct({{1, 8, 64}, {64, 480, 4800}});
     add("mixBus memcpy", mixBusMemcpy)->ArgsProduct({{1, 8, 64}, {64, 480, 4800}});
     add("addInputData memcpy", addInputDataMemcpy)->Arg(64)->Arg(480)->Arg(4800);
     for (const Sound sound : kSounds) {
@@ -436,52 +469,25 @@ void addAll() {
     }
 }
 
-// Least squares of cost = fixed + perSource * sources + perFrame * frames + perSourceFrame * sources *
-// frames, each point weighted by its own cost, so that the small ones count as much as the large.
-void printFit(const BenchmarkTable& table) {
-    std::array<std::array<double, 5>, 4> system{};
-    for (const int sources : kSourceCounts) {
-        for (const int frames : kFrameCounts) {
-            const double cost = table.bestNs(at("mixBus quiet", sources, frames));
-            if (cost <= 0) {
-                return;
-            }
-            const std::array<double, 5> row{1.0 / cost, sources / cost, frames / cost,
-                                            static_cast<double>(sources) * frames / cost, 1.0};
-            for (std::size_t i = 0; i < 4; ++i) {
-                for (std::size_t j = 0; j < 5; ++j) {
-                    system[i][j] += row[i] * row[j];
-                }
+// Whether the cost grows linearly with sources and frames.
+void printFits(BenchmarkTable& table) {
+    constexpr double kResidualPercent = 25;
+    for (const std::string name : {"mixBus warm", "mixSolo warm"}) {
+        std::vector<FitPoint> points;
+        for (const int sources : kSourceCounts) {
+            for (const int frames : kFrameCounts) {
+                points.push_back({at(name, sources, frames),
+                                  {static_cast<double>(sources), static_cast<double>(frames),
+                                   static_cast<double>(sources) * frames}});
             }
         }
+        printCostFit(table, name, {"a source", "a frame", "a source and frame"}, points, kResidualPercent);
     }
-    for (std::size_t pivot = 0; pivot < 4; ++pivot) {
-        for (std::size_t i = 0; i < 4; ++i) {
-            if (i != pivot) {
-                const double factor = system[i][pivot] / system[pivot][pivot];
-                for (std::size_t j = pivot; j < 5; ++j) {
-                    system[i][j] -= factor * system[pivot][j];
-                }
-            }
-        }
+    std::vector<FitPoint> packets;
+    for (const int frames : kFrameCounts) {
+        packets.push_back({at("addInputData quiet", frames), {static_cast<double>(frames)}});
     }
-    std::array<double, 4> fit{};
-    for (std::size_t i = 0; i < 4; ++i) {
-        fit[i] = system[i][4] / system[i][i];
-    }
-    std::printf(
-        "\nmixBus costs about %.0f ns + %.1f ns a source + %.2f ns a frame + %.3f ns a source and frame\n",
-        fit[0], fit[1], fit[2], fit[3]);
-    double largestResidual = 0;
-    for (const int sources : kSourceCounts) {
-        for (const int frames : kFrameCounts) {
-            const double cost = table.bestNs(at("mixBus quiet", sources, frames));
-            const double fitted = fit[0] + fit[1] * sources + fit[2] * frames + fit[3] * sources * frames;
-            std::printf("  %2d sources x %4d frames: %8.0f ns (fit %8.0f)\n", sources, frames, cost, fitted);
-            largestResidual = std::max(largestResidual, std::fabs(fitted - cost) / cost);
-        }
-    }
-    std::printf("  largest residual: %.1f %% of the measured time\n", 100 * largestResidual);
+    printCostFit(table, "addInputData quiet", {"a frame"}, packets, kResidualPercent);
 }
 
 // Sound that is no sound, beside quiet sound: it must not be what a listener hears an overload from.
@@ -589,6 +595,6 @@ int main(int argc, char* argv[]) {
         return 2;
     }
     printAll(table);
-    printFit(table);
+    printFits(table);
     return table.allKept() ? 0 : 1;
 }

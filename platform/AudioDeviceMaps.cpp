@@ -40,25 +40,21 @@ void addDirection(QMap<QByteArray, AudioDeviceEntry>& devices, const QList<Audio
 
 } // namespace
 
-QVariantList audioDeviceMaps(const QList<AudioDeviceFacts>& inputs, const QList<AudioDeviceFacts>& outputs,
-                             int type) {
+void appendAudioDeviceMaps(QVariantList& maps, const QList<AudioDeviceFacts>& inputs,
+                           const QList<AudioDeviceFacts>& outputs, int type) {
     QMap<QByteArray, AudioDeviceEntry> devices;
     addDirection(devices, inputs, &AudioDeviceEntry::isInput, &AudioDeviceEntry::maxInputChannels);
     addDirection(devices, outputs, &AudioDeviceEntry::isOutput, &AudioDeviceEntry::maxOutputChannels);
-    QVariantList maps;
     for (const AudioDeviceEntry& entry : std::as_const(devices)) {
         if ((type == kInputDeviceList && !entry.isInput) || (type == kOutputDeviceList && !entry.isOutput)) {
             continue;
         }
         maps.append(mapOf(entry));
     }
-    return maps;
 }
 
-QVariantList audioDeviceMaps(const std::vector<AudioDeviceEntry>& entries) {
-    QVariantList maps;
+void appendAudioDeviceMaps(QVariantList& maps, const std::vector<AudioDeviceEntry>& entries) {
     for (const AudioDeviceEntry& entry : entries) {
         maps.append(mapOf(entry));
     }
-    return maps;
 }

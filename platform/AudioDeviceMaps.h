@@ -23,11 +23,11 @@ struct AudioDeviceFacts {
     double preferredSampleRate = 0.0; ///< Hz; 0 or less: none
 };
 
-/// The maps of kind `type` (1 inputs, 2 outputs, else all) in the order of the ids. A device that is in both
-/// lists under one id is one map, with the larger of its rates. "index" counts devices as they were first
-/// met, inputs before outputs.
-[[nodiscard]] QVariantList audioDeviceMaps(const QList<AudioDeviceFacts>& inputs,
-                                           const QList<AudioDeviceFacts>& outputs, int type);
+/// Appends the maps of kind `type` (1 inputs, 2 outputs, else all) in the order of the ids. A device that is
+/// in both lists under one id is one map, with the larger of its rates. "index" counts devices as they were
+/// first met, inputs before outputs. An exception leaves the maps that were made before it.
+void appendAudioDeviceMaps(QVariantList& maps, const QList<AudioDeviceFacts>& inputs,
+                           const QList<AudioDeviceFacts>& outputs, int type);
 
-/// The capture service's own list, as it is.
-[[nodiscard]] QVariantList audioDeviceMaps(const std::vector<AudioDeviceEntry>& entries);
+/// Appends the capture service's own list, as it is.
+void appendAudioDeviceMaps(QVariantList& maps, const std::vector<AudioDeviceEntry>& entries);

@@ -53,6 +53,15 @@ Result guarded(const char* message, Result fallback, const Operation& operation)
     }
 }
 
+// The same for an operation without a result.
+template <typename Operation>
+void guarded(const char* message, const Operation& operation) {
+    static_cast<void>(guarded(message, false, [&operation] {
+        operation();
+        return true;
+    }));
+}
+
 QList<AudioDeviceFacts> factsOf(const QList<QAudioDevice>& devices) {
     QList<AudioDeviceFacts> facts;
     facts.reserve(devices.size());
@@ -224,7 +233,8 @@ void SystemBridge::quitApplication() {
         manager->stopAndDisconnectDevice();
     }
     if (audioRouterService) {
-        audioRouterService->Stop();
+        // The windows close and the program ends, whatever the audio does.
+        guarded("SystemBridge::quitApplication: Exception:", [this] { audioRouterService->Stop(); });
     }
     if (qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr) {
         for (QWindow* const window : QGuiApplication::allWindows()) {
@@ -240,14 +250,18 @@ void SystemBridge::requestNotificationPermission() const {
 }
 
 QVariantList SystemBridge::getRunningApplications() const {
-    return withInputDevices(getWindowsRunningApplicationsWithIcon(), GetDeviceList(kInputDeviceList));
+    return guarded("SystemBridge::getRunningApplications: Exception:", QVariantList(), [this] {
+        return withInputDevices(getWindowsRunningApplicationsWithIcon(), GetDeviceList(kInputDeviceList));
+    });
 }
 
 QVariantList SystemBridge::getRunningApplicationsByQt() const {
     qDebug() << "SystemBridge::getRunningApplicationsByQt() called on platform:" << getPlatform();
-    QVariantList programs = installedProgramMaps();
-    qDebug() << "getRunningApplicationsByQt: Found" << programs.size() << "applications";
-    return programs;
+    return guarded("SystemBridge::getRunningApplicationsByQt: Exception:", QVariantList(), [] {
+        QVariantList programs = installedProgramMaps();
+        qDebug() << "getRunningApplicationsByQt: Found" << programs.size() << "applications";
+        return programs;
+    });
 }
 
 QString SystemBridge::getPlatform() const {
@@ -260,8 +274,10 @@ QString SystemBridge::getPlatform() const {
 
 void SystemBridge::setAudioConfig(const QVariantList& configs) {
     qDebug() << "SystemBridge::setAudioConfig() called with" << configs.size() << "configs";
-    lastConfigs = configs;
-    AudioRouterAPI::instance().setAudioConfig(configs);
+    guarded("SystemBridge::setAudioConfig: Exception:", [&] {
+        lastConfigs = configs;
+        AudioRouterAPI::instance().setAudioConfig(configs);
+    });
 }
 
 Qt::PermissionStatus SystemBridge::microphonePermission() const {
@@ -274,19 +290,21 @@ void SystemBridge::requestMicrophonePermission(const std::function<void()>& cont
 }
 
 void SystemBridge::initializeMonitorDevice() {
-    switch (microphonePermission()) {
-    case Qt::PermissionStatus::Undetermined:
-        requestMicrophonePermission([this] { initializeMonitorDevice(); });
-        return;
-    case Qt::PermissionStatus::Denied:
-        qWarning() << "Microphone permission is not granted!";
-        return;
-    case Qt::PermissionStatus::Granted:
-        qWarning() << "PermissionStatus::Granted ";
-        break;
-    }
-    qDebug() << "SystemBridge::initializeMonitorDevice() - Initializing" << getPlatform() << "bridge";
-    initializeNativeBridge();
+    guarded("SystemBridge::initializeMonitorDevice: Exception:", [this] {
+        switch (microphonePermission()) {
+        case Qt::PermissionStatus::Undetermined:
+            requestMicrophonePermission([this] { initializeMonitorDevice(); });
+            return;
+        case Qt::PermissionStatus::Denied:
+            qWarning() << "Microphone permission is not granted!";
+            return;
+        case Qt::PermissionStatus::Granted:
+            qWarning() << "PermissionStatus::Granted ";
+            break;
+        }
+        qDebug() << "SystemBridge::initializeMonitorDevice() - Initializing" << getPlatform() << "bridge";
+        initializeNativeBridge();
+    });
 }
 
 void SystemBridge::initializeNativeBridge() {
@@ -330,11 +348,10 @@ void SystemBridge::Stop() {
         qWarning() << "SystemBridge::Stop: AudioRouterService not initialized";
         return;
     }
-    static_cast<void>(guarded("SystemBridge::Stop: Exception:", false, [this] {
+    guarded("SystemBridge::Stop: Exception:", [this] {
         audioRouterService->Stop();
         qDebug() << "SystemBridge::Stop: Audio router service stopped";
-        return true;
-    }));
+    });
 }
 
 bool SystemBridge::Restart() {
@@ -433,20 +450,23 @@ QVariantList SystemBridge::GetInputDevices() const {
 }
 
 QVariantList SystemBridge::GetDeviceList(int type) const {
-    return guarded("SystemBridge::GetDeviceList: Exception:", QVariantList(), [&]() -> QVariantList {
+    QVariantList devices; // an exception leaves what has been gathered
+    guarded("SystemBridge::GetDeviceList: Exception:", [&] {
         const QList<QAudioDevice> inputs = QMediaDevices::audioInputs();
         const QList<QAudioDevice> outputs = QMediaDevices::audioOutputs();
         if (!inputs.isEmpty() || !outputs.isEmpty()) {
-            return audioDeviceMaps(factsOf(inputs), factsOf(outputs), type);
+            appendAudioDeviceMaps(devices, factsOf(inputs), factsOf(outputs), type);
+            return;
         }
         if (!audioRouterService) {
-            return {};
+            return;
         }
         const std::vector<AudioDeviceEntry> entries = audioRouterService->GetDeviceList(type);
         qDebug() << "SystemBridge::GetDeviceList: Found" << entries.size()
                  << "devices using audio_router_api";
-        return audioDeviceMaps(entries);
+        appendAudioDeviceMaps(devices, entries);
     });
+    return devices;
 }
 
 void SystemBridge::updateMonitorDevice() {
@@ -454,6 +474,10 @@ void SystemBridge::updateMonitorDevice() {
         qDebug() << "SystemBridge::updateMonitorDevice: AudioRouterService not initialized";
         return;
     }
+    guarded("SystemBridge::updateMonitorDevice: Exception:", [this] { readEqualizerSettings(); });
+}
+
+void SystemBridge::readEqualizerSettings() {
     const auto stored = [this](const char* key) {
         return settingsReader ? settingsReader(QString::fromLatin1(key)) : QVariant();
     };

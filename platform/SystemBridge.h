@@ -23,8 +23,9 @@ class FBiquadChain;
 /// `SystemBridge` of module `VexoDeckSystemBridge`. Operations of the system are spelled in lower case, those
 /// of the audio engine are capitalised.
 ///
-/// The UI thread, but for the block function, which runs on the capture worker. Nothing throws: an exception
-/// is logged under the operation's name, and the empty value comes back.
+/// The UI thread, but for the block function, which runs on the capture worker. No operation on the audio or
+/// the inventories throws: an exception is logged as "SystemBridge::OPERATION: Exception:" with its text, and
+/// false, 0 or an empty value comes back.
 ///
 /// Some operations do no more than log their name: they belong to systems that the class was drawn for, and
 /// callers put up with their empty values.
@@ -99,7 +100,8 @@ public:
     Q_INVOKABLE bool RemoveInputDevice(const QString& deviceName);
     /// One map for each configured input: "name", "requestedChannels".
     Q_INVOKABLE [[nodiscard]] QVariantList GetInputDevices() const;
-    /// The system's audio devices as maps (see AudioDeviceMaps.h): type 1 inputs, 2 outputs, else all.
+    /// The system's audio devices as maps (see AudioDeviceMaps.h): type 1 inputs, 2 outputs, else all. After
+    /// an exception, those that were gathered before it.
     Q_INVOKABLE [[nodiscard]] QVariantList GetDeviceList(int type = 0) const;
     /// Reads the stored equaliser switch and preset. After any change of these.
     Q_INVOKABLE void updateMonitorDevice();
@@ -130,6 +132,7 @@ private:
     void useNewSoundDevices();
     void initializeNativeBridge();
     void cleanupNativeBridge() const;
+    void readEqualizerSettings();
 
     std::unique_ptr<AudioRouterService> audioRouterService;
     std::int32_t defaultSampleRate = 48000; // Hz

@@ -4,6 +4,9 @@
 // PerAppInputBuffers write straight into the endpoint's buffer. The buses open virtual endpoints only, Solo
 // real hardware only. An output exists when an endpoint was named for it and could be opened; it does not
 // move to another one later.
+//
+// A member of its router, not a singleton: the program has one, since it has one AudioRouterAPI::instance(),
+// and tests and scenes have one on each router of theirs.
 
 #include "platform/routerAudio/RouterPlatform.h"
 

@@ -1,7 +1,7 @@
 #include "platform/routerAudio/PerAppInputBuffers.h"
 
-#include "audio/DenormalsAreZero.h"
 #include "platform/routerAudio/AppAudioConfigStore.h"
+#include "platform/routerAudio/DenormalsAreZero.h"
 #include "platform/routerAudio/LockedIds.h"
 #include "platform/routerAudio/MixKernels.h"
 #include "platform/routerAudio/Resampler.h"

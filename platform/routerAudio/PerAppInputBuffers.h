@@ -9,7 +9,9 @@
 // block, producers for a look-up. The record store's mutex is taken inside it, never the other way round.
 //
 // Numbers below the smallest normal float count as 0.0 here, which keeps fading sound from costing ten times
-// as much as other; in all else the results are those of the kernels.
+// as much as other (DenormalsAreZero.h says on which processors); in all else the results are those of the
+// kernels. A meter's sum of squares is taken in lanes and lies within a millionth of the exact one for
+// packets of any length; one float sum, sample after sample, does not, beyond some hundred frames.
 //
 // mixBus() and mixSolo() neither allocate nor log and make no system call but those of the two mutexes.
 // addInputData() allocates at the first packet of a source and where a packet is larger than any before it on

@@ -46,6 +46,7 @@ struct Machine {
     std::vector<std::unique_ptr<Stream>> streams; ///< kept after their close
     int initializations = 0;
     std::map<std::string, int> reads;
+    std::map<std::string, int> activityChecks;
     std::vector<std::string> openedWith;
     std::vector<std::string> streamCalls;
 };
@@ -154,6 +155,11 @@ int openStreams() {
 int reads(const std::string& device) {
     const std::lock_guard lock(mutex);
     return machine.reads[device];
+}
+
+int activityChecks(const std::string& device) {
+    const std::lock_guard lock(mutex);
+    return machine.activityChecks[device];
 }
 
 std::vector<std::string> openedWith() {
@@ -318,6 +324,7 @@ PaError Pa_CloseStream(PaStream* handle) {
 PaError Pa_IsStreamActive(PaStream* handle) {
     const std::lock_guard lock(mutex);
     const Stream* const stream = streamOf(handle);
+    ++machine.activityChecks[stream->device.name];
     if (const auto at =
             std::ranges::find_if(machine.failures,
                                  [&](const Failure& failure) {

@@ -56,6 +56,8 @@ void setReadHook(const std::function<void(const std::string&)>& hook);
 [[nodiscard]] int opens();
 [[nodiscard]] int openStreams();
 [[nodiscard]] int reads(const std::string& device);
+/// Calls of Pa_IsStreamActive() for a device's streams.
+[[nodiscard]] int activityChecks(const std::string& device);
 /// The parameters of every Pa_OpenStream() so far: "NAME channels rate frames flags latency".
 [[nodiscard]] std::vector<std::string> openedWith();
 /// The names of all calls on streams, oldest first: "open NAME", "start NAME", "stop NAME", "close NAME".

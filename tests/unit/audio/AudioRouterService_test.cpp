@@ -1,5 +1,6 @@
 #include "audio/AudioRouterService.h"
 #include "tests/unit/audio/CaptureFixture.h"
+#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 
 #include <algorithm>
 #include <array>
@@ -170,6 +171,20 @@ TEST_F(AudioRouterServiceTest, InfiniteRateIsTakenOnceAndOtherRequestsAreStillHo
     EXPECT_FALSE(service.SetSampleRate(std::numeric_limits<double>::quiet_NaN()));
 }
 
+TEST_F(AudioRouterServiceTest, InfiniteRateOfADeviceThatTakesItReachesTheMixerAsTheLargest) {
+    const RouterLogCapture routerLines;
+    scriptedPortAudio::setDevices({device("mic")});
+    listenTo(0);
+    startWith({{"mic", 0, 0}});
+    EXPECT_TRUE(service.SetSampleRate(std::numeric_limits<double>::infinity()));
+    ASSERT_TRUE(await([] { return scriptedPortAudio::opens() == 2; }));
+    ASSERT_TRUE(awaitBlocks("mic"));
+    EXPECT_TRUE(service.SetSampleRate(48000.0));
+    ASSERT_TRUE(await([] { return scriptedPortAudio::opens() == 3; }));
+    EXPECT_TRUE(await([] { return nextOfBus1() == 0.5f; }));
+    EXPECT_EQ(routerLines.lines(), Lines()) << "as a rate of 0 Hz every block would be a line";
+}
+
 TEST_F(AudioRouterServiceTest, NewRateReinitialisesAndOpensTheStreamsWithIt) {
     scriptedPortAudio::setDevices({device("mic")});
     startWith({{"mic", 0, 0}});
@@ -189,7 +204,9 @@ TEST_F(AudioRouterServiceTest, DeviceOf44100HzOnlyIsRebuiltOnEveryPassWhile48000
     startWith({{"mic", 0, 0}});
     EXPECT_EQ(service.GetSampleRate(), 44100.0);
     EXPECT_TRUE(service.SetSampleRate(48000.0));
-    ASSERT_TRUE(awaitLog("Sample rate change request: 48000 Hz", 4));
+    ASSERT_TRUE(awaitLog("Sample rate change request: 48000 Hz"));
+    expectIdlePasses(4, std::chrono::milliseconds(100),
+                     [this] { return log.count("Sample rate change request: 48000 Hz"); });
     EXPECT_TRUE(service.SetSampleRate(44100.0));
     EXPECT_TRUE(awaitBlocks("mic")) << "the rate that was obtained ends it";
 }
@@ -204,6 +221,8 @@ TEST_F(AudioRouterServiceTest, OneInputThatFailedToOpenSilencesAll) {
     ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
     EXPECT_TRUE(service.SetOutputDevice("y"));
     ASSERT_TRUE(awaitLog("Audio stream initialized", 3));
+    expectIdlePasses(20, std::chrono::milliseconds(10),
+                     [] { return scriptedPortAudio::activityChecks("good"); });
     EXPECT_EQ(scriptedPortAudio::reads("good"), 0);
     EXPECT_FALSE(hasRing(0));
     EXPECT_TRUE(service.RemoveInputDevice("bad"));

@@ -8,7 +8,11 @@
 #include "tests/support/portaudio/ScriptedPortAudio.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -71,6 +75,40 @@ protected:
     static bool awaitBlocks(const std::string& name, int count = 5) {
         const int before = scriptedPortAudio::reads(name);
         return await([&] { return scriptedPortAudio::reads(name) >= before + count; });
+    }
+
+    /// The processor time that the worker has used.
+    static std::chrono::duration<double> workerTime() {
+        for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+            std::string name;
+            std::ifstream(thread.path() / "comm") >> name;
+            timespec time{};
+            // As the system builds the number of a thread's clock, which POSIX gives for one's own threads
+            // alone.
+            const auto clock = (~static_cast<clockid_t>(std::stoi(thread.path().filename())) * 8) | 6;
+            if (name == "Capture" && clock_gettime(clock, &time) == 0) {
+                return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+            }
+        }
+        ADD_FAILURE() << "no worker";
+        return {};
+    }
+
+    /// Waits until `passes()` has grown by `count`, while a pass shall take `passTime` at least and the
+    /// worker next to no processor time.
+    template <typename Passes>
+    void expectIdlePasses(int count, std::chrono::milliseconds passTime, Passes passes) {
+        using Clock = std::chrono::steady_clock;
+        const auto first = passes();
+        const auto startedAt = Clock::now();
+        const auto usedBefore = workerTime();
+        ASSERT_TRUE(await([&] { return passes() >= first + count; }));
+        const std::chrono::duration<double> used = workerTime() - usedBefore;
+        const std::chrono::duration<double> elapsed = Clock::now() - startedAt;
+        // The first of them may have begun before.
+        EXPECT_LE(static_cast<double>(passes() - first - 1) * std::chrono::duration<double>(passTime),
+                  elapsed);
+        EXPECT_LT(used.count(), 0.05 * elapsed.count()) << "of " << elapsed.count() << " s";
     }
 
     LogCapture log;

@@ -4,6 +4,13 @@
 
 namespace {
 
+QVariantList audioDeviceMaps(const QList<AudioDeviceFacts>& inputs, const QList<AudioDeviceFacts>& outputs,
+                             int type) {
+    QVariantList maps;
+    appendAudioDeviceMaps(maps, inputs, outputs, type);
+    return maps;
+}
+
 QStringList names(const QVariantList& maps) {
     QStringList result;
     for (const QVariant& map : maps) {
@@ -62,9 +69,11 @@ TEST(AudioDeviceMaps, EntriesOfTheServiceKeepTheirOrderAndIndex) {
     entry.maxInputChannels = 2;
     entry.defaultSampleRate = 44100.0;
     entry.isInput = true;
-    const QVariantList maps = audioDeviceMaps({entry});
-    ASSERT_EQ(maps.size(), 1);
-    EXPECT_EQ(maps[0].toMap()["index"], 5);
-    EXPECT_EQ(maps[0].toMap()["name"], QStringLiteral("麦克风"));
-    EXPECT_EQ(maps[0].toMap()["hostApi"], "Windows WASAPI");
+    QVariantList maps{QStringLiteral("gathered before")};
+    appendAudioDeviceMaps(maps, {entry});
+    ASSERT_EQ(maps.size(), 2);
+    EXPECT_EQ(maps[0], "gathered before");
+    EXPECT_EQ(maps[1].toMap()["index"], 5);
+    EXPECT_EQ(maps[1].toMap()["name"], QStringLiteral("麦克风"));
+    EXPECT_EQ(maps[1].toMap()["hostApi"], "Windows WASAPI");
 }

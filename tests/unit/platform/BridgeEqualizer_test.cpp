@@ -1,5 +1,7 @@
 #include "audio/EqualizerBands.h"
 #include "audio/FBiquadChain.h"
+#include "platform/routerAudio/AudioRouterAPI.h"
+#include "platform/routerAudio/PerAppInputBuffers.h"
 #include "tests/unit/platform/SystemBridgeFixture.h"
 
 #include <algorithm>
@@ -325,4 +327,40 @@ TEST_F(Equaliser, NotANumberIsForgottenWithTheNextBlockWhateverItsChannels) {
             ASSERT_TRUE(std::isfinite(sample)) << channels << " channels";
         }
     }
+}
+
+TEST_F(Equaliser, SettingsChangeWhileTheWorkersBlocksGoThrough) {
+    // Reports of levels go through Qt's event queue, whose locks the thread sanitizer does not see.
+    AudioRouterAPI::instance().setLevelCallback({});
+    scriptedPortAudio::Device microphone;
+    microphone.name = "mic";
+    scriptedPortAudio::setDevices({microphone});
+    bridge->setAudioConfig({QVariantMap{
+        {"processID", 0}, {"input1", QVariantMap{{"enabled", true}, {"volume", 1.0}, {"muted", false}}}}});
+    ASSERT_TRUE(bridge->AddInputDevice("mic", 0));
+    const auto blocks = [] {
+        return scriptedPortAudio::reads("mic");
+    };
+    ASSERT_TRUE(await([&] { return blocks() > 0; }));
+    const auto bus1 = [] {
+        std::array<float, 2> frame{};
+        PerAppInputBuffers::instance().mixBus(frame.data(), 1, 1);
+        return frame[0];
+    };
+    for (int change = 0, seen = blocks(); seen < 200; ++change) {
+        storeGains(peakAt1000Hz(change % 2 == 0 ? 6.0 : -6.0));
+        if (change % 5 == 4) {
+            switchOff();
+        }
+        ASSERT_TRUE(std::isfinite(bus1()));
+        ASSERT_TRUE(await([&] { return blocks() > seen; }));
+        seen = blocks();
+    }
+    // What was asked for last holds: a peak far from the constant that the microphone gives, then none.
+    std::vector<double> gains = flat();
+    gains[0] = -12.0;
+    storeGains(gains);
+    EXPECT_TRUE(await([&] { return std::fabs(bus1()) < 0.05f; })) << "cut from below";
+    switchOff();
+    EXPECT_TRUE(await([&] { return bus1() == 0.5f; }));
 }

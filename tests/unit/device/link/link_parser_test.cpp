@@ -1,5 +1,5 @@
 #include "LinkBench.h"
-#include "LinkSeeds.h"
+#include "tests/support/RandomSeed.h"
 
 #include <algorithm>
 #include <random>

@@ -1,7 +1,7 @@
 #include "LinkBench.h"
-#include "LinkSeeds.h"
 #include "device/link/LinkPool.h"
 #include "device/link/LinkState.h"
+#include "tests/support/RandomSeed.h"
 
 #include <cstring>
 #include <map>

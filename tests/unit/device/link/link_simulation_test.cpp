@@ -2,7 +2,7 @@
 // framing are this test's own. VEXO_SEED chooses another run.
 
 #include "LinkBench.h"
-#include "LinkSeeds.h"
+#include "tests/support/RandomSeed.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,5 +1,6 @@
 // Random use of the mixer beside its scalar definition.
 
+#include "tests/support/RandomSeed.h"
 #include "tests/unit/platform/routerAudio/MixerFixture.h"
 #include "tests/unit/platform/routerAudio/ScalarReference.h"
 
@@ -8,7 +9,6 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <random>
 #include <utility>
 
 namespace {
@@ -168,11 +168,11 @@ private:
         store.putConfig(processID, anyConfig(processID));
     }
 
-    static void expectNear(const StereoLevel& level, const StereoLevel& wanted) {
+    static void expectNear(const StereoLevel& level, const StereoLevel& wanted, float tolerance) {
         // A meter of an absurd packet may be infinite on both sides.
-        const auto near = [](float a, float b) {
+        const auto near = [tolerance](float a, float b) {
             return a == b || (std::isnan(a) && std::isnan(b)) ||
-                   std::fabs(a - b) <= 2e-6f * std::max(1.0f, std::fabs(b));
+                   std::fabs(a - b) <= tolerance * std::max(1.0f, std::fabs(b));
         };
         if (!near(level.left, wanted.left) || !near(level.right, wanted.right)) {
             FAIL() << "levels " << level.left << ", " << level.right << ", expected " << wanted.left << ", "
@@ -183,10 +183,11 @@ private:
     void compareLevels() {
         buffers.updateBusLevels();
         reference.updateBusLevels();
-        expectNear(buffers.getBus1Levels(), reference.getBus1Levels());
-        expectNear(buffers.getBus2Levels(), reference.getBus2Levels());
+        // Roots of sums over the sources: the deviations of several add up.
+        expectNear(buffers.getBus1Levels(), reference.getBus1Levels(), 2e-6f);
+        expectNear(buffers.getBus2Levels(), reference.getBus2Levels(), 2e-6f);
         const std::uint32_t processID = anySource();
-        expectNear(buffers.getProcessLevels(processID), reference.getProcessLevels(processID));
+        expectNear(buffers.getProcessLevels(processID), reference.getProcessLevels(processID), 1e-6f);
     }
 
     Random random;
@@ -203,7 +204,7 @@ private:
 } // namespace
 
 TEST(PerAppInputBuffersProperty, AMillionRandomStepsEqualTheScalarDefinitionBitForBit) {
-    const std::uint32_t seed = std::random_device{}();
+    const std::uint32_t seed = newSeed();
     SCOPED_TRACE("seed " + std::to_string(seed));
     Player player(seed);
     const int steps = longRun() ? 20'000'000 : 1'000'000;

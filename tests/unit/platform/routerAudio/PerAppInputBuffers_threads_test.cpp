@@ -1,5 +1,6 @@
 // The mixer in the hands of all its threads at once. Run it under the thread sanitizer.
 
+#include "tests/support/RandomSeed.h"
 #include "tests/unit/platform/routerAudio/MirroredSound.h"
 #include "tests/unit/platform/routerAudio/MixerFixture.h"
 
@@ -21,9 +22,9 @@ protected:
 
     template <typename Step>
     void start(Step step) {
-        threads.emplace_back([this, step] {
-            Random random(
-                static_cast<std::uint32_t>(std::hash<std::thread::id>()(std::this_thread::get_id())));
+        const auto number = static_cast<std::uint32_t>(threads.size());
+        threads.emplace_back([this, step, number] {
+            Random random(seed + number);
             while (!stop.load(std::memory_order_relaxed)) {
                 step(random);
                 rounds.fetch_add(1, std::memory_order_relaxed);
@@ -43,6 +44,9 @@ protected:
         }
     }
 
+    // Each thread's steps can be repeated, what the threads make of them together cannot.
+    const std::uint32_t seed = newSeed();
+    const testing::ScopedTrace trace{__FILE__, __LINE__, "seed " + std::to_string(seed)};
     std::atomic<bool> stop{false};
     std::atomic<std::uint64_t> rounds{0};
     std::vector<std::thread> threads;

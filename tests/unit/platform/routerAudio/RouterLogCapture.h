@@ -28,6 +28,12 @@ public:
         return std::exchange(collected, {});
     }
 
+    /// Everything since the last take.
+    [[nodiscard]] std::vector<std::wstring> lines() const {
+        const std::lock_guard lock(mutex);
+        return collected;
+    }
+
     [[nodiscard]] bool contains(const std::wstring& line) const {
         const std::lock_guard lock(mutex);
         return std::ranges::find(collected, line) != collected.end();
