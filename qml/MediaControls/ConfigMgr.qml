@@ -44,6 +44,16 @@ QtObject {
         return Tables.rgbToHex(r, g, b);
     }
 
+    // A step of the gain as text: the lowest is 1%, the highest 100%.
+    function gainText(step: real): string {
+        return Math.round((step - auto_gain_min) * 99 / auto_gain_count + 1) + "%";
+    }
+
+    // A step of the monitor volume as text: the lowest is 0%, the highest 100%.
+    function monitorText(step: real): string {
+        return Math.round((step - auto_device_min) * 100 / auto_device_count) + "%";
+    }
+
     function initialize() {
         console.log("初始化配置管理器");
         loadAllSettings();

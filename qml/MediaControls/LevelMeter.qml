@@ -39,6 +39,7 @@ Item {
     Timer {
         id: clippingTimer
 
+        objectName: "clippingTimer"
         interval: meter.clippingDuration
         onTriggered: meter.clearClipping()
     }

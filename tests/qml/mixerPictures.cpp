@@ -130,7 +130,6 @@ private:
         call("soloButton", "press", item("strip1"));
         save("mixer-solo", *window, [this] { sendLevels(0.5); });
         call("deviceSettingsButton", "click");
-        save("mixer-drawer", *window, [this] { sendLevels(0.5); });
     }
 
     void reopen() {

@@ -165,6 +165,34 @@ Item {
             compare(linesWith("mic 7").length, 1);
         }
 
+        function test_a_clip_mark_stays_for_10_seconds_data() {
+            return test_the_defaults_data();
+        }
+
+        function test_a_clip_mark_stays_for_10_seconds(row) {
+            const meter = create(row.component);
+            const timer = Array.from(meter.data).find(entry => entry.objectName === "clippingTimer");
+            compare([timer.interval, timer.repeat, timer.running], [10000, false, false]);
+            meter.setLevel(1);
+            meter.setLevel(0);
+            compare([timer.running, meter.clipping], [true, true]);
+            timer.triggered();
+            compare([timer.running, meter.clipping], [false, false]);
+            compare(markColor(meter), "#232323");
+        }
+
+        function test_a_channel_at_full_scale_lights_the_clip_mark_for_its_duration() {
+            const meter = create(channelComponent, {
+                clippingDuration: 300
+            });
+            const lit = Date.now();
+            meter.setLevel(1);
+            tryCompare(meter, "level", 0);
+            tryCompare(meter, "clipping", false);
+            const stayed = Date.now() - lit;
+            verify(stayed >= 285, stayed + " ms");
+        }
+
         function test_the_gradient_of_a_channel_runs_upwards() {
             const stops = findChild(create(channelComponent), "bar").gradient.stops;
             const fromBottom = Array.from(stops, stop => (1 - stop.position).toFixed(1) + " " + stop.color).reverse();

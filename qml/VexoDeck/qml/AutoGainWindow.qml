@@ -47,10 +47,6 @@ WindowFrame {
             done = true;
         }
 
-        function gainText(gainStep: int): string {
-            return Math.round((gainStep - ConfigMgr.auto_gain_min) * 99 / ConfigMgr.auto_gain_count + 1) + "%";
-        }
-
         function send(value: int) {
             HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.auto_gain, [value]);
         }
@@ -113,7 +109,7 @@ WindowFrame {
 
                 objectName: "setText"
                 width: parent.width
-                text: body.done ? qsTr("设置成功\n增益为 ") + body.gainText(autoGainWindow.gainValue) : qsTr("设置成功\n增益为 0 dB")
+                text: body.done ? qsTr("设置成功\n增益为 ") + ConfigMgr.gainText(autoGainWindow.gainValue) : qsTr("设置成功\n增益为 0 dB")
                 font.pixelSize: VxTheme.fontLead
                 lineHeight: 1.3
                 horizontalAlignment: Text.AlignHCenter

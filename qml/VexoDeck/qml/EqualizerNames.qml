@@ -1,11 +1,12 @@
 pragma Singleton
 
 import QtQml
+import MediaControls
 
 /* What the equaliser's presets are called on the screen. They are stored under their Chinese names. */
 QtObject {
     // The index of the first preset of the user's own.
-    readonly property int firstUserIndex: 7
+    readonly property int firstUserIndex: ConfigMgr.defaults.device_equalizer_values.length
 
     readonly property var translations: ({
             "原声": qsTr("原声"),

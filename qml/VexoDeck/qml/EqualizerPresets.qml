@@ -18,7 +18,7 @@ Item {
     property int selectIndex: 0
     // Records with name, value (dB of the twelve bands) and img.
     property var dataList: []
-    readonly property int countSum: ConfigMgr.defaults.device_equalizer_values.length
+    readonly property int countSum: EqualizerNames.firstUserIndex
     readonly property var currentEqData: dataList[selectIndex] ?? emptyRecord()
     readonly property bool userSelected: selectIndex >= countSum && selectIndex < dataList.length
     readonly property int tileWidth: 78

@@ -9,11 +9,6 @@ SettingsSection {
     readonly property string autoGainText: qsTr("自动增益")
     readonly property string autoGainTips: qsTr("开启后，话筒音量将自动调节至最佳增益。")
 
-    // The lowest step is 1%, the highest 100%.
-    function gainText(step: int): string {
-        return Math.round((step - ConfigMgr.auto_gain_min) * 99 / ConfigMgr.auto_gain_count + 1) + "%";
-    }
-
     function sendSwitch(attribute: int, on: bool) {
         HIDDeviceMgr.sendMessage(attribute, [on ? 1 : 0]);
     }
@@ -40,7 +35,7 @@ SettingsSection {
         key: ConfigMgr.keys.auto_gain
         from: ConfigMgr.auto_gain_min
         to: ConfigMgr.auto_gain_max
-        valueTextOf: step => microphoneInput.gainText(step)
+        valueTextOf: step => ConfigMgr.gainText(step)
         onMoved: microphoneInput.handleGainMoved()
 
         MessageListener {

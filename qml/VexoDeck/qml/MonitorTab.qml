@@ -14,10 +14,6 @@ SettingsPage {
         return ((step - ConfigMgr.auto_device_min) / ConfigMgr.auto_device_count * 100).toFixed(0) + "%";
     }
 
-    function volumeText(step: int): string {
-        return Math.round((step - ConfigMgr.auto_device_min) * 100 / ConfigMgr.auto_device_count) + "%";
-    }
-
     function handleVolumeMoved() {
         const volume = volumeSlider.step;
         if (ConfigMgr.getValue(ConfigMgr.keys.device_dB) !== volume) {
@@ -59,7 +55,7 @@ SettingsPage {
             key: ConfigMgr.keys.device_dB
             from: ConfigMgr.auto_device_min
             to: ConfigMgr.auto_device_max
-            valueTextOf: step => monitorTab.volumeText(step)
+            valueTextOf: step => ConfigMgr.monitorText(step)
             onMoved: monitorTab.handleVolumeMoved()
 
             MessageListener {

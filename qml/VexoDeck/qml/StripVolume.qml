@@ -28,9 +28,9 @@ QtObject {
 
     function textOf(value: real): string {
         if (isMonitor)
-            return Math.round((value - ConfigMgr.auto_device_min) * 100 / ConfigMgr.auto_device_count) + "%";
+            return ConfigMgr.monitorText(value);
         if (isDevice)
-            return Math.round((value - ConfigMgr.auto_gain_min) * 99 / ConfigMgr.auto_gain_count + 1) + "%";
+            return ConfigMgr.gainText(value);
         return Math.round(value * 100) + "%";
     }
 
