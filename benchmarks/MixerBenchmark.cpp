@@ -484,6 +484,7 @@ void printFits(BenchmarkTable& table) {
         printCostFit(table, name, {"a source", "a frame", "a source and frame"}, points, kResidualPercent);
     }
     std::vector<FitPoint> packets;
+    packets.reserve(kFrameCounts.size());
     for (const int frames : kFrameCounts) {
         packets.push_back({at("addInputData quiet", frames), {static_cast<double>(frames)}});
     }
