@@ -123,8 +123,11 @@ class MixdeskR2(Welcome):
         warm_up = 5
         before = None
         for cycle in range(cycles):
+            # Another link address each time: a device that the program knows still is not asked for its name again.
+            self.stage.emulator(f"identity address 2 3 {0x1001 + cycle}")
             self.stage.emulator("plug")
             program.wait_log("HIDDevice 连接成功:", cycle + 1)
+            self.stage.emulator("wait ready 20000")
             self.stage.emulator("unplug")
             program.wait_log("HIDDevice 断开连接:", cycle + 1)
             if cycle == warm_up:
@@ -133,7 +136,8 @@ class MixdeskR2(Welcome):
         after = self.usage(program)
         print(f"threads, handles, KiB resident after {warm_up + 1} cycles: {before}, after {cycles}: {after}")
         self.assertLessEqual(after[1], before[1], "open files grew")
-        self.assertLess(after[2], before[2] * 1.05 + 2048, "memory grew")
+        # However many cycles: what the script engine takes before it collects.
+        self.assertLess(after[2], before[2] + 4096, "memory grew")
         self.assertEqual(program.log.count("HIDDevice 连接成功:"), cycles)
         self.assertEqual(program.log.count("HIDDevice 断开连接:"), cycles)
         self.assertEqual(self.stage.emulator("state")["openHandles"], 0)
