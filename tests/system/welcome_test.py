@@ -117,6 +117,22 @@ class MixdeskR2(Welcome):
         self.wait_waiting()
         self.assertIsNone(program.process.poll())
 
+    def test_idle_program_says_hello_often_enough_for_the_patience_of_a_device(self):
+        # Most of the time the link rests, and makes up for it. A device waits for three of its hello intervals.
+        self.start()
+        self.stage.emulator("identity patience 3")
+        self.stage.emulator("plug")
+        self.wait_ready("VEXO Mixdesk R2")
+        self.stage.emulator("wait quiet 1000 20000")
+        self.stage.emulator("clear")
+        wait_until(lambda: self.count_frames(0) >= 4, "four hellos", 30)
+        times = [frame["timeMs"] for frame in self.stage.emulator("dump 0")["frames"]]
+        gaps = sorted(later - sooner for sooner, later in zip(times, times[1:]))
+        print(f"milliseconds between hellos: {gaps}")
+        # The middle one: other programs may hold this one up for a while.
+        self.assertLess(gaps[len(gaps) // 2], 2000)
+        wait_until(lambda: self.stage.emulator("set mic_gain 20")["notified"] == 1, "a notification to the program")
+
     def test_plug_and_unplug_cycles_leave_no_thread_handle_or_memory_behind(self):
         program = self.start()
         cycles = 500 if LONG else 30
