@@ -118,14 +118,33 @@ class MixdeskR2(Welcome):
         self.wait_waiting()
         self.assertIsNone(program.process.poll())
 
+    def test_idle_program_says_hello_often_enough_for_the_patience_of_a_device(self):
+        # Most of the time the link rests, and makes up for it. A device waits for three of its hello intervals.
+        self.start()
+        self.stage.emulator("identity patience 3")
+        self.stage.emulator("plug")
+        self.wait_ready("VEXO Mixdesk R2")
+        self.stage.emulator("wait quiet 1000 20000")
+        self.stage.emulator("clear")
+        wait_until(lambda: self.count_frames(0) >= 4, "four hellos", 30)
+        times = [frame["timeMs"] for frame in self.stage.emulator("dump 0")["frames"]]
+        gaps = sorted(later - sooner for sooner, later in zip(times, times[1:]))
+        print(f"milliseconds between hellos: {gaps}")
+        # The middle one: other programs may hold this one up for a while.
+        self.assertLess(gaps[len(gaps) // 2], 2000)
+        wait_until(lambda: self.stage.emulator("set mic_gain 20")["notified"] == 1, "a notification to the program")
+
     def test_plug_and_unplug_cycles_leave_no_thread_handle_or_memory_behind(self):
         program = self.start()
         cycles = 500 if LONG else 30
         warm_up = 5
         before = None
         for cycle in range(cycles):
+            # Another link address each time: a device that the program knows still is not asked for its name again.
+            self.stage.emulator(f"identity address 2 3 {0x1001 + cycle}")
             self.stage.emulator("plug")
             program.wait_log("HIDDevice 连接成功:", cycle + 1)
+            self.stage.emulator("wait ready 20000")
             self.stage.emulator("unplug")
             program.wait_log("HIDDevice 断开连接:", cycle + 1)
             if cycle == warm_up:
@@ -134,7 +153,8 @@ class MixdeskR2(Welcome):
         after = self.usage(program)
         print(f"threads, handles, KiB resident after {warm_up + 1} cycles: {before}, after {cycles}: {after}")
         self.assertLessEqual(after[1], before[1], "open files grew")
-        self.assertLess(after[2], before[2] * 1.05 + 2048, "memory grew")
+        # However many cycles: what the script engine takes before it collects.
+        self.assertLess(after[2], before[2] + 4096, "memory grew")
         self.assertEqual(program.log.count("HIDDevice 连接成功:"), cycles)
         self.assertEqual(program.log.count("HIDDevice 断开连接:"), cycles)
         self.assertEqual(self.stage.emulator("state")["openHandles"], 0)

@@ -85,6 +85,10 @@ std::vector<InputDeviceRequest> AudioRouterService::GetInputDevices() const {
     return answer(std::vector<InputDeviceRequest>(1));
 }
 
+bool AudioRouterService::HasMissingInput() const {
+    return answer(true);
+}
+
 bool AudioRouterService::RefreshDevices() {
     return answer(true);
 }
