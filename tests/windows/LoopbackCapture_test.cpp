@@ -94,6 +94,33 @@ TEST_F(CaptureTest, PacketsOfARealClientDrainThroughTheWorkQueueIntoTheRings) {
     }));
 }
 
+TEST_F(CaptureTest, EndpointRemovedUnderARunningCaptureIsWaitedForUntilTheStop) {
+    scene.addSource(kProcess);
+    const ToneInTheCable tone;
+    const AudioEndpointPointer plugged = endpointNamed(EndpointFlow::Capture, L"Plugged Microphone");
+    ASSERT_NE(plugged, nullptr);
+    const ComPtr<CLoopbackCapture> capture = makeCapture(callsWithProcessLoopback(script, plugged));
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    ASSERT_TRUE(comesTrue([&] { return script->count("GetBuffer") > 3; }));
+    RouterLogCapture log;
+    ASSERT_TRUE(unload("plugmic"));
+    // Until nothing more comes: for half a second the cable records, and no packet is taken.
+    const RecordedSink cable("cable");
+    int packets = script->count("GetBuffer");
+    double since = cable.seconds();
+    EXPECT_TRUE(comesTrue([&] {
+        if (const int now = script->count("GetBuffer"); now != packets) {
+            packets = now;
+            since = cable.seconds();
+        }
+        return cable.seconds() > since + 0.5;
+    }));
+    EXPECT_EQ(capture->captureState(), CaptureState::Capturing);
+    EXPECT_TRUE(log.take().empty());
+    EXPECT_EQ(capture->stopCapture(), S_OK);
+    EXPECT_EQ(capture->captureState(), CaptureState::Stopped);
+}
+
 TEST_F(CaptureTest, DrainAllocatesNothingAfterTheFirstPackets) {
     scene.addSource(kProcess);
     const ToneInTheCable tone;

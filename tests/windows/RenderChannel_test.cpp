@@ -5,6 +5,7 @@
 #include "tests/unit/platform/routerAudio/RouterLogCapture.h"
 #include "tests/windows/SoundScene.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <objbase.h>
@@ -114,8 +115,7 @@ TEST_F(RenderTest, EndpointWithSixChannelsIsOpenedWithTwo) {
     forwarder.setBus1Device(L"surround");
     ASSERT_TRUE(forwarder.start());
     const RecordedSink sink("six", 6);
-    EXPECT_TRUE(comesTrue([&] { return sink.amplitude(0, 900) > 0.1 && sink.amplitude(1, 1300) > 0.1; }))
-        << levels(sink, 900, 1300);
+    EXPECT_TRUE(comesTrue([&] { return carries(sink, 900, 1300); })) << levels(sink, 900, 1300);
     forwarder.stop();
     EXPECT_TRUE(log.contains(L"[BusForwarder] Using device format: 48000 Hz, 2 ch, 32 bits"));
 }
@@ -131,16 +131,24 @@ TEST_F(RenderTest, CaptureEndpointFailsAtGetService) {
     EXPECT_EQ(lines.back(), L"[BusForwarder] GetService failed: 0x88890003");
 }
 
-TEST_F(RenderTest, EndpointRemovedWhilePlayingLeavesAThreadThatStopEnds) {
+TEST_F(RenderTest, EndpointRemovedWhilePlayingIsSilentlyKeptAndTheOtherOutputPlaysOn) {
     scene.addSource(kSource);
-    const TonePlayer player(scene.buffers, kSource, 1000, 1000, kAmplitude);
+    const TonePlayer player(scene.buffers, kSource, 1000, 1500, kAmplitude);
     const RouterPlatform platform = windowsRouterPlatform(windowsAudioSystemCalls());
     BusForwarder forwarder(platform, scene.buffers);
     forwarder.setBus1Device(L"plugged");
+    forwarder.setBus2Device(L"virtual cable");
     ASSERT_TRUE(forwarder.start());
     const RecordedSink sink("plug");
-    ASSERT_TRUE(comesTrue([&] { return sink.amplitude(0, 1000) > kLowest; }));
-    ASSERT_TRUE(unloadSink("plug"));
+    const RecordedSink other("cable");
+    ASSERT_TRUE(comesTrue([&] { return sink.amplitude(0, 1000) > kLowest && carries(other, 1000, 1500); }));
+    RouterLogCapture log;
+    ASSERT_TRUE(unload("plug"));
+    // The other output plays on, meanwhile nothing is said or opened anew.
+    const double removedAt = other.seconds();
+    EXPECT_TRUE(comesTrue([&] { return other.seconds() > removedAt + 1 && carries(other, 1000, 1500); }))
+        << levels(other, 1000, 1500);
+    EXPECT_TRUE(log.take().empty());
     const auto before = std::chrono::steady_clock::now();
     forwarder.stop();
     EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
@@ -155,29 +163,47 @@ TEST_F(RenderTest, CallbackWithEightSourcesTakesLessThanAFifthOfItsPeriod) {
     }
     const AudioEndpointPointer speakers = endpointNamed(EndpointFlow::Render, L"Speakers");
     ASSERT_NE(speakers, nullptr);
-    WasapiRenderChannel channel(windowsAudioSystemCalls());
-    ASSERT_TRUE(channel.open(*speakers));
-
-    using Clock = std::chrono::steady_clock;
-    std::atomic<bool> running{true};
-    std::atomic<std::uint64_t> callbacks{0};
-    std::atomic<std::uint64_t> frames{0};
-    std::atomic<std::int64_t> spentNs{0};
-    std::thread thread([&] {
-        channel.run(running, [&](float* output, std::uint32_t count) {
-            const auto before = Clock::now();
-            scene.buffers.mixBus(output, count, 1);
-            spentNs += std::chrono::nanoseconds(Clock::now() - before).count();
-            frames += count;
-            ++callbacks;
+    for (const bool solo : {false, true}) {
+        SCOPED_TRACE(solo ? "Solo" : "bus");
+        WasapiRenderChannel channel(windowsAudioSystemCalls());
+        ASSERT_TRUE(channel.open(*speakers));
+        using Clock = std::chrono::steady_clock;
+        constexpr std::size_t kCallbacks = 100;
+        std::atomic<bool> running{true};
+        std::atomic<std::size_t> callbacks{0};
+        std::vector<double> shares; // of the period, of each callback
+        shares.reserve(kCallbacks);
+        double spent = 0;
+        double played = 0;
+        std::thread thread([&] {
+            channel.run(running, [&](float* output, std::uint32_t count) {
+                const auto before = Clock::now();
+                if (solo) {
+                    scene.buffers.mixSolo(output, count);
+                } else {
+                    scene.buffers.mixBus(output, count, 1);
+                }
+                const double taken = std::chrono::duration<double>(Clock::now() - before).count();
+                const double period = count / 48000.0;
+                if (shares.size() < kCallbacks) {
+                    shares.push_back(taken / period);
+                    spent += taken;
+                    played += period;
+                }
+                ++callbacks;
+            });
         });
-    });
-    EXPECT_TRUE(comesTrue([&] { return callbacks > 100; }));
-    running = false;
-    channel.wake();
-    thread.join();
-    const double share = static_cast<double>(spentNs) / (static_cast<double>(frames) / 48000 * 1e9);
-    std::cout << "render callback, 8 sources: " << 100 * share << " % of its period (" << callbacks
-              << " callbacks of " << frames / callbacks << " frames)\n";
-    EXPECT_LT(share, 0.2);
+        EXPECT_TRUE(comesTrue([&] { return callbacks >= kCallbacks; }));
+        running = false;
+        channel.wake();
+        thread.join();
+        ASSERT_EQ(shares.size(), kCallbacks);
+        std::ranges::sort(shares);
+        std::cout << "render callback, 8 sources, " << (solo ? "Solo" : "bus") << ": " << 100 * spent / played
+                  << " % of its period; the 95th of 100 " << 100 * shares[94] << " %, the longest "
+                  << 100 * shares.back() << " %\n";
+        EXPECT_LT(spent / played, 0.2);
+        // A few may have waited for a processor on a busy machine.
+        EXPECT_LT(shares[94], 0.2);
+    }
 }

@@ -113,6 +113,37 @@ TEST_F(RenderFaultsTest, FailureOfSchedulingIsNoFailureOfTheThread) {
     }
 }
 
+TEST_F(RenderFaultsTest, WaitThatEndsWithoutTheEventRendersNothingAndIsRepeated) {
+    const auto script = std::make_shared<AudioScript>();
+    AudioSystemCalls calls = scriptedCalls(script);
+    std::atomic<int> waits{0};
+    constexpr int kOtherAnswers = 30;
+    calls.waitForEvent = [&, real = calls.waitForEvent](HANDLE event) -> DWORD {
+        constexpr DWORD kOther[] = {WAIT_FAILED, WAIT_TIMEOUT, WAIT_ABANDONED};
+        const int wait = waits++;
+        return wait < kOtherAnswers ? kOther[wait % 3] : real(event);
+    };
+    WasapiRenderChannel channel(calls);
+    ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
+    RouterLogCapture log;
+    std::atomic<bool> running{true};
+    std::atomic<int> rendered{0};
+    std::atomic<int> waitsAtTheFirst{0};
+    std::thread thread([&] {
+        channel.run(running, [&](float*, std::uint32_t) {
+            if (rendered++ == 0) {
+                waitsAtTheFirst = waits.load();
+            }
+        });
+    });
+    EXPECT_TRUE(comesTrue([&] { return rendered > 2; }));
+    running = false;
+    channel.wake();
+    thread.join();
+    EXPECT_GT(waitsAtTheFirst, kOtherAnswers);
+    EXPECT_TRUE(log.take().empty());
+}
+
 TEST_F(RenderFaultsTest, FailuresWhilePlayingGoBackToWaitingWithoutALine) {
     for (const char* const call : {"GetCurrentPadding", "GetBuffer"}) {
         SCOPED_TRACE(call);

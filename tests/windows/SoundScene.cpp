@@ -5,6 +5,7 @@
 #include <cmath>
 #include <complex>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <numbers>
 #include <objbase.h>
@@ -60,6 +61,10 @@ std::vector<float> RecordedSink::latest(std::uint32_t channel, double seconds) c
     return one;
 }
 
+double RecordedSink::seconds() const {
+    return static_cast<double>(std::filesystem::file_size(path)) / (channels * sizeof(float) * rate);
+}
+
 double RecordedSink::amplitude(std::uint32_t channel, double frequency) const {
     return amplitudeOf(latest(channel, 0.1), frequency, rate);
 }
@@ -79,7 +84,7 @@ double amplitudeOf(const std::vector<float>& signal, double frequency, double sa
     return 2 * std::abs(sum) / weights;
 }
 
-bool unloadSink(const std::string& name) {
+bool unload(const std::string& name) {
     const std::string requests = outside(setting("VEXO_SOUND_REQUESTS"));
     const std::string request = "unload " + name;
     std::ofstream(requests, std::ios::app | std::ios::binary) << request << '\n';

@@ -25,6 +25,8 @@ public:
 
     /// The last `seconds` of one channel; shorter while there is less.
     [[nodiscard]] std::vector<float> latest(std::uint32_t channel, double seconds) const;
+    /// How much has been recorded.
+    [[nodiscard]] double seconds() const;
     /// Amplitude of a frequency in the last tenth of a second of one channel.
     [[nodiscard]] double amplitude(std::uint32_t channel, double frequency) const;
 
@@ -37,8 +39,9 @@ private:
 /// Amplitude of one frequency in a signal, by a windowed projection.
 [[nodiscard]] double amplitudeOf(const std::vector<float>& signal, double frequency, double sampleRate);
 
-/// Lets the launcher remove a sink from the system, and waits until it has; false when that takes too long.
-[[nodiscard]] bool unloadSink(const std::string& name);
+/// Lets the launcher remove a sink or a microphone from the system, and waits until it has; false when that
+/// takes too long.
+[[nodiscard]] bool unload(const std::string& name);
 
 /// Feeds a source with a tone, 10 ms every 10 ms, from a thread of its own, until destroyed. One frequency on
 /// the left, another on the right.

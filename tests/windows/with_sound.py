@@ -6,9 +6,9 @@ With --display it has a virtual display too, in the Wine prefix that programs wi
 
 The program finds in its environment
   VEXO_RECORDED_<SINK>   the file that a sink's sound is written to as it plays, 32-bit float, interleaved
-  VEXO_SOUND_REQUESTS    a file; a line "unload SINK" appended to it removes that sink, and once that is done, the
-                         file of this name with ".done" has a line more
-The sinks are "speakers" (48000 Hz), "cable" (48000 Hz, heard by the microphone "mic"), "old" (44100 Hz), "six" (six
+  VEXO_SOUND_REQUESTS    a file; a line "unload NAME" appended to it removes that sink or microphone, and once that is
+                         done, the file of this name with ".done" has a line more
+The microphone "plugmic" hears what "mic" hears, and is there to be removed. The sinks are "speakers" (48000 Hz), "cable" (48000 Hz, heard by the microphone "mic"), "old" (44100 Hz), "six" (six
 channels) and "plug" (48000 Hz, to be removed).
 """
 
@@ -79,8 +79,9 @@ def main():
             modules = {}
             for sink in SINKS:
                 modules[sink[0]] = add_sink(sound, *sink)
-            sound.load("module-remap-source", "master=cable.monitor", "source_name=mic",
-                       "source_properties=\"device.description='Cable Microphone'\"")
+            for name, description in [("mic", "Cable Microphone"), ("plugmic", "Plugged Microphone")]:
+                modules[name] = sound.load("module-remap-source", "master=cable.monitor", f"source_name={name}",
+                                           f"source_properties=\"device.description='{description}'\"")
             sound.pactl("set-default-sink", "speakers")
             sound.pactl("set-default-source", "mic")
             recorders = []

@@ -27,6 +27,7 @@ AudioSystemCalls windowsAudioSystemCalls() {
                 return CoCreateInstance(type, nullptr, CLSCTX_ALL, interfaceId, object);
             },
         .createEvent = [] { return CreateEventW(nullptr, FALSE, FALSE, nullptr); },
+        .waitForEvent = [](HANDLE event) { return WaitForSingleObject(event, INFINITE); },
         .connectorCount = topologyConnectors,
         .startMediaFoundation = MFStartup,
         .lockSharedWorkQueue = MFLockSharedWorkQueue,

@@ -1,8 +1,8 @@
 #pragma once
 
-// The free functions of Windows that the bodies of this folder call. They stand in a table so that tests can
-// make each fail in turn, and can answer what a machine has not: a process loopback, a device topology.
-// Everything behind an interface pointer is real.
+// The free functions of Windows whose answer the bodies of this folder go by. They stand in a table so that
+// tests can make each fail in turn, and can answer what a machine has not: a process loopback, a device
+// topology. Everything behind an interface pointer is real.
 
 #include <functional>
 #include <mfapi.h>
@@ -16,6 +16,8 @@ struct AudioSystemCalls {
     std::function<HRESULT(REFCLSID type, REFIID interfaceId, void** object)> createInstance;
     /// An auto-reset event that is not signalled; null on failure, with the last error set.
     std::function<HANDLE()> createEvent;
+    /// WaitForSingleObject without a limit.
+    std::function<DWORD(HANDLE event)> waitForEvent;
     /// IDeviceTopology of the device, and its GetConnectorCount.
     std::function<HRESULT(IMMDevice* device, UINT* count)> connectorCount;
 

@@ -87,7 +87,7 @@ HRESULT CLoopbackCapture::activate(bool includeProcessTree) {
     RETURN_IF_FAILED(calls.activateAudioInterface(VIRTUAL_AUDIO_DEVICE_PROCESS_LOOPBACK,
                                                   __uuidof(IAudioClient), &wrapped, this,
                                                   operation.GetAddressOf()));
-    WaitForSingleObject(activationEvent.get(), INFINITE);
+    calls.waitForEvent(activationEvent.get());
     return S_OK;
 }
 
@@ -187,7 +187,7 @@ HRESULT CLoopbackCapture::stopCapture() {
     }
     state = CaptureState::Stopping;
     RETURN_IF_FAILED(calls.putWorkItem(kMultithreadedQueue, 0, &stopCallback, nullptr));
-    WaitForSingleObject(stoppedEvent.get(), INFINITE);
+    calls.waitForEvent(stoppedEvent.get());
     return S_OK;
 }
 

@@ -70,7 +70,7 @@ void WasapiRenderChannel::run(const std::atomic<bool>& running, const RenderCall
     }
     if (succeeded(RenderStep::Start, client->Start())) {
         while (running) {
-            if (WaitForSingleObject(event.get(), INFINITE) == WAIT_OBJECT_0) {
+            if (calls.waitForEvent(event.get()) == WAIT_OBJECT_0) {
                 renderPeriod(render);
             }
         }
