@@ -1,4 +1,5 @@
-# The pictures of a QML module.
+# The pictures of a QML module. Its icons lie on a grid of 24 units, drawn with a round stroke of 1.5 units in white;
+# what is shown much smaller than the grid (ticks, arrows in lists) or has a single mark has a thicker one.
 include_guard(GLOBAL)
 
 # vexo_icons(VARIABLE): the files of the folder icons/, for RESOURCES of qt_add_qml_module.

@@ -44,6 +44,6 @@ T.Button {
         }
     }
 
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
+    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

@@ -23,12 +23,6 @@ MouseArea {
         property bool byMouse: false
     }
 
-    function activate(event: var) {
-        event.accepted = true;
-        if (!event.isAutoRepeat)
-            area.activated();
-    }
-
     anchors.fill: control
     hoverEnabled: true
     cursorShape: enabled ? Qt.PointingHandCursor : Qt.ArrowCursor
@@ -40,9 +34,9 @@ MouseArea {
         visible: area.control.activeFocus && !state.byMouse
     }
 
-    Keys.onSpacePressed: event => activate(event)
-    Keys.onReturnPressed: event => activate(event)
-    Keys.onEnterPressed: event => activate(event)
+    Keys.onSpacePressed: event => KeyPress.once(event, () => activated())
+    Keys.onReturnPressed: event => KeyPress.once(event, () => activated())
+    Keys.onEnterPressed: event => KeyPress.once(event, () => activated())
     onPressed: {
         state.byMouse = true;
         control.forceActiveFocus(Qt.MouseFocusReason);

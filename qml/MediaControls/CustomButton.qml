@@ -69,6 +69,6 @@ T.Button {
         text: button.text
     }
 
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
+    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

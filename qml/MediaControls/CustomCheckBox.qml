@@ -50,6 +50,6 @@ T.CheckBox {
         wrapMode: Text.Wrap
     }
 
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
+    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

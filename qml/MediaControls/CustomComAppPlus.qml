@@ -152,9 +152,9 @@ T.AbstractButton {
                     highlighted: ListView.isCurrentItem && ListView.view.activeFocus
                     onClicked: plusButton.choose(app)
                 }
-                Keys.onReturnPressed: plusButton.choose(choice.apps[currentIndex])
-                Keys.onEnterPressed: plusButton.choose(choice.apps[currentIndex])
-                Keys.onSpacePressed: plusButton.choose(choice.apps[currentIndex])
+                Keys.onReturnPressed: event => KeyPress.once(event, () => plusButton.choose(choice.apps[currentIndex]))
+                Keys.onEnterPressed: event => KeyPress.once(event, () => plusButton.choose(choice.apps[currentIndex]))
+                Keys.onSpacePressed: event => KeyPress.once(event, () => plusButton.choose(choice.apps[currentIndex]))
             }
             VxText {
                 objectName: "empty"
@@ -189,7 +189,7 @@ T.AbstractButton {
         onClosed: choice.blocked = false
     }
 
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
+    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
     onClicked: openList()
 }

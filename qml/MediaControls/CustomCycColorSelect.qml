@@ -71,8 +71,8 @@ Row {
             selected: selection.place === index
             onClicked: selection.place = index
             onDoubleClicked: select.openPicker(index)
-            Keys.onReturnPressed: select.openPicker(index)
-            Keys.onEnterPressed: select.openPicker(index)
+            Keys.onReturnPressed: event => KeyPress.once(event, () => select.openPicker(index))
+            Keys.onEnterPressed: event => KeyPress.once(event, () => select.openPicker(index))
         }
     }
     CustomButton {

@@ -53,8 +53,8 @@ T.Popup {
             }
         }
 
-        Keys.onReturnPressed: click()
-        Keys.onEnterPressed: click()
+        Keys.onReturnPressed: event => KeyPress.once(event, () => click())
+        Keys.onEnterPressed: event => KeyPress.once(event, () => click())
     }
 
     x: parent ? Math.round((parent.width - width) / 2) : 0

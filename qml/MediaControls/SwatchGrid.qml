@@ -77,8 +77,8 @@ Grid {
             Keys.onRightPressed: grid.moveFocus(index, 1)
             Keys.onUpPressed: grid.moveFocus(index, -grid.columns)
             Keys.onDownPressed: grid.moveFocus(index, grid.columns)
-            Keys.onReturnPressed: click()
-            Keys.onEnterPressed: click()
+            Keys.onReturnPressed: event => KeyPress.once(event, () => click())
+            Keys.onEnterPressed: event => KeyPress.once(event, () => click())
             onPressed: keyboard.place = index
             onClicked: {
                 if (filled)

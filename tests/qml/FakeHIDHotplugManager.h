@@ -8,8 +8,8 @@
 // signals. Lives on the main thread; one for each engine, which owns it.
 class FakeHIDHotplugManager : public QObject {
     Q_OBJECT
-    // The calls since the last clearCalls(), in order: maps with "name" and, by call, "id" and "bytes" (a list
-    // of numbers 0 to 255).
+    // The calls since the last clearCalls(), in order: maps with "name" and, by call, "id" and "bytes" (a
+    // list of numbers 0 to 255).
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
 
 public:

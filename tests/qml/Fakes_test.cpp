@@ -8,9 +8,8 @@
 #include <QMetaMethod>
 #include <QStringList>
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -27,7 +26,8 @@ bool takesTheSame(const QMetaMethod& one, const QMetaMethod& other) {
 bool has(const QMetaObject& service, const QMetaMethod& wanted) {
     for (int index = service.methodOffset(); index < service.methodCount(); ++index) {
         const QMetaMethod method = service.method(index);
-        if (method.name() == wanted.name() && method.methodType() == wanted.methodType() && takesTheSame(method, wanted))
+        if (method.name() == wanted.name() && method.methodType() == wanted.methodType() &&
+            takesTheSame(method, wanted))
             return true;
     }
     return false;

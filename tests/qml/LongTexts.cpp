@@ -7,7 +7,8 @@
 
 namespace {
 
-// English needs about four letters for a sign ("原声" is "Acoustic"), and one for a letter ("Hz"); 40 % more in tenths.
+// English needs about four letters for a sign ("原声" is "Acoustic"), and one for a letter ("Hz"); 40 % more
+// in tenths.
 constexpr int kTenthLettersPerSign = 4 * 14;
 constexpr int kTenthLettersPerLetter = 14;
 constexpr int kLongestWord = 11;

@@ -1,6 +1,7 @@
 // Runs the test documents of this folder with fakes in the place of the native singletons.
 
 #include "tests/qml/FakeProgram.h"
+#include "tests/qml/Keyboard.h"
 #include "tests/qml/LongTexts.h"
 #include "tests/qml/TestLog.h"
 
@@ -21,6 +22,8 @@ public slots:
         QGuiApplication::setQuitOnLastWindowClosed(false);
         setUpFakeProgram();
         registerLongTexts();
+        qmlRegisterSingletonType<Keyboard>("VexoDeckTest", 1, 0, "Keyboard",
+                                           [](QQmlEngine*, QJSEngine*) -> QObject* { return new Keyboard; });
         qmlRegisterSingletonType<TestLog>(
             "VexoDeckTest", 1, 0, "TestLog", [](QQmlEngine*, QJSEngine*) -> QObject* {
                 QJSEngine::setObjectOwnership(&TestLog::instance(), QJSEngine::CppOwnership);

@@ -480,7 +480,7 @@ Item {
             compare(picker.picked, []);
         }
 
-        function test_a_colour_added_in_one_picker_is_not_among_the_swatches_of_another() {
+        function test_a_colour_added_in_one_picker_is_not_among_the_swatches_of_another_nor_after_a_restart() {
             const first = create();
             const second = create({
                 x: 260
@@ -490,6 +490,9 @@ Item {
             compare(first.allColors[8], "#2B8CFF");
             compare(second.allColors[8], null);
             compare(create().allColors[8], null, "nor of one made later");
+            StoreFile.restart();
+            ConfigMgr.loadAllSettings();
+            compare(create().allColors[8], null, "nor after a restart");
         }
 
         function test_a_full_grid_takes_no_more() {

@@ -3,8 +3,8 @@
 import unittest
 
 from log_check import TYPED_LOG, warnings_of
-from panel import BACK_BUTTON, SETTINGS_BUTTON
-from system_case import CONNECTED, START_BUTTON, WAITING_TITLE, SystemCase, wait_until
+from panel import BACK_BUTTON, SETTINGS_BUTTON, Panel
+from system_case import BUILD, CONNECTED, START_BUTTON, WAITING_TITLE, Stage, SystemCase, wait_until
 
 
 class MainLayout(SystemCase):
@@ -82,6 +82,46 @@ class VoxmicT40(MainLayout):
 
     def test_drawer_opens_and_is_closed_again_after_a_reconnection(self):
         self.check_model()
+
+
+class WindowOfAnySize(MainLayout):
+    """From the smallest window to a screen of 3840 x 2160 at 200 %."""
+    models = ("m40",)
+
+    def make_stage(self):
+        return Stage(BUILD, self.models, plugged=self.plugged, size=self.size)
+
+    def check_use(self, scale):
+        program = self.start(environment=TYPED_LOG | {"QT_SCALE_FACTOR": str(scale)})
+        window = self.stage.windows("Vexo Deck")[0]
+        self.stage.xdotool("windowmove", window, 0, 0, "windowsize", window, *self.size)
+        wait_until(lambda: self.stage.window_extents(window) == [0, 0, *self.size], "the window's size")
+        self.stage.scale = scale
+        panel = Panel(self.stage)
+        panel.open()
+        panel.open_page("监听")
+        panel.open_page("话筒")
+        slider = panel.press_slider("增益")
+        panel.move_slider(slider, 18)
+        panel.wait_shown({("slider", "增益"): 18})
+        panel.release()
+        self.stage.emulator("wait value mic_gain 18 3000")
+        self.assertEqual(self.quit(program), 0)
+        self.assertEqual(warnings_of(program.log), [])
+
+
+class SmallestWindow(WindowOfAnySize):
+    size = (800, 500)
+
+    def test_smallest_window_is_worked_like_any_other(self):
+        self.check_use(1)
+
+
+class LargeDenseScreen(WindowOfAnySize):
+    size = (3840, 2160)
+
+    def test_window_on_a_screen_of_3840_by_2160_at_200_percent_is_worked_like_any_other(self):
+        self.check_use(2)
 
 
 if __name__ == "__main__":

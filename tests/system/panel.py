@@ -145,13 +145,13 @@ class Panel:
     def release(self):
         self.stage.xdotool("mouseup", 1)
 
-    @staticmethod
-    def place(slider, value):
+    def place(self, slider, value):
         """Where the middle of the handle stands for a value."""
         left, top, width, height = slider["extents"]
         low, high = slider["range"]
         share = (min(max(value, low), high) - low) / (high - low)
-        return round(left + HANDLE_HALF + share * (width - 2 * HANDLE_HALF)), top + height // 2
+        x = left + HANDLE_HALF + share * (width - 2 * HANDLE_HALF)
+        return round(x * self.stage.scale), round((top + height / 2) * self.stage.scale)
 
     # ---- the virtual device
 

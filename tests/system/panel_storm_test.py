@@ -1,7 +1,7 @@
 """The device drawer under storms of reports and nonsense from the device: the user's hand wins, the window answers,
 the log stays clean."""
 
-import os
+import re
 import unittest
 
 import panel_table as table
@@ -10,12 +10,16 @@ from panel import Panel
 from stall_log import StallLog
 from system_case import BUILD, CONNECTED, WAITING_TITLE, SystemCase, wait_until
 
-# What the window may take to answer. The main thread waits for the frame that is being drawn, which on software
-# rendering takes as long as the other work on the machine lets it: where more runs than the processors can take, only
-# a hang counts. benchmarks/drag.py holds the strict limit for the longest event.
+# What the window may take to answer, less the time in which the system ran something else. A single event may still
+# meet a disk that others use: for the longest one only a hang counts here, and benchmarks/drag.py holds the strict
+# limit, on a machine that has nothing else to do.
 STALL_LIMIT_MS = 50
 HANG_LIMIT_MS = 500
-BUSY_LOAD = 1.5 * os.cpu_count()
+# As the program draws without a graphics card: all of its work on the main thread, where it is measured.
+SOFTWARE_DRAWING = {"QT_QUICK_BACKEND": "software"}
+REPORTS = 6000
+# In the log of what comes from the device: a frame of message 34.
+ATTRIBUTE_MESSAGE = re.compile(r"\[RX\] 55[0-9A-F]{26}2200")
 
 
 class Disturbed(SystemCase):
@@ -25,7 +29,7 @@ class Disturbed(SystemCase):
         super().setUp()
         self.panel = Panel(self.stage)
         self.stalls = StallLog(BUILD, self.stage.folder / "stalls.log")
-        self.program = self.start(environment=TYPED_LOG | self.stalls.environment)
+        self.program = self.start(environment=TYPED_LOG | SOFTWARE_DRAWING | self.stalls.environment)
 
     def tearDown(self):
         # Before the stage goes. A test that failed may have left the mouse pressed.
@@ -33,7 +37,6 @@ class Disturbed(SystemCase):
         if self.program.process.poll() is None:
             self.assertEqual(self.quit(self.program), 0)
         self.assertEqual(warnings_of(self.program.log), [])
-
 
     def wait_followed(self, attribute, value, role, name, shown):
         """The device turns a knob until the screen follows: what it says next may still be lost."""
@@ -56,8 +59,9 @@ class Storm(Disturbed):
         self.panel.open()
         slider = self.panel.press_slider("增益")
         self.panel.clear()
+        before = self.told()
         begin = self.stalls.now()
-        self.stage.emulator("storm 6000 1000 mic_gain")
+        self.stage.emulator(f"storm {REPORTS} 1000 mic_gain")
         # Two sweeps a second, 60 steps each, as a hand moves.
         for sweep in range(8):
             values = [step * 18 / 30 for step in range(31)]
@@ -74,22 +78,39 @@ class Storm(Disturbed):
         self.assertEqual({write["attribute"] for write in written}, {"mic_gain"})
         stalls = self.stalls.between(begin, end)
         self.check_stalls(stalls)
-        received = self.program.log.count("收到麦克风增益消息:")
-        print(f"reports that reached the screens: {received}")
-        # The link takes one frame a tick and drops the rest.
-        self.assertGreater(received, 50)
 
         # The hand lets go: 500 ms later the device's reports count again.
         self.panel.release()
         self.stage.emulator("wait storm 20000")
+        self.check_that_no_report_went_in_silence(before)
         self.wait_followed("mic_gain", 3, table.SLIDER, "增益", 3)
 
+    def told(self):
+        """Attribute messages that came to the program, those that reached the screens, and those of which the link has
+        told that it dropped them: it takes one frame a tick, and what its queue has no room for is lost."""
+        log = self.program.log
+        came = len(ATTRIBUTE_MESSAGE.findall(self.stage.data_file("hid_data.log").read_text()))
+        return came, log.count("收到麦克风增益消息:"), log.count("错误回调 id: 8 msgid: 34")
+
+    def check_that_no_report_went_in_silence(self, before):
+        def since():
+            return [now - then for now, then in zip(self.told(), before)]
+
+        try:
+            wait_until(lambda: (now := since())[0] == now[1] + now[2], "the link to come to rest")
+        except AssertionError:
+            self.fail(f"came, reached the screens, dropped and told: {since()}")
+        came, received, dropped = since()
+        print(f"reports that came: {came}, reached the screens: {received}, dropped and told: {dropped}")
+        # The wire itself holds 64 reports and no more while the program does not read.
+        self.assertGreater(came, REPORTS / 3)
+        self.assertLessEqual(came, REPORTS)
+        self.assertGreater(received, 50)
+        self.assertGreater(dropped, 0)
+
     def check_stalls(self, stalls):
-        load = os.getloadavg()[0]
-        print(f"main thread under the storm, load {load:.1f}: {stalls}")
-        self.assertLess(stalls.p50, STALL_LIMIT_MS)
-        if load < BUSY_LOAD:
-            self.assertLess(stalls.p95, STALL_LIMIT_MS)
+        print(f"main thread under the storm: {stalls}")
+        self.assertLess(stalls.p99, STALL_LIMIT_MS)
         self.assertLess(stalls.longest, HANG_LIMIT_MS)
 
     def sweep(self, slider, values):

@@ -98,6 +98,8 @@ class Stage:
         self.models = list(models)
         self.plugged = plugged
         self.size = size
+        # How many points of the display make a unit of the program's (QT_SCALE_FACTOR): controls() speaks in units.
+        self.scale = 1
         self.seed = seed
         self.environment = environment or {}
         self.processes = []
@@ -309,7 +311,7 @@ class Stage:
     def click_control(self, control):
         """A click on the middle of a control as controls() gave it."""
         x, y, width, height = control["extents"]
-        self.xdotool("mousemove", x + width // 2, y + height // 2, "click", 1)
+        self.xdotool("mousemove", (x + width // 2) * self.scale, (y + height // 2) * self.scale, "click", 1)
 
     def xdotool(self, *words):
         subprocess.run(["xdotool", *map(str, words)], env=self.env, check=True, capture_output=True)

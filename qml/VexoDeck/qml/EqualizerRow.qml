@@ -94,7 +94,7 @@ T.AbstractButton {
         onMessage: () => equalizerRow.readEqualizer()
     }
 
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
+    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
     Component.onCompleted: readEqualizer()
 }

@@ -42,6 +42,6 @@ T.AbstractButton {
         border.color: VxTheme.focusRing
     }
 
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
+    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

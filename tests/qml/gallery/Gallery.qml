@@ -6,7 +6,7 @@ ApplicationWindow {
     id: gallery
 
     width: 2034
-    height: 966
+    height: 1078
     visible: true
     title: "Control gallery"
     color: VxTheme.surface

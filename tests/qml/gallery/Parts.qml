@@ -185,12 +185,14 @@ Column {
                 spacing: 4
 
                 Repeater {
-                    model: ["", "hover", "focus"]
+                    model: ["", "hover", "press", "focus", ""]
 
                     Cell {
                         required property string modelData
+                        required property int index
 
                         pose: modelData
+                        enabled: index < 4
                         sourceComponent: CustomComAppPlus {
                             implicitWidth: 84
                             implicitHeight: 230

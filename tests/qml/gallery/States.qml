@@ -69,6 +69,13 @@ Section {
         }
     }
     StateRow {
+        title: "CustomButtonRect, isSelect off"
+        sourceComponent: CustomButtonRect {
+            src: "qrc:/qt/qml/MediaControls/icons/audio.svg"
+            isSelect: false
+        }
+    }
+    StateRow {
         title: "CustomCheckBox"
         sourceComponent: CustomCheckBox {
             text: "自动安装"
@@ -117,6 +124,14 @@ Section {
         sourceComponent: CustomSlider {
             implicitWidth: 124
             value: 0.5
+        }
+    }
+    StateRow {
+        title: "CustomSlider, no tool tip"
+        sourceComponent: CustomSlider {
+            implicitWidth: 124
+            value: 0.5
+            showTooltip: false
         }
     }
 }

@@ -1,6 +1,7 @@
 // Shows every control of the library, in every state:
 //     vexo_control_gallery              a window to try them in
 //     vexo_control_gallery --save FILE  writes a picture, as in docs/pictures/control-gallery.png
+//     vexo_control_gallery --check      draws it once and ends
 // Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
 #include "tests/qml/FakeProgram.h"
@@ -92,8 +93,9 @@ int main(int argc, char** argv) {
     QGuiApplication application(argc, argv);
     const QStringList arguments = QGuiApplication::arguments();
     const bool saving = arguments.size() == 3 && arguments[1] == "--save";
-    if (arguments.size() > 1 && !saving) {
-        std::fprintf(stderr, "usage: vexo_control_gallery [--save FILE]\n");
+    const bool checking = arguments.size() == 2 && arguments[1] == "--check";
+    if (arguments.size() > 1 && !saving && !checking) {
+        std::fprintf(stderr, "usage: vexo_control_gallery [--save FILE | --check]\n");
         return 2;
     }
     setUpFakeProgram();
@@ -108,10 +110,14 @@ int main(int argc, char** argv) {
     engine.load(QUrl::fromLocalFile(VEXO_GALLERY_DIR "/Gallery.qml"));
     if (engine.rootObjects().isEmpty())
         return 1;
-    if (!saving)
+    if (!saving && !checking)
         return QGuiApplication::exec();
 
     auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
+    if (checking) {
+        settle();
+        return window->grabWindow().isNull() ? 1 : 0;
+    }
     const bool saved = draw(*window).save(arguments[2]);
     std::printf("%s %s\n", saved ? "saved" : "could not save", qPrintable(arguments[2]));
     return saved ? 0 : 1;
