@@ -135,12 +135,14 @@ void SystemBridge::restartRouter() {
 // A router that was started without a sound server, or before the server had its outputs, has no output;
 // inputs that were not there, or went with the server, stay configured. Whatever plays or records goes on.
 void SystemBridge::useNewSoundDevices() {
-    if (AudioRouterAPI::instance().isSoloWorthARestart()) {
-        restartRouter();
-    }
-    if (audioRouterService && audioRouterService->HasMissingInput()) {
-        static_cast<void>(audioRouterService->RefreshDevices());
-    }
+    guarded("SystemBridge::useNewSoundDevices: Exception:", [this] {
+        if (AudioRouterAPI::instance().isSoloWorthARestart()) {
+            restartRouter();
+        }
+        if (audioRouterService && audioRouterService->HasMissingInput()) {
+            static_cast<void>(audioRouterService->RefreshDevices());
+        }
+    });
 }
 
 SystemBridge::~SystemBridge() {
