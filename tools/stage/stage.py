@@ -204,6 +204,7 @@ class Stage:
             if program.process.poll() is None:
                 program.process.kill()
                 program.process.wait()
+        self._remove_segments()
         for process in reversed(self.processes):
             process.terminate()
             try:
@@ -216,6 +217,15 @@ class Stage:
                     stream.close()
         if self.folder is not None:
             shutil.rmtree(self.folder, ignore_errors=True)
+
+    def _remove_segments(self):
+        """The shared memory of programs that were ended from outside outlives them, and the file that its key is made
+        from goes with the stage: another file may get the same key."""
+        pids = {program.process.pid for program in self.programs}
+        for line in pathlib.Path("/proc/sysvipc/shm").read_text(encoding="ascii").splitlines()[1:]:
+            _, segment, _, _, creator, _, attached, *_ = map(int, line.split())
+            if creator in pids and attached == 0:
+                subprocess.run(["ipcrm", "-m", str(segment)], check=False, capture_output=True)
 
     # ---- the virtual device
 
