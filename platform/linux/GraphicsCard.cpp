@@ -7,6 +7,6 @@ bool hasGraphicsCard(const QString& deviceFolder) {
         return !QDir(folder).entryList(names, QDir::System | QDir::Files).isEmpty();
     };
     return holds(deviceFolder + QStringLiteral("/dri"), {QStringLiteral("renderD*")}) ||
-           holds(deviceFolder, {QStringLiteral("nvidia[0-9]*"), QStringLiteral("dxg"), QStringLiteral("mali[0-9]*"),
-                                QStringLiteral("kgsl-3d[0-9]*")});
+           holds(deviceFolder, {QStringLiteral("nvidia[0-9]*"), QStringLiteral("dxg"),
+                                QStringLiteral("mali[0-9]*"), QStringLiteral("kgsl-3d[0-9]*")});
 }

@@ -75,7 +75,7 @@ Page {
     function install(path: string) {
         upgradeView.progress = 0;
         upgradeView.status = qsTr("正在安装最新固件");
-        installer(path);
+        installer(path); // qmllint disable use-proper-function
     }
 
     // Only this very word is a failure: the refusals of a version or of a checksum come with 100 and end as a success.
