@@ -5,7 +5,7 @@ import MediaControls
 ApplicationWindow {
     id: gallery
 
-    width: 2034
+    width: 2250
     height: 1078
     visible: true
     title: "Control gallery"

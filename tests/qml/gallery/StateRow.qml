@@ -13,7 +13,7 @@ Row {
 
     VxText {
         anchors.verticalCenter: parent.verticalCenter
-        width: 170
+        width: 190
         text: row.title
         color: VxTheme.textSecondary
         font.pixelSize: VxTheme.fontCaption

@@ -6,7 +6,7 @@ Section {
     title: "Controls"
 
     Row {
-        leftPadding: 170
+        leftPadding: 190
 
         Repeater {
             model: ["normal", "hover", "pressed", "keyboard focus", "disabled"]
