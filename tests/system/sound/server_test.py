@@ -43,6 +43,13 @@ class WithoutServer(SoundCase):
         super().setUp()
         self.sound.stop(kill=True)
 
+    def listen_in_place_of_the_server(self):
+        listener = socket.socket(socket.AF_UNIX)
+        self.addCleanup(listener.close)
+        listener.bind(str(self.sound.runtime / "pulse" / "native"))
+        listener.listen(50)
+        return listener
+
     def test_start_without_a_server_is_immediate_and_says_so(self):
         started = time.monotonic()
         bridge = self.start_bridge()
@@ -53,11 +60,7 @@ class WithoutServer(SoundCase):
 
     def test_server_that_does_not_answer_holds_nothing_up(self):
         # A socket that takes connections and never says a word.
-        path = self.sound.runtime / "pulse" / "native"
-        silent = socket.socket(socket.AF_UNIX)
-        self.addCleanup(silent.close)
-        silent.bind(str(path))
-        silent.listen(50)
+        self.listen_in_place_of_the_server()
         started = time.monotonic()
         bridge = self.start_bridge()
         self.assertLess(time.monotonic() - started, 4.0)
@@ -102,11 +105,7 @@ class WithoutServer(SoundCase):
                         f"tones of {frequencies} Hz")
 
     def test_idle_bridge_burns_no_core_while_it_is_refused_twice_a_second(self):
-        path = self.sound.runtime / "pulse" / "native"
-        refusing = socket.socket(socket.AF_UNIX)
-        self.addCleanup(refusing.close)
-        refusing.bind(str(path))
-        refusing.listen(50)
+        refusing = self.listen_in_place_of_the_server()
         refusing.settimeout(20)
         bridge = self.start_bridge_among_refusals(refusing)
         began, before = time.monotonic(), cpu_seconds(bridge.pid)
