@@ -8,7 +8,7 @@ import "AudioConfigRecords.js" as Records
     A strip of the mixer: meters, fader, only listen, mutes. What it holds are the settings under its identifier; it
     tells when the engine has to hear of a change.
 */
-Item {
+Rectangle {
     id: audioController
 
     // A StripKind.
@@ -106,23 +106,13 @@ Item {
 
     implicitWidth: 104
     implicitHeight: 420
+    radius: VxTheme.radiusPanel
+    color: VxTheme.card
+    border.width: 1
+    border.color: soloButton.isActive ? VxTheme.accent : "transparent"
 
     Accessible.role: Accessible.Grouping
     Accessible.name: title
-
-    Ground {
-        anchors.fill: parent
-    }
-
-    Rectangle {
-        objectName: "soloFrame"
-        visible: soloButton.isActive
-        anchors.fill: parent
-        radius: VxTheme.radiusPanel
-        color: "transparent"
-        border.width: 1
-        border.color: VxTheme.accent
-    }
 
     StripVolume {
         id: volume

@@ -2,7 +2,7 @@ import QtQuick
 import MediaControls
 
 /* A column of the mixer: strips side by side under a heading, scrolled sideways where they do not fit. */
-Ground {
+Rectangle {
     id: mixerColumn
 
     required property string title

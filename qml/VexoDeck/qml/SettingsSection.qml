@@ -27,10 +27,12 @@ Column {
         Accessible.name: text
     }
 
-    Ground {
+    Rectangle {
         objectName: "card"
         width: parent.width
         height: Math.max(section.minimumCardHeight, rowColumn.height + 2 * rowColumn.y)
+        radius: VxTheme.radiusPanel
+        color: VxTheme.card
 
         Column {
             id: rowColumn
