@@ -56,7 +56,7 @@ class Mixer(SystemCase):
         self.addCleanup(feeder.kill)
         player = self.sound.client([executable, "--playback", "--raw", "--format=float32le", "--rate=48000",
                                     "--channels=2", f"--device={APPS}", f"--client-name={name}",
-                                    f"--property=application.name={name}", "--latency-msec=20"], stdin=feeder.stdout)
+                                    f"--property=application.name={name}", "--latency-msec=100"], stdin=feeder.stdout)
         feeder.stdout.close()
         wait_until(lambda: self.sound.playback_of(player.pid) or player.poll() is not None, f"{name} to play")
         self.assertIsNone(player.poll())

@@ -38,18 +38,21 @@ def tone(frequency, seconds, amplitude=0.25, rate=RATE):
 
 
 def amplitude_of(signal, frequency, rate=RATE):
-    """The amplitude of one frequency in a signal, on the louder channel, by a windowed projection."""
+    """The amplitude of one frequency in a signal, on the louder channel: the median of its pieces of 20 ms, so that a
+    dropout of a busy machine is not taken for another level. Tells frequencies apart that are 150 Hz from each other."""
     signal = numpy.asarray(signal, dtype=float)
-    count = len(signal)
+    count = min(len(signal), rate // 50)
     if count == 0:
         return 0.0
     window = numpy.blackman(count)
-    phase = numpy.exp(-2j * numpy.pi * frequency * numpy.arange(count) / rate)
-    return float(max(abs(numpy.dot(signal[:, channel] * window, phase)) for channel in (0, 1)) * 2 / window.sum())
+    projection = window * numpy.exp(-2j * numpy.pi * frequency * numpy.arange(count) / rate) * 2 / window.sum()
+    pieces = signal[:len(signal) // count * count].reshape(-1, count, signal.shape[1])
+    amplitudes = numpy.abs(numpy.einsum("pfc,f->pc", pieces, projection))
+    return float(numpy.median(amplitudes, axis=0).max())
 
 
 def level_db(signal, frequency, rate=RATE):
-    """The level of one frequency in decibels of full scale; -200 for nothing."""
+    """The level of one frequency in decibels of full scale (see amplitude_of); -200 for nothing."""
     return 20 * numpy.log10(max(amplitude_of(signal, frequency, rate), 1e-10))
 
 
