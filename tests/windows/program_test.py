@@ -33,12 +33,18 @@ class Program(unittest.TestCase):
     def _end_programs(self):
         if any(program.process.poll() is None for program in self.stage.programs):
             self.stage.wine("taskkill", "/f", "/im", "VexoDeck.exe", check=False)
+        for program in self.stage.programs:
+            program.wait_exit(60)
 
     def _picture_of_failure(self):
         outcome = self._outcome.result
         if any(case is self for case, _ in outcome.failures + outcome.errors):
             picture = self.stage.screenshot(BUILD / "failures" / f"{self.id()}.png")
             print(f"picture of the screen: {picture}", file=sys.stderr)
+            for program in self.stage.programs:
+                print(f"the program's log:\n{program.log}", file=sys.stderr)
+            print(f"the device: {self.stage.emulator('state')}", file=sys.stderr)
+            print("its last reports:", *self.stage.emulator("reports")["reports"][-40:], sep="\n", file=sys.stderr)
 
     def picture(self, name):
         if PICTURES:

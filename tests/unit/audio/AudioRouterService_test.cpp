@@ -268,9 +268,11 @@ TEST_F(AudioRouterServiceTest, MonoInputReachesBothSides) {
     scriptedPortAudio::setDevices({device("mic", 1)});
     listenTo(2);
     startWith({{"mic", 0, 2}});
-    ASSERT_TRUE(await([] { return hasRing(2); }));
-    const StereoLevel level = PerAppInputBuffers::instance().getProcessLevels(2);
-    EXPECT_GT(level.left, 0.5f);
+    StereoLevel level;
+    ASSERT_TRUE(await([&level] {
+        level = PerAppInputBuffers::instance().getProcessLevels(2);
+        return level.left > 0.5f;
+    }));
     EXPECT_EQ(level.left, level.right);
 }
 
@@ -290,13 +292,16 @@ TEST_F(AudioRouterServiceTest, FailedReadHandsNothingOverAndRefreshes) {
     listenTo(0);
     scriptedPortAudio::fail(Call::ReadStream, kReadError, 1, "bad");
     scriptedPortAudio::setErrorText(kReadError, "Stream is stopped");
-    int initializationsAtHandOver = 0;
+    // Shared, since the worker reads on after the test's own variables have gone.
+    const auto initializationsAtHandOver = std::make_shared<std::atomic<int>>(0);
+    scriptedPortAudio::setReadHook([initializationsAtHandOver](const std::string&) {
+        if (!hasRing(0)) {
+            *initializationsAtHandOver = scriptedPortAudio::initializations();
+        }
+    });
     startWith({{"good", 0, 0}, {"bad", 0, 1}});
-    ASSERT_TRUE(await([&] {
-        initializationsAtHandOver = scriptedPortAudio::initializations();
-        return hasRing(0);
-    }));
-    EXPECT_EQ(initializationsAtHandOver, 2) << "only the pass after the rebuild is handed over";
+    ASSERT_TRUE(await([] { return hasRing(0); }));
+    EXPECT_EQ(*initializationsAtHandOver, 2) << "only the pass after the rebuild is handed over";
     EXPECT_EQ(log.count("Failed to read input device (bad): Stream is stopped"), 1);
     EXPECT_EQ(log.count("Device refresh request: reinitialize PortAudio to update device list"), 1);
 }

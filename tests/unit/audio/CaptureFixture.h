@@ -95,7 +95,7 @@ protected:
     }
 
     /// Waits until `passes()` has grown by `count`, while a pass shall take `passTime` at least and the
-    /// worker next to no processor time.
+    /// worker little of a processor: a part of it that a machine busy with other things stays below, too.
     template <typename Passes>
     void expectIdlePasses(int count, std::chrono::milliseconds passTime, Passes passes) {
         using Clock = std::chrono::steady_clock;
@@ -108,7 +108,7 @@ protected:
         // The first of them may have begun before.
         EXPECT_LE(static_cast<double>(passes() - first - 1) * std::chrono::duration<double>(passTime),
                   elapsed);
-        EXPECT_LT(used.count(), 0.05 * elapsed.count()) << "of " << elapsed.count() << " s";
+        EXPECT_LT(used.count(), 0.2 * elapsed.count()) << "of " << elapsed.count() << " s";
     }
 
     LogCapture log;
