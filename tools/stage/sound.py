@@ -180,12 +180,16 @@ class SoundServer:
         self.answered = time.monotonic()
         ended = [server.args[0] for server in self.servers if server.poll() is not None]
         if ended:
-            raise RuntimeError(f"{', '.join(ended)} ended at once:\n{self._log_path().read_text(errors='replace')}")
+            raise RuntimeError(f"{', '.join(ended)} ended at once:\n{self.log}")
         modules, self.modules = self.modules, []
         for words in modules:
             self.load(*words)
         if self.default_sink:
             self.set_default_sink(self.default_sink)
+
+    @property
+    def log(self):
+        return self._log_path().read_text(errors="replace")
 
     def _log_path(self):
         return self.folder / f"{self.kind}.log"

@@ -71,6 +71,8 @@ class SoundCase(unittest.TestCase):
         if any(case is self for case, _ in outcome.failures + outcome.errors):
             for bridge in self.bridges:
                 print(f"the bridge's log:\n{bridge.log[-8000:]}", file=sys.stderr)
+            codes = [server.poll() for server in self.sound.servers]
+            print(f"the server's log, with exit codes {codes}:\n{self.sound.log[-4000:]}", file=sys.stderr)
 
     def start_bridge(self, user=None, **environment):
         bridge = BridgeHost(BUILD / "tests" / "system" / "vexo_bridge_host", dict(self.env, **environment),
