@@ -9,8 +9,8 @@ extern "C" const char* __tsan_default_suppressions() {
     // Its pictures are scaled on a thread pool of its own.
     return "called_from_lib:libQt6Core.so\n"
            "called_from_lib:libQt6Gui.so\n"
-           // Nor is PulseAudio's library, whose mutexes of its own are made at their first use and published by an
-           // atomic pointer that the sanitizer does not see.
+           // Nor is PulseAudio's library, whose mutexes of its own are made at their first use and published
+           // by an atomic pointer that the sanitizer does not see.
            "race:pa_mutex_lock\n"
            "race:pa_mutex_unlock\n";
 }
