@@ -223,13 +223,14 @@ LoggedTestCase {
         tryVerify(() => destroyed);
     }
 
-    function test_the_main_window_accepts_its_close() {
+    function test_the_main_window_accepts_its_close_and_ends_the_program() {
         const frame = create(mainFrameComponent);
         const watch = createTemporaryObject(closeWatchComponent, testCase, {
             target: frame
         });
         frame.close();
         compare(watch.accepted, [true]);
+        compare(frame.quitCount, 1);
         tryCompare(frame, "visible", false);
         tryCompare(frame, "opacity", 0);
     }

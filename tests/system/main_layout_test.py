@@ -69,6 +69,18 @@ class MixdeskR2(MainLayout):
         self.assertEqual(warnings_of(program.log), [])
 
 
+    def test_a_close_by_the_system_ends_the_program_beside_a_window_that_is_hidden(self):
+        program = self.start(environment=TYPED_LOG)
+        panel = Panel(self.stage)
+        panel.open()
+        self.stage.click_control(panel.wait_at_rest("均衡器", "button"))
+        panel.close_window("均衡器", key="Escape")
+        (window,) = self.stage.windows("Vexo Deck")
+        self.stage.close_window(window)
+        self.assertEqual(program.wait_exit(), 0)
+        self.assertEqual(warnings_of(program.log), [])
+
+
 class VoxmicM40(MainLayout):
     models = ("m40",)
     tabs = ["话筒", "监听", "通用"]

@@ -11,6 +11,7 @@ lives in a private folder and ends with the stage.
         stage.screenshot("connected.png")
 """
 
+import ctypes
 import json
 import os
 import pathlib
@@ -90,6 +91,14 @@ class Program:
     def cpu_seconds(self):
         fields = pathlib.Path(f"/proc/{self.pid}/stat").read_text().rsplit(")", 1)[1].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+class ClientMessage(ctypes.Structure):
+    """Xlib's XClientMessageEvent, in the size of an XEvent."""
+
+    _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int), ("display", ctypes.c_void_p),
+                ("window", ctypes.c_ulong), ("message_type", ctypes.c_ulong), ("format", ctypes.c_int),
+                ("data", ctypes.c_long * 5), ("rest", ctypes.c_long * 12)]
 
 
 class Stage:
@@ -325,6 +334,20 @@ class Stage:
 
     def xdotool(self, *words):
         subprocess.run(["xdotool", *map(str, words)], env=self.env, check=True, capture_output=True)
+
+    def close_window(self, window):
+        """Asks one of windows() to close, as a window manager or the taskbar does."""
+        x11 = ctypes.CDLL("libX11.so.6")
+        x11.XOpenDisplay.restype = ctypes.c_void_p
+        x11.XInternAtom.restype = ctypes.c_ulong
+        display = ctypes.c_void_p(x11.XOpenDisplay(self.env["DISPLAY"].encode()))
+        if not display:
+            raise RuntimeError(f"no display {self.env['DISPLAY']}")
+        wanted, protocols = (x11.XInternAtom(display, name, False) for name in (b"WM_DELETE_WINDOW", b"WM_PROTOCOLS"))
+        message = ClientMessage(type=33, window=int(window), message_type=protocols, format=32)
+        message.data[0] = wanted
+        x11.XSendEvent(display, ctypes.c_ulong(int(window)), False, 0, ctypes.byref(message))
+        x11.XCloseDisplay(display)
 
     def windows(self, title):
         """The visible windows with this title."""

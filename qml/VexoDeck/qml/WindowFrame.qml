@@ -113,6 +113,9 @@ ApplicationWindow {
         close.accepted = rightView !== null;
         opacity = 0;
         closeTimer.start();
+        // Qt would end the program only where no other window, hidden as it may be, refuses its close.
+        if (rightView)
+            quitProgram();
     }
     Component.onCompleted: {
         flags = Qt.Window | Qt.FramelessWindowHint;
