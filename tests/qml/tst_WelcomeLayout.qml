@@ -241,6 +241,20 @@ LoggedTestCase {
         tryCompare(stackView, "depth", 2);
     }
 
+    function test_the_button_that_fades_after_a_loss_takes_no_press() {
+        window.requestActivate();
+        tryCompare(window, "active", true);
+        connectMixer();
+        compareReady();
+        compare(child("startButton").activeFocus, true);
+        HIDHotplugManager.deviceConnected(mixer, false);
+        compare(child("startButton").visible, true);
+        keyClick(Qt.Key_Return);
+        mouseClick(child("startButton"));
+        compare(stackView.depth, 1);
+        compareWaiting();
+    }
+
     function test_the_loss_of_the_device_leads_back_and_destroys_the_main_layout() {
         openMainLayout();
         let destroyed = false;

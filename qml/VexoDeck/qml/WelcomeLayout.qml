@@ -233,6 +233,8 @@ Page {
                 spacing: 32 * view.zoom
                 opacity: view.ready ? 1 : 0
                 visible: opacity > 0
+                // While it fades there is no device any more.
+                enabled: view.ready
 
                 Behavior on opacity {
                     NumberAnimation {
