@@ -116,7 +116,10 @@ void HIDDevice::readLoop(const QString& path, std::shared_ptr<hid_device> handle
             qDebug() << "HIDDevice: 读取错误，设备可能已断开:" << path;
         }
         qDebug() << "HIDDevice:  ，设备可能已断开:" << path;
-        if (connectedHandle(path) == handle) {
+        const bool stillOpen = connectedHandle(path) == handle;
+        // The entry's is the last one then: the device is closed before anybody is told.
+        handle.reset();
+        if (stillOpen) {
             closeDevice(path);
         }
     }

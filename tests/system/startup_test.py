@@ -15,7 +15,20 @@ BRIDGE_END = "SystemBridge::cleanupNativeBridge() - Cleaning up"
 CAPTURE_END = "Audio routing service stopped"
 
 
-class StartUp(SystemCase):
+class StartUpCase(SystemCase):
+    def program_with_root_document(self, document, **words):
+        """Starts the program with another root document: the engine looks beside the executable before it looks
+        into the program's resources."""
+        folder = self.stage.folder / "other-root"
+        (folder / "VexoDeck").mkdir(parents=True)
+        executable = folder / "program"
+        shutil.copy(BUILD / "app" / "VexoDeck", executable)
+        (folder / "VexoDeck" / "qmldir").write_text("module VexoDeck\nMain 1.0 Main.qml\n")
+        (folder / "VexoDeck" / "Main.qml").write_text(document)
+        return self.stage.start_program(executable=executable, **words)
+
+
+class StartUp(StartUpCase):
     def test_second_start_exits_with_1_prints_its_line_and_opens_no_window(self):
         first = self.start()
         second = self.stage.start_program()
@@ -47,17 +60,6 @@ class StartUp(SystemCase):
         self.assert_end_in_order(program, CLEANUP_END, BRIDGE_END, CAPTURE_END)
         # The device scan was on before the document was read.
         self.assertLess(program.log.index("单例创建完成，开始监测设备"), program.log.index("noSuchProperty"))
-
-    def program_with_root_document(self, document, **words):
-        """Starts the program with another root document: the engine looks beside the executable before it looks
-        into the program's resources."""
-        folder = self.stage.folder / "other-root"
-        (folder / "VexoDeck").mkdir(parents=True)
-        executable = folder / "program"
-        shutil.copy(BUILD / "app" / "VexoDeck", executable)
-        (folder / "VexoDeck" / "qmldir").write_text("module VexoDeck\nMain 1.0 Main.qml\n")
-        (folder / "VexoDeck" / "Main.qml").write_text(document)
-        return self.stage.start_program(executable=executable, **words)
 
     def test_start_up_and_clean_up_run_once_and_in_order(self):
         program = self.start()
@@ -171,7 +173,7 @@ class StartUp(SystemCase):
                           f'warning 无法打开属性日志文件: "{folder}/hid_attribute.log" 错误: "Not a directory"'})
 
 
-class StartUpWithDevice(SystemCase):
+class StartUpWithDevice(StartUpCase):
     plugged = True
 
     def test_device_present_at_start_connects_and_logs_its_traffic(self):
@@ -193,6 +195,27 @@ class StartUpWithDevice(SystemCase):
         self.assertIn(CLEANUP_END, end)
         self.assertNotIn("HIDDevice 连接成功:", end)
         wait_until(lambda: self.stage.emulator("state")["openHandles"] == 0, "the handle closed")
+
+
+    def test_device_connects_before_any_window_shows(self):
+        program = self.program_with_root_document("import QtQml\nQtObject {}\n")
+        program.wait_log("HIDDevice 连接成功:")
+        self.assertEqual(self.stage.windows("Vexo Deck"), [])
+
+    def test_clean_up_closes_a_device_that_is_open_still(self):
+        program = self.program_with_root_document(
+            "import QtQml\nimport VexoDeckHIDHotplug\n"
+            "QtObject {\n"
+            "    readonly property Connections end: Connections {\n"
+            "        target: HIDHotplugManager\n"
+            "        function onDeviceConnected(info, connected) { if (connected) Qt.quit(); }\n"
+            "    }\n"
+            "}\n")
+        self.assertEqual(program.wait_exit(), 0, program.log)
+        steps = ["HIDDevice 连接成功:", CLEANUP_BEGIN, "HIDDevice 断开连接:", CLEANUP_END]
+        self.assertEqual([program.log.count(step) for step in steps], [1, 1, 1, 1], program.log)
+        self.assertEqual(sorted(steps, key=program.log.index), steps, program.log)
+        self.assertEqual(self.stage.emulator("state")["openHandles"], 0)
 
 
 class MixerInItsBootloader(SystemCase):
