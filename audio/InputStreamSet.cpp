@@ -8,7 +8,6 @@
 #include <array>
 #include <chrono>
 #include <cmath>
-#include <optional>
 #include <stdexcept>
 #include <thread>
 
@@ -93,9 +92,9 @@ struct OpenOutcome {
     bool deviceError = false;
 };
 
-// Opens one slot; the rate obtained, or nothing.
-std::optional<double> openSlot(InputStreamSlot& slot, double rate, std::uint32_t framesPerBuffer,
-                               OpenOutcome& outcome) {
+// Opens one slot; whether it has a stream now. `rate` becomes the rate obtained, also where the device has
+// given its own and then fails to open.
+bool openSlot(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer, OpenOutcome& outcome) {
     try {
         slot.stream = openInputStream(slot, rate, framesPerBuffer);
     } catch (const std::exception& failure) {
@@ -104,13 +103,13 @@ std::optional<double> openSlot(InputStreamSlot& slot, double rate, std::uint32_t
         slot.stream = nullptr;
         slot.deviceIndex = -1;
         outcome.deviceError = outcome.deviceError || hasDeviceErrorMark(failure.what());
-        return std::nullopt;
+        return false;
     }
     if (slot.stream == nullptr) {
-        return std::nullopt;
+        return false;
     }
     ++outcome.opened;
-    return rate;
+    return true;
 }
 
 } // namespace
@@ -283,26 +282,25 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
     double rate = set.currentRate;
     // The first input sets the rate for the rest.
     if (!set.inputSlots.empty()) {
-        const std::optional<double> obtained =
-            openSlot(set.inputSlots.front(), rate, config.framesPerBuffer, outcome);
-        if (obtained && std::fabs(*obtained - set.currentRate) > kRateToleranceHz) {
-            qDebug().noquote() << "[Info] Actual sample rate used:" << *obtained
+        const bool opened = openSlot(set.inputSlots.front(), rate, config.framesPerBuffer, outcome);
+        if (opened && std::fabs(rate - set.currentRate) > kRateToleranceHz) {
+            qDebug().noquote() << "[Info] Actual sample rate used:" << rate
                                << "Hz (device default sample rate)";
-            set.currentRate = *obtained;
+            set.currentRate = rate;
         }
-        rate = obtained.value_or(rate);
     }
     qDebug() << "[Info] Windows platform: output stream disabled, only recording from microphone";
     for (std::size_t at = 1; at < set.inputSlots.size(); ++at) {
         InputStreamSlot& slot = set.inputSlots[at];
-        const std::optional<double> obtained = openSlot(slot, rate, config.framesPerBuffer, outcome);
+        double obtained = rate;
         // The last deviating input wins, while the streams before it keep running at their own rate. Kept so.
-        if (obtained && std::fabs(*obtained - rate) > kRateToleranceHz) {
+        if (openSlot(slot, obtained, config.framesPerBuffer, outcome) &&
+            std::fabs(obtained - rate) > kRateToleranceHz) {
             qDebug().noquote().nospace()
-                << "[Warning] Device " << slot.name << " using different sample rate " << *obtained
+                << "[Warning] Device " << slot.name << " using different sample rate " << obtained
                 << " Hz, may not match system";
-            rate = *obtained;
-            set.currentRate = *obtained;
+            rate = obtained;
+            set.currentRate = obtained;
         }
     }
     {

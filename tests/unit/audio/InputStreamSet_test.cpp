@@ -199,6 +199,19 @@ TEST_F(InputStreamSetTest, DeviceOf44100HzOnlyOpensAtItsOwnRateAndSetsTheService
     EXPECT_EQ(log.count("Audio stream initialized, sample rate: 44100 Hz"), 1);
 }
 
+TEST_F(InputStreamSetTest, RateOfAFirstInputThatThenFailsToOpenIsAskedOfTheNext) {
+    Device slow = device("slow");
+    slow.sampleRates = {44100.0};
+    slow.defaultSampleRate = 44100.0;
+    initializeWith({slow, device("fast")});
+    scriptedPortAudio::fail(Call::OpenStream, -9985, -1, "slow");
+    ASSERT_TRUE(rebuild({{"slow", 0, 0}, {"fast", 0, 1}}));
+    EXPECT_EQ(scriptedPortAudio::openedWith().back(), "fast 2 44100 256 1 0.008");
+    EXPECT_EQ(state.sampleRate, 44100.0);
+    EXPECT_EQ(streams.currentRate, 48000.0);
+    EXPECT_EQ(log.count("Actual sample rate used"), 0);
+}
+
 TEST_F(InputStreamSetTest, LastDeviatingInputWins) {
     Device slow = device("slow");
     slow.sampleRates = {44100.0};
@@ -276,12 +289,15 @@ TEST_F(InputStreamSetTest, DeviceThatVanishesBetweenListingAndOpeningIsSearchedT
     InputStreamSlot slot;
     slot.name = "mic";
     double rate = 48000.0;
+    const auto startedAt = std::chrono::steady_clock::now();
     try {
         static_cast<void>(openInputStream(slot, rate, 256));
         FAIL() << "no exception";
     } catch (const std::exception& failure) {
         EXPECT_STREQ(failure.what(), "Unable to find input device: mic");
     }
+    EXPECT_GE(std::chrono::steady_clock::now() - startedAt, std::chrono::milliseconds(200))
+        << "a pause before the second and the third search";
 }
 
 TEST_F(InputStreamSetTest, DefaultDeviceWithoutInputChannelsIsNoInputDevice) {
@@ -313,7 +329,10 @@ TEST_F(InputStreamSetTest, ReinitialisationIsTriedThreeTimes) {
     initializeWith({device("mic")});
     scriptedPortAudio::fail(Call::Initialize, -9999, 2);
     scriptedPortAudio::setErrorText(-9999, "no host");
+    const auto startedAt = std::chrono::steady_clock::now();
     EXPECT_TRUE(rebuild({}, true));
+    EXPECT_GE(std::chrono::steady_clock::now() - startedAt, std::chrono::milliseconds(400))
+        << "after 100, 100 and 200 ms";
     EXPECT_EQ(scriptedPortAudio::initializations(), 4);
     EXPECT_EQ(log.count("[Warning] Failed to reinitialize PortAudio: no host, retrying..."), 1);
     EXPECT_EQ(log.count("[Error] Unable to reinitialize PortAudio: no host"), 1);
