@@ -10,14 +10,20 @@ AppAudioConfigStore& AppAudioConfigStore::instance() {
 }
 
 void AppAudioConfigStore::putConfig(std::uint32_t processID, const AppAudioConfig& record) {
-    // Made before the lock, and freed after it when the id had a record.
+    {
+        const std::lock_guard lock(mutex);
+        const auto found = records.find(processID);
+        if (found != records.end()) {
+            found->second = record;
+            return;
+        }
+    }
+    // A new id: its place is made outside of the lock.
     std::map<std::uint32_t, AppAudioConfig> prepared{{processID, record}};
     const std::lock_guard lock(mutex);
-    const auto found = records.find(processID);
-    if (found != records.end()) {
-        found->second = record;
-    } else {
-        records.insert(prepared.extract(prepared.begin()));
+    const auto inserted = records.insert(prepared.extract(prepared.begin()));
+    if (!inserted.inserted) {
+        inserted.position->second = record;
     }
 }
 

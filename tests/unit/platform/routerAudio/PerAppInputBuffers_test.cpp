@@ -223,10 +223,11 @@ TEST_F(PerAppInputBuffersTest, MasterVolumeAndMuteApplyToTheirBusAlone) {
     EXPECT_EQ(bus(2, 2), constant(2, 0.125f, 0.125f));
 }
 
-TEST_F(PerAppInputBuffersTest, SoloSourceIsHeardAtBus1VolumeEvenWhenMutedThere) {
+TEST_F(PerAppInputBuffersTest, SoloSourceIsHeardAtBus1VolumeEvenWithBothMutes) {
     AppAudioConfig config = onBothBuses(20);
     config.input1Enabled = false;
     config.input1Muted = true;
+    config.input2Muted = true;
     config.input1Volume = 0.5f;
     config.input2Volume = 0.125f;
     config.solo = true;
@@ -234,6 +235,7 @@ TEST_F(PerAppInputBuffersTest, SoloSourceIsHeardAtBus1VolumeEvenWhenMutedThere) 
     feed(20, constant(3, 0.5f, -0.5f));
     EXPECT_EQ(solo(3), constant(3, 0.25f, -0.25f));
     EXPECT_EQ(peakOf(bus(1, 3)), 0.0f);
+    EXPECT_EQ(peakOf(bus(2, 3)), 0.0f);
 }
 
 TEST_F(PerAppInputBuffersTest, SoloPlaysAllOfBus1BeforeAllOfBus2BeforeTheSoloSources) {
