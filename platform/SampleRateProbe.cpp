@@ -51,7 +51,7 @@ void logSupported(const PaDeviceInfo& info, const QString& name, double sampleRa
 bool probeOne(PaDeviceIndex index, double sampleRate) {
     const PaDeviceInfo* const info = Pa_GetDeviceInfo(index);
     if (info == nullptr) {
-        qWarning() << "SystemBridge::SetDeviceSampleRate: Failed to get device info for index" << index;
+        qDebug() << "SystemBridge::SetDeviceSampleRate: Failed to get device info for index" << index;
         return false;
     }
     const QString name = QString::fromLocal8Bit(info->name);
@@ -83,13 +83,13 @@ bool probeOne(PaDeviceIndex index, double sampleRate) {
 
 bool probeDeviceSampleRate(const QString& deviceName, double sampleRate) {
     if (deviceName.isEmpty() || !(sampleRate > 0.0)) {
-        qWarning() << "SystemBridge::SetDeviceSampleRate: Invalid parameters - deviceName:" << deviceName
-                   << "sampleRate:" << sampleRate;
+        qDebug() << "SystemBridge::SetDeviceSampleRate: Invalid parameters - deviceName:" << deviceName
+                 << "sampleRate:" << sampleRate;
         return false;
     }
     const PaDeviceIndex count = Pa_GetDeviceCount();
     if (count <= 0) {
-        qWarning() << "SystemBridge::SetDeviceSampleRate: No audio devices found";
+        qDebug() << "SystemBridge::SetDeviceSampleRate: No audio devices found";
         return false;
     }
     QList<PaDeviceIndex> matches;
@@ -100,7 +100,7 @@ bool probeDeviceSampleRate(const QString& deviceName, double sampleRate) {
         }
     }
     if (matches.isEmpty()) {
-        qWarning() << "SystemBridge::SetDeviceSampleRate: Device not found:" << deviceName;
+        qDebug() << "SystemBridge::SetDeviceSampleRate: Device not found:" << deviceName;
         return false;
     }
     qDebug() << "SystemBridge::SetDeviceSampleRate: Found" << matches.size() << "matching device(s)";

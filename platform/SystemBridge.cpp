@@ -133,7 +133,8 @@ void SystemBridge::restartRouter() {
 }
 
 // A router that was started without a sound server, or before the server had its outputs, has no output;
-// inputs that were not there, or went with the server, stay configured. Whatever plays or records goes on.
+// inputs that were not there, or went with the server, stay configured. The outputs play on; the search for a
+// missing input opens the others anew, which are silent for a moment then.
 void SystemBridge::useNewSoundDevices() {
     guarded("SystemBridge::useNewSoundDevices: Exception:", [this] {
         if (AudioRouterAPI::instance().isSoloWorthARestart()) {

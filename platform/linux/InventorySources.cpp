@@ -113,12 +113,12 @@ bool makePrivateFolder(const QString& path) {
 
 QString extractIconToFile(const QString& executablePath, std::uint32_t processId) {
     QString path = sessionIconPath(temporaryFolder(), executablePath, processId);
+    if (!makePrivateFolder(QFileInfo(path).absolutePath())) {
+        return {};
+    }
     // Made once: an icon stays until the temporary folder is cleared.
     if (QFileInfo(path).isFile()) {
         return path;
-    }
-    if (!makePrivateFolder(QFileInfo(path).absolutePath())) {
-        return {};
     }
     const QImage picture = runningProgramIcon(executablePath, processId);
     return !picture.isNull() && saveIcon(picture, path) ? path : QString();

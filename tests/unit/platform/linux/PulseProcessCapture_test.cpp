@@ -63,7 +63,7 @@ TEST_F(PulseProcessCaptureTest, ProcessThatHasEndedIsCapturedLikeOneThatPlaysNot
     EXPECT_EQ(capture.stopCapture(), kHResultOk);
 }
 
-TEST_F(PulseProcessCaptureTest, SilentProcessKeepsItsLevelsUntilTheyAreReset) {
+TEST_F(PulseProcessCaptureTest, StartAndStopLeaveTheLevelsAloneUntilTheyAreReset) {
     AppAudioConfig record;
     record.processID = kProcess;
     record.input1Enabled = true;
