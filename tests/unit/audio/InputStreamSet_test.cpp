@@ -2,6 +2,8 @@
 #include "audio/InputStreamSet.h"
 #include "tests/unit/audio/CaptureFixture.h"
 
+#include <chrono>
+
 namespace {
 
 /// The stream set by itself, on an initialised PortAudio, without a worker.
