@@ -253,20 +253,18 @@ TEST_F(RateProbe, SuccessSaysThatNothingWasChanged) {
     EXPECT_EQ(log.count("SystemBridge::SetDeviceSampleRate: Device supports sample rate 48000 Hz"), 1);
     EXPECT_EQ(log.count("  Input channels: 2 can use this sample rate"), 1);
     EXPECT_EQ(log.count("  Output channels: 2 can use this sample rate"), 1);
-    EXPECT_EQ(
-        log.texts(QtWarningMsg),
-        (QStringList{
-            "SystemBridge::SetDeviceSampleRate: Windows platform - Cannot directly modify system device "
-            "sample rate via PortAudio.",
-            "  Device: \"Microphone (VEXO Unit)\"", "  Requested sample rate: 48000 Hz",
-            "  Device default sample rate: 48000 Hz",
-            "  Input channels: 2 (sample rate can be set when opening stream)",
-            "  Output channels: 2 (sample rate can be set when opening stream)",
-            "  Note: To change system device sample rate, use Windows Sound Settings or device driver "
-            "settings.",
-            "  Note: PortAudio can use the requested sample rate when opening audio streams, but cannot "
-            "change the "
-            "system default."}));
+    const QString refusal = "SystemBridge::SetDeviceSampleRate: Windows platform - Cannot directly modify "
+                            "system device sample rate via PortAudio.";
+    const QString useSettings =
+        "  Note: To change system device sample rate, use Windows Sound Settings or device driver settings.";
+    const QString useStreams = "  Note: PortAudio can use the requested sample rate when opening audio "
+                               "streams, but cannot change the system default.";
+    EXPECT_EQ(log.texts(QtWarningMsg),
+              (QStringList{refusal, "  Device: \"Microphone (VEXO Unit)\"",
+                           "  Requested sample rate: 48000 Hz", "  Device default sample rate: 48000 Hz",
+                           "  Input channels: 2 (sample rate can be set when opening stream)",
+                           "  Output channels: 2 (sample rate can be set when opening stream)", useSettings,
+                           useStreams}));
 }
 
 TEST_F(RateProbe, BadParametersUnknownDevicesAndErrorsAreFalse) {
