@@ -146,8 +146,10 @@ QStringList programFiles(const QStringList& roots, const QString& suffix, int de
 bool saveIcon(const QImage& picture, const QString& path) {
     QImage canvas(kIconFileSize, kIconFileSize, QImage::Format_ARGB32);
     canvas.fill(Qt::transparent);
-    const QImage fitted =
+    QImage fitted =
         picture.scaled(kIconFileSize, kIconFileSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    // The file counts in pixels, whatever display the picture was made for.
+    fitted.setDevicePixelRatio(1.0);
     QPainter painter(&canvas);
     painter.drawImage((kIconFileSize - fitted.width()) / 2, (kIconFileSize - fitted.height()) / 2, fitted);
     painter.end();

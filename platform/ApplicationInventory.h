@@ -97,5 +97,6 @@ inline constexpr std::array<int, 5> kIconSizes = {256, 128, 64, 48, 32};
 /// Edge length of the PNG.
 inline constexpr int kIconFileSize = 128;
 
-/// Writes the picture, fitted into a square of kIconFileSize, as PNG; false when it cannot be written.
+/// Writes the picture, fitted into a square of kIconFileSize, as PNG; false when it cannot be written. The
+/// picture's device pixel ratio is of no account.
 [[nodiscard]] bool saveIcon(const QImage& picture, const QString& path);

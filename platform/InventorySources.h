@@ -33,5 +33,6 @@ struct InstalledProgram {
 /// What is installed and offered to users, in the order of the folders. The UI thread.
 [[nodiscard]] QList<InstalledProgram> installedPrograms();
 
-/// The icon of an installed program: nothing when it has none, null when that cannot be read. Any thread.
+/// The icon of an installed program, in pixels (device pixel ratio 1): nothing when it has none, null when
+/// that cannot be read. Any thread.
 [[nodiscard]] std::optional<QImage> installedProgramIcon(const QString& path);

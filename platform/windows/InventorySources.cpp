@@ -43,5 +43,6 @@ std::optional<QImage> installedProgramIcon(const QString& path) {
     if (icon.isNull()) {
         return std::nullopt;
     }
-    return icon.pixmap(kIconFileSize, kIconFileSize).toImage();
+    // In pixels: what a file holds does not hang on the display's scaling.
+    return icon.pixmap(QSize(kIconFileSize, kIconFileSize), 1.0).toImage();
 }

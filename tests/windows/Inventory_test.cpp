@@ -9,6 +9,8 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QProcess>
+#include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QThreadPool>
 
@@ -199,4 +201,17 @@ TEST(Installed, ProgramsHaveTheirFilesAsPathAndName) {
         EXPECT_TRUE(program.path.endsWith(QLatin1String(".exe"), Qt::CaseInsensitive));
         EXPECT_EQ(program.name, program.baseName);
     }
+}
+
+TEST(Installed, IconHasTheSizeOfItsFileOnADisplayWithScaling) {
+    QProcess reader;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QStringLiteral("2"));
+    reader.setProcessEnvironment(environment);
+    reader.start(QCoreApplication::applicationDirPath() + QStringLiteral("/installedIcon.exe"),
+                 {ownProgram()});
+    EXPECT_TRUE(reader.waitForFinished()) << reader.errorString().toStdString();
+    // The shell's next larger picture; the file takes it scaled down.
+    EXPECT_EQ(reader.readAllStandardOutput().trimmed().toStdString(), "display 2: 256x256 at 1")
+        << reader.readAllStandardError().toStdString();
 }

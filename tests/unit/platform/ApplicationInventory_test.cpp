@@ -189,6 +189,22 @@ TEST(SaveIcon, FitsAPictureIntoASquareOf128) {
     EXPECT_EQ(saved.pixelColor(64, 5).alpha(), 0);
 }
 
+TEST(SaveIcon, PictureMadeForADisplayWithScalingFillsTheCanvasToo) {
+    const QTemporaryDir folder;
+    for (const int size : {256, 128, 64}) {
+        QImage picture(size, size, QImage::Format_ARGB32);
+        picture.fill(Qt::red);
+        picture.setDevicePixelRatio(2.0);
+        const QString path = folder.filePath("icon.png");
+        ASSERT_TRUE(saveIcon(picture, path));
+        const QImage saved(path);
+        for (const QPoint corner : {QPoint(0, 0), QPoint(127, 0), QPoint(0, 127), QPoint(127, 127)}) {
+            EXPECT_EQ(saved.pixelColor(corner).name(QColor::HexArgb).toStdString(), "#ffff0000")
+                << size << " pixels, at " << corner.x() << ", " << corner.y();
+        }
+    }
+}
+
 TEST(SaveIcon, FolderThatIsNotThereIsNoCrash) {
     QImage picture(8, 8, QImage::Format_ARGB32);
     picture.fill(Qt::red);
