@@ -25,7 +25,26 @@ struct DestroyIconHandle {
 };
 using IconHandle = std::unique_ptr<HICON, DestroyIconHandle>;
 
+// This thread in the multithreaded apartment, unless it is in one of its own, which serves as well.
+class InApartment {
+public:
+    explicit InApartment(const InventorySystemCalls& systemCalls)
+        : calls(systemCalls), entered(SUCCEEDED(calls.initializeCom())) {}
+    ~InApartment() {
+        if (entered) {
+            calls.uninitializeCom();
+        }
+    }
+    InApartment(const InApartment&) = delete;
+    InApartment& operator=(const InApartment&) = delete;
+
+private:
+    const InventorySystemCalls& calls;
+    const bool entered;
+};
+
 IconHandle shellIconOf(const InventorySystemCalls& calls, const std::wstring& path, UINT flags) {
+    const InApartment apartment(calls);
     SHFILEINFOW info{};
     const bool found = calls.getFileInfo(path.c_str(), &info, flags) != 0;
     return IconHandle(found ? info.hIcon : nullptr, {&calls});

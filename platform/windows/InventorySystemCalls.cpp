@@ -1,5 +1,6 @@
 #include "platform/windows/InventorySystemCalls.h"
 
+#include <objbase.h>
 #include <psapi.h>
 
 namespace {
@@ -43,6 +44,8 @@ const InventorySystemCalls& windowsInventorySystemCalls() {
             },
         .extractIconEx = [](const wchar_t* path, HICON* large,
                             HICON* small) { return ExtractIconExW(path, 0, large, small, 1); },
+        .initializeCom = [] { return CoInitializeEx(nullptr, COINIT_MULTITHREADED); },
+        .uninitializeCom = CoUninitialize,
         .getFileInfo =
             [](const wchar_t* path, SHFILEINFOW* info, UINT flags) {
                 return SHGetFileInfoW(path, FILE_ATTRIBUTE_NORMAL, info, sizeof(*info), flags);

@@ -1,8 +1,8 @@
 #pragma once
 
-// The free functions of Windows that the inventories call: of processes, windows, version blocks, icons and
-// GDI+. They stand in a table so that tests can make each fail in turn. Each gives what Windows' function of
-// its name gives. Any thread.
+// The free functions of Windows that the inventories call: of processes, windows, version blocks, COM, icons
+// and GDI+. They stand in a table so that tests can make each fail in turn. Each gives what Windows' function
+// of its name gives. Any thread.
 
 #include "platform/windows/GdiPlus.h"
 
@@ -25,6 +25,9 @@ struct InventorySystemCalls {
     std::function<UINT(const wchar_t* path, int size, HICON* icon)> privateExtractIcons;
     /// The first icon of a file.
     std::function<UINT(const wchar_t* path, HICON* large, HICON* small)> extractIconEx;
+    /// CoInitializeEx with the multithreaded model: the shell wants it of a thread that asks it.
+    std::function<HRESULT()> initializeCom;
+    std::function<void()> uninitializeCom;
     std::function<DWORD_PTR(const wchar_t* path, SHFILEINFOW* info, UINT flags)> getFileInfo;
     std::function<void(HICON icon)> destroyIcon;
 

@@ -18,7 +18,10 @@
 #include <atomic>
 #include <gtest/gtest.h>
 #include <memory>
+#include <objbase.h>
+#include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -55,6 +58,15 @@ public:
             iconsTaken += found != 0 && info->hIcon != nullptr ? 1 : 0;
             return found;
         };
+        table.initializeCom = [this] {
+            const HRESULT result = windowsInventorySystemCalls().initializeCom();
+            apartmentsEntered += SUCCEEDED(result) ? 1 : 0;
+            return result;
+        };
+        table.uninitializeCom = [this] {
+            ++apartmentsLeft;
+            windowsInventorySystemCalls().uninitializeCom();
+        };
         table.destroyIcon = [this](HICON icon) {
             ++iconsDestroyed;
             DestroyIcon(icon);
@@ -64,6 +76,8 @@ public:
     QTemporaryDir temporary;
     std::atomic<int> iconsTaken{0};
     std::atomic<int> iconsDestroyed{0};
+    std::atomic<int> apartmentsEntered{0};
+    std::atomic<int> apartmentsLeft{0};
     std::atomic<int> failures{0};
     InventorySystemCalls table = windowsInventorySystemCalls();
 };
@@ -155,6 +169,10 @@ const InventoryFault kFaults[] = {
     {"PrivateExtractIconsW", {kNoSize}, ""},
     {"PrivateExtractIconsW, no file", {answers<&C::privateExtractIcons, kNoFile>}, ""},
     {"ExtractIconExW too", {kNoSize, kNoFirst}, ""},
+    {"CoInitializeEx", {kNoSize, kNoFirst, answers<&C::initializeCom, E_OUTOFMEMORY>}, ""},
+    {"CoInitializeEx, another model",
+     {kNoSize, kNoFirst, answers<&C::initializeCom, RPC_E_CHANGED_MODE>},
+     ""},
     {"SHGetFileInfoW too", {kNoSize, kNoFirst, shellKnowsNoIconOfTheFile}, "icon"},
     {"SHGetFileInfoW of any program too",
      {kNoSize, kNoFirst, kGivesNothing<&C::getFileInfo>},
@@ -231,6 +249,7 @@ TEST(InventoryFaults, EachCallThatFailsTakesItsPieceOfTheEntryAndNothingElse) {
         EXPECT_EQ(log.texts(QtWarningMsg),
                   fault.line == nullptr ? QStringList() : QStringList(QString::fromUtf8(fault.line)));
         EXPECT_EQ(calls.iconsTaken, calls.iconsDestroyed);
+        EXPECT_EQ(calls.apartmentsEntered, calls.apartmentsLeft);
     }
     DestroyWindow(window);
 }
@@ -256,6 +275,50 @@ TEST(InventoryFaults, SizesAreAskedForFromTheLargestThenTheFirstIconThenTheShell
     asked.clear();
     EXPECT_EQ(drawIcon(calls.table, L"C:\\player.exe", true, picture), IconStep::Icon);
     EXPECT_EQ(asked, "256 128 64 48 32 first shell 256 any 272 ");
+}
+
+TEST(InventoryFaults, ShellIsAskedInAnApartmentAndTheThreadLeavesOnlyWhatItEntered) {
+    struct Row {
+        const char* thread;
+        std::optional<DWORD> model; ///< that the thread is in before
+        APTTYPE apartment;          ///< that the shell is asked in
+        int entered;
+    };
+    const auto apartment = [] {
+        APTTYPE type = APTTYPE_CURRENT;
+        APTTYPEQUALIFIER qualifier = APTTYPEQUALIFIER_NONE;
+        const HRESULT result = CoGetApartmentType(&type, &qualifier);
+        return SUCCEEDED(result) && qualifier == APTTYPEQUALIFIER_NONE ? type : APTTYPE_CURRENT;
+    };
+    for (const Row& row : {Row{"in none", std::nullopt, APTTYPE_MTA, 1},
+                           Row{"in the multithreaded one", COINIT_MULTITHREADED, APTTYPE_MTA, 1},
+                           Row{"in one of its own", COINIT_APARTMENTTHREADED, APTTYPE_STA, 0}}) {
+        SCOPED_TRACE(row.thread);
+        Calls calls;
+        kNoSize(calls);
+        kNoFirst(calls);
+        APTTYPE asked = APTTYPE_CURRENT;
+        calls.table.getFileInfo = [&](const wchar_t*, SHFILEINFOW*, UINT) -> DWORD_PTR {
+            asked = apartment();
+            return 0;
+        };
+        std::thread([&] {
+            if (row.model) {
+                ASSERT_EQ(CoInitializeEx(nullptr, *row.model), S_OK);
+            }
+            const APTTYPE before = apartment();
+            QImage picture;
+            EXPECT_EQ(drawIcon(calls.table, L"C:\\player.exe", false, picture), IconStep::Icon);
+            EXPECT_EQ(apartment(), before);
+            if (row.model) {
+                CoUninitialize();
+            }
+        }).join();
+        // Of threads with a queue of messages the first one's is the main one.
+        EXPECT_EQ(asked == APTTYPE_MAINSTA ? APTTYPE_STA : asked, row.apartment);
+        EXPECT_EQ(calls.apartmentsEntered, row.entered);
+        EXPECT_EQ(calls.apartmentsLeft, row.entered);
+    }
 }
 
 TEST(InventoryFaults, LargeIconWinsAndTheHandleOneIsNone) {
