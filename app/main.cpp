@@ -4,6 +4,7 @@
 #include "device/HIDHotplugManager.h"
 #include "platform/GraphicsCard.h"
 #include "platform/SystemBridge.h"
+#include "platform/WideOutput.h"
 
 #include <QDebug>
 #include <QGuiApplication>
@@ -27,6 +28,7 @@ void registerService(const char* module, const char* typeName) {
 /// Builds the whole process in one fixed order and runs it. Exit codes: the event loop's; 1 when another
 /// instance runs; -1 when the root document cannot be loaded.
 int main(int argc, char* argv[]) {
+    makeWideOutputUtf8();
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Vexo Deck"));
     QGuiApplication::setOrganizationName(QStringLiteral("VEXO"));

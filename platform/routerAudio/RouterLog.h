@@ -5,8 +5,9 @@
 #include <functional>
 #include <string>
 
-/// Prints one line, whole even when several threads log at once. `line` has no line break at its end. A
-/// character that the output cannot express may end the line early.
+/// Prints one line, whole even when several threads log at once. `line` has no line break at its end. The
+/// program's output expresses every character (platform/WideOutput.h); elsewhere one that the output cannot
+/// express may end the line early.
 /// Any thread but a render callback.
 void routerLog(const std::wstring& line);
 

@@ -1,8 +1,7 @@
 #include "platform/routerAudio/RouterLog.h"
+#include "tests/unit/platform/routerAudio/PrintedLines.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <map>
@@ -12,26 +11,6 @@
 #include <vector>
 
 namespace {
-
-// Logs in a process of its own, whose standard output is a file and has seen no narrow character yet, and
-// gives back what lies in the file.
-template <typename Log>
-std::vector<std::string> printedBy(Log log) {
-    const std::string path = testing::TempDir() + "RouterLog_test.txt";
-    const auto play = [&] {
-        const bool opened = std::freopen(path.c_str(), "w", stdout) != nullptr;
-        log();
-        std::exit(opened ? 0 : 1);
-    };
-    EXPECT_EXIT(play(), testing::ExitedWithCode(0), "");
-    std::ifstream file(path);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);) {
-        lines.push_back(line);
-    }
-    std::remove(path.c_str());
-    return lines;
-}
 
 // An output whose encoding is ASCII, and that refuses anything else.
 class AsciiOutput : public std::wstreambuf {

@@ -1,0 +1,53 @@
+#include "platform/WideOutput.h"
+
+#include <cstdio>
+#include <iostream>
+#include <streambuf>
+#include <string>
+#include <utility>
+#include <windows.h>
+
+namespace {
+
+// A half of a surrogate pair that stands alone becomes the replacement character.
+std::string utf8(const std::wstring& text) {
+    const int length = static_cast<int>(text.size());
+    const auto convert = [&](char* bytes, int byteCount) {
+        return WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes, byteCount, nullptr, nullptr);
+    };
+    std::string bytes(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
+    convert(bytes.data(), static_cast<int>(bytes.size()));
+    return bytes;
+}
+
+// Bytes for the narrow standard output. A wide mode of that output itself would end the process at the first
+// narrow text, be it a driver's.
+class Utf8Output : public std::wstreambuf {
+protected:
+    int_type overflow(int_type character) override {
+        if (!traits_type::eq_int_type(character, traits_type::eof())) {
+            text += traits_type::to_char_type(character);
+        }
+        return traits_type::not_eof(character);
+    }
+    std::streamsize xsputn(const wchar_t* characters, std::streamsize count) override {
+        text.append(characters, static_cast<std::size_t>(count));
+        return count;
+    }
+    int sync() override {
+        const std::string bytes = utf8(std::exchange(text, {}));
+        const bool written = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
+        return written && std::fflush(stdout) == 0 ? 0 : -1;
+    }
+
+private:
+    std::wstring text;
+};
+
+} // namespace
+
+void makeWideOutputUtf8() {
+    // Alive to the process's end: the stream is flushed once more then.
+    static auto* const output = new Utf8Output;
+    std::wcout.rdbuf(output);
+}

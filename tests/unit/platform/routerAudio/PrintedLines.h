@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+/// Logs in a process of its own, whose standard output is a file and has seen no character yet, and gives
+/// back the lines of the file. For suites whose name ends in "DeathTest".
+template <typename Log>
+std::vector<std::string> printedBy(Log log) {
+    const std::string path = testing::TempDir() + "printed_by_a_test.txt";
+    const auto play = [&] {
+        const bool opened = std::freopen(path.c_str(), "w", stdout) != nullptr;
+        log();
+        std::exit(opened ? 0 : 1);
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(0), "");
+    std::ifstream file(path);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+    }
+    std::remove(path.c_str());
+    return lines;
+}

@@ -1,0 +1,56 @@
+// What the wide standard output of the program writes into a file.
+
+#include "platform/WideOutput.h"
+#include "platform/routerAudio/RouterLog.h"
+#include "tests/unit/platform/routerAudio/PrintedLines.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <io.h>
+#include <iostream>
+#include <string>
+#include <vector>
+
+using Texts = std::vector<std::string>;
+
+TEST(WideOutputDeathTest, RouterLinesWithNamesOfAllScriptsArriveWholeAsUtf8) {
+    const Texts lines = printedBy([] {
+        makeWideOutputUtf8();
+        routerLog(L"[INFO] Bus 1: 扬声器 (高清音频设备) found");
+        routerLog(L"Lautsprecher für alle, Колонки, 🎤");
+        routerLog(L"after");
+    });
+    EXPECT_EQ(lines, (Texts{"[INFO] Bus 1: 扬声器 (高清音频设备) found", "Lautsprecher für alle, Колонки, 🎤",
+                            "after"}));
+}
+
+TEST(WideOutputDeathTest, NarrowAndWideTextStandInTheOrderInWhichTheyWereWritten) {
+    const Texts lines = printedBy([] {
+        makeWideOutputUtf8();
+        std::fputs("narrow 窄\n", stdout);
+        routerLog(L"wide 宽");
+        std::puts("narrow again");
+        std::wcout << L'字' << 7 << L'\n'; // at the end of the process
+    });
+    EXPECT_EQ(lines, (Texts{"narrow 窄", "wide 宽", "narrow again", "字7"}));
+}
+
+TEST(WideOutputDeathTest, OutputThatIsNotThereIsNoCrash) {
+    const auto play = [] {
+        makeWideOutputUtf8();
+        _close(_fileno(stdout));
+        routerLog(L"扬声器");
+        routerLog(L"after");
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(0), "");
+}
+
+TEST(WideOutputDeathTest, HalfOfAPairIsReplacedAndItsLineGoesOn) {
+    const Texts lines = printedBy([] {
+        makeWideOutputUtf8();
+        routerLog(std::wstring(L"a") + L'\xD83C' + L"b");
+    });
+    EXPECT_EQ(lines, Texts{"a\uFFFDb"});
+}
