@@ -53,8 +53,24 @@ TEST_F(CaptureTest, CallsAreGivenWhatWindowsExpectsOfThem) {
     EXPECT_EQ(script->given("MFCreateAsyncResult"), "no object, no state");
     EXPECT_EQ(script->given("MFPutWaitingWorkItem"), "0");
     // Shared, 0x88060000, 20 ms, then the default format: float, stereo, nothing behind it.
-    EXPECT_EQ(script->given("Initialize"), "0, 2282094592, 200000, 0, 3, 2, 0, no session");
+    EXPECT_EQ(script->given("Initialize"),
+              "0, 2282094592, 200000, 0, no session, 3, 2, 48000, 384000, 8, 32, 0 behind:");
     EXPECT_EQ(capture->stopCapture(), S_OK);
+}
+
+TEST_F(CaptureTest, ExtensibleFormatIsHandedOnWithZerosInPlaceOfItsExtension) {
+    // Wine says the endpoint's format so; whether it opens with what is handed on is the system's affair.
+    script->formatIsExtensible = true;
+    script->fail("Initialize", static_cast<HRESULT>(0x88890008));
+    const FailureReports reports;
+    const ComPtr<CLoopbackCapture> capture = makeCapture();
+    ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
+    EXPECT_EQ(script->given("Initialize"),
+              "0, 2282094592, 200000, 0, no session, 65534, 2, 48000, 384000, 8, 32, 22 behind:"
+              " 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0");
+    EXPECT_EQ(capture->captureState(), CaptureState::Error);
+    EXPECT_EQ(capture->stopCapture(), S_OK);
+    EXPECT_FALSE(FailureReports::take().empty());
 }
 
 TEST_F(CaptureTest, PacketsOfARealClientDrainThroughTheWorkQueueIntoTheRings) {
@@ -148,10 +164,20 @@ TEST_F(CaptureTest, CapturesRunSideBySideOnOneQueue) {
         return scene.buffers.getProcessLevels(kProcess).left > 0.1f &&
                scene.buffers.getProcessLevels(kProcess + 1).left > 0.1f;
     }));
+    const std::string queue = script->given("locked queue");
+    EXPECT_NE(queue, "nothing");
+    EXPECT_EQ(other->given("locked queue"), queue);
+    EXPECT_EQ(script->given("queue of the packets"), queue);
+    EXPECT_EQ(other->given("queue of the packets"), queue);
+    EXPECT_EQ(first->captureState(), CaptureState::Capturing);
+    EXPECT_EQ(second->captureState(), CaptureState::Capturing);
     EXPECT_EQ(first->stopCapture(), S_OK);
     const int before = other->count("GetBuffer");
     EXPECT_TRUE(comesTrue([&] { return other->count("GetBuffer") > before + 3; }));
+    EXPECT_EQ(first->captureState(), CaptureState::Stopped);
+    EXPECT_EQ(second->captureState(), CaptureState::Capturing);
     EXPECT_EQ(second->stopCapture(), S_OK);
+    EXPECT_EQ(second->captureState(), CaptureState::Stopped);
 }
 
 TEST_F(CaptureTest, SecondStopIsRefusedAtOnce) {
@@ -232,20 +258,27 @@ TEST_F(CaptureTest, StopWhileTheStartIsQueuedIsRefusedAndTheStartStepStillRuns) 
     };
     scene.addSource(kProcess);
     const ToneInTheCable tone;
-    const ComPtr<CLoopbackCapture> capture = makeCapture(calls);
+    ComPtr<CLoopbackCapture> capture = makeCapture(calls);
     ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
     EXPECT_EQ(capture->captureState(), CaptureState::Starting);
     EXPECT_EQ(capture->stopCapture(), kHResultInvalidState);
     EXPECT_EQ(capture->captureState(), CaptureState::Starting);
 
-    // What the router does then: packets of this source are dropped.
+    // What the router does then: packets of this source are dropped, and so is the capture. The queued item
+    // alone keeps it.
     scene.store.putConfig(kProcess, inactiveAppAudioConfig());
+    CLoopbackCapture* const kept = capture.Get();
+    capture.Reset();
     ASSERT_NE(queued, nullptr);
+    EXPECT_EQ(script->count("MFUnlockWorkQueue"), 0);
     ASSERT_EQ(queued->Invoke(nullptr), S_OK);
     EXPECT_TRUE(comesTrue([&] { return script->count("GetBuffer") > 3; }));
-    EXPECT_EQ(capture->captureState(), CaptureState::Capturing);
+    EXPECT_EQ(kept->captureState(), CaptureState::Capturing);
     EXPECT_EQ(scene.buffers.getProcessLevels(kProcess).left, 0.0f);
-    EXPECT_EQ(capture->stopCapture(), S_OK);
+    EXPECT_EQ(kept->stopCapture(), S_OK);
+    EXPECT_EQ(script->count("MFUnlockWorkQueue"), 0);
+    queued.Reset();
+    EXPECT_TRUE(comesTrue([&] { return script->count("MFUnlockWorkQueue") == 1; }));
 }
 
 TEST_F(CaptureTest, StopWaitsForAFinishStepThatTheSystemDidNotQueue) {

@@ -16,6 +16,16 @@ protected:
         ASSERT_NE(speakers, nullptr);
     }
 
+    // Ends a channel's thread, which renders at most once more.
+    static void end(WasapiRenderChannel& channel, std::atomic<bool>& running, std::thread& thread,
+                    const std::atomic<int>& rendered) {
+        running = false;
+        const int before = rendered;
+        channel.wake();
+        thread.join();
+        EXPECT_LE(rendered, before + 1);
+    }
+
     SoundScene scene;
     AudioEndpointPointer speakers;
 };
@@ -46,13 +56,12 @@ TEST_F(RenderFaultsTest, CallsAreGivenWhatWindowsExpectsOfThem) {
     std::atomic<int> rendered{0};
     std::thread thread([&] { channel.run(running, [&](float*, std::uint32_t) { ++rendered; }); });
     EXPECT_TRUE(comesTrue([&] { return rendered > 2; }));
-    running = false;
-    channel.wake();
-    thread.join();
+    end(channel, running, thread, rendered);
     // In-process server and handler, local and remote server.
     EXPECT_EQ(script->given("Activate"), "23, no parameters");
     // Shared, 0x88040000, 150 ms, then the default format: float, stereo, nothing behind it.
-    EXPECT_EQ(script->given("Initialize"), "0, 2281963520, 1500000, 0, 3, 2, 0, no session");
+    EXPECT_EQ(script->given("Initialize"),
+              "0, 2281963520, 1500000, 0, no session, 3, 2, 48000, 384000, 8, 32, 0 behind:");
     EXPECT_EQ(script->given("AvSetMmThreadCharacteristicsW"), "Pro Audio");
     EXPECT_EQ(script->given("AvSetMmThreadPriority"), "1");
     EXPECT_EQ(script->given("ReleaseBuffer"), "0");
@@ -107,9 +116,7 @@ TEST_F(RenderFaultsTest, FailureOfSchedulingIsNoFailureOfTheThread) {
         std::atomic<int> calls{0};
         std::thread thread([&] { channel.run(running, [&](float*, std::uint32_t) { ++calls; }); });
         EXPECT_TRUE(comesTrue([&] { return calls > 2; }));
-        running = false;
-        channel.wake();
-        thread.join();
+        end(channel, running, thread, calls);
     }
 }
 
@@ -137,9 +144,7 @@ TEST_F(RenderFaultsTest, WaitThatEndsWithoutTheEventRendersNothingAndIsRepeated)
         });
     });
     EXPECT_TRUE(comesTrue([&] { return rendered > 2; }));
-    running = false;
-    channel.wake();
-    thread.join();
+    end(channel, running, thread, rendered);
     EXPECT_GT(waitsAtTheFirst, kOtherAnswers);
     EXPECT_TRUE(log.take().empty());
 }
@@ -160,10 +165,8 @@ TEST_F(RenderFaultsTest, FailuresWhilePlayingGoBackToWaitingWithoutALine) {
             channel.wake();
             return script->count(call) > 5;
         }));
+        end(channel, running, thread, calls);
         EXPECT_EQ(calls, 1);
-        running = false;
-        channel.wake();
-        thread.join();
         EXPECT_TRUE(log.take().empty());
         EXPECT_EQ(script->count("Stop"), 1);
     }

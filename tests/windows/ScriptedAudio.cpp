@@ -7,6 +7,7 @@
 #include <audiosessiontypes.h>
 #include <mmreg.h>
 #include <objbase.h>
+#include <span>
 #include <utility>
 
 using Microsoft::WRL::ComPtr;
@@ -107,6 +108,19 @@ private:
     const ComPtr<IAudioRenderClient> real;
 };
 
+// All fields in their order, then the bytes that lie behind them.
+std::string textOf(const WAVEFORMATEX& format) {
+    std::ostringstream text;
+    text << format.wFormatTag << ", " << format.nChannels << ", " << format.nSamplesPerSec << ", "
+         << format.nAvgBytesPerSec << ", " << format.nBlockAlign << ", " << format.wBitsPerSample << ", "
+         << format.cbSize << " behind:" << std::hex;
+    const std::span behind(reinterpret_cast<const BYTE*>(&format + 1), format.cbSize);
+    for (const BYTE byte : behind) {
+        text << ' ' << static_cast<int>(byte);
+    }
+    return text.str();
+}
+
 class ScriptedClient final : public Counted<IAudioClient> {
 public:
     ScriptedClient(Script given, ComPtr<IAudioClient> behind)
@@ -123,8 +137,8 @@ public:
     HRESULT STDMETHODCALLTYPE Initialize(AUDCLNT_SHAREMODE mode, DWORD flags, REFERENCE_TIME duration,
                                          REFERENCE_TIME period, const WAVEFORMATEX* format,
                                          LPCGUID session) override {
-        script->note("Initialize", static_cast<int>(mode), flags, duration, period, format->wFormatTag,
-                     format->nChannels, format->cbSize, session == nullptr ? "no session" : "a session");
+        script->note("Initialize", static_cast<int>(mode), flags, duration, period,
+                     session == nullptr ? "no session" : "a session", textOf(*format));
         const auto failure = script->meet("Initialize");
         return failure ? *failure
                        : real->Initialize(mode, flags & ~static_cast<DWORD>(AUDCLNT_STREAMFLAGS_LOOPBACK),
@@ -150,8 +164,8 @@ public:
             return *failure;
         }
         const HRESULT result = real->GetMixFormat(format);
-        if (SUCCEEDED(result) && (*format)->wFormatTag == WAVE_FORMAT_EXTENSIBLE) {
-            // A process loopback, where it has a format, says it in the fixed bytes.
+        if (SUCCEEDED(result) && !script->formatIsExtensible &&
+            (*format)->wFormatTag == WAVE_FORMAT_EXTENSIBLE) {
             (*format)->wFormatTag = WAVE_FORMAT_IEEE_FLOAT;
             (*format)->cbSize = 0;
         }
@@ -288,8 +302,12 @@ AudioSystemCalls scriptedCalls(const Script& script) {
     calls.lockSharedWorkQueue = [script, real](PCWSTR name, LONG priority, DWORD* task, DWORD* queue) {
         script->note("MFLockSharedWorkQueue", name == std::wstring(L"Capture") ? "Capture" : "another",
                      priority);
-        const auto failure = script->meet("MFLockSharedWorkQueue");
-        return failure ? *failure : real.lockSharedWorkQueue(name, priority, task, queue);
+        if (const auto failure = script->meet("MFLockSharedWorkQueue")) {
+            return *failure;
+        }
+        const HRESULT locked = real.lockSharedWorkQueue(name, priority, task, queue);
+        script->note("locked queue", *queue);
+        return locked;
     };
     // What ends something is done in any case, and then said to have failed: nothing shall be left behind.
     calls.unlockWorkQueue = [script, real](DWORD queue) {
@@ -306,6 +324,10 @@ AudioSystemCalls scriptedCalls(const Script& script) {
                                              IMFAsyncResult** result) {
         script->note("MFCreateAsyncResult", object == nullptr ? "no object" : "an object",
                      state == nullptr ? "no state" : "a state");
+        DWORD flags = 0;
+        DWORD queue = 0;
+        callback->GetParameters(&flags, &queue);
+        script->note("queue of the packets", queue);
         const auto failure = script->meet("MFCreateAsyncResult");
         return failure ? *failure : real.createAsyncResult(object, callback, state, result);
     };

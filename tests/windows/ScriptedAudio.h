@@ -35,6 +35,10 @@ public:
     /// A captured process that plays nothing: its client has no packet.
     std::atomic<bool> processIsSilent{false};
 
+    /// The mix format is said as it is, extensible where it is that; else in the fixed bytes, as a process
+    /// loopback says it where it has one. Before the first call.
+    bool formatIsExtensible = false;
+
     /// Writes down what a call was given, such as "Capture, 0".
     template <typename... Values>
     void note(const std::string& call, const Values&... values) {
@@ -44,7 +48,8 @@ public:
         const std::lock_guard lock(mutex);
         arguments[call] = text.str();
     }
-    /// What the last call of this name was given, numbers in decimal; of GetNextPacketSize the thread.
+    /// What the last call of this name was given, numbers in decimal; of GetNextPacketSize the thread. Under
+    /// "locked queue" and "queue of the packets" stand the queues' ids.
     [[nodiscard]] std::string given(const std::string& call) const;
 
     /// Of the last activation: path, type of the variant, its bytes.
