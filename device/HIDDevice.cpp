@@ -116,12 +116,7 @@ void HIDDevice::readLoop(const QString& path, std::shared_ptr<hid_device> handle
             qDebug() << "HIDDevice: 读取错误，设备可能已断开:" << path;
         }
         qDebug() << "HIDDevice:  ，设备可能已断开:" << path;
-        const bool stillOpen = connectedHandle(path) == handle;
-        // The entry's is the last one then: the device is closed before anybody is told.
-        handle.reset();
-        if (stillOpen) {
-            closeDevice(path);
-        }
+        closeEntry(path, std::move(handle));
     }
     handle.reset();
 
@@ -131,12 +126,16 @@ void HIDDevice::readLoop(const QString& path, std::shared_ptr<hid_device> handle
 }
 
 void HIDDevice::closeDevice(const QString& path) {
+    closeEntry(path, nullptr);
+}
+
+void HIDDevice::closeEntry(const QString& path, std::shared_ptr<hid_device> only) {
     std::shared_ptr<hid_device> handle;
     {
         const std::lock_guard lock(mutex);
         const auto entry = devices.find(path);
-        if (entry == devices.end() || !entry->connected) {
-            // Unknown, or another thread is closing it.
+        if (entry == devices.end() || !entry->connected || (only != nullptr && entry->handle != only)) {
+            // Unknown, closed by another thread or being closed, or opened anew.
             return;
         }
         entry->connected = false;
@@ -147,6 +146,7 @@ void HIDDevice::closeDevice(const QString& path) {
         entry->readThread.clear();
         handle = std::move(entry->handle);
     }
+    only.reset();
     handle.reset();
     {
         const std::lock_guard lock(mutex);

@@ -71,6 +71,9 @@ private:
     void startDataReadThread(const QString& path);
     /// The reader thread's body; returns when the interface of this handle is closed or fails.
     void readLoop(const QString& path, std::shared_ptr<hid_device> handle);
+    /// Closes the interface, where a handle is given only if it is still that one. The handle is let go
+    /// before the loss is told, so that a reader's own does not keep the device open. Any thread.
+    void closeEntry(const QString& path, std::shared_ptr<hid_device> only);
     /// The connected entry's handle, or null.
     [[nodiscard]] std::shared_ptr<hid_device> connectedHandle(const QString& path) const;
 

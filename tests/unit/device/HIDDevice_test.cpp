@@ -173,6 +173,19 @@ TEST_F(HIDDeviceTest, UnplugDuringAReadDisconnectsOnceAndLogsBothLines) {
                                                   "HIDDevice:  ，设备可能已断开: \"/a\""}));
 }
 
+TEST_F(HIDDeviceTest, UnpluggedInterfaceIsClosedBeforeItsLossIsTold) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    device.openDevice(kVendor, kProduct, kPage);
+    std::atomic<int> openWhenTold{-1};
+    // On the reader's thread, as it tells.
+    QObject::connect(
+        &device, &HIDDevice::deviceDisconnected, &device,
+        [&openWhenTold] { openWhenTold = scriptedHidapi::openHandles(); }, Qt::DirectConnection);
+    scriptedHidapi::unplug("/a");
+    ASSERT_TRUE(await([&] { return !disconnected.isEmpty(); }));
+    EXPECT_EQ(openWhenTold, 0);
+}
+
 TEST_F(HIDDeviceTest, CloseLogsOneLineAndDisconnectsOnce) {
     scriptedHidapi::plug(linkInterface("/a"));
     device.openDevice(kVendor, kProduct, kPage);
