@@ -11,7 +11,9 @@
 /// back the lines of the file. For suites whose name ends in "DeathTest".
 template <typename Log>
 std::vector<std::string> printedBy(Log log) {
-    const std::string path = testing::TempDir() + "printed_by_a_test.txt";
+    // A file for each test: they run side by side.
+    const std::string path =
+        testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() + ".txt";
     const auto play = [&] {
         const bool opened = std::freopen(path.c_str(), "w", stdout) != nullptr;
         log();
