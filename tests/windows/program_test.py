@@ -17,6 +17,7 @@ NATIVE_BUILD = pathlib.Path(os.environ["VEXO_NATIVE_BUILD"])
 PICTURES = os.environ.get("VEXO_PICTURES")
 
 START_BUTTON = "开启高清音质之旅"
+READ_ATTRIBUTE = 31
 
 
 class Program(unittest.TestCase):
@@ -96,8 +97,11 @@ class Program(unittest.TestCase):
         # Without the mixer the program waits for it, and takes it when it is back.
         self.stage.emulator("unplug")
         self.stage.wait_text("连接你的 VEXO 设备", limit=60)
+        self.stage.emulator("clear")
         self.stage.emulator("plug")
         self.stage.wait_screen("已连接", ("VEXO Mixdesk R2", "label"), limit=60)
+        # It asks for the attributes again; for the name and the rest only after the link's peer has timed out.
+        self.stage.emulator(f"wait message {READ_ATTRIBUTE} 20000")
         self.close(program)
         self.assertEqual(self.stage.emulator("wait closed 10000")["ok"], True)
         # The registry keeps text under the product's own name.
