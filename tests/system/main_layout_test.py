@@ -68,7 +68,6 @@ class MixdeskR2(MainLayout):
         self.assertEqual(self.quit(program), 0)
         self.assertEqual(warnings_of(program.log), [])
 
-
     def test_a_close_by_the_system_ends_the_program_beside_a_window_that_is_hidden(self):
         program = self.start(environment=TYPED_LOG)
         panel = Panel(self.stage)

@@ -196,7 +196,6 @@ class StartUpWithDevice(StartUpCase):
         self.assertNotIn("HIDDevice 连接成功:", end)
         wait_until(lambda: self.stage.emulator("state")["openHandles"] == 0, "the handle closed")
 
-
     def test_device_connects_before_any_window_shows(self):
         program = self.program_with_root_document("import QtQml\nQtObject {}\n")
         program.wait_log("HIDDevice 连接成功:")

@@ -37,27 +37,37 @@ def tone(frequency, seconds, amplitude=0.25, rate=RATE):
     return numpy.column_stack([wave, wave]).astype(numpy.float32)
 
 
-def amplitude_of(signal, frequency, rate=RATE):
-    """The amplitude of one frequency in a signal, on the louder channel: the median of its pieces of 20 ms, so that a
-    dropout of a busy machine is not taken for another level. Tells frequencies apart that are 150 Hz from each other."""
+def amplitudes_of(signal, frequency, rate=RATE):
+    """The amplitudes of one frequency in the pieces of 20 ms of a signal, for each channel. Tells frequencies apart that
+    are 150 Hz from each other."""
     signal = numpy.asarray(signal, dtype=float)
     count = min(len(signal), rate // 50)
     if count == 0:
-        return 0.0
+        return numpy.zeros((1, 1))
     window = numpy.blackman(count)
     projection = window * numpy.exp(-2j * numpy.pi * frequency * numpy.arange(count) / rate) * 2 / window.sum()
     pieces = signal[:len(signal) // count * count].reshape(-1, count, signal.shape[1])
-    amplitudes = numpy.abs(numpy.einsum("pfc,f->pc", pieces, projection))
-    return float(numpy.median(amplitudes, axis=0).max())
+    return numpy.abs(numpy.einsum("pfc,f->pc", pieces, projection))
+
+
+def decibels(amplitude):
+    """Of full scale; -200 for nothing."""
+    return 20 * numpy.log10(max(float(amplitude), 1e-10))
 
 
 def level_db(signal, frequency, rate=RATE):
-    """The level of one frequency in decibels of full scale (see amplitude_of); -200 for nothing."""
-    return 20 * numpy.log10(max(amplitude_of(signal, frequency, rate), 1e-10))
+    """The level of one frequency on the louder channel: that of most pieces, so that a dropout of a busy machine is not
+    taken for another level."""
+    return decibels(numpy.median(amplitudes_of(signal, frequency, rate), axis=0).max())
+
+
+def highest_level_db(signal, frequency, rate=RATE):
+    """The level of one frequency in the piece where it is loudest: what is not heard, is not heard in any."""
+    return decibels(amplitudes_of(signal, frequency, rate).max())
 
 
 def rms_db(signal):
-    return 20 * numpy.log10(max(float(numpy.sqrt(numpy.mean(numpy.square(signal)))), 1e-10))
+    return decibels(numpy.sqrt(numpy.mean(numpy.square(signal))))
 
 
 def longest_silence(signal, threshold=1e-4, rate=RATE):

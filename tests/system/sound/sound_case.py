@@ -12,7 +12,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[3]
 sys.path.insert(0, str(ROOT / "tools" / "stage"))
 
 from bridge_host import BridgeHost  # noqa: E402
-from sound import PIPEWIRE, PULSEAUDIO, SoundServer, available, level_db, tone  # noqa: E402, F401
+from sound import PIPEWIRE, PULSEAUDIO, SoundServer, available, highest_level_db, level_db, tone  # noqa: E402, F401
 from stage import wait_until  # noqa: E402, F401
 
 BUILD = pathlib.Path(os.environ["VEXO_BUILD"])
