@@ -24,7 +24,7 @@ sys.path[:0] = [str(ROOT / "tools" / "stage"), str(ROOT / "tests" / "system" / "
 
 from bridge_host import BridgeHost, source  # noqa: E402
 from sound import PIPEWIRE, PULSEAUDIO, RATE, SoundServer, tone  # noqa: E402
-from stage import wait_until  # noqa: E402
+from stage import cpu_seconds, wait_until  # noqa: E402
 
 APPLICATIONS = 8
 LATENCY_BUDGET_MS = 60
@@ -33,11 +33,6 @@ LEAST_STRETCHES = 15  # of 20, in which the copy has to be found
 PROCESSOR_BUDGET = 1.5
 FORMAT = "--raw --format=float32le --rate=48000 --channels=2"
 DEVICE = "VEXO Mixdesk R2"
-
-
-def cpu_seconds(pid):
-    fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 def clicks(seconds):

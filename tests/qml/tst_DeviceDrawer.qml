@@ -86,7 +86,7 @@ MainWindowTestCase {
             const opening = verifyMovement(() => drawer().open(), drawer, "width", 0, 450, 200, Easing.OutCubic);
             const closing = verifyMovement(() => drawer().close(), drawer, "width", 450, 0, 200, Easing.OutCubic);
             return opening > 3 && closing > 3;
-        });
+        }, 60000);
     }
 
     function test_the_back_button_closes_the_drawer() {

@@ -12,7 +12,7 @@ import numpy
 from panel import Panel
 from system_case import BUILD, CONNECTED, START_BUTTON, SystemCase, wait_until
 # After the line above, which makes the folder of the stage known: beside this file lies a folder of this name.
-from sound import SoundServer, available, highest_level_db, level_db, tone  # isort: skip
+from sound import SoundServer, available, held_level_db, highest_level_db, level_db, tone  # isort: skip
 
 ADD_BUTTON = "添加应用"
 APPS = "apps"
@@ -151,16 +151,20 @@ class Mixer(SystemCase):
         self.wait_tone(TONES[name], level, what)
 
     def wait_tone(self, frequency, level, what):
+        stretches = self.speakers.stretches(0.2)
+        self.wait_heard(lambda: level_db(next(stretches), frequency), lambda heard: abs(heard - level) < 0.1, what)
+
+    def wait_heard(self, measure, condition, what):
         heard = []
 
-        def near():
-            signal = self.speakers.next(0.2)
-            heard[:] = [(level_db if level > GONE_DB else highest_level_db)(signal, frequency)]
-            return abs(heard[0] - level) < 0.1 if level > GONE_DB else heard[0] < GONE_DB
+        def fulfilled():
+            heard.append(measure())
+            return condition(heard[-1])
+
         try:
-            wait_until(near, what, 15.0)
+            wait_until(fulfilled, what)
         except AssertionError as error:
-            raise AssertionError(f"{what}: {frequency} Hz is at {heard[0]:.2f} dB, not {level:.2f}") from error
+            raise AssertionError(f"{what}: heard at {heard[-1:]} dB") from error
 
     def wait_volume(self, name, volume):
         self.wait_level(name, LEVEL_DB + 20 * math.log10(volume), f"{name} at {volume:.0%}")
@@ -169,7 +173,9 @@ class Mixer(SystemCase):
         self.wait_level(name, LEVEL_DB + 20 * math.log10(volume * live), f"{name} at {volume:.0%} in the mix at {live:.0%}")
 
     def wait_gone(self, name):
-        self.wait_level(name, -200, f"{name} gone")
+        # Longer than a dropout of a busy machine.
+        stretches = self.speakers.stretches(1.0)
+        self.wait_heard(lambda: held_level_db(next(stretches), TONES[name]), lambda heard: heard < GONE_DB, f"{name} gone")
 
     # ---- tests
 

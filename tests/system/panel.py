@@ -165,7 +165,7 @@ class Panel:
     def wait_writes(self, expected):
         """Waits for exactly these writes, in this order."""
         try:
-            wait_until(lambda: len(self.writes()) >= len(expected), "the writes", 5)
+            wait_until(lambda: len(self.writes()) >= len(expected), "the writes")
         except AssertionError:
             pass
         written = self.writes()

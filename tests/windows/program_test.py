@@ -35,7 +35,7 @@ class Program(unittest.TestCase):
         if any(program.process.poll() is None for program in self.stage.programs):
             self.stage.wine("taskkill", "/f", "/im", "VexoDeck.exe", check=False)
         for program in self.stage.programs:
-            program.wait_exit(60)
+            program.wait_exit()
 
     def _picture_of_failure(self):
         outcome = self._outcome.result
@@ -53,15 +53,15 @@ class Program(unittest.TestCase):
 
     def start(self):
         program = self.stage.start_program()
-        wait_until(lambda: self.stage.windows("Vexo Deck") or program.process.poll() is not None, "the main window", 60)
+        wait_until(lambda: self.stage.windows("Vexo Deck") or program.process.poll() is not None, "the main window")
         self.assertIsNone(program.process.poll(), f"the program ended:\n{program.log}")
         return program
 
     def close(self, program):
         """By the window's button; all that ends is said."""
-        (button,) = self.stage.wait_screen(("关闭", "button"), gone=[("返回", "button")], limit=60)
+        (button,) = self.stage.wait_screen(("关闭", "button"), gone=[("返回", "button")])
         self.stage.click_control(button)
-        self.assertEqual(program.wait_exit(60), 0)
+        self.assertEqual(program.wait_exit(), 0)
         self.assertIn("应用程序即将退出，开始清理资源...", program.log)
         self.assertIn("资源清理完成", program.log)
         # The sound's threads end before the process does.
@@ -69,17 +69,17 @@ class Program(unittest.TestCase):
 
     def test_a_gain_change_reaches_the_mixer_and_the_program_ends_well(self):
         program = self.start()
-        self.stage.wait_text("连接你的 VEXO 设备", limit=60)
+        self.stage.wait_text("连接你的 VEXO 设备")
         self.picture("windows-waiting.png")
         self.stage.emulator("plug")
-        _, _, button = self.stage.wait_screen("已连接", ("VEXO Mixdesk R2", "label"), (START_BUTTON, "button"), limit=60)
+        _, _, button = self.stage.wait_screen("已连接", ("VEXO Mixdesk R2", "label"), (START_BUTTON, "button"))
         self.picture("windows-welcome.png")
         self.stage.click_control(button)
-        (button,) = self.stage.wait_screen(("设备设置", "button"), gone=[(START_BUTTON, "button")], limit=60)
+        (button,) = self.stage.wait_screen(("设备设置", "button"), gone=[(START_BUTTON, "button")])
         self.picture("windows-main.png")
 
         self.stage.click_control(button)
-        _, slider = self.stage.wait_screen(("返回", "button"), ("增益", "slider"), limit=60)
+        _, slider = self.stage.wait_screen(("返回", "button"), ("增益", "slider"))
         self.picture("windows-microphone.png")
         self.stage.emulator("clear")
         before = self.stage.emulator("get mic_gain")["bytes"]
@@ -96,10 +96,10 @@ class Program(unittest.TestCase):
         self.stage.xdotool("key", "Escape")
         # Without the mixer the program waits for it, and takes it when it is back.
         self.stage.emulator("unplug")
-        self.stage.wait_text("连接你的 VEXO 设备", limit=60)
+        self.stage.wait_text("连接你的 VEXO 设备")
         self.stage.emulator("clear")
         self.stage.emulator("plug")
-        self.stage.wait_screen("已连接", ("VEXO Mixdesk R2", "label"), limit=60)
+        self.stage.wait_screen("已连接", ("VEXO Mixdesk R2", "label"))
         # It asks for the attributes again; for the name and the rest only after the link's peer has timed out.
         self.stage.emulator(f"wait message {READ_ATTRIBUTE} 20000")
         self.close(program)
@@ -110,13 +110,13 @@ class Program(unittest.TestCase):
     def test_a_second_start_ends_with_1_and_leaves_the_first_alone(self):
         first = self.start()
         again = self.stage.start_program()
-        self.assertEqual(again.wait_exit(60), 1)
+        self.assertEqual(again.wait_exit(), 1)
         self.assertIn("共享内存已存在，直接退出", again.log)
         self.assertEqual(len(self.stage.windows("Vexo Deck")), 1)
         self.assertIsNone(first.process.poll())
         # A killed program leaves nothing behind that would stop the next.
         self.stage.wine("taskkill", "/f", "/im", "VexoDeck.exe")
-        first.wait_exit(60)
+        first.wait_exit()
         third = self.start()
         self.close(third)
 

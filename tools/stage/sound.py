@@ -9,7 +9,6 @@
 Signals are numpy arrays of shape (frames, 2), float, at 48000 Hz.
 """
 
-import os
 import pathlib
 import shutil
 import socket
@@ -56,26 +55,33 @@ def decibels(amplitude):
 
 
 def level_db(signal, frequency, rate=RATE):
-    """The level of one frequency on the louder channel: that of most pieces, so that a dropout of a busy machine is not
-    taken for another level."""
-    return decibels(numpy.median(amplitudes_of(signal, frequency, rate), axis=0).max())
+    """The level of one frequency on the louder channel: the one on which the most pieces agree to 0.1 dB, so that the
+    dropouts of a busy machine, which leave pieces of all levels, are not taken for another one. Not a number where fewer
+    than a quarter of the pieces agree, or fewer than three of as many."""
+    amplitudes = amplitudes_of(signal, frequency, rate)
+    levels = numpy.array([decibels(amplitude) for amplitude in amplitudes[:, amplitudes.max(axis=0).argmax()]])
+    agreeing = numpy.abs(levels[:, None] - levels) <= 0.1
+    most = agreeing[agreeing.sum(axis=1).argmax()]
+    if most.sum() < max(len(levels) / 4, min(len(levels), 3)):
+        return numpy.nan
+    return float(numpy.median(levels[most]))
 
 
 def highest_level_db(signal, frequency, rate=RATE):
-    """The level of one frequency in the piece where it is loudest: what is not heard, is not heard in any."""
+    """The level of one frequency in the piece where it is loudest."""
     return decibels(amplitudes_of(signal, frequency, rate).max())
+
+
+def held_level_db(signal, frequency, rate=RATE):
+    """The highest level that one frequency holds for 60 ms: what is gone is held nowhere, while the click of a dropout,
+    which has every frequency, is over sooner."""
+    pieces = amplitudes_of(signal, frequency, rate).max(axis=1)
+    held = numpy.lib.stride_tricks.sliding_window_view(pieces, min(3, len(pieces))).min(axis=1)
+    return decibels(held.max())
 
 
 def rms_db(signal):
     return decibels(numpy.sqrt(numpy.mean(numpy.square(signal))))
-
-
-def longest_silence(signal, threshold=1e-4, rate=RATE):
-    """Seconds of the longest run of frames below the threshold."""
-    quiet = numpy.concatenate([[0], (numpy.abs(signal).max(axis=1) < threshold).astype(int), [0]])
-    edges = numpy.flatnonzero(numpy.diff(quiet))
-    runs = edges[1::2] - edges[::2]
-    return float(runs.max()) / rate if len(runs) else 0.0
 
 
 class Recorder:
@@ -99,24 +105,32 @@ class Recorder:
         return len(self.data) // 8
 
     def signal(self):
-        whole = bytes(self.data[:self.frames() * 8])
-        return numpy.frombuffer(whole, dtype=numpy.float32).reshape(-1, 2)
+        return self._frames_from(0, self.frames())
 
-    def wait_frames(self, count, limit=30.0):
-        wait_until(lambda: self.frames() >= count, f"{count} recorded frames", limit)
+    def wait_frames(self, count):
+        wait_until(lambda: self.frames() >= count, f"{count} recorded frames")
 
-    def next(self, seconds, limit=30.0):
+    def next(self, seconds):
         """What comes in from now on, that long."""
+        return next(self.stretches(seconds))
+
+    def stretches(self, seconds):
+        """What comes in from the first use on, in stretches that long, one after the other."""
         first = self.frames()
         count = int(seconds * self.rate)
-        self.wait_frames(first + count, limit)
-        return self.signal()[first:first + count]
+        while True:
+            self.wait_frames(first + count)
+            yield self._frames_from(first, count)
+            first += count
 
-    def take(self, seconds, limit=30.0):
+    def _frames_from(self, first, count):
+        return numpy.frombuffer(bytes(self.data[first * 8:(first + count) * 8]), dtype=numpy.float32).reshape(-1, 2)
+
+    def take(self, seconds):
         """The oldest frames, that long, which are forgotten then: for recordings too long to be kept."""
         count = int(seconds * self.rate)
-        self.wait_frames(count, limit)
-        taken = numpy.frombuffer(bytes(self.data[:count * 8]), dtype=numpy.float32).reshape(-1, 2)
+        self.wait_frames(count)
+        taken = self._frames_from(0, count)
         del self.data[:count * 8]
         return taken
 

@@ -27,11 +27,16 @@ import time
 PATIENCE = 60
 
 
+# Seconds within which what is waited for comes, unless a wait says otherwise: they only pass where something has failed,
+# or on a machine that has little time for us.
+LIMIT = 60.0
+
+
 class Timeout(AssertionError):
     """A condition did not come true in time."""
 
 
-def wait_until(condition, what, limit=20.0):
+def wait_until(condition, what, limit=LIMIT):
     """Waits for a condition and returns its value; `what` names it in the error."""
     end = time.monotonic() + limit
     while True:
@@ -41,6 +46,12 @@ def wait_until(condition, what, limit=20.0):
         if time.monotonic() > end:
             raise Timeout(f"not within {limit:g} s: {what}")
         time.sleep(0.02)
+
+
+def cpu_seconds(pid):
+    """Processor time of a process so far."""
+    fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 class Program:
@@ -59,17 +70,17 @@ class Program:
     def log(self):
         return self.log_path.read_text(encoding="utf-8", errors="replace")
 
-    def wait_log(self, text, count=1, limit=20.0):
-        wait_until(lambda: self.log.count(text) >= count or self._ended(), f"{count} times {text!r} in the log", limit)
+    def wait_log(self, text, count=1):
+        wait_until(lambda: self.log.count(text) >= count or self._ended(), f"{count} times {text!r} in the log")
         if self.log.count(text) < count:
             raise AssertionError(f"the program ended ({self.process.returncode}) without logging {text!r}:\n{self.log}")
 
     def _ended(self):
         return self.process.poll() is not None
 
-    def wait_exit(self, limit=20.0):
+    def wait_exit(self):
         """The exit code, as the process gave it."""
-        return self.process.wait(limit)
+        return self.process.wait(LIMIT)
 
     def status(self, field):
         """A number of /proc/PID/status, such as Threads."""
@@ -89,8 +100,7 @@ class Program:
         return len(os.listdir(f"/proc/{self.pid}/fd"))
 
     def cpu_seconds(self):
-        fields = pathlib.Path(f"/proc/{self.pid}/stat").read_text().rsplit(")", 1)[1].split()
-        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+        return cpu_seconds(self.pid)
 
 
 class ClientMessage(ctypes.Structure):
@@ -303,7 +313,7 @@ class Stage:
         """The first control that shows on the screen with this name, or None."""
         return self._first(self.controls(), name, role)
 
-    def wait_screen(self, *wanted, gone=(), limit=20.0):
+    def wait_screen(self, *wanted, gone=()):
         """Waits until one reading of the screen has all that is wanted and nothing that shall be gone, each a name or
         a pair of name and role; the controls wanted. For readers that take long."""
         def pair(word):
@@ -316,13 +326,13 @@ class Stage:
             answer = [self._first(controls, *pair(word)) for word in wanted]
             return answer if all(answer) else None
 
-        return wait_until(found, f"{wanted} on the screen without {gone}", limit)
+        return wait_until(found, f"{wanted} on the screen without {gone}")
 
-    def wait_text(self, name, role=None, limit=20.0):
-        return wait_until(lambda: self.find(name, role), f"{name!r} on the screen", limit)
+    def wait_text(self, name, role=None):
+        return wait_until(lambda: self.find(name, role), f"{name!r} on the screen")
 
-    def wait_no_text(self, name, role=None, limit=20.0):
-        wait_until(lambda: self.find(name, role) is None, f"{name!r} gone from the screen", limit)
+    def wait_no_text(self, name, role=None):
+        wait_until(lambda: self.find(name, role) is None, f"{name!r} gone from the screen")
 
     def click(self, name, role=None):
         self.click_control(self.wait_text(name, role))
@@ -376,10 +386,10 @@ class Stage:
         subprocess.run(["import", "-window", "root", str(path)], env=self.env, check=True)
         return path
 
-    def steady_screenshot(self, path, limit=10.0):
+    def steady_screenshot(self, path):
         """A picture taken when two in a row are the same: animations have ended."""
         last = None
-        end = time.monotonic() + limit
+        end = time.monotonic() + LIMIT
         while time.monotonic() < end:
             now = self.screenshot(path).read_bytes()
             pixels = subprocess.run(["convert", str(path), "rgb:-"], env=self.env, check=True, capture_output=True).stdout
