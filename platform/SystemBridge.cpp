@@ -6,7 +6,7 @@
 #include "platform/ApplicationInventory.h"
 #include "platform/AudioDeviceMaps.h"
 #include "platform/SampleRateProbe.h"
-#include "platform/SoundLibraryMessages.h"
+#include "platform/SoundLibraries.h"
 #include "platform/SoundServerWatch.h"
 #include "platform/routerAudio/AudioRouterAPI.h"
 
@@ -314,7 +314,7 @@ void SystemBridge::initializeNativeBridge() {
     if (audioRouterService) {
         return;
     }
-    takeSoundLibraryMessages();
+    prepareSoundLibraries();
     audioRouterService = std::make_unique<AudioRouterService>();
     blockReceiver = this;
     audioRouterService->SetAudioCallback(forwardBlock);

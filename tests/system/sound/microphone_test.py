@@ -1,11 +1,14 @@
 """Microphones through the bridge: PortAudio on the server's sources, equalised, mixed with an application."""
 
 import json
+import pathlib
+import re
+import subprocess
 
 import numpy
 
 from bridge_host import source
-from sound_case import APPS, PIPEWIRE, SPEAKERS, SoundCase, held_level_db, level_db, main, tone, wait_until
+from sound_case import APPS, BUILD, PIPEWIRE, SPEAKERS, SoundCase, held_level_db, level_db, main, tone, wait_until
 
 DEVICE = "VEXO Mixdesk R2"
 OTHER = "Desk Microphone"
@@ -173,6 +176,24 @@ class Microphones(SoundCase):
         wait_until(lambda: "Audio routing service started" in bridge.log, "the service")
         self.assertRegex(bridge.log, r"vexo\.soundlibraries: ALSA: .*unheard_of")
         self.assertNotIn("ALSA lib ", bridge.log)
+
+    def test_jack_is_not_asked_for_its_devices(self):
+        # Its library would wait for ever where a killed program left its lock in the database of all programs.
+        bridge = self.start_bridge(LD_DEBUG="bindings", LD_DEBUG_OUTPUT=str(self.folder / "bindings"))
+        wait_until(lambda: "Audio routing service started" in bridge.log, "the service")
+        bindings = (self.folder / f"bindings.{bridge.pid}").read_text(errors="replace")
+        if "`jack_client_open'" not in bindings:
+            self.skipTest("no library here opens clients of JACK")
+        self.check_jack(bindings, "vexo_bridge_host")
+        program = BUILD / "app" / "VexoDeck"
+        bindings = subprocess.run([program], env=dict(self.env, LD_TRACE_LOADED_OBJECTS="1", LD_WARN="1", LD_BIND_NOW="1", LD_DEBUG="bindings"),
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, check=True, text=True).stderr
+        self.check_jack(bindings, program.name)
+
+    def check_jack(self, bindings, program):
+        """Whoever would open a client of JACK calls the function of the program."""
+        callees = re.findall(r"to (\S+) \[\d+\]: normal symbol `jack_client_open'", bindings)
+        self.assertLessEqual({pathlib.Path(callee).name for callee in callees}, {program})
 
     def test_rate_probe_finds_the_device(self):
         wait_until(lambda: "Audio routing service started" in self.bridge.log, "the service")

@@ -1,15 +1,18 @@
-#include "platform/SoundLibraryMessages.h"
+#include "platform/SoundLibraries.h"
 
 #include <QLoggingCategory>
 #include <QString>
 
 #include <alsa/asoundlib.h>
 #include <cstdarg>
-#include <dlfcn.h>
 
 namespace {
 
 Q_LOGGING_CATEGORY(soundLibraries, "vexo.soundlibraries", QtFatalMsg)
+
+// jack_status_t: the request failed, for there is no server.
+constexpr int jackFailure = 0x01;
+constexpr int jackServerFailed = 0x10;
 
 // The library's type of handler takes the arguments of a format.
 void takeAlsaMessage(const char*, int, const char* function, int error, const char* format, ...) {
@@ -25,20 +28,16 @@ void takeAlsaMessage(const char*, int, const char* function, int error, const ch
         << (error != 0 ? QStringLiteral(": ") + QString::fromLocal8Bit(snd_strerror(error)) : QString());
 }
 
-void takeJackMessage(const char* text) {
-    qCDebug(soundLibraries).noquote() << "JACK:" << QString::fromLocal8Bit(text).trimmed();
-}
-
 } // namespace
 
-void takeSoundLibraryMessages() {
+void prepareSoundLibraries() {
     snd_lib_error_set_handler(takeAlsaMessage);
-    // JACK is there only where PortAudio was built with it.
-    using Handler = void (*)(const char* text);
-    using SetHandler = void (*)(Handler);
-    for (const char* const name : {"jack_set_error_function", "jack_set_info_function"}) {
-        if (const auto set = reinterpret_cast<SetHandler>(dlsym(RTLD_DEFAULT, name))) {
-            set(takeJackMessage);
-        }
+}
+
+// In the place of the JACK library's: the program exports it, so PortAudio and ALSA's plugin call this one.
+extern "C" void* jack_client_open(const char*, int, int* status, ...) {
+    if (status) {
+        *status = jackFailure | jackServerFailed;
     }
+    return nullptr;
 }

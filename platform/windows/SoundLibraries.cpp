@@ -1,0 +1,4 @@
+#include "platform/SoundLibraries.h"
+
+// Windows' sound interfaces write nothing.
+void prepareSoundLibraries() {}

@@ -1,4 +1,0 @@
-#include "platform/SoundLibraryMessages.h"
-
-// Windows' sound interfaces write nothing.
-void takeSoundLibraryMessages() {}
