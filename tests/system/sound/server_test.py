@@ -113,7 +113,8 @@ class WithoutServer(SoundCase):
             refusing.accept()[0].close()
         seconds = time.monotonic() - began
         self.assertGreater(seconds, 1.0)
-        self.assertLess((cpu_seconds(bridge.pid) - before) / seconds, 0.05)
+        # A busy loop takes all that a machine has left.
+        self.assertLess((cpu_seconds(bridge.pid) - before) / seconds, 0.2)
 
     def start_bridge_among_refusals(self, refusing):
         """What the bridge's libraries ask at the start is refused as well; the bridge once its capture service idles."""
