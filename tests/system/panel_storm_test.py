@@ -18,8 +18,8 @@ HANG_LIMIT_MS = 500
 # As the program draws without a graphics card: all of its work on the main thread, where it is measured.
 SOFTWARE_DRAWING = {"QT_QUICK_BACKEND": "software"}
 REPORTS = 6000
-# In the log of what comes from the device: a frame of message 34.
-ATTRIBUTE_MESSAGE = re.compile(r"\[RX\] 55[0-9A-F]{26}2200")
+# In the log of what comes from the device: a notification of message 34. An answer of this number is one to a subscription.
+ATTRIBUTE_MESSAGE = re.compile(r"\[RX\] 5512[0-9A-F]{24}2200")
 
 
 class Disturbed(SystemCase):
