@@ -93,8 +93,9 @@ class SoundCase(unittest.TestCase):
         try:
             wait_until(heard, what)
         except AssertionError:
-            loudest = {frequency: round(highest_level_db(last[0], frequency), 1) for frequency in range(300, 3100, 100)}
-            print(f"the loudest of the last stretch, in dB: {loudest}", file=sys.stderr)
+            if last:
+                loudest = {frequency: round(highest_level_db(last[0], frequency), 1) for frequency in range(300, 3100, 100)}
+                print(f"the loudest of the last stretch, in dB: {loudest}", file=sys.stderr)
             raise
         return last[0]
 
