@@ -1,9 +1,9 @@
 #include "app/DarkLook.h"
 #include "app/InstanceGuard.h"
 #include "app/SettingsManager.h"
+#include "bridge/SystemBridge.h"
 #include "device/HIDHotplugManager.h"
 #include "platform/GraphicsCard.h"
-#include "platform/SystemBridge.h"
 #include "platform/WideOutput.h"
 
 #include <QDebug>

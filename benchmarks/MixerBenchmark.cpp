@@ -1,17 +1,17 @@
 // What the mixer and the equaliser cost, as ratios against a reference in the same run and as shares of the
 // block's duration at 48000 Hz. Ends with 1 when a budget is missed.
 
-#include "audio/EqualizerBands.h"
+#include "audio/equalizer/EqualizerBands.h"
 #include "benchmarks/BenchmarkTable.h"
 #include "benchmarks/CostFit.h"
-#include "platform/routerAudio/AppAudioConfigStore.h"
-#include "platform/routerAudio/DenormalsAreZero.h"
-#include "platform/routerAudio/MixKernels.h"
-#include "platform/routerAudio/PerAppInputBuffers.h"
-#include "platform/routerAudio/Resampler.h"
-#include "platform/routerAudio/SampleConversion.h"
-#include "tests/unit/audio/ScalarEqualizer.h"
-#include "tests/unit/platform/routerAudio/ScalarReference.h"
+#include "mixer/AppAudioConfigStore.h"
+#include "mixer/DenormalsAreZero.h"
+#include "mixer/MixKernels.h"
+#include "mixer/PerAppInputBuffers.h"
+#include "mixer/Resampler.h"
+#include "mixer/SampleConversion.h"
+#include "tests/support/equalizer/ScalarEqualizer.h"
+#include "tests/support/mixer/ScalarReference.h"
 
 #include <algorithm>
 #include <array>

@@ -10,9 +10,9 @@
 // buffers, that of all threads together (those of a software OpenGL as well). The same frames by the clock on
 // the wall are printed beside it: they mean something on an idle machine.
 
-#include "tests/qml/FakeHIDHotplugManager.h"
-#include "tests/qml/FakeProgram.h"
-#include "tests/qml/FakeSystemBridge.h"
+#include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeProgram.h"
+#include "tests/support/qml/FakeSystemBridge.h"
 
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>

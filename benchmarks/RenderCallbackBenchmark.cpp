@@ -5,10 +5,10 @@
 // Prints one line of JSON: calls, and microseconds of the callback and of its period at the median and at the
 // 99.9th percentile. benchmarks/sound.py runs it.
 
-#include "platform/routerAudio/AppAudioConfigStore.h"
-#include "platform/routerAudio/AudioRouterAPI.h"
-#include "platform/routerAudio/PerAppInputBuffers.h"
-#include "platform/routerAudio/RouterLog.h"
+#include "mixer/AppAudioConfigStore.h"
+#include "mixer/PerAppInputBuffers.h"
+#include "mixer/RouterLog.h"
+#include "mixer/router/AudioRouterAPI.h"
 
 #include <QCoreApplication>
 

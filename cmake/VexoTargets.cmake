@@ -23,6 +23,8 @@ else()
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
         # COM's interfaces have no virtual destructor: their objects end by Release().
         $<$<NOT:$<PLATFORM_ID:Windows>>:-Wnon-virtual-dtor>
+        # In a unity build every source is an included file to GCC, where fixtures in unnamed namespaces look wrong.
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>
         # GCC 14 sees overflows in the inlined insides of std::vector::insert that are not there.
         $<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow>
         # Audio results equal their scalar definition bit for bit.
@@ -37,15 +39,9 @@ if(VEXO_SANITIZE)
     endif()
 endif()
 
-# Only targets that name Qt themselves have classes for moc.
-function(vexo_moc_if_qt name links)
-    string(FIND "${links}" "Qt6::" position)
-    if(position EQUAL -1)
-        set_target_properties(${name} PROPERTIES AUTOMOC OFF)
-    else()
-        set_target_properties(${name} PROPERTIES AUTOMOC ON)
-    endif()
-endfunction()
+# Several files of a target are compiled as one: most of the time goes into the headers that they share. A target
+# whose files do not get along says so with SEPARATE.
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 16)
 
 # ./test --long configures with VEXO_LONG in the environment: tests then run at full count and length.
 set(VEXO_TIME_FACTOR 1)
@@ -53,21 +49,31 @@ if(DEFINED ENV{VEXO_LONG})
     set(VEXO_TIME_FACTOR 60)
 endif()
 
-# vexo_library(NAME SOURCES file... [LINKS target...]): a static library with the project's options.
+# vexo_set_build(NAME MOC SEPARATE), the two as booleans.
+function(vexo_set_build name moc separate)
+    set(unity ON)
+    if(separate)
+        set(unity OFF)
+    endif()
+    set_target_properties(${name} PROPERTIES AUTOMOC "${moc}" UNITY_BUILD ${unity})
+endfunction()
+
+# vexo_library(NAME SOURCES file... [LINKS target...] [MOC] [SEPARATE]): a static library with the project's options.
+# MOC: its headers declare classes with Q_OBJECT.
 function(vexo_library name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(ARG "MOC;SEPARATE" "" "SOURCES;LINKS" ${ARGN})
     add_library(${name} STATIC ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE vexo_options PUBLIC ${ARG_LINKS})
     target_include_directories(${name} PUBLIC "${CMAKE_SOURCE_DIR}")
-    vexo_moc_if_qt(${name} "${ARG_LINKS}")
+    vexo_set_build(${name} "${ARG_MOC}" "${ARG_SEPARATE}")
 endfunction()
 
-# vexo_executable(NAME SOURCES file... [LINKS target...])
+# vexo_executable(NAME SOURCES file... [LINKS target...] [MOC] [SEPARATE])
 function(vexo_executable name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(ARG "MOC;SEPARATE" "" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE vexo_options ${ARG_LINKS})
-    vexo_moc_if_qt(${name} "${ARG_LINKS}")
+    vexo_set_build(${name} "${ARG_MOC}" "${ARG_SEPARATE}")
 endfunction()
 
 # What the address sanitizer runs: every test program but those that need documents and a display.
@@ -75,11 +81,11 @@ add_custom_target(vexo_sanitized_tests)
 # All test programs that share data between threads: what the thread sanitizer is for.
 add_custom_target(vexo_thread_tests)
 
-# vexo_gtest(NAME LABEL label SOURCES file... [LINKS target...] [MAIN] [TIMEOUT seconds]):
+# vexo_gtest(NAME LABEL label SOURCES file... [LINKS target...] [MAIN] [MOC] [SEPARATE] [TIMEOUT seconds]):
 # a GoogleTest program, each case one test of ctest. With MAIN the sources bring their own main(). The label
 # "unit-threads" stands for a unit test that also belongs under the thread sanitizer.
 function(vexo_gtest name)
-    cmake_parse_arguments(ARG "MAIN" "LABEL;TIMEOUT" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(ARG "MAIN;MOC;SEPARATE" "LABEL;TIMEOUT" "SOURCES;LINKS" ${ARGN})
     find_package(GTest REQUIRED)
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
@@ -89,6 +95,7 @@ function(vexo_gtest name)
         list(APPEND ARG_SOURCES "${CMAKE_SOURCE_DIR}/tests/sanitizers/Suppressions.cpp")
     endif()
     vexo_executable(${name} SOURCES ${ARG_SOURCES} LINKS ${ARG_LINKS} GTest::gtest)
+    vexo_set_build(${name} "${ARG_MOC}" "${ARG_SEPARATE}")
     if(NOT ARG_MAIN)
         target_link_libraries(${name} PRIVATE GTest::gtest_main)
     endif()

@@ -2,8 +2,6 @@
 
 // What the inventories ask of the operating system.
 
-#include "platform/ApplicationInventory.h"
-
 #include <QImage>
 #include <QList>
 #include <QString>
@@ -12,8 +10,20 @@
 #include <cstdint>
 #include <optional>
 
+/// A session as the system tells it.
+struct RawAudioSession {
+    std::uint32_t processId = 0;
+    QString displayName;
+    QString executablePath;
+    QString processFileName;
+    QString state;
+};
+
 /// The sessions of the sound system, in its order; empty without one. Waits for nothing. The UI thread.
 [[nodiscard]] QList<RawAudioSession> rawAudioSessions();
+
+/// Makes the PNG of a running program, unless it is there; its path, or empty. Any thread.
+QString extractIconToFile(const QString& executablePath, std::uint32_t processId);
 
 /// The name that a program gives itself, in the user's language; empty when it has none.
 [[nodiscard]] QString getFileDisplayName(const QString& path);

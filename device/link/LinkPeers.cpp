@@ -16,7 +16,7 @@ constexpr std::int32_t kTimeoutWithoutProtocolMs = 3000;
 
 constexpr std::uint8_t kFromStack = 0; // the login callback's `from` for what the peer table itself finds
 constexpr std::uint8_t kLoggedIn = 0;
-constexpr std::uint8_t kLoggedOut = 1;
+constexpr std::uint8_t kTimedOut = 1; // told like a logout
 
 constexpr std::uint16_t kNoSlot = 0;
 
@@ -69,7 +69,7 @@ void lose(std::uint16_t slot) {
     Peer& peer = stack().peers[slot];
     const LinkAddress address = peer.address;
     peer.used = kPeerChanging;
-    callLogin(kFromStack, kLoggedOut, address);
+    callLogin(kFromStack, kTimedOut, address);
     unlink(slot);
 }
 

@@ -1,9 +1,9 @@
 // The fake services offer the documents nothing that the real ones lack.
 
+#include "bridge/SystemBridge.h"
 #include "device/HIDHotplugManager.h"
-#include "platform/SystemBridge.h"
-#include "tests/qml/FakeHIDHotplugManager.h"
-#include "tests/qml/FakeSystemBridge.h"
+#include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeSystemBridge.h"
 
 #include <QMetaMethod>
 #include <QStringList>

@@ -1,9 +1,9 @@
 // Runs the test documents of this folder with fakes in the place of the native singletons.
 
-#include "tests/qml/FakeProgram.h"
 #include "tests/qml/Keyboard.h"
-#include "tests/qml/LongTexts.h"
 #include "tests/qml/TestLog.h"
+#include "tests/support/qml/FakeProgram.h"
+#include "tests/support/qml/LongTexts.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>

@@ -3,9 +3,9 @@
 //     qml_mixer_pictures FOLDER [WIDTHxHEIGHT]
 // writes FOLDER/<state>.png. Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
-#include "tests/qml/FakeHIDHotplugManager.h"
-#include "tests/qml/FakeProgram.h"
-#include "tests/qml/FakeSystemBridge.h"
+#include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeProgram.h"
+#include "tests/support/qml/FakeSystemBridge.h"
 
 #include <QDir>
 #include <QGuiApplication>

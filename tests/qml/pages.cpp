@@ -3,9 +3,9 @@
 // writes FOLDER/<page>-<model>-<state>.png. Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other
 // densities.
 
-#include "tests/qml/FakeHIDHotplugManager.h"
-#include "tests/qml/FakeProgram.h"
-#include "tests/qml/LongTexts.h"
+#include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeProgram.h"
+#include "tests/support/qml/LongTexts.h"
 
 #include <QDir>
 #include <QGuiApplication>

@@ -2,8 +2,8 @@
 //     qml_screenshots FOLDER [WIDTHxHEIGHT]
 // writes FOLDER/<state>.png. Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
-#include "tests/qml/FakeHIDHotplugManager.h"
-#include "tests/qml/FakeProgram.h"
+#include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeProgram.h"
 
 #include <QDir>
 #include <QGuiApplication>

@@ -1,8 +1,8 @@
-#include "platform/routerAudio/EndpointClassification.h"
+#include "mixer/EndpointClassification.h"
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 #include "platform/windows/routerAudio/PolicyConfig.h"
 #include "platform/windows/routerAudio/WindowsComApartment.h"
-#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+#include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/ScriptedAudio.h"
 #include "tests/windows/SoundScene.h"
 

@@ -1,11 +1,11 @@
 // Each call of the inventories that fails: what is lost of a program's entry, what is said, and that no icon
 // is left over.
 
-#include "platform/ApplicationInventory.h"
-#include "platform/windows/AudioSessions.h"
-#include "platform/windows/IconExtraction.h"
-#include "platform/windows/VersionName.h"
-#include "platform/windows/WindowInventory.h"
+#include "bridge/ApplicationInventory.h"
+#include "platform/windows/applications/AudioSessions.h"
+#include "platform/windows/applications/IconExtraction.h"
+#include "platform/windows/applications/VersionName.h"
+#include "platform/windows/applications/WindowInventory.h"
 #include "tests/support/LogCapture.h"
 
 #include <QCoreApplication>

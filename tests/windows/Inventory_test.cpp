@@ -1,7 +1,7 @@
 #include "platform/InventorySources.h"
-#include "platform/windows/AudioSessions.h"
-#include "platform/windows/IconExtraction.h"
-#include "platform/windows/WindowInventory.h"
+#include "platform/windows/applications/AudioSessions.h"
+#include "platform/windows/applications/IconExtraction.h"
+#include "platform/windows/applications/WindowInventory.h"
 #include "tests/windows/ScriptedAudio.h"
 #include "tests/windows/SoundScene.h"
 

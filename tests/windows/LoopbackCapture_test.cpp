@@ -1,4 +1,4 @@
-#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+#include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/CaptureScene.h"
 #include "tests/windows/FailureReports.h"
 

@@ -1,6 +1,6 @@
 // What the program shows by the system's own means, and what its file says of it to the system.
 
-#include "platform/windows/Notification.h"
+#include "platform/windows/applications/Notification.h"
 #include "tests/support/LogCapture.h"
 #include "tests/windows/SoundScene.h"
 

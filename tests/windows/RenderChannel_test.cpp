@@ -1,8 +1,8 @@
-#include "platform/routerAudio/BusForwarder.h"
-#include "platform/routerAudio/EndpointClassification.h"
+#include "mixer/BusForwarder.h"
+#include "mixer/EndpointClassification.h"
 #include "platform/windows/routerAudio/WasapiRenderChannel.h"
 #include "platform/windows/routerAudio/WindowsRouterPlatform.h"
-#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+#include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/SoundScene.h"
 
 #include <algorithm>

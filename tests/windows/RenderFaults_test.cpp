@@ -1,6 +1,6 @@
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 #include "platform/windows/routerAudio/WasapiRenderChannel.h"
-#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+#include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/ScriptedAudio.h"
 #include "tests/windows/SoundScene.h"
 

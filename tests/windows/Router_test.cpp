@@ -1,9 +1,9 @@
 // The router over Windows' own bodies, and the sessions that it can capture: what comes of refused calls.
 
-#include "platform/routerAudio/AudioRouterAPI.h"
-#include "platform/windows/AudioSessions.h"
+#include "mixer/router/AudioRouterAPI.h"
+#include "platform/windows/applications/AudioSessions.h"
 #include "platform/windows/routerAudio/WindowsRouterPlatform.h"
-#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+#include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/ScriptedAudio.h"
 #include "tests/windows/SoundScene.h"
 

@@ -3,7 +3,7 @@
 // COM objects that stand before the real ones of Core Audio and hand every call on, unless a test wrote down
 // that it fails. They note what they were asked.
 
-#include "platform/routerAudio/AudioEndpoint.h"
+#include "mixer/AudioEndpoint.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
 
 #include <atomic>

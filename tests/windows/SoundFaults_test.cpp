@@ -1,12 +1,12 @@
 // Every call of the sound bodies that Windows may refuse, each refused in turn: what the caller gets, the
 // state in which it leaves things, and the line that says so.
 
-#include "platform/routerAudio/BusForwarder.h"
-#include "platform/routerAudio/EndpointClassification.h"
+#include "mixer/BusForwarder.h"
+#include "mixer/EndpointClassification.h"
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 #include "platform/windows/routerAudio/WindowsComApartment.h"
 #include "platform/windows/routerAudio/WindowsRouterPlatform.h"
-#include "tests/unit/platform/routerAudio/RouterLogCapture.h"
+#include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/CaptureScene.h"
 #include "tests/windows/FailureReports.h"
 

@@ -2,8 +2,8 @@
 
 // What with_sound.py arranged around a test program: endpoints with names, and what the sinks played.
 
-#include "platform/routerAudio/AppAudioConfigStore.h"
-#include "platform/routerAudio/PerAppInputBuffers.h"
+#include "mixer/AppAudioConfigStore.h"
+#include "mixer/PerAppInputBuffers.h"
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 #include "platform/windows/routerAudio/WasapiRenderChannel.h"
 

@@ -1,8 +1,8 @@
 // The program's own store in the registry, which other parts of the program, and its users, read back.
 
 #include "app/SettingsManager.h"
-#include "tests/qml/FakeHIDHotplugManager.h"
-#include "tests/qml/FakeSystemBridge.h"
+#include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeSystemBridge.h"
 
 #include <QCoreApplication>
 #include <QQmlComponent>

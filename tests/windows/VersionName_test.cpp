@@ -1,4 +1,4 @@
-#include "platform/windows/VersionName.h"
+#include "platform/windows/applications/VersionName.h"
 
 #include <algorithm>
 #include <filesystem>

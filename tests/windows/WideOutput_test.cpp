@@ -1,8 +1,8 @@
 // What the wide standard output of the program writes into a file.
 
+#include "mixer/RouterLog.h"
 #include "platform/WideOutput.h"
-#include "platform/routerAudio/RouterLog.h"
-#include "tests/unit/platform/routerAudio/PrintedLines.h"
+#include "tests/support/mixer/PrintedLines.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #include "tools/scene/OfflinePlatform.h"
 
-#include "platform/routerAudio/PerAppInputBuffers.h"
-#include "platform/routerAudio/Resampler.h"
+#include "mixer/PerAppInputBuffers.h"
+#include "mixer/Resampler.h"
 
 #include <functional>
 #include <utility>

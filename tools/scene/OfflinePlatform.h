@@ -3,7 +3,7 @@
 // The operating system of a scene: endpoints from a list, captures that are handed their packets, outputs
 // that play when they are told to. Nothing happens by itself and no real device is touched.
 
-#include "platform/routerAudio/RouterPlatform.h"
+#include "mixer/RouterPlatform.h"
 #include "tools/scene/OfflineRenderChannel.h"
 
 #include <array>

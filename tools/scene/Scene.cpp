@@ -1,7 +1,7 @@
 #include "tools/scene/Scene.h"
 
-#include "platform/routerAudio/AppAudioConfig.h"
-#include "platform/routerAudio/Resampler.h"
+#include "mixer/AppAudioConfig.h"
+#include "mixer/Resampler.h"
 #include "tools/scene/WaveFile.h"
 
 #include <algorithm>

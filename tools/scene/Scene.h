@@ -3,7 +3,7 @@
 // A scene: what plays, where it goes and what is changed on the way, written down in a text file.
 // docs/mixer.md describes the words. All times are counted in frames of 48000 Hz.
 
-#include "platform/routerAudio/AudioEndpoint.h"
+#include "mixer/AudioEndpoint.h"
 #include "tools/scene/SceneSound.h"
 
 #include <QString>

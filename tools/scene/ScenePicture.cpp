@@ -1,8 +1,8 @@
 #include "tools/scene/ScenePicture.h"
 
-#include "platform/routerAudio/AppAudioConfig.h"
-#include "platform/routerAudio/BusForwarder.h"
-#include "platform/routerAudio/Resampler.h"
+#include "mixer/AppAudioConfig.h"
+#include "mixer/BusForwarder.h"
+#include "mixer/Resampler.h"
 
 #include <QColor>
 #include <QFont>

@@ -1,9 +1,9 @@
 #include "tools/scene/SceneRenderer.h"
 
-#include "platform/routerAudio/AppAudioConfigStore.h"
-#include "platform/routerAudio/AudioRouterAPI.h"
-#include "platform/routerAudio/PerAppInputBuffers.h"
-#include "platform/routerAudio/Resampler.h"
+#include "mixer/AppAudioConfigStore.h"
+#include "mixer/PerAppInputBuffers.h"
+#include "mixer/Resampler.h"
+#include "mixer/router/AudioRouterAPI.h"
 #include "tools/scene/OfflinePlatform.h"
 
 #include <algorithm>

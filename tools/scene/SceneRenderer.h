@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/routerAudio/AppAudioConfig.h"
-#include "platform/routerAudio/WaveFormat.h"
+#include "mixer/AppAudioConfig.h"
+#include "mixer/WaveFormat.h"
 #include "tools/scene/Scene.h"
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/routerAudio/WaveFormat.h"
+#include "mixer/WaveFormat.h"
 
 #include <cstddef>
 #include <cstdint>

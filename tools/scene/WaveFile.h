@@ -2,7 +2,7 @@
 
 // Sound files of the kind RIFF/WAVE.
 
-#include "platform/routerAudio/WaveFormat.h"
+#include "mixer/WaveFormat.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -3,7 +3,7 @@
 // The endpoints of Windows Core Audio. Each question makes its own enumerator: nothing is kept between them.
 // The calling thread has COM initialised for the multithreaded model.
 
-#include "platform/routerAudio/AudioEndpoint.h"
+#include "mixer/AudioEndpoint.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
 
 class CoreAudioEndpoints final : public AudioEndpointSystem {

@@ -1,6 +1,6 @@
 #include "platform/windows/routerAudio/LoopbackCapture.h"
 
-#include "platform/routerAudio/PerAppInputBuffers.h"
+#include "mixer/PerAppInputBuffers.h"
 #include "platform/windows/routerAudio/WaveFormats.h"
 
 #include <audioclientactivationparams.h>

@@ -9,7 +9,7 @@
 // Failed steps are reported through wil, with file and line, and are returned at once. Nothing is tried
 // again.
 
-#include "platform/routerAudio/ProcessCapture.h"
+#include "mixer/ProcessCapture.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
 
 #include <atomic>

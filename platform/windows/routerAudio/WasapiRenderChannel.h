@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/routerAudio/RenderChannel.h"
+#include "mixer/RenderChannel.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
 
 #include <audioclient.h>

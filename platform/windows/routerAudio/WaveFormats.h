@@ -2,8 +2,8 @@
 
 // Between Windows' WAVEFORMATEX and the router's own records of it.
 
-#include "platform/routerAudio/RenderChannel.h"
-#include "platform/routerAudio/WaveFormat.h"
+#include "mixer/RenderChannel.h"
+#include "mixer/WaveFormat.h"
 
 #include <mmreg.h>
 #include <windows.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/routerAudio/ComApartment.h"
+#include "mixer/ComApartment.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
 
 #include <objbase.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/routerAudio/RouterPlatform.h"
+#include "mixer/RouterPlatform.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
 
 /// Windows' bodies over a table of calls, which they copy. All members are set.

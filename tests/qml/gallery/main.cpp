@@ -4,7 +4,7 @@
 //     vexo_control_gallery --check      draws it once and ends
 // Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
 
-#include "tests/qml/FakeProgram.h"
+#include "tests/support/qml/FakeProgram.h"
 
 #include <QGuiApplication>
 #include <QImage>

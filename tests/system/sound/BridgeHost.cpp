@@ -11,10 +11,10 @@
 //
 // A call of what the bridge does not have is answered with {"error": ...}.
 
-#include "platform/SystemBridge.h"
-#include "platform/routerAudio/AudioRouterAPI.h"
-#include "platform/routerAudio/EndpointClassification.h"
-#include "platform/routerAudio/RouterLog.h"
+#include "bridge/SystemBridge.h"
+#include "mixer/EndpointClassification.h"
+#include "mixer/RouterLog.h"
+#include "mixer/router/AudioRouterAPI.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>

@@ -20,7 +20,7 @@ struct AttachScript {
 };
 AttachScript attachScript;
 
-QString freshKey() {
+QString unusedKey() {
     return QStringLiteral("VEXO_test_") + QUuid::createUuid().toString(QUuid::WithoutBraces);
 }
 
@@ -39,7 +39,7 @@ extern "C" void* shmat(int segment, const void* address, int flags) noexcept {
 }
 
 TEST(InstanceGuardTest, SegmentThatCanNeitherBeMetNorReplacedStopsTheProgramWithoutAMessage) {
-    const QString key = freshKey();
+    const QString key = unusedKey();
     QSharedMemory holder(key);
     ASSERT_TRUE(holder.create(1, QSharedMemory::ReadWrite));
     attachScript = {.failures = 1000};
@@ -53,7 +53,7 @@ TEST(InstanceGuardTest, SegmentThatCanNeitherBeMetNorReplacedStopsTheProgramWith
 }
 
 TEST(InstanceGuardTest, StaleSegmentThatIsMetAtTheSecondTryIsReplaced) {
-    const QString key = freshKey();
+    const QString key = unusedKey();
     QSharedMemory holder(key);
     ASSERT_TRUE(holder.create(1, QSharedMemory::ReadWrite));
     // The first of these attachments is by the release of what a killed process left.

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::uint16_t kMessage = 0x8100;
+constexpr std::uint16_t kIdleMessage = 0x8100;
 
 class LinkIdle : public LinkBench {
 protected:
@@ -31,7 +31,7 @@ protected:
         case 0: {
             LinkFrame frame;
             frame.destination = device;
-            frame.messageId = kMessage;
+            frame.messageId = kIdleMessage;
             (void)linkSend(kLinkTracked, frame);
             break;
         }
@@ -40,7 +40,7 @@ protected:
             break;
         case 2: {
             const auto sequence = static_cast<std::uint16_t>(1 + random() % 40);
-            (void)feed({kLinkResponse, sequence, device, kHost, kMessage, {0}});
+            (void)feed({kLinkResponse, sequence, device, kHost, kIdleMessage, {0}});
             break;
         }
         default:
@@ -53,7 +53,7 @@ protected:
     Record live(std::uint64_t seed, std::uint32_t milliseconds, bool rests) {
         LinkBench::SetUp();
         forget();
-        (void)record(kMessage);
+        (void)record(kIdleMessage);
         std::mt19937_64 random(seed);
         Record lived;
         std::uint32_t disturbAt = static_cast<std::uint32_t>(random() % 100);
@@ -95,12 +95,12 @@ TEST_F(LinkIdle, IsOverAtOnceWhileAFrameWaits) {
     ASSERT_GT(linkIdleTicks(), 0u);
     LinkFrame frame;
     frame.destination = kDevice;
-    frame.messageId = kMessage;
+    frame.messageId = kIdleMessage;
     (void)linkSend(0, frame);
     EXPECT_EQ(linkIdleTicks(), 0u) << "a frame waits to be sent";
     flush();
     ASSERT_GT(linkIdleTicks(), 0u);
-    (void)feed({kLinkNotification, 1, kDevice, kHost, kMessage, {}});
+    (void)feed({kLinkNotification, 1, kDevice, kHost, kIdleMessage, {}});
     EXPECT_EQ(linkIdleTicks(), 0u) << "a frame waits to be processed";
 }
 

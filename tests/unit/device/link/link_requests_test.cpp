@@ -6,18 +6,18 @@
 
 namespace {
 
-constexpr std::uint16_t kMessage = 0x9000;
+constexpr std::uint16_t kRequestMessage = 0x9000;
 
 class LinkRequests : public LinkBench {
 public:
     void SetUp() override {
         LinkBench::SetUp();
-        record(kMessage);
+        record(kRequestMessage);
         connect();
     }
 
     int request(const Bytes& payload = {}, std::uint32_t flags = kLinkTracked,
-                std::uint16_t messageId = kMessage) {
+                std::uint16_t messageId = kRequestMessage) {
         return linkSend(flags, {.kind = kLinkRequest,
                                 .length = static_cast<std::uint16_t>(payload.size()),
                                 .destination = kDevice,
@@ -49,18 +49,18 @@ TEST_F(LinkRequests, ATrackedRequestGoesOutFourTimesAndThenTimesOut) {
     EXPECT_TRUE(timedOut.empty());
     tick();
     ASSERT_EQ(timedOut.size(), 1U);
-    EXPECT_EQ(timedOut[0].frame.messageId, kMessage);
+    EXPECT_EQ(timedOut[0].frame.messageId, kRequestMessage);
     EXPECT_EQ(timedOut[0].frame.destination, kDevice);
     EXPECT_EQ(timedOut[0].payload, (Bytes{1, 2}));
     std::vector<std::uint32_t> ticks;
     for (const Sent& one : sent) {
-        if (one.frame.messageId == kMessage) {
+        if (one.frame.messageId == kRequestMessage) {
             ticks.push_back(one.tick - start);
         }
     }
     // A retry is queued by the sweep at the end of a poll and leaves with the next poll.
     EXPECT_EQ(ticks, (std::vector<std::uint32_t>{0, 1002, 2003, 3004}));
-    const std::vector<WireFrame> frames = sentWith(kMessage);
+    const std::vector<WireFrame> frames = sentWith(kRequestMessage);
     EXPECT_TRUE(
         std::all_of(frames.begin(), frames.end(), [&](const WireFrame& one) { return one == frames[0]; }));
     EXPECT_EQ(linkInspect().pendingCount, 0U);
@@ -72,12 +72,12 @@ TEST_F(LinkRequests, ATrackedRequestGoesOutFourTimesAndThenTimesOut) {
 TEST_F(LinkRequests, AnAnswerEndsTheRetries) {
     request();
     tick(1500);
-    ASSERT_EQ(sentWith(kMessage).size(), 2U);
-    answer(sentWith(kMessage)[0]);
+    ASSERT_EQ(sentWith(kRequestMessage).size(), 2U);
+    answer(sentWith(kRequestMessage)[0]);
     EXPECT_EQ(linkInspect().pendingCount, 0U);
     EXPECT_EQ(linkInspect().pendingAnswered, linkInspect().pendingStarted);
     tickConnected(5000);
-    EXPECT_EQ(sentWith(kMessage).size(), 2U);
+    EXPECT_EQ(sentWith(kRequestMessage).size(), 2U);
     EXPECT_TRUE(timedOut.empty());
     ASSERT_EQ(delivered.size(), 1U);
     EXPECT_EQ(delivered[0].frame.kind, kLinkResponse);
@@ -88,24 +88,24 @@ TEST_F(LinkRequests, AResponseFromAWrongAddressDoesNotFreeThePendingEntry) {
     flush();
     for (const LinkAddress& wrong :
          {LinkAddress{8, 3, 0x1234}, LinkAddress{7, 4, 0x1234}, LinkAddress{7, 3, 0x1235}}) {
-        answer(sentWith(kMessage)[0], wrong);
+        answer(sentWith(kRequestMessage)[0], wrong);
         EXPECT_EQ(linkInspect().pendingCount, 1U);
     }
-    answer(sentWith(kMessage)[0]);
+    answer(sentWith(kRequestMessage)[0]);
     EXPECT_EQ(linkInspect().pendingCount, 0U);
 }
 
 TEST_F(LinkRequests, AResponseWithAnotherSequenceOrIdOrKindDoesNotFreeThePendingEntry) {
     request();
     flush();
-    const WireFrame asked = sentWith(kMessage)[0];
+    const WireFrame asked = sentWith(kRequestMessage)[0];
     WireFrame other = asked;
     ++other.sequence;
     answer(other);
     other = asked;
     ++other.messageId;
     answer(other);
-    feed({kLinkNotification, asked.sequence, kDevice, kHost, kMessage, {}});
+    feed({kLinkNotification, asked.sequence, kDevice, kHost, kRequestMessage, {}});
     linkPoll();
     EXPECT_EQ(linkInspect().pendingCount, 1U);
 }
@@ -114,7 +114,7 @@ TEST_F(LinkRequests, AnswersTwiceOrOutOfOrderOrLateAreTakenAsTheyCome) {
     request({1});
     request({2});
     flush();
-    const std::vector<WireFrame> asked = sentWith(kMessage);
+    const std::vector<WireFrame> asked = sentWith(kRequestMessage);
     answer(asked[1], kDevice, {0, 2});
     answer(asked[0], kDevice, {0, 1});
     answer(asked[0], kDevice, {0, 1});
@@ -125,7 +125,7 @@ TEST_F(LinkRequests, AnswersTwiceOrOutOfOrderOrLateAreTakenAsTheyCome) {
     request({3});
     tickConnected(4010);
     ASSERT_EQ(timedOut.size(), 1U);
-    answer(sentWith(kMessage).back()); // late: still told, nothing to end
+    answer(sentWith(kRequestMessage).back()); // late: still told, nothing to end
     EXPECT_EQ(delivered.size(), 4U);
     EXPECT_EQ(linkInspect().pendingAnswered + linkInspect().pendingTimedOut, linkInspect().pendingStarted);
 }
@@ -144,16 +144,16 @@ TEST_F(LinkRequests, SequencesCountUpAndWrapFrom65535To0) {
 
 TEST_F(LinkRequests, AnUntrackedRequestAndAnyNotificationAreNotKept) {
     request({}, 0);
-    linkSend(kLinkTracked, {.kind = kLinkNotification, .destination = kDevice, .messageId = kMessage});
+    linkSend(kLinkTracked, {.kind = kLinkNotification, .destination = kDevice, .messageId = kRequestMessage});
     flush();
-    EXPECT_EQ(sentWith(kMessage).size(), 2U);
+    EXPECT_EQ(sentWith(kRequestMessage).size(), 2U);
     EXPECT_EQ(linkInspect().pendingCount, 0U);
 }
 
 TEST_F(LinkRequests, SourceIsFilledIn) {
-    linkSend(0, {.kind = 2, .source = {9, 9, 9}, .destination = kDevice, .messageId = kMessage});
+    linkSend(0, {.kind = 2, .source = {9, 9, 9}, .destination = kDevice, .messageId = kRequestMessage});
     flush();
-    EXPECT_EQ(sentWith(kMessage)[0].source, kHost);
+    EXPECT_EQ(sentWith(kRequestMessage)[0].source, kHost);
 }
 
 TEST_F(LinkRequests, AResponseInADispatchTakesTheSequenceOfItsFrame) {
@@ -209,8 +209,8 @@ TEST_F(LinkRequests, WithAllPendingEntriesTakenARequestGoesOutUntracked) {
     forget();
     EXPECT_EQ(request({3}), 1);
     flush();
-    ASSERT_EQ(sentWith(kMessage).size(), 1U);
-    EXPECT_EQ(sentWith(kMessage)[0].payload, Bytes{3});
+    ASSERT_EQ(sentWith(kRequestMessage).size(), 1U);
+    EXPECT_EQ(sentWith(kRequestMessage)[0].payload, Bytes{3});
     EXPECT_EQ(linkInspect().pendingCount, 200U);
     tickConnected(7000);
     EXPECT_EQ(timedOut.size(), 200U);
@@ -274,7 +274,7 @@ TEST_F(LinkRequests, ABroadcastIsSentAtOnceOnAllChannels) {
         linkSend(0, {.kind = 2,
                      .length = 3,
                      .destination = everybody,
-                     .messageId = kMessage,
+                     .messageId = kRequestMessage,
                      .payload = payload.data()});
         ASSERT_EQ(sent.size(), 2U);
         EXPECT_EQ(sent[0].channel, 1U);
@@ -285,23 +285,26 @@ TEST_F(LinkRequests, ABroadcastIsSentAtOnceOnAllChannels) {
 
 TEST_F(LinkRequests, ABroadcastAbove500BytesIsError2) {
     const Bytes payload(501);
-    linkSend(0, {.kind = 2, .length = 501, .messageId = kMessage, .payload = payload.data()});
-    EXPECT_EQ(errors, (std::vector<Error>{{kLinkErrorOutgoingTooLong, kMessage}}));
+    linkSend(0, {.kind = 2, .length = 501, .messageId = kRequestMessage, .payload = payload.data()});
+    EXPECT_EQ(errors, (std::vector<Error>{{kLinkErrorOutgoingTooLong, kRequestMessage}}));
     EXPECT_TRUE(sent.empty());
 }
 
 TEST_F(LinkRequests, SendingOnAChannelRejectsWithItsCodes) {
     using vexo::link::sendOnChannel;
     const Bytes payload(501);
-    LinkFrame frame{
-        .kind = 2, .length = 500, .destination = kDevice, .messageId = kMessage, .payload = payload.data()};
+    LinkFrame frame{.kind = 2,
+                    .length = 500,
+                    .destination = kDevice,
+                    .messageId = kRequestMessage,
+                    .payload = payload.data()};
     EXPECT_EQ(sendOnChannel(3, frame), 230);
     EXPECT_EQ(sendOnChannel(2, frame), 231);
     EXPECT_EQ(sendOnChannel(0, frame), 231);
     EXPECT_EQ(sendOnChannel(1, frame), 0);
     frame.length = 501;
     EXPECT_EQ(sendOnChannel(1, frame), 235);
-    EXPECT_EQ(errors, (std::vector<Error>{{kLinkErrorOutgoingTooLong, kMessage}}));
+    EXPECT_EQ(errors, (std::vector<Error>{{kLinkErrorOutgoingTooLong, kRequestMessage}}));
     frame.length = 1;
     frame.payload = nullptr;
     EXPECT_EQ(sendOnChannel(1, frame), 237);
@@ -310,7 +313,7 @@ TEST_F(LinkRequests, SendingOnAChannelRejectsWithItsCodes) {
 
 TEST_F(LinkRequests, WithoutPoolMemorySendingIs241AndError12) {
     for (int count = 0; count < 200; ++count) { // a block each, kept in the receive queue
-        feed({2, 1, kDevice, kHost, kMessage, {1}});
+        feed({2, 1, kDevice, kHost, kRequestMessage, {1}});
     }
     const Bytes payload{1};
     for (int count = 0; count < 5; ++count) { // two blocks each: pending and send queue
@@ -318,8 +321,8 @@ TEST_F(LinkRequests, WithoutPoolMemorySendingIs241AndError12) {
     }
     EXPECT_TRUE(errors.empty());
     EXPECT_EQ(linkInspect().poolBlocksInUse, 210U);
-    EXPECT_EQ(vexo::link::sendOnChannel(1, {.kind = 2, .messageId = kMessage}), 241);
-    EXPECT_EQ(errors, (std::vector<Error>{{kLinkErrorOutOfMemory, kMessage}}));
+    EXPECT_EQ(vexo::link::sendOnChannel(1, {.kind = 2, .messageId = kRequestMessage}), 241);
+    EXPECT_EQ(errors, (std::vector<Error>{{kLinkErrorOutOfMemory, kRequestMessage}}));
     // A tracked request that cannot be kept is not sent.
     EXPECT_EQ(request(payload), 241);
     EXPECT_EQ(linkInspect().pendingCount, 5U);
@@ -346,8 +349,8 @@ TEST_F(LinkRequests, TheHandlerTableTakes256Entries) {
 }
 
 TEST_F(LinkRequests, OfSeveralHandlersForOneIdTheFirstIsCalled) {
-    linkRegisterMessage(kMessage, [](const LinkFrame&, void*) { FAIL(); }, nullptr);
-    receive(kLinkNotification, kMessage, {1});
+    linkRegisterMessage(kRequestMessage, [](const LinkFrame&, void*) { FAIL(); }, nullptr);
+    receive(kLinkNotification, kRequestMessage, {1});
     EXPECT_EQ(delivered.size(), 1U);
 }
 
@@ -359,7 +362,7 @@ TEST_F(LinkRequests, AnIdWithoutAHandlerIsDroppedSilently) {
 }
 
 TEST_F(LinkRequests, ABroadcastMessageIsDispatchedTwice) {
-    feed({2, 9, kDevice, kEverybody, kMessage, {1, 2}});
+    feed({2, 9, kDevice, kEverybody, kRequestMessage, {1, 2}});
     linkPoll();
     ASSERT_EQ(delivered.size(), 1U);
     EXPECT_EQ(delivered[0].frame.destination, kEverybody);
@@ -374,7 +377,7 @@ TEST_F(LinkRequests, ABroadcastMessageIsDispatchedTwice) {
 }
 
 TEST_F(LinkRequests, ABroadcastFromTheHostsOwnAddressIsOnlyDispatchedInItsSecondPass) {
-    feed({2, 9, kHost, kEverybody, kMessage, {1, 2}});
+    feed({2, 9, kHost, kEverybody, kRequestMessage, {1, 2}});
     linkPoll();
     EXPECT_TRUE(delivered.empty());
     tick(10);

@@ -1,0 +1,165 @@
+#include "audio/capture/AudioRouterService.h"
+
+#include "audio/capture/AudioRouterState.h"
+#include "audio/capture/CaptureWorker.h"
+#include "audio/capture/InputStreamSet.h"
+#include "platform/ThreadName.h"
+
+#include <algorithm>
+#include <portaudio.h>
+
+namespace {
+
+// Under the state's mutex.
+void startWorker(AudioRouterState& state, const AudioRouterConfig& config) {
+    state.config = config;
+    state.sampleRate = config.sampleRate;
+    state.running = true;
+    state.loopActive = true;
+    state.worker = std::thread([&state] {
+        nameThisThread("Capture");
+        CaptureWorker(state).run();
+    });
+}
+
+} // namespace
+
+AudioRouterService::AudioRouterService() : state(std::make_unique<AudioRouterState>()) {
+    state->sampleRate = state->config.sampleRate;
+}
+
+AudioRouterService::~AudioRouterService() {
+    Stop();
+}
+
+bool AudioRouterService::Start(const AudioRouterConfig& config) {
+    const std::lock_guard lock(state->mutex);
+    if (state->running) {
+        return false;
+    }
+    startWorker(*state, config);
+    return true;
+}
+
+void AudioRouterService::Stop() {
+    {
+        const std::lock_guard lock(state->mutex);
+        if (!state->running) {
+            return;
+        }
+        state->running = false;
+        state->loopActive = false;
+    }
+    if (state->worker.joinable()) {
+        state->worker.join();
+    }
+}
+
+bool AudioRouterService::Restart() {
+    AudioRouterConfig config;
+    {
+        const std::lock_guard lock(state->mutex);
+        config = state->config;
+    }
+    Stop();
+    const std::lock_guard lock(state->mutex);
+    if (state->running) {
+        return false;
+    }
+    startWorker(*state, config);
+    return true;
+}
+
+bool AudioRouterService::IsRunning() const {
+    const std::lock_guard lock(state->mutex);
+    return state->running;
+}
+
+bool AudioRouterService::SetSampleRate(double sampleRate) {
+    if (!state->running || !(sampleRate > 0.0)) {
+        return false;
+    }
+    state->pendingSampleRate = sampleRate;
+    return true;
+}
+
+double AudioRouterService::GetSampleRate() const {
+    const std::lock_guard lock(state->mutex);
+    return state->sampleRate;
+}
+
+bool AudioRouterService::AddInputDevice(const std::string& name, std::int32_t channels) {
+    return AddInputDevice(name, channels, -1);
+}
+
+bool AudioRouterService::AddInputDevice(const std::string& name, std::int32_t channels, std::int32_t index) {
+    if (!state->running) {
+        return false;
+    }
+    const std::string wanted = lowerAscii(name);
+    const std::lock_guard lock(state->mutex);
+    const bool configured = std::ranges::any_of(
+        state->config.inputs, [&wanted](const auto& input) { return lowerAscii(input.name) == wanted; });
+    if (configured) {
+        return false;
+    }
+    state->pendingAdds.push_back({name, channels, index});
+    return true;
+}
+
+bool AudioRouterService::RemoveInputDevice(const std::string& name) {
+    if (!state->running) {
+        return false;
+    }
+    const std::lock_guard lock(state->mutex);
+    state->pendingRemovals.push_back(name);
+    return true;
+}
+
+std::vector<InputDeviceRequest> AudioRouterService::GetInputDevices() const {
+    const std::lock_guard lock(state->mutex);
+    return state->config.inputs;
+}
+
+bool AudioRouterService::SetOutputDevice(const std::string& name) {
+    if (!state->running) {
+        return false;
+    }
+    const std::lock_guard lock(state->mutex);
+    state->pendingOutputDevice = name;
+    return true;
+}
+
+std::string AudioRouterService::GetOutputDevice() const {
+    const std::lock_guard lock(state->mutex);
+    return state->config.outputDevice;
+}
+
+bool AudioRouterService::RefreshDevices() {
+    if (!state->running) {
+        return false;
+    }
+    state->refreshRequested = true;
+    return true;
+}
+
+bool AudioRouterService::HasMissingInput() const {
+    return state->inputMissing;
+}
+
+std::vector<AudioDeviceEntry> AudioRouterService::GetDeviceList(std::int32_t type) const {
+    const bool initializeHere = !state->running;
+    if (initializeHere && Pa_Initialize() != paNoError) {
+        return {};
+    }
+    std::vector<AudioDeviceEntry> entries = listDevices(type);
+    if (initializeHere) {
+        Pa_Terminate();
+    }
+    return entries;
+}
+
+bool AudioRouterService::SetAudioCallback(AudioBlockCallback callback) {
+    state->audioCallback = callback;
+    return true;
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "audio/capture/AudioRouterConfig.h"
+
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// What AudioRouterService and its worker share. The worker holds the mutex for copies, never across a call
+/// of PortAudio.
+struct AudioRouterState {
+    mutable std::mutex mutex; ///< config, the three pending lists, start and stop
+    AudioRouterConfig config; ///< as started, changed by the worker as requests are honoured
+    std::atomic<bool> running{false};
+    std::atomic<bool> loopActive{false};
+    std::atomic<double> sampleRate{0.0};        ///< Hz, in force
+    std::atomic<double> pendingSampleRate{0.0}; ///< Hz, asked for last; 0: never
+    std::thread worker;
+    std::vector<InputDeviceRequest> pendingAdds;
+    std::vector<std::string> pendingRemovals;
+    std::string pendingOutputDevice;           ///< empty: none
+    std::atomic<bool> refreshRequested{false}; ///< the next idle pass initialises PortAudio anew
+    std::atomic<bool> inputMissing{false};     ///< a configured input has no open stream
+    std::atomic<AudioBlockCallback> audioCallback{nullptr};
+};
+
+/// Lower case of the ASCII letters; all other bytes stay.
+[[nodiscard]] inline std::string lowerAscii(std::string text) {
+    for (char& letter : text) {
+        if (letter >= 'A' && letter <= 'Z') {
+            letter = static_cast<char>(letter - 'A' + 'a');
+        }
+    }
+    return text;
+}

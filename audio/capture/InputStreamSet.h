@@ -1,0 +1,67 @@
+#pragma once
+
+// The open PortAudio input streams of the capture service: how a name finds its device, how a stream is
+// opened, and how the whole set is built anew. Belongs to the capture worker, but for listDevices().
+
+#include "audio/capture/AudioRouterConfig.h"
+
+#include <cstdint>
+#include <portaudio.h>
+#include <string>
+#include <vector>
+
+struct AudioRouterState;
+
+/// One input that was found. It lives from one rebuild to the next.
+struct InputStreamSlot {
+    std::string name;                   ///< as configured, not the device's full name
+    std::int32_t requestedChannels = 0; ///< 0 or less: automatic
+    std::int32_t index = -1;            ///< bus input number; -1: none
+    std::int32_t deviceIndex = -1;      ///< of PortAudio; -1 after a failed open
+    PaStream* stream = nullptr;         ///< null until open, and after a failed open
+    std::vector<float> buffer;          ///< one interleaved block
+    std::int32_t channels = 0;          ///< in use
+    std::int32_t baseChannel = 0;       ///< first output channel of this input in the channel plan
+};
+
+/// The worker's streams, on its own stack for the life of the thread.
+struct InputStreamSet {
+    AudioRouterState& service;
+    std::vector<InputStreamSlot> inputSlots;
+    PaStream* outputStream = nullptr; ///< always null: nothing leaves through PortAudio
+    double currentRate = 0.0;         ///< Hz
+    std::int32_t outputChannels = 0;
+    std::int32_t outputDeviceIndex = -1;
+};
+
+/// PortAudio's index of the first device with a channel in the wanted direction whose name contains `name`,
+/// ASCII letters in any case, or -1. A device of the WASAPI host wins over all others; "default" is the
+/// system's default device.
+[[nodiscard]] std::int32_t findDevice(const std::string& name, bool forOutput);
+
+/// The channels that a request gets of a device with `maxInputChannels`.
+[[nodiscard]] std::int32_t chosenChannels(std::int32_t requested, std::int32_t maxInputChannels);
+
+/// Lays the inputs out over output channels, two each: those with an index at twice that, the others after
+/// them in order. Returns the channels in all. Nothing consumes the plan yet; it is the contract for a
+/// platform with an output stream.
+std::int32_t planOutputChannels(std::vector<InputStreamSlot>& inputSlots);
+
+/// Opens and starts the slot's stream, and fills its device index, channels and buffer. `rate`, in Hz, is
+/// what is wanted, and what was obtained on return. Throws std::runtime_error with a text.
+[[nodiscard]] PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer);
+
+/// Closes everything; failures are swallowed.
+void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStream);
+
+/// Closes all streams and opens those of the configuration, after a new initialisation of PortAudio where
+/// `reinitialise` says so. False when PortAudio cannot be initialised any more; a set without one open stream
+/// is no failure.
+[[nodiscard]] bool rebuildStreams(InputStreamSet& set, bool reinitialise);
+
+/// Pa_Terminate(), with a warning in the log for an error other than "not initialized".
+void terminatePortAudio();
+
+/// The devices of the WASAPI host, as AudioRouterService::GetDeviceList(). Any thread; PortAudio is
+/// initialised.
+[[nodiscard]] std::vector<AudioDeviceEntry> listDevices(std::int32_t type);

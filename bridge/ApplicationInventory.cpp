@@ -1,0 +1,194 @@
+#include "bridge/ApplicationInventory.h"
+
+#include "inventory/ProgramFiles.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QFileInfo>
+#include <QImage>
+#include <QPromise>
+#include <QSet>
+#include <QStandardPaths>
+#include <QThreadPool>
+
+#include <algorithm>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr qsizetype kIconThreads = 8;
+
+// Makes the icons on threads of their own, a chunk of the sessions on each, and waits for them.
+void extractIcons(const QList<AudioSessionInfo>& sessions, const IconReady& onIconReady) {
+    const qsizetype threadCount = std::min(sessions.size(), kIconThreads);
+    if (threadCount == 0) {
+        return;
+    }
+    const qsizetype chunkSize = (sessions.size() + threadCount - 1) / threadCount;
+    std::vector<std::jthread> threads;
+    for (qsizetype first = 0; first < sessions.size(); first += chunkSize) {
+        threads.emplace_back([chunk = sessions.mid(first, chunkSize), &onIconReady] {
+            for (const AudioSessionInfo& session : chunk) {
+                onIconReady(session.processId, extractIconToFile(session.executablePath, session.processId));
+            }
+        });
+    }
+}
+
+void startIconExtraction(const QList<AudioSessionInfo>& sessions, const IconReady& onIconReady,
+                         const AllIconsReady& onAllIconsReady) {
+    // The coordinating threads, one for each list; joined at the end of the process.
+    static QThreadPool coordinators;
+    coordinators.start([sessions, onIconReady, onAllIconsReady] {
+        extractIcons(sessions, onIconReady);
+        onAllIconsReady();
+    });
+}
+
+bool isOwnProgram(const QString& name) {
+    return name == QLatin1String("VEXO") || name == QLatin1String("Vexo Deck") ||
+           name.contains(QLatin1String("VexoDeck"));
+}
+
+void generateIcon(const QString& exePath, const QString& iconPath, const QString& name) {
+    if (QFileInfo::exists(iconPath)) {
+        return;
+    }
+    const std::optional<QImage> picture = installedProgramIcon(exePath);
+    if (!picture) {
+        return;
+    }
+    if (picture->isNull()) {
+        qWarning() << "未能生成图标:" << name;
+        return;
+    }
+    static_cast<void>(saveIcon(*picture, iconPath));
+}
+
+QString programIconFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + QStringLiteral("/app_icons");
+}
+
+} // namespace
+
+// ---- programs that play sound
+
+QList<AudioSessionInfo> audioSessionsFrom(const QList<RawAudioSession>& sessions) {
+    QList<AudioSessionInfo> result;
+    QSet<std::uint32_t> seen;
+    for (const RawAudioSession& session : sessions) {
+        // 0 is the system's own sounds.
+        if (session.processId == 0 || seen.contains(session.processId)) {
+            continue;
+        }
+        seen.insert(session.processId);
+        AudioSessionInfo info;
+        info.processId = session.processId;
+        info.executablePath = session.executablePath;
+        info.name = session.displayName;
+        if (info.name.isEmpty()) {
+            info.name = fileStem(session.executablePath);
+        }
+        if (info.name.isEmpty()) {
+            info.name = fileStem(session.processFileName);
+        }
+        if (info.name.isEmpty()) {
+            info.name = QStringLiteral("(unknown)");
+        }
+        info.state = session.state;
+        if (!info.executablePath.isEmpty()) {
+            info.iconPath = sessionIconPath(temporaryFolder(), info.executablePath, info.processId);
+        }
+        result.append(info);
+    }
+    return result;
+}
+
+QList<AudioSessionInfo> getAudioSessions(const IconReady& onIconReady, const AllIconsReady& onAllIconsReady) {
+    QList<AudioSessionInfo> sessions = audioSessionsFrom(rawAudioSessions());
+    startIconExtraction(sessions, onIconReady, onAllIconsReady);
+    return sessions;
+}
+
+QVariantList applicationMaps(const QList<AudioSessionInfo>& sessions,
+                             const std::function<QString(const QString& path)>& displayName) {
+    QVariantList maps;
+    for (const AudioSessionInfo& session : sessions) {
+        if (isOwnProgram(session.name)) {
+            continue;
+        }
+        const QString ownName = displayName(session.executablePath);
+        maps.append(QVariantMap{
+            {QStringLiteral("processIdentifier"), QString::number(session.processId)},
+            {QStringLiteral("bundleIdentifier"), fileUrl(session.executablePath)},
+            {QStringLiteral("iconFilePath"), fileUrl(session.iconPath)},
+            {QStringLiteral("name"), ownName.isEmpty() ? session.name : ownName},
+            {QStringLiteral("type"), QStringLiteral("app")},
+            {QStringLiteral("isActive"), session.state == QLatin1String("Active")},
+        });
+    }
+    return maps;
+}
+
+QVariantList getWindowsRunningApplicationsWithIcon() {
+    const QList<AudioSessionInfo> sessions = getAudioSessions(
+        [](std::uint32_t processId, const QString& path) {
+            qDebug().noquote().nospace() << "Icon extracted for process " << processId << " to " << path;
+        },
+        [] { qDebug() << "All icons extracted"; });
+    return applicationMaps(sessions, getFileDisplayName);
+}
+
+QVariantList withInputDevices(QVariantList applications, const QVariantList& inputDevices) {
+    for (qsizetype at = inputDevices.size(); at-- > 0;) {
+        QVariantMap device = inputDevices.at(at).toMap();
+        const QString name = device.value(QStringLiteral("name")).toString();
+        if (name.contains(QLatin1String("VEXO"))) {
+            continue;
+        }
+        device.insert(QStringLiteral("bundleIdentifier"), name);
+        device.insert(QStringLiteral("processIdentifier"), name);
+        applications.prepend(device);
+    }
+    return applications;
+}
+
+// ---- installed programs
+
+QVariantList installedProgramMaps() {
+    // What the user picks for the default browser.
+    QVariantList maps{QVariantMap{
+        {QStringLiteral("name"), QStringLiteral("系统浏览器")},
+        {QStringLiteral("bundlePath"), QString()},
+        {QStringLiteral("executablePath"), QString()},
+        {QStringLiteral("isSystemBrowser"), true},
+    }};
+    const QString iconFolder = programIconFolder();
+    const bool iconsCanBeKept = QDir().mkpath(iconFolder);
+    for (const InstalledProgram& program : installedPrograms()) {
+        QVariantMap map{
+            {QStringLiteral("name"), program.name},
+            {QStringLiteral("executablePath"), program.path},
+            {QStringLiteral("bundlePath"), fileUrl(program.path)},
+        };
+        if (iconsCanBeKept && program.hasIcon) {
+            const QString iconPath = iconFolder + QLatin1Char('/') + programIconFileName(program.baseName);
+            map.insert(QStringLiteral("iconFilePath"), fileUrl(iconPath));
+            static_cast<void>(generateIconAsync(program.path, iconPath, program.name));
+        }
+        maps.append(map);
+    }
+    return maps;
+}
+
+QFuture<void> generateIconAsync(const QString& exePath, const QString& iconPath, const QString& name) {
+    const auto promise = std::make_shared<QPromise<void>>();
+    promise->start();
+    QThreadPool::globalInstance()->start([promise, exePath, iconPath, name] {
+        generateIcon(exePath, iconPath, name);
+        promise->finish();
+    });
+    return promise->future();
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+// What runs and plays sound, and what is installed, as maps that QML stores as they are: their keys are a
+// contract. Both inventories give each entry an icon as a PNG file, which may come after the list.
+//
+// The UI thread. Nothing fails: a missing piece is a shorter list, or an entry without an icon. Only icons
+// are made elsewhere, on up to 8 threads for each list, and for installed programs on the global thread pool.
+
+#include "platform/InventorySources.h"
+
+#include <QFuture>
+#include <QList>
+#include <QString>
+#include <QVariantList>
+
+#include <cstdint>
+#include <functional>
+
+/// One process that has sound.
+struct AudioSessionInfo {
+    std::uint32_t processId = 0;
+    QString name;           ///< of the session, else of the image, else of the process, else "(unknown)"
+    QString executablePath; ///< empty when it may not be read
+    QString state;          ///< "Active", "Inactive", "Expired" or "Unknown"
+    QString iconPath;       ///< of the PNG, which may come later; empty without an executable
+};
+
+using IconReady = std::function<void(std::uint32_t processId, const QString& path)>;
+using AllIconsReady = std::function<void()>;
+
+/// The processes that have sound, each once. Starts making their icons and returns; the callbacks come on
+/// other threads.
+[[nodiscard]] QList<AudioSessionInfo> getAudioSessions(const IconReady& onIconReady,
+                                                       const AllIconsReady& onAllIconsReady);
+
+/// The programs that have sound, without this one: "processIdentifier", "bundleIdentifier", "iconFilePath",
+/// "name", "type" ("app"), "isActive".
+[[nodiscard]] QVariantList getWindowsRunningApplicationsWithIcon();
+
+/// `applications` behind the input devices of a device list, whose maps get "bundleIdentifier" and
+/// "processIdentifier", both the device's name. The program's own virtual devices ("VEXO" in the name) are
+/// left out.
+[[nodiscard]] QVariantList withInputDevices(QVariantList applications, const QVariantList& inputDevices);
+
+/// The system's browser, then the installed programs: "name", "executablePath", "bundlePath", and
+/// "iconFilePath" where an icon may come.
+[[nodiscard]] QVariantList installedProgramMaps();
+
+/// Makes the PNG of an installed program on the global thread pool, unless it is there. The future ends with
+/// that, and may be dropped.
+[[nodiscard]] QFuture<void> generateIconAsync(const QString& exePath, const QString& iconPath,
+                                              const QString& name);
+
+// ---- steps, plain functions
+
+/// One record for each process, in the order of the sessions: names and icon paths made up.
+[[nodiscard]] QList<AudioSessionInfo> audioSessionsFrom(const QList<RawAudioSession>& sessions);
+
+/// The maps of getWindowsRunningApplicationsWithIcon(). `displayName` gives a program's own name by its path.
+[[nodiscard]] QVariantList applicationMaps(const QList<AudioSessionInfo>& sessions,
+                                           const std::function<QString(const QString& path)>& displayName);

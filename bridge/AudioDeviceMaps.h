@@ -1,0 +1,33 @@
+#pragma once
+
+// Audio devices as QML gets them, one map each: "index", "name", "hostApi", "maxInputChannels",
+// "maxOutputChannels", "defaultSampleRate", "isInput", "isOutput". Plain functions for any thread.
+
+#include "audio/capture/AudioRouterConfig.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QVariantList>
+
+#include <vector>
+
+inline constexpr int kInputDeviceList = 1;
+inline constexpr int kOutputDeviceList = 2;
+
+/// What the system's device list says of one device in one direction.
+struct AudioDeviceFacts {
+    QByteArray id;
+    QString description;
+    int maxChannels = 0;
+    double preferredSampleRate = 0.0; ///< Hz; 0 or less: none
+};
+
+/// Appends the maps of kind `type` (1 inputs, 2 outputs, else all) in the order of the ids. A device that is
+/// in both lists under one id is one map, with the larger of its rates. "index" counts devices as they were
+/// first met, inputs before outputs. An exception leaves the maps that were made before it.
+void appendAudioDeviceMaps(QVariantList& maps, const QList<AudioDeviceFacts>& inputs,
+                           const QList<AudioDeviceFacts>& outputs, int type);
+
+/// Appends the capture service's own list, as it is.
+void appendAudioDeviceMaps(QVariantList& maps, const std::vector<AudioDeviceEntry>& entries);

@@ -1,0 +1,150 @@
+#pragma once
+
+#include "audio/capture/AudioRouterConfig.h"
+#include "audio/equalizer/EqualizerBands.h"
+
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <QVariantList>
+#include <QVariantMap>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+class AudioRouterService;
+class FBiquadChain;
+
+/// The one object through which QML reaches the operating system and the audio engine: system facts, the
+/// inventories of programs, quitting, the capture service and the router. QML has it as singleton type
+/// `SystemBridge` of module `VexoDeckSystemBridge`. Operations of the system are spelled in lower case, those
+/// of the audio engine are capitalised.
+///
+/// The UI thread, but for the block function, which runs on the capture worker. No operation on the audio or
+/// the inventories throws: an exception is logged as "SystemBridge::OPERATION: Exception:" with its text, and
+/// false, 0 or an empty value comes back.
+///
+/// Some operations do no more than log their name: they belong to systems that the class was drawn for, and
+/// callers put up with their empty values.
+class SystemBridge : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool isMacOS READ isMacOS CONSTANT)
+    Q_PROPERTY(bool isWindows READ isWindows CONSTANT)
+
+public:
+    /// The process-wide object, made at the first call. The QML engine destroys it with its other singletons;
+    /// it is not asked for after that.
+    static SystemBridge* instance();
+
+    /// Starts the router and reports its levels as audioInputLevelChanged. The capture service comes later.
+    explicit SystemBridge(QObject* parent = nullptr);
+    /// In this order: the capture service, the equaliser, the router.
+    ~SystemBridge() override;
+
+    [[nodiscard]] bool isMacOS() const { return false; }
+    [[nodiscard]] bool isWindows() const;
+
+    /// Gives a stored setting by its key, invalid where there is none; the equaliser's presets come through
+    /// it. Before updateMonitorDevice().
+    using SettingsReader = std::function<QVariant(const QString& key)>;
+    void setSettingsReader(SettingsReader reader);
+
+    /// Asks for the microphone where that is undecided, and creates and starts the capture service once it is
+    /// granted. Denied: nothing is created, and the audio operations say so.
+    void initializeMonitorDevice();
+
+    /// "osName", "kernelType", "kernelVersion", "machineType" (the host's name), "platform".
+    Q_INVOKABLE [[nodiscard]] QVariantMap getSystemInfo() const;
+    Q_INVOKABLE [[nodiscard]] QVariantMap getAudioDeviceInfo() const;
+    Q_INVOKABLE void showNotification(const QString& title, const QString& message) const;
+    Q_INVOKABLE [[nodiscard]] QVariantMap checkSystemPermissions() const;
+    Q_INVOKABLE [[nodiscard]] QVariantList getNetworkInterfaces() const;
+    Q_INVOKABLE [[nodiscard]] QVariantMap getStorageInfo() const;
+    Q_INVOKABLE [[nodiscard]] QVariantMap getCurrentUserInfo() const;
+    /// Always false.
+    Q_INVOKABLE [[nodiscard]] bool isAppInForeground() const { return false; }
+    Q_INVOKABLE void bringAppToFront() const;
+    Q_INVOKABLE void openSystemPreferences() const;
+    /// The writable temporary folder, else that of caches, else that of the program's data.
+    Q_INVOKABLE [[nodiscard]] QString getTempDirectory() const;
+    /// Stops the device and the audio, closes every window and ends the program with 0.
+    Q_INVOKABLE void quitApplication();
+    Q_INVOKABLE void requestNotificationPermission() const;
+    /// Input devices, then the programs that play sound; see ApplicationInventory.h.
+    Q_INVOKABLE [[nodiscard]] QVariantList getRunningApplications() const;
+    /// The system's browser, then the installed programs; see ApplicationInventory.h.
+    Q_INVOKABLE [[nodiscard]] QVariantList getRunningApplicationsByQt() const;
+    /// Always empty.
+    Q_INVOKABLE [[nodiscard]] QVariantList getOutputStreamIDs() const { return {}; }
+    /// The operating system's name.
+    Q_INVOKABLE [[nodiscard]] QString getPlatform() const;
+    /// Hands the complete list of records to the router; see AudioRouterAPI::setAudioConfig().
+    Q_INVOKABLE void setAudioConfig(const QVariantList& configs);
+
+    // The capture service; see AudioRouterService. Each says in the log when there is none.
+
+    /// Creates the service where there is none, whatever the permission is, and starts it with its defaults.
+    /// False when it runs already, and so for one that is just created, which starts by itself.
+    Q_INVOKABLE bool Start();
+    Q_INVOKABLE void Stop();
+    Q_INVOKABLE bool Restart();
+    Q_INVOKABLE [[nodiscard]] bool IsRunning() const;
+    Q_INVOKABLE bool SetSampleRate(double sampleRate);
+    /// Hz; 0.0 without a service.
+    Q_INVOKABLE [[nodiscard]] double GetSampleRate() const;
+    /// `index` is the source id under which the input reaches the mixer; -1: read, not forwarded.
+    Q_INVOKABLE bool AddInputDevice(const QString& deviceName, int index = -1);
+    Q_INVOKABLE bool RemoveInputDevice(const QString& deviceName);
+    /// One map for each configured input: "name", "requestedChannels".
+    Q_INVOKABLE [[nodiscard]] QVariantList GetInputDevices() const;
+    /// The system's audio devices as maps (see AudioDeviceMaps.h): type 1 inputs, 2 outputs, else all. After
+    /// an exception, those that were gathered before it.
+    Q_INVOKABLE [[nodiscard]] QVariantList GetDeviceList(int type = 0) const;
+    /// Reads the stored equaliser switch and preset. After any change of these.
+    Q_INVOKABLE void updateMonitorDevice();
+    /// Whether every device whose name contains `deviceName` would open at this rate, in Hz. Changes nothing.
+    Q_INVOKABLE [[nodiscard]] bool SetDeviceSampleRate(const QString& deviceName, double sampleRate) const;
+
+    /// Runs the equaliser over a block in place: interleaved float, rate in Hz. The capture worker.
+    void processBlock(float* block, std::int32_t channels, std::int32_t frames, double rate);
+
+signals:
+    // The first three belong to systems that have such events.
+    void permissionChanged(const QString& permission, bool granted);
+    void systemInfoUpdated();
+    void networkStatusChanged();
+    /// A map for each source that is not silent: "processID", "levelLeft", "levelRight". Every 50 ms.
+    void audioInputLevelChanged(const QVariantList& levels);
+    void screenPowerStateChanged(bool screenOn);
+
+protected:
+    /// What the system says of the microphone.
+    [[nodiscard]] virtual Qt::PermissionStatus microphonePermission() const;
+    /// Asks the user, and runs the continuation on the UI thread when the answer is there.
+    virtual void requestMicrophonePermission(const std::function<void()>& continuation);
+
+private:
+    void startRouter();
+    void restartRouter();
+    void useNewSoundDevices();
+    void initializeNativeBridge();
+    void cleanupNativeBridge() const;
+    void readEqualizerSettings();
+
+    std::unique_ptr<AudioRouterService> audioRouterService;
+    std::int32_t defaultSampleRate = 48000; // Hz
+    // The equaliser. Written by the UI thread and read by the worker: the gains first, then filterDirty.
+    std::atomic<bool> equalizerEnabled{false};
+    std::array<std::atomic<float>, kEqualizerBandCount> equalizerGains{}; // dB
+    std::atomic<bool> filterReady{false};
+    std::atomic<bool> filterDirty{true};
+    std::unique_ptr<FBiquadChain> filterChain; // the worker's
+
+    SettingsReader settingsReader;
+    QTimer soundDevicesTimer;
+    std::shared_ptr<void> soundDevicesWatch;
+    QVariantList lastConfigs; // what the router was given last
+};

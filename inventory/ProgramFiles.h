@@ -1,0 +1,40 @@
+#pragma once
+
+// Names, places and pictures of programs as files: what the inventories of all systems share. Plain functions
+// that ask no service of the system but its files. Any thread.
+
+#include <QString>
+#include <QStringList>
+
+#include <array>
+#include <cstdint>
+
+class QImage;
+
+/// "file:///" and the path with forward slashes.
+[[nodiscard]] QString fileUrl(const QString& path);
+
+/// The last part of a path, between its last separator and its last dot; either kind of separator.
+[[nodiscard]] QString fileStem(const QString& path);
+
+/// Where the icon of a running program lies: the stem of its executable, "process_" and the id without one.
+/// Empty without a temporary folder.
+[[nodiscard]] QString sessionIconPath(const QString& temporaryFolder, const QString& executablePath,
+                                      std::uint32_t processId);
+
+/// The file name of an installed program's icon: every character but letters, digits, "_" and "-" as "_".
+[[nodiscard]] QString programIconFileName(const QString& baseName);
+
+/// Files with this suffix, in any case, in the order of the folders: those of a root, of its folders and of
+/// their folders, down to `depth` levels. Of two files with one base name the first counts; the maker's own
+/// programs do not.
+[[nodiscard]] QStringList programFiles(const QStringList& roots, const QString& suffix, int depth);
+
+/// Edge lengths in pixels in which an icon is asked for, best first.
+inline constexpr std::array<int, 5> kIconSizes = {256, 128, 64, 48, 32};
+/// Edge length of the PNG.
+inline constexpr int kIconFileSize = 128;
+
+/// Writes the picture, fitted into a square of kIconFileSize, as PNG; false when it cannot be written. The
+/// picture's device pixel ratio is of no account.
+[[nodiscard]] bool saveIcon(const QImage& picture, const QString& path);

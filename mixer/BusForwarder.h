@@ -1,0 +1,78 @@
+#pragma once
+
+// Plays the mix: up to three outputs, Bus 1, Bus 2 and Solo, each with a render thread of its own that lets
+// PerAppInputBuffers write straight into the endpoint's buffer. The buses open virtual endpoints only, Solo
+// real hardware only. An output exists when an endpoint was named for it and could be opened; it does not
+// move to another one later.
+//
+// A member of its router, not a singleton: the program has one, since it has one AudioRouterAPI::instance(),
+// and tests and scenes have one on each router of theirs.
+
+#include "mixer/RouterPlatform.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <thread>
+
+class PerAppInputBuffers;
+
+class BusForwarder {
+public:
+    static constexpr std::uint32_t kBus1Id = 1;
+    static constexpr std::uint32_t kBus2Id = 2;
+    static constexpr std::uint32_t kSoloId = 3;
+
+    /// `routerPlatform` and `inputBuffers` outlive the forwarder.
+    BusForwarder(const RouterPlatform& routerPlatform, PerAppInputBuffers& inputBuffers);
+    /// Ends the threads that still live.
+    ~BusForwarder();
+    BusForwarder(const BusForwarder&) = delete;
+    BusForwarder& operator=(const BusForwarder&) = delete;
+
+    /// A part of a friendly name, or an id; empty: the output is off. Before start().
+    void setBus1Device(const std::wstring& deviceGuid);
+    void setBus2Device(const std::wstring& deviceGuid);
+    void setSoloDevice(const std::wstring& deviceGuid);
+
+    /// Opens the named outputs and starts their threads. True in all cases: an output that fails says so in
+    /// its lines and stays off. What is thrown on the way, for want of memory or of threads, comes through
+    /// after the outputs that ran already have ended.
+    [[nodiscard]] bool start();
+
+    /// Whether the Solo output could be opened. Not during start() and stop().
+    [[nodiscard]] bool isSoloOpen() const { return channels[kSoloId - 1].renderChannel != nullptr; }
+
+    /// Ends the threads, each after at most one more period.
+    void stop();
+
+private:
+    struct BusChannel {
+        std::uint32_t busId = 0;
+        std::wstring deviceGuid;
+        std::atomic<bool> running{false};
+        std::unique_ptr<RenderChannel> renderChannel; // null: not opened
+        std::thread thread;
+    };
+
+    BusChannel& channel(std::uint32_t busId) { return channels[busId - 1]; }
+    void openAndRunAll();
+    bool openAndRun(BusChannel& bus);
+    // Ends whatever lives of the outputs, however far each came.
+    void endChannels();
+    // Finds and opens the endpoint of one output; false, with its lines, when that failed.
+    [[nodiscard]] bool initBusChannel(BusChannel& bus);
+    void listAvailableDevices(const BusChannel& bus) const;
+    // The body of a render thread.
+    void runBusChannel(BusChannel& bus);
+    // The first endpoint whose id is `target` or whose friendly name contains it, outputs before inputs. Null
+    // when there is none.
+    [[nodiscard]] AudioEndpointPointer findBusEndpoint(const std::wstring& target, bool virtualOnly) const;
+
+    const RouterPlatform& platform;
+    PerAppInputBuffers& buffers;
+    std::atomic<bool> running{false};
+    std::array<BusChannel, 3> channels; // in the order of their ids
+};

@@ -1,0 +1,46 @@
+#pragma once
+
+// Tells real sound hardware from virtual drivers, and built-in hardware from plugged, by nothing but names,
+// ids and connectors; finds and sets endpoints by these. The tests are lists of words, searched as they
+// stand in lower-cased copies; the order of the lists decides. Nothing is kept.
+//
+// The thread of the caller, which has COM initialised for the multithreaded model on Windows.
+
+#include "mixer/AudioEndpoint.h"
+
+#include <string>
+
+class ComApartment;
+
+/// Each character by itself through towlower().
+[[nodiscard]] std::wstring lowerCased(std::wstring text);
+
+/// Empty when it could not be read, and for a null endpoint.
+[[nodiscard]] std::wstring GetDeviceFriendlyName(const AudioEndpoint* endpoint);
+[[nodiscard]] std::wstring GetDeviceId(const AudioEndpoint* endpoint);
+
+/// Whether the endpoint is hardware: no virtual driver's word in its name, no software bus in its id, and at
+/// least one connector. Only the connectors can say yes.
+[[nodiscard]] bool IsRealHardwareDevice(const AudioEndpoint* endpoint);
+
+/// Whether the endpoint is built in; what cannot be told counts as plugged. Logs what decided.
+[[nodiscard]] bool IsBuiltInDevice(const AudioEndpoint* endpoint);
+
+/// The id of the first real output in the system's order, before that of a built-in one if `preferBuiltIn`;
+/// empty when there is none. Logs each endpoint it looks at.
+[[nodiscard]] std::wstring FindFirstRealHardwareDevice(AudioEndpointSystem& system, bool preferBuiltIn);
+
+/// The id of the default output; empty on any failure.
+[[nodiscard]] std::wstring GetDefaultDeviceGuid(AudioEndpointSystem& system);
+
+/// Turns what a person or a setting calls an endpoint into its id. What looks like an id (a brace, a hyphen,
+/// or more than 50 characters) is given back unchanged, whether it exists or not; a name with a hyphen too.
+/// Anything else is searched as a part of a friendly name, outputs before inputs, real hardware left out if
+/// `virtualOnly`. Empty when nothing is found.
+[[nodiscard]] std::wstring FindDeviceGuidByNameOrGuid(AudioEndpointSystem& system, const std::wstring& value,
+                                                      bool virtualOnly);
+
+/// Makes an output (`isRender`) or input the system's default for the console role. `deviceGuid` is its id,
+/// in any case, or a part of it. False, with a line that says why, when that failed.
+bool SetDefaultAudioDevice(AudioEndpointSystem& system, ComApartment& com, const std::wstring& deviceGuid,
+                           bool isRender);

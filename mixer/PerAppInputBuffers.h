@@ -1,0 +1,124 @@
+#pragma once
+
+// The meeting point of the audio path. Producers (the captures of applications, and the capture service with
+// a stream index in the place of a process id) hand in packets of any format; they become 48000 Hz stereo
+// float, are measured, and are kept in rings per source and bus. Consumers (the render threads) ask for a
+// stretch of mixed, limited samples. The level thread reads the meters.
+//
+// Samples are written without a lock. One mutex guards the map of rings; consumers hold it for the mix of one
+// block, producers for a look-up. The record store's mutex is taken inside it, never the other way round.
+//
+// Numbers below the smallest normal float count as 0.0 here, which keeps fading sound from costing ten times
+// as much as other (DenormalsAreZero.h says on which processors); in all else the results are those of the
+// kernels. A meter's sum of squares is taken in lanes and lies within a millionth of the exact one for
+// packets of any length; one float sum, sample after sample, does not, beyond some hundred frames.
+//
+// mixBus() and mixSolo() neither allocate nor log and make no system call but those of the two mutexes.
+// addInputData() allocates at the first packet of a source and where a packet is larger than any before it on
+// the calling thread: the packet's own frames as float, never what a slow rate makes of them. That is
+// computed and measured in pieces of 2048 frames, and of a packet that gives more frames than a ring has (a
+// megabyte at 1 Hz gives thousands of millions) only the last 28,800 are written.
+
+#include "mixer/AppAudioConfig.h"
+#include "mixer/InputBuffer.h"
+#include "mixer/WaveFormat.h"
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+class AppAudioConfigStore;
+
+class PerAppInputBuffers {
+public:
+    using InputBuffer = ::InputBuffer;
+
+    /// The buffers of the process, over the store of the process; made at first use and alive to its end.
+    static PerAppInputBuffers& instance();
+
+    /// Reads its records from `store`, which outlives it.
+    explicit PerAppInputBuffers(AppAudioConfigStore& store);
+    PerAppInputBuffers(const PerAppInputBuffers&) = delete;
+    PerAppInputBuffers& operator=(const PerAppInputBuffers&) = delete;
+
+    /// Takes one packet of a source: `byteCount` bytes at `data`, as `format` says. Dropped when the source
+    /// has no active record. A packet of unknown format is silent; one without channels or frames is nothing;
+    /// one whose rate gives no frames is logged and dropped. Any number of threads, each with its own
+    /// sources.
+    void addInputData(std::uint32_t processID, const void* data, std::uint32_t byteCount,
+                      const WaveFormat& format);
+
+    /// Brings the bus meters up to date with those of the sources. Producers, after each packet.
+    void updateBusLevels();
+
+    /// Writes `frames` frames of the bus (1 or 2; any other has no sources) to `output`, interleaved left and
+    /// right: the sum of its sources, times the master's gain, limited to -1.0 ... 1.0. A source that runs
+    /// short is missing from the rest. The bus's render thread.
+    void mixBus(float* output, std::uint32_t frames, std::uint32_t bus);
+
+    /// The same for Solo: all of Bus 1 if its master record says solo, else all of Bus 2 if its does, else
+    /// the sources that carry solo. Solo's render thread.
+    void mixSolo(float* output, std::uint32_t frames);
+
+    /// The larger of the source's two meters, where 0.0 stands for a ring that does not exist. Below 0.0 when
+    /// both volumes are negative. Any thread.
+    [[nodiscard]] StereoLevel getProcessLevels(std::uint32_t processID) const;
+    /// As of the last updateBusLevels(), not clamped: several loud sources exceed 1.0. Any thread.
+    [[nodiscard]] StereoLevel getBus1Levels() const;
+    [[nodiscard]] StereoLevel getBus2Levels() const;
+
+    /// The ids that have rings. Any thread. Takes the lock of the map for a walk over its keys, since a first
+    /// packet of another source may change it meanwhile.
+    [[nodiscard]] std::set<std::uint32_t> collectProcessIds() const;
+
+    /// Empties the rings of a source, which stay in the map. Any thread. Takes the lock of the map, since
+    /// render threads read the rings under it.
+    ///
+    /// The source's capture has stopped. The streams of the capture service (ids below 10) have none and go
+    /// on meanwhile: a packet that began before and ends after puts the ring's write position back to where
+    /// it was going, so that up to 600 ms, zeros but for that packet, are readable, and the source keeps that
+    /// delay.
+    void resetProcessBuffers(std::uint32_t processID);
+
+    /// The ring of a source on a bus, made when there is none. Any thread but a render callback.
+    [[nodiscard]] std::shared_ptr<InputBuffer> getInputBuffer(std::uint32_t processID, std::uint32_t bus);
+
+    /// Forgets all rings: the end of routing. The solo ring and the bus meters stay as they are.
+    void clear();
+
+private:
+    using RingMap = std::map<std::string, std::shared_ptr<InputBuffer>>;
+    // A ring of one bus, with its key in the map.
+    struct BusRing {
+        const std::string* key;
+        InputBuffer* ring;
+    };
+    using BusRings = std::vector<BusRing>;
+    struct BusLevel {
+        std::atomic<float> left{0.0f};
+        std::atomic<float> right{0.0f};
+    };
+
+    [[nodiscard]] InputBuffer* find(std::uint32_t processID, std::uint32_t bus) const;
+    template <std::size_t kCount>
+    [[nodiscard]] std::array<std::shared_ptr<InputBuffer>, kCount>
+    findOrMake(const std::array<std::string, kCount>& keys);
+    void insert(RingMap& prepared);
+    void addBus(const BusRings& busRings, std::atomic<std::uint32_t> InputBuffer::* readPosition,
+                float* output, std::uint32_t frames, float gain, bool scaled) const;
+
+    AppAudioConfigStore& store;
+    mutable std::mutex mutex;
+    RingMap rings;                                 // by "{processID}:{bus}"
+    std::array<BusRings, 2> ringsByBus;            // of Bus 1 and Bus 2, in the order of the map
+    const std::shared_ptr<InputBuffer> soloBuffer; // written by every source with solo: one, by use
+    BusLevel bus1Level;
+    BusLevel bus2Level;
+};

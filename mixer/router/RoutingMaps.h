@@ -1,0 +1,16 @@
+#pragma once
+
+// The forms in which the user interface hands over records and gets levels. Any thread.
+
+#include "mixer/AppAudioConfig.h"
+
+#include <QVariantList>
+#include <QVariantMap>
+
+#include <vector>
+
+/// The record of one map; keys that are missing leave the record's initial values, unknown ones are ignored.
+[[nodiscard]] AppAudioConfig appAudioConfigOf(const QVariantMap& map);
+
+/// One map for each report, with "processID", "levelLeft" and "levelRight".
+[[nodiscard]] QVariantList levelMapsOf(const std::vector<AudioLevelInfo>& levels);

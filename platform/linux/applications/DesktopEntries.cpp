@@ -1,0 +1,206 @@
+#include "platform/linux/applications/DesktopEntries.h"
+
+#include "inventory/ProgramFiles.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QLocale>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+// All that is used of an entry. Its other lines are many, and the mixer reads all entries every ten seconds.
+constexpr std::array<QByteArrayView, 9> kUsedKeys = {
+    "Type", "Name", "Icon", "Exec", "NoDisplay", "Hidden", "OnlyShowIn", "NotShowIn", "TryExec"};
+
+// Folders below a root that hold entries, its own level included.
+constexpr int kScanDepth = 3;
+constexpr qint64 kLargestEntryBytes = 1 << 20;
+
+QString unescaped(const QByteArray& value) {
+    QByteArray text;
+    for (qsizetype at = 0; at < value.size(); ++at) {
+        if (value[at] != '\\' || at + 1 == value.size()) {
+            text += value[at];
+            continue;
+        }
+        switch (value[++at]) {
+        case 's':
+            text += ' ';
+            break;
+        case 'n':
+            text += '\n';
+            break;
+        case 't':
+            text += '\t';
+            break;
+        case 'r':
+            text += '\r';
+            break;
+        default:
+            text += value[at];
+            break;
+        }
+    }
+    return QString::fromUtf8(text);
+}
+
+// The values of the used keys, raw; a translated one has its language in brackets behind its name.
+QHash<QByteArray, QByteArray> usedValues(QByteArrayView text) {
+    QHash<QByteArray, QByteArray> values;
+    bool inEntry = false;
+    for (qsizetype begin = 0; begin < text.size();) {
+        const qsizetype newline = text.indexOf('\n', begin);
+        const qsizetype end = newline < 0 ? text.size() : newline;
+        const QByteArrayView line = text.sliced(begin, end - begin).trimmed();
+        begin = end + 1;
+        if (line.startsWith('[')) {
+            inEntry = line == "[Desktop Entry]";
+            continue;
+        }
+        const qsizetype equals = line.indexOf('=');
+        if (!inEntry || line.startsWith('#') || equals < 1) {
+            continue;
+        }
+        const QByteArrayView key = line.first(equals).trimmed();
+        const qsizetype bracket = key.indexOf('[');
+        if (std::ranges::find(kUsedKeys, bracket < 0 ? key : key.first(bracket)) != kUsedKeys.end()) {
+            values.insert(key.toByteArray(), line.sliced(equals + 1).trimmed().toByteArray());
+        }
+    }
+    return values;
+}
+
+bool names(const QString& list, const QStringList& desktops) {
+    const QStringList parts = list.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    return std::ranges::any_of(parts, [&desktops](const QString& part) { return desktops.contains(part); });
+}
+
+QStringList userLanguages() {
+    QStringList languages;
+    for (QString language : QLocale().uiLanguages()) {
+        languages.append(language.replace(QLatin1Char('-'), QLatin1Char('_')));
+    }
+    return languages;
+}
+
+QStringList runningDesktops() {
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':'), Qt::SkipEmptyParts);
+}
+
+bool canBeFound(const QString& program) {
+    return QFileInfo(program).isAbsolute() ? QFileInfo(program).isExecutable()
+                                           : !QStandardPaths::findExecutable(program).isEmpty();
+}
+
+} // namespace
+
+DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& languages,
+                               const QStringList& desktops) {
+    const QHash<QByteArray, QByteArray> values = usedValues(text);
+    const auto value = [&](const char* key) {
+        return unescaped(values.value(key));
+    };
+    const auto localized = [&](const char* key) {
+        for (const QString& language : languages) {
+            const auto found = values.constFind(key + ('[' + language.toUtf8() + ']'));
+            if (found != values.constEnd()) {
+                return unescaped(*found);
+            }
+        }
+        return value(key);
+    };
+    const auto isTrue = [&](const char* key) {
+        return values.value(key) == "true";
+    };
+
+    DesktopEntry entry;
+    entry.name = localized("Name");
+    entry.icon = localized("Icon");
+    entry.program = programOfExec(value("Exec"));
+    const QString onlyIn = value("OnlyShowIn");
+    const QString tryExec = value("TryExec");
+    entry.shown = value("Type") == QLatin1String("Application") && !entry.name.isEmpty() &&
+                  !isTrue("NoDisplay") && !isTrue("Hidden") &&
+                  (onlyIn.isEmpty() || names(onlyIn, desktops)) && !names(value("NotShowIn"), desktops) &&
+                  (tryExec.isEmpty() || canBeFound(tryExec));
+    return entry;
+}
+
+QString programOfExec(const QString& exec) {
+    QStringList words;
+    QString word;
+    bool quoted = false;
+    bool open = false;
+    for (qsizetype at = 0; at < exec.size(); ++at) {
+        const QChar letter = exec[at];
+        if (quoted && letter == QLatin1Char('\\') && at + 1 < exec.size()) {
+            word += exec[++at];
+        } else if (letter == QLatin1Char('"')) {
+            quoted = !quoted;
+            open = true;
+        } else if (letter.isSpace() && !quoted) {
+            if (open) {
+                words.append(word);
+            }
+            word.clear();
+            open = false;
+        } else {
+            word += letter;
+            open = true;
+        }
+    }
+    if (open) {
+        words.append(word);
+    }
+    const bool behindEnv = !words.isEmpty() && QFileInfo(words.first()).fileName() == QLatin1String("env");
+    for (qsizetype at = behindEnv ? 1 : 0; at < words.size(); ++at) {
+        if (!behindEnv ||
+            (!words[at].contains(QLatin1Char('=')) && !words[at].startsWith(QLatin1Char('-')))) {
+            return words[at];
+        }
+    }
+    return {};
+}
+
+QList<DesktopEntry> readDesktopEntries() {
+    const QStringList languages = userLanguages();
+    const QStringList desktops = runningDesktops();
+    QList<DesktopEntry> entries;
+    const QStringList roots = QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
+    for (const QString& path : programFiles(roots, QStringLiteral("desktop"), kScanDepth)) {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly)) {
+            continue;
+        }
+        DesktopEntry entry = parseDesktopEntry(file.read(kLargestEntryBytes), languages, desktops);
+        entry.path = path;
+        entries.append(entry);
+    }
+    return entries;
+}
+
+const DesktopEntry* entryOfExecutable(const QList<DesktopEntry>& entries, const QString& path) {
+    if (path.isEmpty()) {
+        return nullptr;
+    }
+    const QString fileName = QFileInfo(path).fileName();
+    const DesktopEntry* byName = nullptr;
+    for (const DesktopEntry& entry : entries) {
+        if (entry.program.isEmpty() || entry.name.isEmpty()) {
+            continue;
+        }
+        if (entry.program == path) {
+            return &entry;
+        }
+        // One that is offered comes before one that is not.
+        if (QFileInfo(entry.program).fileName() == fileName &&
+            (byName == nullptr || (entry.shown && !byName->shown))) {
+            byName = &entry;
+        }
+    }
+    return byName;
+}

@@ -1,0 +1,145 @@
+#include "platform/InventorySources.h"
+
+#include "platform/linux/applications/DesktopEntries.h"
+#include "platform/linux/applications/IconTheme.h"
+#include "platform/linux/sound/PulseServer.h"
+#include "platform/linux/system/ProcessInfo.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+
+#include <chrono>
+#include <mutex>
+#include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+const QString kAnyProgramIcon = QStringLiteral("application-x-executable");
+
+QString iconNameOfSession(std::uint32_t processId) {
+    for (const PulsePlayback& playback : PulseServer::shared()->playbacks()) {
+        if (playback.processId == processId) {
+            return QString::fromStdString(playback.iconName);
+        }
+    }
+    return {};
+}
+
+// The names are asked for one by one, of every program that plays: what was read for the first of them is
+// good for the others.
+QList<DesktopEntry> desktopEntriesOfLately() {
+    constexpr std::chrono::milliseconds kGoodFor{200};
+    static std::mutex mutex;
+    static QList<DesktopEntry> entries;
+    static std::optional<std::chrono::steady_clock::time_point> readAt;
+    const std::lock_guard lock(mutex);
+    const auto now = std::chrono::steady_clock::now();
+    if (!readAt || now - *readAt > kGoodFor) {
+        entries = readDesktopEntries();
+        readAt = std::chrono::steady_clock::now();
+    }
+    return entries;
+}
+
+} // namespace
+
+QList<RawAudioSession> rawAudioSessions() {
+    const std::shared_ptr<PulseServer> server = PulseServer::shared();
+    if (!server->awaitReady()) {
+        return {};
+    }
+    const std::vector<PulsePlayback> playbacks = server->playbacks();
+    QSet<std::uint32_t> playing;
+    for (const PulsePlayback& playback : playbacks) {
+        if (!playback.paused) {
+            playing.insert(playback.processId);
+        }
+    }
+    QList<RawAudioSession> sessions;
+    for (const PulsePlayback& playback : playbacks) {
+        if (playback.processId == static_cast<std::uint32_t>(getpid())) {
+            continue; // our own outputs
+        }
+        sessions.append(
+            {playback.processId, QString::fromStdString(playback.applicationName),
+             QFile::decodeName(processImagePath(playback.processId).c_str()),
+             QString::fromStdString(processFileName(playback.processId)),
+             playing.contains(playback.processId) ? QStringLiteral("Active") : QStringLiteral("Inactive")});
+    }
+    return sessions;
+}
+
+QString getFileDisplayName(const QString& path) {
+    const QList<DesktopEntry> entries = desktopEntriesOfLately();
+    const DesktopEntry* const entry = entryOfExecutable(entries, path);
+    return entry != nullptr ? entry->name : QString();
+}
+
+QString temporaryFolder() {
+    return QDir::tempPath();
+}
+
+namespace {
+
+QImage runningProgramIcon(const QString& executablePath, std::uint32_t processId) {
+    const QList<DesktopEntry> entries = readDesktopEntries();
+    const DesktopEntry* const entry = entryOfExecutable(entries, executablePath);
+    for (const QString& name : {entry != nullptr ? entry->icon : QString(), iconNameOfSession(processId),
+                                fileStem(executablePath), kAnyProgramIcon}) {
+        const QImage picture = name.isEmpty() ? QImage() : loadIcon(name, kIconFileSize);
+        if (!picture.isNull()) {
+            return picture;
+        }
+    }
+    return {};
+}
+
+// Makes a folder for this user alone, with those above it; false when somebody else's is in its place.
+bool makePrivateFolder(const QString& path) {
+    if (!QDir().mkpath(path)) {
+        return false;
+    }
+    // The temporary folder belongs to everybody: a folder that somebody else made first is not used.
+    struct stat status{};
+    const QByteArray name = QFile::encodeName(path);
+    return lstat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == getuid();
+}
+
+} // namespace
+
+QString extractIconToFile(const QString& executablePath, std::uint32_t processId) {
+    QString path = sessionIconPath(temporaryFolder(), executablePath, processId);
+    if (!makePrivateFolder(QFileInfo(path).absolutePath())) {
+        return {};
+    }
+    // Made once: an icon stays until the temporary folder is cleared.
+    if (QFileInfo(path).isFile()) {
+        return path;
+    }
+    const QImage picture = runningProgramIcon(executablePath, processId);
+    return !picture.isNull() && saveIcon(picture, path) ? path : QString();
+}
+
+QList<InstalledProgram> installedPrograms() {
+    QList<InstalledProgram> programs;
+    for (const DesktopEntry& entry : readDesktopEntries()) {
+        if (entry.shown) {
+            programs.append(
+                {entry.name, entry.path, QFileInfo(entry.path).completeBaseName(), !entry.icon.isEmpty()});
+        }
+    }
+    return programs;
+}
+
+std::optional<QImage> installedProgramIcon(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return std::nullopt;
+    }
+    const QString icon = parseDesktopEntry(file.readAll(), {}, {}).icon;
+    return icon.isEmpty() ? std::nullopt : std::optional(loadIcon(icon, kIconFileSize));
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "mixer/AudioEndpoint.h"
+#include "mixer/ComApartment.h"
+#include "platform/linux/sound/PulseServer.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+/// What an endpoint of the sound server carries for those who open it.
+struct PulseEndpointHandle {
+    std::string name; ///< of the sink or source
+};
+
+/// The id of a device: its name in the server, behind a mark of the bus that it hangs on, in the spelling
+/// that the tests of ids look for: "hdaudio#" for what is built in (device.bus "pci", or device.form_factor
+/// "internal"), "usb#", "bluetooth#", and none for the rest.
+[[nodiscard]] std::wstring pulseEndpointId(const PulseDevice& device);
+
+/// A device has connectors where the server declares hardware for it: by device.bus, device.form_factor, an
+/// ALSA card or ports. Their number is that of the ports, and at least 1.
+[[nodiscard]] std::uint32_t pulseConnectorCount(const PulseDevice& device);
+
+/// The server's sinks and sources as endpoints. Sources that only record a sink, and devices in which nothing
+/// is plugged, are none.
+class PulseEndpoints final : public AudioEndpointSystem {
+public:
+    [[nodiscard]] EndpointEnumeration activeEndpoints(EndpointFlow flow) override;
+    [[nodiscard]] std::wstring defaultRenderEndpointId() override;
+    [[nodiscard]] HResult probeActivation(const AudioEndpoint& endpoint) override;
+    [[nodiscard]] SetDefaultOutcome setDefaultEndpoint(EndpointFlow flow,
+                                                       const AudioEndpoint& endpoint) override;
+};
+
+/// Stands for the apartment's lifetime: from initialize() to uninitialize() the process holds the connection
+/// to the sound server.
+class PulseApartment final : public ComApartment {
+public:
+    [[nodiscard]] HResult initialize() override;
+    void uninitialize() override;
+
+private:
+    std::uint32_t holders = 0;
+    std::shared_ptr<PulseServer> server;
+};

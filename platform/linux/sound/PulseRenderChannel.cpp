@@ -1,0 +1,197 @@
+#include "platform/linux/sound/PulseRenderChannel.h"
+
+#include "platform/linux/sound/PulseEndpoints.h"
+#include "platform/linux/sound/PulseStream.h"
+#include "platform/linux/sound/RealTimeThread.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::uint32_t kBytesPerMs = kMixSampleRate / 1000 * kFrameBytes;
+constexpr std::int64_t kUnitsPerMs = 10'000; // of 100 ns
+
+// What lies between the mix and the ear, the sink's own buffer included, and what is asked for at a time.
+constexpr std::uint32_t kLatencyMs = 30;
+constexpr std::uint32_t kPeriodMs = 5;
+
+// As volume controls show the stream.
+const char* streamNameOf(std::uint32_t busId) {
+    switch (busId) {
+    case 1:
+        return "Monitor mix";
+    case 2:
+        return "Stream mix";
+    default:
+        return "Solo";
+    }
+}
+
+} // namespace
+
+PulseRenderChannel::PulseRenderChannel(std::uint32_t busId) : bus(busId) {}
+
+PulseRenderChannel::~PulseRenderChannel() {
+    stopClient();
+}
+
+bool PulseRenderChannel::open(const AudioEndpoint& endpoint) {
+    if (endpoint.flow == EndpointFlow::Capture) {
+        logRenderFailure(RenderStep::GetService, kHResultWrongEndpoint);
+        return false;
+    }
+    const auto* const device = static_cast<const PulseEndpointHandle*>(endpoint.handle.get());
+    mainloop.reset(device != nullptr ? pa_mainloop_new() : nullptr);
+    if (!mainloop) {
+        logRenderFailure(RenderStep::Activate, kHResultFail);
+        return false;
+    }
+    sinkName = device->name;
+    static_cast<void>(chooseRenderFormat(
+        kHResultOk, RenderFormat{floatWaveFormat(2, kMixSampleRate), kMixSampleRate * kFrameBytes, 0}));
+    return true;
+}
+
+void PulseRenderChannel::run(const std::atomic<bool>& running, const RenderCallback& render) {
+    const RealTimeThread realTime;
+    callback = &render;
+    link =
+        std::make_unique<PulseLink>(*pa_mainloop_get_api(mainloop.get()),
+                                    PulseLink::Events{[this](pa_context& context) { handleReady(context); },
+                                                      [this] {
+                                                          dropStream();
+                                                      }});
+    link->connect();
+    while (running) {
+        if (pa_mainloop_iterate(mainloop.get(), 1, nullptr) < 0) {
+            break;
+        }
+    }
+    stopClient();
+    callback = nullptr;
+}
+
+void PulseRenderChannel::wake() {
+    if (mainloop) {
+        pa_mainloop_wakeup(mainloop.get());
+    }
+}
+
+void PulseRenderChannel::stopClient() {
+    cancelRetry();
+    dropStream();
+    link.reset();
+}
+
+void PulseRenderChannel::handleReady(pa_context& context) {
+    pa_context_set_subscribe_callback(&context, onSinkEvent, this);
+    if (pa_operation* const operation =
+            pa_context_subscribe(&context, PA_SUBSCRIPTION_MASK_SINK, nullptr, nullptr)) {
+        pa_operation_unref(operation);
+    }
+    connectStream();
+}
+
+// PipeWire leaves a stream whose sink went alive and unconnected: when a sink comes, it may be ours.
+void PulseRenderChannel::onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t,
+                                     void* self) {
+    if ((type & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_NEW) {
+        return;
+    }
+    const auto* const channel = static_cast<PulseRenderChannel*>(self);
+    if (pa_operation* const operation =
+            pa_context_get_sink_info_by_name(context, channel->sinkName.c_str(), onSinkFound, self)) {
+        pa_operation_unref(operation);
+    }
+}
+
+void PulseRenderChannel::onSinkFound(pa_context*, const pa_sink_info* info, int end, void* self) {
+    auto* const channel = static_cast<PulseRenderChannel*>(self);
+    if (end == 0 && channel->sinkIndex != PA_INVALID_INDEX && info->index != channel->sinkIndex) {
+        channel->connectStream();
+    }
+}
+
+void PulseRenderChannel::connectStream() {
+    dropStream();
+    pa_context* const context = link->readyContext();
+    if (context == nullptr) {
+        return; // its return makes the stream anew
+    }
+    stream = pa_stream_new(context, streamNameOf(bus), &kSampleSpec, nullptr);
+    if (stream == nullptr) {
+        scheduleRetry();
+        return;
+    }
+    pa_stream_set_state_callback(stream, onState, this);
+    pa_stream_set_write_callback(stream, onWrite, this);
+    pa_buffer_attr attributes;
+    attributes.maxlength = static_cast<std::uint32_t>(kRenderBufferDuration / kUnitsPerMs) * kBytesPerMs;
+    attributes.tlength = kLatencyMs * kBytesPerMs;
+    attributes.prebuf = 0; // starts at once, and goes on by itself after an underrun
+    attributes.minreq = kPeriodMs * kBytesPerMs;
+    attributes.fragsize = static_cast<std::uint32_t>(-1);
+    // An output stays where it is: when its sink goes, it waits for it.
+    constexpr auto kFlags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
+    if (pa_stream_connect_playback(stream, sinkName.c_str(), &attributes, kFlags, nullptr, nullptr) < 0) {
+        scheduleRetry();
+    }
+}
+
+void PulseRenderChannel::dropStream() {
+    retireStream(stream);
+    stream = nullptr;
+    sinkIndex = PA_INVALID_INDEX;
+}
+
+// A sink that is gone is asked for until it is there again.
+void PulseRenderChannel::onState(pa_stream* changed, void* self) {
+    const pa_stream_state_t state = pa_stream_get_state(changed);
+    auto* const channel = static_cast<PulseRenderChannel*>(self);
+    if (state == PA_STREAM_READY) {
+        channel->sinkIndex = pa_stream_get_device_index(changed);
+    } else if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
+        channel->scheduleRetry();
+    }
+}
+
+void PulseRenderChannel::onWrite(pa_stream* asking, std::size_t byteCount, void* self) {
+    const RenderCallback& render = *static_cast<PulseRenderChannel*>(self)->callback;
+    while (byteCount >= kFrameBytes) {
+        void* data = nullptr;
+        std::size_t size = byteCount;
+        if (pa_stream_begin_write(asking, &data, &size) < 0 || data == nullptr || size < kFrameBytes) {
+            return;
+        }
+        const std::size_t frameCount = std::min(size, byteCount) / kFrameBytes;
+        render(static_cast<float*>(data), static_cast<std::uint32_t>(frameCount));
+        if (pa_stream_write(asking, data, frameCount * kFrameBytes, nullptr, 0, PA_SEEK_RELATIVE) < 0) {
+            return;
+        }
+        byteCount -= frameCount * kFrameBytes;
+    }
+}
+
+void PulseRenderChannel::scheduleRetry() {
+    if (retry != nullptr) {
+        return;
+    }
+    timeval when{};
+    pa_timeval_add(pa_gettimeofday(&when), kRetryInterval);
+    pa_mainloop_api* const api = pa_mainloop_get_api(mainloop.get());
+    retry = api->time_new(
+        api, &when,
+        [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
+            auto* const channel = static_cast<PulseRenderChannel*>(self);
+            channel->cancelRetry();
+            channel->connectStream();
+        },
+        this);
+}
+
+void PulseRenderChannel::cancelRetry() {
+    if (retry != nullptr) {
+        pa_mainloop_get_api(mainloop.get())->time_free(retry);
+        retry = nullptr;
+    }
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "mixer/RenderChannel.h"
+#include "platform/linux/sound/PulseLink.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+/// Plays into a sink of the sound server, by a connection and a main loop of its own that run on the render
+/// thread. The server asks for frames, and the callback writes them into the server's own memory. The stream
+/// is 48000 Hz stereo float on every sink; the server converts. When the server or the sink goes, the stream
+/// is made anew as soon as it is back.
+class PulseRenderChannel final : public RenderChannel {
+public:
+    /// `busId` names the stream.
+    explicit PulseRenderChannel(std::uint32_t busId);
+    ~PulseRenderChannel() override;
+
+    [[nodiscard]] bool open(const AudioEndpoint& endpoint) override;
+    void run(const std::atomic<bool>& running, const RenderCallback& render) override;
+    void wake() override;
+    void stopClient() override;
+
+private:
+    struct MainloopDeleter {
+        void operator()(pa_mainloop* loop) const { pa_mainloop_free(loop); }
+    };
+
+    static void onState(pa_stream* changed, void* self);
+    static void onWrite(pa_stream* asking, std::size_t byteCount, void* self);
+    static void onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index,
+                            void* self);
+    static void onSinkFound(pa_context* context, const pa_sink_info* info, int end, void* self);
+    void handleReady(pa_context& context);
+    void connectStream();
+    void dropStream();
+    void scheduleRetry();
+    void cancelRetry();
+
+    const std::uint32_t bus;
+    std::string sinkName;
+    std::unique_ptr<pa_mainloop, MainloopDeleter> mainloop;
+    // While run() is on, on its thread.
+    std::unique_ptr<PulseLink> link;
+    pa_stream* stream = nullptr;
+    std::uint32_t sinkIndex = PA_INVALID_INDEX; // of the sink that the stream was made on
+    pa_time_event* retry = nullptr;
+    const RenderCallback* callback = nullptr;
+};

@@ -1,0 +1,356 @@
+#include "platform/linux/sound/PulseServer.h"
+
+#include "mixer/RouterLog.h"
+#include "platform/linux/sound/RealTimeThread.h"
+
+#include <charconv>
+#include <cstring>
+#include <ranges>
+#include <utility>
+
+namespace {
+
+constexpr std::chrono::seconds kLinePause(1); // between two lines about the connection
+
+std::string property(const pa_proplist* properties, const char* key) {
+    const char* const value = pa_proplist_gets(properties, key);
+    return value != nullptr ? value : "";
+}
+
+std::uint32_t processIdOf(const pa_proplist* properties) {
+    const std::string text = property(properties, PA_PROP_APPLICATION_PROCESS_ID);
+    std::uint32_t id = 0;
+    std::from_chars(text.data(), text.data() + text.size(), id);
+    return id;
+}
+
+template <typename Info>
+PulseDevice describe(const Info& info) {
+    PulseDevice device;
+    device.index = info.index;
+    device.name = info.name != nullptr ? info.name : "";
+    device.description = info.description != nullptr ? info.description : device.name;
+    device.bus = property(info.proplist, PA_PROP_DEVICE_BUS);
+    device.formFactor = property(info.proplist, PA_PROP_DEVICE_FORM_FACTOR);
+    device.deviceApi = property(info.proplist, PA_PROP_DEVICE_API);
+    device.hasAlsaCard = pa_proplist_contains(info.proplist, "alsa.card") == 1;
+    device.portCount = info.n_ports;
+    device.unplugged = info.active_port != nullptr && info.active_port->available == PA_PORT_AVAILABLE_NO;
+    return device;
+}
+
+template <typename Map>
+auto valuesOf(const Map& map) {
+    std::vector<typename Map::mapped_type> values;
+    values.reserve(map.size());
+    for (const auto& [index, value] : map) {
+        values.push_back(value);
+    }
+    return values;
+}
+
+void start(pa_operation* operation) {
+    if (operation != nullptr) {
+        pa_operation_unref(operation);
+    }
+}
+
+} // namespace
+
+std::shared_ptr<PulseServer> PulseServer::shared() {
+    static std::mutex mutex;
+    static std::weak_ptr<PulseServer> current;
+    const std::lock_guard lock(mutex);
+    std::shared_ptr<PulseServer> server = current.lock();
+    if (!server) {
+        server = std::make_shared<PulseServer>();
+        current = server;
+    }
+    return server;
+}
+
+PulseServer::PulseServer() : mainloop(pa_threaded_mainloop_new()) {
+    pa_threaded_mainloop_set_name(mainloop, "SoundServer");
+    link = std::make_unique<PulseLink>(*pa_threaded_mainloop_get_api(mainloop),
+                                       PulseLink::Events{[this](pa_context& context) { onReady(context); },
+                                                         [this] {
+                                                             onLost();
+                                                         }});
+    // A refusal is known before anybody asks.
+    link->connect();
+    // Captures live on this thread: a packet that is late is a gap, and the sound behind it stays late.
+    pa_mainloop_api_once(
+        pa_threaded_mainloop_get_api(mainloop),
+        [](pa_mainloop_api*, void*) { static_cast<void>(makeThisThreadRealTime()); }, nullptr);
+    pa_threaded_mainloop_start(mainloop);
+}
+
+PulseServer::~PulseServer() {
+    {
+        const Lock lock(*this);
+        link.reset();
+    }
+    pa_threaded_mainloop_stop(mainloop);
+    pa_threaded_mainloop_free(mainloop);
+}
+
+bool PulseServer::awaitReady() {
+    std::unique_lock lock(phaseMutex);
+    phaseChanged.wait_until(lock, firstAnswerBy, [this] { return phase != Phase::Connecting; });
+    return phase == Phase::Ready;
+}
+
+std::vector<PulseDevice> PulseServer::sinks() {
+    const Lock lock(*this);
+    return valuesOf(sinkMap);
+}
+
+std::vector<PulseDevice> PulseServer::sources() {
+    const Lock lock(*this);
+    return valuesOf(sourceMap);
+}
+
+std::string PulseServer::defaultSink() {
+    const Lock lock(*this);
+    return defaultSinkName;
+}
+
+std::vector<PulsePlayback> PulseServer::playbacks() {
+    const Lock lock(*this);
+    return valuesOf(playbackMap);
+}
+
+bool PulseServer::setDefaultSink(const std::string& name) {
+    return setDefault(name, pa_context_set_default_sink);
+}
+
+bool PulseServer::setDefaultSource(const std::string& name) {
+    return setDefault(name, pa_context_set_default_source);
+}
+
+bool PulseServer::setDefault(const std::string& name, SetDefault call) {
+    // Outlives an answer that comes too late.
+    struct Answer {
+        std::mutex mutex;
+        std::condition_variable came;
+        std::optional<bool> success;
+    };
+    const auto answer = std::make_shared<Answer>();
+    {
+        const Lock lock(*this);
+        pa_context* const context = readyContext();
+        if (context == nullptr) {
+            return false;
+        }
+        auto* const held = new std::shared_ptr<Answer>(answer);
+        pa_operation* const operation = call(
+            context, name.c_str(),
+            [](pa_context*, int success, void* data) {
+                const std::unique_ptr<std::shared_ptr<Answer>> mine(
+                    static_cast<std::shared_ptr<Answer>*>(data));
+                const std::lock_guard answerLock((*mine)->mutex);
+                (*mine)->success = success != 0;
+                (*mine)->came.notify_all();
+            },
+            held);
+        if (operation == nullptr) {
+            delete held;
+            return false;
+        }
+        pa_operation_unref(operation);
+    }
+    std::unique_lock lock(answer->mutex);
+    answer->came.wait_for(lock, kAnswerLimit, [&answer] { return answer->success.has_value(); });
+    return answer->success.value_or(false);
+}
+
+void PulseServer::onReady(pa_context& context) {
+    pa_context_set_subscribe_callback(&context, onSubscribed, this);
+    start(pa_context_subscribe(
+        &context,
+        static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
+                                            PA_SUBSCRIPTION_MASK_SINK_INPUT | PA_SUBSCRIPTION_MASK_CLIENT |
+                                            PA_SUBSCRIPTION_MASK_SERVER),
+        nullptr, nullptr));
+    // Answers come in the order of the questions; the last one completes the picture.
+    start(pa_context_get_server_info(&context, onServer, this));
+    start(pa_context_get_sink_info_list(&context, onSink, this));
+    start(pa_context_get_source_info_list(&context, onSource, this));
+    start(pa_context_get_client_info_list(&context, onClient, this));
+    start(pa_context_get_sink_input_info_list(&context, onPlaybacksListed, this));
+}
+
+void PulseServer::onLost() {
+    const bool wasKnown = known;
+    known = false;
+    sinkMap.clear();
+    sourceMap.clear();
+    clientProcesses.clear();
+    playbackMap.clear();
+    defaultSinkName.clear();
+    setPhase(Phase::Absent);
+    if (!wasKnown) {
+        return;
+    }
+    for (Observer* const observer : std::set<Observer*>(observers)) {
+        observer->connectionLost();
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (!lastLine || now - *lastLine >= kLinePause) {
+        lastLine = now;
+        routerLog(L"[WARNING] Sound server lost, waiting for its return");
+    }
+}
+
+void PulseServer::finishListing() {
+    known = true;
+    if (wasReady) {
+        const auto now = std::chrono::steady_clock::now();
+        if (!lastLine || now - *lastLine >= kLinePause) {
+            lastLine = now;
+            routerLog(L"[INFO] Sound server is back");
+        }
+    }
+    wasReady = true;
+    setPhase(Phase::Ready);
+    notifyPlaybacks();
+    notifyDevices();
+}
+
+void PulseServer::setPhase(Phase next) {
+    const std::lock_guard lock(phaseMutex);
+    phase = next;
+    phaseChanged.notify_all();
+}
+
+void PulseServer::notifyPlaybacks() {
+    if (!known) {
+        return;
+    }
+    for (Observer* const observer : std::set<Observer*>(observers)) {
+        observer->playbacksChanged(*this);
+    }
+}
+
+void PulseServer::notifyDevices() {
+    if (!known) {
+        return;
+    }
+    for (Observer* const observer : std::set<Observer*>(observers)) {
+        observer->devicesCame();
+    }
+}
+
+// Devices change all the time, as with every turn of a volume control: only what can be used from now on is
+// told.
+void PulseServer::keepDevice(std::map<std::uint32_t, PulseDevice>& devices, PulseDevice device) {
+    const auto before = devices.find(device.index);
+    const bool wasThere = before != devices.end() && !before->second.unplugged;
+    const bool came = !wasThere && !device.unplugged && !device.isMonitor;
+    devices[device.index] = std::move(device);
+    if (came) {
+        notifyDevices();
+    }
+}
+
+void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index,
+                               void* self) {
+    auto* const server = static_cast<PulseServer*>(self);
+    const auto facility = type & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
+    const bool removed = (type & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_REMOVE;
+    switch (facility) {
+    case PA_SUBSCRIPTION_EVENT_SINK:
+        if (removed) {
+            server->sinkMap.erase(index);
+        } else {
+            start(pa_context_get_sink_info_by_index(context, index, onSink, self));
+        }
+        break;
+    case PA_SUBSCRIPTION_EVENT_SOURCE:
+        if (removed) {
+            server->sourceMap.erase(index);
+        } else {
+            start(pa_context_get_source_info_by_index(context, index, onSource, self));
+        }
+        break;
+    case PA_SUBSCRIPTION_EVENT_CLIENT:
+        if (removed) {
+            server->clientProcesses.erase(index);
+        } else {
+            start(pa_context_get_client_info(context, index, onClient, self));
+        }
+        break;
+    case PA_SUBSCRIPTION_EVENT_SINK_INPUT:
+        if (removed) {
+            server->playbackMap.erase(index);
+            server->notifyPlaybacks();
+        } else {
+            start(pa_context_get_sink_input_info(context, index, onPlayback, self));
+        }
+        break;
+    case PA_SUBSCRIPTION_EVENT_SERVER:
+        start(pa_context_get_server_info(context, onServer, self));
+        break;
+    default:
+        break;
+    }
+}
+
+void PulseServer::onServer(pa_context*, const pa_server_info* info, void* self) {
+    if (info == nullptr) {
+        return;
+    }
+    auto* const server = static_cast<PulseServer*>(self);
+    server->defaultSinkName = info->default_sink_name != nullptr ? info->default_sink_name : "";
+    // "PulseAudio (on PipeWire 1.4.2)"
+    server->pipeWire = info->server_name != nullptr && std::strstr(info->server_name, "PipeWire") != nullptr;
+}
+
+void PulseServer::onSink(pa_context*, const pa_sink_info* info, int end, void* self) {
+    if (end == 0) {
+        auto* const server = static_cast<PulseServer*>(self);
+        server->keepDevice(server->sinkMap, describe(*info));
+    }
+}
+
+void PulseServer::onSource(pa_context*, const pa_source_info* info, int end, void* self) {
+    if (end == 0) {
+        PulseDevice device = describe(*info);
+        device.isMonitor = info->monitor_of_sink != PA_INVALID_INDEX;
+        auto* const server = static_cast<PulseServer*>(self);
+        server->keepDevice(server->sourceMap, std::move(device));
+    }
+}
+
+void PulseServer::onClient(pa_context*, const pa_client_info* info, int end, void* self) {
+    if (end == 0) {
+        static_cast<PulseServer*>(self)->clientProcesses[info->index] = processIdOf(info->proplist);
+    }
+}
+
+void PulseServer::onPlayback(pa_context*, const pa_sink_input_info* info, int end, void* self) {
+    if (end != 0) {
+        return;
+    }
+    auto* const server = static_cast<PulseServer*>(self);
+    PulsePlayback& playback = server->playbackMap[info->index];
+    playback.index = info->index;
+    playback.paused = info->corked != 0;
+    playback.applicationName = property(info->proplist, PA_PROP_APPLICATION_NAME);
+    playback.iconName = property(info->proplist, PA_PROP_APPLICATION_ICON_NAME);
+    playback.processId = processIdOf(info->proplist);
+    if (playback.processId == 0) {
+        const auto client = server->clientProcesses.find(info->client);
+        playback.processId = client != server->clientProcesses.end() ? client->second : 0;
+    }
+    server->notifyPlaybacks();
+}
+
+void PulseServer::onPlaybacksListed(pa_context* context, const pa_sink_input_info* info, int end,
+                                    void* self) {
+    if (end == 0) {
+        onPlayback(context, info, end, self);
+    } else {
+        static_cast<PulseServer*>(self)->finishListing();
+    }
+}

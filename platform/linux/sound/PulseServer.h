@@ -1,0 +1,156 @@
+#pragma once
+
+// What the sound server holds: outputs, inputs, and streams that play; and the connection that tells of them.
+// PulseAudio, or PipeWire by its Pulse server.
+//
+// One thread, "SoundServer", runs the connection, in real time where that is granted; captures run on it,
+// too. The connection exists for as long as somebody holds it and comes back
+// by itself after a restart of the server. Its first attempt begins when it is made; nothing waits for a
+// server that is not there.
+
+#include "platform/linux/sound/PulseLink.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+/// A sink or source, as the server describes it.
+struct PulseDevice {
+    std::uint32_t index = 0;
+    std::string name;
+    std::string description;
+    std::string bus;        ///< device.bus: "pci", "usb", "bluetooth"; empty: not said
+    std::string formFactor; ///< device.form_factor: "internal", "speaker", "headset", ...
+    std::string deviceApi;  ///< device.api: "bluez", ...
+    bool hasAlsaCard = false;
+    bool isMonitor = false; ///< what a sink plays, as a source
+    bool unplugged = false; ///< its active port says that nothing is plugged in
+    std::uint32_t portCount = 0;
+};
+
+/// A stream that plays, or could at once.
+struct PulsePlayback {
+    std::uint32_t index = 0;
+    std::uint32_t processId = 0; ///< 0: not said
+    bool paused = false;
+    std::string applicationName;
+    std::string iconName;
+};
+
+class PulseServer {
+public:
+    /// Told on the server's thread, or under its lock, when the playbacks, the devices or the connection
+    /// changed.
+    class Observer {
+    public:
+        Observer() = default;
+        virtual ~Observer() = default;
+        Observer(const Observer&) = delete;
+        Observer& operator=(const Observer&) = delete;
+        virtual void playbacksChanged(PulseServer& server) = 0;
+        /// The server came or came back, or a sink or source appeared or had something plugged into it.
+        virtual void devicesCame() {}
+        virtual void connectionLost() = 0;
+    };
+
+    /// Holds the lock of the server's thread.
+    class Lock {
+    public:
+        explicit Lock(PulseServer& server) : mainloop(server.mainloop) {
+            pa_threaded_mainloop_lock(mainloop);
+        }
+        ~Lock() { pa_threaded_mainloop_unlock(mainloop); }
+        Lock(const Lock&) = delete;
+        Lock& operator=(const Lock&) = delete;
+
+    private:
+        pa_threaded_mainloop* mainloop;
+    };
+
+    /// The connection that is there, or a new one. Any thread.
+    [[nodiscard]] static std::shared_ptr<PulseServer> shared();
+
+    PulseServer();
+    /// Ends the connection and joins the thread.
+    ~PulseServer();
+    PulseServer(const PulseServer&) = delete;
+    PulseServer& operator=(const PulseServer&) = delete;
+
+    /// Whether the server's state is known. Waits for it while the first attempt is under way, at most
+    /// kAnswerLimit from the making of this object; with no server, and for one that did not answer by then,
+    /// false at once. Not on the server's thread.
+    [[nodiscard]] bool awaitReady();
+
+    /// Copies, in the server's order; empty while not connected. Any thread but the server's, without its
+    /// lock.
+    [[nodiscard]] std::vector<PulseDevice> sinks();
+    [[nodiscard]] std::vector<PulseDevice> sources();
+    [[nodiscard]] std::string defaultSink();
+    [[nodiscard]] std::vector<PulsePlayback> playbacks();
+
+    /// Makes a sink or source the server's default, and waits for the answer, at most kAnswerLimit. Not on
+    /// the server's thread.
+    [[nodiscard]] bool setDefaultSink(const std::string& name);
+    [[nodiscard]] bool setDefaultSource(const std::string& name);
+
+    // ---- under the lock, or on the server's thread
+
+    void addObserver(Observer& observer) { observers.insert(&observer); }
+    void removeObserver(Observer& observer) { observers.erase(&observer); }
+    [[nodiscard]] const std::map<std::uint32_t, PulsePlayback>& livePlaybacks() const { return playbackMap; }
+    /// Null while not connected or not yet known.
+    [[nodiscard]] pa_context* readyContext() const { return known ? link->readyContext() : nullptr; }
+    /// Whether the server is PipeWire's; false until it is known.
+    [[nodiscard]] bool isPipeWire() const { return pipeWire; }
+    [[nodiscard]] pa_mainloop_api& api() const { return *pa_threaded_mainloop_get_api(mainloop); }
+
+    static constexpr std::chrono::milliseconds kAnswerLimit{500};
+
+private:
+    enum class Phase { Connecting, Ready, Absent };
+    using SetDefault = pa_operation* (*)(pa_context*, const char*, pa_context_success_cb_t, void*);
+
+    void onReady(pa_context& context);
+    void onLost();
+    void finishListing();
+    void setPhase(Phase next);
+    void notifyPlaybacks();
+    void notifyDevices();
+    void keepDevice(std::map<std::uint32_t, PulseDevice>& devices, PulseDevice device);
+    [[nodiscard]] bool setDefault(const std::string& name, SetDefault call);
+
+    static void onSubscribed(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index,
+                             void* self);
+    static void onServer(pa_context* context, const pa_server_info* info, void* self);
+    static void onSink(pa_context* context, const pa_sink_info* info, int end, void* self);
+    static void onSource(pa_context* context, const pa_source_info* info, int end, void* self);
+    static void onClient(pa_context* context, const pa_client_info* info, int end, void* self);
+    static void onPlayback(pa_context* context, const pa_sink_input_info* info, int end, void* self);
+    static void onPlaybacksListed(pa_context* context, const pa_sink_input_info* info, int end, void* self);
+
+    pa_threaded_mainloop* mainloop = nullptr;
+    std::unique_ptr<PulseLink> link;
+    std::set<Observer*> observers;
+    bool known = false; // all lists have come
+    std::map<std::uint32_t, PulseDevice> sinkMap;
+    std::map<std::uint32_t, PulseDevice> sourceMap;
+    std::map<std::uint32_t, std::uint32_t> clientProcesses; // process ids by client
+    std::map<std::uint32_t, PulsePlayback> playbackMap;
+    std::string defaultSinkName;
+    bool pipeWire = false;
+    std::optional<std::chrono::steady_clock::time_point> lastLine;
+    bool wasReady = false;
+
+    const std::chrono::steady_clock::time_point firstAnswerBy =
+        std::chrono::steady_clock::now() + kAnswerLimit;
+    std::mutex phaseMutex;
+    std::condition_variable phaseChanged;
+    Phase phase = Phase::Connecting;
+};

@@ -1,0 +1,19 @@
+#include "mixer/RouterPlatform.h"
+#include "platform/ThreadName.h"
+#include "platform/linux/sound/PulseEndpoints.h"
+#include "platform/linux/sound/PulseProcessCapture.h"
+#include "platform/linux/sound/PulseRenderChannel.h"
+
+RouterPlatform systemRouterPlatform() {
+    RouterPlatform platform;
+    platform.com = std::make_shared<PulseApartment>();
+    platform.endpoints = std::make_shared<PulseEndpoints>();
+    platform.makeProcessCapture = [](PerAppInputBuffers& buffers) {
+        return std::make_shared<PulseProcessCapture>(PulseServer::shared(), buffers);
+    };
+    platform.makeRenderChannel = [](std::uint32_t busId) {
+        return std::make_unique<PulseRenderChannel>(busId);
+    };
+    platform.nameThisThread = nameThisThread;
+    return platform;
+}

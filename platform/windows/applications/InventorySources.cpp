@@ -1,0 +1,48 @@
+#include "platform/InventorySources.h"
+
+#include "platform/windows/applications/AudioSessions.h"
+#include "platform/windows/applications/IconExtraction.h"
+#include "platform/windows/applications/VersionName.h"
+
+#include <QDir>
+#include <QFileIconProvider>
+#include <QFileInfo>
+#include <QPixmap>
+
+namespace {
+// Levels of folders that are searched for programs, the root among them.
+constexpr int kProgramDepth = 3;
+} // namespace
+
+QList<RawAudioSession> rawAudioSessions() {
+    return audioSessions(windowsAudioSystemCalls(), windowsInventorySystemCalls());
+}
+
+QString getFileDisplayName(const QString& path) {
+    return QString::fromStdWString(versionDisplayName(windowsInventorySystemCalls(), path.toStdWString()));
+}
+
+QString temporaryFolder() {
+    return temporaryFolder(windowsInventorySystemCalls());
+}
+
+QList<InstalledProgram> installedPrograms() {
+    const QStringList roots{QStringLiteral("C:\\Program Files"), QStringLiteral("C:\\Program Files (x86)"),
+                            QDir::homePath() +
+                                QStringLiteral("/AppData/Roaming/Microsoft/Windows/Start Menu/Programs")};
+    QList<InstalledProgram> programs;
+    for (const QString& path : programFiles(roots, QStringLiteral("exe"), kProgramDepth)) {
+        const QString name = QFileInfo(path).completeBaseName();
+        programs.append({name, path, name, true});
+    }
+    return programs;
+}
+
+std::optional<QImage> installedProgramIcon(const QString& path) {
+    const QIcon icon = QFileIconProvider().icon(QFileInfo(path));
+    if (icon.isNull()) {
+        return std::nullopt;
+    }
+    // In pixels: what a file holds does not hang on the display's scaling.
+    return icon.pixmap(QSize(kIconFileSize, kIconFileSize), 1.0).toImage();
+}

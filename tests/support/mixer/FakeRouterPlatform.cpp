@@ -1,0 +1,190 @@
+#include "tests/support/mixer/FakeRouterPlatform.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+std::string narrow(const std::wstring& text) {
+    std::string result;
+    for (const wchar_t character : text) {
+        result += character < 128 ? static_cast<char>(character) : '?';
+    }
+    return result;
+}
+
+const char* nameOf(EndpointFlow flow) {
+    return flow == EndpointFlow::Render ? "render" : "capture";
+}
+
+class FakeApartment : public ComApartment {
+public:
+    FakeApartment(CallJournal& callJournal, const HResult& answer) : journal(callJournal), result(answer) {}
+    [[nodiscard]] HResult initialize() override {
+        journal.note("com.initialize");
+        return result;
+    }
+    void uninitialize() override { journal.note("com.uninitialize"); }
+
+private:
+    CallJournal& journal;
+    const HResult& result;
+};
+
+class FakeOutput : public OfflineRenderChannel {
+public:
+    FakeOutput(std::uint32_t id, FakeRouterPlatform& owner) : busId(id), system(owner) {}
+    ~FakeOutput() override {
+        if (system.outputs[busId] == this) {
+            system.outputs.erase(busId);
+        }
+    }
+    FakeOutput(const FakeOutput&) = delete;
+    FakeOutput& operator=(const FakeOutput&) = delete;
+
+    [[nodiscard]] bool open(const AudioEndpoint& endpoint) override {
+        note("open " + narrow(endpoint.friendlyName.value_or(L"?")));
+        if (system.outputsThatDoNotOpen.contains(busId)) {
+            return false;
+        }
+        // As a system does: an input cannot play.
+        if (endpoint.flow == EndpointFlow::Capture) {
+            logRenderFailure(RenderStep::GetService, kHResultWrongEndpoint);
+            return false;
+        }
+        system.outputs[busId] = this;
+        return OfflineRenderChannel::open(endpoint);
+    }
+    void run(const std::atomic<bool>& running, const RenderCallback& render) override {
+        if (system.outputsThatDoNotStart.contains(busId)) {
+            logRenderFailure(RenderStep::Start, kHResultDeviceInvalidated);
+        } else {
+            OfflineRenderChannel::run(running, render);
+        }
+        note("ended");
+    }
+    void wake() override {
+        note("wake");
+        OfflineRenderChannel::wake();
+    }
+    void stopClient() override {
+        note("stopClient");
+        OfflineRenderChannel::stopClient();
+    }
+
+private:
+    void note(const std::string& call) { system.journal.note("output" + std::to_string(busId) + "." + call); }
+
+    const std::uint32_t busId;
+    FakeRouterPlatform& system;
+};
+
+} // namespace
+
+AudioEndpoint fakeEndpoint(const std::wstring& friendlyName, const std::wstring& id,
+                           std::uint32_t connectorCount, EndpointFlow flow) {
+    return {id, friendlyName, connectorCount, flow, nullptr};
+}
+
+void CallJournal::note(const std::string& call) {
+    const std::lock_guard lock(mutex);
+    calls.push_back(call);
+}
+
+std::vector<std::string> CallJournal::take() {
+    const std::lock_guard lock(mutex);
+    return std::exchange(calls, {});
+}
+
+std::size_t CallJournal::count(const std::string& call) {
+    const std::lock_guard lock(mutex);
+    return static_cast<std::size_t>(std::ranges::count(calls, call));
+}
+
+std::size_t removeThreadEnds(std::vector<std::string>& calls) {
+    const auto endsWith = [](std::string_view end) {
+        return [end](const std::string& call) {
+            return call.ends_with(end);
+        };
+    };
+    const auto firstStopped = std::ranges::find_if(calls, endsWith(".stopClient"));
+    const auto ends = std::ranges::count_if(calls.begin(), firstStopped, endsWith(".ended"));
+    std::erase_if(calls, endsWith(".ended"));
+    return static_cast<std::size_t>(ends);
+}
+
+EndpointEnumeration FakeEndpoints::activeEndpoints(EndpointFlow flow) {
+    return lists[flow];
+}
+
+HResult FakeEndpoints::probeActivation(const AudioEndpoint& endpoint) {
+    const auto found = probeResults.find(endpoint.id.value_or(L""));
+    return found != probeResults.end() ? found->second : kHResultOk;
+}
+
+SetDefaultOutcome FakeEndpoints::setDefaultEndpoint(EndpointFlow flow, const AudioEndpoint& endpoint) {
+    journal.note(std::string("setDefault ") + nameOf(flow) + " " + narrow(endpoint.id.value_or(L"?")));
+    return setDefaultOutcome;
+}
+
+void FakeEndpoints::add(EndpointFlow flow, const AudioEndpoint& endpoint) {
+    lists[flow].endpoints.push_back(std::make_shared<const AudioEndpoint>(endpoint));
+}
+
+void FakeEndpoints::addNull(EndpointFlow flow) {
+    lists[flow].endpoints.push_back(nullptr);
+}
+
+void FakeEndpoints::fail(EndpointFlow flow, EnumerationStep step, HResult result) {
+    lists[flow] = {step, result, {}};
+}
+
+void FakeEndpoints::failBothFlows(EnumerationStep step, HResult result) {
+    fail(EndpointFlow::Render, step, result);
+    fail(EndpointFlow::Capture, step, result);
+}
+
+FakeCapture::~FakeCapture() {
+    journal.note("capture" + std::to_string(process) + ".released");
+}
+
+HResult FakeCapture::startCapture(std::uint32_t processId, bool includeProcessTree) {
+    process = processId;
+    journal.note("capture" + std::to_string(process) + ".start " + (includeProcessTree ? "tree" : "alone") +
+                 " " + std::to_string(duration));
+    const auto found = startResults.find(processId);
+    return found != startResults.end() ? found->second : kHResultOk;
+}
+
+HResult FakeCapture::stopCapture() {
+    journal.note("capture" + std::to_string(process) + ".stop");
+    return stopResult;
+}
+
+FakeRouterPlatform::FakeRouterPlatform() : endpoints(std::make_shared<FakeEndpoints>(journal)) {}
+
+RouterPlatform FakeRouterPlatform::platform() {
+    RouterPlatform platform;
+    platform.com = std::make_shared<FakeApartment>(journal, comResult);
+    platform.endpoints = endpoints;
+    platform.makeProcessCapture = [this](PerAppInputBuffers&) -> std::shared_ptr<ProcessCapture> {
+        return capturesCanBeMade ? std::make_shared<FakeCapture>(journal, startResults, stopResult) : nullptr;
+    };
+    platform.makeRenderChannel = [this](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
+        if (outputsThatThrow.contains(busId)) {
+            throw std::runtime_error("no output");
+        }
+        return outputsThatCannotBeMade.contains(busId) ? nullptr : std::make_unique<FakeOutput>(busId, *this);
+    };
+    platform.nameThisThread = [this](const char* name) {
+        threadNames.note(name);
+    };
+    return platform;
+}
+
+OfflineRenderChannel* FakeRouterPlatform::outputOf(std::uint32_t busId) const {
+    const auto found = outputs.find(busId);
+    return found != outputs.end() ? found->second : nullptr;
+}

@@ -1,0 +1,110 @@
+#pragma once
+
+// An operating system whose answers a test writes down beforehand, and that notes what it was asked.
+
+#include "mixer/RouterPlatform.h"
+#include "tools/scene/OfflineRenderChannel.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+/// An active endpoint with its properties; by default real hardware.
+[[nodiscard]] AudioEndpoint fakeEndpoint(const std::wstring& friendlyName, const std::wstring& id,
+                                         std::uint32_t connectorCount = 1,
+                                         EndpointFlow flow = EndpointFlow::Render);
+
+/// What was asked, in order; any thread.
+class CallJournal {
+public:
+    void note(const std::string& call);
+    /// Everything since the last take.
+    [[nodiscard]] std::vector<std::string> take();
+    /// How often it was noted since the last take.
+    [[nodiscard]] std::size_t count(const std::string& call);
+
+private:
+    std::mutex mutex;
+    std::vector<std::string> calls;
+};
+
+/// Takes out of what a stop of outputs noted the ends of their threads ("output1.ended"), which come when
+/// they come, and says how many of them stood before the first client was stopped.
+[[nodiscard]] std::size_t removeThreadEnds(std::vector<std::string>& calls);
+
+/// Endpoints by flow. An enumeration that failed has no endpoints.
+class FakeEndpoints : public AudioEndpointSystem {
+public:
+    explicit FakeEndpoints(CallJournal& callJournal) : journal(callJournal) {}
+
+    [[nodiscard]] EndpointEnumeration activeEndpoints(EndpointFlow flow) override;
+    [[nodiscard]] std::wstring defaultRenderEndpointId() override { return defaultId; }
+    [[nodiscard]] HResult probeActivation(const AudioEndpoint& endpoint) override;
+    [[nodiscard]] SetDefaultOutcome setDefaultEndpoint(EndpointFlow flow,
+                                                       const AudioEndpoint& endpoint) override;
+
+    void add(EndpointFlow flow, const AudioEndpoint& endpoint);
+    /// An entry that the system counts but does not hand out.
+    void addNull(EndpointFlow flow);
+    void fail(EndpointFlow flow, EnumerationStep step, HResult result = kHResultFail);
+    void failBothFlows(EnumerationStep step, HResult result = kHResultFail);
+
+    std::wstring defaultId;
+    std::map<std::wstring, HResult> probeResults; ///< by id; kHResultOk for any other
+    SetDefaultOutcome setDefaultOutcome;
+
+private:
+    CallJournal& journal;
+    std::map<EndpointFlow, EndpointEnumeration> lists;
+};
+
+/// A capture that starts and stops as it is told and delivers nothing by itself.
+class FakeCapture : public ProcessCapture {
+public:
+    FakeCapture(CallJournal& callJournal, const std::map<std::uint32_t, HResult>& results,
+                const HResult& resultOfStop)
+        : journal(callJournal), startResults(results), stopResult(resultOfStop) {}
+    ~FakeCapture() override;
+    FakeCapture(const FakeCapture&) = delete;
+    FakeCapture& operator=(const FakeCapture&) = delete;
+
+    void setBufferDuration(std::int64_t newDuration) override { duration = newDuration; }
+    [[nodiscard]] HResult startCapture(std::uint32_t processId, bool includeProcessTree) override;
+    HResult stopCapture() override;
+
+private:
+    CallJournal& journal;
+    const std::map<std::uint32_t, HResult>& startResults;
+    const HResult& stopResult;
+    std::int64_t duration = kDefaultBufferDuration;
+    std::uint32_t process = 0;
+};
+
+/// All of it. Outlives the routers on it.
+class FakeRouterPlatform {
+public:
+    FakeRouterPlatform();
+
+    [[nodiscard]] RouterPlatform platform();
+
+    /// The latest output of a bus; null when none is open.
+    [[nodiscard]] OfflineRenderChannel* outputOf(std::uint32_t busId) const;
+
+    CallJournal journal;
+    CallJournal threadNames; ///< apart, since threads come when they come
+    std::shared_ptr<FakeEndpoints> endpoints;
+    HResult comResult = kHResultOk;
+    bool capturesCanBeMade = true;
+    std::map<std::uint32_t, HResult> startResults; ///< of startCapture() by process; kHResultOk for any other
+    HResult stopResult = kHResultOk;               ///< of every stopCapture()
+    // By bus id.
+    std::set<std::uint32_t> outputsThatThrow; ///< when they are made
+    std::set<std::uint32_t> outputsThatCannotBeMade;
+    std::set<std::uint32_t> outputsThatDoNotOpen;  ///< open() fails, without a line
+    std::set<std::uint32_t> outputsThatDoNotStart; ///< run() ends at Start
+    std::map<std::uint32_t, OfflineRenderChannel*> outputs;
+};

@@ -1,0 +1,38 @@
+#include "tests/support/qml/FakeProgram.h"
+
+#include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeSystemBridge.h"
+#include "tests/support/qml/StoreFile.h"
+
+#include <QEventLoop>
+#include <QGuiApplication>
+#include <QQuickStyle>
+#include <QStyleHints>
+#include <QTimer>
+
+namespace {
+
+constexpr int kLevelPeriodMs = 50;
+
+} // namespace
+
+void setUpFakeProgram() {
+    QQuickStyle::setStyle("Material");
+    QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
+    registerFakeHIDHotplugManager();
+    registerFakeSystemBridge();
+    registerTemporarySettings();
+}
+
+void runEventLoop(int milliseconds, const std::function<void()>& everyPeriod) {
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    QTimer period;
+    if (everyPeriod) {
+        period.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&period, &QTimer::timeout, everyPeriod);
+        everyPeriod();
+        period.start(kLevelPeriodMs);
+    }
+    loop.exec();
+}

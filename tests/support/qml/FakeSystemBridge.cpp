@@ -1,0 +1,52 @@
+#include "tests/support/qml/FakeSystemBridge.h"
+
+#include <QQmlEngine>
+
+QVariantList FakeSystemBridge::calls() const {
+    return recordedCalls;
+}
+
+void FakeSystemBridge::clearCalls() {
+    recordedCalls.clear();
+    emit callsChanged();
+}
+
+QVariantList FakeSystemBridge::getRunningApplications() {
+    record("getRunningApplications");
+    return applications;
+}
+
+void FakeSystemBridge::setAudioConfig(const QVariantList& configs) {
+    record("setAudioConfig", {{"configs", configs}});
+}
+
+bool FakeSystemBridge::AddInputDevice(const QString& deviceName, int index) {
+    record("AddInputDevice", {{"deviceName", deviceName}, {"index", index}});
+    return true;
+}
+
+bool FakeSystemBridge::RemoveInputDevice(const QString& deviceName) {
+    record("RemoveInputDevice", {{"deviceName", deviceName}});
+    return true;
+}
+
+void FakeSystemBridge::updateMonitorDevice() {
+    record("updateMonitorDevice");
+}
+
+void FakeSystemBridge::quitApplication() {
+    record("quitApplication");
+}
+
+void FakeSystemBridge::record(const QString& name, const QVariantMap& arguments) {
+    QVariantMap call = arguments;
+    call["name"] = name;
+    recordedCalls.append(call);
+    emit callsChanged();
+}
+
+void registerFakeSystemBridge() {
+    qmlRegisterSingletonType<FakeSystemBridge>(
+        "VexoDeckSystemBridge", 1, 0, "SystemBridge",
+        [](QQmlEngine*, QJSEngine*) -> QObject* { return new FakeSystemBridge; });
+}

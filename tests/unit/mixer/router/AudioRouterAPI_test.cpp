@@ -1,0 +1,578 @@
+#include "mixer/InputBuffer.h"
+#include "mixer/router/AudioRouterAPI.h"
+#include "tests/support/Await.h"
+#include "tests/support/LogCapture.h"
+#include "tests/unit/mixer/router/AudioRouterApiFixture.h"
+#include "tests/unit/mixer/router/ShutdownAtEnd.h"
+
+#include <QString>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <limits>
+#include <stdexcept>
+
+namespace {
+
+QVariantMap record(std::uint32_t processID) {
+    return {{QStringLiteral("processID"), processID}};
+}
+
+bool silent(PerAppInputBuffers& buffers, std::uint32_t processID) {
+    const auto ring = buffers.getInputBuffer(processID, 1);
+    return ring->writePos == 0 && ring->levelLeft == 0.0f;
+}
+
+} // namespace
+
+// Start
+
+TEST_F(AudioRouterApiTest, InitSaysOnTheQtLoggerWhatCameOfIt) {
+    LogCapture qtLog;
+    api.initAudioRouter();
+    EXPECT_TRUE(api.isAudioRouterRunning());
+    EXPECT_EQ(qtLog.texts(QtDebugMsg),
+              (QStringList{QStringLiteral("[INFO] Attempting to initialize AudioRouterAPI..."),
+                           QStringLiteral("[INFO] AudioRouterAPI initialized successfully")}));
+    EXPECT_TRUE(qtLog.texts(QtCriticalMsg).isEmpty());
+}
+
+TEST_F(AudioRouterApiTest, InitThatFailsLeavesTheRouterStopped) {
+    system.comResult = kHResultFail;
+    LogCapture qtLog;
+    api.initAudioRouter();
+    EXPECT_FALSE(api.isAudioRouterRunning());
+    EXPECT_EQ(qtLog.texts(QtCriticalMsg),
+              (QStringList{QStringLiteral("[ERROR] Failed to initialize AudioRouterAPI")}));
+    EXPECT_EQ(system.journal.take(), (Calls{"com.initialize"}));
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(AudioRouterApiTest, ASecondStartWhileRunningChangesNothing) {
+    startQuietly();
+    EXPECT_FALSE(api.startAudioRouter(L"a", L"b", L"c", L"d"));
+    EXPECT_TRUE(api.isAudioRouterRunning());
+    EXPECT_TRUE(system.journal.take().empty());
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(AudioRouterApiTest, AThreadOfAnotherApartmentIsNoFailureAndIsNotLeft) {
+    system.comResult = kHResultChangedMode;
+    start();
+    api.shutdownAudioRouter();
+    EXPECT_EQ(system.journal.take(), (Calls{"com.initialize"}));
+}
+
+TEST_F(AudioRouterApiTest, AThreadThatWasInTheApartmentBeforeIsNotTakenOutOfIt) {
+    system.comResult = kHResultFalse;
+    start();
+    api.shutdownAudioRouter();
+    EXPECT_EQ(system.journal.take(), (Calls{"com.initialize"}));
+}
+
+TEST_F(AudioRouterApiTest, TheApartmentIsLeftOnceAtShutdown) {
+    start();
+    api.shutdownAudioRouter();
+    api.shutdownAudioRouter();
+    EXPECT_EQ(system.journal.take(), (Calls{"com.initialize", "com.uninitialize"}));
+}
+
+TEST_F(AudioRouterApiTest, AStartThatThrowsLeavesTheApartmentAndTheNextStartRuns) {
+    endpoints.add(kRender, fakeEndpoint(L"Headset", L"usb#1"));
+    for (const HResult entered : {kHResultOk, kHResultFalse, kHResultChangedMode}) {
+        SCOPED_TRACE(entered);
+        system.comResult = entered;
+        system.outputsThatThrow = {3};
+        EXPECT_THROW(static_cast<void>(api.startAudioRouter({}, {}, {}, {})), std::runtime_error);
+        EXPECT_FALSE(api.isAudioRouterRunning());
+        // An apartment that this thread did not enter is not left.
+        EXPECT_EQ(system.journal.take(), failed(entered) ? (Calls{"com.initialize"})
+                                                         : (Calls{"com.initialize", "com.uninitialize"}));
+        system.outputsThatThrow.clear();
+        start();
+        api.shutdownAudioRouter();
+        static_cast<void>(system.journal.take());
+    }
+}
+
+TEST_F(AudioRouterApiTest, SoloPlaysToTheFirstRealOutputWhenNoneIsNamed) {
+    endpoints.add(kRender, fakeEndpoint(L"Headset", L"usb#1"));
+    start();
+    const Lines lines = log.take();
+    EXPECT_EQ((Lines{lines.end() - 7, lines.end()}),
+              (Lines{L"[INFO] Found real hardware device: Headset (External, usb#1)",
+                     L"[INFO] Auto-selected first real hardware device for Solo output.",
+                     L"[INFO] Solo device GUID set: usb#1",
+                     L"[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled",
+                     L"[BusForwarder] Found device by GUID: Headset",
+                     L"[BusForwarder] Bus3 using device: Headset (Output) (ClassGuid: usb#1)",
+                     L"[BusForwarder] Solo thread started successfully."}));
+    EXPECT_NE(system.outputOf(3), nullptr);
+}
+
+TEST_F(AudioRouterApiTest, ARestartIsWorthItOnceARealOutputHasComeForTheSoloThatIsOff) {
+    EXPECT_FALSE(api.isSoloWorthARestart()) << "not started";
+    start();
+    EXPECT_FALSE(api.isSoloWorthARestart()) << "no output";
+    endpoints.add(kRender, fakeEndpoint(L"Dummy Output", L"auto_null", 0));
+    EXPECT_FALSE(api.isSoloWorthARestart()) << "none that Solo plays to";
+    endpoints.add(kRender, fakeEndpoint(L"Headset", L"usb#1"));
+    EXPECT_TRUE(api.isSoloWorthARestart());
+    api.shutdownAudioRouter();
+    start();
+    EXPECT_FALSE(api.isSoloWorthARestart()) << "Solo is on";
+    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"hdaudio#1"));
+    EXPECT_FALSE(api.isSoloWorthARestart()) << "an output does not move";
+}
+
+TEST_F(AudioRouterApiTest, AVirtualDefaultIsTheFallbackForSoloAndIsNotFound) {
+    endpoints.add(kRender, fakeEndpoint(L"Virtual Out", L"{v}", 0));
+    endpoints.defaultId = L"{v}";
+    start();
+    const Lines lines = log.take();
+    EXPECT_EQ((Lines{lines.end() - 8, lines.end()}),
+              (Lines{L"[WARNING] No real hardware device found among 1 devices.",
+                     L"[WARNING] No real hardware device found, trying default device as fallback...",
+                     L"[INFO] Using default device for Solo output: {v}", L"[INFO] Solo device GUID set: {v}",
+                     L"[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled",
+                     L"[BusForwarder] Bus3: Device not found with GUID/Name: {v}",
+                     L"[BusForwarder] Bus3: Listing all available devices for debugging...",
+                     L"[BusForwarder] Failed to initialize Solo thread."}));
+    EXPECT_TRUE(api.isAudioRouterRunning());
+}
+
+TEST_F(AudioRouterApiTest, WithNoEndpointAtAllTheRouterRunsWithoutOutput) {
+    endpoints.failBothFlows(EnumerationStep::Enumerator);
+    start();
+    EXPECT_EQ(log.take(),
+              (Lines{L"[DEBUG] Failed to create device enumerator.",
+                     L"[WARNING] No real hardware device found, trying default device as fallback...",
+                     L"[ERROR] No devices available, Solo forwarding will be disabled.",
+                     L"[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled",
+                     L"[BusForwarder] Solo device GUID is empty, Solo forwarding disabled."}));
+    EXPECT_TRUE(api.isAudioRouterRunning());
+    EXPECT_TRUE(api.applyAudioConfigs({}));
+}
+
+TEST_F(AudioRouterApiTest, NamedOutputsAreResolvedAndPassedOn) {
+    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{a}", 0));
+    endpoints.add(kRender, fakeEndpoint(L"Point B", L"{b}", 0));
+    ASSERT_TRUE(api.startAudioRouter(L"point", L"speak", L"point a", L"{b}"));
+    EXPECT_EQ(log.take(),
+              (Lines{L"[FindDeviceGuidByNameOrGuid] Found device by name: \"Point A\" -> GUID: {a}",
+                     L"[FindDeviceGuidByNameOrGuid] Found device by name: \"Speakers\" -> GUID: {spk}",
+                     L"[INFO] Solo device GUID set: {spk}",
+                     L"[FindDeviceGuidByNameOrGuid] Found device by name: \"Point A\" -> GUID: {a}",
+                     L"[INFO] Input1 device (name/GUID: point a) -> GUID: {a}",
+                     L"[INFO] Searching for Input2 device: {b}",
+                     L"[INFO] Input2 device found! (name/GUID: {b}) -> GUID: {b}",
+                     L"[INFO] Input2 device GUID set in BusForwarder: {b}",
+                     L"[BusForwarder] Found device by GUID: Point A",
+                     L"[BusForwarder] Bus1 using device: Point A (Output) (ClassGuid: {a})",
+                     L"[BusForwarder] Found device by GUID: Point B",
+                     L"[BusForwarder] Bus2 using device: Point B (Output) (ClassGuid: {b})",
+                     L"[BusForwarder] Found device by GUID: Speakers",
+                     L"[BusForwarder] Bus3 using device: Speakers (Output) (ClassGuid: {spk})",
+                     L"[BusForwarder] Solo thread started successfully."}));
+}
+
+TEST_F(AudioRouterApiTest, BusesWhoseDeviceIsNotFoundAreMixedButNotForwarded) {
+    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    ASSERT_TRUE(api.startAudioRouter({}, L"{spk}", L"speakers", L"missing"));
+    EXPECT_EQ(
+        log.take(),
+        (Lines{L"[INFO] Solo device GUID set: {spk}",
+               L"[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: speakers",
+               L"[WARNING] Input1 device not found: speakers", L"[INFO] Searching for Input2 device: missing",
+               L"[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: missing",
+               L"[ERROR] Input2 device not found: missing", L"[ERROR] Input2 forwarding will be disabled",
+               L"[BusForwarder] Found device by GUID: Speakers",
+               L"[BusForwarder] Bus3 using device: Speakers (Output) (ClassGuid: {spk})",
+               L"[BusForwarder] Solo thread started successfully."}));
+    EXPECT_EQ(system.outputOf(1), nullptr);
+    EXPECT_EQ(system.outputOf(2), nullptr);
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
+    feed(7, constant(4, 0.5f, 0.5f));
+    EXPECT_EQ(bus(1, 4), constant(4, 0.5f, 0.5f));
+}
+
+TEST_F(AudioRouterApiTest, ABusWithAnIdThatNoEndpointHasStaysOffAndTheRouterGoesOn) {
+    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    endpoints.add(kRender, fakeEndpoint(L"Point B", L"{b}", 0));
+    ASSERT_TRUE(api.startAudioRouter({}, {}, L"{gone}", L"{b}"));
+    EXPECT_TRUE(log.contains(L"[INFO] Input1 device (name/GUID: {gone}) -> GUID: {gone}"));
+    EXPECT_TRUE(log.contains(L"[BusForwarder] Bus1: Device not found with GUID/Name: {gone}"));
+    EXPECT_TRUE(api.isAudioRouterRunning());
+    EXPECT_EQ(system.outputOf(1), nullptr);
+    EXPECT_NE(system.outputOf(2), nullptr);
+    EXPECT_NE(system.outputOf(3), nullptr);
+    EXPECT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
+}
+
+TEST_F(AudioRouterApiTest, NamesOfAnEarlierStartDoNotHoldForTheNext) {
+    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{a}", 0));
+    endpoints.add(kRender, fakeEndpoint(L"Point B", L"{b}", 0));
+    ASSERT_TRUE(api.startAudioRouter({}, L"{spk}", L"{a}", L"{b}"));
+    EXPECT_EQ(system.outputs.size(), 3u);
+    api.shutdownAudioRouter();
+    start();
+    EXPECT_EQ(system.outputOf(1), nullptr);
+    EXPECT_EQ(system.outputOf(2), nullptr);
+    EXPECT_NE(system.outputOf(3), nullptr); // the first real one
+    api.shutdownAudioRouter();
+    endpoints.failBothFlows(EnumerationStep::Enumerator); // which now cannot be found
+    start();
+    EXPECT_EQ(log.take().back(), L"[BusForwarder] Solo device GUID is empty, Solo forwarding disabled.");
+}
+
+TEST_F(AudioRouterApiTest, ASoloDeviceThatIsNotFoundFallsBackToTheFirstRealOne) {
+    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    ASSERT_TRUE(api.startAudioRouter({}, L"missing", {}, {}));
+    EXPECT_TRUE(log.contains(L"[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: missing"));
+    EXPECT_TRUE(log.contains(L"[INFO] Auto-selected first real hardware device for Solo output."));
+}
+
+// Apply
+
+TEST_F(AudioRouterApiTest, SetAudioConfigBeforeAGoodStartDoesNothing) {
+    api.setAudioConfig({record(4711)});
+    EXPECT_FALSE(api.applyAudioConfigs({onBothBuses(4711)}));
+    EXPECT_TRUE(store.allProcessIds().empty());
+    EXPECT_TRUE(system.journal.take().empty());
+}
+
+TEST_F(AudioRouterApiTest, ANewProcessIsCapturedWithItsChildrenIntoTwentyMilliseconds) {
+    startQuietly();
+    api.setAudioConfig({record(4711)});
+    EXPECT_EQ(system.journal.take(), (Calls{"capture4711.start tree 200000"}));
+    EXPECT_EQ(log.take(), (Lines{L"[INFO] Started capture for PID: 4711"}));
+    EXPECT_TRUE(store.getConfig(4711).active);
+}
+
+TEST_F(AudioRouterApiTest, StreamsOfTheCaptureServiceAndMastersAreNotCaptured) {
+    startQuietly();
+    ASSERT_TRUE(
+        api.applyAudioConfigs({onBothBuses(0), onBothBuses(7), onBothBuses(9),
+                               onBothBuses(kBus1MasterProcessId), onBothBuses(kBus2MasterProcessId)}));
+    EXPECT_TRUE(system.journal.take().empty());
+    EXPECT_TRUE(log.take().empty());
+    feed(7, constant(4, 0.5f, 0.5f));
+    EXPECT_EQ(bus(1, 4), constant(4, 0.5f, 0.5f));
+}
+
+TEST_F(AudioRouterApiTest, TheSmallestProcessIdIsTen) {
+    startQuietly();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(10), onBothBuses(0xFFFFFFFD)}));
+    EXPECT_EQ(system.journal.take(),
+              (Calls{"capture10.start tree 200000", "capture4294967293.start tree 200000"}));
+    EXPECT_EQ(log.take(),
+              (Lines{L"[INFO] Started capture for PID: 10", L"[INFO] Started capture for PID: 4294967293"}));
+}
+
+TEST_F(AudioRouterApiTest, AnUnchangedListStartsAndStopsNothing) {
+    start();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21), onBothBuses(3)}));
+    static_cast<void>(system.journal.take());
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21), onBothBuses(3)}));
+    EXPECT_TRUE(system.journal.take().empty());
+}
+
+TEST_F(AudioRouterApiTest, AChangeOfVolumeTouchesOnlyTheRecord) {
+    startQuietly();
+    AppAudioConfig config = onBothBuses(20);
+    ASSERT_TRUE(api.applyAudioConfigs({config}));
+    feed(20, constant(4, 0.5f, 0.5f));
+    static_cast<void>(system.journal.take());
+    config.input1Volume = 0.5f;
+    ASSERT_TRUE(api.applyAudioConfigs({config}));
+    EXPECT_TRUE(system.journal.take().empty());
+    feed(20, constant(4, 0.5f, 0.5f));
+    std::vector<float> expected = constant(4, 0.5f, 0.5f);
+    const std::vector<float> quieter = constant(4, 0.25f, 0.25f);
+    expected.insert(expected.end(), quieter.begin(), quieter.end());
+    EXPECT_EQ(bus(1, 8), expected);
+}
+
+TEST_F(AudioRouterApiTest, ASourceThatIsLeftOutIsStoppedForgottenAndItsLatePacketsAreDropped) {
+    start();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21)}));
+    feed(20, constant(4, 0.5f, 0.5f));
+    feed(21, constant(4, 0.25f, 0.25f));
+    static_cast<void>(system.journal.take());
+    static_cast<void>(log.take());
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(21)}));
+    EXPECT_EQ(system.journal.take(), (Calls{"capture20.stop", "capture20.released"}));
+    EXPECT_TRUE(log.take().empty());
+    EXPECT_EQ(store.getConfig(20), inactiveAppAudioConfig());
+    EXPECT_EQ(store.allProcessIds(), (std::vector<std::uint32_t>{20, 21}));
+    feed(20, constant(4, 0.5f, 0.5f));
+    EXPECT_TRUE(silent(buffers, 20));
+    EXPECT_EQ(bus(1, 4), constant(4, 0.25f, 0.25f));
+}
+
+TEST_F(AudioRouterApiTest, AStreamThatIsLeftOutIsResetButKeepsItsRecord) {
+    start();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(3)}));
+    feed(3, constant(4, 0.5f, 0.5f));
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(4)}));
+    EXPECT_TRUE(silent(buffers, 3));
+    EXPECT_TRUE(store.getConfig(3).active);
+}
+
+TEST_F(AudioRouterApiTest, AnEmptyListStopsEveryCaptureAndResetsEverySource) {
+    start();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(5), onBothBuses(20), onBothBuses(21)}));
+    for (const std::uint32_t source : {5u, 20u, 21u}) {
+        feed(source, constant(4, 0.5f, 0.5f));
+    }
+    static_cast<void>(system.journal.take());
+    api.setAudioConfig({});
+    EXPECT_EQ(system.journal.take(),
+              (Calls{"capture20.stop", "capture20.released", "capture21.stop", "capture21.released"}));
+    EXPECT_TRUE(silent(buffers, 5) && silent(buffers, 20) && silent(buffers, 21));
+}
+
+TEST_F(AudioRouterApiTest, ASourceThatIsLeftOutKeepsItsRingsAndNothingInThem) {
+    start();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(5)}));
+    feed(5, constant(4, 0.5f, -0.5f));
+    static_cast<void>(bus(1, 2));
+    static_cast<void>(bus(2, 2));
+    const std::array rings{buffers.getInputBuffer(5, 1), buffers.getInputBuffer(5, 2)};
+    for (const auto& ring : rings) {
+        EXPECT_EQ(ring->busReadPos, 4u);
+        EXPECT_GT(ring->levelLeft, 0.0f);
+        EXPECT_GT(ring->levelRight, 0.0f);
+        ring->soloReadPos = 2; // as after a time of Solo
+    }
+    ASSERT_TRUE(api.applyAudioConfigs({}));
+    for (std::uint32_t number = 1; number <= 2; ++number) {
+        const auto& ring = rings[number - 1];
+        EXPECT_EQ(buffers.getInputBuffer(5, number), ring);
+        for (const auto& frame : ring->samples) {
+            const StereoFrame sample = frame.load();
+            ASSERT_TRUE(sample.left == 0.0f && sample.right == 0.0f) << "bus " << number;
+        }
+        EXPECT_EQ(ring->writePos, 0u);
+        EXPECT_EQ(ring->busReadPos, 0u);
+        EXPECT_EQ(ring->soloReadPos, 0u);
+        EXPECT_EQ(ring->levelLeft, 0.0f);
+        EXPECT_EQ(ring->levelRight, 0.0f);
+    }
+}
+
+TEST_F(AudioRouterApiTest, TwoRecordsOfOneProcessGiveOneCaptureAndTheLastWins) {
+    startQuietly();
+    AppAudioConfig first = onBothBuses(20);
+    AppAudioConfig last = onBothBuses(20);
+    first.input1Volume = 0.1f;
+    last.input1Volume = 0.9f;
+    ASSERT_TRUE(api.applyAudioConfigs({first, last}));
+    EXPECT_EQ(system.journal.take(), (Calls{"capture20.start tree 200000"}));
+    EXPECT_EQ(store.getConfig(20), last);
+}
+
+TEST_F(AudioRouterApiTest, ACaptureThatFailsToStartIsLoggedDroppedAndTriedAgain) {
+    startQuietly();
+    system.startResults[20] = hresult(0x80070005);
+    const std::wstring line = L"[ERROR] Failed to start capture for PID: 20 (HRESULT: 0x80070005)";
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21)}));
+    EXPECT_EQ(system.journal.take(),
+              (Calls{"capture20.start tree 200000", "capture20.released", "capture21.start tree 200000"}));
+    EXPECT_EQ(log.take(), (Lines{line, L"[INFO] Started capture for PID: 21"}));
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21)}));
+    EXPECT_EQ(log.take(), (Lines{line}));
+    system.startResults.clear();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21)}));
+    EXPECT_EQ(log.take(), (Lines{L"[INFO] Started capture for PID: 20"}));
+}
+
+TEST_F(AudioRouterApiTest, ACaptureThatCannotBeMadeIsAFailedStart) {
+    startQuietly();
+    system.capturesCanBeMade = false;
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
+    EXPECT_EQ(log.take(), (Lines{L"[ERROR] Failed to start capture for PID: 20 (HRESULT: 0x8007000e)"}));
+}
+
+TEST_F(AudioRouterApiTest, ACaptureThatRefusesToStopIsForgottenAllTheSame) {
+    start();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
+    static_cast<void>(system.journal.take());
+    static_cast<void>(log.take());
+    system.stopResult = kHResultInvalidState;
+    ASSERT_TRUE(api.applyAudioConfigs({}));
+    EXPECT_EQ(system.journal.take(), (Calls{"capture20.stop", "capture20.released"}));
+    EXPECT_EQ(store.getConfig(20), inactiveAppAudioConfig());
+    EXPECT_TRUE(log.take().empty());
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
+    EXPECT_EQ(system.journal.take(), (Calls{"capture20.start tree 200000"}));
+    EXPECT_EQ(log.take(), (Lines{L"[INFO] Started capture for PID: 20"}));
+}
+
+TEST_F(AudioRouterApiTest, APositiveResultOfACaptureIsASuccess) {
+    startQuietly();
+    system.startResults[20] = kHResultFalse;
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
+    EXPECT_EQ(log.take(), (Lines{L"[INFO] Started capture for PID: 20"}));
+}
+
+TEST_F(AudioRouterApiTest, MasterRecordsCarryVolumeMuteAndSolo) {
+    start();
+    const QVariantMap input1{{QStringLiteral("volume"), 0.5}, {QStringLiteral("enabled"), true}};
+    QVariantMap master = record(kBus1MasterProcessId);
+    master.insert(QStringLiteral("input1"), input1);
+    master.insert(QStringLiteral("solo"), true);
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
+    EXPECT_FALSE(store.getBusConfig(1).solo); // missing: full volume, not muted, no solo
+    EXPECT_EQ(store.getBusConfig(1).input1Volume, 1.0f);
+    EXPECT_FALSE(store.getBusConfig(1).input1Muted);
+    QVariantMap stream = record(7);
+    stream.insert(QStringLiteral("input1"), QVariantMap{{QStringLiteral("enabled"), true}});
+    api.setAudioConfig({stream, master});
+    feed(7, constant(4, 0.5f, 0.5f));
+    EXPECT_EQ(solo(4), constant(4, 0.25f, 0.25f));
+    EXPECT_EQ(bus(1, 4), constant(4, 0.25f, 0.25f));
+}
+
+TEST_F(AudioRouterApiTest, AMutedMasterRecordSilencesItsBusAlone) {
+    start();
+    const auto stream = [](bool muted) {
+        const QVariantMap on{{QStringLiteral("enabled"), true}};
+        QVariantMap source = record(7);
+        source.insert(QStringLiteral("input1"), on);
+        source.insert(QStringLiteral("input2"), on);
+        QVariantMap master = record(kBus1MasterProcessId);
+        master.insert(QStringLiteral("input1"), QVariantMap{{QStringLiteral("enabled"), true},
+                                                            {QStringLiteral("volume"), 0.5},
+                                                            {QStringLiteral("muted"), muted}});
+        return QVariantList{source, master};
+    };
+    api.setAudioConfig(stream(true));
+    EXPECT_TRUE(store.getBusConfig(1).input1Muted);
+    feed(7, constant(4, 0.5f, 0.5f));
+    EXPECT_EQ(bus(1, 4), constant(4, 0.0f, 0.0f));
+    EXPECT_EQ(bus(2, 4), constant(4, 0.5f, 0.5f));
+    api.setAudioConfig(stream(false));
+    feed(7, constant(4, 0.5f, 0.5f));
+    EXPECT_EQ(bus(1, 4), constant(4, 0.25f, 0.25f));
+}
+
+TEST_F(AudioRouterApiTest, TenThousandAbsurdRecordsAreTakenAsTheyAre) {
+    start();
+    std::vector<AppAudioConfig> records;
+    for (std::uint32_t index = 0; index < 10'000; ++index) {
+        AppAudioConfig config = onBothBuses(index % 5000); // every id twice
+        config.input1Volume = index % 3 == 0 ? -1e30f : std::numeric_limits<float>::quiet_NaN();
+        config.input2Volume = std::numeric_limits<float>::infinity();
+        config.solo = true;
+        records.push_back(config);
+    }
+    ASSERT_TRUE(api.applyAudioConfigs(records));
+    EXPECT_EQ(store.allProcessIds().size(), 5000u);
+    for (std::uint32_t source = 0; source < 64; ++source) {
+        feed(source, constant(64, 0.5f, -0.5f));
+    }
+    buffers.updateBusLevels();
+    static_cast<void>(api.collectLevels());
+    for (const std::vector<float>& mix : {bus(1, 64), bus(2, 64), solo(64)}) {
+        for (const float sample : mix) {
+            EXPECT_TRUE(sample >= -1.0f && sample <= 1.0f) << sample;
+        }
+    }
+    ASSERT_TRUE(api.applyAudioConfigs({}));
+    api.shutdownAudioRouter();
+}
+
+// Shutdown
+
+TEST_F(AudioRouterApiTest, ShutdownStopsOutputsThenCapturesThenForgetsEverything) {
+    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    start();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21)}));
+    feed(20, constant(4, 0.5f, 0.5f));
+    static_cast<void>(system.journal.take());
+    api.shutdownAudioRouter();
+    Calls calls = system.journal.take();
+    EXPECT_EQ(removeThreadEnds(calls), 1u);
+    ASSERT_EQ(calls.size(), 7u);
+    std::ranges::sort(calls.begin() + 4, calls.begin() + 6); // released together, in no order
+    EXPECT_EQ(calls, (Calls{"output3.wake", "output3.stopClient", "capture20.stop", "capture21.stop",
+                            "capture20.released", "capture21.released", "com.uninitialize"}));
+    EXPECT_FALSE(api.isAudioRouterRunning());
+    EXPECT_TRUE(store.allProcessIds().empty());
+    EXPECT_TRUE(buffers.collectProcessIds().empty());
+    EXPECT_FALSE(api.applyAudioConfigs({onBothBuses(20)}));
+}
+
+TEST_F(AudioRouterApiTest, ShutdownJoinsTheLevelThreadBeforeTheOutputsStop) {
+    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    startWithSound();
+    std::atomic<int> reports{0};
+    const ShutdownAtEnd atEnd(api);
+    api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) {
+        // Notes the end of the thread that calls.
+        struct ThreadEnd {
+            ~ThreadEnd() { journal.note("levels.ended"); }
+            CallJournal& journal;
+        };
+        thread_local const ThreadEnd end{system.journal};
+        ++reports;
+    });
+    ASSERT_TRUE(await([&] { return reports > 0; }));
+    static_cast<void>(system.journal.take());
+    api.shutdownAudioRouter();
+    Calls calls = system.journal.take();
+    ASSERT_FALSE(calls.empty());
+    EXPECT_EQ(calls.front(), "levels.ended");
+    EXPECT_NE(std::ranges::find(calls, "output3.wake"), calls.end());
+}
+
+TEST_F(AudioRouterApiTest, ShutdownJoinsTheLevelThreadAndForgetsItsCallback) {
+    start();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
+    feed(7, constant(480, 0.5f, 0.5f));
+    std::atomic<int> reports{0};
+    std::atomic<int> later{0};
+    const ShutdownAtEnd atEnd(api);
+    api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++reports; });
+    ASSERT_TRUE(await([&] { return reports > 0; }));
+    api.shutdownAudioRouter();
+    const int atShutdown = reports;
+    start();
+    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
+    feed(7, constant(480, 0.5f, 0.5f));
+    api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++later; });
+    ASSERT_TRUE(await([&] { return later >= 2; }));
+    EXPECT_EQ(reports, atShutdown);
+}
+
+TEST_F(AudioRouterApiTest, AfterAShutdownItStartsAndRegistersAnew) {
+    for (int round = 0; round < 3; ++round) {
+        start();
+        ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
+        feed(7, constant(480, 0.5f, 0.5f));
+        std::atomic<int> reports{0};
+        const ShutdownAtEnd atEnd(api);
+        api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++reports; });
+        ASSERT_TRUE(await([&] { return reports > 0; }));
+        api.shutdownAudioRouter();
+    }
+}
+
+TEST_F(AudioRouterApiTest, ShutdownOfAStoppedRouterDoesNothing) {
+    put(onBothBuses(7));
+    api.shutdownAudioRouter();
+    EXPECT_TRUE(store.getConfig(7).active);
+    EXPECT_TRUE(system.journal.take().empty());
+}
+
+TEST_F(AudioRouterApiTest, TheDestructorShutsDown) {
+    {
+        AudioRouterAPI other(system.platform(), store, buffers);
+        ASSERT_TRUE(other.startAudioRouter({}, {}, {}, {}));
+    }
+    EXPECT_EQ(system.journal.take(), (Calls{"com.initialize", "com.uninitialize"}));
+}

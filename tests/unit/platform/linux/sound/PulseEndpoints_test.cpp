@@ -1,0 +1,93 @@
+#include "mixer/EndpointClassification.h"
+#include "platform/linux/sound/PulseEndpoints.h"
+#include "platform/linux/system/ProcessInfo.h"
+#include "tests/support/mixer/RouterLogCapture.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+PulseDevice device(const std::string& name, const std::string& bus, const std::string& formFactor = {}) {
+    PulseDevice made;
+    made.name = name;
+    made.description = name;
+    made.bus = bus;
+    made.formFactor = formFactor;
+    return made;
+}
+
+AudioEndpoint endpoint(const PulseDevice& from) {
+    AudioEndpoint made;
+    made.id = pulseEndpointId(from);
+    made.friendlyName = L"Output";
+    made.connectorCount = pulseConnectorCount(from);
+    return made;
+}
+
+} // namespace
+
+TEST(PulseEndpointId, PciIsBuiltInAndUsbAndBluetoothAreNot) {
+    const RouterLogCapture quiet;
+    const AudioEndpoint pci =
+        endpoint(device("alsa_output.pci-0000_00_1f.3.analog-stereo", "pci", "internal"));
+    const AudioEndpoint usb =
+        endpoint(device("alsa_output.usb-Maker_Thing-00.analog-stereo", "usb", "speaker"));
+    const AudioEndpoint bluetooth = endpoint(device("bluez_output.AA_BB", "bluetooth", "headset"));
+    EXPECT_TRUE(IsBuiltInDevice(&pci));
+    EXPECT_FALSE(IsBuiltInDevice(&usb));
+    EXPECT_FALSE(IsBuiltInDevice(&bluetooth));
+    EXPECT_TRUE(IsRealHardwareDevice(&pci));
+    EXPECT_TRUE(IsRealHardwareDevice(&usb));
+    EXPECT_TRUE(IsRealHardwareDevice(&bluetooth));
+}
+
+TEST(PulseEndpointId, DeviceWithoutABusKeepsItsName) {
+    EXPECT_EQ(pulseEndpointId(device("null", "")), L"null");
+    EXPECT_EQ(pulseEndpointId(device("x", "", "internal")), L"hdaudio#x");
+}
+
+TEST(PulseEndpointId, NamesInAnyScriptAreWidenedAndBrokenOnesAreNotFatal) {
+    EXPECT_EQ(pulseEndpointId(device("扬声器 é 🎧", "")), L"扬声器 é 🎧");
+    EXPECT_EQ(pulseEndpointId(device("a\xff\xe6\x89", "")), L"a???");
+}
+
+TEST(PulseConnectorCount, IsThatOfThePortsAndOneWhereHardwareIsDeclaredOtherwise) {
+    PulseDevice nothing = device("null", "");
+    EXPECT_EQ(pulseConnectorCount(nothing), 0U);
+    const AudioEndpoint virtualOne = endpoint(nothing);
+    EXPECT_FALSE(IsRealHardwareDevice(&virtualOne));
+    EXPECT_EQ(pulseConnectorCount(device("a", "pci")), 1U);
+    EXPECT_EQ(pulseConnectorCount(device("a", "", "speaker")), 1U);
+    nothing.hasAlsaCard = true;
+    EXPECT_EQ(pulseConnectorCount(nothing), 1U);
+    nothing.portCount = 3;
+    EXPECT_EQ(pulseConnectorCount(nothing), 3U);
+}
+
+TEST(ProcessInfo, ChildAndGrandchildBelongToTheTreeAndTheParentDoesNot) {
+    const auto own = static_cast<std::uint32_t>(getpid());
+    const pid_t child = fork();
+    if (child == 0) {
+        pause();
+        _exit(0);
+    }
+    EXPECT_TRUE(isInProcessTree(static_cast<std::uint32_t>(child), own));
+    EXPECT_TRUE(isInProcessTree(own, own));
+    EXPECT_FALSE(isInProcessTree(own, static_cast<std::uint32_t>(child)));
+    EXPECT_EQ(parentProcess(static_cast<std::uint32_t>(child)), own);
+    EXPECT_EQ(processImagePath(static_cast<std::uint32_t>(child)), processImagePath(own));
+    EXPECT_FALSE(processFileName(own).empty());
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_FALSE(isInProcessTree(static_cast<std::uint32_t>(child), own));
+}
+
+TEST(ProcessInfo, ProcessThatIsNotThereIsNoError) {
+    EXPECT_EQ(parentProcess(0xFFFFFFF0), std::nullopt);
+    EXPECT_EQ(processImagePath(0xFFFFFFF0), "");
+    EXPECT_EQ(processFileName(0xFFFFFFF0), "");
+    EXPECT_FALSE(isInProcessTree(0xFFFFFFF0, 1));
+}
