@@ -132,7 +132,7 @@ void noEncoderForPng(Calls& calls) {
     };
 }
 
-QString ownProgram() {
+QString ownProgramFile() {
     return QDir::toNativeSeparators(QCoreApplication::applicationFilePath());
 }
 
@@ -216,16 +216,16 @@ std::string lostOf(const Calls& calls, const QString& windowIcon) {
     const DWORD self = GetCurrentProcessId();
     expect(processImagePath(calls.table, self).endsWith(QLatin1String("windows_system_test.exe")), "path");
     expect(processFileName(calls.table, self) == QLatin1String("windows_system_test.exe"), "file name");
-    expect(versionDisplayName(calls.table, ownProgram().toStdWString()) == L"Vexo Deck", "version name");
+    expect(versionDisplayName(calls.table, ownProgramFile().toStdWString()) == L"Vexo Deck", "version name");
     expect(std::ranges::any_of(topLevelWindows(calls.table),
                                [&](const TopLevelWindow& window) { return window.processId == self; }),
            "window");
-    const QString icon = extractIconToFile(calls.table, ownProgram(), self);
+    const QString icon = extractIconToFile(calls.table, ownProgramFile(), self);
     expect(isIcon(icon), "icon");
     // Nothing half made is left.
     EXPECT_EQ(QDir(calls.temporary.path() + "/VexoDeck/icons").entryList(QDir::Files).size(),
               icon.isEmpty() ? 0 : 1);
-    saveIconAsyncToFile(calls.table, ownProgram(), self, windowIcon);
+    saveIconAsyncToFile(calls.table, ownProgramFile(), self, windowIcon);
     QThreadPool::globalInstance()->waitForDone();
     expect(isIcon(windowIcon), "window's icon");
     return lost.join(QLatin1String(", ")).toStdString();
@@ -371,11 +371,11 @@ TEST(InventoryFaults, IconThatIsThereIsNotMadeAgainAndAFolderInItsPlaceIsNone) {
     Calls calls;
     const QString path = calls.temporary.path() + "/VexoDeck/icons/windows_system_test.png";
     ASSERT_TRUE(QDir().mkpath(path));
-    EXPECT_EQ(extractIconToFile(calls.table, ownProgram(), 7), QString());
+    EXPECT_EQ(extractIconToFile(calls.table, ownProgramFile(), 7), QString());
     ASSERT_TRUE(QDir().rmdir(path));
-    EXPECT_EQ(extractIconToFile(calls.table, ownProgram(), 7), path);
+    EXPECT_EQ(extractIconToFile(calls.table, ownProgramFile(), 7), path);
     const int taken = calls.iconsTaken;
     EXPECT_GE(taken, 2);
-    EXPECT_EQ(extractIconToFile(calls.table, ownProgram(), 7), path);
+    EXPECT_EQ(extractIconToFile(calls.table, ownProgramFile(), 7), path);
     EXPECT_EQ(calls.iconsTaken, taken);
 }

@@ -17,7 +17,7 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
-constexpr std::uint32_t kProcess = 6161;
+constexpr std::uint32_t kFaultyProcess = 6161;
 
 // What an operation came to.
 struct Outcome {
@@ -74,11 +74,11 @@ const char* nameOf(CaptureState state) {
 // Starts the capture of a process, waits for what comes of it, and stops it. The state is that before the
 // stop, what the stop returned, and that after it.
 Outcome capture(const FaultRun& run) {
-    run.scene.addSource(kProcess);
+    run.scene.addSource(kFaultyProcess);
     ComPtr<CLoopbackCapture> object = Microsoft::WRL::Make<CLoopbackCapture>(
         run.scene.buffers, callsWithProcessLoopback(run.script, run.microphone));
     Outcome outcome;
-    outcome.returned = hex(object->startCapture(kProcess, true));
+    outcome.returned = hex(object->startCapture(kFaultyProcess, true));
     const std::string wanted = std::string(run.fault.state).substr(0, std::string(run.fault.state).find(','));
     static_cast<void>(
         comesTrue([&] { return nameOf(object->captureState()) == wanted; }, std::chrono::seconds(5)));
@@ -202,7 +202,7 @@ constexpr HRESULT kMemory = static_cast<HRESULT>(0x8007000E);
 constexpr HRESULT kRefused = static_cast<HRESULT>(0x80070005);
 constexpr HRESULT kNoInterface = static_cast<HRESULT>(0x80004002);
 constexpr HRESULT kNotImplemented = static_cast<HRESULT>(0x80004001);
-constexpr HRESULT kInvalidated = static_cast<HRESULT>(0x88890004);
+constexpr HRESULT kFaultInvalidated = static_cast<HRESULT>(0x88890004);
 constexpr HRESULT kNoService = static_cast<HRESULT>(0x88890010);
 constexpr HRESULT kNotRegistered = static_cast<HRESULT>(0x80040154);
 constexpr HRESULT kChangedMode = static_cast<HRESULT>(0x80010106);
@@ -240,26 +240,26 @@ const Fault kFaults[] = {
     {capture, "QueryInterface", 1, kNoInterface, "0x0", kFailedThenStopped, kReportedNoInterface},
     {capture, "GetMixFormat", 1, kNotImplemented, "0x0", kCaptured,
      L"[WARNING] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit float)"},
-    {capture, "Initialize", 1, kInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
-    {capture, "GetBufferSize", 1, kInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
-    {capture, "GetService", 1, kInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
+    {capture, "Initialize", 1, kFaultInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
+    {capture, "GetBufferSize", 1, kFaultInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
+    {capture, "GetService", 1, kFaultInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
     {capture, "MFCreateAsyncResult", 1, kMemory, "0x0", kFailedThenStopped, kReportedMemory},
-    {capture, "SetEventHandle", 1, kInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
+    {capture, "SetEventHandle", 1, kFaultInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
     // Starting.
     {capture, "MFPutWorkItem2", 1, kRefused, "0x80070005", "Starting, stop 0x8007139f, Starting",
      kReportedRefused},
-    {capture, "Start", 1, kInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
+    {capture, "Start", 1, kFaultInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
     // Packets.
     {capture, "MFPutWaitingWorkItem", 1, kMemory, "0x0", kCaptured, kReportedMemory},
     {capture, "MFPutWaitingWorkItem", 3, kMemory, "0x0", kCaptured, kReportedMemory},
-    {capture, "GetNextPacketSize", 1, kInvalidated, "0x0", kCaptured, nullptr},
-    {capture, "GetBuffer", 1, kInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
-    {capture, "ReleaseBuffer", 1, kInvalidated, "0x0", kCaptured, nullptr},
+    {capture, "GetNextPacketSize", 1, kFaultInvalidated, "0x0", kCaptured, nullptr},
+    {capture, "GetBuffer", 1, kFaultInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
+    {capture, "ReleaseBuffer", 1, kFaultInvalidated, "0x0", kCaptured, nullptr},
     // Stopping. That the finish step cannot be queued is looked at in LoopbackCapture_test.cpp: the stop
     // waits.
     {capture, "MFPutWorkItem2", 2, kRefused, "0x0", "Capturing, stop 0x80070005, Stopping", kReportedRefused},
     {capture, "MFCancelWorkItem", 1, kRefused, "0x0", kCaptured, nullptr},
-    {capture, "Stop", 1, kInvalidated, "0x0", kCaptured, nullptr},
+    {capture, "Stop", 1, kFaultInvalidated, "0x0", kCaptured, nullptr},
     {capture, "MFUnlockWorkQueue", 1, kRefused, "0x0", kCaptured, nullptr},
 
     // An output of a bus: finding the endpoint.
@@ -272,27 +272,29 @@ const Fault kFaults[] = {
     {playBus, "GetId", 1, kMemory, "true", "plays",
      L"[BusForwarder] Bus1 using device: VEXO Virtual Cable (Output) (ClassGuid: )"},
     {playBus, "QueryInterface IMMEndpoint", 1, kNoInterface, "true", "plays", nullptr},
-    {playBus, "GetDataFlow", 1, kInvalidated, "true", "plays", nullptr},
+    {playBus, "GetDataFlow", 1, kFaultInvalidated, "true", "plays", nullptr},
     // Opening it.
     {playBus, "Activate", 1, kRefused, "true", "off", L"[BusForwarder] Activate failed: 0x80070005"},
     {playBus, "GetMixFormat", 1, kNotImplemented, "true", "plays",
      L"[BusForwarder] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit float)"},
-    {playBus, "Initialize", 1, kInvalidated, "true", "off", L"[BusForwarder] Initialize failed: 0x88890004"},
-    {playBus, "GetService", 1, kInvalidated, "true", "off", L"[BusForwarder] GetService failed: 0x88890004"},
-    {playBus, "GetBufferSize", 1, kInvalidated, "true", "off",
+    {playBus, "Initialize", 1, kFaultInvalidated, "true", "off",
+     L"[BusForwarder] Initialize failed: 0x88890004"},
+    {playBus, "GetService", 1, kFaultInvalidated, "true", "off",
+     L"[BusForwarder] GetService failed: 0x88890004"},
+    {playBus, "GetBufferSize", 1, kFaultInvalidated, "true", "off",
      L"[BusForwarder] GetBufferSize failed: 0x88890004"},
     {playBus, "CreateEvent", 1, static_cast<HRESULT>(0x80070008), "true", "off",
      L"[BusForwarder] Event create failed: 0x80070008"},
-    {playBus, "SetEventHandle", 1, kInvalidated, "true", "off",
+    {playBus, "SetEventHandle", 1, kFaultInvalidated, "true", "off",
      L"[BusForwarder] SetEventHandle failed: 0x88890004"},
     // Its thread.
     {playBus, "AvSetMmThreadCharacteristicsW", 1, kRefused, "true", "plays", nullptr},
     {playBus, "AvSetMmThreadPriority", 1, kRefused, "true", "plays", nullptr},
-    {playBus, "Start", 1, kInvalidated, "true", "silent", L"[BusForwarder] Start failed: 0x88890004"},
-    {playBus, "GetCurrentPadding", 1, kInvalidated, "true", "silent", nullptr},
-    {playBus, "GetBuffer", 1, kInvalidated, "true", "silent", nullptr},
-    {playBus, "ReleaseBuffer", 1, kInvalidated, "true", "plays", nullptr},
-    {playBus, "Stop", 1, kInvalidated, "true", "plays", nullptr},
+    {playBus, "Start", 1, kFaultInvalidated, "true", "silent", L"[BusForwarder] Start failed: 0x88890004"},
+    {playBus, "GetCurrentPadding", 1, kFaultInvalidated, "true", "silent", nullptr},
+    {playBus, "GetBuffer", 1, kFaultInvalidated, "true", "silent", nullptr},
+    {playBus, "ReleaseBuffer", 1, kFaultInvalidated, "true", "plays", nullptr},
+    {playBus, "Stop", 1, kFaultInvalidated, "true", "plays", nullptr},
     {playBus, "AvRevertMmThreadCharacteristics", 1, kRefused, "true", "plays", nullptr},
 
     // An output that only an input's name fits.
@@ -302,12 +304,12 @@ const Fault kFaults[] = {
     {playToMicrophone, "Activate", 2, kRefused, "true", "off", L"[BusForwarder] Activate failed: 0x80070005"},
     {playToMicrophone, "QueryInterface IMMEndpoint", 1, kNoInterface, "true", "off",
      L"[BusForwarder] Bus2 using device: Cable Microphone (Output) (ClassGuid: {"},
-    {playToMicrophone, "GetDataFlow", 1, kInvalidated, "true", "off",
+    {playToMicrophone, "GetDataFlow", 1, kFaultInvalidated, "true", "off",
      L"[BusForwarder] Bus2 using device: Cable Microphone (Output) (ClassGuid: {"},
 
     // Solo, whose endpoint has to be hardware.
     {playSolo, "Activate IDeviceTopology", 1, kNoInterface, "true", "off", kSoloNotFound},
-    {playSolo, "GetConnectorCount", 1, kInvalidated, "true", "off", kSoloNotFound},
+    {playSolo, "GetConnectorCount", 1, kFaultInvalidated, "true", "off", kSoloNotFound},
     {playSolo, "GetId", 1, kMemory, "true", "off", kSoloNotFound},
 
     // The pick of the Solo endpoint.
@@ -319,10 +321,10 @@ const Fault kFaults[] = {
     {findFirst, "Item", 1, kNoService, "nothing", "", kNoneReal},
     {findFirst, "GetId", 1, kMemory, "nothing", "", kNoneReal},
     {findFirst, "Activate IDeviceTopology", 1, kNoInterface, "nothing", "", kNoneReal},
-    {findFirst, "GetConnectorCount", 1, kInvalidated, "nothing", "", kNoneReal},
+    {findFirst, "GetConnectorCount", 1, kFaultInvalidated, "nothing", "", kNoneReal},
     {findFirst, "QueryInterface IMMEndpoint", 1, kNoInterface, "Speakers", "",
      L"[INFO] Found built-in hardware device: Speakers ({"},
-    {findFirst, "GetDataFlow", 1, kInvalidated, "Speakers", "",
+    {findFirst, "GetDataFlow", 1, kFaultInvalidated, "Speakers", "",
      L"[INFO] Found built-in hardware device: Speakers ({"},
 
     {findFirstUnnamed, "OpenPropertyStore", 1, kRefused, "the first", "",

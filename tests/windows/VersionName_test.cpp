@@ -41,7 +41,7 @@ const std::wstring kChineseProduct = L"\\StringFileInfo\\080404b0\\ProductName";
 const std::wstring kChineseDescription = L"\\StringFileInfo\\080404b0\\FileDescription";
 const std::wstring kTaiwanDescription = L"\\StringFileInfo\\040404b0\\FileDescription";
 
-std::wstring ownProgram() {
+std::wstring ownImage() {
     std::wstring path(MAX_PATH, L'\0');
     path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
     return path;
@@ -52,7 +52,7 @@ std::wstring nameOfFile(const std::wstring& path) {
 }
 
 std::wstring sample() {
-    return (std::filesystem::path(ownProgram()).parent_path() / L"versionSample.dll").wstring();
+    return (std::filesystem::path(ownImage()).parent_path() / L"versionSample.dll").wstring();
 }
 
 } // namespace
@@ -125,7 +125,7 @@ TEST(VersionName, RealFileWithTwoLanguagesGivesItsChineseName) {
 }
 
 TEST(VersionName, OwnProgramSaysItsProductName) {
-    EXPECT_EQ(nameOfFile(ownProgram()), L"Vexo Deck");
+    EXPECT_EQ(nameOfFile(ownImage()), L"Vexo Deck");
 }
 
 TEST(VersionName, FileWithoutAVersionBlockHasNoName) {

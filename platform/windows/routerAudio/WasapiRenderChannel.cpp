@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr DWORD kStreamFlags = AUDCLNT_STREAMFLAGS_EVENTCALLBACK | AUDCLNT_STREAMFLAGS_SRC_DEFAULT_QUALITY |
+constexpr DWORD kRenderFlags = AUDCLNT_STREAMFLAGS_EVENTCALLBACK | AUDCLNT_STREAMFLAGS_SRC_DEFAULT_QUALITY |
                                AUDCLNT_STREAMFLAGS_AUTOCONVERTPCM;
-static_assert(kStreamFlags == 0x88040000);
+static_assert(kRenderFlags == 0x88040000);
 
 // True when the step went well; its line otherwise.
 bool succeeded(RenderStep step, HRESULT result) {
@@ -49,7 +49,7 @@ bool WasapiRenderChannel::open(const AudioEndpoint& endpoint) {
         return false;
     }
     const WAVEFORMATEX format = nativeFormat(formatFor(client.Get()));
-    if (!succeeded(RenderStep::Initialize, client->Initialize(AUDCLNT_SHAREMODE_SHARED, kStreamFlags,
+    if (!succeeded(RenderStep::Initialize, client->Initialize(AUDCLNT_SHAREMODE_SHARED, kRenderFlags,
                                                               kRenderBufferDuration, 0, &format, nullptr)) ||
         !succeeded(RenderStep::GetService,
                    client->GetService(__uuidof(IAudioRenderClient),
