@@ -1,5 +1,5 @@
-// The byte parser. It is defined byte by byte; here runs of bytes that belong together are taken at once,
-// with the same results.
+// The byte parser. The protocol defines it byte by byte; this one handles runs of bytes at once, with the
+// same results.
 
 #include "device/link/LinkReceiver.h"
 #include "device/link/LinkState.h"
