@@ -5,6 +5,7 @@
 #include "benchmarks/BenchmarkTable.h"
 #include "device/link/Link.h"
 #include "device/link/LinkInspection.h"
+#include "tests/support/WireFrame.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
@@ -18,11 +19,10 @@
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using wireFrame::Bytes;
 
 constexpr std::size_t kReportLength = 64;
 constexpr std::size_t kFrameCount = 100; // what one measured round feeds: it fits in the receive queue
-constexpr std::size_t kFrameBytes = 17;  // of a frame without its payload
 constexpr std::size_t kPayloadLengths[] = {0, 13, 47, 200, 500};
 constexpr std::size_t kReportLengths[] = {kReportLength, 1U << 20};
 constexpr std::size_t kBadByteCounts[] = {1U << 12, 1U << 15, 1U << 18, 1U << 21};
@@ -43,30 +43,14 @@ Bytes validFrames(std::size_t payloadLength) {
     std::mt19937 random(1);
     Bytes stream;
     for (std::size_t sequence = 0; sequence < kFrameCount; ++sequence) {
-        Bytes frame{0x55,
-                    0x12,
-                    static_cast<std::uint8_t>(payloadLength),
-                    static_cast<std::uint8_t>(payloadLength >> 8),
-                    static_cast<std::uint8_t>(sequence),
-                    static_cast<std::uint8_t>(sequence >> 8),
-                    7,
-                    3,
-                    0x34,
-                    0x12, // source
-                    1,
-                    1,
-                    28,
-                    0, // destination: the host
-                    0x00,
-                    0x90}; // messageId
-        for (std::size_t index = 0; index < payloadLength; ++index) {
-            frame.push_back(static_cast<std::uint8_t>(random()));
-        }
-        std::uint8_t sum = 0;
-        for (const std::uint8_t byte : frame) {
-            sum = static_cast<std::uint8_t>(sum + byte);
-        }
-        frame.push_back(sum);
+        Bytes payload(payloadLength);
+        std::ranges::generate(payload, [&random] { return static_cast<std::uint8_t>(random()); });
+        const Bytes frame = wireFrame::encode({kLinkNotification,
+                                               static_cast<std::uint16_t>(sequence),
+                                               {7, 3, 0x1234},
+                                               wireFrame::kHost,
+                                               0x9000,
+                                               std::move(payload)});
         stream.insert(stream.end(), frame.begin(), frame.end());
     }
     return stream;
@@ -206,7 +190,7 @@ bool judgeAll(const BenchmarkTable& table) {
             const double ns = table.bestNs(name + "/manual_time");
             if (ns > 0) {
                 const double megabytesPerSecond =
-                    static_cast<double>((kFrameBytes + payloadLength) * kFrameCount) * 1e3 / ns;
+                    static_cast<double>((wireFrame::kFrameBytes + payloadLength) * kFrameCount) * 1e3 / ns;
                 allKept &= judge(name, megabytesPerSecond, "MB/s", ">=", kLeastMegabytesPerSecond);
             }
         }

@@ -1,5 +1,6 @@
 #include "device/DeviceLogs.h"
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
@@ -18,39 +19,38 @@ QString logPath(const QString& fileName) {
     return dir.filePath(fileName);
 }
 
-QString timestamp() {
-    return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz"));
+/// "[timestamp] [", where each line begins.
+QByteArray lineStart() {
+    return '[' + QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz")).toUtf8() +
+           "] [";
 }
 
-void appendLine(const QString& fileName, const QString& line, const char* openFailed,
+QByteArray upperHex(QByteArrayView bytes) {
+    return QByteArray::fromRawData(bytes.data(), bytes.size()).toHex().toUpper();
+}
+
+void appendLine(const QString& fileName, const QByteArray& line, const char* openFailed,
                 const char* writeFailed) {
     QFile file(logPath(fileName));
     if (!file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
         qWarning() << openFailed << file.fileName() << "错误:" << file.errorString();
         return;
     }
-    const QByteArray text = line.toUtf8();
-    if (file.write(text) != text.size() || !file.flush()) {
+    if (file.write(line) != line.size() || !file.flush()) {
         qWarning() << writeFailed << file.errorString();
     }
 }
 
-QString upperHex(const QByteArray& bytes) {
-    return QString::fromLatin1(bytes.toHex().toUpper());
-}
-
 } // namespace
 
-void appendDataLog(const QString& direction, const QByteArray& bytes) {
-    appendLine(QStringLiteral("hid_data.log"),
-               QStringLiteral("[%1] [%2] %3\n").arg(timestamp(), direction, upperHex(bytes)),
+void appendDataLog(const char* direction, QByteArrayView bytes) {
+    appendLine(QStringLiteral("hid_data.log"), lineStart() + direction + "] " + upperHex(bytes) + '\n',
                "无法打开日志文件:", "写入日志文件失败:");
 }
 
-void appendAttributeLog(const QString& direction, std::uint32_t attID, const QByteArray& bytes) {
-    const QString id = QString::number(attID, 16).toUpper().rightJustified(4, QLatin1Char('0'));
-    appendLine(
-        QStringLiteral("hid_attribute.log"),
-        QStringLiteral("[%1] [属性%2] attID:0x%3 数据:%4\n").arg(timestamp(), direction, id, upperHex(bytes)),
-        "无法打开属性日志文件:", "写入属性日志文件失败:");
+void appendAttributeLog(const char* direction, std::uint32_t attID, QByteArrayView bytes) {
+    const QByteArray id = QByteArray::number(attID, 16).toUpper().rightJustified(4, '0');
+    appendLine(QStringLiteral("hid_attribute.log"),
+               lineStart() + "属性" + direction + "] attID:0x" + id + " 数据:" + upperHex(bytes) + '\n',
+               "无法打开属性日志文件:", "写入属性日志文件失败:");
 }

@@ -1,20 +1,22 @@
 #include "device/HIDDevice.h"
 
 #include <QDebug>
+#include <QVarLengthArray>
 
-#include <array>
 #include <utility>
 
 namespace {
 
 /// One 64-byte report and its report id.
-constexpr std::size_t kReadBufferBytes = 65;
-/// Bounds how long an interruption takes to be seen.
-constexpr int kReadTimeoutMs = 50;
+constexpr qsizetype kReadBufferBytes = 65;
+
+QByteArray readBuffer() {
+    return {kReadBufferBytes, Qt::Uninitialized};
+}
 
 } // namespace
 
-HIDDevice::HIDDevice(QObject* parent) : QObject(parent) {}
+HIDDevice::HIDDevice(QObject* parent, int timeoutMs) : QObject(parent), readTimeoutMs(timeoutMs) {}
 
 HIDDevice::~HIDDevice() {
     closeAll();
@@ -49,8 +51,8 @@ void HIDDevice::openDevice(std::uint16_t vid, std::uint16_t pid, int page) {
         }
         const int result = hid_set_nonblocking(opened, 1);
         if (result < 0) {
-            // Kept: this call is not expected to fail. The same interface is tried again, the handle stays
-            // open.
+            // Kept: this call is not expected to fail. The same interface is tried again and the handle
+            // stays open.
             qDebug() << "hid_set_nonblocking failed:" << result;
             continue;
         }
@@ -73,7 +75,7 @@ void HIDDevice::startDataReadThread(const QString& path) {
         if (entry == devices.end()) {
             return;
         }
-        // The handle moves on to the loop: the functor lives as long as the thread object, which is longer.
+        // The loop takes the handle over: the functor lives longer, as long as the thread object.
         thread = QThread::create(
             [this, path, handle = entry->handle]() mutable { readLoop(path, std::move(handle)); });
         thread->setObjectName(QStringLiteral("HID reader"));
@@ -82,34 +84,33 @@ void HIDDevice::startDataReadThread(const QString& path) {
     }
     std::erase_if(readers, [](const QPointer<QThread>& reader) { return reader == nullptr; });
     readers.emplace_back(thread);
-    // How a reader's thread object ends: deleting it earlier would wait for the read.
+    // Deleting the thread object earlier would wait for the read.
     connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     thread->start();
 }
 
-std::shared_ptr<hid_device> HIDDevice::connectedHandle(const QString& path) const {
+bool HIDDevice::isConnected(const QString& path, const std::shared_ptr<hid_device>& handle) const {
     const std::lock_guard lock(mutex);
     const auto entry = devices.constFind(path);
-    if (entry == devices.constEnd() || !entry->connected) {
-        return nullptr;
-    }
-    return entry->handle;
+    return entry != devices.constEnd() && entry->connected && entry->handle == handle;
 }
 
 void HIDDevice::readLoop(const QString& path, std::shared_ptr<hid_device> handle) {
-    if (connectedHandle(path) == handle) {
+    if (isConnected(path, handle)) {
         bool readError = false;
-        std::array<unsigned char, kReadBufferBytes> buffer{};
-        // The handle is compared, not only the path: it may have been closed and opened anew meanwhile.
-        while (!QThread::currentThread()->isInterruptionRequested() && connectedHandle(path) == handle) {
+        // Each report is read into the array that the signal carries.
+        QByteArray report = readBuffer();
+        while (!QThread::currentThread()->isInterruptionRequested() && isConnected(path, handle)) {
             const int byteCount =
-                hid_read_timeout(handle.get(), buffer.data(), buffer.size(), kReadTimeoutMs);
+                hid_read_timeout(handle.get(), reinterpret_cast<unsigned char*>(report.data()),
+                                 static_cast<std::size_t>(report.size()), readTimeoutMs);
             if (byteCount < 0) {
                 readError = true;
                 break;
             }
             if (byteCount > 0) {
-                emit dataReceived(path, QByteArray(reinterpret_cast<const char*>(buffer.data()), byteCount));
+                report.truncate(byteCount);
+                emit dataReceived(path, std::exchange(report, readBuffer()));
             }
         }
         if (readError) {
@@ -156,8 +157,12 @@ void HIDDevice::closeEntry(const QString& path, std::shared_ptr<hid_device> only
 }
 
 void HIDDevice::closeAll() {
-    const QStringList paths = devicePaths().keys();
-    for (const QString& path : paths) {
+    QStringList paths;
+    {
+        const std::lock_guard lock(mutex);
+        paths = devices.keys();
+    }
+    for (const QString& path : std::as_const(paths)) {
         closeDevice(path);
     }
     const std::lock_guard lock(mutex);
@@ -172,37 +177,47 @@ bool HIDDevice::isOpen() const {
 HIDDevice::Devices HIDDevice::devicePaths() const {
     const std::lock_guard lock(mutex);
     Devices copy = devices;
-    // A map that shares its nodes with a copy asks without an order of memory whether it still does, so the
-    // next thread to erase one would race with the copy's reader.
+    // A shared map reads its reference count without memory ordering, so the next thread to erase an entry
+    // would race with the reader of the copy.
     copy.detach();
     return copy;
 }
 
 bool HIDDevice::writeAll(const QByteArray& report) {
-    bool written = false;
-    const Devices open = devicePaths();
-    for (auto entry = open.cbegin(); entry != open.cend(); ++entry) {
-        if (entry->connected && writeTo(entry.key(), report)) {
-            written = true;
+    // The paths of the moment: an interface may close during the writes.
+    QVarLengthArray<QString, 4> paths;
+    {
+        const std::lock_guard lock(mutex);
+        for (auto entry = devices.cbegin(); entry != devices.cend(); ++entry) {
+            if (entry->connected) {
+                paths.append(entry.key());
+            }
         }
+    }
+    bool written = false;
+    for (const QString& path : paths) {
+        written = writeTo(path, report) || written;
     }
     return written;
 }
 
 bool HIDDevice::writeTo(const QString& path, const QByteArray& report) {
-    const Devices open = devicePaths();
-    const auto entry = open.constFind(path);
-    if (entry == open.constEnd()) {
-        qDebug() << "Device not found";
+    bool known = false;
+    std::shared_ptr<hid_device> handle;
+    {
+        const std::lock_guard lock(mutex);
+        const auto entry = devices.constFind(path);
+        known = entry != devices.constEnd();
+        if (known && entry->connected) {
+            handle = entry->handle;
+        }
+    }
+    if (handle == nullptr) {
+        qDebug() << (known ? "Device not connected" : "Device not found");
         return false;
     }
-    if (!entry->connected) {
-        qDebug() << "Device not connected";
-        return false;
-    }
-    const int result =
-        hid_write(entry->handle.get(), reinterpret_cast<const unsigned char*>(report.constData()),
-                  static_cast<std::size_t>(report.size()));
+    const int result = hid_write(handle.get(), reinterpret_cast<const unsigned char*>(report.constData()),
+                                 static_cast<std::size_t>(report.size()));
     if (result == -1) {
         qDebug() << "Failed to write to device:" << path << "data: " << report.toHex();
         return false;
@@ -215,7 +230,7 @@ void HIDDevice::waitForReaders() {
         std::unique_lock lock(mutex);
         readerEnded.wait(lock, [this] { return readerCount == 0; });
     }
-    // Out of their loops; now the threads themselves.
+    // All loops have ended; now the threads themselves.
     for (const QPointer<QThread>& reader : std::exchange(readers, {})) {
         if (reader != nullptr) {
             reader->wait();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "device/HIDIntervals.h"
+
 #include <QByteArray>
 #include <QMap>
 #include <QObject>
@@ -14,13 +16,14 @@
 #include <mutex>
 #include <vector>
 
-/// Owner of open USB HID handles: opens every interface of a vendor and product id on a usage page, reads
+/// Owner of open USB HID handles. Opens every interface of a vendor and product id on a usage page, reads
 /// each on a thread of its own and writes reports to all of them. It knows nothing of frames: it moves byte
 /// blocks of at most one report.
 ///
 /// The object lives on the main thread. Each open interface has one reader thread, which shares the map of
-/// interfaces under a lock that is never held across a read or a write. A handle is closed by whoever lets go
-/// of it last: nobody waits for a reader that is inside its read, and no read meets a closed handle.
+/// interfaces under a lock. The lock is never held across a read or a write. Handles are counted references:
+/// the last holder closes the handle. So closing an interface does not wait for its reader, and no read uses
+/// a closed handle.
 class HIDDevice : public QObject {
     Q_OBJECT
 
@@ -36,12 +39,13 @@ public:
     /// Keyed and sorted by hidapi path.
     using Devices = QMap<QString, DeviceEntry>;
 
-    explicit HIDDevice(QObject* parent = nullptr);
-    /// Closes all interfaces and waits for the readers, which see it within one read time-out.
+    explicit HIDDevice(QObject* parent = nullptr, int timeoutMs = HIDIntervals{}.readTimeoutMs);
+    /// Closes all interfaces and waits for the readers: at most one read time-out.
     ~HIDDevice() override;
 
     /// Opens all interfaces of `vid` and `pid` whose usage page is `usagePage` and that are not open yet.
-    /// Nothing found, or an interface that cannot be opened, is silence: the caller's next scan tries again.
+    /// If nothing is found or an interface cannot be opened, nothing happens: the caller's next scan tries
+    /// again.
     void openDevice(std::uint16_t vid, std::uint16_t pid, int usagePage);
     /// Closes one interface, from the main thread or its own reader; an unknown path is ignored.
     void closeDevice(const QString& path);
@@ -71,12 +75,13 @@ private:
     void startDataReadThread(const QString& path);
     /// The reader thread's body; returns when the interface of this handle is closed or fails.
     void readLoop(const QString& path, std::shared_ptr<hid_device> handle);
-    /// Closes the interface, where a handle is given only if it is still that one. The handle is let go
-    /// before the loss is told, so that a reader's own does not keep the device open. Any thread.
+    /// Closes the interface. With a handle given, only if the interface still has that one. Releases the
+    /// handle before the signal, so that the device is closed when the signal arrives. Any thread.
     void closeEntry(const QString& path, std::shared_ptr<hid_device> only);
-    /// The connected entry's handle, or null.
-    [[nodiscard]] std::shared_ptr<hid_device> connectedHandle(const QString& path) const;
+    /// Whether the path is connected with this handle: it may have been closed and opened again meanwhile.
+    [[nodiscard]] bool isConnected(const QString& path, const std::shared_ptr<hid_device>& handle) const;
 
+    const int readTimeoutMs;
     /// Identity and usage page of the last open request.
     std::uint16_t vendorId = 0;
     std::uint16_t productId = 0;

@@ -2,6 +2,7 @@
 
 #include "device/DeviceLogs.h"
 #include "device/HIDDevice.h"
+#include "device/ReportFormat.h"
 #include "device/UsbIdentity.h"
 
 #include <QCoreApplication>
@@ -13,14 +14,7 @@
 
 namespace {
 
-constexpr int kScanIntervalMs = 2000;
 constexpr int kTickIntervalMs = 1;
-
-/// Bytes of a frame that one report carries.
-constexpr qsizetype kMicrophoneChunkBytes = 64;
-constexpr qsizetype kMixerChunkBytes = 58;
-/// What stands before the frame's bytes in each report of the mixer.
-constexpr qsizetype kMixerReportHeaderBytes = 4;
 
 constexpr std::uint16_t kPrivateGainLevel = 0x8002;
 constexpr std::uint16_t kPrivateButton = 0x8003;
@@ -32,13 +26,31 @@ constexpr std::size_t kVersionMinorOffset = 10;
 
 constexpr std::uint8_t kStatusTimedOut = 1;
 
-QByteArray toByteArray(const std::uint8_t* bytes, std::uint16_t length) {
-    return {reinterpret_cast<const char*>(bytes), length};
+/// The bytes of an answer, not copied: valid as long as the answer is.
+QByteArray bytesOf(const LinkInfo& info, const std::uint8_t* bytes) {
+    return QByteArray::fromRawData(reinterpret_cast<const char*>(bytes), info.length);
 }
 
-const std::uint8_t* rawBytes(const QByteArray& bytes) {
-    return reinterpret_cast<const std::uint8_t*>(bytes.constData());
+/// The text up to the first NUL.
+QString textOf(QByteArrayView bytes) {
+    const qsizetype end = bytes.indexOf('\0');
+    return QString::fromUtf8(end < 0 ? bytes : bytes.first(end));
 }
+
+const std::uint8_t* rawBytes(QByteArrayView bytes) {
+    return reinterpret_cast<const std::uint8_t*>(bytes.data());
+}
+
+/// A callback of the link that calls this member of its context.
+template <auto kMember>
+struct Callback;
+
+template <typename Result, typename... Arguments, Result (HIDHotplugManager::*kMember)(Arguments...)>
+struct Callback<kMember> {
+    static Result call(Arguments... arguments, void* context) {
+        return (static_cast<HIDHotplugManager*>(context)->*kMember)(arguments...);
+    }
+};
 
 QString hexId(std::uint32_t id) {
     return QStringLiteral("%1").arg(id, 4, 16, QLatin1Char('0'));
@@ -59,9 +71,9 @@ const hid_device_info* firstKnownDevice(const hid_device_info* list) {
 } // namespace
 
 HIDHotplugManager* HIDHotplugManager::instance() {
-    // The QML engine deletes the object at its end if a document used it; then there is none any more.
+    // If a document used the object, the QML engine deletes it when the engine ends.
     static QPointer<HIDHotplugManager> manager = [] {
-        // Where no document did, the readers end here.
+        // Otherwise the readers end here.
         qAddPostRoutine([] {
             if (manager != nullptr) {
                 manager->waitForReaders();
@@ -72,12 +84,13 @@ HIDHotplugManager* HIDHotplugManager::instance() {
     return manager;
 }
 
-HIDHotplugManager::HIDHotplugManager(QObject* parent) : QObject(parent), hidDevice(new HIDDevice(this)) {
+HIDHotplugManager::HIDHotplugManager(QObject* parent, const HIDIntervals& chosen)
+    : QObject(parent), intervals(chosen), hidDevice(new HIDDevice(this, chosen.readTimeoutMs)) {
     connectTransport();
 
     timers[0] = new QTimer(this);
     connect(timers[0], &QTimer::timeout, this, &HIDHotplugManager::onScanTimer);
-    timers[0]->start(kScanIntervalMs);
+    timers[0]->start(intervals.scanMs);
     timers[1] = new QTimer(this);
     timers[1]->setTimerType(Qt::PreciseTimer);
     connect(timers[1], &QTimer::timeout, this, &HIDHotplugManager::onTimeout);
@@ -94,7 +107,7 @@ HIDHotplugManager::~HIDHotplugManager() {
     for (QTimer* timer : timers) {
         timer->stop();
     }
-    // The readers' last signals are not for an object in destruction.
+    // The readers' last signals must not reach an object in destruction.
     hidDevice->disconnect(this);
     qDebug() << "HIDHotplugManager 单例销毁完成，停止监测设备";
 }
@@ -114,47 +127,18 @@ void HIDHotplugManager::connectTransport() {
 
 void HIDHotplugManager::installLinkCallbacks() {
     linkInit();
-    linkChannel = static_cast<std::int32_t>(linkOpenChannel(
-        [](std::uint32_t, std::uint32_t length, const std::uint8_t* bytes, void* context) {
-            return static_cast<HIDHotplugManager*>(context)->sendFrame(
-                QByteArray(reinterpret_cast<const char*>(bytes), static_cast<qsizetype>(length)));
-        },
-        this));
-    linkInstallLoginCallback(
-        [](std::uint8_t from, std::uint8_t type, const LinkAddress& address, void* context) {
-            static_cast<HIDHotplugManager*>(context)->onLogin(from, type, address);
-        },
-        this);
-    linkInstallNameCallback(
-        [](const LinkInfo& info, const std::uint8_t* bytes, void* context) {
-            return static_cast<HIDHotplugManager*>(context)->onName(info, bytes);
-        },
-        this);
-    linkInstallSerialCallback(
-        [](const LinkInfo& info, const std::uint8_t* bytes, void* context) {
-            return static_cast<HIDHotplugManager*>(context)->onSerial(info, bytes);
-        },
-        this);
-    linkInstallVersionCallback(
-        [](const LinkInfo& info, const std::uint8_t* bytes, void* context) {
-            return static_cast<HIDHotplugManager*>(context)->onVersion(info, bytes);
-        },
-        this);
+    linkChannel =
+        static_cast<std::int32_t>(linkOpenChannel(Callback<&HIDHotplugManager::sendFrame>::call, this));
+    linkInstallLoginCallback(Callback<&HIDHotplugManager::onLogin>::call, this);
+    linkInstallNameCallback(Callback<&HIDHotplugManager::onName>::call, this);
+    linkInstallSerialCallback(Callback<&HIDHotplugManager::onSerial>::call, this);
+    linkInstallVersionCallback(Callback<&HIDHotplugManager::onVersion>::call, this);
     linkInstallErrorCallback([](int code, std::uint16_t messageId, void*) {
         qDebug() << "错误回调 id:" << code << "msgid:" << messageId;
     });
-    linkInstallAttributeCallback(
-        [](const LinkInfo& info, std::uint16_t attID, const std::uint8_t* bytes, void* context) {
-            return static_cast<HIDHotplugManager*>(context)->onAttribute(info, attID, bytes);
-        },
-        this);
+    linkInstallAttributeCallback(Callback<&HIDHotplugManager::onAttribute>::call, this);
     for (const std::uint16_t messageId : {kPrivateGainLevel, kPrivateButton, kPrivateUpgrade}) {
-        linkRegisterMessage(
-            messageId,
-            [](const LinkFrame& frame, void* context) {
-                static_cast<HIDHotplugManager*>(context)->onPrivateMessage(frame);
-            },
-            nullptr, this);
+        linkRegisterMessage(messageId, Callback<&HIDHotplugManager::onPrivateMessage>::call, nullptr, this);
     }
 }
 
@@ -168,7 +152,8 @@ void HIDHotplugManager::onScanTimer() {
     if (present) {
         const UsbIdentity identity{found->vendor_id, found->product_id};
         if (identity == kMixdeskR2Bootloader) {
-            // The list of this one scan is not freed: the scan stops here until it is started again.
+            // The list of this one scan is not freed: no further scan runs until the manager is started
+            // again.
             stopAndDisconnectDevice();
             emit upgradeFirmwareSignal();
             return;
@@ -198,57 +183,49 @@ void HIDHotplugManager::onTimeout() {
     wakeLink();
     linkPoll();
     linkTick(1);
-    restLink();
+    pauseLink();
 }
 
-void HIDHotplugManager::restLink() {
+void HIDHotplugManager::pauseLink() {
     const std::uint32_t idleTicks = timers[1]->isActive() ? linkIdleTicks() : 0;
     if (idleTicks == 0) {
         return;
     }
-    restTicks = idleTicks;
-    restClock.start();
+    pauseTicks = idleTicks;
+    pauseClock.start();
     timers[1]->setInterval(kTickIntervalMs * static_cast<int>(idleTicks + 1));
 }
 
 void HIDHotplugManager::wakeLink() {
-    if (restTicks == 0) {
+    if (pauseTicks == 0) {
         return;
     }
     linkTick(static_cast<std::uint32_t>(
-        std::min<qint64>(restClock.elapsed() / kTickIntervalMs, std::exchange(restTicks, 0))));
+        std::min<qint64>(pauseClock.elapsed() / kTickIntervalMs, std::exchange(pauseTicks, 0))));
     timers[1]->setInterval(kTickIntervalMs);
 }
 
-int HIDHotplugManager::sendFrame(const QByteArray& frame) {
+int HIDHotplugManager::sendFrame(std::uint32_t, std::uint32_t length, const std::uint8_t* bytes) {
     if (!hidDevice->isOpen()) {
         return -1;
     }
-    const bool mixer = productId == kMixdeskR2.productId;
-    const bool microphone = productId == kVoxmicM40.productId || productId == kVoxmicT40.productId;
-    const qsizetype chunkBytes = mixer ? kMixerChunkBytes : kMicrophoneChunkBytes;
-    for (qsizetype offset = 0; offset < frame.size(); offset += chunkBytes) {
-        const QByteArray chunk = frame.mid(offset, chunkBytes);
-        QByteArray report;
-        if (mixer) {
-            report.append('\x01');                          // 0: report id
-            report.append(static_cast<char>(chunk.size())); // 1: bytes of the frame in this report
-        } else if (microphone) {
-            report.append('\x00'); // 0: no report id
-        }
-        report.append(chunk);
+    const qsizetype capacity = reportCapacity(productId);
+    for (QByteArrayView rest(bytes, static_cast<qsizetype>(length)); !rest.isEmpty();) {
+        const qsizetype count = std::min(capacity, rest.size());
+        const QByteArray report = reportOf(productId, rest.first(count));
         hidDevice->writeAll(report);
-        appendDataLog(QStringLiteral("TX"), report);
+        appendDataLog("TX", report);
+        rest = rest.sliced(count);
     }
     return 1;
 }
 
 void HIDHotplugManager::onReport(const QByteArray& report) {
-    const QByteArray bytes = productId == kMixdeskR2.productId ? report.mid(kMixerReportHeaderBytes) : report;
+    const QByteArrayView bytes = frameBytesOf(productId, report);
     wakeLink();
     linkFeed(static_cast<std::uint32_t>(linkChannel), static_cast<std::uint32_t>(bytes.size()),
              rawBytes(bytes));
-    appendDataLog(QStringLiteral("RX"), bytes);
+    appendDataLog("RX", bytes);
 }
 
 void HIDHotplugManager::emitDeviceConnected() {
@@ -278,8 +255,8 @@ int HIDHotplugManager::onName(const LinkInfo& info, const std::uint8_t* bytes) {
     if (info.status == kStatusTimedOut) {
         return 0;
     }
-    const QByteArray data = toByteArray(bytes, info.length);
-    const QString name = QString::fromUtf8(data.constData()); // up to the first NUL
+    const QByteArray data = bytesOf(info, bytes);
+    const QString name = textOf(data);
     if (name.isEmpty()) {
         return -1;
     }
@@ -293,8 +270,8 @@ int HIDHotplugManager::onSerial(const LinkInfo& info, const std::uint8_t* bytes)
     if (info.status == kStatusTimedOut) {
         return 0;
     }
-    const QByteArray data = toByteArray(bytes, info.length);
-    const QString serial = QString::fromUtf8(data.constData()); // up to the first NUL
+    const QByteArray data = bytesOf(info, bytes);
+    const QString serial = textOf(data);
     if (serial.isEmpty()) {
         return -1;
     }
@@ -322,12 +299,12 @@ int HIDHotplugManager::onAttribute(const LinkInfo& info, std::uint16_t attID, co
     if (info.status == kStatusTimedOut || info.length == 0 || attID == 0) {
         return -1;
     }
-    const QByteArray data = toByteArray(bytes, info.length);
+    const QByteArray data = bytesOf(info, bytes);
     const QVariantList list = byteArrayToVariantList(data);
     emit messageReceived(attID, list);
     qDebug() << "属性回调 " << "attID:" << attID << "数据:" << data.toHex()
              << "转换后数组长度:" << list.size();
-    appendAttributeLog(QStringLiteral("接收"), attID, data);
+    appendAttributeLog("接收", attID, data);
     return 0;
 }
 
@@ -350,7 +327,7 @@ void HIDHotplugManager::messageSend(std::uint16_t attID, const QByteArray& byteA
     wakeLink();
     linkSetAttribute(peerAddress, static_cast<std::uint8_t>(attID),
                      static_cast<std::uint8_t>(byteArray.size()), rawBytes(byteArray));
-    appendAttributeLog(QStringLiteral("发送"), attID, byteArray);
+    appendAttributeLog("发送", attID, byteArray);
 }
 
 void HIDHotplugManager::messageGet(std::uint16_t attID) {
@@ -395,7 +372,7 @@ void HIDHotplugManager::stopAndDisconnectDevice() {
 void HIDHotplugManager::startAndConnectDevice() {
     qDebug() << "HIDHotplugManager::startAndConnectDevice 启动监测并尝试连接设备";
     if (!timers[0]->isActive()) {
-        timers[0]->start(kScanIntervalMs);
+        timers[0]->start(intervals.scanMs);
     }
     if (!timers[1]->isActive()) {
         timers[1]->start(kTickIntervalMs);
@@ -411,7 +388,7 @@ void HIDHotplugManager::sendPriMessage(std::uint32_t msgid, const QByteArray& by
     frame.payload = rawBytes(byteArray);
     wakeLink();
     linkSend(kLinkTracked, frame);
-    appendAttributeLog(QStringLiteral("发送"), msgid, byteArray);
+    appendAttributeLog("发送", msgid, byteArray);
 }
 
 void HIDHotplugManager::waitForReaders() {

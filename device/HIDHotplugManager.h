@@ -1,5 +1,6 @@
 #pragma once
 
+#include "device/HIDIntervals.h"
 #include "device/link/Link.h"
 
 #include <QByteArray>
@@ -14,7 +15,7 @@
 
 class HIDDevice;
 
-/// The process-wide singleton through which everything reaches the device: it scans the HID bus for a known
+/// The process-wide singleton through which everything reaches the device. It scans the HID bus for a known
 /// device, opens it, drives the link stack with a tick of one millisecond, keeps the device information map,
 /// and offers the attribute and private message operations to QML (module `VexoDeckHIDHotplug`).
 ///
@@ -24,33 +25,34 @@ class HIDHotplugManager : public QObject {
     Q_OBJECT
 
 public:
-    /// The process-wide object, made at the first call, which is on the main thread.
+    /// The process-wide object. The first call creates it and is made on the main thread.
     static HIDHotplugManager* instance();
 
     /// Starts the scan (every 2000 ms) and the tick (1 ms) and initialises the link stack. While the link has
-    /// nothing to do, the tick's timer rests for the ticks in which that stays so, and makes up for them when
-    /// it wakes: a thousand idle wake-ups a second would keep the processor from sleeping.
-    explicit HIDHotplugManager(QObject* parent = nullptr);
+    /// nothing to do, the tick's timer pauses, and the manager counts the missed ticks when it wakes: a
+    /// thousand idle wake-ups a second would keep the processor from sleeping.
+    explicit HIDHotplugManager(QObject* parent = nullptr, const HIDIntervals& intervals = {});
     ~HIDHotplugManager() override;
 
-    /// A copy of the map of what is known of the device found last. Keys: `dpid` (USB product id: 0x1396
+    /// A copy of the map of what is known about the device found last. Keys: `dpid` (USB product id: 0x1396
     /// Voxmic M40, 0x1397 Voxmic T40, 0x9829 Mixdesk R2), `pid` and `vid` (of its link address, not USB ids),
     /// `name`, `sn`, `version` ("V2.05"). Never cleared: after a disconnection the old values stay.
     Q_INVOKABLE [[nodiscard]] QVariantMap getDeviceInfo() const;
 
-    /// Writes an attribute: tracked and retried by the link. `byteArray` of at most 200 bytes; a longer value
-    /// is dropped by the link. Nothing, not even a log line, while no device is open.
+    /// Writes an attribute; the link tracks and retries the write. The link cuts the size of `byteArray` to 8
+    /// bits and drops a value of more than 200 bytes. Does nothing, and logs nothing, while no device is
+    /// open.
     Q_INVOKABLE void messageSend(std::uint16_t attID, const QByteArray& byteArray);
-    /// Asks for one attribute; the answer comes as messageReceived. Nothing while no device is open.
+    /// Asks for one attribute; messageReceived brings the answer. Does nothing while no device is open.
     Q_INVOKABLE void messageGet(std::uint16_t attID);
-    /// Asks for all attributes. Nothing while no device is open.
+    /// Asks for all attributes. Does nothing while no device is open.
     Q_INVOKABLE void messageGetAll();
     /// Each byte as an unsigned number 0 to 255.
     Q_INVOKABLE [[nodiscard]] QVariantList byteArrayToVariantList(const QByteArray& byteArray) const;
 
     /// Closes all interfaces and stops scan and tick: the link stands still.
     Q_INVOKABLE void stopAndDisconnectDevice();
-    /// Starts what is stopped of scan and tick. The next scan comes 2000 ms later.
+    /// Starts scan and tick where they are stopped. The next scan comes 2000 ms later.
     Q_INVOKABLE void startAndConnectDevice();
 
     /// Sends a private message to the logged-in device, as a notification, or as a tracked request for
@@ -63,7 +65,7 @@ public:
 public slots:
     /// Runs one scan.
     void onScanTimer();
-    /// Runs one tick of the link, after those that it rested through: its periodic work, then its clock.
+    /// Runs one tick of the link: counts the ticks of a pause, does the periodic work, counts this tick.
     void onTimeout();
 
 signals:
@@ -83,13 +85,13 @@ private:
     void connectTransport();
     void installLinkCallbacks();
     void onReport(const QByteArray& report);
-    /// Lets the tick's timer rest, if it runs, for as long as the link has nothing to do.
-    void restLink();
-    /// Ends a rest: makes up for its ticks and lets the timer run each millisecond again. Comes before all
+    /// Pauses the tick's timer, if it runs, for as long as the link has nothing to do.
+    void pauseLink();
+    /// Ends a pause: counts its ticks and lets the timer run each millisecond again. Call it before anything
     /// that gives the link work.
     void wakeLink();
-    /// Sends one frame of the link in reports of the model's form; -1 while no device is open, otherwise 1.
-    int sendFrame(const QByteArray& frame);
+    /// Sends one frame of the link in the model's reports; -1 while no device is open, otherwise 1.
+    int sendFrame(std::uint32_t channel, std::uint32_t length, const std::uint8_t* bytes);
 
     void onLogin(std::uint8_t from, std::uint8_t type, const LinkAddress& address);
     int onName(const LinkInfo& info, const std::uint8_t* bytes);
@@ -99,6 +101,7 @@ private:
     void onPrivateMessage(const LinkFrame& frame);
     void emitDeviceConnected();
 
+    const HIDIntervals intervals;
     /// USB ids of the device found last.
     std::uint16_t vendorId = 0;
     std::uint16_t productId = 0;
@@ -108,9 +111,9 @@ private:
     LinkAddress peerAddress;
     /// [0] the scan, [1] the tick.
     std::array<QTimer*, 2> timers{};
-    /// The ticks that the present rest may take, 0 while the timer runs each millisecond.
-    std::uint32_t restTicks = 0;
-    QElapsedTimer restClock;
+    /// The longest that the present pause may be; 0 while the timer runs each millisecond.
+    std::uint32_t pauseTicks = 0;
+    QElapsedTimer pauseClock;
     /// The last scan saw a known device.
     bool online = false;
     /// The link's channel number for this transport.

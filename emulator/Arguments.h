@@ -1,5 +1,5 @@
-// The words of one command line, taken one after the other. A word that is missing or wrong is thrown as a
-// CommandError with a sentence for the person or script that wrote it.
+// The words of one command line, taken in order. A missing or wrong word throws a CommandError with a
+// sentence for the person or script that wrote it.
 #pragma once
 
 #include "emulator/Attributes.h"

@@ -17,7 +17,7 @@ std::vector<std::uint8_t> attributesOf(Model model);
 // id that no model has.
 std::string_view attributeName(Model model, std::uint8_t id);
 
-// The id of a name; both names of id 3 are understood for every model.
+// The id of a name; both names of id 3 are accepted for every model.
 std::optional<std::uint8_t> attributeByName(std::string_view name);
 
 // The value with which a model leaves the factory.

@@ -14,7 +14,7 @@ namespace vexo::emulator {
 using Bytes = std::vector<std::uint8_t>;
 using BytesView = std::span<const std::uint8_t>;
 
-// Upper-case digits without blanks: {5, 255} gives "05FF".
+// Upper-case digits without blanks: {5, 255} becomes "05FF".
 std::string toHex(BytesView bytes);
 
 // The reverse, digits of either case. Nothing when the text has an odd length or another character.

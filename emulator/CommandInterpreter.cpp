@@ -1,11 +1,58 @@
 #include "emulator/CommandInterpreter.h"
 
 #include <algorithm>
+#include <array>
+#include <utility>
 
 namespace vexo::emulator {
 namespace {
 
 constexpr std::uint64_t kAwayMs = 300;
+
+// A condition that holds by the state of the bus alone.
+struct StateCondition {
+    std::string_view name;
+    bool (*holds)(const VirtualBus& bus, std::size_t device);
+};
+
+template <typename Test>
+bool anyHost(const VirtualBus& bus, std::size_t device, Test test) {
+    return std::ranges::any_of(bus.device(device).link.knownHosts(), test);
+}
+
+bool isReady(const VirtualBus& bus, std::size_t device) {
+    const AnsweredCounts& answered = bus.device(device).answered;
+    return answered.name > 0 && answered.serial > 0 && answered.version > 0 &&
+           anyHost(bus, device, [](const LinkNode::Host& host) { return host.login && host.subscribed; });
+}
+
+constexpr std::array kStateConditions{
+    StateCondition{"open",
+                   [](const VirtualBus& bus, std::size_t device) {
+                       return bus.openHandles(device) > 0;
+                   }},
+    StateCondition{"closed",
+                   [](const VirtualBus& bus, std::size_t device) {
+                       return bus.openHandles(device) == 0;
+                   }},
+    StateCondition{"plugged",
+                   [](const VirtualBus& bus, std::size_t device) {
+                       return bus.isPlugged(device);
+                   }},
+    StateCondition{"unplugged",
+                   [](const VirtualBus& bus, std::size_t device) {
+                       return !bus.isPlugged(device);
+                   }},
+    StateCondition{"login",
+                   [](const VirtualBus& bus, std::size_t device) {
+                       return anyHost(bus, device, [](const LinkNode::Host& host) { return host.login; });
+                   }},
+    StateCondition{"ready", isReady},
+    StateCondition{"storm",
+                   [](const VirtualBus& bus, std::size_t device) {
+                       return !bus.device(device).stormRuns();
+                   }},
+};
 
 } // namespace
 
@@ -205,44 +252,22 @@ Json CommandInterpreter::clear(Arguments& arguments) {
     return Json::object();
 }
 
+std::function<bool()> CommandInterpreter::stateCondition(std::string_view name) {
+    const auto* const found = std::ranges::find(kStateConditions, name, &StateCondition::name);
+    if (found == kStateConditions.end()) {
+        return nullptr;
+    }
+    return [&theBus = std::as_const(bus), index = device, holds = found->holds] {
+        return holds(theBus, index);
+    };
+}
+
 std::function<bool()> CommandInterpreter::condition(Arguments& arguments, std::string_view name) {
+    if (std::function<bool()> state = stateCondition(name)) {
+        return state;
+    }
     const std::size_t index = device;
     VirtualBus& theBus = bus;
-    const auto anyHost = [&theBus, index](auto&& test) {
-        return std::ranges::any_of(theBus.device(index).link.knownHosts(), test);
-    };
-    if (name == "open") {
-        return [&theBus, index] {
-            return theBus.openHandles(index) > 0;
-        };
-    }
-    if (name == "closed") {
-        return [&theBus, index] {
-            return theBus.openHandles(index) == 0;
-        };
-    }
-    if (name == "plugged") {
-        return [&theBus, index] {
-            return theBus.isPlugged(index);
-        };
-    }
-    if (name == "unplugged") {
-        return [&theBus, index] {
-            return !theBus.isPlugged(index);
-        };
-    }
-    if (name == "login") {
-        return [anyHost] {
-            return anyHost([](const LinkNode::Host& host) { return host.login; });
-        };
-    }
-    if (name == "ready") {
-        return [anyHost, &theBus, index] {
-            const AnsweredCounts& answered = theBus.device(index).answered;
-            return answered.name > 0 && answered.serial > 0 && answered.version > 0 &&
-                   anyHost([](const LinkNode::Host& host) { return host.login && host.subscribed; });
-        };
-    }
     if (name == "attribute") {
         const std::uint8_t id = attributeOfTarget(arguments);
         return [&theBus, index, id] {
@@ -263,11 +288,6 @@ std::function<bool()> CommandInterpreter::condition(Arguments& arguments, std::s
         const auto messageId = static_cast<std::uint16_t>(arguments.number("MSGID", 0, 0xFFFF));
         return [&theBus, index, messageId] {
             return theBus.log.framesWith(index, messageId) > 0;
-        };
-    }
-    if (name == "storm") {
-        return [&theBus, index] {
-            return !theBus.device(index).stormRuns();
         };
     }
     if (name == "quiet") {

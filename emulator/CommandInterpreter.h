@@ -1,4 +1,4 @@
-// The command language: one line in, one JSON object out. docs/emulator.md tells every command.
+// The command language: one line in, one JSON object out. docs/emulator.md lists every command.
 //
 // One thread, that of the bus.
 #pragma once
@@ -8,17 +8,17 @@
 
 namespace vexo::emulator {
 
-// Times in commands are never longer.
+// The longest time in a command.
 inline constexpr std::uint64_t kLongestMs = 24ULL * 3600 * 1000;
 
 class CommandInterpreter {
 public:
-    // A command whose answer comes when a condition holds.
+    // A command that is answered when a condition holds.
     struct Wait {
         std::function<bool()> holds;
         std::uint64_t startedAtMs = 0;
         std::uint64_t timeoutMs = 0;
-        // What is waited for, for the sentence after a time-out.
+        // Named in the answer after a time-out.
         std::string condition;
     };
 
@@ -31,13 +31,13 @@ public:
 
     explicit CommandInterpreter(VirtualBus& virtualBus) : bus(virtualBus) {}
 
-    // Carries out one line, and sends off what it made the devices say.
+    // Executes one line and sends the frames that it made the devices produce.
     Outcome execute(std::string_view line);
 
-    // The answer of a wait that holds or has timed out; nothing while it goes on.
+    // The answer of a wait whose condition holds or that has timed out; nothing before.
     std::optional<Json> resolve(const Wait& wait) const;
 
-    // How each command is written, in the order of the documentation.
+    // The syntax of each command, in the order of the documentation.
     static std::vector<std::string_view> usages();
 
 private:
@@ -80,14 +80,17 @@ private:
     Json answer(Arguments& arguments);
 
     VirtualDevice& target() { return bus.device(device); }
-    // A device name as the next word makes that the target.
+    // If the next word is a device name, makes that device the target.
     void takeDevice(Arguments& arguments);
+    // A condition on the target, with the words that belong to it.
     std::function<bool()> condition(Arguments& arguments, std::string_view name);
+    // One that has no further words; empty for any other name.
+    std::function<bool()> stateCondition(std::string_view name);
     Json describeAttribute(std::uint8_t id);
     std::uint8_t attributeOfTarget(Arguments& arguments);
 
     VirtualBus& bus;
-    // Of the command that is carried out.
+    // Of the command in execution.
     std::size_t device = 0;
     Outcome outcome;
 };

@@ -14,9 +14,9 @@ namespace {
 
 // As many unread reports as the kernel keeps for a program that has a device open.
 constexpr std::size_t kReportQueue = 64;
-// How often conditions that somebody waits for are looked at.
+// How often the conditions of waits are checked.
 constexpr int kConditionPeriodMs = 5;
-// A command line is never longer.
+// The longest command line.
 constexpr std::size_t kLongestLine = 1U << 16U;
 constexpr std::string_view kPrompt = "vexo> ";
 

@@ -1,7 +1,7 @@
-// Which disturbances strike the wire, by chance and by seed.
+// Which faults happen on the wire, at random from a seed.
 //
-// Every decision takes numbers from one generator in the order in which reports, frames and answers come by,
-// so that the same seed and the same traffic give the same faults.
+// Every decision draws from one generator, in the order of the reports, frames and answers. So the same seed
+// and the same traffic produce the same faults.
 #pragma once
 
 #include "emulator/Random.h"
@@ -38,7 +38,7 @@ struct FaultKindInfo {
     std::string_view word;
     // Milliseconds when none are given; 0 for a kind that takes no amount.
     std::uint32_t amountMs;
-    // Whether it can strike what the host sends.
+    // Whether it can happen to what the host sends.
     bool toDevice;
 };
 
@@ -62,11 +62,11 @@ public:
     // No faults; the counts start again.
     void off();
 
-    // Whether the fault strikes now. Takes a number from the generator only when the fault is set.
+    // Whether the fault happens now. Draws from the generator only when the fault is set.
     bool strikes(FaultKind kind, Direction direction);
-    // For a fault that struck: where or how much, 0 to bound - 1.
+    // For a fault that happens: where or how much, 0 to bound - 1.
     std::uint64_t below(std::uint64_t bound) { return random.below(bound); }
-    // How often it struck.
+    // How often it happened.
     std::uint64_t happened(FaultKind kind) const { return counts[index(kind)]; }
 
 private:

@@ -39,7 +39,7 @@ Bytes wireMessage(WireType type, BytesView body);
 void appendText(Bytes& body, std::string_view text);
 void appendInterface(Bytes& body, const InterfaceInfo& info);
 
-// Takes values from a body; one that is too short gives zeros and ok false from then on.
+// Takes values from a body. Past the end of a short body the values are zeros and ok() is false.
 class WireReader {
 public:
     explicit WireReader(BytesView body) : rest(body) {}
@@ -58,7 +58,7 @@ private:
     bool intact = true;
 };
 
-// Gathers bytes until a message is complete.
+// Collects bytes until a message is complete.
 class WireBuffer {
 public:
     struct Message {
@@ -67,11 +67,11 @@ public:
     };
 
     void add(BytesView bytes) { buffer.insert(buffer.end(), bytes.begin(), bytes.end()); }
-    // How many more bytes the message under way wants, as far as is known: first those of its header.
+    // How many more bytes the message needs, as far as is known: first those of its header.
     std::size_t missing() const;
     // The complete message at the front, taken out; nothing while it is not complete.
     std::optional<Message> take();
-    // The message at the front is longer than any can be.
+    // Whether the message at the front is longer than allowed.
     bool broken() const;
 
 private:

@@ -1,4 +1,4 @@
-// The answers' JSON: objects for devices and records. Their shapes are told in docs/emulator.md.
+// The answers' JSON: objects for devices and records. docs/emulator.md describes them.
 #pragma once
 
 #include "emulator/VirtualBus.h"

@@ -75,11 +75,11 @@ struct LinkFrame {
     bool operator==(const LinkFrame&) const = default;
 };
 
-// The frame's bytes. A payload above 500 bytes is written all the same: a disturbed device may do so.
+// The frame's bytes. A payload above 500 bytes is written too: a faulty device may do so.
 Bytes encodeFrame(const LinkFrame& frame);
 
 // Finds frames in the bytes of successive reports. After a 0x55 that is followed by a byte whose high nibble
-// is not 1 the rest of the report is thrown away, as the devices do.
+// is not 1 the rest of the report is dropped, as the devices do.
 class FrameReader {
 public:
     struct Counters {
@@ -91,7 +91,7 @@ public:
         std::uint64_t strayBytes = 0;
     };
 
-    // Reads one report's bytes and hands over each frame that ends in them.
+    // Reads one report's bytes and calls back with each frame that ends in them.
     void feed(BytesView report, const std::function<void(LinkFrame&&)>& onFrame);
     // Forgets a frame that was begun; counters stay.
     void restart() { partial.clear(); }

@@ -108,7 +108,7 @@ void LinkNode::onHello(const LinkFrame& frame) {
     }
     const std::uint32_t theirUpTimeMs = readU32(frame.payload, 6);
     if (frame.source == settings.address) {
-        // Two nodes with one address: the younger one moves away.
+        // Two nodes have one address: the younger one takes another.
         if (theirUpTimeMs > upTimeMs()) {
             moveToFreeAddress();
             sendHello(kBroadcast, kNotification, ++helloSequence);
@@ -275,7 +275,7 @@ void LinkNode::advance(std::uint64_t nowMs) {
     std::erase_if(hosts, [&](const Host& host) { return host.expiresAtMs <= now; });
     if (helloAtMs <= now) {
         sendHello(kBroadcast, kNotification, ++helloSequence);
-        // An interval of 0 would be a hello without end.
+        // An interval of 0 would repeat the hello without end.
         helloAtMs = now + std::max<std::uint64_t>(1, helloIntervalMs(settings.intervalCode));
     }
     for (Host& host : hosts) {

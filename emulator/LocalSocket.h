@@ -1,4 +1,4 @@
-// The transport between the emulator, the drop-in hidapi and whoever gives commands: a byte stream on this
+// The transport between the emulator, the drop-in hidapi and the senders of commands: a byte stream on this
 // machine. This header is all that the rest knows of it; LocalSocketUnix.cpp is its body for unix domain
 // sockets and loopback TCP, LocalSocketWindows.cpp for loopback TCP alone.
 //

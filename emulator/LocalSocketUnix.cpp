@@ -19,7 +19,7 @@ namespace vexo::emulator {
 namespace {
 
 constexpr const char* kFileName = "vexo-emulator.sock";
-// As long as a USB transfer may take before the kernel gives it up.
+// As long as a USB transfer may take before the kernel aborts it.
 constexpr timeval kSendTimeout{.tv_sec = 5, .tv_usec = 0};
 // Small, so that reports queue up in the sender, where they are counted, and not in the kernel.
 constexpr int kSendBufferBytes = 4096;

@@ -8,7 +8,7 @@
 namespace vexo::emulator {
 namespace {
 
-// As long as a USB transfer may take before the system gives it up, in milliseconds.
+// As long as a USB transfer may take before the system aborts it, in milliseconds.
 constexpr DWORD kSendTimeoutMs = 5000;
 
 // Winsock's handles are kernel handles, of which 32 bits count.

@@ -1,4 +1,4 @@
-// What tells the models apart on the USB bus: identities, interfaces, report descriptors and report layouts.
+// What the models are on the USB bus: identities, interfaces, report descriptors and report layouts.
 #pragma once
 
 #include "emulator/Bytes.h"

@@ -1,4 +1,4 @@
-// Chance that can be repeated: the same seed gives the same numbers with every compiler and library.
+// Repeatable random numbers: the same seed yields the same numbers with every compiler and library.
 #pragma once
 
 #include <cstdint>

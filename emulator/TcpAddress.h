@@ -10,7 +10,7 @@ namespace vexo::emulator {
 
 bool isTcpAddress(std::string_view address);
 
-// The port of such an address; nothing when what stands behind the prefix is none.
+// The port of such an address; nothing when there is no port behind the prefix.
 std::optional<std::uint16_t> portOfTcpAddress(std::string_view address);
 
 std::string tcpAddressOf(std::uint16_t port);

@@ -94,7 +94,7 @@ bool VirtualBus::unplug(std::size_t index) {
     slot.toDevice.clear();
     slot.lateMessages.clear();
     slot.openChunk.clear();
-    // Nobody is on the link of a device without power.
+    // A device without power has no link.
     slot.device->powerOn(now);
     const std::vector<OpenHandle> handles = std::exchange(slot.handles, {});
     for (const OpenHandle& handle : handles) {
@@ -295,7 +295,7 @@ void VirtualBus::flushChunk(Slot& slot, bool padded) {
                   .frameBegin = info.reportHeader,
                   .frameEnd = info.reportHeader + slot.openChunk.size()};
     slot.openChunk.clear();
-    // A host asks a device for reports only while somebody has it open.
+    // A host polls a device for reports only while a program has it open.
     const HidInterface* const interface = linkInterface(slot.device->model);
     if (std::ranges::find(slot.handles, interface, &OpenHandle::interface) != slot.handles.end()) {
         slot.toHost.push(std::move(report), now);

@@ -17,7 +17,7 @@ class VirtualBus {
 public:
     using HandleId = std::uint64_t;
 
-    // Who reads the reports. Called while a function of the bus runs; must not call the bus.
+    // Receives the reports. Called while a function of the bus runs; must not call the bus.
     struct Listener {
         std::function<void(HandleId handle, const Bytes& report)> inputReport;
         // The handle is gone.
@@ -38,8 +38,7 @@ public:
 
     // Brings everything up to this time, event by event.
     void advance(std::uint64_t nowMs);
-    // Sends off what the devices were made to say, without a step of time. After any call of a device's
-    // function.
+    // Sends what the devices have produced, without a step of time. Call it after any function of a device.
     void settle();
     std::uint64_t nextEventAtMs() const;
     std::uint64_t timeMs() const { return now; }
@@ -57,7 +56,7 @@ public:
     // When the host last sent a frame other than hello; 0 when it never did.
     std::uint64_t lastHostFrameMs(std::size_t index) const { return slots[index]->lastHostFrameMs; }
 
-    // True when that changed anything. Unplugging ends every open handle.
+    // True if that changed anything. Unplugging ends every open handle.
     bool plug(std::size_t index);
     bool unplug(std::size_t index);
     // Unplugs, loses settings, and plugs again after this time.
@@ -72,7 +71,7 @@ public:
     void close(HandleId handle);
     // A report from the host, report id first. False when the handle is gone.
     bool write(HandleId handle, Bytes report);
-    // Feature reports are kept and given back; false or nothing when there is no such interface or report.
+    // Feature reports are stored and returned. False or nothing when there is no such interface or report.
     bool storeFeatureReport(const std::string& path, Bytes report);
     std::optional<Bytes> featureReport(const std::string& path, std::uint8_t reportId) const;
 
@@ -95,9 +94,9 @@ private:
         std::vector<OpenHandle> handles;
         ReportPipe toHost;
         ReportPipe toDevice;
-        // Answers that come late.
+        // Delayed answers.
         std::multimap<std::uint64_t, std::vector<LinkFrame>> lateMessages;
-        // The report that is being filled, while the device still speaks.
+        // The report that is being filled.
         Bytes openChunk;
         std::map<std::string, std::map<std::uint8_t, Bytes>> features;
         DeviceCounters counters;

@@ -321,8 +321,8 @@ void VirtualDevice::advanceAutoGain() {
         return;
     }
     if (autoGainEndsAtMs <= now) {
-        // The host takes a report of auto_gain 0 for a cancelled run, so the end is told by the gain alone if
-        // the plan does not say otherwise.
+        // The host takes a report of auto_gain 0 for a cancelled run. So by default only the gain is reported
+        // at the end.
         autoGainRunning = false;
         attributes[kAttributeAutoGain] = {0};
         attributes[kAttributeMicGain] = {autoGainPlan.step};
@@ -331,7 +331,7 @@ void VirtualDevice::advanceAutoGain() {
             notify(kAttributeAutoGain);
         }
     } else if (nextLevelAtMs <= now) {
-        // A voice goes up and down by a few steps.
+        // A voice varies by a few steps.
         level = std::clamp(level + static_cast<int>(random.below(9)) - 4, 0, kHighestLevel);
         nextLevelAtMs = now + autoGainPlan.periodMs;
         link.sendToHosts(kNotification, kGainLevel, {static_cast<std::uint8_t>(level)});

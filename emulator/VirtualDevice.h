@@ -1,5 +1,5 @@
-// One virtual device: what it says of itself, its attributes, its button and its automatic gain. It takes
-// frames' bytes and gives messages; reports, faults and sockets are somebody else's (VirtualBus).
+// One virtual device: its identity, its attributes, its button and its automatic gain. It takes the bytes of
+// frames and produces messages; VirtualBus has the reports and faults, EmulatorServer the sockets.
 //
 // Times are milliseconds of the caller's clock and never go back. One thread.
 #pragma once
@@ -19,7 +19,7 @@ struct DeviceIdentity {
     std::uint8_t versionMinor = 0;
 };
 
-// How the device treats each kind of question beside hello and login, which LinkSettings has.
+// How the device answers each kind of request. LinkSettings has hello and login.
 struct AnswerSettings {
     Answering name = Answering::On;
     Answering serial = Answering::On;
@@ -39,18 +39,18 @@ struct AnsweredCounts {
 
 // The mixer's automatic gain: levels while it listens, then a gain step.
 struct AutoGainPlan {
-    // Without it the measurement runs on, and the host hears nothing of it.
+    // If false, the measurement runs but the host gets no message of it.
     bool answers = true;
     std::uint64_t durationMs = 10000;
     std::uint64_t periodMs = 100;
     std::uint8_t step = 18;
-    // The end is also told by a report of 0.
+    // Whether a report of 0 marks the end too.
     bool reportsEnd = false;
 };
 
 class VirtualDevice {
 public:
-    // What a device tells its surroundings.
+    // What a device notifies its owner of.
     struct Events {
         // The frames of one message to the host.
         std::function<void(std::vector<LinkFrame> pieces)> messageToHost;
@@ -60,11 +60,11 @@ public:
         std::function<void(std::uint8_t id, const Bytes& value, std::uint8_t status)> attributeFromHost;
     };
 
-    // The ordinal counts the devices of one model from 0: it tells address and serial number apart.
+    // The ordinal counts the devices of one model from 0; address and serial number follow from it.
     VirtualDevice(Model deviceModel, std::uint8_t ordinal, std::uint64_t seed, Events deviceEvents);
 
     void powerOn(std::uint64_t nowMs);
-    // Settings go back to those of the factory, without a word to anybody.
+    // Restores the factory's settings without a notification.
     void loseSettings();
     void reseed(std::uint64_t seed) { random = Random(seed); }
 
@@ -73,7 +73,7 @@ public:
     void advance(std::uint64_t nowMs);
     std::uint64_t nextEventAtMs() const;
 
-    // Turns a knob. The model must have the attribute. The result says how many hosts were notified.
+    // Turns a knob. The model must have the attribute. Returns how many hosts were notified.
     std::size_t turn(std::uint8_t id, const Bytes& value, std::uint64_t nowMs);
     // COUNT changes of an attribute, or private messages (ids from 0x8000), at this rate from now on.
     void startStorm(std::uint64_t count, std::uint64_t perSecond, std::uint16_t target, std::uint64_t nowMs);
@@ -110,9 +110,9 @@ private:
     void answerRead(const LinkFrame& request);
     void answerMultiWrite(const LinkFrame& request);
     void answerMultiRead(const LinkFrame& request);
-    // Stores a value that the host wrote; the result is the status.
+    // Stores a value that the host wrote; returns the status.
     std::uint8_t store(std::uint8_t id, const Bytes& value);
-    // What a value that was written makes the device do, after the answer.
+    // The device's reaction to a written value, after the answer.
     void react(std::uint8_t id, const Bytes& value);
     void resetToFactory();
     std::size_t notify(std::uint8_t id);

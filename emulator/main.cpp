@@ -1,4 +1,4 @@
-// The emulator's command line. docs/emulator.md tells what each option does.
+// The emulator's command line. docs/emulator.md lists the options.
 
 #include "emulator/EmulatorServer.h"
 #include "emulator/FriendlyText.h"
@@ -41,7 +41,7 @@ int complain(const std::string& sentence) {
     return 1;
 }
 
-// Throws a CommandError with a sentence when the words make no sense.
+// Throws a CommandError with a sentence when a word is wrong.
 Options parse(std::span<char*> words) {
     Options options;
     for (std::size_t i = 0; i < words.size(); ++i) {
@@ -82,7 +82,7 @@ Options parse(std::span<char*> words) {
     return options;
 }
 
-// Gives commands to the emulator that runs; 0 when every answer says ok.
+// Sends commands to the running emulator. Returns 0 when every answer is ok.
 int sendCommands(const std::string& path, const std::vector<std::string>& commands) {
     LocalSocket socket = LocalSocket::connectTo(path);
     if (!socket.isOpen()) {
@@ -134,6 +134,58 @@ bool readsStandardInput(bool prompt) {
     return prompt || S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) || S_ISREG(status.st_mode);
 }
 
+// False when there is no pipe for the stop signals.
+bool installSignals(std::array<int, 2>& stopPipe) {
+    if (pipe2(stopPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+        return false;
+    }
+    stopSignal = stopPipe[1];
+    std::signal(SIGTERM, onStopSignal);
+    std::signal(SIGINT, onStopSignal);
+    // The reader of our answers may end before us.
+    std::signal(SIGPIPE, SIG_IGN);
+    return true;
+}
+
+// The socket at the path, and the one on TCP when it is wanted. None when one of them fails, with the reason.
+std::vector<LocalSocket> openListeners(const Options& options, const std::string& path, std::string& error) {
+    std::vector<LocalSocket> listeners;
+    listeners.push_back(LocalSocket::listenAt(path, error));
+    if (!listeners.front().isOpen()) {
+        return {};
+    }
+    if (options.tcpPort) {
+        listeners.push_back(LocalSocket::listenAt(tcpAddressOf(*options.tcpPort), error));
+        if (!listeners.back().isOpen()) {
+            unlink(path.c_str());
+            return {};
+        }
+    }
+    return listeners;
+}
+
+void announce(const Options& options, const VirtualBus& bus, const std::string& path,
+              const std::string& tcpAddress) {
+    std::cerr << "vexo-emulator: seed " << options.seed << '\n';
+    if (options.prompt) {
+        std::cout << friendlyWelcome(bus, path) << std::flush;
+        return;
+    }
+    Json names = Json::array();
+    for (std::size_t i = 0; i < bus.deviceCount(); ++i) {
+        names.push_back(bus.deviceName(i));
+    }
+    Json ready = {{"ok", true},
+                  {"ready", true},
+                  {"socket", path},
+                  {"seed", options.seed},
+                  {"devices", std::move(names)}};
+    if (!tcpAddress.empty()) {
+        ready["tcp"] = tcpAddress;
+    }
+    std::cout << toLine(ready) << '\n' << std::flush;
+}
+
 int serve(const Options& options) {
     if (options.uhid) {
         if (const std::optional<std::string> reason = UhidBridge::whyNot()) {
@@ -141,31 +193,16 @@ int serve(const Options& options) {
         }
     }
     std::array<int, 2> stopPipe{};
-    if (pipe2(stopPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+    if (!installSignals(stopPipe)) {
         return complain("no pipe can be made");
     }
-    stopSignal = stopPipe[1];
-    std::signal(SIGTERM, onStopSignal);
-    std::signal(SIGINT, onStopSignal);
-    // Whoever reads our answers may go away.
-    std::signal(SIGPIPE, SIG_IGN);
-
     const std::string path = socketPath(options.socket);
     std::string error;
-    std::vector<LocalSocket> listeners;
-    listeners.push_back(LocalSocket::listenAt(path, error));
-    if (!listeners.front().isOpen()) {
+    std::vector<LocalSocket> listeners = openListeners(options, path, error);
+    if (listeners.empty()) {
         return complain(error);
     }
-    std::string tcpAddress;
-    if (options.tcpPort) {
-        listeners.push_back(LocalSocket::listenAt(tcpAddressOf(*options.tcpPort), error));
-        if (!listeners.back().isOpen()) {
-            unlink(path.c_str());
-            return complain(error);
-        }
-        tcpAddress = listeners.back().tcpAddress();
-    }
+    const std::string tcpAddress = options.tcpPort ? listeners.back().tcpAddress() : std::string();
     VirtualBus bus(options.models, options.seed);
     if (options.plug) {
         for (std::size_t i = 0; i < bus.deviceCount(); ++i) {
@@ -179,25 +216,7 @@ int serve(const Options& options) {
     const EmulatorServer::Options serverOptions{.standardInput = readsStandardInput(options.prompt),
                                                 .prompt = options.prompt};
     EmulatorServer server(bus, std::move(listeners), uhid.get(), stopPipe[0], serverOptions);
-
-    std::cerr << "vexo-emulator: seed " << options.seed << '\n';
-    if (options.prompt) {
-        std::cout << friendlyWelcome(bus, path) << std::flush;
-    } else {
-        Json names = Json::array();
-        for (std::size_t i = 0; i < bus.deviceCount(); ++i) {
-            names.push_back(bus.deviceName(i));
-        }
-        Json ready = {{"ok", true},
-                      {"ready", true},
-                      {"socket", path},
-                      {"seed", options.seed},
-                      {"devices", std::move(names)}};
-        if (!tcpAddress.empty()) {
-            ready["tcp"] = tcpAddress;
-        }
-        std::cout << toLine(ready) << '\n' << std::flush;
-    }
+    announce(options, bus, path, tcpAddress);
     server.run();
     unlink(path.c_str());
     return 0;

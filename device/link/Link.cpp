@@ -18,7 +18,7 @@ using vexo::link::stack;
 void linkInit() {
     std::construct_at(&stack());
     stack().hostChid = vexo::link::kHostFirstChid;
-    // The texts of the build, so that two builds of the program pick different ids in an address conflict.
+    // Seeded with the time of the build, so that two builds pick different ids in an address conflict.
     std::srand(vexo::link::seedOf(__DATE__, __TIME__));
     vexo::link::registerIdentityMessages();
     vexo::link::registerAttributeMessages();

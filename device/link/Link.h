@@ -3,8 +3,8 @@
 // The link stack: frames, peers, requests and messages between this program and a device.
 //
 // Plain functions over static tables. There is one stack in a process. It makes no calls to the operating
-// system, takes no memory from the heap and holds no thread: it is fed with bytes (`linkFeed`) and ticks
-// (`linkPoll`, then `linkTick(1)`, once a millisecond), and it calls back. All functions belong to one
+// system, takes no memory from the heap and owns no thread: its user feeds it with bytes (`linkFeed`) and
+// ticks (`linkPoll`, then `linkTick(1)`, once a millisecond), and it calls back. All functions belong to one
 // thread. A callback may call any of them, `linkPoll` too (a nested event loop does), except `linkInit`; the
 // error callback calls none of them.
 //
@@ -43,8 +43,8 @@ inline constexpr std::uint16_t kLinkMessageSubscribe = 34; // kind 2: an attribu
 // Payload bytes of one frame on the wire. A longer message is cut into fragments.
 inline constexpr std::uint16_t kLinkMaxPayload = 500;
 
-// One frame. `payload` has `length` bytes and may be null when `length` is 0. It belongs to the giver: the
-// stack copies what it keeps, and what a callback is given is valid until the callback returns.
+// One frame. `payload` has `length` bytes and may be null when `length` is 0. It belongs to the caller: the
+// stack copies what it keeps. A payload that a callback gets is valid until the callback returns.
 struct LinkFrame {
     std::uint8_t kind = kLinkRequest;
     std::uint16_t length = 0;
@@ -55,7 +55,7 @@ struct LinkFrame {
     const std::uint8_t* payload = nullptr;
 };
 
-// What every answer callback is told beside its bytes.
+// What every answer callback gets beside its bytes.
 struct LinkInfo {
     std::uint8_t kind = 0;       // of the frame; of the request for a time-out
     LinkAddress address{};       // the sender; for a time-out the peer that was asked
@@ -134,12 +134,12 @@ void linkInstallAttributeCallback(LinkAttributeCallback callback, void* context 
 void linkInstallErrorCallback(LinkErrorCallback callback, void* context = nullptr);
 
 // Takes the first free of the channels 1 and 2 for a transport. `sendFunction` is not null.
-// Gives the channel's number, or 0 with error 7. A channel stays taken until `linkInit`.
+// Returns the channel's number, or 0 with error 7. A channel stays taken until `linkInit`.
 [[nodiscard]] std::uint32_t linkOpenChannel(LinkSendFunction sendFunction, void* context = nullptr);
 
-// The byte parser. Takes any bytes in any portions; frames need not agree with portions. Finished frames wait
-// in a queue of 200 for `linkPoll`; nothing but the error callback is called from here.
-// Gives 0; 26 for a channel above 2, 27 for a channel that is not open; 45 when a byte 0x55 was followed by
+// The byte parser. Accepts any bytes in any portions: a frame may span portions, a portion may hold several
+// frames. Complete frames wait in a queue of 200 for `linkPoll`; only the error callback is called from here.
+// Returns 0; 26 for a channel above 2, 27 for a channel that is not open; 45 when a byte 0x55 was followed by
 // one whose high nibble is not 1: the rest of `bytes` is then thrown away.
 int linkFeed(std::uint32_t channel, std::uint32_t length, const std::uint8_t* bytes);
 
@@ -150,13 +150,13 @@ void linkPoll();
 // Adds to the millisecond counter.
 void linkTick(std::uint32_t milliseconds);
 
-// How many of the coming ticks linkPoll would find nothing to do in, provided that nothing is fed or sent
-// meanwhile: 0 while a frame waits, at most 51 (the ageing of peers), 50 once linkTick has followed the poll.
-// A caller may sleep that long and then make up for it with one call of linkTick.
+// The number of coming ticks in which linkPoll has nothing to do, if nothing is fed or sent meanwhile: 0
+// while a frame waits, at most 51 (the ageing of peers), at most 50 when linkTick has followed the poll. A
+// caller may sleep that long and then count these ticks with one call of linkTick.
 [[nodiscard]] std::uint32_t linkIdleTicks();
 
 // Takes the first free of 256 handler entries. Each of the two handlers may be null. Of several handlers for
-// one id the first registered is called. Gives 0, or 1 when the table is full.
+// one id the first registered is called. Returns 0, or 1 when the table is full.
 int linkRegisterMessage(std::uint16_t messageId, LinkFrameHandler onMessage, LinkFrameHandler onTimeout,
                         void* context = nullptr);
 
@@ -170,9 +170,9 @@ inline constexpr std::uint32_t kLinkCancel = 4;       // with kLinkTracked: canc
 // in dispatch when there is one and kLinkKeepSequence is not set, otherwise the caller's. A message to an
 // address that is no peer is dropped silently (a tracked one still times out). A tracked request goes out at
 // most 4 times, 1001 ticks apart, until its answer comes. kLinkTracked with kLinkCancel sends nothing: it
-// ends a pending request with the same message id and destination, whose onTimeout is called. Gives 0; 1 when
-// all 200 pending entries are taken and the message went out untracked; 241 with error 12 when there is no
-// memory to keep a tracked message, which is then not sent.
+// ends a pending request with the same message id and destination, whose onTimeout is called. Returns 0; 1
+// when all 200 pending entries are taken and the message went out untracked; 241 with error 12 when there is
+// no memory to keep a tracked message, which is then not sent.
 int linkSend(std::uint32_t flags, const LinkFrame& frame);
 
 // Tracked queries, answered through the name, serial and version callbacks; the subscription to attribute

@@ -29,8 +29,8 @@ LinkInfo infoOf(const LinkFrame& frame, std::uint8_t status) {
     return {frame.kind, frame.source, frame.messageId, 0, status};
 }
 
-// Tells the value of the record (attID, length, value) at the beginning of `records` and gives what follows
-// it: nothing when the record reaches past the end, which is not told.
+// Calls back with the value of the record (attID, length, value) at the beginning of `records` and returns
+// what follows it. A record that reaches past the end is dropped, and nothing follows it.
 Bytes callForRecord(const LinkInfo& info, Bytes records) {
     constexpr std::size_t kRecordHeader = 2;
     if (records.size() < kRecordHeader || records.size() - kRecordHeader < records[1]) {

@@ -13,7 +13,7 @@ inline constexpr int kSendTooLong = 235;        // more than 500 bytes of payloa
 inline constexpr int kSendPayloadMissing = 237; // a length without a payload
 inline constexpr int kSendOutOfMemory = 241;    // error 12 is reported
 
-// Writes one frame as bytes and hands it to the channel's send function. Gives 0 or one of the above.
+// Writes one frame as bytes and hands it to the channel's send function. Returns 0 or one of the above.
 int sendOnChannel(std::uint32_t channel, const LinkFrame& frame);
 
 // sendOnChannel on all used channels.

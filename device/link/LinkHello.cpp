@@ -90,7 +90,7 @@ void answerHello(std::uint32_t channel, const LinkFrame& request) {
     sendOnChannel(channel, frame);
 }
 
-// CHID 0 stands for a node without an id and is not taken.
+// CHID 0 means a node without an id and is never picked.
 std::uint8_t pickChid() {
     LinkAddress candidate = hostAddress();
     do {

@@ -24,13 +24,13 @@ struct HelloRecord {
 // nibble. At most 0x7FFFFFFF / 3, so that three intervals fit in a peer's time.
 [[nodiscard]] std::uint32_t helloIntervalMs(std::uint8_t intervalCode);
 
-// The part of a hello that comes before the common ways of a frame: answer, address conflict, registration.
+// What a hello causes beyond the common handling of frames: answer, address conflict, registration.
 void receiveHello(std::uint32_t channel, const LinkFrame& frame);
 
 // Sends a hello of kind 2 to one address on one channel.
 void sendDirectedHello(std::uint32_t channel, const LinkAddress& destination);
 
-// How many ticks stand between now and the next broadcast: 0 when it is due.
+// The ticks from now to the next broadcast; 0 when it is due.
 [[nodiscard]] std::uint32_t ticksToHello();
 
 // Broadcasts a hello when more than 1024 ticks have passed since the last.

@@ -1,6 +1,6 @@
 #pragma once
 
-// What tests and measurements may see of the stack. Nothing here changes it.
+// Read-only view of the stack for tests and measurements.
 
 #include "device/link/Link.h"
 

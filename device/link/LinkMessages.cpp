@@ -26,7 +26,7 @@ void callAnswer(const Callback<LinkAnswerCallback>& callback, LinkInfo info,
     }
 }
 
-// The answers' common part: nothing but the status is told of a failure.
+// Common to all answers: for a failure the callback gets the status and no bytes.
 void callAnswerOf(const LinkFrame& response, const Callback<LinkAnswerCallback>& callback,
                   std::span<const std::uint8_t> bytes) {
     const LinkInfo info{response.kind, response.source, response.messageId, 0, statusOf(response)};

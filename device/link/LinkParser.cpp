@@ -1,5 +1,5 @@
-// The byte parser. It is defined byte by byte; here runs of bytes that belong together are taken at once,
-// with the same results.
+// The byte parser. The protocol defines it byte by byte; this one handles runs of bytes at once, with the
+// same results.
 
 #include "device/link/LinkReceiver.h"
 #include "device/link/LinkState.h"
@@ -70,6 +70,36 @@ void finishFrame(std::uint32_t channel, ParserState& parser, std::uint8_t checks
     }
 }
 
+// The next bytes of the header, of `available` at `bytes`. Returns how many were taken.
+std::uint32_t takeHeaderBytes(ParserState& parser, const std::uint8_t* bytes, std::uint32_t available) {
+    const std::uint32_t count = std::min(available, kHeaderLength - parser.state);
+    std::memcpy(parser.header.data() + parser.state, bytes, count);
+    parser.sum = static_cast<std::uint8_t>(parser.sum + sumOf(bytes, count));
+    parser.state += count;
+    if (parser.state == kHeaderLength) {
+        finishHeader(parser);
+    }
+    return count;
+}
+
+// The same for the payload.
+std::uint32_t takePayloadBytes(ParserState& parser, const std::uint8_t* bytes, std::uint32_t available) {
+    if (!isIntact(parser.frame)) { // the pool was reset under the frame
+        parser.frame.frame.payload = nullptr;
+        parser.state = kStateMagic;
+        return 0;
+    }
+    const std::uint32_t missing = parser.frame.frame.length - std::uint32_t{parser.payloadIndex};
+    const std::uint32_t count = std::min(available, missing);
+    std::memcpy(parser.payload + parser.payloadIndex, bytes, count);
+    parser.sum = static_cast<std::uint8_t>(parser.sum + sumOf(bytes, count));
+    parser.payloadIndex = static_cast<std::uint16_t>(parser.payloadIndex + count);
+    if (count == missing) {
+        parser.state = kStateChecksum;
+    }
+    return count;
+}
+
 } // namespace
 
 } // namespace vexo::link
@@ -104,34 +134,12 @@ int linkFeed(std::uint32_t channel, std::uint32_t length, const std::uint8_t* by
                 return kFeedNoFrame;
             }
             [[fallthrough]];
-        default: { // the rest of the header
-            const std::uint32_t count = std::min(available, kHeaderLength - parser.state);
-            std::memcpy(parser.header.data() + parser.state, bytes, count);
-            parser.sum = static_cast<std::uint8_t>(parser.sum + sumOf(bytes, count));
-            parser.state += count;
-            bytes += count;
-            if (parser.state == kHeaderLength) {
-                finishHeader(parser);
-            }
+        default: // the rest of the header
+            bytes += takeHeaderBytes(parser, bytes, available);
             break;
-        }
-        case kStatePayload: {
-            if (!isIntact(parser.frame)) { // the pool was reset under the frame
-                parser.frame.frame.payload = nullptr;
-                parser.state = kStateMagic;
-                break;
-            }
-            const std::uint32_t missing = parser.frame.frame.length - std::uint32_t{parser.payloadIndex};
-            const std::uint32_t count = std::min(available, missing);
-            std::memcpy(parser.payload + parser.payloadIndex, bytes, count);
-            parser.sum = static_cast<std::uint8_t>(parser.sum + sumOf(bytes, count));
-            parser.payloadIndex = static_cast<std::uint16_t>(parser.payloadIndex + count);
-            bytes += count;
-            if (count == missing) {
-                parser.state = kStateChecksum;
-            }
+        case kStatePayload:
+            bytes += takePayloadBytes(parser, bytes, available);
             break;
-        }
         case kStateChecksum:
             finishFrame(channel, parser, *bytes);
             ++bytes;

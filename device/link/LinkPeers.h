@@ -14,7 +14,7 @@ enum class Registration {
     dropped,   // the host's own address, or no room (error 9)
 };
 
-// Takes note of a hello from `source`.
+// Registers the sender of a hello, or updates its entry.
 Registration registerPeer(std::uint32_t channel, const LinkAddress& source, const HelloRecord& hello);
 
 // Null for an address that is no peer.
@@ -24,10 +24,10 @@ Registration registerPeer(std::uint32_t channel, const LinkAddress& source, cons
 // while a callback for this peer is running.
 void losePeer(const LinkAddress& address);
 
-// How many ticks stand between now and the next ageing: 0 when it is due.
+// The ticks from now to the next ageing; 0 when it is due.
 [[nodiscard]] std::uint32_t ticksToAgeing();
 
-// Every 51 ticks: takes 50 ms from each peer's time and loses those whose time is up.
+// Every 51 ticks: takes 50 ms from each peer's time and removes those whose time is up.
 void agePeersWhenDue();
 
 [[nodiscard]] std::uint32_t peerCount();

@@ -1,7 +1,7 @@
 #pragma once
 
-// The private memory of the link stack: one fixed block of bytes, given out first fit, with a table of
-// records in the order of their offsets. Running out and damage are results, never crashes. Single-threaded.
+// The private memory of the link stack: one fixed array of bytes, allocated first fit, with a table of
+// records in the order of their offsets. Exhaustion and damage are results, never crashes. Single-threaded.
 
 #include <array>
 #include <cstdint>
@@ -19,7 +19,7 @@ struct PoolRecord {
 
 struct Pool {
     std::uint32_t usedRecords = 0;
-    // Raised by each reset: blocks taken under an earlier generation are no longer theirs who hold them.
+    // Raised by each reset: a block of an earlier generation no longer belongs to its holder.
     std::uint32_t generation = 0;
     std::array<PoolRecord, kPoolRecordCount> records{};
     std::array<std::uint8_t, kPoolByteCount> bytes{};
@@ -33,8 +33,8 @@ struct PoolBlock {
 // Takes `byteCount` bytes (at least 1) with undefined content.
 [[nodiscard]] PoolBlock poolTake(Pool& pool, std::uint32_t byteCount);
 
-// Gives a block back. Gives 0, 11 when the records are corrupt, 13 when `block` is not the start of a block
-// in use; with 11 and 13 the pool was reset.
+// Releases a block. Returns 0; 11 when the records are corrupt; 13 when `block` is not the start of a block
+// in use. With 11 and 13 the pool was reset.
 [[nodiscard]] int poolRelease(Pool& pool, const std::uint8_t* block);
 
 [[nodiscard]] std::uint32_t poolBytesInUse(const Pool& pool);

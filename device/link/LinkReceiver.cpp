@@ -13,8 +13,8 @@ namespace {
 
 using MessageBuffer = std::array<std::uint8_t, kLinkMaxPayload>;
 
-// Dispatches what is buffered as a frame of kind 3 and empties the buffer. Works on a copy: the peer may go
-// while its message is handled.
+// Dispatches what is buffered as a frame of kind 3 and empties the buffer. Works on a copy: the handler may
+// remove the peer.
 void dispatchBuffered(Peer& peer, const LinkFrame& frame) {
     const MessageBuffer message = peer.reassembly;
     LinkFrame buffered = frame;
@@ -58,7 +58,8 @@ void bufferFragment(const LinkFrame& piece) {
 // A frame for the host that is no fragment, from a peer with something buffered.
 void finishMessage(Peer& peer, const LinkFrame& lastPiece) {
     if (lastPiece.sequence != peer.sequenceSum || lastPiece.messageId != peer.lastMessageId) {
-        // Kept: the frame goes with the buffer, also one of another message. Its sender repeats what matters.
+        // Kept: the frame is dropped with the buffer, even if it belongs to another message. Its sender
+        // retries what matters.
         peer.reassembledLength = 0;
         return;
     }
@@ -100,8 +101,8 @@ void repeatBroadcast(std::uint32_t channel, const LinkFrame& frame) {
     }
 }
 
-// Takes over the payload when the frame goes back to the queue: a broadcast with an id other than 0 is
-// dispatched a second time, as addressed to the host. Kept; handlers tolerate it.
+// Kept: a broadcast with an id other than 0 is dispatched a second time, as addressed to the host; handlers
+// tolerate it. The frame goes back to the queue with its payload.
 void receiveBroadcast(ReceivedFrame& received) {
     const LinkFrame& frame = received.stored.frame;
     if (frame.source != hostAddress()) {

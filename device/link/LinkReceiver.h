@@ -6,11 +6,11 @@
 
 namespace vexo::link {
 
-// The receive hook: keeps a finished frame for processReceivedFrame. Takes over the payload; with a full
-// queue it is released and error 8 reported.
+// The receive hook: queues a complete frame for processReceivedFrame. Takes ownership of the payload; if the
+// queue is full, releases it and reports error 8.
 void queueReceivedFrame(std::uint32_t channel, StoredFrame& stored);
 
-// Takes at most one frame from the receive queue and does all that the protocol wants done with it.
+// Takes at most one frame from the receive queue and processes it.
 void processReceivedFrame();
 
 } // namespace vexo::link

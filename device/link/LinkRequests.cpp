@@ -24,7 +24,7 @@ const Handler* findHandler(std::uint16_t messageId) {
 }
 
 void endWithTimeout(PendingRequest& entry) {
-    // The entry is free for a request that the handler may send.
+    // Frees the entry first: the handler may send a request.
     StoredFrame request = std::exchange(entry, {}).request;
     if (request.frame.payload == nullptr || !isIntact(request)) {
         request.frame.length = 0;
@@ -72,7 +72,7 @@ void dispatchFrame(const LinkFrame& frame) {
     if (handler != nullptr && handler->onMessage != nullptr) {
         handler->onMessage(frame, handler->context);
     }
-    // Not simply cleared: a handler may have polled the stack in a nested event loop.
+    // Restored and not cleared: this dispatch may run in a nested event loop of another handler.
     stack().isDispatching = wasDispatching;
     stack().dispatchedSequence = outerSequence;
 }

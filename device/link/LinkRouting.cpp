@@ -44,8 +44,8 @@ void routeFrame(const LinkFrame& frame) {
     const std::uint32_t channel = peer->channel;
     const std::uint32_t pacingIntervalMs = intervalMsOf(lowerRate(kHostFrameRate, peer->frameRate));
 
-    // The fragments count up from the frame's sequence; the last piece carries the frame's sequence plus the
-    // sum of theirs, by which the receiver knows that it has them all.
+    // The fragments count up from the frame's sequence. The last piece carries the frame's sequence plus the
+    // sum of theirs, so that the receiver can check that it has them all.
     LinkFrame piece = frame;
     piece.kind = kLinkFragment;
     piece.length = pieceLength;

@@ -4,9 +4,9 @@
 
 namespace vexo::link {
 
-// Brings a complete frame on its way: a broadcast at once on all used channels, any other through the send
-// queue to the peer with its destination, cut into fragments where the peer takes no more at once. Without
-// such a peer the frame is dropped.
+// Routes a complete frame: a broadcast at once to all used channels, any other frame through the send queue
+// to the peer of its destination, cut into fragments if it is longer than the peer accepts. Without such a
+// peer the frame is dropped.
 void routeFrame(const LinkFrame& frame);
 
 // Sends the next frame of the send queue if the pacing interval in force has passed.

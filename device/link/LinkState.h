@@ -84,7 +84,7 @@ struct FrameToSend {
 inline constexpr std::uint8_t kPeerFree = 0;
 inline constexpr std::uint8_t kPeerUsed = 1;
 // A login callback for the entry is running. A nested event loop may poll the stack meanwhile: ageing stops
-// there, and the entry is not removed under the callback.
+// at this entry, and the entry is not removed during the callback.
 inline constexpr std::uint8_t kPeerChanging = 2;
 
 struct Peer {
@@ -157,8 +157,8 @@ struct Stack {
 
 [[nodiscard]] LinkAddress hostAddress();
 
-// How many ticks stand between now and the first tick more than `pause` ticks after `since`: 0 when that is
-// now or was.
+// The ticks from now to the first tick more than `pause` ticks after `since`; 0 when that tick is now or has
+// passed.
 [[nodiscard]] inline std::uint32_t ticksUntilOver(std::uint32_t since, std::uint32_t pause) {
     const std::uint32_t passed = stack().now - since;
     return passed > pause ? 0 : pause - passed + 1;
@@ -172,7 +172,7 @@ void reportError(int code, std::uint16_t messageId);
 
 // Takes `byteCount` bytes from the pool; null with error 12 reported for `messageId`.
 [[nodiscard]] std::uint8_t* takeMemory(std::uint32_t byteCount, std::uint16_t messageId);
-// Gives memory of pool generation `generation` back; does nothing for null and for another generation.
+// Releases memory of pool generation `generation`; does nothing for null and for another generation.
 void releaseMemory(const std::uint8_t* memory, std::uint32_t generation, std::uint16_t messageId);
 
 // Copies a frame, payload included. False with error 12 reported when there is no memory.

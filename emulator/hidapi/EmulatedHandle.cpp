@@ -3,17 +3,25 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdlib>
 
 namespace vexo::emulator {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// How long a request waits for its answer, unless VEXO_EMULATOR_ANSWER_MS says otherwise.
 constexpr int kAnswerMs = 2000;
 // The kernel takes output reports of 2 to 16384 bytes, the report id included.
 constexpr std::size_t kShortestReport = 2;
 constexpr std::size_t kLongestReport = 16384;
 constexpr const wchar_t* kGone = L"the device is disconnected";
+
+int answerLimitMs() {
+    const char* const value = std::getenv("VEXO_EMULATOR_ANSWER_MS"); // read only, as LocalSocket's variable
+    const int milliseconds = value == nullptr ? 0 : std::atoi(value);
+    return milliseconds > 0 ? milliseconds : kAnswerMs;
+}
 
 int millisecondsUntil(Clock::time_point deadline) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
@@ -31,7 +39,7 @@ bool sendAll(LocalSocket& socket, BytesView bytes) {
     return true;
 }
 
-// Receives no more than what completes the message under way. False when the connection has ended.
+// Receives at most the rest of the present message. False when the connection has ended.
 bool receiveSome(LocalSocket& socket, WireBuffer& buffer) {
     std::array<std::uint8_t, 4096> bytes{};
     std::size_t count = 0;
@@ -48,10 +56,10 @@ std::optional<Bytes> askOn(LocalSocket& socket, WireType type, BytesView body) {
     if (!socket.isOpen() || !sendAll(socket, request)) {
         return std::nullopt;
     }
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(kAnswerMs);
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(answerLimitMs());
     WireBuffer buffer;
     while (true) {
-        // An answer that is followed by the connection's end is an answer all the same.
+        // An answer counts even if the connection ends right behind it.
         if (socket.waitReadable(millisecondsUntil(deadline)) == LocalSocket::Readiness::TimedOut &&
             Clock::now() >= deadline) {
             return std::nullopt;
@@ -194,7 +202,7 @@ int EmulatedHandle::write(BytesView report) {
         return fail(kGone);
     }
     if (!sendAll(socket, wireMessage(WireType::Write, report))) {
-        // A message that went out in part cannot be followed by another.
+        // After a message that was sent in part, no other can follow.
         close();
         return fail(kGone);
     }

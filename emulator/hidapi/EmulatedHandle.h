@@ -1,7 +1,7 @@
 // An interface of an emulated device that a program has open: one connection to the emulator.
 //
 // All operations may be called from several threads at once. close() may be called while another thread
-// reads: the reader then fails; the object itself lives until the last user has let go of it.
+// reads: the read then fails; the object lives until its last user releases it.
 #pragma once
 
 #include "emulator/HidWire.h"
@@ -15,8 +15,8 @@
 
 namespace vexo::emulator {
 
-// Asks the emulator on a connection of its own; nothing when none runs, or it does not answer within two
-// seconds.
+// Asks the emulator on a connection of its own. Nothing when no emulator runs or it does not answer within
+// two seconds, or the milliseconds in VEXO_EMULATOR_ANSWER_MS.
 std::optional<Bytes> askEmulator(WireType type, BytesView body);
 
 class EmulatedHandle {
@@ -55,7 +55,7 @@ private:
 
     LocalSocket socket;
     std::atomic<bool> dead = false;
-    // One thread at a time receives; the others wait for their turn as long as their time-outs let them.
+    // One thread at a time receives; the others wait for their turn until their time-outs.
     std::mutex turnMutex;
     std::condition_variable turnEnded;
     bool turnTaken = false;

@@ -1,8 +1,8 @@
 // The functions of hidapi 0.13 and 0.14 over the emulator's socket, with the answers of the real library on
 // Linux.
 //
-// A hid_device is only a name: its address is looked up in a table at each call. So a thread that still reads
-// a handle which another thread has closed gets -1, and never another device's reports.
+// A hid_device is only a key: each call looks its address up in a table. So a thread that reads a handle
+// which another thread has closed gets -1, and never the reports of another device.
 
 #include "emulator/hidapi/EmulatedHandle.h"
 
@@ -25,7 +25,7 @@ struct hid_device_ {};
 
 namespace {
 
-// A name is used again only after this many further opens.
+// A key is used again only after this many further opens.
 constexpr std::size_t kHandleNames = 65536;
 
 struct OpenDevice {
@@ -288,7 +288,7 @@ int hid_get_report_descriptor(hid_device* dev, unsigned char* buf, size_t buf_si
 #endif
 
 const wchar_t* hid_error(hid_device* dev) {
-    // The text is the calling thread's own, so that another thread's call cannot change it under the reader.
+    // Each thread has a text of its own, so that a call of another thread cannot change it.
     thread_local std::wstring text;
     if (dev == nullptr) {
         const std::lock_guard lock(library().mutex);

@@ -1,10 +1,11 @@
-// Fuzzes the link stack as its user drives it. The input is a little program: reports of any bytes and any
-// size from 0 to 65, frames with a right checksum, polls, ticks, requests, handlers that poll again. It fails
-// on what the sanitizers find, on a frame sent that is not sound, on a damaged pool, and when something is
-// left over once the wire has been silent long enough.
+// Fuzzes the link stack as its user drives it. The input is a small program: reports of any bytes and of 0 to
+// 65 bytes, frames with a correct checksum, polls, ticks, requests, handlers that poll again. It fails when a
+// sanitizer reports, when an invalid frame is sent, when the pool is damaged, and when something is left over
+// after a long silence on the wire.
 
 #include "device/link/Link.h"
 #include "device/link/LinkInspection.h"
+#include "tests/support/WireFrame.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +16,7 @@
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using wireFrame::Bytes;
 
 void require(bool condition, const char* what) {
     if (!condition) {
@@ -67,42 +68,14 @@ Bytes frameFrom(Program& program) {
     const LinkAddress destination = program.address();
     const std::uint16_t sequence = program.word();
     const std::uint16_t length = program.byte() < 200 ? program.byte() % 40 : program.word() % 501;
-    Bytes frame{0x55,
-                static_cast<std::uint8_t>(0x10 | kind),
-                static_cast<std::uint8_t>(length),
-                static_cast<std::uint8_t>(length >> 8),
-                static_cast<std::uint8_t>(sequence),
-                static_cast<std::uint8_t>(sequence >> 8),
-                source.chid,
-                source.vid,
-                static_cast<std::uint8_t>(source.pid),
-                static_cast<std::uint8_t>(source.pid >> 8),
-                destination.chid,
-                destination.vid,
-                static_cast<std::uint8_t>(destination.pid),
-                static_cast<std::uint8_t>(destination.pid >> 8),
-                static_cast<std::uint8_t>(messageId),
-                static_cast<std::uint8_t>(messageId >> 8)};
-    const Bytes payload = program.bytes(length);
-    frame.insert(frame.end(), payload.begin(), payload.end());
-    std::uint8_t sum = 0;
-    for (const std::uint8_t byte : frame) {
-        sum = static_cast<std::uint8_t>(sum + byte);
-    }
-    frame.push_back(sum);
-    return frame;
+    return wireFrame::encode({kind, sequence, source, destination, messageId, program.bytes(length)});
 }
 
 int checkSent(std::uint32_t channel, std::uint32_t length, const std::uint8_t* bytes, void*) {
     require(channel == 1 || channel == 2, "a frame is sent on an open channel");
     require(length >= 17 && length <= 517, "a sent frame has 17 to 517 bytes");
-    require(bytes[0] == 0x55 && bytes[1] >> 4 == 1, "a sent frame has its magic and control");
-    require(bytes[2] + bytes[3] * 256U + 17 == length, "a sent frame's length is its own");
-    std::uint8_t sum = 0;
-    for (std::uint32_t index = 0; index + 1 < length; ++index) {
-        sum = static_cast<std::uint8_t>(sum + bytes[index]);
-    }
-    require(bytes[length - 1] == sum, "a sent frame's checksum is right");
+    require(wireFrame::decode(Bytes(bytes, bytes + length)).has_value(),
+            "a sent frame has its magic, control, length and checksum");
     return 1;
 }
 
@@ -162,6 +135,27 @@ void tick(std::uint32_t count, std::uint32_t milliseconds) {
     }
 }
 
+// In reports of one size.
+void feedFrame(Program& program, std::uint32_t channel) {
+    const Bytes frame = frameFrom(program);
+    const std::size_t reportSize = 1 + program.byte() % 65;
+    for (std::size_t offset = 0; offset < frame.size(); offset += reportSize) {
+        const std::size_t count = std::min(reportSize, frame.size() - offset);
+        linkFeed(channel, static_cast<std::uint32_t>(count), frame.data() + offset);
+    }
+}
+
+void sendMessage(Program& program, bool withPayload) {
+    const Bytes payload = program.bytes(program.word() % 1200);
+    LinkFrame frame;
+    frame.kind = program.byte() & 0x0F;
+    frame.length = static_cast<std::uint16_t>(payload.size());
+    frame.destination = program.address();
+    frame.messageId = program.messageId();
+    frame.payload = withPayload ? payload.data() : nullptr;
+    linkSend(program.byte() % 8, frame);
+}
+
 void step(Program& program) {
     const std::uint8_t code = program.byte();
     const std::uint32_t channel = (code & 0x80) == 0 ? 1 : 2;
@@ -176,16 +170,10 @@ void step(Program& program) {
     case 3:
     case 4:
     case 5:
-    case 6: {
-        const Bytes frame = frameFrom(program);
-        const std::size_t reportSize = 1 + program.byte() % 65;
-        for (std::size_t offset = 0; offset < frame.size(); offset += reportSize) {
-            const std::size_t count = std::min(reportSize, frame.size() - offset);
-            linkFeed(channel, static_cast<std::uint32_t>(count), frame.data() + offset);
-        }
+    case 6:
+        feedFrame(program, channel);
         linkPoll();
         break;
-    }
     case 7:
         tick(program.byte(), 1);
         break;
@@ -212,17 +200,9 @@ void step(Program& program) {
         linkGetAttribute(address, program.byte());
         break;
     }
-    case 12: {
-        const Bytes payload = program.bytes(program.word() % 1200);
-        LinkFrame frame;
-        frame.kind = program.byte() & 0x0F;
-        frame.length = static_cast<std::uint16_t>(payload.size());
-        frame.destination = program.address();
-        frame.messageId = program.messageId();
-        frame.payload = (code & 0x40) == 0 ? payload.data() : nullptr;
-        linkSend(program.byte() % 8, frame);
+    case 12:
+        sendMessage(program, (code & 0x40) == 0);
         break;
-    }
     case 13:
         linkRegisterMessage(program.messageId(), pollAgain, (code & 0x40) == 0 ? pollAgain : nullptr);
         break;

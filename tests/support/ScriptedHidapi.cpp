@@ -39,7 +39,7 @@ std::mutex busMutex;
 std::condition_variable busChanged;
 Bus bus;
 
-/// Under the lock: whether the call meets an open handle.
+/// Under the lock: whether the handle of a call is open.
 bool usable(const hid_device* device) {
     if (device->closed) {
         ++bus.callsAfterClose;

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-/// A HID bus under a test's control: a program that links this file meets these interfaces in the place of
-/// the machine's own. One bus in a process; reset() before each test. Every operation may be called on any
+/// A HID bus under a test's control: a program that links this file sees these interfaces instead of the
+/// machine's own. One bus in a process; reset() before each test. Every operation may be called on any
 /// thread.
 namespace scriptedHidapi {
 
@@ -28,20 +28,20 @@ void unplug(const std::string& path);
 /// Queues a report for the open handles of a path.
 void deliver(const std::string& path, const Report& report);
 
-/// Lets the next `count` calls of hid_set_nonblocking return -1.
+/// Makes the next `count` calls of hid_set_nonblocking return -1.
 void failNonblocking(int count);
-/// Whether hid_open_path of a path gives null.
+/// Whether hid_open_path of a path returns null.
 void failOpen(const std::string& path, bool fail);
 /// Whether hid_write on a path returns -1.
 void failWrite(const std::string& path, bool fail);
-/// Holds every hid_read_timeout inside the call until released: a read that is on.
+/// Holds every hid_read_timeout inside the call until released.
 void holdReads(bool hold);
 /// How many reads are inside hid_read_timeout.
 [[nodiscard]] int readsInside();
 
 /// The reports written to a path, oldest first.
 [[nodiscard]] std::vector<Report> written(const std::string& path);
-/// Handles that are open now; opened ever; enumeration lists given and not freed.
+/// Handles that are open now; handles opened since reset(); enumeration lists returned and not freed.
 [[nodiscard]] int openHandles();
 [[nodiscard]] int openedEver();
 [[nodiscard]] int listsOutstanding();

@@ -44,14 +44,13 @@ protected:
         EXPECT_EQ(scriptedHidapi::listsOutstanding(), 0);
     }
 
-    /// The paths disconnected so far, those included that a reader reported and nobody has picked up yet.
+    /// The paths disconnected so far, with those whose signal is still queued.
     const QStringList& allDisconnected() {
         QCoreApplication::processEvents();
         return disconnected;
     }
 
-    /// What the process has taken from the heap and not given back, when no reader runs and the bus remembers
-    /// nothing; 0 under a sanitizer.
+    /// Bytes of the heap in use when no reader runs and the bus is empty; 0 under a sanitizer.
     qsizetype bytesTaken() {
         device.waitForReaders();
         EXPECT_EQ(scriptedHidapi::openHandles(), 0);
@@ -60,8 +59,8 @@ protected:
         return static_cast<qsizetype>(mallinfo2().uordblks);
     }
 
-    HIDDevice device;
-    // What the signals said, carried to this thread as the program does it.
+    HIDDevice device{nullptr, 5};
+    // What the signals said, queued to this thread as in the program.
     QStringList connected;
     QStringList disconnected;
     QList<std::pair<QString, QByteArray>> received;
@@ -173,17 +172,17 @@ TEST_F(HIDDeviceTest, UnplugDuringAReadDisconnectsOnceAndLogsBothLines) {
                                                   "HIDDevice:  ，设备可能已断开: \"/a\""}));
 }
 
-TEST_F(HIDDeviceTest, UnpluggedInterfaceIsClosedBeforeItsLossIsTold) {
+TEST_F(HIDDeviceTest, UnpluggedInterfaceIsClosedBeforeItsSignal) {
     scriptedHidapi::plug(linkInterface("/a"));
     device.openDevice(kVendor, kProduct, kPage);
-    std::atomic<int> openWhenTold{-1};
-    // On the reader's thread, as it tells.
+    std::atomic<int> openAtSignal{-1};
+    // On the reader's thread.
     QObject::connect(
         &device, &HIDDevice::deviceDisconnected, &device,
-        [&openWhenTold] { openWhenTold = scriptedHidapi::openHandles(); }, Qt::DirectConnection);
+        [&openAtSignal] { openAtSignal = scriptedHidapi::openHandles(); }, Qt::DirectConnection);
     scriptedHidapi::unplug("/a");
     ASSERT_TRUE(await([&] { return !disconnected.isEmpty(); }));
-    EXPECT_EQ(openWhenTold, 0);
+    EXPECT_EQ(openAtSignal, 0);
 }
 
 TEST_F(HIDDeviceTest, CloseLogsOneLineAndDisconnectsOnce) {

@@ -319,7 +319,7 @@ TEST_F(Commands, AnAutomaticGainAnswersAgainWhenItIsGivenTimes) {
     EXPECT_EQ(run("get mic_gain").at("bytes"), "16");
 }
 
-// The device begins by itself: the host is told, and asks for it once more when its window is there.
+// The device starts it: the host is notified, and writes it once more when its window is open.
 TEST_F(Commands, AMeasurementOfTheDevicesOwnIsToldAndSurvivesTheHostsOwnStart) {
     host.login();
     run("auto-gain 50 10 22");

@@ -30,7 +30,7 @@ std::vector<Json> linesOf(const std::string& text) {
     return lines;
 }
 
-// Sends lines and gathers the answers until as many have come.
+// Sends lines and collects this many answers.
 std::string talk(LocalSocket& socket, std::string_view lines, std::size_t answerCount) {
     std::size_t count = 0;
     const BytesView bytes(reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size());
@@ -62,7 +62,7 @@ TEST(EmulatorProgram, DevicesStartUnpluggedUnlessAskedOtherwise) {
 
 TEST(EmulatorProgram, EndsAtTheEndOfItsInputAfterTheLastAnswer) {
     const TestFolder folder;
-    // The last line has no end, and the wait before it takes its time.
+    // The last line has no end, and a wait comes before it.
     const ProgramResult result =
         emulator({"--socket", folder.file("s"), "--seed", "4"}, "plug\n\nwait login 50\nget mute");
     EXPECT_EQ(result.status, 0);

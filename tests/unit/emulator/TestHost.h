@@ -1,8 +1,9 @@
-// A host for tests of the bus: opens the link interface, sends frames in reports, gathers what comes back.
-// The clock is the test's own.
+// A host for tests of the bus: opens the link interface, sends frames in reports, collects what comes back.
+// The test sets the clock. Frames are encoded by the tests' codec, not by the emulator's.
 #pragma once
 
 #include "emulator/VirtualBus.h"
+#include "tests/support/WireFrame.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -16,6 +17,15 @@ inline Bytes bytes(std::string_view hex) {
         ADD_FAILURE() << "not hexadecimal: " << hex;
     }
     return parsed.value_or(Bytes());
+}
+
+inline ::LinkAddress onWire(const LinkAddress& address) {
+    return {address.channelId, address.vendor, address.product};
+}
+
+inline Bytes onWire(const LinkFrame& frame) {
+    return wireFrame::encode({frame.kind, frame.sequence, onWire(frame.source), onWire(frame.destination),
+                              frame.messageId, frame.payload});
 }
 
 class TestHost {
@@ -50,38 +60,28 @@ public:
 
     void advance(std::uint64_t ms) { bus.advance(bus.timeMs() + ms); }
 
-    // Cuts bytes into reports as the program does.
-    void writeBytes(BytesView all) {
-        const std::size_t chunk = model.reportHeader != 0 ? 58 : 64;
-        for (std::size_t at = 0; at < all.size(); at += chunk) {
-            const BytesView part = all.subspan(at, std::min(chunk, all.size() - at));
-            Bytes report;
-            if (model.reportHeader != 0) {
-                report = {1, static_cast<std::uint8_t>(part.size())};
-            } else {
-                report = {0};
-            }
-            report.insert(report.end(), part.begin(), part.end());
-            EXPECT_TRUE(bus.write(handle, report));
+    void writeBytes(BytesView bytes) {
+        const auto form =
+            model.reportHeader != 0 ? wireFrame::ReportForm::mixer : wireFrame::ReportForm::microphone;
+        for (Bytes& report : wireFrame::hostReports(form, bytes)) {
+            EXPECT_TRUE(bus.write(handle, std::move(report)));
         }
     }
 
+    void sendFrame(const LinkFrame& frame) { writeBytes(onWire(frame)); }
+
     void send(std::uint8_t kind, std::uint16_t messageId, Bytes payload, std::uint16_t sequence = 7) {
-        writeBytes(encodeFrame({.kind = kind,
-                                .sequence = sequence,
-                                .source = address,
-                                .destination = messageId == kHello ? kBroadcast : deviceAddress(),
-                                .messageId = messageId,
-                                .payload = std::move(payload)}));
+        sendFrame({.kind = kind,
+                   .sequence = sequence,
+                   .source = address,
+                   .destination = messageId == kHello ? kBroadcast : deviceAddress(),
+                   .messageId = messageId,
+                   .payload = std::move(payload)});
     }
 
     void sendHello(std::uint16_t maxPayload = 500, std::uint32_t upTimeMs = 0) {
-        Bytes record{0};
-        appendU16(record, maxPayload);
-        record.insert(record.end(), {0, 1, 10});
-        appendU32(record, upTimeMs);
-        record.insert(record.end(), {0, 0, 36});
-        send(kNotification, kHello, record);
+        send(kNotification, kHello,
+             wireFrame::helloPayload({.nodeKind = 0, .maxPayload = maxPayload, .upTime = upTimeMs}));
     }
 
     // Hello, login notice and its answer, subscription.

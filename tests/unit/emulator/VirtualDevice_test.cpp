@@ -1,8 +1,6 @@
 #include "emulator/VirtualDevice.h"
 #include "tests/unit/emulator/TestHost.h"
 
-#include <limits>
-
 namespace vexo::emulator {
 namespace {
 
@@ -33,7 +31,7 @@ TEST(VirtualDevice, GreetsANewHostWithADirectedHelloAndItsLoginNotice) {
     EXPECT_EQ(host.frames[0].messageId, kHello);
     EXPECT_EQ(host.frames[0].kind, kNotification);
     EXPECT_EQ(host.frames[0].destination, host.address);
-    EXPECT_EQ(toHex(encodeFrame(host.frames[1])), "5510040002000203011001011C000E0002030110C3");
+    EXPECT_EQ(toHex(onWire(host.frames[1])), "5510040002000203011001011C000E0002030110C3");
     host.clear();
     host.sendHello();
     EXPECT_TRUE(host.frames.empty()) << "a known host is only refreshed";
@@ -42,12 +40,12 @@ TEST(VirtualDevice, GreetsANewHostWithADirectedHelloAndItsLoginNotice) {
 TEST(VirtualDevice, AnswersAHelloThatAsksForItWithTheSameSequence) {
     TestHost host;
     host.login();
-    host.writeBytes(encodeFrame({.kind = kRequest,
-                                 .sequence = 99,
-                                 .source = host.address,
-                                 .destination = host.deviceAddress(),
-                                 .messageId = kHello,
-                                 .payload = bytes("00F40100010A00000000000024")}));
+    host.sendFrame({.kind = kRequest,
+                    .sequence = 99,
+                    .source = host.address,
+                    .destination = host.deviceAddress(),
+                    .messageId = kHello,
+                    .payload = bytes("00F40100010A00000000000024")});
     const LinkFrame answer = host.last(kHello, kResponse);
     EXPECT_EQ(answer.sequence, 99);
 }
@@ -257,12 +255,12 @@ TEST(VirtualDevice, DropsAFragmentedMessageThatMissesAPiece) {
 TEST(VirtualDevice, IgnoresFramesForSomebodyElse) {
     TestHost host;
     host.login();
-    host.writeBytes(encodeFrame({.kind = kRequest,
-                                 .sequence = 5,
-                                 .source = host.address,
-                                 .destination = {9, 9, 9},
-                                 .messageId = kAttributeWrite,
-                                 .payload = {5, 1, 1}}));
+    host.sendFrame({.kind = kRequest,
+                    .sequence = 5,
+                    .source = host.address,
+                    .destination = {9, 9, 9},
+                    .messageId = kAttributeWrite,
+                    .payload = {5, 1, 1}});
     EXPECT_EQ(host.device().values().at(5), Bytes{15});
     EXPECT_TRUE(host.frames.empty());
 }
@@ -391,120 +389,6 @@ TEST(VirtualDevice, WithheldAndFailedAnswers) {
     EXPECT_EQ(host.ask(kAttributeWrite, {5, 1, 3}), "none");
     EXPECT_EQ(host.device().values().at(5), Bytes{3}) << "silent, but it takes the value";
     EXPECT_EQ(host.ask(kAttributeRead, {5}), "0105");
-}
-
-TEST(VirtualBus, ShowsTheInterfacesOfPluggedDevicesOnly) {
-    const std::vector<Model> models{Model::MixdeskR2, Model::VoxmicM40, Model::VoxmicT40,
-                                    Model::MixdeskR2Bootloader, Model::VoxmicM40};
-    VirtualBus bus(models, 1);
-    EXPECT_TRUE(bus.enumerate(0, 0).empty());
-    for (std::size_t i = 0; i < models.size(); ++i) {
-        EXPECT_TRUE(bus.plug(i));
-        EXPECT_FALSE(bus.plug(i));
-    }
-    const std::vector<InterfaceInfo> mixer = bus.enumerate(0x3327, 0x9829);
-    ASSERT_EQ(mixer.size(), 2U);
-    EXPECT_EQ(mixer[0].usagePage, 0x0C);
-    EXPECT_NE(mixer[1].usagePage, 0x0C);
-    EXPECT_NE(mixer[0].path, mixer[1].path);
-    const std::vector<InterfaceInfo> microphones = bus.enumerate(0x2F05, 0x1396);
-    ASSERT_EQ(microphones.size(), 2U);
-    EXPECT_EQ(microphones[0].usagePage, 0x8C);
-    EXPECT_EQ(microphones[0].serial, "M40-0001");
-    EXPECT_EQ(microphones[1].serial, "M40-0002");
-    EXPECT_EQ(bus.deviceName(4), "m40-2");
-    EXPECT_EQ(bus.enumerate(0x2F05, 0x1397).at(0).usagePage, 0x8C);
-    EXPECT_EQ(bus.enumerate(0x3327, 0x0820).size(), 1U);
-    EXPECT_EQ(bus.enumerate(0x3327, 0).size(), 3U);
-    EXPECT_EQ(bus.enumerate(0, 0).size(), 6U);
-    EXPECT_EQ(bus.enumerate(0x1234, 0x9829).size(), 0U);
-}
-
-TEST(VirtualBus, UnpluggingEndsHandlesKeepsSettingsAndForgetsTheLink) {
-    TestHost host;
-    host.login();
-    host.ask(kAttributeWrite, {5, 1, 30});
-    EXPECT_TRUE(host.bus.unplug(0));
-    EXPECT_EQ(host.unplugCount, 1);
-    EXPECT_FALSE(host.bus.write(host.handle, {1, 0}));
-    EXPECT_FALSE(host.bus.unplug(0));
-    host.bus.plug(0);
-    EXPECT_EQ(host.device().values().at(5), Bytes{30});
-    EXPECT_TRUE(host.device().link.knownHosts().empty());
-}
-
-TEST(VirtualBus, ARestartLosesSettingsAndComesBackByItself) {
-    TestHost host;
-    host.login();
-    host.ask(kAttributeWrite, {5, 1, 30});
-    host.bus.restart(0, 300);
-    EXPECT_FALSE(host.bus.isPlugged(0));
-    host.advance(299);
-    EXPECT_FALSE(host.bus.isPlugged(0));
-    host.advance(1);
-    EXPECT_TRUE(host.bus.isPlugged(0));
-    EXPECT_EQ(host.device().values().at(5), Bytes{15});
-}
-
-TEST(VirtualBus, TheBootloaderTakesReportsAndSaysNothing) {
-    TestHost host(Model::MixdeskR2Bootloader);
-    host.writeBytes(bytes("636D5F76737263"));
-    host.advance(5000);
-    EXPECT_TRUE(host.reports.empty());
-    EXPECT_EQ(host.bus.log.reports().records.size(), 1U);
-    EXPECT_EQ(host.bus.nextEventAtMs(), std::numeric_limits<std::uint64_t>::max());
-}
-
-TEST(VirtualBus, AReportOnTheOtherInterfaceReachesNoLink) {
-    TestHost host;
-    const auto other = host.bus.open(host.bus.enumerate(0x3327, 0x9829).at(1).path);
-    Bytes report{1, 17};
-    const Bytes query = bytes("55100000010001011C000203011001009B");
-    report.insert(report.end(), query.begin(), query.end());
-    EXPECT_TRUE(host.bus.write(other.value_or(0), report));
-    EXPECT_EQ(host.device().readerCounters().frames, 0U);
-    EXPECT_EQ(host.bus.log.reports().records.back().interfaceNumber, 4);
-}
-
-TEST(VirtualBus, CountsReportsThatTheModelDoesNotKnow) {
-    TestHost host;
-    EXPECT_TRUE(host.bus.write(host.handle, {9, 1, 0x55}));
-    EXPECT_EQ(host.bus.counters(0).badReports, 1U);
-}
-
-TEST(VirtualBus, SpeaksOnlyWhileSomebodyListens) {
-    TestHost host;
-    host.bus.close(host.handle);
-    host.advance(5000);
-    EXPECT_EQ(host.bus.counters(0).reportsToHost, 0U);
-    host.open();
-    host.advance(1024);
-    EXPECT_EQ(host.bus.counters(0).reportsToHost, 1U);
-}
-
-TEST(VirtualBus, EveryAttributesFirstValueIsInItsRange) {
-    for (const ModelInfo& model : allModels()) {
-        for (const std::uint8_t id : attributesOf(model.model)) {
-            EXPECT_TRUE(attributeInRange(model.model, id, attributeDefault(model.model, id)))
-                << model.word << " " << attributeName(model.model, id);
-            EXPECT_EQ(attributeByName(attributeName(model.model, id)), id);
-        }
-    }
-}
-
-TEST(VirtualBus, RangesFollowTheModel) {
-    EXPECT_TRUE(attributeInRange(Model::MixdeskR2, 5, Bytes{30}));
-    EXPECT_FALSE(attributeInRange(Model::MixdeskR2, 5, Bytes{31}));
-    EXPECT_FALSE(attributeInRange(Model::MixdeskR2, 5, Bytes{0}));
-    EXPECT_TRUE(attributeInRange(Model::VoxmicM40, 5, Bytes{0}));
-    EXPECT_FALSE(attributeInRange(Model::VoxmicM40, 5, Bytes{19}));
-    EXPECT_TRUE(attributeInRange(Model::VoxmicM40, 6, Bytes{13}));
-    EXPECT_FALSE(attributeInRange(Model::VoxmicM40, 6, Bytes{14}));
-    EXPECT_TRUE(attributeInRange(Model::MixdeskR2, 10, Bytes(120, 0)));
-    EXPECT_FALSE(attributeInRange(Model::MixdeskR2, 10, Bytes(120, 1))) << "a colour's fourth byte is 0";
-    EXPECT_TRUE(attributeInRange(Model::VoxmicT40, 10, Bytes(48, 0)));
-    EXPECT_FALSE(attributeInRange(Model::VoxmicT40, 10, Bytes(120, 0)));
-    EXPECT_TRUE(attributeInRange(Model::VoxmicT40, 13, Bytes(24, 0)));
 }
 
 } // namespace

@@ -1,36 +1,6 @@
 #include "LinkBench.h"
 
-#include <cstdio>
-#include <ostream>
-
 namespace {
-
-void appendU16(Bytes& bytes, std::uint16_t value) {
-    bytes.push_back(static_cast<std::uint8_t>(value & 0xFF));
-    bytes.push_back(static_cast<std::uint8_t>(value >> 8));
-}
-
-void appendAddress(Bytes& bytes, const LinkAddress& address) {
-    bytes.push_back(address.chid);
-    bytes.push_back(address.vid);
-    appendU16(bytes, address.pid);
-}
-
-std::uint16_t u16At(const Bytes& bytes, std::size_t offset) {
-    return static_cast<std::uint16_t>(bytes[offset] + bytes[offset + 1] * 256);
-}
-
-LinkAddress addressAt(const Bytes& bytes, std::size_t offset) {
-    return {bytes[offset], bytes[offset + 1], u16At(bytes, offset + 2)};
-}
-
-std::uint8_t sumOf(const Bytes& bytes, std::size_t count) {
-    unsigned sum = 0;
-    for (std::size_t index = 0; index < count; ++index) {
-        sum += bytes[index];
-    }
-    return static_cast<std::uint8_t>(sum % 256);
-}
 
 std::optional<Bytes> copyOf(const std::uint8_t* bytes, std::uint16_t length) {
     if (bytes == nullptr) {
@@ -45,64 +15,6 @@ LinkBench::Delivered LinkBench::deliveredOf(const LinkFrame& frame) {
     Delivered one{frame, frame.length == 0 ? Bytes() : Bytes(frame.payload, frame.payload + frame.length)};
     one.frame.payload = nullptr;
     return one;
-}
-
-std::string hexOf(const Bytes& bytes) {
-    std::string text;
-    char part[32];
-    for (std::size_t index = 0; index < bytes.size(); ++index) {
-        if (index % 16 == 0) {
-            std::snprintf(part, sizeof part, "%s%04zx ", index == 0 ? "" : "\n", index);
-            text += part;
-        }
-        std::snprintf(part, sizeof part, " %02x", static_cast<unsigned>(bytes[index]));
-        text += part;
-    }
-    return text;
-}
-
-std::ostream& operator<<(std::ostream& stream, const WireFrame& frame) {
-    return stream << '\n' << hexOf(encode(frame));
-}
-
-Bytes encode(const WireFrame& frame) {
-    Bytes bytes{0x55, static_cast<std::uint8_t>(0x10 + frame.kind)};
-    appendU16(bytes, static_cast<std::uint16_t>(frame.payload.size()));
-    appendU16(bytes, frame.sequence);
-    appendAddress(bytes, frame.source);
-    appendAddress(bytes, frame.destination);
-    appendU16(bytes, frame.messageId);
-    bytes.insert(bytes.end(), frame.payload.begin(), frame.payload.end());
-    bytes.push_back(sumOf(bytes, bytes.size()));
-    return bytes;
-}
-
-std::optional<WireFrame> decode(const Bytes& bytes) {
-    if (bytes.size() < 17 || bytes[0] != 0x55 || bytes[1] / 16 != 1 ||
-        bytes.size() != 17U + u16At(bytes, 2) || bytes.back() != sumOf(bytes, bytes.size() - 1)) {
-        return std::nullopt;
-    }
-    WireFrame frame;
-    frame.kind = bytes[1] % 16;
-    frame.sequence = u16At(bytes, 4);
-    frame.source = addressAt(bytes, 6);
-    frame.destination = addressAt(bytes, 10);
-    frame.messageId = u16At(bytes, 14);
-    frame.payload.assign(bytes.begin() + 16, bytes.end() - 1);
-    return frame;
-}
-
-Bytes helloPayload(const HelloFields& fields) {
-    Bytes bytes{fields.nodeKind};
-    appendU16(bytes, fields.maxPayload);
-    bytes.push_back(fields.hops);
-    bytes.push_back(fields.protocolA);
-    bytes.push_back(fields.protocolB);
-    appendU16(bytes, static_cast<std::uint16_t>(fields.upTime & 0xFFFF));
-    appendU16(bytes, static_cast<std::uint16_t>(fields.upTime >> 16));
-    appendU16(bytes, fields.frameRate);
-    bytes.push_back(fields.intervalCode);
-    return bytes;
 }
 
 void LinkBench::SetUp() {
@@ -167,7 +79,7 @@ int LinkBench::feed(const Bytes& bytes) {
 }
 
 void LinkBench::hello(const LinkAddress& source, const HelloFields& fields, std::uint32_t onChannel) {
-    const Bytes bytes = encode({2, 77, source, kEverybody, 0, helloPayload(fields)});
+    const Bytes bytes = wireFrame::hello(source, fields);
     ASSERT_EQ(linkFeed(onChannel, static_cast<std::uint32_t>(bytes.size()), bytes.data()), 0);
     linkPoll();
 }

@@ -1,57 +1,27 @@
 #pragma once
 
-// The link stack on a bench: a virtual clock, a wire that records, callbacks that record. Frames are encoded
-// and decoded here on their own, so that a mistake of the stack's reader or writer does not hide itself.
+// The link stack on a bench: a virtual clock, a wire that records, callbacks that record.
 
 #include "device/link/Link.h"
 #include "device/link/LinkInspection.h"
+#include "tests/support/WireFrame.h"
 
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <iosfwd>
 #include <optional>
-#include <string>
 #include <vector>
 
-using Bytes = std::vector<std::uint8_t>;
+using wireFrame::Bytes;
+using wireFrame::decode;
+using wireFrame::encode;
+using wireFrame::HelloFields;
+using wireFrame::helloPayload;
+using wireFrame::hexOf;
+using wireFrame::kHost;
+using wireFrame::WireFrame;
 
-inline constexpr LinkAddress kHost{1, 1, 28};
 inline constexpr LinkAddress kDevice{7, 3, 0x1234};
-inline constexpr LinkAddress kEverybody{};
-
-// "0000  55 12 ..." with offsets, 16 bytes a line.
-std::string hexOf(const Bytes& bytes);
-
-struct WireFrame {
-    std::uint8_t kind = 0;
-    std::uint16_t sequence = 0;
-    LinkAddress source;
-    LinkAddress destination;
-    std::uint16_t messageId = 0;
-    Bytes payload;
-
-    bool operator==(const WireFrame&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& stream, const WireFrame& frame);
-
-Bytes encode(const WireFrame& frame);
-
-// Nothing when `bytes` is not exactly one sound frame.
-std::optional<WireFrame> decode(const Bytes& bytes);
-
-struct HelloFields {
-    std::uint8_t nodeKind = 5;
-    std::uint16_t maxPayload = 500;
-    std::uint8_t hops = 0;
-    std::uint8_t protocolA = 1;
-    std::uint8_t protocolB = 10;
-    std::uint32_t upTime = 1;
-    std::uint16_t frameRate = 0;
-    std::uint8_t intervalCode = 36;
-};
-
-Bytes helloPayload(const HelloFields& fields);
+inline constexpr LinkAddress kEverybody = wireFrame::kBroadcast;
 
 class LinkBench : public ::testing::Test {
 public:

@@ -11,7 +11,7 @@ constexpr std::uint16_t kIdleMessage = 0x8100;
 
 class LinkIdle : public LinkBench {
 protected:
-    // What a run put on the wire and when, and what it was told.
+    // What a run put on the wire and when, and the callbacks that it got.
     struct Record {
         std::vector<std::pair<std::uint32_t, Bytes>> wire;
         std::vector<Login> logins;
@@ -49,7 +49,7 @@ protected:
         }
     }
 
-    // The same life of `milliseconds`, polled each millisecond or only where the stack asks for it.
+    // The same run of `milliseconds`, polled each millisecond or only where the stack asks for it.
     Record live(std::uint64_t seed, std::uint32_t milliseconds, bool rests) {
         LinkBench::SetUp();
         forget();

@@ -1,6 +1,7 @@
 #include "HeapCounter.h"
 #include "device/link/Link.h"
 #include "device/link/LinkInspection.h"
+#include "tests/support/WireFrame.h"
 
 #include <array>
 #include <cstdlib>
@@ -8,10 +9,12 @@
 
 namespace {
 
-constexpr LinkAddress kHost{1, 1, 28};
+using wireFrame::kFrameBytes;
+using wireFrame::kHost;
+
 constexpr LinkAddress kDevice{7, 3, 0x1234};
 
-// A device in place: answers each request at once with status 0, through a small fixed buffer.
+// A device that answers two of three requests at once with status 0, through a fixed buffer.
 struct EchoingWire {
     std::uint32_t channel = 0;
     int frameCount = 0;
@@ -20,35 +23,23 @@ struct EchoingWire {
     static int send(std::uint32_t, std::uint32_t, const std::uint8_t* bytes, void* context) {
         auto* wire = static_cast<EchoingWire*>(context);
         ++wire->frameCount;
-        if ((bytes[1] & 0x0F) == 0 && wire->frameCount % 3 != 0) {
-            wire->feed(1, bytes[4], bytes[5], bytes[14], bytes[15], 20);
+        const auto header = std::span(bytes, wireFrame::kHeaderBytes);
+        if ((header[1] & 0x0F) == kLinkRequest && wire->frameCount % 3 != 0) {
+            wire->feed(kLinkResponse, wireFrame::readU16(header, 4), wireFrame::readU16(header, 14), 20);
         }
         return 1;
     }
 
-    void feed(std::uint8_t kind, std::uint8_t sequenceLow, std::uint8_t sequenceHigh, std::uint8_t idLow,
-              std::uint8_t idHigh, std::uint8_t length) {
-        const std::uint8_t header[16] = {0x55,        static_cast<std::uint8_t>(0x10 | kind),
-                                         length,      0,
-                                         sequenceLow, sequenceHigh,
-                                         7,           3,
-                                         0x34,        0x12,
-                                         1,           1,
-                                         28,          0,
-                                         idLow,       idHigh};
-        std::uint8_t sum = 0;
-        for (std::size_t index = 0; index < 16; ++index) {
-            reply[index] = header[index];
-            sum = static_cast<std::uint8_t>(sum + header[index]);
-        }
-        if (idLow == 0 && idHigh == 0) { // hello: maxPayload 60, protocols 1, interval code 36
+    // A frame whose payload is zeros, or a hello.
+    void feed(std::uint8_t kind, std::uint16_t sequence, std::uint16_t messageId, std::uint8_t length) {
+        const auto frame = std::span(reply).first(kFrameBytes + length);
+        if (messageId == 0) { // maxPayload 60, protocols 1, interval code 36
             reply[17] = 60;
             reply[20] = reply[21] = 1;
             reply[28] = 36;
-            sum = static_cast<std::uint8_t>(sum + 60 + 2 + 36);
         }
-        reply[16U + length] = sum;
-        linkFeed(channel, 17U + length, reply.data());
+        wireFrame::encodeInPlace(frame, kind, sequence, kDevice, kHost, messageId);
+        linkFeed(channel, static_cast<std::uint32_t>(frame.size()), frame.data());
         reply.fill(0);
     }
 };
@@ -87,7 +78,7 @@ TEST(LinkMemory, AStackAtWorkTakesNothingFromTheHeap) {
     const std::array<std::uint8_t, 200> value{};
     for (std::uint32_t tick = 0; tick < 20000; ++tick) {
         if (tick % 1000 == 0 && tick < 12000) {
-            wire.feed(2, 1, 0, 0, 0, 13);
+            wire.feed(kLinkNotification, 1, 0, 13);
         }
         if (tick % 7 == 0) {
             linkSetAttribute(kDevice, 9, static_cast<std::uint8_t>(tick % 201), value.data());
@@ -95,8 +86,8 @@ TEST(LinkMemory, AStackAtWorkTakesNothingFromTheHeap) {
         if (tick % 50 == 0) {
             linkGetAttributes(kDevice, 10, value.data());
             linkQueryName(kHost);
-            wire.feed(2, 1, 0, 34, 0, 20);
-            wire.feed(0, 1, 0, 16, 0, 0);
+            wire.feed(kLinkNotification, 1, kLinkMessageSubscribe, 20);
+            wire.feed(kLinkRequest, 1, kLinkMessageVersion, 0);
         }
         linkPoll();
         linkTick(1);

@@ -225,7 +225,7 @@ TEST_F(LinkParser, ParsingCallsNoHandler) {
     EXPECT_TRUE(delivered.empty());
 }
 
-// The definition, one byte at a time: what linkFeed must equal whatever it takes at once.
+// The definition, one byte at a time. linkFeed must equal it for any portions.
 class ByteWiseParser {
 public:
     std::vector<Bytes> frames;
@@ -241,7 +241,7 @@ public:
     }
 
 private:
-    // False when the rest of the block is thrown away.
+    // False when the rest of the block is dropped.
     bool take(std::uint8_t byte) {
         if (state == 0) {
             if (byte == 0x55) {
@@ -291,6 +291,38 @@ private:
     Bytes frame;
 };
 
+// Frames, some of them damaged, between padding and noise.
+Bytes anyStream(std::mt19937_64& random) {
+    const auto below = [&](std::uint64_t limit) {
+        return random() % limit;
+    };
+    Bytes stream;
+    while (stream.size() < 4000) {
+        switch (below(6)) {
+        case 0: // noise rich in magics
+            for (std::uint64_t count = below(40); count > 0; --count) {
+                stream.push_back(below(3) == 0 ? 0x55 : static_cast<std::uint8_t>(below(256)));
+            }
+            break;
+        case 1: // padding
+            stream.insert(stream.end(), below(64), 0);
+            break;
+        default: {
+            Bytes payload(below(8) == 0 ? below(501) : below(30));
+            std::generate(payload.begin(), payload.end(),
+                          [&] { return static_cast<std::uint8_t>(below(256)); });
+            Bytes frame = encode({static_cast<std::uint8_t>(below(16)), static_cast<std::uint16_t>(random()),
+                                  kDevice, kHost, 0x8003, payload});
+            if (below(4) == 0) {
+                frame[below(frame.size())] ^= static_cast<std::uint8_t>(1 + below(255));
+            }
+            stream.insert(stream.end(), frame.begin(), frame.end());
+        }
+        }
+    }
+    return stream;
+}
+
 TEST_F(LinkParser, EqualsTheByteWiseDefinitionOnAnyStreamInAnyPortions) {
     const std::uint64_t seed = seedFromEnvironment(20240607);
     std::mt19937_64 random(seed);
@@ -302,30 +334,7 @@ TEST_F(LinkParser, EqualsTheByteWiseDefinitionOnAnyStreamInAnyPortions) {
     std::size_t thrownAway = 0;
     for (int round = 0; round < 400; ++round) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
-        Bytes stream;
-        while (stream.size() < 4000) {
-            switch (below(6)) {
-            case 0: // noise rich in magics
-                for (std::uint64_t count = below(40); count > 0; --count) {
-                    stream.push_back(below(3) == 0 ? 0x55 : static_cast<std::uint8_t>(below(256)));
-                }
-                break;
-            case 1: // padding
-                stream.insert(stream.end(), below(64), 0);
-                break;
-            default: {
-                Bytes payload(below(8) == 0 ? below(501) : below(30));
-                std::generate(payload.begin(), payload.end(),
-                              [&] { return static_cast<std::uint8_t>(below(256)); });
-                Bytes frame = encode({static_cast<std::uint8_t>(below(16)),
-                                      static_cast<std::uint16_t>(random()), kDevice, kHost, 0x8003, payload});
-                if (below(4) == 0) {
-                    frame[below(frame.size())] ^= static_cast<std::uint8_t>(1 + below(255));
-                }
-                stream.insert(stream.end(), frame.begin(), frame.end());
-            }
-            }
-        }
+        const Bytes stream = anyStream(random);
         ByteWiseParser reference;
         linkInit();
         linkInstallErrorCallback(
@@ -372,7 +381,7 @@ TEST_F(LinkParser, EqualsTheByteWiseDefinitionOnAnyStreamInAnyPortions) {
         errorCount += errors.size();
         ASSERT_EQ(linkInspect().receiveQueueLength, 0U);
     }
-    // The streams hold what they are meant to hold.
+    // The streams held enough of everything.
     EXPECT_GT(frameCount, 5000U);
     EXPECT_GT(errorCount, 1000U);
     EXPECT_GT(thrownAway, 1000U);

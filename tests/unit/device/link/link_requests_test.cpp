@@ -125,7 +125,7 @@ TEST_F(LinkRequests, AnswersTwiceOrOutOfOrderOrLateAreTakenAsTheyCome) {
     request({3});
     tickConnected(4010);
     ASSERT_EQ(timedOut.size(), 1U);
-    answer(sentWith(kRequestMessage).back()); // late: still told, nothing to end
+    answer(sentWith(kRequestMessage).back()); // late: still delivered, nothing to end
     EXPECT_EQ(delivered.size(), 4U);
     EXPECT_EQ(linkInspect().pendingAnswered + linkInspect().pendingTimedOut, linkInspect().pendingStarted);
 }
@@ -330,7 +330,7 @@ TEST_F(LinkRequests, WithoutPoolMemorySendingIs241AndError12) {
     // Neither can a payload be received: error 12 with its message id, and the parser goes on.
     feed({2, 1, kDevice, kHost, 0x9001, {1}});
     EXPECT_EQ(errors.back(), (Error{kLinkErrorOutOfMemory, 0x9001}));
-    // It all comes back.
+    // All memory is released.
     while (linkInspect().receiveQueueLength > 0) {
         linkPoll();
     }

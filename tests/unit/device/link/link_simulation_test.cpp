@@ -1,5 +1,5 @@
-// The stack against a device model over a bad wire, thousands of requests in seconds. The model and its
-// framing are this test's own. VEXO_SEED chooses another run.
+// The stack against a device model over a lossy wire, thousands of requests in seconds. VEXO_SEED chooses
+// another run.
 
 #include "LinkBench.h"
 #include "tests/support/RandomSeed.h"
@@ -33,7 +33,7 @@ struct DeviceManners {
     double never = 0;
 };
 
-// Finds frames in reports, one byte at a time, throwing away on doubt.
+// Finds frames in reports, one byte at a time; drops what may be no frame.
 class DeviceReader {
 public:
     std::function<void(const WireFrame&)> onFrame;
