@@ -60,7 +60,7 @@ Row {
             id: validator
         }
         background: Rectangle {
-            radius: 4
+            radius: VxTheme.radiusField
             color: VxTheme.field
             border.width: 1
             border.color: input.activeFocus ? VxTheme.accent : input.hovered ? VxTheme.outlineHover : VxTheme.outline

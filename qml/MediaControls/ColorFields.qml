@@ -59,7 +59,7 @@ Column {
             objectName: "preview"
             width: 36
             height: 28
-            radius: 4
+            radius: VxTheme.radiusField
             color: fields.shown
             border.width: 1
             border.color: VxTheme.outline

@@ -86,7 +86,7 @@ Column {
         objectName: "gradientBar"
         width: parent.width
         height: 14
-        radius: 7
+        radius: height / 2
         colors: select.selectedGradient
     }
 

@@ -7,7 +7,7 @@ Rectangle {
     required property var colors
 
     function colorAt(index: int): color {
-        return colors[Math.min(index, colors.length - 1)] ?? "#000000";
+        return colors[Math.min(index, colors.length - 1)] ?? "black";
     }
 
     gradient: Gradient {

@@ -40,7 +40,7 @@ Item {
 
             GradientStop {
                 position: 0
-                color: "#000000"
+                color: "black"
             }
             GradientStop {
                 position: 0.5
@@ -48,7 +48,7 @@ Item {
             }
             GradientStop {
                 position: 1
-                color: "#ffffff"
+                color: "white"
             }
         }
     }

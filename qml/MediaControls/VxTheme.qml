@@ -27,6 +27,9 @@ QtObject {
 
     readonly property int radiusSmall: 6
 
+    // Of a text that gives way to a narrow control.
+    readonly property int fontSmallest: 9
+    readonly property int fontScale: 10
     readonly property int fontCaption: 12
     readonly property int fontSmall: 14
     readonly property int fontLead: 16
@@ -52,6 +55,9 @@ QtObject {
     // A lit button that takes something away: a mute.
     readonly property color worn: "#991010"
     readonly property color tooltip: "#000000"
+    // The grid and the area below the curve of the equaliser.
+    readonly property color grid: "#333333"
+    readonly property color curveArea: "#660075FF"
     // The edge of what stands on colours.
     readonly property color shade: "#80000000"
     // A touch of light over any ground.
@@ -65,6 +71,8 @@ QtObject {
     readonly property color clipping: "#FF3200"
     readonly property color clippingOff: "#232323"
 
+    readonly property int radiusBar: 2
+    readonly property int radiusField: 4
     readonly property int radiusTile: 5
     readonly property int radiusPanel: 8
     readonly property int radiusLarge: 12

@@ -82,7 +82,7 @@ Item {
                     width: 9
                     text: modelData
                     color: VxTheme.textSecondary
-                    font.pixelSize: 10
+                    font.pixelSize: VxTheme.fontScale
                     horizontalAlignment: Text.AlignHCenter
                 }
             }
