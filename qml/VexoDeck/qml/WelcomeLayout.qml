@@ -131,156 +131,13 @@ Page {
         }
     }
 
-    Image {
-        id: deviceImage
-
-        objectName: "deviceImage"
+    WelcomeView {
+        anchors.fill: parent
         visible: !welcomeLayout.isUpdateFirmware
-        anchors.right: parent.right
-        anchors.rightMargin: parent.width * 0.03
-        anchors.verticalCenter: parent.verticalCenter
-        width: Math.min(parent.width * 0.55, parent.height * 4 / 3 * 0.92)
-        height: width * 3 / 4
-        source: VxConfig.getDeviceImage(0)
-        // Decoded at about the size shown: the full picture would keep four times the memory.
-        sourceSize.width: 160 * Math.ceil(width * Screen.devicePixelRatio / 160)
-        asynchronous: true
-        retainWhileLoading: true
-        opacity: deviceImage.status !== Image.Ready ? 0 : view.ready ? 1 : 0.6
-        scale: view.ready ? 1 : 0.97
-        Accessible.role: Accessible.Graphic
-        Accessible.name: view.ready ? view.deviceName : qsTr("VEXO 设备")
-
-        Behavior on opacity {
-            NumberAnimation {
-                duration: 2 * VxTheme.fadeMs
-                easing.type: VxTheme.easing
-            }
-        }
-        Behavior on scale {
-            NumberAnimation {
-                duration: 2 * VxTheme.fadeMs
-                easing.type: VxTheme.easing
-            }
-        }
-    }
-
-    Column {
-        visible: !welcomeLayout.isUpdateFirmware
-        anchors.left: parent.left
-        anchors.leftMargin: parent.width * 0.07
-        anchors.right: deviceImage.left
-        anchors.verticalCenter: parent.verticalCenter
-        spacing: 24 * view.zoom
-
-        Image {
-            height: 26 * view.zoom
-            fillMode: Image.PreserveAspectFit
-            horizontalAlignment: Image.AlignLeft
-            source: VxConfig.iconUrl("icons/vexo.svg", "")
-            sourceSize.height: height
-            Accessible.role: Accessible.Graphic
-            Accessible.name: "VEXO"
-        }
-
-        Label {
-            id: title
-
-            objectName: "title"
-            width: parent.width
-            topPadding: 20 * view.zoom
-            text: view.ready ? view.deviceName : qsTr("连接你的 VEXO 设备")
-            wrapMode: Text.Wrap
-            color: VxTheme.text
-            font.pixelSize: VxTheme.fontDisplay * view.zoom
-            font.weight: Font.Bold
-            Accessible.role: Accessible.Heading
-            Accessible.name: text
-        }
-
-        // The two views stand in one place, the one fading into the other.
-        Item {
-            width: parent.width
-            height: Math.max(description.height, readyView.height)
-
-            Label {
-                id: description
-
-                objectName: "description"
-                width: parent.width
-                text: qsTr("Vexo Deck 可将你的兼容设备变身为强大中枢\n支持低延迟混音，体验高清音质，享受每一次声音表达")
-                wrapMode: Text.Wrap
-                lineHeight: 1.2
-                color: VxTheme.textSecondary
-                font.pixelSize: Math.max(VxTheme.fontSmall, VxTheme.fontLead * view.zoom)
-                opacity: view.ready ? 0 : 1
-                visible: opacity > 0
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
-
-                Behavior on opacity {
-                    NumberAnimation {
-                        duration: VxTheme.fadeMs
-                        easing.type: VxTheme.easing
-                    }
-                }
-            }
-
-            Column {
-                id: readyView
-
-                width: parent.width
-                spacing: 32 * view.zoom
-                opacity: view.ready ? 1 : 0
-                visible: opacity > 0
-                // While it fades there is no device any more.
-                enabled: view.ready
-
-                Behavior on opacity {
-                    NumberAnimation {
-                        duration: VxTheme.fadeMs
-                        easing.type: VxTheme.easing
-                    }
-                }
-
-                Row {
-                    spacing: 10
-
-                    Rectangle {
-                        anchors.verticalCenter: parent.verticalCenter
-                        width: 8
-                        height: 8
-                        radius: 4
-                        color: VxTheme.accentHover
-                    }
-
-                    Label {
-                        id: statusText
-
-                        function announce(news: string) {
-                            Accessible.announce(news);
-                        }
-
-                        objectName: "status"
-                        text: qsTr("已连接")
-                        color: VxTheme.textSecondary
-                        font.pixelSize: Math.max(VxTheme.fontSmall, VxTheme.fontLead * view.zoom)
-                        Accessible.role: Accessible.StaticText
-                        Accessible.name: text
-                    }
-                }
-
-                VxButton {
-                    id: startButton
-
-                    objectName: "startButton"
-                    width: Math.min(implicitWidth, parent.width)
-                    implicitHeight: 52 * Math.max(0.85, view.zoom)
-                    text: qsTr("开启高清音质之旅")
-                    onClicked: welcomeLayout.stackView.push("MainLayout.qml")
-                }
-            }
-        }
+        ready: view.ready
+        deviceName: view.deviceName
+        zoom: view.zoom
+        onStarted: welcomeLayout.stackView.push("MainLayout.qml")
     }
 
     UpgradeView {
@@ -301,17 +158,6 @@ Page {
                 welcomeLayout.startDownload();
             else
                 welcomeLayout.startUpgradeFirmware();
-        }
-    }
-
-    Connections {
-        target: view
-
-        function onReadyChanged() {
-            if (!view.ready)
-                return;
-            startButton.forceActiveFocus(Qt.OtherFocusReason);
-            statusText.announce(title.text);
         }
     }
 }
