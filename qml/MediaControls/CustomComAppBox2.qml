@@ -92,17 +92,13 @@ T.ComboBox {
         padding: 4
         margins: 8
 
-        contentItem: ListView {
+        contentItem: ScrollList {
             id: list
 
-            clip: true
             implicitHeight: contentHeight
             model: comboBox.delegateModel
             currentIndex: comboBox.highlightedIndex
             highlightMoveDuration: 0
-            boundsBehavior: Flickable.StopAtBounds
-
-            T.ScrollBar.vertical: VxScrollBar {}
         }
         background: Rectangle {
             radius: VxTheme.radiusPanel

@@ -21,19 +21,14 @@ T.Popup {
         open();
     }
 
-    component BarButton: T.Button {
+    component BarButton: Pressable {
         id: button
 
         implicitWidth: Math.max(72, implicitContentWidth + leftPadding + rightPadding)
         implicitHeight: 26
         horizontalPadding: 14
-        hoverEnabled: true
-        focusPolicy: Qt.StrongFocus
-        font.family: VxTheme.fontFamily
-        font.pixelSize: VxTheme.fontSmall
-
-        Accessible.role: Accessible.Button
-        Accessible.name: text
+        ringRadius: VxTheme.radiusTile
+        ringColor: VxTheme.text
 
         contentItem: VxText {
             text: button.text
@@ -45,16 +40,7 @@ T.Popup {
             color: button.down ? VxTheme.veilPressed : button.hovered ? VxTheme.veilHover : "transparent"
             border.width: 1
             border.color: VxTheme.text
-
-            FocusRing {
-                inner: parent.radius
-                border.color: VxTheme.text
-                visible: button.visualFocus
-            }
         }
-
-        Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-        Keys.onEnterPressed: event => KeyPress.once(event, () => click())
     }
 
     x: parent ? Math.round((parent.width - width) / 2) : 0
@@ -98,7 +84,7 @@ T.Popup {
             wrapMode: Text.Wrap
             // A very long message gets smaller rather than leaving the bar.
             fontSizeMode: Text.VerticalFit
-            minimumPixelSize: 10
+            minimumPixelSize: VxTheme.fontScale
         }
         BarButton {
             id: cancelButton

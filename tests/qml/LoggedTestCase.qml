@@ -44,6 +44,17 @@ TestCase {
         return stepsOnTheWay;
     }
 
+    // What the keyboard reaches of a control: the control, or a part of it.
+    function keyboardPart(control) {
+        return control.activeFocusOnTab ? control : control.nextItemInFocusChain();
+    }
+
+    function reach(control) {
+        const reached = keyboardPart(control);
+        reached.forceActiveFocus(Qt.TabFocusReason);
+        return reached;
+    }
+
     function init() {
         TestLog.begin();
     }

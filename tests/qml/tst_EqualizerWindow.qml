@@ -367,7 +367,7 @@ WindowedEqualizerTestCase {
     function test_everything_has_a_name_for_a_screen_reader() {
         openEqualizer([userPreset]);
         child("preset7").clicked();
-        compare(child("equalizerSwitch").Accessible.name, "均衡器");
+        compare(reach(child("equalizerSwitch")).Accessible.name, "均衡器");
         compare(child("addPreset").Accessible.name, "添加均衡器预设");
         compare(child("deletePreset").Accessible.name, "删除");
         compare(child("preset7").Accessible.checked, true);

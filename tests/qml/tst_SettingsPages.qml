@@ -119,8 +119,8 @@ PageTestCase {
             info: voxmicM40,
             component: microphoneTab
         });
-        verify(switchOf("aiSwitch").Accessible.checked);
-        verify(!switchOf("muteSwitch").Accessible.checked);
+        verify(reach(switchOf("aiSwitch")).checked);
+        verify(!reach(switchOf("muteSwitch")).checked);
         const scene = findChild(child("selectRowType"), "tile0");
         compare(scene.Accessible.role, Accessible.RadioButton);
         verify(scene.Accessible.checked);

@@ -179,7 +179,7 @@ Rectangle {
             width: parent.width
             src: VxConfig.iconUrl("icons/jt_btn.svg", "")
             name: qsTr("只听")
-            Accessible.description: audioController.title
+            description: audioController.title
             onClick: audioController.listenOnly()
         }
 
@@ -200,7 +200,7 @@ Rectangle {
                 isWorn: true
                 src: VxConfig.iconUrl("icons/zt_btn.svg", "")
                 name: qsTr("监听静音")
-                Accessible.description: audioController.title
+                description: audioController.title
                 onClick: audioController.storeMute("_monitor", isActive, 2)
             }
             CustomButtonRect {
@@ -212,7 +212,7 @@ Rectangle {
                 isWorn: true
                 src: VxConfig.iconUrl("icons/zb_btn.svg", "")
                 name: qsTr("直播静音")
-                Accessible.description: audioController.title
+                description: audioController.title
                 onClick: audioController.storeMute("_mix", isActive, 3)
             }
         }

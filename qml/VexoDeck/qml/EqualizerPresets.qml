@@ -13,8 +13,6 @@ import "EqualizerCurve.js" as Curve
 Item {
     id: eqSelect
 
-    objectName: "eqSelect"
-
     property int selectIndex: 0
     // Records with name, value (dB of the twelve bands) and img.
     property var dataList: []
@@ -97,7 +95,7 @@ Item {
 
     function revealSelected() {
         if (selectIndex >= 0 && selectIndex < dataList.length)
-            list.reveal(selectIndex);
+            list.revealStretch(selectIndex * list.step, tileWidth);
     }
 
     // The engine is not told: it follows the press and not the moves.
@@ -119,37 +117,27 @@ Item {
         return VxConfig.iconUrl(known.includes(record.img) ? record.img : "icons/zdy.svg", "");
     }
 
+    objectName: "eqSelect"
     implicitHeight: 74
 
-    Flickable {
+    ScrollPage {
         id: list
 
-        objectName: "presetList"
-
-        // The row grows with the next frame.
-        property bool atEnd: false
+        readonly property real step: eqSelect.tileWidth + row.spacing
+        readonly property int places: eqSelect.dataList.length + (eqSelect.full ? 0 : 1)
 
         function toRightEnd() {
             contentX = Math.max(0, contentWidth - width);
-            atEnd = true;
         }
 
-        // Scrolls as little as brings the place into view; before the tiles are laid out, too.
-        function reveal(place: int) {
-            const left = place * (eqSelect.tileWidth + row.spacing);
-            contentX = Math.max(0, Math.min(left, Math.max(contentX, left + eqSelect.tileWidth - width)));
-        }
-
+        objectName: "presetList"
         anchors.fill: parent
-        contentWidth: row.width
-        onContentWidthChanged: {
-            if (atEnd)
-                contentX = Math.max(0, contentWidth - width);
-            atEnd = false;
-        }
+        // Not that of the row, which follows a change of the list one frame later.
+        contentWidth: places * step - row.spacing
         contentHeight: height
         flickableDirection: Flickable.HorizontalFlick
-        boundsBehavior: Flickable.StopAtBounds
+        mouseFlicks: true
+        barThickness: 6
         clip: true
         Accessible.role: Accessible.Grouping
         Accessible.name: qsTr("均衡器")
@@ -174,10 +162,6 @@ Item {
                     icon.source: eqSelect.iconOf(record)
                     selected: index === eqSelect.selectIndex
                     onClicked: eqSelect.select(index)
-                    onVisualFocusChanged: {
-                        if (visualFocus)
-                            list.reveal(index);
-                    }
                 }
             }
 
@@ -191,10 +175,6 @@ Item {
                 text: qsTr("添加均衡器预设")
                 icon.source: VxConfig.iconUrl("icons/plus2.svg", "")
                 onClicked: eqSelect.addPreset()
-                onVisualFocusChanged: {
-                    if (visualFocus)
-                        list.reveal(eqSelect.dataList.length);
-                }
 
                 Rectangle {
                     anchors.fill: parent
@@ -213,20 +193,6 @@ Item {
                 const wanted = list.contentX - (event.angleDelta.y || event.angleDelta.x) / 2;
                 list.contentX = Math.max(0, Math.min(list.contentWidth - list.width, wanted));
             }
-        }
-    }
-
-    VxScrollBar {
-        anchors.left: list.left
-        anchors.right: list.right
-        anchors.bottom: list.bottom
-        implicitHeight: 6
-        orientation: Qt.Horizontal
-        size: list.visibleArea.widthRatio
-        position: list.visibleArea.xPosition
-        onPositionChanged: {
-            if (pressed)
-                list.contentX = position * list.contentWidth;
         }
     }
 

@@ -1,9 +1,8 @@
 import QtQuick
-import QtQuick.Templates as T
 import MediaControls
 
 /* The way to the equaliser, with the name of what is in use. */
-T.AbstractButton {
+Pressable {
     id: equalizerRow
 
     required property string tips
@@ -37,11 +36,10 @@ T.AbstractButton {
 
     width: parent?.width ?? 0
     implicitHeight: Math.max(40, row.height)
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
+    leftInset: -10
+    rightInset: -10
+    ringGap: 0
 
-    Accessible.role: Accessible.Button
-    Accessible.name: text
     Accessible.description: formatName()
 
     contentItem: Item {
@@ -74,19 +72,9 @@ T.AbstractButton {
             }
         }
     }
-    background: Item {
-        Rectangle {
-            anchors.fill: parent
-            anchors.leftMargin: -10
-            anchors.rightMargin: -10
-            radius: VxTheme.radiusSmall
-            color: equalizerRow.down ? VxTheme.veilPressed : equalizerRow.hovered ? VxTheme.veilHover : "transparent"
-
-            FocusRing {
-                gap: 0
-                visible: equalizerRow.visualFocus
-            }
-        }
+    background: Rectangle {
+        radius: VxTheme.radiusSmall
+        color: equalizerRow.down ? VxTheme.veilPressed : equalizerRow.hovered ? VxTheme.veilHover : "transparent"
     }
 
     MessageListener {
@@ -94,7 +82,5 @@ T.AbstractButton {
         onMessage: () => equalizerRow.readEqualizer()
     }
 
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
     Component.onCompleted: readEqualizer()
 }

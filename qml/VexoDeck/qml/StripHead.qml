@@ -59,7 +59,7 @@ Item {
         text: head.title
         font.pixelSize: VxTheme.fontCaption
         fontSizeMode: Text.Fit
-        minimumPixelSize: 9
+        minimumPixelSize: VxTheme.fontSmallest
         horizontalAlignment: Text.AlignHCenter
         wrapMode: Text.WordWrap
         maximumLineCount: 2

@@ -31,7 +31,7 @@ SettingRow {
         objectName: "switch"
         anchors.verticalCenter: parent.verticalCenter
         name: switchRow.text
-        Accessible.description: switchRow.tips
+        description: switchRow.tips
         onCheckedChanged: {
             if (ConfigMgr.getValue(switchRow.key) !== checked)
                 ConfigMgr.setValue(switchRow.key, checked);

@@ -43,7 +43,8 @@ void takePose(QQuickWindow& window, const QQuickItem& cell, const QString& pose)
                                 : QPointF(control->width() / 2, control->height() / 2);
     const QPoint point = control->mapToScene(place).toPoint();
     if (pose == "focus") {
-        control->forceActiveFocus(Qt::TabFocusReason);
+        QQuickItem* reached = control->activeFocusOnTab() ? control : control->nextItemInFocusChain();
+        reached->forceActiveFocus(Qt::TabFocusReason);
         return;
     }
     QTest::mouseMove(&window, point);
