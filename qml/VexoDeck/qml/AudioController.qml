@@ -16,7 +16,8 @@ Rectangle {
     // A source's entry of AppInventory, and its place in appList.
     property var currentApp: null
     property int appIndex: -1
-    property string bundleIdentifier: currentApp?.bundleIdentifier ?? ""
+    readonly property var fixedStrip: Records.fixedStrips[showType] ?? null
+    property string bundleIdentifier: fixedStrip?.identifier ?? currentApp?.bundleIdentifier ?? ""
     property string title: currentApp ? AppInventory.displayName(currentApp) : ""
     property url imageSource
     readonly property bool isSource: showType === StripKind.Source
@@ -35,15 +36,7 @@ Rectangle {
 
     // The id at creation stays the strip's topic, also when its application is swapped.
     function levelTopic(): string {
-        switch (showType) {
-        case StripKind.LiveOutput:
-            return Records.liveBusTopic;
-        case StripKind.MonitorOutput:
-            return Records.monitorBusTopic;
-        case StripKind.Device:
-            return Records.deviceTopic;
-        }
-        return currentApp?.streamID > 0 ? String(currentApp.streamID) : bundleIdentifier;
+        return fixedStrip?.topic ?? String(currentApp ? Records.topicOf(currentApp) : bundleIdentifier);
     }
 
     // Mutes are read without a default here: where the store gives text, a stored mute shows as off.
@@ -51,8 +44,8 @@ Rectangle {
         if (bundleIdentifier === "")
             return;
         readSolo();
-        monitorMute.setActive(ConfigMgr.getValue(bundleIdentifier + "_monitor") === true);
-        liveMute.setActive(ConfigMgr.getValue(bundleIdentifier + "_mix") === true);
+        monitorMute.setActive(ConfigMgr.getValue(Records.monitorMuteKey(bundleIdentifier)) === true);
+        liveMute.setActive(ConfigMgr.getValue(Records.liveMuteKey(bundleIdentifier)) === true);
         volume.read(bundleIdentifier);
     }
 
@@ -68,8 +61,8 @@ Rectangle {
         eventsChanged(1, soloButton.isActive);
     }
 
-    function storeMute(suffix: string, muted: bool, eventType: int) {
-        ConfigMgr.setValue(bundleIdentifier + suffix, muted);
+    function storeMute(key: string, muted: bool, eventType: int) {
+        ConfigMgr.setValue(key, muted);
         volumeChanged();
         eventsChanged(eventType, muted);
     }
@@ -78,7 +71,7 @@ Rectangle {
     function passSolo(identifier: string) {
         if (ConfigMgr.getValue(ConfigMgr.keys.listen) !== bundleIdentifier || identifier === bundleIdentifier)
             return;
-        const heir = identifier === "" ? "listen" : identifier;
+        const heir = identifier === "" ? Records.monitorOutput.identifier : identifier;
         ConfigMgr.setValue(ConfigMgr.keys.listen, heir);
         MessageBus.publishListenModeChanged(heir);
     }
@@ -201,7 +194,7 @@ Rectangle {
                 src: VxConfig.iconUrl("icons/zt_btn.svg", "")
                 name: qsTr("监听静音")
                 description: audioController.title
-                onClick: audioController.storeMute("_monitor", isActive, 2)
+                onClick: audioController.storeMute(Records.monitorMuteKey(audioController.bundleIdentifier), isActive, 2)
             }
             CustomButtonRect {
                 id: liveMute
@@ -213,7 +206,7 @@ Rectangle {
                 src: VxConfig.iconUrl("icons/zb_btn.svg", "")
                 name: qsTr("直播静音")
                 description: audioController.title
-                onClick: audioController.storeMute("_mix", isActive, 3)
+                onClick: audioController.storeMute(Records.liveMuteKey(audioController.bundleIdentifier), isActive, 3)
             }
         }
     }

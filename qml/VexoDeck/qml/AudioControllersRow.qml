@@ -138,15 +138,8 @@ Row {
 
     // Undefined for a process that no strip has.
     function topicOf(processID: var): var {
-        switch (processID) {
-        case Records.device:
-            return Records.deviceTopic;
-        case Records.monitorBus:
-            return Records.monitorBusTopic;
-        case Records.liveBus:
-            return Records.liveBusTopic;
-        }
-        return processIDMap[String(processID)];
+        const fixed = Records.fixedStrips.find(strip => strip.processID === processID);
+        return fixed ? fixed.topic : processIDMap[String(processID)];
     }
 
     function publishLevels(levels: var) {

@@ -11,16 +11,14 @@ import "EqualizerCurve.js" as Curve
 Item {
     id: eqChartContainer
 
-    objectName: "eqChartContainer"
-
     // A preset's record.
     required property var currentEqData
     required property bool editable
 
-    readonly property list<real> frequencies: [63, 125, 250, 400, 630, 1000, 1600, 2500, 4000, 6300, 10000, 16000]
-    readonly property list<string> frequencyLabels: ["63Hz", "125Hz", "250Hz", "400Hz", "630Hz", "1kHz", "1.6kHz", "2.5kHz", "4kHz", "6.3kHz", "10kHz", "16kHz"]
+    readonly property list<real> frequencies: Curve.frequencies
+    readonly property list<string> frequencyLabels: Curve.frequencyLabels
     readonly property list<real> gainLevels: [6, 4, 2, 0, -2, -4, -6]
-    readonly property list<string> gainLabels: ["+6dB", "+4dB", "+2dB", "0", "-2dB", "-4dB", "-6dB"]
+    readonly property list<string> gainLabels: gainLevels.map(gain => gain === 0 ? "0" : gainText(gain))
     readonly property list<real> gains: Curve.twelveGains(currentEqData.value)
     // The keyboard's band as a screen reader asks for it, in dB.
     readonly property real value: gains[edit.keyBand]
@@ -81,6 +79,7 @@ Item {
         edit.keyBand = Math.max(0, Math.min(Curve.bandCount - 1, edit.keyBand + step));
     }
 
+    objectName: "eqChartContainer"
     activeFocusOnTab: editable
     Accessible.role: Accessible.Slider
     Accessible.name: frequencyLabels[edit.keyBand]
@@ -101,7 +100,7 @@ Item {
             width: 38
             text: eqChartContainer.gainLabels[index]
             color: VxTheme.textSecondary
-            font.pixelSize: 10
+            font.pixelSize: VxTheme.fontScale
             horizontalAlignment: Text.AlignRight
         }
     }
@@ -117,7 +116,7 @@ Item {
             y: canvas.y + canvas.height + 7
             text: modelData
             color: VxTheme.textSecondary
-            font.pixelSize: 10
+            font.pixelSize: VxTheme.fontScale
         }
     }
 
