@@ -111,7 +111,7 @@ T.Slider {
             anchors.centerIn: parent
             width: slider.horizontal ? slider.availableWidth : 4
             height: slider.horizontal ? 4 : slider.availableHeight
-            radius: 2
+            radius: VxTheme.radiusBar
             color: slider.backgroundColor
             opacity: slider.backgroundOpacity
         }
@@ -121,7 +121,7 @@ T.Slider {
             y: slider.horizontal ? (parent.height - height) / 2 : slider.handle.y + slider.handle.height / 2
             width: slider.horizontal ? slider.handle.x + slider.handle.width / 2 - slider.leftPadding : 4
             height: slider.horizontal ? 4 : slider.topPadding + slider.availableHeight - y
-            radius: 2
+            radius: VxTheme.radiusBar
             color: VxTheme.accent
         }
     }
@@ -161,6 +161,7 @@ T.Slider {
     Timer {
         id: tooltipTimer
 
+        objectName: "tooltipTimer"
         interval: 500
         onTriggered: {
             hand.tooltipShown = false;

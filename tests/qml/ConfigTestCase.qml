@@ -25,6 +25,9 @@ LoggedTestCase {
         name: "VEXO Voxmic T40"
     })
 
+    // The calls into the store: operation, key and value of each.
+    property var storeCalls: []
+
     function init() {
         initConfig();
     }
@@ -34,8 +37,38 @@ LoggedTestCase {
         TestLog.begin();
         connectDevice({});
         SettingsManager.clear();
+        ConfigMgr.settings = recordingStore();
         loadOn("linux");
+        storeCalls = [];
         TestLog.begin();
+    }
+
+    // Passes all calls on.
+    function recordingStore() {
+        const store = {};
+        for (const name of ["getValue", "setValue", "removeValue", "getColor", "setColor", "getStringList", "setStringList"]) {
+            store[name] = function (key, value) {
+                storeCalls.push([name, key, value]);
+                return SettingsManager[name].apply(SettingsManager, arguments);
+            };
+        }
+        return store;
+    }
+
+    // Operation and key of each.
+    function storeCallsOf(action) {
+        storeCalls = [];
+        action();
+        return storeCalls.map(([name, key]) => [name, key]);
+    }
+
+    function writes() {
+        return storeCalls.filter(([name]) => name.startsWith("set"));
+    }
+
+    // The keys that were written, in order.
+    function written() {
+        return writes().map(([, key]) => key);
     }
 
     function connectDevice(info) {

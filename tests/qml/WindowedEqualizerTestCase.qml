@@ -5,12 +5,10 @@ import VexoDeckSystemBridge
 import VexoDeckTest
 
 /* A test case that builds the equaliser's window anew in each test. */
-ConfigTestCase {
+ScreenTestCase {
     id: testCase
 
     property EqualizerWindow equalizer: null
-    // What was published: maps with "topic" and "payload".
-    property var published: []
     readonly property var zeros: new Array(12).fill(0)
     readonly property var userPreset: JSON.stringify({
         name: "自定义",
@@ -21,6 +19,9 @@ ConfigTestCase {
     readonly property Component equalizerComponent: Component {
         EqualizerWindow {}
     }
+
+    screen: equalizer?.contentItem ?? null
+    heardTopics: [MessageBus.messageTypes.UPDATE_DEVICE_EQUALIZER_CURRENT]
 
     function init() {
         initConfig();
@@ -50,21 +51,15 @@ ConfigTestCase {
 
     function closeEqualizer() {
         if (equalizer)
-            equalizer.destroy();
+            discard(equalizer);
         equalizer = null;
-        wait(0);
     }
 
     function forget() {
         SystemBridge.clearCalls();
         published = [];
+        storeCalls = [];
         TestLog.begin();
-    }
-
-    function child(name) {
-        const item = findChild(equalizer.contentItem, name);
-        verify(item, name + " exists");
-        return item;
     }
 
     function eqSelect() {
@@ -88,20 +83,7 @@ ConfigTestCase {
         return ConfigMgr.getValue("device_equalizer_current_index");
     }
 
-    // The keys that were written, in order.
-    function written() {
-        return TestLog.lines.map(line => line.match(/^(?:qml: )?设置(?:字符串列表)?配置: (\S+)/)).filter(found => found).map(found => found[1]);
-    }
-
     function payloads() {
         return published.map(news => news.payload);
-    }
-
-    MessageListener {
-        messageTypes: [MessageBus.messageTypes.UPDATE_DEVICE_EQUALIZER_CURRENT]
-        onMessage: (topic, payload) => testCase.published.push({
-                topic: topic,
-                payload: payload
-            })
     }
 }

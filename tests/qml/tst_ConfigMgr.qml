@@ -68,23 +68,6 @@ ConfigTestCase {
             upgradeFirmwareFilePath: ""
         })
 
-    // The calls into the store that an action makes: operation and key, in order.
-    function storeCallsOf(action) {
-        const calls = [];
-        const store = ConfigMgr.settings;
-        const counter = {};
-        for (const name of ["getValue", "setValue", "removeValue", "getColor", "setColor", "getStringList", "setStringList"]) {
-            counter[name] = function (key) {
-                calls.push([name, key]);
-                return store[name].apply(store, arguments);
-            };
-        }
-        ConfigMgr.settings = counter;
-        action();
-        ConfigMgr.settings = store;
-        return calls;
-    }
-
     function membersOf(object) {
         return Object.keys(object).filter(name => name !== "objectName" && typeof object[name] !== "function").sort();
     }

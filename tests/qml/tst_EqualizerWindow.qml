@@ -168,7 +168,7 @@ WindowedEqualizerTestCase {
         compare(eqSelect().selectIndex, 7);
         compare(current().value, zeros.map(() => 2));
         compare(storedPresets().length, 8);
-        compare(written(), ["device_equalizer_current_index", "device_equalizer_current"]);
+        compare(written(), ["device_equalizer_values", "device_equalizer_current_index", "device_equalizer_current"]);
         compare(payloads(), [7]);
         compare(updates(), 1);
     }

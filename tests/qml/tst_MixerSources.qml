@@ -62,14 +62,31 @@ MixerTestCase {
         compare(findChild(child("plusButton"), "empty").visible, true);
     }
 
-    function test_the_picker_works_by_the_keyboard() {
+    function test_the_picker_works_by_the_keyboard_data() {
+        return [
+            {
+                tag: "Return",
+                key: Qt.Key_Return
+            },
+            {
+                tag: "Enter",
+                key: Qt.Key_Enter
+            },
+            {
+                tag: "Space",
+                key: Qt.Key_Space
+            }
+        ];
+    }
+
+    function test_the_picker_works_by_the_keyboard(row) {
         SystemBridge.applications = [music, game];
         openMixer([]);
         child("plusButton").forceActiveFocus(Qt.TabFocusReason);
         keyClick(Qt.Key_Return);
         tryCompare(findChild(child("plusButton"), "popup"), "opened", true);
         keyClick(Qt.Key_Down);
-        keyClick(Qt.Key_Return);
+        keyClick(row.key);
         tryCompare(findChild(child("plusButton"), "popup"), "visible", false);
         compare(storedApps().map(entry => entry.name), ["Game"]);
     }

@@ -213,7 +213,6 @@ PageTestCase {
         LongTexts.install();
         verify(findChild(page, "sectionTitle").text !== before);
         waitForPolish(Window.window);
-        wait(0);
         verifyTextsHaveRoom();
         verifyTextsAreApart();
         LongTexts.remove();
