@@ -11,8 +11,6 @@ import "AutoGainLevels.js" as Levels
 WindowFrame {
     id: autoGainWindow
 
-    objectName: "autoGainWindow"
-
     // The last gain step reported.
     property int gainValue: 0
 
@@ -20,6 +18,7 @@ WindowFrame {
         isDestroy = true;
     }
 
+    objectName: "autoGainWindow"
     title: qsTr("自动增益")
     width: 500
     height: 300

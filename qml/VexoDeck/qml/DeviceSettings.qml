@@ -8,8 +8,6 @@ import MediaControls
 FocusScope {
     id: deviceSettings
 
-    objectName: "deviceSettings"
-
     readonly property list<string> pageNames: [qsTr("话筒"), qsTr("监听"), qsTr("灯光"), qsTr("通用")]
     // Tab index to page index. Voxmic M40 has no lights.
     readonly property list<int> pageMap: HIDDeviceMgr.isM40() ? [0, 1, 3] : [0, 1, 2, 3]
@@ -23,6 +21,8 @@ FocusScope {
         tabIndex = (index + tabs.count) % tabs.count;
         tabs.itemAt(tabIndex).forceActiveFocus(Qt.TabFocusReason);
     }
+
+    objectName: "deviceSettings"
 
     Accessible.role: Accessible.Pane
     Accessible.name: qsTr("设备设置")

@@ -10,8 +10,6 @@ import MediaControls
 Page {
     id: mainLayout
 
-    objectName: "mainLayout"
-
     // The display is watched. Never goes back to false.
     property bool screenPowerMonitor: false
 
@@ -36,6 +34,7 @@ Page {
             autoGain.window = VxConfig.createWindow("AutoGainWindow.qml", mainLayout);
     }
 
+    objectName: "mainLayout"
     Accessible.role: Accessible.Pane
     background: Rectangle {
         color: VxTheme.background
@@ -68,8 +67,6 @@ Page {
     Rectangle {
         id: deviceSettingsDrawer
 
-        objectName: "deviceSettingsDrawer"
-
         property bool isOpen: false
         // What had the focus when the drawer opened; it gets it back.
         property Item opener: null
@@ -93,6 +90,7 @@ Page {
             item.forceActiveFocus(holder && holder.visualFocus ? Qt.TabFocusReason : Qt.OtherFocusReason);
         }
 
+        objectName: "deviceSettingsDrawer"
         anchors.right: parent.right
         anchors.top: parent.top
         anchors.bottom: parent.bottom

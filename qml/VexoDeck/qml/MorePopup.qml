@@ -8,8 +8,6 @@ import MediaControls
 T.Popup {
     id: morePopup
 
-    objectName: "morePopup"
-
     // The button stands at the right on macOS, else at the left.
     property bool macStyle: false
     // text, icon and action (a function or null) of each row.
@@ -45,6 +43,7 @@ T.Popup {
         }
     }
 
+    objectName: "morePopup"
     x: macStyle ? 30 - width : 0
     y: 30
     width: widthFor("zh_CN")
