@@ -6,7 +6,7 @@ Row {
     id: field
 
     required property string label
-    // What it shows while it has no focus.
+    // Shown while the field has no focus.
     required property string value
     property bool frozen: false
     property alias text: input.text

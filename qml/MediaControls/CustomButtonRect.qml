@@ -1,6 +1,9 @@
 import QtQuick
 
-/* A tile with an icon that is on or off. With isSelect false it is a plain button; isWorn lights it red and strikes the icon out. */
+/*
+    A tile with an icon that is on or off. With isSelect false it is a plain button. With isWorn it lights red and
+    strikes the icon out.
+*/
 Rectangle {
     id: tile
 
@@ -20,7 +23,7 @@ Rectangle {
         isActive = value;
     }
 
-    // The colour of the lit tile, or the given one while it is not lit.
+    // The colour of a tile that is on, otherwise the given colour.
     function getColor(defaultColor: color): color {
         if (isActive && isSelect)
             return isWorn ? VxTheme.worn : VxTheme.accent;

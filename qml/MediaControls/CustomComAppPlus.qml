@@ -4,13 +4,13 @@ import QtQuick
 import QtQuick.Templates as T
 
 /*
-    The button that adds an application to the mixer. It opens the list of those that run and have no strip; a click
-    there is told by clickApp, and then its entry joins appList.
+    The button that adds an application to the mixer. It opens a list of what runs and has no strip. A click in the list
+    emits clickApp and then adds the entry to appList.
 */
 Pressable {
     id: plusButton
 
-    // Shown under the plus, for who has not used it yet.
+    // Shown under the plus to users who have not added anything yet.
     property string hint: ""
     property string emptyText: qsTr("没有正在播放声音的应用")
 
@@ -20,7 +20,7 @@ Pressable {
         id: choice
 
         property var apps: []
-        // A second click waits until the list has closed.
+        // Ignores a second click until the list has closed.
         property bool blocked: false
     }
 

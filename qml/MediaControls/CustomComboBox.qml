@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Templates as T
 
-/* A list box of plain texts. Every change of the current index to a row of the list is told, whoever made it. */
+/* A list box of plain texts. Every change of the current index to a valid row emits itemSelected, whoever made it. */
 T.ComboBox {
     id: comboBox
 

@@ -29,7 +29,7 @@ Column {
         changeComplete(index, selectedGradient, isReset);
     }
 
-    // The selected gradient as a list of so many colours.
+    // The selected gradient as a list of that many colours.
     function getCurrentGradientXColors(steps: int): var {
         return GradientColors.generateGradientColors(selectedGradient, steps);
     }

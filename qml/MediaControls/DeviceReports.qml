@@ -1,8 +1,8 @@
 import QtQml
 
 /*
-    What a report of the device leads to: a line of the log, which names it, a setting that keeps its value, and news
-    on MessageBus.
+    The effects of each report of the device: a line of the log, the setting that keeps the value, and the message on
+    MessageBus.
 */
 QtObject {
     // Of HIDDeviceMgr.

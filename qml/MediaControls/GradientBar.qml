@@ -1,6 +1,6 @@
 import QtQuick
 
-/* The first three of the given colours from left to right; fewer repeat the last one. */
+/* A gradient of the first three colours, from left to right. Where there are fewer, the last one repeats. */
 Rectangle {
     id: bar
 

@@ -1,14 +1,14 @@
 pragma Singleton
 
 import QtQml
-// Registered by the program when it starts, so that no description lies on the disk for the linter.
+// The program registers this module when it starts: qmllint finds no description of it.
 import VexoDeckHIDHotplug // qmllint disable import
 import "DeviceAttributes.js" as Attributes
 
 /*
-    The only door from the screens to the device: the attribute catalogue, writes gathered for 500 ms with the last
-    value of each attribute winning, reads at connection, and the device's reports spread on MessageBus. It neither
-    retries nor reports anything: a write while no device is open disappears in the manager.
+    The only way from the screens to the device. It holds the attribute catalogue, collects writes for 500 ms and sends
+    the last value of each attribute, reads values at connection, and publishes the device's reports on MessageBus. It
+    does not retry: a write while no device is open is lost.
 */
 QtObject {
     id: deviceMgr
@@ -87,7 +87,7 @@ QtObject {
         return deviceInfo;
     }
 
-    // The manager has no transfer yet that would carry the file: who asks is told so, and waits for nothing.
+    // The manager has no firmware transfer yet: every upgrade fails at once, so that no caller waits.
     function upgradeFirmware(filePath: string) {
         console.log("升级失败:", filePath);
         upgradeFirmwareProgress(0, "升级失败");
@@ -182,7 +182,7 @@ QtObject {
         if (!report)
             return;
         console.log("收到" + report.word + "消息:", JSON.stringify(data));
-        // A report without a value says nothing.
+        // A report without a value has no effect.
         if (data.length === 0)
             return;
         if (report.store)

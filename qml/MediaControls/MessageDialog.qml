@@ -2,8 +2,8 @@ import QtQuick
 import QtQuick.Templates as T
 
 /*
-    The program's one form of question: a bar at the top of its parent, that only its two buttons close. It goes at
-    once: callers take a visible bar for a question that is still open.
+    The program's only form of question: a bar at the top of its parent that only its two buttons close. It disappears
+    without a fade, since callers take a visible bar for an open question.
 */
 T.Popup {
     id: dialog
@@ -82,7 +82,7 @@ T.Popup {
             text: dialog.title
             font.pixelSize: VxTheme.fontLead
             wrapMode: Text.Wrap
-            // A very long message gets smaller rather than leaving the bar.
+            // A very long message shrinks to fit the bar.
             fontSizeMode: Text.VerticalFit
             minimumPixelSize: VxTheme.fontScale
         }

@@ -1,8 +1,8 @@
 import QtQuick.Templates as T
 
 /*
-    What the keyboard needs at a control that is pressed: a ring around the item that this one is put into, and Return
-    and Enter, whose presses the control hands to press(). Space is Qt's own.
+    The keyboard's part of a control that is pressed. A ring surrounds its parent while the control has the focus. The
+    control passes Return and Enter to press(); Qt handles Space.
 */
 FocusRing {
     id: pressFocus
@@ -11,7 +11,7 @@ FocusRing {
 
     signal pressed
 
-    // At the press of the key already. Those that the system repeats while it is held do nothing.
+    // Acts when the key goes down and ignores repeats while it is held.
     function press(event: var) {
         event.accepted = true;
         if (!event.isAutoRepeat)

@@ -2,13 +2,13 @@ import QtQuick
 import QtQuick.Templates as T
 
 /*
-    The base of every control that is pressed: by the mouse, by Space, Return and Enter, or by a screen reader, to which
-    it is a button with its text as its name. A ring shows that the keyboard has reached it.
+    The base of every control that is pressed: by the mouse, by Space, Return and Enter, or by a screen reader. Its role
+    is that of a button, its name its text. A ring shows that it has the keyboard's focus.
 */
 T.Button {
     id: pressable
 
-    // Of the ring, which goes around the background where there is one.
+    // Of the ring, which surrounds the background, or the control where there is none.
     property alias ringRadius: pressFocus.inner
     property alias ringGap: pressFocus.gap
     property alias ringColor: pressFocus.lineColor

@@ -2,15 +2,15 @@ import QtQuick
 import QtQuick.Templates as T
 
 /*
-    Content that scrolls by the wheel, by touch, by its bar and by the focus: the control that the keyboard reaches
-    comes into view. It scrolls down, or sideways where flickableDirection says so.
+    Content that the user scrolls by wheel, touch or bar. It scrolls by itself to the control that the keyboard
+    reaches: up and down, or sideways if flickableDirection is horizontal.
 */
 Flickable {
     id: page
 
-    // Kept free around the control that comes into view.
+    // Free space around the control that comes into view.
     property real revealRoom: 0
-    // A pressed mouse may hold a slider. Where there is none, it may scroll.
+    // Whether a drag by the mouse scrolls. Not where there are sliders, which it may hold.
     property bool mouseFlicks: false
     property bool scrollBarShown: true
     property alias barThickness: scrollBar.thickness

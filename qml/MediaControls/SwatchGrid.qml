@@ -2,7 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 
-/* Places for colours, five a row. One stop of the Tab key: the arrow keys move among them. */
+/* Places for colours, five in a row. The Tab key stops at one of them, the arrow keys move between them. */
 Grid {
     id: grid
 

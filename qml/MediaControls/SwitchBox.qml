@@ -55,7 +55,7 @@ Rectangle {
         id: button
 
         anchors.fill: parent
-        // A little room around the small switch.
+        // The switch is small: its area to press is larger.
         anchors.margins: -4
         opacity: 1
         text: switchBox.name

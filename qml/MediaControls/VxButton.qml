@@ -22,7 +22,7 @@ Pressable {
         text: button.text
         font: button.font
         horizontalAlignment: Text.AlignHCenter
-        // A text that is wider than its button goes on in a second line, in smaller letters if need be.
+        // A text that is wider than its button wraps, in smaller letters where needed.
         wrapMode: Text.Wrap
         fontSizeMode: Text.Fit
         minimumPixelSize: VxTheme.fontScale

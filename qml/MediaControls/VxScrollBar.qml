@@ -1,12 +1,12 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/* A thin bar that shows itself only where there is something to scroll. */
+/* A thin bar that is visible only where there is something to scroll. */
 T.ScrollBar {
     id: scrollBar
 
     property int thickness: 8
-    // A broader strip for a standing bar, which then stands in the middle of it.
+    // The width of the strip that has a vertical bar in its middle, where it is wider than the bar.
     property real space: 0
 
     implicitWidth: Math.max(thickness, space)
@@ -15,7 +15,7 @@ T.ScrollBar {
     horizontalPadding: padding + (implicitWidth - thickness) / 2
     minimumSize: 0.1
     visible: policy !== T.ScrollBar.AlwaysOff && size < 1
-    // What the keyboard reaches scrolls into view by itself: to a screen reader the bar says nothing.
+    // Screen readers skip the bar: what the keyboard reaches scrolls into view by itself.
     Accessible.ignored: true
 
     contentItem: Rectangle {

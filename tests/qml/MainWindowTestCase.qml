@@ -19,11 +19,11 @@ ConfigTestCase {
         initMainWindow();
     }
 
-    // For test cases that have more to set up.
+    // Separate from init(), for test cases that set up more.
     function initMainWindow() {
         initConfig();
         HIDHotplugManager.deviceConnected({}, false);
-        // Writes that wait for the next flush are no business of the next test.
+        // Drops the pending writes of the test before.
         HIDDeviceMgr.messageCache = {};
         HIDHotplugManager.clearCalls();
         openWindow();
@@ -44,7 +44,7 @@ ConfigTestCase {
         tryCompare(stackView, "busy", false);
     }
 
-    // From the waiting page to the working screen of a model. Gives the new page.
+    // Goes from the waiting page to the main screen of a model and returns it.
     function openMainLayout(info) {
         connectDevice(info);
         tryCompare(child("startButton"), "visible", true);
@@ -99,7 +99,7 @@ ConfigTestCase {
         }).map(label => label.text);
     }
 
-    // What the item scrolls with, if it does: it may stand anywhere there.
+    // The content that the item scrolls with, or null. The item may stand anywhere in it.
     function scrolledContent(item, root) {
         let ancestor = item;
         while (ancestor && ancestor !== root && ancestor.flickableDirection === undefined)

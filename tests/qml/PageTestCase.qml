@@ -28,11 +28,11 @@ ScreenTestCase {
         }
     ]
 
-    // From a release of the hand to what follows it once, less what a coarse timer may be early.
+    // Milliseconds from a release to changeComplete, less 5 % since a coarse timer may be early.
     readonly property int debounceMs: 500 * 0.95
 
     screen: page
-    // A test case hides what stands in it.
+    // A test case is invisible by default, and its content with it.
     visible: true
 
     function openPage(info) {
@@ -77,7 +77,7 @@ ScreenTestCase {
 
     function toggle(rowName) {
         mouseClick(switchOf(rowName));
-        // What follows from it may have moved the rows.
+        // The rows may move.
         waitForPolish(Window.window);
     }
 

@@ -2,15 +2,15 @@ import QtQuick
 import MediaControls
 import VexoDeckTest
 
-/* A test case on a screen that is built anew in each test: its parts and sliders, and the news that it publishes. */
+/* A test case on a screen that each test creates anew: its parts and sliders, and the messages that it publishes. */
 ConfigTestCase {
     id: testCase
 
-    // The screen's item, in which parts are looked for.
+    // The screen's item.
     property Item screen: null
     // Of MessageBus.
     property var heardTopics: Object.values(MessageBus.messageTypes)
-    // The news on these topics: maps with "topic" and "payload".
+    // The messages on these topics: maps with "topic" and "payload".
     property var published: []
 
     function payloadsOf(topic) {
@@ -27,7 +27,7 @@ ConfigTestCase {
         return part(screen, name);
     }
 
-    // Ends the screen of a test, at once and before the next test.
+    // Destroys a screen and waits until it is gone.
     function discard(object) {
         let gone = false;
         object.Component.destruction.connect(() => gone = true);
@@ -35,7 +35,7 @@ ConfigTestCase {
         tryVerify(() => gone);
     }
 
-    // Members in the order of their names.
+    // As JSON, with the members sorted by name.
     function textOf(data) {
         const sorted = value => Object.keys(value).sort().reduce((members, name) => Object.assign(members, {
                     [name]: value[name]
@@ -43,7 +43,7 @@ ConfigTestCase {
         return JSON.stringify(data, (name, value) => value && typeof value === "object" && !Array.isArray(value) ? sorted(value) : value);
     }
 
-    // Fails with both texts.
+    // A failure prints both texts.
     function compareData(actual, expected, message) {
         compare(textOf(actual), textOf(expected), message);
     }

@@ -34,7 +34,7 @@ ScreenTestCase {
         compare(TestLog.takeFaults(), []);
     }
 
-    // With presets of the user's behind the fixed ones.
+    // With the user's presets after the fixed ones.
     function buildEqualizer(userPresets) {
         if (userPresets)
             ConfigMgr.setStringList("device_equalizer_values", ConfigMgr.defaults.device_equalizer_values.concat(userPresets));
@@ -66,7 +66,7 @@ ScreenTestCase {
         return child("eqSelect");
     }
 
-    // How often the engine was told to read the settings.
+    // The number of notifications to the engine.
     function updates() {
         return SystemBridge.calls.filter(call => call.name === "updateMonitorDevice").length;
     }

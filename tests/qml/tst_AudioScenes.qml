@@ -2,13 +2,13 @@ import QtQuick
 import MediaControls
 import VexoDeckTest
 
-/* The scenes of the microphone page: what each sets, writes, sends and tells. */
+/* The scenes of the microphone page: what each sets, writes, sends and publishes. */
 AudioBoostTestCase {
     id: testCase
 
     name: "AudioScenes"
 
-    // Every value that a scene may set, as nothing sets it: the switches as given.
+    // Gives every value that a scene sets a value that no scene sets. The switches are given.
     function spoil(on) {
         ConfigMgr.setValue("ai_jianzao", on);
         ConfigMgr.setValue("ai_jianzao_type", on ? 1 : 0);
@@ -116,7 +116,7 @@ AudioBoostTestCase {
                     info: model.info,
                     isR2: model.isR2,
                     index: index,
-                    // From the other state, so that each cell of the table shows.
+                    // Starts from the other state, so that each cell of the table has an effect.
                     before: index === 0
                 }, index === 0 ? natural : boosted));
         }

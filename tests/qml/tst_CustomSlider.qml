@@ -38,7 +38,7 @@ Item {
 
         name: "CustomSlider"
 
-        // Milliseconds from a release to changeComplete, less what a coarse timer may be early.
+        // Milliseconds from a release to changeComplete, less 5 % since a coarse timer may be early.
         readonly property int debounceMs: 500 * 0.95
 
         function create(properties) {
@@ -51,12 +51,12 @@ Item {
             return slider;
         }
 
-        // Lets the pending wait of a slider run out, so that the next test starts without one.
+        // Waits for the slider's timer, so that the next test starts without it.
         function finish() {
             completeSpy.wait(2000);
         }
 
-        // The one way to changeComplete.
+        // Only this timer emits changeComplete.
         function tooltipTimer(slider) {
             const timer = Array.from(slider.data).find(object => object.objectName === "tooltipTimer");
             compare([timer.interval, timer.repeat], [500, false]);

@@ -91,8 +91,8 @@ LoggedTestCase {
         return HIDHotplugManager.calls.filter(call => call.name === name);
     }
 
-    // What an action publishes, topic and payload of each message, and the lines that it logs. Each setting that is
-    // written has its line.
+    // Returns what an action publishes, topic and payload of each message, and the lines that it logs. Each written
+    // setting has its line.
     function effectsOf(action) {
         const published = [];
         const callback = (topic, payload) => published.push([topic, payload]);
@@ -100,7 +100,7 @@ LoggedTestCase {
         topics.forEach(topic => MessageBus.subscribe(topic, callback));
         TestLog.begin();
         action();
-        // A copy: the log goes on.
+        // A copy, since the log continues.
         const lines = Array.from(TestLog.lines);
         topics.forEach(topic => MessageBus.unsubscribe(topic, callback));
         return {

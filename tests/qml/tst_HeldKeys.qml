@@ -4,7 +4,7 @@ import MediaControls
 import VexoDeck
 import VexoDeckTest
 
-/* A key that is held presses a control once, however often the system repeats it. */
+/* A held key presses a control once, however often the system repeats it. */
 LoggedTestCase {
     id: testCase
 

@@ -118,7 +118,7 @@ Item {
             meter.setLevel(1);
             const timer = clippingTimer(meter);
             compare(timer.running, true);
-            // A timer that is started anew stops first.
+            // A restarted timer stops first.
             let changes = 0;
             timer.runningChanged.connect(() => changes++);
             meter.setLevel(0.2);
@@ -252,7 +252,7 @@ Item {
             const animation = Array.from(meter.data).find(entry => entry.objectName === "animation");
             meter.setLevel(0.5);
             tryCompare(meter, "drawnLevel", 0.5);
-            // The level falls and rises a little, the bar is still far above.
+            // The level falls and then rises a little, while the bar is still far above.
             meter.setLevel(0.2);
             meter.setLevel(0.3);
             verify(meter.drawnLevel > 0.4);
@@ -294,7 +294,7 @@ Item {
             let longestPauseMs = 0;
             let fell = false;
             meter.levelChanged.connect(() => fell = fell || meter.level === 0);
-            // Real changes at each turn for longer than the time out.
+            // A change in each turn, for longer than the time-out.
             tryVerify(() => {
                 longestPauseMs = Math.max(longestPauseMs, Date.now() - last);
                 meter.setLevel(0.5 + 0.01 * (step++ % 2));

@@ -6,7 +6,7 @@ import VexoDeckHIDHotplug
 import VexoDeckSystemBridge
 import VexoDeckTest
 
-/* Strips of applications and inputs: how they come, change and go. */
+/* Strips of applications and inputs: how they are added, changed and removed. */
 MixerTestCase {
     id: testCase
 
@@ -245,7 +245,7 @@ MixerTestCase {
         compare(part(child("strip0"), "soloButton").isActive, true);
         compare(lists().length, 1);
         compare(lastList().filter(record => record.solo).map(record => record.bundleID), ["file:///opt/talk"]);
-        // Another strip's application is no matter of solo.
+        // Swapping another strip's application leaves solo where it is.
         swap(child("strip1"), "Music");
         compare(ConfigMgr.getValue("listen"), "file:///opt/talk");
     }
@@ -270,7 +270,7 @@ MixerTestCase {
         tryCompare(box(child("strip0")).popup, "opened", true);
         compare(namesIn(box(child("strip0"))), ["Music", "Talk"]);
         compare(box(child("strip0")).currentIndex, 0);
-        // It reads anew each time it opens.
+        // It reads the list each time it opens.
         box(child("strip0")).popup.close();
         SystemBridge.applications = [music, game];
         mouseClick(box(child("strip0")));

@@ -3,7 +3,7 @@ import QtTest
 import MediaControls
 import VexoDeckTest
 
-/* What a page that scrolls brings into view, both down and sideways. */
+/* What a scrolling page brings into view, vertically and horizontally. */
 Item {
     id: root
 

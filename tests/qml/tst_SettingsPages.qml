@@ -177,7 +177,7 @@ PageTestCase {
         }
     }
 
-    // No two texts of the page lie on each other.
+    // No two texts of the page overlap.
     function verifyTextsAreApart() {
         const places = visibleItems(page).filter(item => item instanceof Text && item.text !== "").map(item => ({
                     text: item.text,

@@ -1,6 +1,6 @@
 .pragma library
 
-/* The list of records that the routing engine takes: one for each strip, then the two buses and the device. */
+/* The list of records for the routing engine: one for each source, then the two buses and the device. */
 
 // The strips that every mixer has: the id that the engine knows each by, the identifier that begins its settings, and
 // the topic of MessageBus under which its levels travel.
@@ -23,7 +23,7 @@ function liveMuteKey(identifier) {
     return identifier + "_mix";
 }
 
-// 0 to 1. What is no number, from a damaged store, becomes the fallback.
+// Clamps to 0 to 1. The fallback replaces what is no number, as from a damaged store.
 function withinUnit(value, fallback) {
     const number = Number(value);
     return Math.max(0, Math.min(1, Number.isFinite(number) ? number : fallback));
@@ -37,7 +37,7 @@ function input(volume, muted) {
     };
 }
 
-// What a level report of an entry names.
+// The id that names an entry in level reports.
 function processIdOf(entry) {
     return entry.isInput ? entry.streamID : entry.processIdentifier ?? 0;
 }
@@ -49,7 +49,7 @@ function topicOf(entry) {
 
 function recordOfEntry(entry, state) {
     const id = entry.bundleIdentifier;
-    // Linear: the slider's value goes into the engine as it stands.
+    // A linear gain: the engine gets the slider's value unchanged.
     const volume = withinUnit(state.read(volumeKey(id), state.defaultVolume), state.defaultVolume);
     return {
         processID: processIdOf(entry),

@@ -5,8 +5,8 @@ import MediaControls
 import "AudioConfigRecords.js" as Records
 
 /*
-    A strip of the mixer: meters, fader, only listen, mutes. What it holds are the settings under its identifier; it
-    tells when the engine has to hear of a change.
+    A strip of the mixer: meters, fader, only listen, mutes. Its state is the settings under its identifier.
+    volumeChanged notifies that the engine needs a new list of records.
 */
 Rectangle {
     id: audioController
@@ -26,7 +26,7 @@ Rectangle {
     readonly property bool hasMonitorMute: showType !== StripKind.LiveOutput
     readonly property bool hasLiveMute: showType !== StripKind.MonitorOutput
 
-    // A choice in the strip's list box, before it becomes currentApp.
+    // The user has chosen an application in the list box. Emitted before it becomes currentApp.
     signal appPicked(app: var)
     signal deleteApp
     signal volumeChanged
@@ -34,12 +34,12 @@ Rectangle {
     signal eventsChanged(type: int, value: var)
     signal settingsRequested
 
-    // The id at creation stays the strip's topic, also when its application is swapped.
+    // The topic at creation stays, also when the strip's application is swapped.
     function levelTopic(): string {
         return fixedStrip?.topic ?? String(currentApp ? Records.topicOf(currentApp) : bundleIdentifier);
     }
 
-    // Mutes are read without a default here: where the store gives text, a stored mute shows as off.
+    // Reads the mutes without a default: where the store returns text, a stored mute shows as off.
     function refreshAppControls() {
         if (bundleIdentifier === "")
             return;
@@ -53,7 +53,7 @@ Rectangle {
         soloButton.setActive(ConfigMgr.getValue(ConfigMgr.keys.listen) === bundleIdentifier);
     }
 
-    // Solo moves and never switches off: the message lights the button of a strip that had it already.
+    // Solo moves and never switches off: the message lights the button again on a strip that already has it.
     function listenOnly() {
         ConfigMgr.setValue(ConfigMgr.keys.listen, bundleIdentifier);
         MessageBus.publishListenModeChanged(bundleIdentifier);
@@ -67,7 +67,7 @@ Rectangle {
         eventsChanged(eventType, muted);
     }
 
-    // To the strip with this identifier; without one to the monitor output.
+    // To the strip with this identifier, or to the monitor output where it is empty.
     function passSolo(identifier: string) {
         if (ConfigMgr.getValue(ConfigMgr.keys.listen) !== bundleIdentifier || identifier === bundleIdentifier)
             return;

@@ -52,7 +52,7 @@ WindowFrame {
 
         function handleMessage(topic: string, data: var) {
             if (topic === MessageBus.messageTypes.UPDATE_MIC_GAIN_LEVEL) {
-                // A report without a value is none.
+                // Ignores a report without a value.
                 if (typeof data === "number")
                     finish(data);
             } else if (data === 0 || data === false) {
@@ -158,7 +158,7 @@ WindowFrame {
             onMessage: (topic, data) => body.handleMessage(topic, data)
         }
 
-        // Also when the device itself began.
+        // The device gets the command even when it started the measurement itself.
         Component.onCompleted: {
             HIDDeviceMgr.manager.priMsgCallback.connect(Levels.handlerFor(gain_view));
             send(1);

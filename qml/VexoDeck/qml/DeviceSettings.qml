@@ -16,7 +16,7 @@ FocusScope {
 
     signal backClicked
 
-    // By keyboard, with the first tab after the last.
+    // For the keyboard: the first tab follows the last.
     function selectTab(index: int) {
         tabIndex = (index + tabs.count) % tabs.count;
         tabs.itemAt(tabIndex).forceActiveFocus(Qt.TabFocusReason);
@@ -28,7 +28,7 @@ FocusScope {
     Accessible.name: qsTr("设备设置")
     Keys.onEscapePressed: backClicked()
 
-    // The pages reach to the drawer's edges at the right, where their scroll bar stands, and below.
+    // The pages reach to the right edge of the drawer, for their scroll bar, and to its lower edge.
     ColumnLayout {
         anchors.fill: parent
         anchors.topMargin: deviceSettings.margin
@@ -85,7 +85,7 @@ FocusScope {
             objectName: "settingsDeviceImage"
             Layout.fillWidth: true
             Layout.rightMargin: deviceSettings.margin
-            // In a low window it leaves some room to the page below.
+            // In a low window it leaves room for the page below.
             Layout.preferredHeight: Math.max(120, Math.min(200, deviceSettings.height - 325))
             source: VxConfig.getDeviceImage(0)
             fillMode: Image.PreserveAspectFit

@@ -1,20 +1,20 @@
 import QtQml
 import MediaControls
 
-/* A value of the device that the settings keep. What is written goes to the settings, the screens and the device. */
+/* A value of the device, kept in the settings. A write goes to the settings, the screens and the device. */
 QtObject {
     // In the settings.
     required property string key
     // Of HIDDeviceMgr.
     required property int attribute
-    // Of MessageBus: tells the screens of a new value, from here or from the device.
+    // Of MessageBus: notifies the screens of a new value, from here or from the device.
     required property string topic
 
     function read(): var {
         return ConfigMgr.getValue(key);
     }
 
-    // The device hears of it only where the user's hand has moved the control.
+    // Sends to the device only what the user's hand has moved.
     function write(value: int, byHand: bool) {
         if (read() !== value) {
             ConfigMgr.setValue(key, value);

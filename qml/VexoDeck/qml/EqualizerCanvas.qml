@@ -9,7 +9,7 @@ Canvas {
     // dB, twelve numbers.
     required property list<real> gains
 
-    // After all that changes in this turn.
+    // Once, after all changes of this turn of the event loop.
     function repaint() {
         Qt.callLater(requestPaint);
     }

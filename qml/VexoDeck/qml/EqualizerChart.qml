@@ -5,8 +5,8 @@ import MediaControls
 import "EqualizerCurve.js" as Curve
 
 /*
-    The chart of the equaliser: the curve of the selected preset. The user's own presets are edited by its points: by
-    the mouse, or by the arrow keys, left and right for the band, up and down for its gain.
+    The chart of the equaliser: the curve of the selected preset. The user edits own presets by the points of the curve:
+    with the mouse, or with the arrow keys, left and right for the band, up and down for its gain.
 */
 Item {
     id: eqChartContainer
@@ -20,15 +20,15 @@ Item {
     readonly property list<real> gainLevels: [6, 4, 2, 0, -2, -4, -6]
     readonly property list<string> gainLabels: gainLevels.map(gain => gain === 0 ? "0" : gainText(gain))
     readonly property list<real> gains: Curve.twelveGains(currentEqData.value)
-    // The keyboard's band as a screen reader asks for it, in dB.
+    // The gain of the keyboard's band in dB, under the property names that a screen reader reads.
     readonly property real value: gains[edit.keyBand]
     readonly property real minimumValue: Curve.minimumGain
     readonly property real maximumValue: Curve.maximumGain
     readonly property real stepSize: 0.5
 
-    // A band's gain in dB was moved by the user's hand.
+    // The user's hand has moved a band's gain, in dB.
     signal gainEdited(band: int, gain: real)
-    // A press, with or without a band, is over: the filter follows it, and not the moves after it.
+    // A press has been handled, on a band or not. The filter follows presses only, not the moves after them.
     signal pressed
 
     QtObject {
@@ -36,7 +36,7 @@ Item {
 
         property int band: -1
         property int keyBand: 0
-        // The focus is shown until the mouse takes over.
+        // The focus is shown until the mouse is used.
         property bool focusShown: true
     }
 
@@ -151,7 +151,7 @@ Item {
             onCanceled: edit.band = -1
         }
 
-        // The point that the keyboard moves, and what the hand holds.
+        // Marks the point that the mouse or the keyboard moves.
         Item {
             id: point
 

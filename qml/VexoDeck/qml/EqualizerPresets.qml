@@ -2,13 +2,13 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import MediaControls
-// Registered by the program when it starts, so that no description lies on the disk for the linter.
+// The program registers this module when it starts: qmllint finds no description of it.
 import VexoDeckSystemBridge // qmllint disable import
 import "EqualizerCurve.js" as Curve
 
 /*
-    The row of the equaliser's presets: seven fixed ones, and at most three of the user's own behind them. It keeps the
-    list and the selection and writes both to the settings; then the engine is told to read them.
+    The row of the equaliser's presets: seven fixed ones, then at most three of the user's own. It keeps the list and the
+    selection, writes both to the settings and then notifies the engine.
 */
 Item {
     id: eqSelect
@@ -32,7 +32,7 @@ Item {
         };
     }
 
-    // A text that is no record keeps its place in the list.
+    // A text that is no record becomes an empty one and keeps its place in the list.
     function parsed(text: string): var {
         let record = null;
         try {
@@ -55,7 +55,7 @@ Item {
         ConfigMgr.setValue(ConfigMgr.keys.device_equalizer_current_index, selectIndex);
     }
 
-    function tell() {
+    function notify() {
         MessageBus.publishUpdateDeviceEqualizerCurrent(selectIndex);
         bridge.updateMonitorDevice();
     }
@@ -65,7 +65,7 @@ Item {
         selectIndex = index;
         storeRecord();
         storeIndex();
-        tell();
+        notify();
     }
 
     // Does not select what it adds.
@@ -82,7 +82,7 @@ Item {
         list.toRightEnd();
     }
 
-    // The next preset slides into the selection; behind the last one, the one before it follows.
+    // Selects the next preset, or the one before where the last one was removed.
     function removeSelected() {
         ConfigMgr.removeStringListIndex(ConfigMgr.keys.device_equalizer_values, selectIndex);
         dataList = dataList.filter((record, index) => index !== selectIndex);
@@ -90,7 +90,7 @@ Item {
             selectIndex = dataList.length - 1;
         storeIndex();
         storeRecord();
-        tell();
+        notify();
     }
 
     function revealSelected() {
@@ -98,7 +98,7 @@ Item {
             list.revealStretch(selectIndex * list.step, tileWidth);
     }
 
-    // The engine is not told: it follows the press and not the moves.
+    // Does not notify the engine, which follows presses and not moves.
     function setGain(band: int, gain: real) {
         const gains = Curve.twelveGains(currentEqData.value);
         gains[band] = gain;
@@ -111,7 +111,7 @@ Item {
         MessageBus.publishUpdateDeviceEqualizerCurrent(selectIndex);
     }
 
-    // A record may come from anywhere: only pictures of the program are shown.
+    // Records are not trusted: only the program's own pictures are shown.
     function iconOf(record: var): url {
         const known = ["gbz", "rs", "dq", "pt", "zp", "dzp"].map(name => "icons/" + name + ".svg");
         return VxConfig.iconUrl(known.includes(record.img) ? record.img : "icons/zdy.svg", "");
@@ -132,7 +132,7 @@ Item {
 
         objectName: "presetList"
         anchors.fill: parent
-        // Not that of the row, which follows a change of the list one frame later.
+        // Computed, since the row follows a change of the list one frame later.
         contentWidth: places * step - row.spacing
         contentHeight: height
         flickableDirection: Flickable.HorizontalFlick
@@ -145,7 +145,7 @@ Item {
         Row {
             id: row
 
-            // The last tile in view is cut: there are more behind it.
+            // With this spacing the last visible tile is cut, which shows that there are more.
             spacing: 4
 
             Repeater {

@@ -1,7 +1,7 @@
 import QtQuick
 import MediaControls
 
-/* The way to the equaliser, with the name of what is in use. */
+/* Opens the equaliser, and shows the name of the preset in use. */
 Pressable {
     id: equalizerRow
 
@@ -21,7 +21,7 @@ Pressable {
         equalizer.index = ConfigMgr.getValue(ConfigMgr.keys.device_equalizer_current_index);
     }
 
-    // A record that a damaged store made unreadable has no name.
+    // An unreadable record, as from a damaged store, has no name.
     function nameOf(record: string): string {
         try {
             return String(JSON.parse(record).name ?? "");
@@ -58,7 +58,7 @@ Pressable {
                 elide: Text.ElideRight
             }
 
-            // The arrow ends where the switches above it do: its picture has a margin.
+            // Narrower than its picture, which has a margin, so that the arrow ends where the switches above it do.
             Item {
                 anchors.verticalCenter: parent.verticalCenter
                 width: 6

@@ -32,7 +32,7 @@ T.Popup {
         }
     }
 
-    // Gives the focus to the next row that can be chosen, from an index on, in steps of 1 or -1.
+    // Focuses the next enabled row, starting at an index, in steps of 1 or -1.
     function focusRow(from: int, step: int) {
         for (let count = 0; count < repeater.count; count++) {
             const row = repeater.itemAt((from + count * step + repeater.count) % repeater.count);

@@ -9,7 +9,7 @@ Pressable {
     horizontalPadding: 10
     verticalPadding: 6
     spacing: 10
-    // Inside of the row: the menu leaves no room around it.
+    // Inside the row, since the menu leaves no room around it.
     ringRadius: VxTheme.radiusTile
     ringGap: 0
 

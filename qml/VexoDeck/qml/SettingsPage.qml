@@ -6,7 +6,7 @@ ScrollPage {
     id: page
 
     default property alias sections: column.data
-    // At the right of the sections, where the scroll bar stands, and below the last one.
+    // Free space to the right of the sections, for the scroll bar, and below the last one.
     property real margin: 0
 
     contentWidth: width

@@ -10,7 +10,7 @@ Column {
     required property DeviceValue deviceValue
     required property int from
     required property int to
-    // function (step) that gives the text of a step
+    // function (step) that returns the text of a step
     required property var valueTextOf
     // What the device reports moves the slider.
     property bool follows: !isManually

@@ -3,7 +3,7 @@ import MediaControls
 import "AudioConfigRecords.js" as Records
 
 /*
-    What the fader of a mixer strip steers: the hardware, for the monitor output and the device, or a volume of the
+    What the fader of a mixer strip controls: the hardware, for the monitor output and the device, or a volume of the
     engine.
 */
 QtObject {

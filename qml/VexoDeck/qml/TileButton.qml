@@ -1,7 +1,7 @@
 import QtQuick
 import MediaControls
 
-/* One of several tiles of which one is selected: a text, with an icon above it where one is given. */
+/* One of several tiles of which one is selected: a text with an optional icon above it. */
 Pressable {
     id: tile
 
@@ -41,7 +41,7 @@ Pressable {
                 width: parent.width
                 text: tile.text
                 font.pixelSize: VxTheme.fontCaption
-                // A long text first gets smaller, then two lines.
+                // A long text first shrinks, then wraps.
                 fontSizeMode: Text.HorizontalFit
                 minimumPixelSize: VxTheme.fontSmallest
                 wrapMode: Text.WordWrap

@@ -4,17 +4,17 @@ import QtQuick.Templates as T
 import MediaControls
 
 /*
-    The first page: waits for a device, then offers the way on. It follows the device's reports; one without name or
-    serial number counts as a loss. It is also the screen of a firmware upgrade.
+    The first page: waits for a device, then offers the way to the main screen. It follows the device's reports; one
+    without name or serial number counts as a loss. It is also the screen of a firmware upgrade.
 */
 Page {
     id: welcomeLayout
 
-    // The upgrade view stands in place of the first one.
+    // The upgrade view replaces the first one.
     property bool isUpdateFirmware: false
     // Where the firmware that is being installed comes from.
     property string downloadUrl: ""
-    // Gets the path of a firmware that is to be installed; what comes of it is told by HIDDeviceMgr's reports of progress.
+    // Installs the firmware at a path. HIDDeviceMgr reports the progress.
     property var installer: path => HIDDeviceMgr.upgradeFirmware(path)
     readonly property T.StackView stackView: T.StackView.view
 
@@ -23,11 +23,11 @@ Page {
 
         property bool ready: false
         property string deviceName: ""
-        // Type and spacing follow the window between its smallest size and a large screen.
+        // Scale of type and spacing, from the smallest window to a large screen.
         readonly property real zoom: Math.max(0.7, Math.min(1.3, welcomeLayout.width / 1300, welcomeLayout.height / 680))
     }
 
-    // Nothing that could be shown is as good as nothing known.
+    // A value that cannot be shown counts as unknown.
     function isKnown(value: var): bool {
         return Boolean(value) && value !== "N/A";
     }
@@ -78,7 +78,7 @@ Page {
         installer(path); // qmllint disable use-proper-function
     }
 
-    // Only this very word is a failure: the refusals of a version or of a checksum come with 100 and end as a success.
+    // Only this text is a failure. A refused version or checksum comes with 100 and ends as a success.
     function handleUpgradeProgress(progress: int, message: string) {
         if (message === "升级失败") {
             upgradeView.status = qsTr("升级失败");
@@ -113,8 +113,8 @@ Page {
                 view.deviceName = deviceInfo.name;
                 view.ready = true;
             } else if (welcomeLayout.isUpdateFirmware) {
-                // Kept: no document declares this timer. The handler ends in a script error, and what the view shows
-                // stays until the next report of progress.
+                // Kept: no document declares this timer. The handler ends in a script error, so that the view stays as
+                // it is until the next report of progress.
                 upgradeTimeoutTimer.stop(); // qmllint disable unqualified
             } else {
                 welcomeLayout.stackView.pop();

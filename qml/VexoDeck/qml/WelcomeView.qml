@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import MediaControls
 
-/* The welcome page while nothing is upgraded: the device that it waits for, and the way on once that is there. */
+/* The normal view of the welcome page: it waits for a device and then offers the way to the main screen. */
 Item {
     id: welcomeView
 
@@ -24,7 +24,7 @@ Item {
         width: Math.min(parent.width * 0.55, parent.height * 4 / 3 * 0.92)
         height: width * 3 / 4
         source: VxConfig.getDeviceImage(0)
-        // Decoded at about the size shown: the full picture would keep four times the memory.
+        // Decoded at about the shown size: the full picture takes four times the memory.
         sourceSize.width: 160 * Math.ceil(width * Screen.devicePixelRatio / 160)
         asynchronous: true
         retainWhileLoading: true
@@ -80,7 +80,7 @@ Item {
             Accessible.name: text
         }
 
-        // The two views stand in one place, the one fading into the other.
+        // The two texts share one place and fade into each other.
         Item {
             width: parent.width
             height: Math.max(description.height, readyView.height)
@@ -116,7 +116,7 @@ Item {
                 spacing: 32 * welcomeView.zoom
                 opacity: welcomeView.ready ? 1 : 0
                 visible: opacity > 0
-                // While it fades there is no device any more.
+                // While it fades out there is no device.
                 enabled: welcomeView.ready
 
                 Behavior on opacity {
@@ -167,7 +167,7 @@ Item {
         }
     }
 
-    // After all that the change itself enables.
+    // Last, after the bindings that the change enables.
     Connections {
         target: welcomeView
 

@@ -25,7 +25,7 @@ void settle() {
     runEventLoop(kSettleMs);
 }
 
-// The cells of the document that want to be shown in a pose.
+// The cells of the document that have a pose.
 QList<QQuickItem*> posedCells(QQuickItem* item) {
     QList<QQuickItem*> cells;
     if (!item->property("pose").toString().isEmpty())
@@ -65,10 +65,10 @@ void leavePose(QQuickWindow& window, const QString& pose) {
     window.contentItem()->forceActiveFocus(Qt::OtherFocusReason);
 }
 
-// One picture of the window with each posed cell in its pose, which a real mouse could give to one only.
+// One picture of the window with each cell in its pose. A real mouse could do so for one cell only.
 QImage draw(QQuickWindow& window) {
     settle();
-    // The first frame of a program takes its time.
+    // The first frame of a program is slow.
     settle();
     settle();
     QImage picture = window.grabWindow();
