@@ -1,6 +1,6 @@
 import QtQuick
 
-/* The icon of an application. Without a file, or with one that is no picture, that of sound as such. */
+/* The icon of an application, or a general one where the file is missing or no picture. */
 Item {
     id: appIcon
 
@@ -22,7 +22,7 @@ Item {
         sourceSize: Qt.size(appIcon.size * 2, appIcon.size * 2)
         fillMode: Image.PreserveAspectFit
         mipmap: true
-        // A new address each time: the file may hold another icon by now.
+        // A new address each time, since the file may have changed.
         source: appIcon.iconFilePath.startsWith("file:") ? appIcon.iconFilePath + "?cache=" + Date.now() : ""
     }
 

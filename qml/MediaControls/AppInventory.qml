@@ -1,12 +1,12 @@
 pragma Singleton
 
 import QtQml
-// Registered by the program when it starts, so that no description lies on the disk for the linter.
+// The program registers this module when it starts: qmllint finds no description of it.
 import VexoDeckSystemBridge // qmllint disable import
 
 /*
-    The applications and microphones that the mixer can take, in the reduced form that it keeps: name, iconFilePath,
-    bundleIdentifier, processIdentifier (text), isInput, streamID. The key appList holds the JSON text of one such
+    The applications and microphones that the mixer can add, reduced to what it keeps: name, iconFilePath,
+    bundleIdentifier, processIdentifier (text), isInput and streamID. The key appList holds the JSON text of one such
     entry for each strip.
 */
 QtObject {
@@ -14,7 +14,7 @@ QtObject {
 
     readonly property var bridge: SystemBridge // qmllint disable unqualified
 
-    // The answer of this turn of the event loop, null before it was asked for.
+    // The list of this turn of the event loop. Null until it is needed.
     property var answerOfTurn: null
 
     // What runs now.
@@ -22,7 +22,7 @@ QtObject {
         return Array.from(bridge.getRunningApplications() ?? []).map(record => reduced(record));
     }
 
-    // What runs now, asked for once for all who ask in the same turn of the event loop: the strips do so together.
+    // What runs now, read once per turn of the event loop: all strips ask in the same turn.
     function runningThisTurn(): var {
         if (!answerOfTurn) {
             answerOfTurn = running();
@@ -31,14 +31,14 @@ QtObject {
         return answerOfTurn;
     }
 
-    // What runs now and has no strip yet, but for the one that is given: it may be chosen again.
+    // What runs now and has no strip yet, and the given one, which may be chosen again.
     function available(ownIdentifier: string): var {
         const taken = new Set(ConfigMgr.getStringList(ConfigMgr.keys.appList).map(text => parsed(text)?.bundleIdentifier));
         taken.delete(ownIdentifier);
         return running().filter(app => !taken.has(app.bundleIdentifier));
     }
 
-    // The entry of a text of appList; null for a text that is none.
+    // Parses a text of appList. Null for a text that is no entry.
     function parsed(text: string): var {
         let record = null;
         try {
@@ -50,7 +50,7 @@ QtObject {
         return app.bundleIdentifier === "" && app.name === "" ? null : app;
     }
 
-    // Members of another type than theirs are left out.
+    // Leaves out members of the wrong type.
     function reduced(record: var): var {
         const id = record?.processIdentifier;
         return {
@@ -63,7 +63,7 @@ QtObject {
         };
     }
 
-    // What an entry is called on the screen: one without a name goes by its file.
+    // The name of an entry on the screen. Without a name, that of its file.
     function displayName(app: var): string {
         return app.name || app.bundleIdentifier.split("/").pop();
     }

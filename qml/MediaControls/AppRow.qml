@@ -1,8 +1,7 @@
 import QtQuick
-import QtQuick.Templates as T
 
 /* A row of an application picker: icon and name. */
-T.ItemDelegate {
+Pressable {
     id: row
 
     // An entry of AppInventory.
@@ -12,10 +11,9 @@ T.ItemDelegate {
     implicitHeight: 36
     leftPadding: 10
     rightPadding: current ? 32 : 10
-    hoverEnabled: true
+    focusPolicy: Qt.NoFocus
     text: AppInventory.displayName(app)
     Accessible.role: Accessible.ListItem
-    Accessible.name: text
     Accessible.selected: current
 
     contentItem: Item {
@@ -38,7 +36,7 @@ T.ItemDelegate {
         }
     }
     background: Rectangle {
-        radius: 4
+        radius: VxTheme.radiusField
         color: row.highlighted || row.hovered ? VxTheme.unselected : "transparent"
 
         VxIcon {

@@ -1,8 +1,8 @@
 import QtQuick
 
 /*
-    A standing meter of one channel. The drawn level follows the level smoothly, quicker upwards than downwards; a
-    level that is not renewed within autoResetTimeout falls to 0, since silence is not reported.
+    A vertical meter of one channel. The drawn level follows the level smoothly, faster up than down. A level that is
+    not renewed within autoResetTimeout falls to 0, since silence is not reported.
 */
 LevelMeter {
     id: meter
@@ -51,7 +51,7 @@ LevelMeter {
         color: meter.clipping ? VxTheme.clipping : VxTheme.clippingOff
     }
 
-    // A cover over a still gradient: moving it costs next to nothing, where a canvas would be painted anew.
+    // A cover that moves over a fixed gradient is cheap. A canvas would be repainted at each step.
     Rectangle {
         objectName: "bar"
         anchors.top: clipMark.bottom
@@ -76,7 +76,7 @@ LevelMeter {
         Rectangle {
             objectName: "cover"
             width: parent.width
-            // Whole pixels: what does not show is not painted.
+            // In whole pixels, so that an invisible change causes no repaint.
             height: Math.round(parent.height * (1 - view.drawn))
             color: VxTheme.meterGround
         }

@@ -1,6 +1,6 @@
 import QtQuick
 
-/* A lying meter of one channel. It shows each level at once and does not fall by itself. */
+/* A horizontal meter of one channel. It shows each level at once and does not fall by itself. */
 LevelMeter {
     id: meter
 

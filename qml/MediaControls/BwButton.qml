@@ -1,8 +1,7 @@
 import QtQuick
-import QtQuick.Templates as T
 
 /* The outlined button, faint until the mouse or the keyboard is on it. */
-T.Button {
+Pressable {
     id: button
 
     readonly property color lineColor: enabled ? VxTheme.text : VxTheme.outlineDisabled
@@ -11,14 +10,7 @@ T.Button {
     implicitHeight: Math.max(32, implicitContentHeight + topPadding + bottomPadding)
     horizontalPadding: 16
     verticalPadding: 5
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    font.family: VxTheme.fontFamily
-    font.pixelSize: VxTheme.fontSmall
     opacity: enabled && (hovered || visualFocus) ? 1 : 0.5
-
-    Accessible.role: Accessible.Button
-    Accessible.name: text
 
     Behavior on opacity {
         NumberAnimation {
@@ -38,12 +30,5 @@ T.Button {
         color: button.down ? VxTheme.veilHover : "transparent"
         border.width: 1
         border.color: button.lineColor
-
-        FocusRing {
-            visible: button.visualFocus
-        }
     }
-
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

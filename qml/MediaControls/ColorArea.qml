@@ -8,7 +8,7 @@ Item {
     required property real hue
     required property real saturation
     required property real lightness
-    // The hue under the names by which a screen reader asks for it.
+    // The hue, under the property names that a screen reader reads.
     readonly property real value: hue
     readonly property real minimumValue: 0
     readonly property real maximumValue: 360
@@ -83,7 +83,7 @@ Item {
                 }
             }
             context.clearRect(0, 0, columns, rows);
-            // Without the rectangle nothing is put.
+            // putImageData() draws nothing without the rectangle.
             context.putImageData(image, 0, 0, 0, 0, columns, rows);
         }
         onVisibleChanged: {
@@ -92,7 +92,7 @@ Item {
         }
     }
 
-    // Painting is dear: once a frame at most, and only for another lightness.
+    // Painting is expensive: at most once a frame, and only when the lightness has changed.
     Timer {
         id: repaintTimer
 

@@ -6,7 +6,7 @@ Row {
     id: field
 
     required property string label
-    // What it shows while it has no focus.
+    // Shown while the field has no focus.
     required property string value
     property bool frozen: false
     property alias text: input.text
@@ -60,7 +60,7 @@ Row {
             id: validator
         }
         background: Rectangle {
-            radius: 4
+            radius: VxTheme.radiusField
             color: VxTheme.field
             border.width: 1
             border.color: input.activeFocus ? VxTheme.accent : input.hovered ? VxTheme.outlineHover : VxTheme.outline

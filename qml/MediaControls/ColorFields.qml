@@ -1,11 +1,11 @@
 import QtQuick
 
-/* A colour as text: HEX, taken over at its sixth digit, and the numbers R, G and B, taken over when finished. */
+/* A colour as text: HEX applies at its sixth digit, the numbers R, G and B when the entry is finished. */
 Column {
     id: fields
 
     required property color shown
-    // While an entry is taken over.
+    // True while an entry is being applied.
     property bool frozen: false
     readonly property string hexText: String(shown).slice(1).toUpperCase()
 
@@ -24,7 +24,7 @@ Column {
             entered("#" + digits);
     }
 
-    // The numbers as shown, with one of them replaced.
+    // Applies the shown numbers, with one of them replaced.
     function enterNumber(field: ColorField, channel: int) {
         const number = /^[0-9]{1,3}$/.test(field.text) ? Number(field.text) : 256;
         const numbers = [redField, greenField, blueField].map(other => Number(other.value));
@@ -49,7 +49,7 @@ Column {
             label: "HEX"
             value: fields.hexText
             frozen: fields.frozen
-            // One leading # may be pasted along.
+            // Allows one leading #, for pasted texts.
             pattern: /^#?[0-9A-Fa-f]{0,6}$/
             onEdited: text => fields.enterHex(text)
         }
@@ -59,7 +59,7 @@ Column {
             objectName: "preview"
             width: 36
             height: 28
-            radius: 4
+            radius: VxTheme.radiusField
             color: fields.shown
             border.width: 1
             border.color: VxTheme.outline

@@ -1,8 +1,8 @@
 import QtQuick
 
 /*
-    The panel in which a colour is picked: an area of hue and saturation, a bar of lightness, text fields and
-    swatches. Every pick of the user emits colorSelected at once, a drag at each of its moves.
+    The panel to pick a colour: an area for hue and saturation, a bar for lightness, text fields and swatches. Every
+    pick emits colorSelected at once, a drag at each move.
 */
 Rectangle {
     id: picker
@@ -18,7 +18,7 @@ Rectangle {
         const filled = Array.from(presetColors).concat(dynamicColors);
         return filled.concat(Array(Math.max(0, placeCount - filled.length)).fill(null));
     }
-    // An entry in a text field is being taken over: the fields keep what they show.
+    // A text field's entry is being applied: the fields keep what they show.
     property bool updatingFromInput: false
 
     signal colorSelected(color newColor)
@@ -26,13 +26,13 @@ Rectangle {
     QtObject {
         id: hsl
 
-        // 0 to 360, 0 to 1, 0 to 1. Kept beside the colour, which for greys would lose the hue.
+        // 0 to 360, 0 to 1, 0 to 1. Kept beside the colour, since a grey has no hue.
         property real hue: 0
         property real saturation: 0
         property real lightness: 0.5
     }
 
-    // Moves every part to the colour; silent.
+    // Moves every part to the colour without a signal.
     function flushToColor(newColor: color) {
         if (newColor.hslHue >= 0)
             hsl.hue = newColor.hslHue * 360;
@@ -72,7 +72,7 @@ Rectangle {
     Accessible.role: Accessible.ColorChooser
     Accessible.name: qsTr("选择颜色")
 
-    // Keeps clicks from the page below.
+    // Keeps clicks away from the page below.
     MouseArea {
         anchors.fill: parent
         hoverEnabled: true

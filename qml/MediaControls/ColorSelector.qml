@@ -8,7 +8,7 @@ Rectangle {
 
     width: 14
     height: 14
-    radius: 7
+    radius: width / 2
     color: "transparent"
     border.width: 1
     border.color: VxTheme.shade

@@ -1,8 +1,7 @@
 import QtQuick
-import QtQuick.Templates as T
 
 /* A tile that shows a colour or a gradient from left to right. */
-T.AbstractButton {
+Pressable {
     id: tile
 
     // One colour or more.
@@ -11,10 +10,8 @@ T.AbstractButton {
 
     implicitWidth: 44
     implicitHeight: 28
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    Accessible.role: Accessible.Button
-    Accessible.name: text
+    ringGap: 2
+
     Accessible.description: Array.from(colors).join(", ")
     Accessible.selected: selected
 
@@ -31,12 +28,5 @@ T.AbstractButton {
             border.width: tile.selected ? 2 : 1
             border.color: tile.selected || tile.hovered ? VxTheme.text : VxTheme.veilHover
         }
-        FocusRing {
-            gap: 2
-            visible: tile.visualFocus
-        }
     }
-
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

@@ -2,8 +2,8 @@ import QtQml
 import "ConfigTables.js" as Tables
 
 /*
-    The default of each key of ConfigKeys, under the same name and in the key's type; a list of strings is an array.
-    The default that depends on the connected model is evaluated when it is read.
+    The default of each key of ConfigKeys, under the same name and with the key's type. A list of strings is an array.
+    A default that depends on the connected model is evaluated at each read.
 */
 QtObject {
     // Of each channel's volume, whose key is made at run time.

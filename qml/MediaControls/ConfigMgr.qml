@@ -1,29 +1,29 @@
 pragma Singleton
 
 import QtQml
-// Registered by the program when it starts, so that no description lies on the disk for the linter.
+// The program registers this module when it starts: qmllint finds no description of it.
 import VexoDeckSettings // qmllint disable import
 import "ConfigTables.js" as Tables
 
 /*
-    The one place where the screens name a persistent setting, give its default, read and write it. Every value lies
-    in a plain map, which is loaded from the store at creation; a change goes through to the store at once. Nothing
-    binds to the map: a control reads when it is created and again when a topic of MessageBus tells it to.
+    Names, defaults, reads and writes of all persistent settings. Every value is cached in a plain map, which is loaded
+    from the store at creation; a change is written to the store at once. Nothing binds to the map: a control reads its
+    value at creation and again when a topic of MessageBus notifies it.
 
-    Beside the declared keys there are those made at run time from a channel's id: id + "_dB", "_monitor" and "_mix".
-    Their first read fills the map and settles their form until the next loadAllSettings().
+    Some keys are made at run time from a channel's id: id + "_dB", "_monitor" and "_mix". Their first read caches them
+    and decides their type until the next loadAllSettings().
 */
 QtObject {
     id: configMgr
 
     readonly property ConfigKeys keys: ConfigKeys {}
     readonly property ConfigDefaults defaults: ConfigDefaults {}
-    // Key to value: boolean, number, text or an array of texts. Without a prototype, since any text may be a key.
+    // Key to value: boolean, number, text or an array of texts. It has no prototype, since any text may be a key.
     property var config: Object.create(null)
 
-    // Where values persist; another object with its operations may stand here.
+    // The store. Any object with the same operations will do.
     property var settings: SettingsManager // qmllint disable unqualified
-    // Which store is read: those of "windows" and "linux" give text back.
+    // Selects how stored values are read: on "windows" and "linux" the store returns text.
     property string platformName: Qt.platform.os
 
     // Device steps of the gain and of the monitor volume, and the range of a channel's volume.
@@ -76,7 +76,7 @@ QtObject {
         settings.setValue(key, value);
     }
 
-    // The cached value, whatever default is given; else the stored one, or the given default, or the declared one.
+    // Returns the cached value, else the stored one, else the given default, else the declared one.
     function getValue(key: string, defaultValue: var): var {
         if (!(key in config)) {
             const fallback = defaultValue === undefined ? defaultOf(key) : defaultValue;
@@ -106,7 +106,7 @@ QtObject {
     }
 
     function setStringList(key: string, list: var) {
-        // A copy of its own, of texts: the list operations change the cached list in place.
+        // A copy, since the list operations change the cached list in place.
         config[key] = typeof list === "string" ? [list] : Array.from(list, String);
         console.log("设置字符串列表配置:", key, config[key]);
         settings.setStringList(key, config[key]);
@@ -118,13 +118,13 @@ QtObject {
         return config[key];
     }
 
-    // The list operations want a cached key; another one is a script error of the caller.
+    // The list operations need a cached key. Any other key is a script error of the caller.
     function addStringList(key: string, value: string) {
         config[key].push(value);
         storeStringList(key);
     }
 
-    // An absent value takes the last entry away.
+    // A value that is not in the list removes the last entry.
     function removeStringList(key: string, value: string) {
         removeStringListIndex(key, config[key].indexOf(value));
     }
@@ -134,7 +134,7 @@ QtObject {
         storeStringList(key);
     }
 
-    // An index outside of the list changes nothing.
+    // An index outside the list changes nothing.
     function replaceStringListIndex(key: string, index: int, value: string) {
         if (index in config[key])
             config[key][index] = value;
@@ -171,7 +171,7 @@ QtObject {
         loadAllSettings();
     }
 
-    // Neither the screens nor the device are told.
+    // Notifies neither the screens nor the device.
     function resetDeviceToDefaults() {
         console.log("重置设备为默认值");
         const exempt = [keys.appList, keys.listen, keys.share_data, keys.auto_install];
@@ -191,7 +191,7 @@ QtObject {
         return found;
     }
 
-    // Undefined for a key that is made at run time, whatever members of this name any object has.
+    // Undefined for a key made at run time, even one that has the name of a member of every object.
     function defaultOf(key: string): var {
         return keys[key] === key || key === "auto_app" ? defaults[key] : undefined;
     }
@@ -207,14 +207,14 @@ QtObject {
         settings.setStringList(key, config[key]);
     }
 
-    // The value that a text of the store stands for, by the type of its default.
+    // Converts a text of the store to the type of its default.
     function converted(value: var, fallback: var): var {
         if (platformName === "windows")
             return convertedOnWindows(value, fallback);
         return platformName === "linux" ? convertedOnLinux(value, fallback) : value;
     }
 
-    // A real true is not the text "true": what is true by default is false there until it has been stored. The
+    // Only the text "true" counts as true: a default of true therefore reads as false until it has been stored. The
     // consent to usage reports relies on that. Without a default a stored boolean stays text.
     function convertedOnWindows(value: var, fallback: var): var {
         if (typeof fallback === "boolean")

@@ -30,8 +30,7 @@ const inputLevelColors = [
 // kHz, as text
 const sampleRates = ["44.1", "48", "88.2", "96", "176.4", "192"];
 
-// Names are source texts, translated where they are shown. Values are dB at 63 Hz, 125 Hz, 250 Hz, 400 Hz, 630 Hz,
-// 1 kHz, 1.6 kHz, 2.5 kHz, 4 kHz, 6.3 kHz, 10 kHz and 16 kHz.
+// Names are source texts, translated where they are shown. Values are dB, from the lowest band to the highest.
 const equalizerPresets = [
     { name: "原声", value: [2, 1, 0, 0, 0, 0, 0, 1, 2, 1, 0, 0], img: "icons/gbz.svg" },
     { name: "人声增强", value: [4, 2, 0, 0, -2, 0, 4, 2, 0, -3, -2, 1], img: "icons/rs.svg" },

@@ -5,7 +5,7 @@ import QtQuick.Effects
 import QtQuick.Templates as T
 
 /* A bare icon to press. Its text is not shown: it names the button for a screen reader and in the tooltip. */
-T.Button {
+Pressable {
     id: button
 
     // Degrees, of the icon alone.
@@ -14,16 +14,11 @@ T.Button {
     implicitWidth: icon.width + leftPadding + rightPadding
     implicitHeight: icon.height + topPadding + bottomPadding
     padding: 4
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
     flat: true
     display: T.AbstractButton.IconOnly
     icon.width: 24
     icon.height: 24
-    opacity: enabled ? 1 : VxTheme.disabledOpacity
-
-    Accessible.role: Accessible.Button
-    Accessible.name: text
+    ringGap: 1
 
     contentItem: Item {
         // Only while held down: a layer costs a frame buffer.
@@ -56,11 +51,6 @@ T.Button {
     background: Rectangle {
         radius: VxTheme.radiusSmall
         color: button.down ? VxTheme.veilPressed : button.hovered && button.enabled ? VxTheme.veilHover : "transparent"
-
-        FocusRing {
-            gap: 1
-            visible: button.visualFocus
-        }
     }
 
     VxToolTip {
@@ -68,7 +58,4 @@ T.Button {
         delay: VxTheme.toolTipDelayMs
         text: button.text
     }
-
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

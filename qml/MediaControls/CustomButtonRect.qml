@@ -1,6 +1,9 @@
 import QtQuick
 
-/* A tile with an icon that is on or off. With isSelect false it is a plain button; isWorn lights it red and strikes the icon out. */
+/*
+    A tile with an icon that is on or off. With isSelect false it is a plain button. With isWorn it lights red and
+    strikes the icon out.
+*/
 Rectangle {
     id: tile
 
@@ -10,6 +13,8 @@ Rectangle {
     property bool isSelect: true
     // For a screen reader and the tooltip.
     property string name: ""
+    // For a screen reader.
+    property string description: ""
     property int iconSize: 20
 
     signal click
@@ -18,7 +23,7 @@ Rectangle {
         isActive = value;
     }
 
-    // The colour of the lit tile, or the given one while it is not lit.
+    // The colour of a tile that is on, otherwise the given colour.
     function getColor(defaultColor: color): color {
         if (isActive && isSelect)
             return isWorn ? VxTheme.worn : VxTheme.accent;
@@ -34,23 +39,14 @@ Rectangle {
     implicitWidth: 36
     implicitHeight: 30
     radius: VxTheme.radiusTile
-    color: getColor(area.lit ? VxTheme.unselectedHover : VxTheme.unselected)
+    color: getColor(button.hovered && enabled ? VxTheme.unselectedHover : VxTheme.unselected)
     opacity: enabled ? 1 : VxTheme.disabledOpacity
-    activeFocusOnTab: true
-
-    Accessible.role: Accessible.Button
-    Accessible.name: name
-    Accessible.focusable: true
-    Accessible.focused: activeFocus
-    Accessible.checkable: isSelect
-    Accessible.checked: isActive
-    Accessible.pressed: area.pressed
 
     VxIcon {
         anchors.centerIn: parent
         size: tile.iconSize
         source: tile.src
-        scale: area.pressed ? 0.9 : 1
+        scale: button.down ? 0.9 : 1
 
         // The line, and the gap that it cuts into the icon.
         Rectangle {
@@ -73,21 +69,28 @@ Rectangle {
         }
     }
 
-    ClickArea {
-        id: area
+    Pressable {
+        id: button
 
-        control: tile
+        anchors.fill: parent
+        opacity: 1
+        text: tile.name
         ringRadius: tile.radius
-        onActivated: tile.press()
+        checkable: tile.isSelect
+        checked: tile.isSelect && tile.isActive
+        Accessible.description: tile.description
+
+        HoverHandler {
+            cursorShape: Qt.PointingHandCursor
+        }
+
+        Accessible.onToggleAction: click()
+        onClicked: tile.press()
     }
 
     VxToolTip {
-        visible: area.lit && tile.name !== ""
+        visible: button.hovered && tile.name !== ""
         delay: VxTheme.toolTipDelayMs
         text: tile.name
     }
-
-    Keys.forwardTo: [area]
-    Accessible.onPressAction: press()
-    Accessible.onToggleAction: press()
 }

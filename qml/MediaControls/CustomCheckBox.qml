@@ -25,7 +25,7 @@ T.CheckBox {
         y: checkBox.topPadding + Math.round((checkBox.availableHeight - height) / 2)
         width: 16
         height: 16
-        radius: 4
+        radius: VxTheme.radiusField
         color: checkBox.checked ? (lit ? VxTheme.checkHover : VxTheme.check) : checkBox.down ? VxTheme.veilHover : "transparent"
         border.width: checkBox.checked ? 0 : 1
         border.color: lit ? VxTheme.text : VxTheme.outlineHover
@@ -38,9 +38,12 @@ T.CheckBox {
             visible: checkBox.checked
         }
 
-        FocusRing {
+        PressFocus {
+            id: pressFocus
+
+            control: checkBox
             inner: parent.radius
-            visible: checkBox.visualFocus
+            onPressed: checkBox.click()
         }
     }
     contentItem: VxText {
@@ -50,6 +53,6 @@ T.CheckBox {
         wrapMode: Text.Wrap
     }
 
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
+    Keys.onReturnPressed: event => pressFocus.press(event)
+    Keys.onEnterPressed: event => pressFocus.press(event)
 }

@@ -4,8 +4,8 @@ import QtQuick
 import QtQuick.Templates as T
 
 /*
-    The list box that swaps the application of a mixer strip. It offers, anew each time it opens, what runs and has no
-    strip yet, and the strip's own. A choice replaces the entry in appList and is then told by appSelected.
+    The list box that swaps the application of a mixer strip. Each time it opens it lists what runs and has no strip
+    yet, and the strip's own application. A choice replaces the entry in appList and then emits appSelected.
 */
 T.ComboBox {
     id: comboBox
@@ -29,7 +29,7 @@ T.ComboBox {
         appSelected(app);
     }
 
-    // Closed, the box opens on the arrows: a stray key or letter shall not swap the application.
+    // A closed box opens on the arrow keys and ignores letters, so that no stray key swaps the application.
     function handleKey(event: var) {
         const opens = [Qt.Key_Up, Qt.Key_Down, Qt.Key_Return, Qt.Key_Enter].includes(event.key);
         event.accepted = !popup.visible && (opens || (event.text !== "" && ![Qt.Key_Space, Qt.Key_Tab, Qt.Key_Backtab, Qt.Key_Escape].includes(event.key)));
@@ -92,17 +92,13 @@ T.ComboBox {
         padding: 4
         margins: 8
 
-        contentItem: ListView {
+        contentItem: ScrollList {
             id: list
 
-            clip: true
             implicitHeight: contentHeight
             model: comboBox.delegateModel
             currentIndex: comboBox.highlightedIndex
             highlightMoveDuration: 0
-            boundsBehavior: Flickable.StopAtBounds
-
-            T.ScrollBar.vertical: VxScrollBar {}
         }
         background: Rectangle {
             radius: VxTheme.radiusPanel

@@ -4,13 +4,13 @@ import QtQuick
 import QtQuick.Templates as T
 
 /*
-    The button that adds an application to the mixer. It opens the list of those that run and have no strip; a click
-    there is told by clickApp, and then its entry joins appList.
+    The button that adds an application to the mixer. It opens a list of what runs and has no strip. A click in the list
+    emits clickApp and then adds the entry to appList.
 */
-T.AbstractButton {
+Pressable {
     id: plusButton
 
-    // Shown under the plus, for who has not used it yet.
+    // Shown under the plus to users who have not added anything yet.
     property string hint: ""
     property string emptyText: qsTr("没有正在播放声音的应用")
 
@@ -20,7 +20,7 @@ T.AbstractButton {
         id: choice
 
         property var apps: []
-        // A second click waits until the list has closed.
+        // Ignores a second click until the list has closed.
         property bool blocked: false
     }
 
@@ -38,11 +38,10 @@ T.AbstractButton {
         ConfigMgr.addStringList(ConfigMgr.keys.appList, JSON.stringify(app));
     }
 
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
     padding: 12
+    ringRadius: VxTheme.radiusPanel
+
     Accessible.role: Accessible.ButtonMenu
-    Accessible.name: text
     Accessible.description: hint
 
     contentItem: Item {
@@ -55,7 +54,7 @@ T.AbstractButton {
                 anchors.horizontalCenter: parent.horizontalCenter
                 width: 40
                 height: 40
-                radius: 20
+                radius: width / 2
                 color: plusButton.down ? VxTheme.accentPressed : plusButton.hovered || plusButton.visualFocus ? VxTheme.accent : VxTheme.unselected
 
                 Behavior on color {
@@ -87,11 +86,6 @@ T.AbstractButton {
         color: plusButton.hovered ? VxTheme.veilPressed : "transparent"
         border.width: 1
         border.color: plusButton.hovered ? VxTheme.outlineHover : VxTheme.outline
-
-        FocusRing {
-            inner: VxTheme.radiusPanel
-            visible: plusButton.visualFocus
-        }
     }
 
     VxToolTip {
@@ -126,21 +120,17 @@ T.AbstractButton {
                 font.bold: true
                 elide: Text.ElideRight
             }
-            ListView {
+            ScrollList {
                 id: list
 
                 objectName: "list"
                 anchors.fill: parent
                 anchors.topMargin: heading.height + 10
                 focus: true
-                clip: true
                 model: choice.apps
-                boundsBehavior: Flickable.StopAtBounds
                 keyNavigationEnabled: true
                 Accessible.role: Accessible.List
                 Accessible.name: plusButton.text
-
-                T.ScrollBar.vertical: VxScrollBar {}
 
                 delegate: AppRow {
                     required property var modelData
@@ -152,9 +142,6 @@ T.AbstractButton {
                     highlighted: ListView.isCurrentItem && ListView.view.activeFocus
                     onClicked: plusButton.choose(app)
                 }
-                Keys.onReturnPressed: event => KeyPress.once(event, () => plusButton.choose(choice.apps[currentIndex]))
-                Keys.onEnterPressed: event => KeyPress.once(event, () => plusButton.choose(choice.apps[currentIndex]))
-                Keys.onSpacePressed: event => KeyPress.once(event, () => plusButton.choose(choice.apps[currentIndex]))
             }
             VxText {
                 objectName: "empty"
@@ -189,7 +176,5 @@ T.AbstractButton {
         onClosed: choice.blocked = false
     }
 
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
     onClicked: openList()
 }

@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Templates as T
 
-/* A list box of plain texts. Every change of the current index to a row of the list is told, whoever made it. */
+/* A list box of plain texts. Every change of the current index to a valid row emits itemSelected, whoever made it. */
 T.ComboBox {
     id: comboBox
 
@@ -57,7 +57,7 @@ T.ComboBox {
             visible: comboBox.visualFocus && !comboBox.popup.visible
         }
     }
-    delegate: T.ItemDelegate {
+    delegate: Pressable {
         id: row
 
         required property var model
@@ -68,12 +68,11 @@ T.ComboBox {
         implicitHeight: 32
         leftPadding: 10
         rightPadding: 30
-        hoverEnabled: true
+        focusPolicy: Qt.NoFocus
         highlighted: comboBox.highlightedIndex === index
         font: comboBox.font
         text: model[comboBox.textRole || "modelData"]
         Accessible.role: Accessible.ListItem
-        Accessible.name: text
         Accessible.selected: current
 
         contentItem: VxText {
@@ -82,7 +81,7 @@ T.ComboBox {
             elide: Text.ElideRight
         }
         background: Rectangle {
-            radius: 4
+            radius: VxTheme.radiusField
             color: row.highlighted ? VxTheme.unselected : "transparent"
 
             VxIcon {
@@ -102,17 +101,13 @@ T.ComboBox {
         padding: 4
         margins: 4
 
-        contentItem: ListView {
+        contentItem: ScrollList {
             id: list
 
-            clip: true
             implicitHeight: contentHeight
             model: comboBox.delegateModel
             currentIndex: comboBox.highlightedIndex
             highlightMoveDuration: 0
-            boundsBehavior: Flickable.StopAtBounds
-
-            T.ScrollBar.vertical: VxScrollBar {}
         }
         background: Rectangle {
             radius: VxTheme.radiusPanel

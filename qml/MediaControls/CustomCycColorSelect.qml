@@ -64,6 +64,10 @@ Row {
         ColorTile {
             required property int index
 
+            function enter() {
+                select.openPicker(index);
+            }
+
             objectName: "tile" + index
             width: 28
             text: qsTr("颜色") + " " + (index + 1)
@@ -71,8 +75,6 @@ Row {
             selected: selection.place === index
             onClicked: selection.place = index
             onDoubleClicked: select.openPicker(index)
-            Keys.onReturnPressed: event => KeyPress.once(event, () => select.openPicker(index))
-            Keys.onEnterPressed: event => KeyPress.once(event, () => select.openPicker(index))
         }
     }
     CustomButton {

@@ -29,7 +29,7 @@ Column {
         changeComplete(index, selectedGradient, isReset);
     }
 
-    // The selected gradient as a list of so many colours.
+    // The selected gradient as a list of that many colours.
     function getCurrentGradientXColors(steps: int): var {
         return GradientColors.generateGradientColors(selectedGradient, steps);
     }
@@ -86,7 +86,7 @@ Column {
         objectName: "gradientBar"
         width: parent.width
         height: 14
-        radius: 7
+        radius: height / 2
         colors: select.selectedGradient
     }
 

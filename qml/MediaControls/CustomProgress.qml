@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/* A bar between two texts. Unless the screen gives the lower one, it is the percent reached. */
+/* A bar between two texts. The lower one is the percent reached, unless the screen sets it. */
 Column {
     id: progress
 
@@ -10,7 +10,7 @@ Column {
     property alias value: bar.value
     property alias from: bar.from
     property alias to: bar.to
-    // The range under the names by which a screen reader asks for it.
+    // The range, under the property names that a screen reader reads.
     readonly property real minimumValue: from
     readonly property real maximumValue: to
 

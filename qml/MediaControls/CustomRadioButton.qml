@@ -23,7 +23,7 @@ T.RadioButton {
         y: radioButton.topPadding + Math.round((radioButton.availableHeight - height) / 2)
         width: 16
         height: 16
-        radius: 8
+        radius: width / 2
         color: radioButton.hovered && radioButton.enabled ? VxTheme.veilHover : "transparent"
         border.width: 1
         border.color: VxTheme.text
@@ -33,15 +33,18 @@ T.RadioButton {
             anchors.centerIn: parent
             width: 10
             height: 10
-            radius: 5
+            radius: width / 2
             color: VxTheme.text
             opacity: radioButton.checked ? 1 : radioButton.down ? 0.4 : 0
             visible: opacity > 0
         }
 
-        FocusRing {
+        PressFocus {
+            id: pressFocus
+
+            control: radioButton
             inner: parent.radius
-            visible: radioButton.visualFocus
+            onPressed: radioButton.click()
         }
     }
     contentItem: VxText {
@@ -51,6 +54,6 @@ T.RadioButton {
         wrapMode: Text.Wrap
     }
 
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
+    Keys.onReturnPressed: event => pressFocus.press(event)
+    Keys.onEnterPressed: event => pressFocus.press(event)
 }

@@ -2,9 +2,9 @@ import QtQuick
 import QtQuick.Templates as T
 
 /*
-    The slider of the screens, lying or standing. moved is for live traffic; changeComplete comes once, 500 ms after
-    the user's hand let go: unless it takes the slider again within that time. A step by the keyboard or the wheel
-    counts as a press, a move and a release.
+    The slider of the screens, horizontal or vertical. moved is for live traffic. changeComplete comes once, 500 ms
+    after the user's hand has let go, unless it takes the slider again within that time. A step by the keyboard or the
+    wheel counts as a press, a move and a release.
 */
 T.Slider {
     id: slider
@@ -12,17 +12,16 @@ T.Slider {
     property color backgroundColor: VxTheme.track
     property real backgroundOpacity: 1
     property bool showTooltip: true
-    // Declared for screens that name it: the text is made by formatedValueFunc.
+    // Declared for screens that set it. It has no effect: formatedValueFunc makes the text.
     property string tooltipFormat: "%.0f%%"
     property bool snapToStep: false
-    // function (value) that gives the text of a value; without it the text is a percent of 1.
+    // function (value) that returns the text of a value. Without it the text is a percentage of 1.
     property var formatedValueFunc: null
     // For a screen reader.
     property string name: ""
-    // From the first touch of the user's hand until changeComplete: what comes from elsewhere shall not move the
-    // slider meanwhile.
+    // True from the first touch of the user's hand until changeComplete. Meanwhile no other source may move the slider.
     readonly property bool isManually: hand.on
-    // The range under the names by which a screen reader asks for it.
+    // The range, under the property names that a screen reader reads.
     readonly property real minimumValue: from
     readonly property real maximumValue: to
     readonly property string valueText: {
@@ -37,7 +36,7 @@ T.Slider {
 
         property bool on: false
         property bool tooltipShown: false
-        // Eighths of a degree of wheel movement that did not make a step yet.
+        // Wheel movement, in eighths of a degree, that has not yet made a step.
         property real wheelRest: 0
     }
 
@@ -111,7 +110,7 @@ T.Slider {
             anchors.centerIn: parent
             width: slider.horizontal ? slider.availableWidth : 4
             height: slider.horizontal ? 4 : slider.availableHeight
-            radius: 2
+            radius: VxTheme.radiusBar
             color: slider.backgroundColor
             opacity: slider.backgroundOpacity
         }
@@ -121,7 +120,7 @@ T.Slider {
             y: slider.horizontal ? (parent.height - height) / 2 : slider.handle.y + slider.handle.height / 2
             width: slider.horizontal ? slider.handle.x + slider.handle.width / 2 - slider.leftPadding : 4
             height: slider.horizontal ? 4 : slider.topPadding + slider.availableHeight - y
-            radius: 2
+            radius: VxTheme.radiusBar
             color: VxTheme.accent
         }
     }
@@ -161,6 +160,7 @@ T.Slider {
     Timer {
         id: tooltipTimer
 
+        objectName: "tooltipTimer"
         interval: 500
         onTriggered: {
             hand.tooltipShown = false;

@@ -1,6 +1,6 @@
 import QtQuick
 
-/* The icon of a state, which turns while something goes on. What a value means is up to the screen. */
+/* A state's icon, which rotates while work is in progress. The screen defines what each value means. */
 Rectangle {
     id: statBox
 

@@ -1,12 +1,12 @@
 import QtQuick
 
-/* The mouse over an item on which a place is picked: tells the press and each move of the drag. */
+/* The mouse over an item on which a place is picked. It signals the press and each move of the drag. */
 MouseArea {
     id: area
 
     // The item, which takes the focus.
     required property Item control
-    // The focus came by the mouse: no ring then.
+    // The focus came by the mouse: no ring.
     property bool tookFocus: false
 
     signal movedTo(real x, real y)

@@ -1,13 +1,13 @@
 import QtQuick
 
-/* The first three of the given colours from left to right; fewer repeat the last one. */
+/* A gradient of the first three colours, from left to right. Where there are fewer, the last one repeats. */
 Rectangle {
     id: bar
 
     required property var colors
 
     function colorAt(index: int): color {
-        return colors[Math.min(index, colors.length - 1)] ?? "#000000";
+        return colors[Math.min(index, colors.length - 1)] ?? "black";
     }
 
     gradient: Gradient {

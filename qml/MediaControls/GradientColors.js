@@ -11,7 +11,7 @@ function channels(color) {
     return [number >> 16, (number >> 8) & 0xff, number & 0xff];
 }
 
-// The colour between two others; share 0 gives the first one.
+// The colour between two others. A share of 0 returns the first one.
 function between(first, second, share) {
     const t = Math.max(0, Math.min(1, share));
     const to = channels(second);
@@ -33,7 +33,7 @@ function sampleThree(gradient, steps) {
     });
 }
 
-// A gradient as a list of so many colours. Of three colours the middle one is always among them.
+// A gradient as a list of that many colours. The middle one of three is always among them.
 function generateGradientColors(gradient, steps) {
     if (gradient.length < 2) {
         console.warn("A gradient wants two colours, not", gradient.length);

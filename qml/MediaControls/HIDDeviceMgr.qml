@@ -1,51 +1,20 @@
 pragma Singleton
 
 import QtQml
-// Registered by the program when it starts, so that no description lies on the disk for the linter.
+// The program registers this module when it starts: qmllint finds no description of it.
 import VexoDeckHIDHotplug // qmllint disable import
+import "DeviceAttributes.js" as Attributes
 
 /*
-    The only door from the screens to the device: the attribute catalogue, writes gathered for 500 ms with the last
-    value of each attribute winning, reads at connection, and the device's reports spread on MessageBus. It neither
-    retries nor reports anything: a write while no device is open disappears in the manager.
+    The only way from the screens to the device. It holds the attribute catalogue, collects writes for 500 ms and sends
+    the last value of each attribute, reads values at connection, and publishes the device's reports on MessageBus. It
+    does not retry: a write while no device is open is lost.
 */
 QtObject {
     id: deviceMgr
 
-    // Attribute name to id. Id 3 has two names: the mixer's measurement and the microphones' switch.
-    readonly property var attrs: ({
-            mute: 1,
-            power: 2,
-            auto_gain: 3,
-            auto_gain_on: 3,
-            listen_output: 4,
-            mic_gain: 5,
-            listen_volume: 6,
-            mic_listen_ratio: 7,
-            usb_audio_version: 8,
-            mcu_version: 9,
-            background_static_effect: 10,
-            background_breath_effect: 11,
-            background_wave_effect: 12,
-            input_sound_wave_light_color: 13,
-            background_light_off: 14,
-            input_sound_wave_direction: 15,
-            mic_gain_light_color: 16,
-            listen_volume_light_color: 17,
-            mic_listen_ratio_light_color: 18,
-            rgb_light_brightness: 19,
-            rgb_light_off: 21,
-            background_wave_light_direction: 22,
-            anti_noise: 23,
-            ai_jianzao: 24,
-            device_boom_value: 25,
-            other_light_off: 26,
-            reset_factory_settings: 27,
-            device_compressor: 28,
-            device_compressor_value: 29,
-            // dB of each of the mixer's 30 gain steps
-            auto_gain_map: [10, 11.24, 12.57, 13.98, 15.35, 16.98, 18.31, 19.9, 21.82, 23.37, 25.35, 27.27, 28.87, 30.81, 33.45, 35.16, 37.28, 39.3, 41.2, 43.22, 46.7, 48.7, 50.7, 53.7, 56.7, 58.7, 61.7, 64.8, 67.8, 70]
-        })
+    // Attribute name to id.
+    readonly property var attrs: Attributes.ids
 
     // The last map from the manager: dpid, pid, vid, name, sn, version. It keeps old values after a disconnection.
     property var deviceInfo: ({})
@@ -54,80 +23,10 @@ QtObject {
     // Pending writes: attribute id to value bytes.
     property var messageCache: ({})
 
-    // What a report of the device leads to. The first row that matches applies.
-    readonly property list<var> reports: [
-        {
-            attribute: attrs.mute,
-            word: "静音",
-            store: value => ConfigMgr.setValue(ConfigMgr.keys.device_mute, value === 1),
-            publish: value => MessageBus.publishMuteState(value)
-        },
-        {
-            attribute: attrs.auto_gain_on,
-            matches: () => !isR2(),
-            word: "自动增益开关",
-            store: value => ConfigMgr.setValue(ConfigMgr.keys.auto_gain_on, value === 1),
-            publish: value => MessageBus.publishUpdateAutoGainOn(value)
-        },
-        {
-            attribute: attrs.other_light_off,
-            word: "其他灯光开关",
-            // Kept: no key of this name is declared. The setting follows through the switch of the general tab.
-            store: value => ConfigMgr.setValue(ConfigMgr.keys["other_light_off"], value === 1),
-            publish: value => MessageBus.publishUpdateOtherLightOff(value)
-        },
-        {
-            attribute: attrs.power,
-            word: "电源",
-            store: value => ConfigMgr.setValue(ConfigMgr.keys.device_phantom, value === 1),
-            publish: value => MessageBus.publishPowerState(value)
-        },
-        {
-            attribute: attrs.auto_gain,
-            matches: () => isR2(),
-            word: "自动增益",
-            publish: value => MessageBus.publishUpdateAutoGain(value)
-        },
-        {
-            attribute: attrs.listen_output,
-            word: "监听输出",
-            publish: value => MessageBus.publishListenOutputState(value)
-        },
-        {
-            attribute: attrs.mic_gain,
-            word: "麦克风增益",
-            store: value => ConfigMgr.setValue(ConfigMgr.keys.auto_gain, value),
-            publish: value => MessageBus.publishUpdateMicGainLevel(value)
-        },
-        {
-            attribute: attrs.listen_volume,
-            word: "监听音量",
-            store: value => ConfigMgr.setValue(ConfigMgr.keys.device_dB, value),
-            publish: value => MessageBus.publishListenVolumeLevel(value)
-        },
-        {
-            attribute: attrs.mic_listen_ratio,
-            word: "麦克风/电脑监听比例",
-            store: value => ConfigMgr.setValue(ConfigMgr.keys.device_mic_ratio, value),
-            publish: value => MessageBus.publishMicListenRatio(value)
-        },
-        {
-            attribute: attrs.anti_noise,
-            word: "防破音",
-            store: value => ConfigMgr.setValue(ConfigMgr.keys.device_boom, value === 1),
-            publish: value => MessageBus.publishAntiNoiseState(value)
-        },
-        {
-            attribute: attrs.ai_jianzao,
-            word: "AI降噪",
-            publish: value => MessageBus.publishAIJianzaoState(value)
-        },
-        {
-            attribute: attrs.background_light_off,
-            word: "背景灯光模式",
-            publish: value => MessageBus.publishBackgroundLightMode(value)
-        }
-    ]
+    readonly property DeviceReports reports: DeviceReports {
+        attrs: deviceMgr.attrs
+        isR2: deviceMgr.isR2()
+    }
 
     readonly property var manager: HIDHotplugManager // qmllint disable unqualified
 
@@ -188,7 +87,7 @@ QtObject {
         return deviceInfo;
     }
 
-    // The manager has no transfer yet that would carry the file: who asks is told so, and waits for nothing.
+    // The manager has no firmware transfer yet: every upgrade fails at once, so that no caller waits.
     function upgradeFirmware(filePath: string) {
         console.log("升级失败:", filePath);
         upgradeFirmwareProgress(0, "升级失败");
@@ -279,11 +178,11 @@ QtObject {
 
     function handleMessageReceived(attID: int, data: var) {
         messageReceived(attID, data);
-        const report = reports.find(row => row.attribute === attID && (!row.matches || row.matches()));
+        const report = reports.rowOf(attID);
         if (!report)
             return;
         console.log("收到" + report.word + "消息:", JSON.stringify(data));
-        // A report without a value says nothing.
+        // A report without a value has no effect.
         if (data.length === 0)
             return;
         if (report.store)

@@ -1,6 +1,6 @@
 import QtQuick
 
-/* What the meters share: the level of one channel and the mark that stays for a while after it clipped. */
+/* The base of the meters: the level of one channel, and a mark that stays on for a while after clipping. */
 Item {
     id: meter
 
@@ -12,11 +12,11 @@ Item {
     // Milliseconds that the mark stays.
     property int clippingDuration: 10000
     property string channelName: "L"
-    // Whose level it is, for a screen reader; empty where nothing else has a meter.
+    // Whose level it is, for a screen reader. Empty where there is only one meter.
     property string owner: ""
     readonly property string levelText: Math.round(100 * level) + "%"
 
-    // What is no number is no report.
+    // Ignores what is no number.
     function setLevel(value: real) {
         if (isNaN(value))
             return;

@@ -8,7 +8,7 @@ Item {
     required property real hue
     required property real saturation
     required property real lightness
-    // The same under the names by which a screen reader asks for it.
+    // The lightness, under the property names that a screen reader reads.
     readonly property real value: lightness
     readonly property real minimumValue: 0
     readonly property real maximumValue: 1
@@ -40,7 +40,7 @@ Item {
 
             GradientStop {
                 position: 0
-                color: "#000000"
+                color: "black"
             }
             GradientStop {
                 position: 0.5
@@ -48,7 +48,7 @@ Item {
             }
             GradientStop {
                 position: 1
-                color: "#ffffff"
+                color: "white"
             }
         }
     }

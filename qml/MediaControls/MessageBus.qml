@@ -3,9 +3,9 @@ pragma Singleton
 import QtQml
 
 /*
-    News between the screens: a named topic with one payload, delivered at once, on the caller's stack, to all who
-    subscribed, in order of subscription. The bus keeps no state: who is not subscribed at the moment of a publish
-    does not get the message later. A callback takes (topic, payload).
+    Messages between the screens: a named topic with one payload. publish() calls all subscribers at once, on the
+    caller's stack, in order of subscription. The bus keeps no state: a later subscriber does not get the message. A
+    callback takes (topic, payload).
 */
 QtObject {
     id: messageBus
@@ -38,7 +38,7 @@ QtObject {
             UPDATE_CONFIG_MESSAGE: "update_config_message"
         })
 
-    // Topic to callbacks. Without a prototype: channel ids are topics too, and any text may be one.
+    // Topic to callbacks. It has no prototype, since any text may be a topic: the ids of channels are.
     property var subscribers: Object.create(null)
     property var globalInstance: null
 
@@ -67,7 +67,7 @@ QtObject {
         console.log("取消订阅:", messageType, "剩余订阅者:", callbacks.length);
     }
 
-    // Walks the live array: a callback that unsubscribes itself makes the walk skip the next one of this round.
+    // Iterates the live array: when a callback unsubscribes itself, this round skips the next one.
     function publish(messageType: string, data: var) {
         const callbacks = subscribers[messageType];
         if (!callbacks)

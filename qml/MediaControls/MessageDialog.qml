@@ -2,8 +2,8 @@ import QtQuick
 import QtQuick.Templates as T
 
 /*
-    The program's one form of question: a bar at the top of its parent, that only its two buttons close. It goes at
-    once: callers take a visible bar for a question that is still open.
+    The program's only form of question: a bar at the top of its parent that only its two buttons close. It disappears
+    without a fade, since callers take a visible bar for an open question.
 */
 T.Popup {
     id: dialog
@@ -21,19 +21,14 @@ T.Popup {
         open();
     }
 
-    component BarButton: T.Button {
+    component BarButton: Pressable {
         id: button
 
         implicitWidth: Math.max(72, implicitContentWidth + leftPadding + rightPadding)
         implicitHeight: 26
         horizontalPadding: 14
-        hoverEnabled: true
-        focusPolicy: Qt.StrongFocus
-        font.family: VxTheme.fontFamily
-        font.pixelSize: VxTheme.fontSmall
-
-        Accessible.role: Accessible.Button
-        Accessible.name: text
+        ringRadius: VxTheme.radiusTile
+        ringColor: VxTheme.text
 
         contentItem: VxText {
             text: button.text
@@ -45,16 +40,7 @@ T.Popup {
             color: button.down ? VxTheme.veilPressed : button.hovered ? VxTheme.veilHover : "transparent"
             border.width: 1
             border.color: VxTheme.text
-
-            FocusRing {
-                inner: parent.radius
-                border.color: VxTheme.text
-                visible: button.visualFocus
-            }
         }
-
-        Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-        Keys.onEnterPressed: event => KeyPress.once(event, () => click())
     }
 
     x: parent ? Math.round((parent.width - width) / 2) : 0
@@ -96,9 +82,9 @@ T.Popup {
             text: dialog.title
             font.pixelSize: VxTheme.fontLead
             wrapMode: Text.Wrap
-            // A very long message gets smaller rather than leaving the bar.
+            // A very long message shrinks to fit the bar.
             fontSizeMode: Text.VerticalFit
-            minimumPixelSize: 10
+            minimumPixelSize: VxTheme.fontScale
         }
         BarButton {
             id: cancelButton

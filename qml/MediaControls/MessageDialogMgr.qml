@@ -6,7 +6,7 @@ import QtQuick
 QtObject {
     id: dialogMgr
 
-    // The dialogue of showCustomDialog(), made at its first call.
+    // The dialogue of showCustomDialog(), created at the first call.
     property var currentDialog: null
     property var parentWindow: null
     property string dialogDocument: "MessageDialog.qml"
@@ -18,8 +18,8 @@ QtObject {
         parentWindow = parent;
     }
 
-    // A new dialogue at each call. It is not destroyed when it closes: callers keep it to see whether their question
-    // is still on the screen. Nothing is returned where it cannot be made.
+    // Creates a new dialogue. It is not destroyed when it closes: callers keep it to see whether their question is
+    // still on the screen. Returns nothing when it cannot be created.
     function showCustomDialogNew(msg: var, success: var, error: var, confirmText: var, cancelText: var): var {
         const dialog = createDialog();
         if (!dialog)
@@ -35,7 +35,7 @@ QtObject {
         return dialog;
     }
 
-    // One dialogue for all calls; the answers come as the signals of this object.
+    // One dialogue for all calls. Its answers are the signals of this object.
     function showCustomDialog(msg: var) {
         if (!currentDialog) {
             currentDialog = createDialog();

@@ -1,9 +1,8 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Templates as T
 
-/* Places for colours, five a row. One stop of the Tab key: the arrow keys move among them. */
+/* Places for colours, five in a row. The Tab key stops at one of them, the arrow keys move between them. */
 Grid {
     id: grid
 
@@ -37,7 +36,7 @@ Grid {
 
         model: grid.colors.length
 
-        T.AbstractButton {
+        Pressable {
             id: swatch
 
             required property int index
@@ -48,10 +47,9 @@ Grid {
             objectName: "swatch" + index
             implicitWidth: 26
             implicitHeight: 26
-            hoverEnabled: true
+            ringGap: 2
             focusPolicy: index === keyboard.place ? Qt.StrongFocus : Qt.ClickFocus
-            Accessible.role: Accessible.Button
-            Accessible.name: filled ? String(entry) : qsTr("添加颜色")
+            text: filled ? String(entry) : qsTr("添加颜色")
 
             background: Rectangle {
                 radius: VxTheme.radiusSmall
@@ -66,19 +64,12 @@ Grid {
                     visible: !swatch.filled
                     opacity: swatch.hovered ? 1 : 0.6
                 }
-
-                FocusRing {
-                    gap: 2
-                    visible: swatch.visualFocus
-                }
             }
 
             Keys.onLeftPressed: grid.moveFocus(index, -1)
             Keys.onRightPressed: grid.moveFocus(index, 1)
             Keys.onUpPressed: grid.moveFocus(index, -grid.columns)
             Keys.onDownPressed: grid.moveFocus(index, grid.columns)
-            Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-            Keys.onEnterPressed: event => KeyPress.once(event, () => click())
             onPressed: keyboard.place = index
             onClicked: {
                 if (filled)

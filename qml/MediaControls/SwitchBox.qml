@@ -7,6 +7,7 @@ Rectangle {
     property bool checked: false
     // For a screen reader.
     property string name: ""
+    property string description: ""
 
     signal toggled(bool checked)
 
@@ -15,25 +16,17 @@ Rectangle {
         toggled(checked);
     }
 
-    function fillColor(): color {
+    function fillColor(lit: bool): color {
         if (checked)
-            return area.lit ? VxTheme.accentHover : VxTheme.accent;
-        return area.lit ? VxTheme.switchOffHover : VxTheme.switchOff;
+            return lit ? VxTheme.accentHover : VxTheme.accent;
+        return lit ? VxTheme.switchOffHover : VxTheme.switchOff;
     }
 
     implicitWidth: 30
     implicitHeight: 16
     radius: 8
-    color: fillColor()
+    color: fillColor(button.hovered && enabled)
     opacity: enabled ? 1 : VxTheme.disabledOpacity
-    activeFocusOnTab: true
-
-    Accessible.role: Accessible.CheckBox
-    Accessible.name: name
-    Accessible.focusable: true
-    Accessible.focused: activeFocus
-    Accessible.checkable: true
-    Accessible.checked: checked
 
     Behavior on color {
         ColorAnimation {
@@ -58,18 +51,27 @@ Rectangle {
         }
     }
 
-    ClickArea {
-        id: area
+    Pressable {
+        id: button
 
-        // A little room around the small switch.
+        anchors.fill: parent
+        // The switch is small: its area to press is larger.
         anchors.margins: -4
-        control: switchBox
+        opacity: 1
+        text: switchBox.name
         ringRadius: switchBox.radius + 4
         ringGap: -1
-        onActivated: switchBox.flip()
-    }
+        checkable: true
+        checked: switchBox.checked
+        Accessible.role: Accessible.CheckBox
+        Accessible.description: switchBox.description
 
-    Keys.forwardTo: [area]
-    Accessible.onPressAction: flip()
-    Accessible.onToggleAction: flip()
+        HoverHandler {
+            cursorShape: Qt.PointingHandCursor
+        }
+
+        // Without it Qt would check the button and leave the switch.
+        Accessible.onToggleAction: click()
+        onClicked: switchBox.flip()
+    }
 }

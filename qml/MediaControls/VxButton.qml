@@ -1,8 +1,7 @@
 import QtQuick
-import QtQuick.Templates as T
 
 /* The filled button: type 0 in the accent colour, any other type in grey. */
-T.Button {
+Pressable {
     id: button
 
     property int type: 0
@@ -17,23 +16,16 @@ T.Button {
     implicitHeight: Math.max(40, implicitContentHeight + topPadding + bottomPadding)
     horizontalPadding: 28
     verticalPadding: 4
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    font.family: VxTheme.fontFamily
     font.pixelSize: VxTheme.fontButton
-    opacity: enabled ? 1 : VxTheme.disabledOpacity
-
-    Accessible.role: Accessible.Button
-    Accessible.name: text
 
     contentItem: VxText {
         text: button.text
         font: button.font
         horizontalAlignment: Text.AlignHCenter
-        // A text that is wider than its button goes on in a second line, in smaller letters if need be.
+        // A text that is wider than its button wraps, in smaller letters where needed.
         wrapMode: Text.Wrap
         fontSizeMode: Text.Fit
-        minimumPixelSize: 10
+        minimumPixelSize: VxTheme.fontScale
         elide: Text.ElideRight
     }
     background: Rectangle {
@@ -45,12 +37,5 @@ T.Button {
                 duration: VxTheme.hoverMs
             }
         }
-
-        FocusRing {
-            visible: button.visualFocus
-        }
     }
-
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

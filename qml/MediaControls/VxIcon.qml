@@ -1,6 +1,6 @@
 import QtQuick
 
-/* A square icon of the family, drawn sharp at any density. It is a picture of its control, not a thing of its own. */
+/* A square icon, sharp at any density. Screen readers skip it: its control has the name. */
 Image {
     property int size: 16
 

@@ -1,20 +1,25 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/* A thin bar that shows itself only where there is something to scroll. */
+/* A thin bar that is visible only where there is something to scroll. */
 T.ScrollBar {
     id: scrollBar
 
-    implicitWidth: 8
-    implicitHeight: 8
+    property int thickness: 8
+    // The width of the strip that has a vertical bar in its middle, where it is wider than the bar.
+    property real space: 0
+
+    implicitWidth: Math.max(thickness, space)
+    implicitHeight: thickness
     padding: 2
+    horizontalPadding: padding + (implicitWidth - thickness) / 2
     minimumSize: 0.1
-    visible: size < 1
-    // The pages scroll to what the keyboard reaches: to a screen reader the bar says nothing.
+    visible: policy !== T.ScrollBar.AlwaysOff && size < 1
+    // Screen readers skip the bar: what the keyboard reaches scrolls into view by itself.
     Accessible.ignored: true
 
     contentItem: Rectangle {
-        radius: 2
+        radius: VxTheme.radiusBar
         color: scrollBar.pressed || scrollBar.hovered ? VxTheme.outlineHover : VxTheme.outline
     }
 }

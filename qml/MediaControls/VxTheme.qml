@@ -27,6 +27,9 @@ QtObject {
 
     readonly property int radiusSmall: 6
 
+    // For texts that shrink to fit a narrow control.
+    readonly property int fontSmallest: 9
+    readonly property int fontScale: 10
     readonly property int fontCaption: 12
     readonly property int fontSmall: 14
     readonly property int fontLead: 16
@@ -49,12 +52,15 @@ QtObject {
     readonly property color switchOffHover: "#525252"
     readonly property color check: "#0A59F7"
     readonly property color checkHover: "#2D72FA"
-    // A lit button that takes something away: a mute.
+    // A mute button that is on.
     readonly property color worn: "#991010"
     readonly property color tooltip: "#000000"
-    // The edge of what stands on colours.
+    // The grid and the area below the curve of the equaliser.
+    readonly property color grid: "#333333"
+    readonly property color curveArea: "#660075FF"
+    // The edge of a mark on a coloured ground.
     readonly property color shade: "#80000000"
-    // A touch of light over any ground.
+    // Lightens any ground a little.
     readonly property color veilHover: "#1affffff"
     readonly property color veilPressed: "#0dffffff"
 
@@ -65,6 +71,8 @@ QtObject {
     readonly property color clipping: "#FF3200"
     readonly property color clippingOff: "#232323"
 
+    readonly property int radiusBar: 2
+    readonly property int radiusField: 4
     readonly property int radiusTile: 5
     readonly property int radiusPanel: 8
     readonly property int radiusLarge: 12
@@ -73,7 +81,7 @@ QtObject {
     readonly property int hoverMs: 120
     readonly property int toolTipDelayMs: 700
 
-    // The first installed family that draws Latin, Cyrillic and Chinese in one hand; else what the system prefers.
+    // The first installed family that has Latin, Cyrillic and Chinese letters of one style, else the system's default.
     readonly property string fontFamily: {
         const installed = Qt.fontFamilies();
         const wanted = ["Microsoft YaHei UI", "Microsoft YaHei", "PingFang SC", "Noto Sans CJK SC", "Source Han Sans SC", "WenQuanYi Micro Hei"];

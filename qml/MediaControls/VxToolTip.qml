@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/* A black bubble that points at the middle of its parent, from above or, where there is no room, from below. */
+/* A black bubble that points at the middle of its parent: from above, or from below where there is no room above. */
 T.ToolTip {
     id: toolTip
 
@@ -76,7 +76,7 @@ T.ToolTip {
         }
     }
 
-    // No point of the window is the bubble's: a press goes to what lies below it.
+    // The bubble contains no point, so that a press goes to what lies below it.
     QtObject {
         id: nowhere
 

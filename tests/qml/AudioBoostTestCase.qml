@@ -43,7 +43,7 @@ PageTestCase {
         mouseClick(findChild(strengths(), "tile" + index));
     }
 
-    // What of the settings and of the controls differs from before.
+    // The settings and controls that have changed.
     function changes(before, after) {
         const changed = {};
         for (const name of Object.keys(after)) {

@@ -25,24 +25,57 @@ LoggedTestCase {
         name: "VEXO Voxmic T40"
     })
 
+    // The calls into the store: operation, key and value of each.
+    property var storeCalls: []
+
     function init() {
         initConfig();
     }
 
-    // For test cases that have more to set up.
+    // Separate from init(), for test cases that set up more.
     function initConfig() {
         TestLog.begin();
         connectDevice({});
         SettingsManager.clear();
+        ConfigMgr.settings = recordingStore();
         loadOn("linux");
+        storeCalls = [];
         TestLog.begin();
+    }
+
+    // Passes all calls on.
+    function recordingStore() {
+        const store = {};
+        for (const name of ["getValue", "setValue", "removeValue", "getColor", "setColor", "getStringList", "setStringList"]) {
+            store[name] = function (key, value) {
+                storeCalls.push([name, key, value]);
+                return SettingsManager[name].apply(SettingsManager, arguments);
+            };
+        }
+        return store;
+    }
+
+    // Operation and key of each.
+    function storeCallsOf(action) {
+        storeCalls = [];
+        action();
+        return storeCalls.map(([name, key]) => [name, key]);
+    }
+
+    function writes() {
+        return storeCalls.filter(([name]) => name.startsWith("set"));
+    }
+
+    // The keys that were written, in order.
+    function written() {
+        return writes().map(([, key]) => key);
     }
 
     function connectDevice(info) {
         HIDHotplugManager.deviceConnected(info, true);
     }
 
-    // What the settings are when the program starts anew on a platform.
+    // Loads the settings as a new start of the program on a platform does.
     function startOn(platformName) {
         StoreFile.restart();
         loadOn(platformName);
@@ -58,7 +91,7 @@ LoggedTestCase {
         ConfigMgr.loadAllSettings();
     }
 
-    // The stored value as a new start finds it, undefined for an absent key.
+    // Returns the stored value as a new start reads it, undefined for a missing key.
     function stored(key) {
         StoreFile.restart();
         return SettingsManager.getValue(key);
@@ -69,12 +102,12 @@ LoggedTestCase {
         return Array.from(SettingsManager.getStringList(key));
     }
 
-    // compare() takes 1 and "1" for different, but a list of the engine and an array for different, too.
+    // Makes an array of a list of the engine: compare() distinguishes them.
     function compareList(actual, expected) {
         compare(Array.from(actual), expected);
     }
 
-    // The text of the script error that the call raises; fails when it raises none.
+    // Returns the text of the script error that the call raises. Fails when there is none.
     function errorOf(call) {
         try {
             call();

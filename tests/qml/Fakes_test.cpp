@@ -1,4 +1,4 @@
-// The fake services offer the documents nothing that the real ones lack.
+// The fake services have no operation that the real ones lack.
 
 #include "bridge/SystemBridge.h"
 #include "device/HIDHotplugManager.h"
@@ -33,8 +33,8 @@ bool has(const QMetaObject& service, const QMetaMethod& wanted) {
     return false;
 }
 
-// Signatures of the fake's own methods and signals that the service does not have, but for those that tests
-// steer the fake with.
+// Signatures of the fake's methods and signals that the service does not have, apart from those with which
+// tests control the fake.
 QStringList inventedBy(const QMetaObject& fake, const QMetaObject& service, const QStringList& steering) {
     QStringList invented;
     for (int index = fake.methodOffset(); index < fake.methodCount(); ++index) {

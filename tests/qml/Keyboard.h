@@ -9,6 +9,6 @@ class Keyboard : public QObject {
 public:
     using QObject::QObject;
 
-    // The window with the focus gets the press that the system repeats while a key is held.
+    // Sends a repeated press, as of a held key, to the window with the focus.
     Q_INVOKABLE void repeat(int key);
 };

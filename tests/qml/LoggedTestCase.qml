@@ -8,7 +8,7 @@ TestCase {
 
     when: windowShown
 
-    // A movement as it should be, beside the one that is under test.
+    // The expected movement, beside the one under test.
     property real referenceValue: 0
 
     NumberAnimation {
@@ -18,9 +18,9 @@ TestCase {
         property: "referenceValue"
     }
 
-    // A change that makes an animation move a property from one value to another: at each step the property stands
-    // where this duration and easing put it, however slow the machine is. `find` gives the object after the change.
-    // Gives the number of steps on the way, which a busy machine makes few.
+    // Verifies that a change animates a property from one value to another: at each step the property has the value of
+    // this duration and easing, however slow the machine is. `find` returns the object after the change. Returns the
+    // number of steps on the way; a busy machine makes few.
     function verifyMovement(change, find, property, from, to, durationMs, easingType) {
         const misses = [];
         let stepsOnTheWay = 0;
@@ -42,6 +42,17 @@ TestCase {
         changed.disconnect(record);
         verify(misses.every(miss => miss < 0.02), `${property} missed its way by ${misses}`);
         return stepsOnTheWay;
+    }
+
+    // What the keyboard reaches of a control: the control, or a part of it.
+    function keyboardPart(control) {
+        return control.activeFocusOnTab ? control : control.nextItemInFocusChain();
+    }
+
+    function reach(control) {
+        const reached = keyboardPart(control);
+        reached.forceActiveFocus(Qt.TabFocusReason);
+        return reached;
     }
 
     function init() {

@@ -19,11 +19,11 @@ ConfigTestCase {
         initMainWindow();
     }
 
-    // For test cases that have more to set up.
+    // Separate from init(), for test cases that set up more.
     function initMainWindow() {
         initConfig();
         HIDHotplugManager.deviceConnected({}, false);
-        // Writes that wait for the next flush are no business of the next test.
+        // Drops the pending writes of the test before.
         HIDDeviceMgr.messageCache = {};
         HIDHotplugManager.clearCalls();
         openWindow();
@@ -44,7 +44,7 @@ ConfigTestCase {
         tryCompare(stackView, "busy", false);
     }
 
-    // From the waiting page to the working screen of a model. Gives the new page.
+    // Goes from the waiting page to the main screen of a model and returns it.
     function openMainLayout(info) {
         connectDevice(info);
         tryCompare(child("startButton"), "visible", true);
@@ -78,12 +78,14 @@ ConfigTestCase {
         return HIDHotplugManager.calls.filter(call => call.name === name);
     }
 
-    // Waits for the layout to settle.
+    // The layout takes a moment to settle.
     function verifyNoClippedTexts(root) {
-        const start = Date.now();
-        while (clippedTexts(root).length > 0 && Date.now() < start + 1000)
-            wait(20);
-        compare(clippedTexts(root), []);
+        const layout = {
+            get clipped(){
+                return clippedTexts(root).join("; ");
+            }
+        };
+        tryCompare(layout, "clipped", "");
     }
 
     // Texts inside an item that are cut off or stand outside of it.
@@ -97,7 +99,7 @@ ConfigTestCase {
         }).map(label => label.text);
     }
 
-    // What the item scrolls with, if it does: it may stand anywhere there.
+    // The content that the item scrolls with, or null. The item may stand anywhere in it.
     function scrolledContent(item, root) {
         let ancestor = item;
         while (ancestor && ancestor !== root && ancestor.flickableDirection === undefined)

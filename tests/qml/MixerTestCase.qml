@@ -6,12 +6,10 @@ import VexoDeckSystemBridge
 import VexoDeckTest
 
 /* A test case that builds the mixer anew in each test, with a fake bridge to the sound engine. */
-ConfigTestCase {
+ScreenTestCase {
     id: testCase
 
     property Item mixer: null
-    // What was published: maps with "topic" and "payload".
-    property var published: []
     readonly property string liveBus: "4294967294"
     readonly property string monitorBus: "4294967295"
     readonly property var music: app("Music", 4001)
@@ -31,6 +29,8 @@ ConfigTestCase {
         }
     }
 
+    screen: mixer
+    heardTopics: Object.values(MessageBus.messageTypes).concat(["device", "__input1_device__", "__input2_device__", "file:///opt/music", "1", "2"])
     width: 1300
     height: 740
     visible: true
@@ -84,27 +84,14 @@ ConfigTestCase {
 
     function closeMixer() {
         if (mixer)
-            mixer.destroy();
+            discard(mixer);
         mixer = null;
-        wait(0);
     }
 
     function forget() {
         SystemBridge.clearCalls();
         published = [];
         HIDDeviceMgr.messageCache = {};
-    }
-
-    function child(name) {
-        const item = findChild(mixer, name);
-        verify(item, name + " exists");
-        return item;
-    }
-
-    function part(strip, name) {
-        const item = findChild(strip, name);
-        verify(item, name + " exists");
-        return item;
     }
 
     function row() {
@@ -142,22 +129,6 @@ ConfigTestCase {
         return lastList().find(record => String(record.bundleID) === bundleID);
     }
 
-    function payloadsOf(topic) {
-        return published.filter(news => news.topic === topic).map(news => news.payload);
-    }
-
-    // Members in the order of their names.
-    function textOf(data) {
-        const sorted = value => Object.keys(value).sort().reduce((members, name) => Object.assign(members, {
-                    [name]: value[name]
-                }), {});
-        return JSON.stringify(data, (name, value) => value && typeof value === "object" && !Array.isArray(value) ? sorted(value) : value);
-    }
-
-    function compareData(actual, expected, message) {
-        compare(textOf(actual), textOf(expected), message);
-    }
-
     // The picker's list, as opened by a click.
     function openPicker() {
         mouseClick(child("plusButton"));
@@ -170,38 +141,5 @@ ConfigTestCase {
         tryVerify(() => list.itemAtIndex(index));
         mouseClick(list.itemAtIndex(index));
         tryCompare(findChild(child("plusButton"), "popup"), "visible", false);
-    }
-
-    // Where the handle's middle stands for a value.
-    function placeOf(fader, value) {
-        const share = (value - fader.from) / (fader.to - fader.from);
-        const half = fader.handle.height / 2;
-        return fader.height - half - share * (fader.height - 2 * half);
-    }
-
-    function press(fader) {
-        mousePress(fader, fader.width / 2, placeOf(fader, fader.value));
-    }
-
-    function moveTo(fader, value) {
-        mouseMove(fader, fader.width / 2, placeOf(fader, value));
-    }
-
-    function release(fader) {
-        mouseRelease(fader, fader.width / 2, placeOf(fader, fader.value));
-    }
-
-    function drag(fader, value) {
-        press(fader);
-        moveTo(fader, value);
-        release(fader);
-    }
-
-    MessageListener {
-        messageTypes: Object.values(MessageBus.messageTypes).concat(["device", "__input1_device__", "__input2_device__", "file:///opt/music", "1", "2"])
-        onMessage: (topic, payload) => testCase.published.push({
-                topic: topic,
-                payload: payload
-            })
     }
 }

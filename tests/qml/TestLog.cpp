@@ -6,7 +6,7 @@
 
 namespace {
 
-// Said by the platform plugins without a screen or a compositor; nothing in a document causes or avoids them.
+// Lines of the platform plugins without a screen or compositor. No document causes or avoids them.
 constexpr std::array kPlatformRemarks = {
     "This plugin does not support setting window opacity",
     "This plugin does not support raise()",

@@ -5,9 +5,8 @@
 
 class QQmlEngine;
 
-// What the documents log while tests run, for the tests to look at: the singleton TestLog of the module
-// VexoDeckTest. A warning or an error that no test expects makes the run fail. Lives on the main thread, to
-// the end of the process.
+// The lines that the documents log during a test: the singleton TestLog of the module VexoDeckTest. A warning
+// or an error that no test expects fails the run. Lives on the main thread, to the end of the process.
 class TestLog : public QObject {
     Q_OBJECT
     // Every line since the last begin(), in order.
@@ -16,17 +15,16 @@ class TestLog : public QObject {
 public:
     static TestLog& instance();
 
-    // Takes over the message handler, also from the test framework, which installs its own when it starts;
-    // lines are still shown on standard error.
+    // Installs the message handler, in place of the test framework's own. Lines still go to standard error.
     static void install();
 
     [[nodiscard]] QStringList lines() const;
 
     // The next warning or error that contains the text is part of the test.
     Q_INVOKABLE void expect(const QString& text);
-    // Warnings and errors that nobody expected, and those that were expected and did not come; forgets them.
+    // Returns and forgets the faults: unexpected warnings and errors, and expected ones that are missing.
     Q_INVOKABLE QStringList takeFaults();
-    // Takes over where needed and forgets the lines, not the faults.
+    // Installs the handler again and forgets the lines, not the faults.
     Q_INVOKABLE void begin();
 
 private:

@@ -1,6 +1,6 @@
 import QtQml
 
-/* A document that loads and of which no object can be made by those who know nothing of its property. */
+/* A document that loads, and whose object cannot be created without its property. */
 QtObject {
     required property string secret
 }

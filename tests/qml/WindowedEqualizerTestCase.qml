@@ -5,12 +5,10 @@ import VexoDeckSystemBridge
 import VexoDeckTest
 
 /* A test case that builds the equaliser's window anew in each test. */
-ConfigTestCase {
+ScreenTestCase {
     id: testCase
 
     property EqualizerWindow equalizer: null
-    // What was published: maps with "topic" and "payload".
-    property var published: []
     readonly property var zeros: new Array(12).fill(0)
     readonly property var userPreset: JSON.stringify({
         name: "自定义",
@@ -21,6 +19,9 @@ ConfigTestCase {
     readonly property Component equalizerComponent: Component {
         EqualizerWindow {}
     }
+
+    screen: equalizer?.contentItem ?? null
+    heardTopics: [MessageBus.messageTypes.UPDATE_DEVICE_EQUALIZER_CURRENT]
 
     function init() {
         initConfig();
@@ -33,7 +34,7 @@ ConfigTestCase {
         compare(TestLog.takeFaults(), []);
     }
 
-    // With presets of the user's behind the fixed ones.
+    // With the user's presets after the fixed ones.
     function buildEqualizer(userPresets) {
         if (userPresets)
             ConfigMgr.setStringList("device_equalizer_values", ConfigMgr.defaults.device_equalizer_values.concat(userPresets));
@@ -50,28 +51,22 @@ ConfigTestCase {
 
     function closeEqualizer() {
         if (equalizer)
-            equalizer.destroy();
+            discard(equalizer);
         equalizer = null;
-        wait(0);
     }
 
     function forget() {
         SystemBridge.clearCalls();
         published = [];
+        storeCalls = [];
         TestLog.begin();
-    }
-
-    function child(name) {
-        const item = findChild(equalizer.contentItem, name);
-        verify(item, name + " exists");
-        return item;
     }
 
     function eqSelect() {
         return child("eqSelect");
     }
 
-    // How often the engine was told to read the settings.
+    // The number of notifications to the engine.
     function updates() {
         return SystemBridge.calls.filter(call => call.name === "updateMonitorDevice").length;
     }
@@ -88,20 +83,7 @@ ConfigTestCase {
         return ConfigMgr.getValue("device_equalizer_current_index");
     }
 
-    // The keys that were written, in order.
-    function written() {
-        return TestLog.lines.map(line => line.match(/^(?:qml: )?设置(?:字符串列表)?配置: (\S+)/)).filter(found => found).map(found => found[1]);
-    }
-
     function payloads() {
         return published.map(news => news.payload);
-    }
-
-    MessageListener {
-        messageTypes: [MessageBus.messageTypes.UPDATE_DEVICE_EQUALIZER_CURRENT]
-        onMessage: (topic, payload) => testCase.published.push({
-                topic: topic,
-                payload: payload
-            })
     }
 }

@@ -39,7 +39,7 @@ public slots:
 int main(int argc, char** argv) {
     Setup setup;
     const int result = quick_test_main_with_setup(argc, argv, "qml", VEXO_QML_TEST_DIR, &setup);
-    // What was logged after the last test case, while the engine went down.
+    // What was logged after the last test case, while the engine was destroyed.
     const QStringList faults = TestLog::instance().takeFaults();
     for (const QString& fault : faults)
         std::fprintf(stderr, "%s\n", qPrintable(fault));

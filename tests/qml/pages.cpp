@@ -33,7 +33,7 @@ void settle() {
     runEventLoop(kSettleMs);
 }
 
-// A page on the drawer's ground, as high as it wants to be.
+// A page on the drawer's background, in its full height.
 class Drawer {
 public:
     Drawer(QQmlEngine& engine, const char* page) : view(&engine, nullptr) {

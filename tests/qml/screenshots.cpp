@@ -33,7 +33,7 @@ bool save(QQuickWindow& window, const QDir& folder, const QString& state) {
     return saved;
 }
 
-// The question of an update, and the answer that closes it.
+// Shows the question of an update and closes it.
 bool saveDialog(QQuickWindow& window, QQmlEngine& engine, const QDir& folder) {
     QVariant dialog;
     QMetaObject::invokeMethod(engine.singletonInstance<QObject*>("MediaControls", "MessageDialogMgr"),

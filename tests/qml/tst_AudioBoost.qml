@@ -149,7 +149,7 @@ AudioBoostTestCase {
         clickScene(0);
         report("ai_jianzao", row.value);
         compare(setting("audio_enhancement_index"), 4);
-        // Now that the switch and the level are at that value already.
+        // The switch and the level have that value already.
         ConfigMgr.setValue(ConfigMgr.keys.audio_enhancement_index, 0);
         scenes().selectIndex = 0;
         report("ai_jianzao", row.value);
@@ -281,7 +281,7 @@ AudioBoostTestCase {
                     device_boom_value: [value & 0xFF]
                 }
             ] : [];
-            // The slider starts on its floor: nothing moves there.
+            // The slider starts at its lowest value, where no move is possible.
             if (value > row.from)
                 compareData(sent(), expected, value);
             verify(!written().includes(row.valueKey));

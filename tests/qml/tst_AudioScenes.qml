@@ -2,13 +2,13 @@ import QtQuick
 import MediaControls
 import VexoDeckTest
 
-/* The scenes of the microphone page: what each sets, writes, sends and tells. */
+/* The scenes of the microphone page: what each sets, writes, sends and publishes. */
 AudioBoostTestCase {
     id: testCase
 
     name: "AudioScenes"
 
-    // Every value that a scene may set, as nothing sets it: the switches as given.
+    // Gives every value that a scene sets a value that no scene sets. The switches are given.
     function spoil(on) {
         ConfigMgr.setValue("ai_jianzao", on);
         ConfigMgr.setValue("ai_jianzao_type", on ? 1 : 0);
@@ -116,7 +116,7 @@ AudioBoostTestCase {
                     info: model.info,
                     isR2: model.isR2,
                     index: index,
-                    // From the other state, so that each cell of the table shows.
+                    // Starts from the other state, so that each cell of the table has an effect.
                     before: index === 0
                 }, index === 0 ? natural : boosted));
         }
@@ -175,7 +175,7 @@ AudioBoostTestCase {
         spoil(false);
         openPage(voxmicM40);
         ConfigMgr.setValue("audio_enhancement_index", 1);
-        TestLog.begin();
+        storeCalls = [];
         MessageBus.publishUpdateConfigMessage(true);
         compareData(written(), ["ai_jianzao", "device_boom", "device_compressor", "device_equalizer", "device_equalizer_current_index", "device_equalizer_current", "ai_jianzao_type", "device_boom", "device_boom_value", "device_compressor", "device_compressor_value"]);
     }
@@ -302,7 +302,7 @@ AudioBoostTestCase {
             waitForEndOf(slider);
             compare(setting("device_boom_value"), to);
         }
-        const values = linesWith("设置配置: device_boom_value").map(line => Number(line.split(" ")[2]));
+        const values = writes().filter(([, key]) => key === "device_boom_value").map(([, , value]) => value);
         compareData(values.slice(-2), [-40, 0]);
         verify(!values.includes(-45), values);
     }

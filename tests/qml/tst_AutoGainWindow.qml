@@ -5,7 +5,7 @@ import VexoDeck
 import VexoDeckHIDHotplug
 import VexoDeckTest
 
-/* The automatic gain measurement: how its window comes, what it shows, and how it goes. */
+/* The automatic gain measurement: how its window opens, what it shows, and how it closes. */
 MainWindowTestCase {
     id: testCase
 
@@ -20,7 +20,7 @@ MainWindowTestCase {
         HIDHotplugManager.messageReceived(HIDDeviceMgr.attrs[attribute], [value]);
     }
 
-    // Another window of the layout than the one at hand, or null.
+    // A window of the layout other than the current one, or null.
     function secondWindow() {
         const name = measurement.objectName;
         measurement.objectName = "";
@@ -124,7 +124,7 @@ MainWindowTestCase {
         report("auto_gain", 1);
         verify(bar.value < reached);
         compare(secondWindow(), null);
-        // Also one that shows its result.
+        // Also when it shows its result.
         report("mic_gain", 20);
         compareDone();
         report("auto_gain", 1);

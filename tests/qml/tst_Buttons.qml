@@ -246,8 +246,7 @@ Item {
 
         function test_the_keyboard_presses_every_button(row) {
             const button = create(row.component);
-            compare(button.activeFocusOnTab, true);
-            button.forceActiveFocus(Qt.TabFocusReason);
+            compare(reach(button).activeFocusOnTab, true);
             keyClick(Qt.Key_Space);
             compare(clickedSpy.count, 1);
             keyClick(Qt.Key_Return);
@@ -265,22 +264,24 @@ Item {
                 y: 140
             });
             first.forceActiveFocus(Qt.TabFocusReason);
-            keyClick(Qt.Key_Tab);
-            compare(second.activeFocus, true);
-            keyClick(Qt.Key_Tab);
-            compare(third.activeFocus, true);
-            keyClick(Qt.Key_Backtab);
-            compare(second.activeFocus, true);
+            const reached = [];
+            for (const key of [Qt.Key_Tab, Qt.Key_Tab, Qt.Key_Backtab]) {
+                keyClick(key);
+                reached.push(Window.window.activeFocusItem);
+            }
+            compare(reached[0].parent, second);
+            compare(reached[1], third);
+            compare(reached[2], reached[0]);
         }
 
         function test_a_tile_shows_a_ring_for_the_keyboard_and_none_for_the_mouse() {
             const tile = create(tileComponent);
             const ring = findChild(tile, "focusRing");
             mouseClick(tile, 10, 10);
-            compare(tile.activeFocus, true);
+            compare(Window.window.activeFocusItem.parent, tile);
             compare(ring.visible, false);
             page.forceActiveFocus();
-            tile.forceActiveFocus(Qt.TabFocusReason);
+            reach(tile);
             compare(ring.visible, true);
         }
 
@@ -304,13 +305,16 @@ Item {
             const tile = create(tileComponent, {
                 isActive: true
             });
-            compare(tile.Accessible.role, Accessible.Button);
-            compare(tile.Accessible.name, "静音");
-            compare(tile.Accessible.checkable, true);
-            compare(tile.Accessible.checked, true);
-            tile.Accessible.pressAction();
-            compare(tile.isActive, false);
+            const reached = reach(tile);
+            compare(reached.Accessible.role, Accessible.Button);
+            compare(reached.Accessible.name, "静音");
+            compare([reached.checkable, reached.checked], [true, true]);
+            reached.accessiblePressAction();
+            compare([tile.isActive, reached.checked], [false, false]);
             compare(clickedSpy.count, 1);
+            reached.Accessible.toggleAction();
+            compare([tile.isActive, reached.checked], [true, true]);
+            compare(clickedSpy.count, 2);
         }
     }
 }

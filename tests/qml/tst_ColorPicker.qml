@@ -99,7 +99,7 @@ Item {
             return ["r", "g", "b"].every(channel => Math.abs(seen[channel] - wanted[channel]) * 255 <= 1.5);
         }
 
-        // A picture of the page once a pixel of the colour area has its colour: painting reaches the screen a frame late.
+        // A picture of the page after a pixel of the colour area has its colour: painting is visible one frame later.
         function shotWith(picker, x, y, wanted) {
             let shot = null;
             tryVerify(() => {

@@ -11,7 +11,7 @@ ConfigTestCase {
 
     readonly property var presets: [["原声", [2, 1, 0, 0, 0, 0, 0, 1, 2, 1, 0, 0], "icons/gbz.svg"], ["人声增强", [4, 2, 0, 0, -2, 0, 4, 2, 0, -3, -2, 1], "icons/rs.svg"], ["低切75Hz", [-3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0], "icons/dq.svg"], ["低切150Hz", [-6, -3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0], "icons/dq.svg"], ["平坦", [0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0], "icons/pt.svg"], ["中频增强", [0, 0, 1, 2, 3, 3, 2, 1, 1, 0, 0, 0], "icons/zp.svg"], ["低中频增强", [-1, 0, 4, 2, 0, 0, 0, 1, 1, 0, 0, 0], "icons/dzp.svg"]]
 
-    // Every declared key and its default while no device is connected; null stands for what other tests compare.
+    // Every declared key and its default without a device. Null where other tests compare the value.
     readonly property var defaultTable: ({
             appList: [],
             listen: "listen",
@@ -68,23 +68,6 @@ ConfigTestCase {
             upgradeFirmwareFilePath: ""
         })
 
-    // The calls into the store that an action makes: operation and key, in order.
-    function storeCallsOf(action) {
-        const calls = [];
-        const store = ConfigMgr.settings;
-        const counter = {};
-        for (const name of ["getValue", "setValue", "removeValue", "getColor", "setColor", "getStringList", "setStringList"]) {
-            counter[name] = function (key) {
-                calls.push([name, key]);
-                return store[name].apply(store, arguments);
-            };
-        }
-        ConfigMgr.settings = counter;
-        action();
-        ConfigMgr.settings = store;
-        return calls;
-    }
-
     function membersOf(object) {
         return Object.keys(object).filter(name => name !== "objectName" && typeof object[name] !== "function").sort();
     }
@@ -115,7 +98,7 @@ ConfigTestCase {
                 }));
     }
 
-    // compare() tells 0, false and "" apart.
+    // compare() distinguishes 0, false and "".
     function test_default(data) {
         compare(ConfigMgr.defaults[data.key], data.value);
         compare(ConfigMgr.config[data.key], data.value);

@@ -151,7 +151,7 @@ ConfigTestCase {
         ];
     }
 
-    // Values that were written in this run come back as they are until the file is read again.
+    // A value written in this run keeps its type until the file is read again.
     function test_a_real_boolean_in_the_store(data) {
         SettingsManager.setValue("device_mute", true);
         loadOn(data.platformName);
@@ -330,7 +330,7 @@ ConfigTestCase {
 
     function test_damaged_list(data) {
         for (const platformName of ["linux", "windows"]) {
-            // The store itself says so, once for each key.
+            // The store warns once for each key.
             for (let key = 0; data.warning && key < 2; key++)
                 TestLog.expect(data.warning);
             startWith(["appList=" + data.raw, "device_equalizer_values=" + data.raw], platformName);

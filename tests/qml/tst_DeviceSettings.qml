@@ -3,7 +3,7 @@ import VexoDeckHIDHotplug
 import VexoDeckSettings
 import VexoDeckTest
 
-/* What the device reports lands in the settings. */
+/* Reports of the device reach the settings. */
 ConfigTestCase {
     id: testCase
 

@@ -69,7 +69,7 @@ WindowedEqualizerTestCase {
         const positions = Curve.curve(Curve.points([0, 0, 0, 0, 0, 0, 6, 6, 6, 6, 6, 6], 130, 180));
         near(positions[5 * 30 + 15].x, 65, "x in the middle");
         near(positions[5 * 30 + 15].y, 60, "y in the middle");
-        // Half way before the step it dips by a sixteenth of the step, and behind it it overshoots by as much.
+        // Half a band before the step the curve dips by a sixteenth of the step; half a band after, it overshoots as much.
         near(positions[4 * 30 + 15].y, 93.75, "before the step");
         near(positions[6 * 30 + 15].y, 26.25, "behind the step");
         near(positions[0].x, 10, "begin");
@@ -154,7 +154,7 @@ WindowedEqualizerTestCase {
         compare(Curve.twelveGains(data.value), data.gains);
     }
 
-    // What is on the screen: white circles where the points are, the area below the line, nothing above it.
+    // The drawn picture: white circles at the points, the area below the line, nothing above it.
     function test_the_picture_shows_points_line_and_area() {
         openEqualizer();
         eqSelect().select(3);

@@ -168,7 +168,7 @@ WindowedEqualizerTestCase {
         compare(eqSelect().selectIndex, 7);
         compare(current().value, zeros.map(() => 2));
         compare(storedPresets().length, 8);
-        compare(written(), ["device_equalizer_current_index", "device_equalizer_current"]);
+        compare(written(), ["device_equalizer_values", "device_equalizer_current_index", "device_equalizer_current"]);
         compare(payloads(), [7]);
         compare(updates(), 1);
     }
@@ -224,14 +224,14 @@ WindowedEqualizerTestCase {
             mouseMove(area(), xOf(4), yOf(gain));
             verify(Math.abs(current().value[4] - gain) < 0.1);
         }
-        // The band is the press's, wherever the mouse goes.
+        // The drag keeps the band of its press.
         mouseMove(area(), xOf(9), yOf(-5));
         verify(Math.abs(current().value[4] + 5) < 0.1);
         compare(current().value[9], 2);
         mouseRelease(area(), xOf(9), yOf(-5));
         compare(updates(), 1);
         compare(published.length, 6);
-        // Released: moves are of no meaning.
+        // After the release, moves have no effect.
         mouseMove(area(), xOf(4), yOf(5));
         compare(published.length, 6);
     }
@@ -239,7 +239,7 @@ WindowedEqualizerTestCase {
     function test_a_press_far_from_every_band_changes_nothing_but_updates_the_engine() {
         openEqualizer([userPreset]);
         child("preset7").clicked();
-        // Here the bands lie closer than the reach: there is room for such a press only in a wider chart.
+        // The bands are closer than the reach here. Only a wider chart has room for such a press.
         child("eqChartContainer").anchors.fill = undefined;
         child("eqChartContainer").width = 1200;
         const between = (xOf(3) + xOf(4)) / 2;
@@ -304,7 +304,7 @@ WindowedEqualizerTestCase {
         compare(child("equalizerSwitch").checked, true);
         compare(eqSelect().selectIndex, 1);
         compare(updates(), 1);
-        // Only the preset changes: the engine hears of it with the next call.
+        // Only the preset changes: the engine reads it at the next notification.
         ConfigMgr.setValue("device_equalizer_current_index", 2);
         forget();
         MessageBus.publishUpdateConfigMessage(true);
@@ -367,7 +367,7 @@ WindowedEqualizerTestCase {
     function test_everything_has_a_name_for_a_screen_reader() {
         openEqualizer([userPreset]);
         child("preset7").clicked();
-        compare(child("equalizerSwitch").Accessible.name, "均衡器");
+        compare(reach(child("equalizerSwitch")).Accessible.name, "均衡器");
         compare(child("addPreset").Accessible.name, "添加均衡器预设");
         compare(child("deletePreset").Accessible.name, "删除");
         compare(child("preset7").Accessible.checked, true);

@@ -18,7 +18,7 @@ MainWindowTestCase {
     readonly property string downloadFailed: "新版本下载失败，请检查网络环境或稍后重试"
     readonly property WelcomeLayout page: stackView ? stackView.get(0) as WelcomeLayout : null
 
-    // The files that were to be installed. The transfer itself is played by the tests' reports.
+    // The files passed to the installer. The tests' reports stand for the transfer.
     property var installedPaths: []
 
     function init() {
@@ -268,13 +268,13 @@ MainWindowTestCase {
         MessageBus.publishUpdateFirmware(url);
         compare(stackView.depth, 1);
         page.handleDownloadDone("/tmp/firmware.bin");
-        // It starts anew with its new firmware.
+        // The device restarts with the new firmware.
         TestLog.expect("ReferenceError: upgradeTimeoutTimer is not defined");
         HIDHotplugManager.deviceConnected(voxmicM40, false);
         report(100, "升级成功");
         tryCompare(stackView, "busy", false);
         mouseClick(child("btn2"));
-        // The first view is as it was left, and waits for the device to report itself.
+        // The first view is unchanged and waits for the device's report.
         compare(page.isUpdateFirmware, false);
         compare(child("title").text, "VEXO Voxmic M40");
         connectDevice(voxmicM40);
@@ -284,7 +284,7 @@ MainWindowTestCase {
         compare(stackView.depth, 2);
     }
 
-    // The mixer is let go before its upgrade starts, so the first view was left waiting.
+    // The mixer is disconnected before its upgrade starts, so the first view waits.
     function test_after_the_upgrade_of_a_mixer_that_was_let_go_the_page_waits_for_it() {
         openMainLayout(mixdeskR2);
         loseDevice();
@@ -300,7 +300,7 @@ MainWindowTestCase {
         compare(stackView.depth, 2);
     }
 
-    // What the manager knows while the device stays away: connectDevice() then counts as a loss.
+    // What the manager knows while the device is away: connectDevice() then counts as a loss.
     function mixdeskR2Incomplete() {
         return Object.assign({}, mixdeskR2, {
             sn: "N/A"

@@ -91,8 +91,8 @@ LoggedTestCase {
         return HIDHotplugManager.calls.filter(call => call.name === name);
     }
 
-    // What an action publishes, topic and payload of each message, and the lines that it logs. Each setting that is
-    // written has its line.
+    // Returns what an action publishes, topic and payload of each message, and the lines that it logs. Each written
+    // setting has its line.
     function effectsOf(action) {
         const published = [];
         const callback = (topic, payload) => published.push([topic, payload]);
@@ -100,7 +100,7 @@ LoggedTestCase {
         topics.forEach(topic => MessageBus.subscribe(topic, callback));
         TestLog.begin();
         action();
-        // A copy: the log goes on.
+        // A copy, since the log continues.
         const lines = Array.from(TestLog.lines);
         topics.forEach(topic => MessageBus.unsubscribe(topic, callback));
         return {
@@ -533,7 +533,7 @@ LoggedTestCase {
     }
 
     function test_an_empty_report_is_logged_and_neither_kept_nor_published_data() {
-        return HIDDeviceMgr.reports.map(report => ({
+        return HIDDeviceMgr.reports.rows.map(report => ({
                     tag: report.word,
                     id: report.attribute,
                     info: report.attribute === 3 && report.word === "自动增益" ? mixer : microphone

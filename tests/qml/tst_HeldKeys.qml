@@ -4,7 +4,7 @@ import MediaControls
 import VexoDeck
 import VexoDeckTest
 
-/* A key that is held presses a control once, however often the system repeats it. */
+/* A held key presses a control once, however often the system repeats it. */
 LoggedTestCase {
     id: testCase
 
@@ -105,6 +105,23 @@ LoggedTestCase {
         }
     }
 
+    Component {
+        id: drawerTab
+
+        DrawerTab {
+            text: "话筒"
+        }
+    }
+
+    Component {
+        id: equalizerRow
+
+        EqualizerRow {
+            text: "均衡器"
+            tips: ""
+        }
+    }
+
     function test_a_held_key_presses_once_data() {
         const controls = {
             VxButton: vxButton,
@@ -117,7 +134,9 @@ LoggedTestCase {
             CustomComAppPlus: picker,
             TileButton: tileButton,
             TitleBarButton: titleBarButton,
-            MorePopupRow: menuRow
+            MorePopupRow: menuRow,
+            DrawerTab: drawerTab,
+            EqualizerRow: equalizerRow
         };
         return Object.keys(controls).reduce((rows, name) => rows.concat([["Return", Qt.Key_Return], ["Enter", Qt.Key_Enter], ["Space", Qt.Key_Space]].map(([word, key]) => ({
                         tag: `${name}, ${word}`,
@@ -130,7 +149,7 @@ LoggedTestCase {
         const control = createTemporaryObject(row.component, testCase);
         Window.window.requestActivate();
         tryCompare(Window.window, "active", true);
-        control.forceActiveFocus(Qt.TabFocusReason);
+        reach(control);
         pressSpy.target = null;
         pressSpy.signalName = control instanceof CustomButtonRect ? "click" : control instanceof SwitchBox ? "toggled" : "clicked";
         pressSpy.target = control;

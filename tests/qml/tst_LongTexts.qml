@@ -41,7 +41,7 @@ MainWindowTestCase {
         window.height = row.size[1];
     }
 
-    // Also that the texts are long ones: those of a language that is not installed would fit.
+    // Also verifies that the texts are long: without the translator they would always fit.
     function verifyFits(root, text) {
         tryVerify(() => textsIn(root).some(label => label.text === text), 1000, `${text} is shown`);
         verify(text.includes("andernebel"), text);
@@ -74,7 +74,7 @@ MainWindowTestCase {
                     }))), []);
     }
 
-    // What the pages of the drawer hold is looked at with them: they scroll.
+    // The content of the drawer's pages has its own tests, since it scrolls.
     function test_main_layout_and_drawer(row) {
         resize(row);
         openMainLayout(row.info);
@@ -102,7 +102,7 @@ MainWindowTestCase {
         mouseClick(child("moreButton"));
         const menu = findChild(child("moreButton"), "morePopup");
         tryCompare(menu, "opened", true);
-        // The widest of its languages.
+        // The width of the longest language.
         menu.width = menu.widthFor("ru_RU");
         verifyFits(menu.contentItem, longText("设置"));
     }
@@ -164,7 +164,7 @@ MainWindowTestCase {
         const equalizer = createTemporaryObject(equalizerComponent, testCase);
         equalizer.show();
         tryCompare(equalizer, "opacity", 1);
-        // Presets bear names of the user's, of any length: a tile shows what it has no room for in a tool tip.
+        // Names of presets have any length: a tile shows what does not fit in a tool tip.
         const names = textsIn(findChild(equalizer.contentItem, "presetList")).map(label => label.text);
         compare(clippedTexts(equalizer.contentItem).filter(text => !names.includes(text)), []);
         verify(textsIn(equalizer.contentItem).some(label => label.text === longText("均衡器")));

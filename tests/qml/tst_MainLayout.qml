@@ -4,7 +4,7 @@ import MediaControls
 import VexoDeck
 import VexoDeckHIDHotplug
 
-/* The life of the main layout, and the device's lights that follow the display. */
+/* The lifetime of the main layout, and the device's lights that follow the display. */
 MainWindowTestCase {
     id: testCase
 

@@ -35,7 +35,7 @@ MainWindowTestCase {
         return popup();
     }
 
-    // A menu of which the first and the last row can be chosen, over the main window.
+    // A menu over the main window, whose first and last row are enabled.
     function openMenuWithActions() {
         chosen = [];
         activateWindow();

@@ -481,7 +481,7 @@ PageTestCase {
 
     function test_space_and_enter_flip_a_switch() {
         openPage(voxmicM40);
-        switchOf("muteSwitch").forceActiveFocus(Qt.TabFocusReason);
+        reach(switchOf("muteSwitch"));
         keyClick(Qt.Key_Space);
         compare(setting("device_mute"), true);
         compareData(sent(), [

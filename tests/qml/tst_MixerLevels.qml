@@ -6,7 +6,7 @@ import VexoDeckHIDHotplug
 import VexoDeckSystemBridge
 import VexoDeckTest
 
-/* The engine's level reports on their way to the meters. */
+/* The way of the engine's level reports to the meters. */
 MixerTestCase {
     id: testCase
 

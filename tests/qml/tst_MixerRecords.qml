@@ -6,7 +6,7 @@ import VexoDeckHIDHotplug
 import VexoDeckSystemBridge
 import VexoDeckTest
 
-/* The record list that the routing engine gets, against its table. */
+/* The list of records for the routing engine, compared with its table. */
 MixerTestCase {
     id: testCase
 
@@ -169,7 +169,7 @@ MixerTestCase {
         compare(inputs("AddInputDevice"), []);
     }
 
-    // The strips read the mutes first and without a default: a text of the store shows as off and mutes all the same.
+    // The strips read the mutes first and without a default: a stored mute shows as off and still mutes.
     function test_on_windows_a_stored_mute_is_sent_and_shows_as_off() {
         startWith(["listen_monitor=true", "device_mix=true"], "windows");
         openMixer([]);
@@ -177,7 +177,7 @@ MixerTestCase {
         compare(recordOf("0").input2.muted, "true");
         compare(part(child("monitorOutput"), "monitorMute").isActive, false);
         compare(part(child("deviceStrip"), "liveMute").isActive, false);
-        // A click stores a real one.
+        // A click stores a real boolean.
         mouseClick(part(child("monitorOutput"), "monitorMute"));
         compare(recordOf("__input1_device__").input1.muted, true);
     }

@@ -6,7 +6,7 @@ import VexoDeckHIDHotplug
 import VexoDeckSystemBridge
 import VexoDeckTest
 
-/* Strips of applications and inputs: how they come, change and go. */
+/* Strips of applications and inputs: how they are added, changed and removed. */
 MixerTestCase {
     id: testCase
 
@@ -62,14 +62,31 @@ MixerTestCase {
         compare(findChild(child("plusButton"), "empty").visible, true);
     }
 
-    function test_the_picker_works_by_the_keyboard() {
+    function test_the_picker_works_by_the_keyboard_data() {
+        return [
+            {
+                tag: "Return",
+                key: Qt.Key_Return
+            },
+            {
+                tag: "Enter",
+                key: Qt.Key_Enter
+            },
+            {
+                tag: "Space",
+                key: Qt.Key_Space
+            }
+        ];
+    }
+
+    function test_the_picker_works_by_the_keyboard(row) {
         SystemBridge.applications = [music, game];
         openMixer([]);
         child("plusButton").forceActiveFocus(Qt.TabFocusReason);
         keyClick(Qt.Key_Return);
         tryCompare(findChild(child("plusButton"), "popup"), "opened", true);
         keyClick(Qt.Key_Down);
-        keyClick(Qt.Key_Return);
+        keyClick(row.key);
         tryCompare(findChild(child("plusButton"), "popup"), "visible", false);
         compare(storedApps().map(entry => entry.name), ["Game"]);
     }
@@ -228,7 +245,7 @@ MixerTestCase {
         compare(part(child("strip0"), "soloButton").isActive, true);
         compare(lists().length, 1);
         compare(lastList().filter(record => record.solo).map(record => record.bundleID), ["file:///opt/talk"]);
-        // Another strip's application is no matter of solo.
+        // Swapping another strip's application leaves solo where it is.
         swap(child("strip1"), "Music");
         compare(ConfigMgr.getValue("listen"), "file:///opt/talk");
     }
@@ -253,7 +270,7 @@ MixerTestCase {
         tryCompare(box(child("strip0")).popup, "opened", true);
         compare(namesIn(box(child("strip0"))), ["Music", "Talk"]);
         compare(box(child("strip0")).currentIndex, 0);
-        // It reads anew each time it opens.
+        // It reads the list each time it opens.
         box(child("strip0")).popup.close();
         SystemBridge.applications = [music, game];
         mouseClick(box(child("strip0")));

@@ -119,8 +119,8 @@ PageTestCase {
             info: voxmicM40,
             component: microphoneTab
         });
-        verify(switchOf("aiSwitch").Accessible.checked);
-        verify(!switchOf("muteSwitch").Accessible.checked);
+        verify(reach(switchOf("aiSwitch")).checked);
+        verify(!reach(switchOf("muteSwitch")).checked);
         const scene = findChild(child("selectRowType"), "tile0");
         compare(scene.Accessible.role, Accessible.RadioButton);
         verify(scene.Accessible.checked);
@@ -177,7 +177,7 @@ PageTestCase {
         }
     }
 
-    // No two texts of the page lie on each other.
+    // No two texts of the page overlap.
     function verifyTextsAreApart() {
         const places = visibleItems(page).filter(item => item instanceof Text && item.text !== "").map(item => ({
                     text: item.text,
@@ -213,7 +213,6 @@ PageTestCase {
         LongTexts.install();
         verify(findChild(page, "sectionTitle").text !== before);
         waitForPolish(Window.window);
-        wait(0);
         verifyTextsHaveRoom();
         verifyTextsAreApart();
         LongTexts.remove();

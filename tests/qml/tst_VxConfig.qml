@@ -117,7 +117,7 @@ LoggedTestCase {
     }
 
     function test_a_window_whose_creation_fails_is_null_without_a_line_of_ours() {
-        // The engine's own remark: the document wants a property that nobody gives.
+        // The engine's own warning about the required property.
         TestLog.expect("Required property secret was not initialized");
         compare(VxConfig.createWindow(Qt.resolvedUrl("Unmakeable.qml"), testCase), null);
         compare(TestLog.lines.length, 1);

@@ -82,13 +82,13 @@ LoggedTestCase {
         verifyFade(() => HIDHotplugManager.deviceConnected(mixer, false), () => [welcome, layout]);
     }
 
-    // During the change the pages, one coming and one going, differ in opacity only.
+    // During the transition the two pages differ in opacity only.
     function verifyFade(change, pages) {
         const sums = [];
         const watch = () => {
             const [coming, going] = pages();
             compare(stackView.busy, true);
-            // What comes is held against the same reference.
+            // The new page is compared with the same reference.
             going.opacityChanged.connect(() => {
                 sums.push(going.opacity + referenceValue);
                 compare([coming.x, coming.y, coming.scale, going.x, going.y, going.scale], [0, 0, 1, 0, 0, 1]);

@@ -75,7 +75,7 @@ LoggedTestCase {
         }
     }
 
-    // Writes down what it is to ask of the system, which does nothing of it without a window manager.
+    // Records its requests to the system, which ignores them without a window manager.
     Component {
         id: heldFrameComponent
 

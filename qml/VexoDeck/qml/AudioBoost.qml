@@ -2,9 +2,9 @@ import QtQuick
 import MediaControls
 
 /*
-    The audio boost: scenes, which set the whole block at once, noise reduction, anti-clipping, compressor and the way
-    to the equaliser. What a model does not offer is only invisible: it still follows the device and the scenes.
-    The compressor is kept in the settings and goes nowhere else.
+    The audio boost: scenes, which set the whole block at once, noise reduction, anti-clipping, compressor and the row of
+    the equaliser. What a model does not offer is only invisible: it still follows the device and the scenes. The
+    compressor is kept in the settings only.
 */
 SettingsSection {
     id: audioBoost

@@ -5,8 +5,8 @@ import MediaControls
 import "AudioConfigRecords.js" as Records
 
 /*
-    A strip of the mixer: meters, fader, only listen, mutes. What it holds are the settings under its identifier; it
-    tells when the engine has to hear of a change.
+    A strip of the mixer: meters, fader, only listen, mutes. Its state is the settings under its identifier.
+    volumeChanged notifies that the engine needs a new list of records.
 */
 Rectangle {
     id: audioController
@@ -16,7 +16,8 @@ Rectangle {
     // A source's entry of AppInventory, and its place in appList.
     property var currentApp: null
     property int appIndex: -1
-    property string bundleIdentifier: currentApp?.bundleIdentifier ?? ""
+    readonly property var fixedStrip: Records.fixedStrips[showType] ?? null
+    property string bundleIdentifier: fixedStrip?.identifier ?? currentApp?.bundleIdentifier ?? ""
     property string title: currentApp ? AppInventory.displayName(currentApp) : ""
     property url imageSource
     readonly property bool isSource: showType === StripKind.Source
@@ -25,7 +26,7 @@ Rectangle {
     readonly property bool hasMonitorMute: showType !== StripKind.LiveOutput
     readonly property bool hasLiveMute: showType !== StripKind.MonitorOutput
 
-    // A choice in the strip's list box, before it becomes currentApp.
+    // The user has chosen an application in the list box. Emitted before it becomes currentApp.
     signal appPicked(app: var)
     signal deleteApp
     signal volumeChanged
@@ -33,26 +34,18 @@ Rectangle {
     signal eventsChanged(type: int, value: var)
     signal settingsRequested
 
-    // The id at creation stays the strip's topic, also when its application is swapped.
+    // The topic at creation stays, also when the strip's application is swapped.
     function levelTopic(): string {
-        switch (showType) {
-        case StripKind.LiveOutput:
-            return Records.liveBusTopic;
-        case StripKind.MonitorOutput:
-            return Records.monitorBusTopic;
-        case StripKind.Device:
-            return Records.deviceTopic;
-        }
-        return currentApp?.streamID > 0 ? String(currentApp.streamID) : bundleIdentifier;
+        return fixedStrip?.topic ?? String(currentApp ? Records.topicOf(currentApp) : bundleIdentifier);
     }
 
-    // Mutes are read without a default here: where the store gives text, a stored mute shows as off.
+    // Reads the mutes without a default: where the store returns text, a stored mute shows as off.
     function refreshAppControls() {
         if (bundleIdentifier === "")
             return;
         readSolo();
-        monitorMute.setActive(ConfigMgr.getValue(bundleIdentifier + "_monitor") === true);
-        liveMute.setActive(ConfigMgr.getValue(bundleIdentifier + "_mix") === true);
+        monitorMute.setActive(ConfigMgr.getValue(Records.monitorMuteKey(bundleIdentifier)) === true);
+        liveMute.setActive(ConfigMgr.getValue(Records.liveMuteKey(bundleIdentifier)) === true);
         volume.read(bundleIdentifier);
     }
 
@@ -60,7 +53,7 @@ Rectangle {
         soloButton.setActive(ConfigMgr.getValue(ConfigMgr.keys.listen) === bundleIdentifier);
     }
 
-    // Solo moves and never switches off: the message lights the button of a strip that had it already.
+    // Solo moves and never switches off: the message lights the button again on a strip that already has it.
     function listenOnly() {
         ConfigMgr.setValue(ConfigMgr.keys.listen, bundleIdentifier);
         MessageBus.publishListenModeChanged(bundleIdentifier);
@@ -68,17 +61,17 @@ Rectangle {
         eventsChanged(1, soloButton.isActive);
     }
 
-    function storeMute(suffix: string, muted: bool, eventType: int) {
-        ConfigMgr.setValue(bundleIdentifier + suffix, muted);
+    function storeMute(key: string, muted: bool, eventType: int) {
+        ConfigMgr.setValue(key, muted);
         volumeChanged();
         eventsChanged(eventType, muted);
     }
 
-    // To the strip with this identifier; without one to the monitor output.
+    // To the strip with this identifier, or to the monitor output where it is empty.
     function passSolo(identifier: string) {
         if (ConfigMgr.getValue(ConfigMgr.keys.listen) !== bundleIdentifier || identifier === bundleIdentifier)
             return;
-        const heir = identifier === "" ? "listen" : identifier;
+        const heir = identifier === "" ? Records.monitorOutput.identifier : identifier;
         ConfigMgr.setValue(ConfigMgr.keys.listen, heir);
         MessageBus.publishListenModeChanged(heir);
     }
@@ -179,7 +172,7 @@ Rectangle {
             width: parent.width
             src: VxConfig.iconUrl("icons/jt_btn.svg", "")
             name: qsTr("只听")
-            Accessible.description: audioController.title
+            description: audioController.title
             onClick: audioController.listenOnly()
         }
 
@@ -200,8 +193,8 @@ Rectangle {
                 isWorn: true
                 src: VxConfig.iconUrl("icons/zt_btn.svg", "")
                 name: qsTr("监听静音")
-                Accessible.description: audioController.title
-                onClick: audioController.storeMute("_monitor", isActive, 2)
+                description: audioController.title
+                onClick: audioController.storeMute(Records.monitorMuteKey(audioController.bundleIdentifier), isActive, 2)
             }
             CustomButtonRect {
                 id: liveMute
@@ -212,8 +205,8 @@ Rectangle {
                 isWorn: true
                 src: VxConfig.iconUrl("icons/zb_btn.svg", "")
                 name: qsTr("直播静音")
-                Accessible.description: audioController.title
-                onClick: audioController.storeMute("_mix", isActive, 3)
+                description: audioController.title
+                onClick: audioController.storeMute(Records.liveMuteKey(audioController.bundleIdentifier), isActive, 3)
             }
         }
     }

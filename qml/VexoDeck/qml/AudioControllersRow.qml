@@ -2,7 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import MediaControls
-// Registered by the program when it starts, so that no description lies on the disk for the linter.
+// The program registers this module when it starts: qmllint finds no description of it.
 import VexoDeckSystemBridge // qmllint disable import
 import "AudioConfigRecords.js" as Records
 
@@ -13,17 +13,17 @@ import "AudioConfigRecords.js" as Records
 Row {
     id: audioControllersRow
 
-    // The entries in strip order, as chosen or stored: a process that came back under another id is followed only
-    // after the user has picked it again.
+    // The entries in strip order, as chosen or stored. A process that returns with another id is followed only after
+    // the user has picked it again.
     property var audioControlles: []
     readonly property int maxAudioControllers: 8
-    // The processID of a level report, as text, to the id that its strip listens to.
+    // Maps the processID of a level report, as text, to the topic of its strip.
     property var processIDMap: Object.create(null)
     property real stripWidth: 104
 
     readonly property var bridge: SystemBridge // qmllint disable unqualified
 
-    // The strip that had the keyboard's focus has gone.
+    // The strip that had the keyboard's focus was removed.
     signal focusLeft
 
     QtObject {
@@ -34,12 +34,12 @@ Row {
         property bool complete: false
     }
 
-    // One element a strip, so that the others stay as they are when one comes or goes.
+    // One element for each strip, so that the other strips stay when one is added or removed.
     ListModel {
         id: strips
     }
 
-    // Once, when the fixed strips stand too.
+    // Called once, when the fixed strips are complete.
     function start() {
         getAudioControlles();
         state.deviceInput = deviceName();
@@ -53,8 +53,8 @@ Row {
         return String(HIDDeviceMgr.getDeviceName()).replace("N/A", "");
     }
 
-    // Texts of appList that are no entries, and what is more than the mixer holds, are taken out: the places in the
-    // list and in the row are the same.
+    // Removes texts of appList that are no entries or more than the mixer holds, so that places in the list and in the
+    // row are the same.
     function getAudioControlles() {
         const stored = ConfigMgr.getStringList(ConfigMgr.keys.appList);
         const kept = stored.filter(text => AppInventory.parsed(text)).slice(0, maxAudioControllers);
@@ -65,7 +65,7 @@ Row {
         kept.forEach(text => addEntry(AppInventory.parsed(text)));
     }
 
-    // The engine hears of a new entry with the next sendAudioConfig().
+    // The engine gets a new entry with the next sendAudioConfig().
     function addEntry(app: var) {
         addInput(app, audioControlles.length + 1);
         audioControlles = audioControlles.concat([app]);
@@ -99,8 +99,8 @@ Row {
         audioControlles = audioControlles.map((other, place) => place === index ? app : other);
     }
 
-    // A fresh copy of the same application, by its name, is none of the row's business. An input keeps the stream of
-    // the one before it: that is what the strip's meter listens to.
+    // Ignores a fresh copy of the same application, which has the same name. A new input takes over the stream of the
+    // one before it, which the strip's meter listens to.
     function handleAppChanged(index: int, app: var) {
         const old = audioControlles[index];
         if (!old || !app || old.name === app.name)
@@ -112,7 +112,7 @@ Row {
         sendAudioConfig();
     }
 
-    // The user has picked the application that the strip already has: its process may be another by now.
+    // The user has picked the strip's own application again: its process may have changed.
     function handleAppPicked(index: int, app: var) {
         const old = audioControlles[index];
         if (old.name === app.name)
@@ -131,22 +131,15 @@ Row {
             maximum: ConfigMgr.auto_app_max,
             defaultVolume: ConfigMgr.defaults.auto_app,
             read: (key, fallback) => ConfigMgr.getValue(key, fallback),
-            // A strip that has read the key before left it without a value.
+            // A strip may have cached the key without a value.
             muted: key => ConfigMgr.getValue(key, false) ?? false
         }));
     }
 
     // Undefined for a process that no strip has.
     function topicOf(processID: var): var {
-        switch (processID) {
-        case Records.device:
-            return Records.deviceTopic;
-        case Records.monitorBus:
-            return Records.monitorBusTopic;
-        case Records.liveBus:
-            return Records.liveBusTopic;
-        }
-        return processIDMap[String(processID)];
+        const fixed = Records.fixedStrips.find(strip => strip.processID === processID);
+        return fixed ? fixed.topic : processIDMap[String(processID)];
     }
 
     function publishLevels(levels: var) {
@@ -179,7 +172,7 @@ Row {
             onCurrentAppChanged: audioControllersRow.handleAppChanged(index, currentApp)
             onAppPicked: app => audioControllersRow.handleAppPicked(index, app)
             onVolumeChanged: audioControllersRow.sendAudioConfig()
-            // The strip goes with its entry: its own handler ends first.
+            // The strip is destroyed with its entry, after its own handler has returned.
             onDeleteApp: audioControllersRow.removeEntry(index)
         }
     }

@@ -4,7 +4,7 @@ const levelMessage = 0x8002;
 // Steps of the live level that the device reports.
 const fullScale = 30.0;
 
-// A handler of private messages that moves the meter, and outlives it: no window ever takes its handler back.
+// A handler of private messages that moves the meter. It outlives the meter, since no window disconnects it.
 function handlerFor(meter) {
     return (messageId, value) => {
         if (messageId !== levelMessage)

@@ -11,8 +11,6 @@ import "AutoGainLevels.js" as Levels
 WindowFrame {
     id: autoGainWindow
 
-    objectName: "autoGainWindow"
-
     // The last gain step reported.
     property int gainValue: 0
 
@@ -20,6 +18,7 @@ WindowFrame {
         isDestroy = true;
     }
 
+    objectName: "autoGainWindow"
     title: qsTr("自动增益")
     width: 500
     height: 300
@@ -53,7 +52,7 @@ WindowFrame {
 
         function handleMessage(topic: string, data: var) {
             if (topic === MessageBus.messageTypes.UPDATE_MIC_GAIN_LEVEL) {
-                // A report without a value is none.
+                // Ignores a report without a value.
                 if (typeof data === "number")
                     finish(data);
             } else if (data === 0 || data === false) {
@@ -159,7 +158,7 @@ WindowFrame {
             onMessage: (topic, data) => body.handleMessage(topic, data)
         }
 
-        // Also when the device itself began.
+        // The device gets the command even when it started the measurement itself.
         Component.onCompleted: {
             HIDDeviceMgr.manager.priMsgCallback.connect(Levels.handlerFor(gain_view));
             send(1);

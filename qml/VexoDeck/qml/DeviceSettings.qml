@@ -8,8 +8,6 @@ import MediaControls
 FocusScope {
     id: deviceSettings
 
-    objectName: "deviceSettings"
-
     readonly property list<string> pageNames: [qsTr("话筒"), qsTr("监听"), qsTr("灯光"), qsTr("通用")]
     // Tab index to page index. Voxmic M40 has no lights.
     readonly property list<int> pageMap: HIDDeviceMgr.isM40() ? [0, 1, 3] : [0, 1, 2, 3]
@@ -18,17 +16,19 @@ FocusScope {
 
     signal backClicked
 
-    // By keyboard, with the first tab after the last.
+    // For the keyboard: the first tab follows the last.
     function selectTab(index: int) {
         tabIndex = (index + tabs.count) % tabs.count;
         tabs.itemAt(tabIndex).forceActiveFocus(Qt.TabFocusReason);
     }
 
+    objectName: "deviceSettings"
+
     Accessible.role: Accessible.Pane
     Accessible.name: qsTr("设备设置")
     Keys.onEscapePressed: backClicked()
 
-    // The pages reach to the drawer's edges at the right, where their scroll bar stands, and below.
+    // The pages reach to the right edge of the drawer, for their scroll bar, and to its lower edge.
     ColumnLayout {
         anchors.fill: parent
         anchors.topMargin: deviceSettings.margin
@@ -85,7 +85,7 @@ FocusScope {
             objectName: "settingsDeviceImage"
             Layout.fillWidth: true
             Layout.rightMargin: deviceSettings.margin
-            // In a low window it leaves some room to the page below.
+            // In a low window it leaves room for the page below.
             Layout.preferredHeight: Math.max(120, Math.min(200, deviceSettings.height - 325))
             source: VxConfig.getDeviceImage(0)
             fillMode: Image.PreserveAspectFit

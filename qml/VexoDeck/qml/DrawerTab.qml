@@ -1,9 +1,8 @@
 import QtQuick
-import QtQuick.Templates as T
 import MediaControls
 
 /* A tab of the device drawer. The arrow keys go from one to the next; the tabulator stops at the selected one. */
-T.AbstractButton {
+Pressable {
     id: tab
 
     signal moved(step: int)
@@ -13,11 +12,9 @@ T.AbstractButton {
     horizontalPadding: 14
     checkable: true
     autoExclusive: true
-    hoverEnabled: true
     focusPolicy: checked || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
 
     Accessible.role: Accessible.PageTab
-    Accessible.name: text
     Accessible.selected: checked
 
     contentItem: VxText {
@@ -35,10 +32,6 @@ T.AbstractButton {
     background: Rectangle {
         radius: VxTheme.radiusSmall
         color: tab.checked ? VxTheme.accent : "transparent"
-
-        FocusRing {
-            visible: tab.visualFocus
-        }
     }
 
     Keys.onLeftPressed: moved(-1)

@@ -9,7 +9,7 @@ Canvas {
     // dB, twelve numbers.
     required property list<real> gains
 
-    // After all that changes in this turn.
+    // Once, after all changes of this turn of the event loop.
     function repaint() {
         Qt.callLater(requestPaint);
     }
@@ -21,7 +21,7 @@ Canvas {
 
     function paintGrid(context: var) {
         context.save();
-        context.strokeStyle = "#333333";
+        context.strokeStyle = VxTheme.grid;
         context.lineWidth = 1;
         context.setLineDash([3, 3]);
         for (let band = 0; band < Curve.bandCount; band++) {
@@ -46,7 +46,7 @@ Canvas {
         context.closePath();
         context.clip();
         const fill = context.createLinearGradient(0, -50, 0, bottom);
-        fill.addColorStop(0, "#660075FF");
+        fill.addColorStop(0, VxTheme.curveArea);
         fill.addColorStop(1, "transparent");
         context.fillStyle = fill;
         context.fillRect(0, 0, width, height);
@@ -62,7 +62,7 @@ Canvas {
     }
 
     function paintPoints(context: var, points: var) {
-        context.fillStyle = "#ffffff";
+        context.fillStyle = VxTheme.text;
         context.strokeStyle = VxTheme.accent;
         context.lineWidth = 2;
         for (const point of points) {

@@ -5,32 +5,30 @@ import MediaControls
 import "EqualizerCurve.js" as Curve
 
 /*
-    The chart of the equaliser: the curve of the selected preset. The user's own presets are edited by its points: by
-    the mouse, or by the arrow keys, left and right for the band, up and down for its gain.
+    The chart of the equaliser: the curve of the selected preset. The user edits own presets by the points of the curve:
+    with the mouse, or with the arrow keys, left and right for the band, up and down for its gain.
 */
 Item {
     id: eqChartContainer
-
-    objectName: "eqChartContainer"
 
     // A preset's record.
     required property var currentEqData
     required property bool editable
 
-    readonly property list<real> frequencies: [63, 125, 250, 400, 630, 1000, 1600, 2500, 4000, 6300, 10000, 16000]
-    readonly property list<string> frequencyLabels: ["63Hz", "125Hz", "250Hz", "400Hz", "630Hz", "1kHz", "1.6kHz", "2.5kHz", "4kHz", "6.3kHz", "10kHz", "16kHz"]
+    readonly property list<real> frequencies: Curve.frequencies
+    readonly property list<string> frequencyLabels: Curve.frequencyLabels
     readonly property list<real> gainLevels: [6, 4, 2, 0, -2, -4, -6]
-    readonly property list<string> gainLabels: ["+6dB", "+4dB", "+2dB", "0", "-2dB", "-4dB", "-6dB"]
+    readonly property list<string> gainLabels: gainLevels.map(gain => gain === 0 ? "0" : gainText(gain))
     readonly property list<real> gains: Curve.twelveGains(currentEqData.value)
-    // The keyboard's band as a screen reader asks for it, in dB.
+    // The gain of the keyboard's band in dB, under the property names that a screen reader reads.
     readonly property real value: gains[edit.keyBand]
     readonly property real minimumValue: Curve.minimumGain
     readonly property real maximumValue: Curve.maximumGain
     readonly property real stepSize: 0.5
 
-    // A band's gain in dB was moved by the user's hand.
+    // The user's hand has moved a band's gain, in dB.
     signal gainEdited(band: int, gain: real)
-    // A press, with or without a band, is over: the filter follows it, and not the moves after it.
+    // A press has been handled, on a band or not. The filter follows presses only, not the moves after them.
     signal pressed
 
     QtObject {
@@ -38,7 +36,7 @@ Item {
 
         property int band: -1
         property int keyBand: 0
-        // The focus is shown until the mouse takes over.
+        // The focus is shown until the mouse is used.
         property bool focusShown: true
     }
 
@@ -81,6 +79,7 @@ Item {
         edit.keyBand = Math.max(0, Math.min(Curve.bandCount - 1, edit.keyBand + step));
     }
 
+    objectName: "eqChartContainer"
     activeFocusOnTab: editable
     Accessible.role: Accessible.Slider
     Accessible.name: frequencyLabels[edit.keyBand]
@@ -101,7 +100,7 @@ Item {
             width: 38
             text: eqChartContainer.gainLabels[index]
             color: VxTheme.textSecondary
-            font.pixelSize: 10
+            font.pixelSize: VxTheme.fontScale
             horizontalAlignment: Text.AlignRight
         }
     }
@@ -117,7 +116,7 @@ Item {
             y: canvas.y + canvas.height + 7
             text: modelData
             color: VxTheme.textSecondary
-            font.pixelSize: 10
+            font.pixelSize: VxTheme.fontScale
         }
     }
 
@@ -152,7 +151,7 @@ Item {
             onCanceled: edit.band = -1
         }
 
-        // The point that the keyboard moves, and what the hand holds.
+        // Marks the point that the mouse or the keyboard moves.
         Item {
             id: point
 

@@ -1,8 +1,11 @@
 .pragma library
 
-/* The geometry of the equaliser's curve: gains in dB, positions in logical pixels of the canvas. */
+/* The equaliser's bands, and the geometry of its curve: gains in dB, positions in logical pixels of the canvas. */
 
-const bandCount = 12;
+// Hz
+const frequencies = [63, 125, 250, 400, 630, 1000, 1600, 2500, 4000, 6300, 10000, 16000];
+const frequencyLabels = frequencies.map(hertz => hertz < 1000 ? hertz + "Hz" : hertz / 1000 + "kHz");
+const bandCount = frequencies.length;
 const paddingX = 10;
 const paddingY = 30;
 // dB, at the top and the bottom of the plot
@@ -21,7 +24,7 @@ function plotHeight(height) {
     return height - 2 * paddingY;
 }
 
-// Twelve numbers, whatever a record holds: what is missing or no number is 0.
+// Twelve numbers, whatever a record holds. Missing or invalid entries are 0.
 function twelveGains(value) {
     const gains = Array.isArray(value) ? value : [];
     return Array.from({ length: bandCount }, (unused, band) => Number.isFinite(gains[band]) ? gains[band] : 0);
@@ -44,7 +47,7 @@ function points(gains, width, height) {
     return gains.map((gain, band) => ({ x: bandX(band, width), y: gainY(gain, height) }));
 }
 
-// The band whose x is nearest, the lower of two at equal distance; -1 beyond the reach.
+// The band with the nearest x, the lower of two at equal distance, or -1 beyond the reach.
 function nearestBand(x, width) {
     let nearest = -1;
     let least = reach;
@@ -63,7 +66,7 @@ function spline(p0, p1, p2, p3, t) {
     return 0.5 * (2 * p1 + (p2 - p0) * t + (2 * p0 - 5 * p1 + 4 * p2 - p3) * t * t + (3 * p1 - p0 - 3 * p2 + p3) * t * t * t);
 }
 
-// Rounding keeps the end of a span and the beginning of the next apart.
+// Rounding separates the end of a span from the start of the next.
 function samePosition(a, b) {
     return Math.abs(a.x - b.x) < 1e-9 && Math.abs(a.y - b.y) < 1e-9;
 }

@@ -2,18 +2,16 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import MediaControls
-// Registered by the program when it starts, so that no description lies on the disk for the linter.
+// The program registers this module when it starts: qmllint finds no description of it.
 import VexoDeckSystemBridge // qmllint disable import
 import "EqualizerCurve.js" as Curve
 
 /*
-    The row of the equaliser's presets: seven fixed ones, and at most three of the user's own behind them. It keeps the
-    list and the selection and writes both to the settings; then the engine is told to read them.
+    The row of the equaliser's presets: seven fixed ones, then at most three of the user's own. It keeps the list and the
+    selection, writes both to the settings and then notifies the engine.
 */
 Item {
     id: eqSelect
-
-    objectName: "eqSelect"
 
     property int selectIndex: 0
     // Records with name, value (dB of the twelve bands) and img.
@@ -34,7 +32,7 @@ Item {
         };
     }
 
-    // A text that is no record keeps its place in the list.
+    // A text that is no record becomes an empty one and keeps its place in the list.
     function parsed(text: string): var {
         let record = null;
         try {
@@ -57,7 +55,7 @@ Item {
         ConfigMgr.setValue(ConfigMgr.keys.device_equalizer_current_index, selectIndex);
     }
 
-    function tell() {
+    function notify() {
         MessageBus.publishUpdateDeviceEqualizerCurrent(selectIndex);
         bridge.updateMonitorDevice();
     }
@@ -67,7 +65,7 @@ Item {
         selectIndex = index;
         storeRecord();
         storeIndex();
-        tell();
+        notify();
     }
 
     // Does not select what it adds.
@@ -84,7 +82,7 @@ Item {
         list.toRightEnd();
     }
 
-    // The next preset slides into the selection; behind the last one, the one before it follows.
+    // Selects the next preset, or the one before where the last one was removed.
     function removeSelected() {
         ConfigMgr.removeStringListIndex(ConfigMgr.keys.device_equalizer_values, selectIndex);
         dataList = dataList.filter((record, index) => index !== selectIndex);
@@ -92,15 +90,15 @@ Item {
             selectIndex = dataList.length - 1;
         storeIndex();
         storeRecord();
-        tell();
+        notify();
     }
 
     function revealSelected() {
         if (selectIndex >= 0 && selectIndex < dataList.length)
-            list.reveal(selectIndex);
+            list.revealStretch(selectIndex * list.step, tileWidth);
     }
 
-    // The engine is not told: it follows the press and not the moves.
+    // Does not notify the engine, which follows presses and not moves.
     function setGain(band: int, gain: real) {
         const gains = Curve.twelveGains(currentEqData.value);
         gains[band] = gain;
@@ -113,43 +111,33 @@ Item {
         MessageBus.publishUpdateDeviceEqualizerCurrent(selectIndex);
     }
 
-    // A record may come from anywhere: only pictures of the program are shown.
+    // Records are not trusted: only the program's own pictures are shown.
     function iconOf(record: var): url {
         const known = ["gbz", "rs", "dq", "pt", "zp", "dzp"].map(name => "icons/" + name + ".svg");
         return VxConfig.iconUrl(known.includes(record.img) ? record.img : "icons/zdy.svg", "");
     }
 
+    objectName: "eqSelect"
     implicitHeight: 74
 
-    Flickable {
+    ScrollPage {
         id: list
 
-        objectName: "presetList"
-
-        // The row grows with the next frame.
-        property bool atEnd: false
+        readonly property real step: eqSelect.tileWidth + row.spacing
+        readonly property int places: eqSelect.dataList.length + (eqSelect.full ? 0 : 1)
 
         function toRightEnd() {
             contentX = Math.max(0, contentWidth - width);
-            atEnd = true;
         }
 
-        // Scrolls as little as brings the place into view; before the tiles are laid out, too.
-        function reveal(place: int) {
-            const left = place * (eqSelect.tileWidth + row.spacing);
-            contentX = Math.max(0, Math.min(left, Math.max(contentX, left + eqSelect.tileWidth - width)));
-        }
-
+        objectName: "presetList"
         anchors.fill: parent
-        contentWidth: row.width
-        onContentWidthChanged: {
-            if (atEnd)
-                contentX = Math.max(0, contentWidth - width);
-            atEnd = false;
-        }
+        // Computed, since the row follows a change of the list one frame later.
+        contentWidth: places * step - row.spacing
         contentHeight: height
         flickableDirection: Flickable.HorizontalFlick
-        boundsBehavior: Flickable.StopAtBounds
+        mouseFlicks: true
+        barThickness: 6
         clip: true
         Accessible.role: Accessible.Grouping
         Accessible.name: qsTr("均衡器")
@@ -157,7 +145,7 @@ Item {
         Row {
             id: row
 
-            // The last tile in view is cut: there are more behind it.
+            // With this spacing the last visible tile is cut, which shows that there are more.
             spacing: 4
 
             Repeater {
@@ -174,10 +162,6 @@ Item {
                     icon.source: eqSelect.iconOf(record)
                     selected: index === eqSelect.selectIndex
                     onClicked: eqSelect.select(index)
-                    onVisualFocusChanged: {
-                        if (visualFocus)
-                            list.reveal(index);
-                    }
                 }
             }
 
@@ -191,10 +175,6 @@ Item {
                 text: qsTr("添加均衡器预设")
                 icon.source: VxConfig.iconUrl("icons/plus2.svg", "")
                 onClicked: eqSelect.addPreset()
-                onVisualFocusChanged: {
-                    if (visualFocus)
-                        list.reveal(eqSelect.dataList.length);
-                }
 
                 Rectangle {
                     anchors.fill: parent
@@ -213,20 +193,6 @@ Item {
                 const wanted = list.contentX - (event.angleDelta.y || event.angleDelta.x) / 2;
                 list.contentX = Math.max(0, Math.min(list.contentWidth - list.width, wanted));
             }
-        }
-    }
-
-    VxScrollBar {
-        anchors.left: list.left
-        anchors.right: list.right
-        anchors.bottom: list.bottom
-        implicitHeight: 6
-        orientation: Qt.Horizontal
-        size: list.visibleArea.widthRatio
-        position: list.visibleArea.xPosition
-        onPositionChanged: {
-            if (pressed)
-                list.contentX = position * list.contentWidth;
         }
     }
 

@@ -1,9 +1,8 @@
 import QtQuick
-import QtQuick.Templates as T
 import MediaControls
 
-/* The way to the equaliser, with the name of what is in use. */
-T.AbstractButton {
+/* Opens the equaliser, and shows the name of the preset in use. */
+Pressable {
     id: equalizerRow
 
     required property string tips
@@ -22,7 +21,7 @@ T.AbstractButton {
         equalizer.index = ConfigMgr.getValue(ConfigMgr.keys.device_equalizer_current_index);
     }
 
-    // A record that a damaged store made unreadable has no name.
+    // An unreadable record, as from a damaged store, has no name.
     function nameOf(record: string): string {
         try {
             return String(JSON.parse(record).name ?? "");
@@ -37,11 +36,10 @@ T.AbstractButton {
 
     width: parent?.width ?? 0
     implicitHeight: Math.max(40, row.height)
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
+    leftInset: -10
+    rightInset: -10
+    ringGap: 0
 
-    Accessible.role: Accessible.Button
-    Accessible.name: text
     Accessible.description: formatName()
 
     contentItem: Item {
@@ -60,7 +58,7 @@ T.AbstractButton {
                 elide: Text.ElideRight
             }
 
-            // The arrow ends where the switches above it do: its picture has a margin.
+            // Narrower than its picture, which has a margin, so that the arrow ends where the switches above it do.
             Item {
                 anchors.verticalCenter: parent.verticalCenter
                 width: 6
@@ -74,19 +72,9 @@ T.AbstractButton {
             }
         }
     }
-    background: Item {
-        Rectangle {
-            anchors.fill: parent
-            anchors.leftMargin: -10
-            anchors.rightMargin: -10
-            radius: VxTheme.radiusSmall
-            color: equalizerRow.down ? VxTheme.veilPressed : equalizerRow.hovered ? VxTheme.veilHover : "transparent"
-
-            FocusRing {
-                gap: 0
-                visible: equalizerRow.visualFocus
-            }
-        }
+    background: Rectangle {
+        radius: VxTheme.radiusSmall
+        color: equalizerRow.down ? VxTheme.veilPressed : equalizerRow.hovered ? VxTheme.veilHover : "transparent"
     }
 
     MessageListener {
@@ -94,7 +82,5 @@ T.AbstractButton {
         onMessage: () => equalizerRow.readEqualizer()
     }
 
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
     Component.onCompleted: readEqualizer()
 }

@@ -4,8 +4,8 @@ import QtQuick
 import MediaControls
 
 /*
-    The equaliser of the device's channel: on or off, its presets, and the curve of the selected one. Nothing of it
-    goes to the device: it writes the settings, and the engine reads them when it is told to.
+    The equaliser of the device's channel: on or off, its presets, and the curve of the selected one. Nothing goes to
+    the device: the window writes the settings and notifies the engine, which reads them.
 */
 WindowFrame {
     id: equalizerWindow
@@ -24,8 +24,8 @@ WindowFrame {
     Item {
         id: body
 
-        // From any cause and without a test against the stored value: that is how a stored equaliser reaches the
-        // engine after the window has been built.
+        // Runs at every change, even one to the stored value: this is how a stored equaliser reaches the engine after
+        // the window has been created.
         function handleSwitch(on: bool) {
             ConfigMgr.setValue(ConfigMgr.keys.device_equalizer, on);
             MessageBus.publishUpdateDeviceEqualizerCurrent(on);

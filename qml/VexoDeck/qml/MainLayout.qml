@@ -4,15 +4,13 @@ import QtQuick.Templates as T
 import MediaControls
 
 /*
-    The working screen: the mixer, and beside it the drawer with the device's settings. Lives from the press on the
+    The main screen: the mixer, and beside it the drawer with the device's settings. It exists from the press on the
     welcome page's button to the loss of the device.
 */
 Page {
     id: mainLayout
 
-    objectName: "mainLayout"
-
-    // The display is watched. Never goes back to false.
+    // True once the display is monitored. Never returns to false.
     property bool screenPowerMonitor: false
 
     function startScreenPowerMonitor() {
@@ -21,7 +19,7 @@ Page {
         screenPowerMonitor = true;
     }
 
-    // The device's lights go off and on with the display, while the user wants that.
+    // Turns the device's lights off and on with the display, if the user has chosen so.
     function handleScreenPowerStateChanged(screenOn: bool) {
         if (!ConfigMgr.getValue(ConfigMgr.keys.color_bg_other_close_lighting))
             return;
@@ -36,6 +34,7 @@ Page {
             autoGain.window = VxConfig.createWindow("AutoGainWindow.qml", mainLayout);
     }
 
+    objectName: "mainLayout"
     Accessible.role: Accessible.Pane
     background: Rectangle {
         color: VxTheme.background
@@ -68,10 +67,8 @@ Page {
     Rectangle {
         id: deviceSettingsDrawer
 
-        objectName: "deviceSettingsDrawer"
-
         property bool isOpen: false
-        // What had the focus when the drawer opened; it gets it back.
+        // Had the focus when the drawer opened, and gets it back.
         property Item opener: null
 
         function open() {
@@ -87,12 +84,13 @@ Page {
             opener = null;
         }
 
-        // A focus that was seen stays seen.
+        // Moves the focus; a visible focus stays visible.
         function passFocus(item: Item) {
             const holder = mainLayout.Window.activeFocusItem as T.AbstractButton;
             item.forceActiveFocus(holder && holder.visualFocus ? Qt.TabFocusReason : Qt.OtherFocusReason);
         }
 
+        objectName: "deviceSettingsDrawer"
         anchors.right: parent.right
         anchors.top: parent.top
         anchors.bottom: parent.bottom

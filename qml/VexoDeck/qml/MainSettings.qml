@@ -10,11 +10,11 @@ import MediaControls
 Item {
     id: mainSettings
 
-    objectName: "mainSettings"
-
     readonly property int gap: 12
 
     signal deviceSettingsRequested
+
+    objectName: "mainSettings"
 
     MixerColumn {
         id: outputs
@@ -31,7 +31,6 @@ Item {
             objectName: "liveOutput"
             height: parent?.height ?? 0
             showType: StripKind.LiveOutput
-            bundleIdentifier: "mix"
             title: qsTr("直播")
             imageSource: VxConfig.iconUrl("icons/output_live.svg", "")
             onVolumeChanged: audioControllersRow.sendAudioConfig()
@@ -40,7 +39,6 @@ Item {
             objectName: "monitorOutput"
             height: parent?.height ?? 0
             showType: StripKind.MonitorOutput
-            bundleIdentifier: "listen"
             title: qsTr("监听")
             imageSource: VxConfig.iconUrl("icons/output_monitor.svg", "")
             onVolumeChanged: audioControllersRow.sendAudioConfig()
@@ -62,7 +60,6 @@ Item {
             height: parent?.height ?? 0
             visible: HIDDeviceMgr.isDeviceReady()
             showType: StripKind.Device
-            bundleIdentifier: "device"
             title: String(HIDDeviceMgr.getDeviceName()).replace(/^VEXO /, "")
             imageSource: VxConfig.getDeviceImage(2)
             onVolumeChanged: audioControllersRow.sendAudioConfig()

@@ -13,38 +13,18 @@ SettingsSection {
         HIDDeviceMgr.sendMessage(attribute, [on ? 1 : 0]);
     }
 
-    function handleGainMoved() {
-        const gain = autoGainSlider.step;
-        if (ConfigMgr.getValue(ConfigMgr.keys.auto_gain) !== gain) {
-            ConfigMgr.setValue(ConfigMgr.keys.auto_gain, gain);
-            MessageBus.publishUpdateMicGainLevel(gain);
-        }
-        if (autoGainSlider.isManually)
-            HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.mic_gain, [gain]);
-    }
-
     title: isR2 ? qsTr("XLR输入") : qsTr("话筒")
     minimumCardHeight: isR2 ? 220 : 180
 
     StepSliderBlock {
-        id: autoGainSlider
-
         sliderName: "autoGainSlider"
         text: qsTr("增益")
         tips: qsTr("提高增益，避免声音过小。\n降低增益，避免声音失真。")
-        key: ConfigMgr.keys.auto_gain
+        deviceValue: DeviceValues.gain
         from: ConfigMgr.auto_gain_min
         to: ConfigMgr.auto_gain_max
         valueTextOf: step => ConfigMgr.gainText(step)
-        onMoved: microphoneInput.handleGainMoved()
-
-        MessageListener {
-            messageTypes: [MessageBus.messageTypes.UPDATE_MIC_GAIN_LEVEL]
-            onMessage: () => {
-                if (!autoGainSlider.isManually)
-                    autoGainSlider.readValue();
-            }
-        }
+        onMoved: deviceValue.write(step, isManually)
     }
 
     SwitchRow {

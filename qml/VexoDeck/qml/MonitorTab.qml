@@ -5,8 +5,6 @@ import MediaControls
 SettingsPage {
     id: monitorTab
 
-    objectName: "monitorTab"
-
     // One for both: a gesture on one slider also holds back the reports for the other.
     readonly property bool isManually: ratioSlider.isManually || volumeSlider.isManually
 
@@ -14,14 +12,7 @@ SettingsPage {
         return ((step - ConfigMgr.auto_device_min) / ConfigMgr.auto_device_count * 100).toFixed(0) + "%";
     }
 
-    function handleVolumeMoved() {
-        const volume = volumeSlider.step;
-        if (ConfigMgr.getValue(ConfigMgr.keys.device_dB) !== volume) {
-            ConfigMgr.setValue(ConfigMgr.keys.device_dB, volume);
-            MessageBus.publishListenVolumeLevel(volume);
-        }
-        HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.listen_volume, [volume]);
-    }
+    objectName: "monitorTab"
 
     SettingsSection {
         title: qsTr("监听")
@@ -31,20 +22,13 @@ SettingsPage {
 
             sliderName: "ratioSlider"
             text: qsTr("麦克风/电脑监听比")
-            key: ConfigMgr.keys.device_mic_ratio
+            deviceValue: DeviceValues.monitorRatio
             from: ConfigMgr.auto_device_min
             to: ConfigMgr.auto_device_max
+            follows: !monitorTab.isManually
             valueTextOf: step => monitorTab.ratioText(step)
-            onMoved: HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.mic_listen_ratio, [step])
+            onMoved: deviceValue.send(step)
             onChangeComplete: writeValue()
-
-            MessageListener {
-                messageTypes: [MessageBus.messageTypes.MIC_LISTEN_RATIO]
-                onMessage: () => {
-                    if (!monitorTab.isManually)
-                        ratioSlider.readValue();
-                }
-            }
         }
 
         StepSliderBlock {
@@ -52,19 +36,12 @@ SettingsPage {
 
             sliderName: "volumeSlider"
             text: qsTr("监听音量")
-            key: ConfigMgr.keys.device_dB
+            deviceValue: DeviceValues.monitorVolume
             from: ConfigMgr.auto_device_min
             to: ConfigMgr.auto_device_max
+            follows: !monitorTab.isManually
             valueTextOf: step => ConfigMgr.monitorText(step)
-            onMoved: monitorTab.handleVolumeMoved()
-
-            MessageListener {
-                messageTypes: [MessageBus.messageTypes.LISTEN_VOLUME_LEVEL]
-                onMessage: () => {
-                    if (!monitorTab.isManually)
-                        volumeSlider.readValue();
-                }
-            }
+            onMoved: deviceValue.write(step, isManually)
         }
     }
 }

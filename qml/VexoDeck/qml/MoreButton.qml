@@ -25,7 +25,7 @@ TitleBarButton {
     MorePopup {
         id: morePopup
 
-        // The focus was seen on the button: it shall be seen on the rows, and on the button again.
+        // The focus was visible on the button: it stays visible on the rows and when it returns to the button.
         property bool byKeyboard: false
 
         macStyle: moreButton.macStyle

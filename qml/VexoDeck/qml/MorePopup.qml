@@ -8,8 +8,6 @@ import MediaControls
 T.Popup {
     id: morePopup
 
-    objectName: "morePopup"
-
     // The button stands at the right on macOS, else at the left.
     property bool macStyle: false
     // text, icon and action (a function or null) of each row.
@@ -34,7 +32,7 @@ T.Popup {
         }
     }
 
-    // Gives the focus to the next row that can be chosen, from an index on, in steps of 1 or -1.
+    // Focuses the next enabled row, starting at an index, in steps of 1 or -1.
     function focusRow(from: int, step: int) {
         for (let count = 0; count < repeater.count; count++) {
             const row = repeater.itemAt((from + count * step + repeater.count) % repeater.count);
@@ -45,6 +43,7 @@ T.Popup {
         }
     }
 
+    objectName: "morePopup"
     x: macStyle ? 30 - width : 0
     y: 30
     width: widthFor("zh_CN")

@@ -1,21 +1,19 @@
 import QtQuick
-import QtQuick.Templates as T
 import MediaControls
 
 /* One row of the main window's menu: icon and text. */
-T.AbstractButton {
+Pressable {
     id: row
 
     implicitHeight: Math.max(34, implicitContentHeight + topPadding + bottomPadding)
     horizontalPadding: 10
     verticalPadding: 6
     spacing: 10
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    opacity: enabled ? 1 : VxTheme.disabledOpacity
+    // Inside the row, since the menu leaves no room around it.
+    ringRadius: VxTheme.radiusTile
+    ringGap: 0
 
     Accessible.role: Accessible.MenuItem
-    Accessible.name: text
 
     contentItem: Row {
         spacing: row.spacing
@@ -38,10 +36,5 @@ T.AbstractButton {
     background: Rectangle {
         radius: VxTheme.radiusTile
         color: row.down ? VxTheme.veilPressed : row.hovered || row.visualFocus ? VxTheme.veilHover : "transparent"
-        border.width: row.visualFocus ? 2 : 0
-        border.color: VxTheme.focusRing
     }
-
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

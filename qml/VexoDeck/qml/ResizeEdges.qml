@@ -7,11 +7,11 @@ import QtQuick.Window
 Item {
     id: resizeEdges
 
-    objectName: "resizeEdges"
-
     required property Window window
     readonly property int thickness: 5
     readonly property int cornerLength: 12
+
+    objectName: "resizeEdges"
 
     Repeater {
         model: [

@@ -1,7 +1,7 @@
 import QtQuick
 import MediaControls
 
-/* A row of a card: what is set at the left, with its explanation, and the control at the right. */
+/* A row of a card: its text and explanation at the left, the control at the right. */
 Item {
     id: settingRow
 

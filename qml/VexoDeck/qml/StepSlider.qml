@@ -6,7 +6,7 @@ CustomSlider {
     id: stepSlider
 
     required property string key
-    // The position as a whole number: that of the track may miss it by a rounding.
+    // The value as a whole number: the slider's own may be off by a rounding error.
     readonly property int step: Math.round(value)
 
     function readValue() {

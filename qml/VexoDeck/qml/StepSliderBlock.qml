@@ -1,17 +1,19 @@
 import QtQuick
 import MediaControls
 
-/* A slider of whole steps under its name and its value. */
+/* The slider of a device's value, under its name and the value as text. */
 Column {
     id: block
 
     required property string text
     property string tips: ""
-    required property string key
+    required property DeviceValue deviceValue
     required property int from
     required property int to
-    // function (step) that gives the text of a step
+    // function (step) that returns the text of a step
     required property var valueTextOf
+    // What the device reports moves the slider.
+    property bool follows: !isManually
     readonly property alias step: slider.step
     readonly property alias isManually: slider.isManually
     property string sliderName: "slider"
@@ -20,10 +22,6 @@ Column {
     signal moved
     // The user's hand let go 500 ms ago.
     signal changeComplete
-
-    function readValue() {
-        slider.readValue();
-    }
 
     function writeValue() {
         slider.writeValue();
@@ -50,7 +48,7 @@ Column {
         objectName: block.sliderName
         width: parent.width
         height: 32
-        key: block.key
+        key: block.deviceValue.key
         from: block.from
         to: block.to
         name: block.text
@@ -60,5 +58,13 @@ Column {
         }
         onMoved: block.moved()
         onChangeComplete: block.changeComplete()
+    }
+
+    MessageListener {
+        messageTypes: [block.deviceValue.topic]
+        onMessage: () => {
+            if (block.follows)
+                slider.readValue();
+        }
     }
 }

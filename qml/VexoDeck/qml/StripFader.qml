@@ -11,11 +11,11 @@ Item {
     property alias to: slider.to
     property alias stepSize: slider.stepSize
     property alias name: slider.name
-    // function (value) that gives the text of a value
+    // function (value) that returns the text of a value
     property alias textOf: slider.formatedValueFunc
     property real defaultValue: 0
     readonly property alias isManually: slider.isManually
-    // The value on the grid of its steps: that of the track may miss it by a rounding.
+    // The value rounded to its step: the slider's own may be off by a rounding error.
     readonly property real position: Math.round(slider.value / stepSize) / Math.round(1 / stepSize)
 
     // The user's hand has moved the fader.
@@ -35,7 +35,7 @@ Item {
         const now = Date.now();
         const twice = now - tap.lastMs < Application.styleHints.mouseDoubleClickInterval;
         tap.lastMs = twice ? 0 : now;
-        // The slider's own release, which follows, would take the value back.
+        // Later, since the slider's own release follows and would restore the value.
         if (twice)
             Qt.callLater(backToDefault);
     }
@@ -82,13 +82,13 @@ Item {
                     width: 9
                     text: modelData
                     color: VxTheme.textSecondary
-                    font.pixelSize: 10
+                    font.pixelSize: VxTheme.fontScale
                     horizontalAlignment: Text.AlignHCenter
                 }
             }
         }
 
-        // Quarters of the fader's way.
+        // Marks at the quarters of the fader's travel.
         Repeater {
             model: 5
 

@@ -39,7 +39,7 @@ Item {
         y: head.isDevice ? 0 : 6
         width: head.isDevice ? 52 : 28
         height: head.isDevice ? 40 : 28
-        // The device's is a photograph: scaled down in two steps, it stays smooth without mipmaps, too.
+        // The device's picture is a photograph. Scaled in two steps, it is smooth even without mipmaps.
         sourceSize: head.isDevice ? Qt.size(2 * width, 2 * height) : Qt.size(width, height)
         visible: !head.isSource
         source: head.imageSource
@@ -59,7 +59,7 @@ Item {
         text: head.title
         font.pixelSize: VxTheme.fontCaption
         fontSizeMode: Text.Fit
-        minimumPixelSize: 9
+        minimumPixelSize: VxTheme.fontSmallest
         horizontalAlignment: Text.AlignHCenter
         wrapMode: Text.WordWrap
         maximumLineCount: 2

@@ -2,8 +2,8 @@ import QtQuick
 import MediaControls
 
 /*
-    A row with a switch that is kept in the settings. toggled comes from the user's hand alone: only then is there
-    something to send. What the device reports moves the switch and is not echoed.
+    A row with a switch that is kept in the settings. Only the user's hand emits toggled, so that only the user's changes
+    are sent. A report of the device moves the switch and is not echoed.
 */
 SettingRow {
     id: switchRow
@@ -31,7 +31,7 @@ SettingRow {
         objectName: "switch"
         anchors.verticalCenter: parent.verticalCenter
         name: switchRow.text
-        Accessible.description: switchRow.tips
+        description: switchRow.tips
         onCheckedChanged: {
             if (ConfigMgr.getValue(switchRow.key) !== checked)
                 ConfigMgr.setValue(switchRow.key, checked);

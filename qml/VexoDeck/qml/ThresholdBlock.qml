@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import MediaControls
 
-/* A switch with a threshold in dB, whose slider shows itself while the switch is on. */
+/* A switch with a threshold in dB. The slider is visible while the switch is on. */
 Column {
     id: block
 

@@ -1,9 +1,8 @@
 import QtQuick
-import QtQuick.Templates as T
 import MediaControls
 
-/* One of several tiles of which one is selected: a text, with an icon above it where one is given. */
-T.AbstractButton {
+/* One of several tiles of which one is selected: a text with an optional icon above it. */
+Pressable {
     id: tile
 
     required property bool selected
@@ -15,11 +14,9 @@ T.AbstractButton {
     }
 
     padding: 3
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
+    ringGap: 2
 
     Accessible.role: Accessible.RadioButton
-    Accessible.name: text
     Accessible.checkable: true
     Accessible.checked: selected
 
@@ -44,9 +41,9 @@ T.AbstractButton {
                 width: parent.width
                 text: tile.text
                 font.pixelSize: VxTheme.fontCaption
-                // A long text first gets smaller, then two lines.
+                // A long text first shrinks, then wraps.
                 fontSizeMode: Text.HorizontalFit
-                minimumPixelSize: 9
+                minimumPixelSize: VxTheme.fontSmallest
                 wrapMode: Text.WordWrap
                 maximumLineCount: 2
                 elide: Text.ElideRight
@@ -63,18 +60,10 @@ T.AbstractButton {
                 duration: VxTheme.hoverMs
             }
         }
-
-        FocusRing {
-            gap: 2
-            visible: tile.visualFocus
-        }
     }
 
     VxToolTip {
         visible: label.truncated && (tile.hovered || tile.visualFocus)
         text: tile.text
     }
-
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

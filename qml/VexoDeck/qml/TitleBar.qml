@@ -8,8 +8,6 @@ import MediaControls
 Rectangle {
     id: titleBar
 
-    objectName: "titleBar"
-
     required property Window window
     // Buttons of the macOS kind, at the left; otherwise those of Windows, at the right.
     property bool macStyle: Qt.platform.os === "osx"
@@ -26,6 +24,7 @@ Rectangle {
         window.visibility = maximized ? Window.Windowed : Window.Maximized;
     }
 
+    objectName: "titleBar"
     height: 30
     color: VxTheme.titleBar
 
@@ -70,6 +69,7 @@ Rectangle {
         anchors.centerIn: parent
         width: Math.min(implicitWidth, parent.width - 2 * Math.max(leftSide.width, rightSide.width) - 16)
         text: titleBar.window.title
+        textFormat: Text.PlainText
         elide: Text.ElideRight
         color: titleBar.titleColor
         font.bold: true

@@ -1,9 +1,8 @@
 import QtQuick
-import QtQuick.Templates as T
 import MediaControls
 
 /* A button of the title bar: an icon on a tile that lights up under the mouse. */
-T.AbstractButton {
+Pressable {
     id: button
 
     required property string name
@@ -14,17 +13,16 @@ T.AbstractButton {
     implicitWidth: 40
     implicitHeight: 30
     focusPolicy: Qt.TabFocus
-    hoverEnabled: true
     opacity: enabled ? 1 : 0.35
+    // Inside of the button, which reaches to the edge of the window.
+    ringRadius: 0
+    ringGap: 0
 
-    Accessible.role: Accessible.Button
     Accessible.name: name
 
     background: Rectangle {
         color: button.hovered || button.down ? button.hoverColor : "transparent"
         opacity: button.down ? 0.8 : 1
-        border.width: button.visualFocus ? 2 : 0
-        border.color: VxTheme.focusRing
     }
     contentItem: Item {
         Image {
@@ -35,7 +33,4 @@ T.AbstractButton {
             source: button.hovered ? button.hoverIconSource : button.icon.source
         }
     }
-
-    Keys.onReturnPressed: event => KeyPress.once(event, () => click())
-    Keys.onEnterPressed: event => KeyPress.once(event, () => click())
 }

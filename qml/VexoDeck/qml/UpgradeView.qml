@@ -17,13 +17,13 @@ Item {
     signal dismissed
     signal retried
 
-    // The bar in place of the buttons.
+    // Shows the bar in place of the buttons.
     function showBar() {
         progressBar.visible = true;
         buttons.visible = false;
     }
 
-    // The buttons in place of the bar: after a success the way out, after a failure also another try.
+    // Shows the buttons in place of the bar: OK after a success, otherwise cancel and retry.
     function showButtons(afterSuccess: bool) {
         progressBar.visible = false;
         buttons.visible = true;
@@ -45,7 +45,7 @@ Item {
         Image {
             objectName: "upgradeImage"
             Layout.alignment: Qt.AlignHCenter
-            // What the texts leave.
+            // The height that the texts leave.
             Layout.preferredHeight: Math.max(60, Math.min(300 * upgradeView.zoom, upgradeView.height - 40 - column.heightOfTexts))
             Layout.preferredWidth: Layout.preferredHeight * 4 / 3
             source: VxConfig.getDeviceImage(1)
@@ -58,7 +58,7 @@ Item {
 
             objectName: "upgradeTitle"
             Layout.fillWidth: true
-            // A device that was never met has no name.
+            // The name is empty until a device has been seen.
             visible: text !== ""
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
@@ -87,7 +87,7 @@ Item {
             }
         }
 
-        // Bar and buttons share one place, so that nothing jumps.
+        // Bar and buttons share one place, so that the layout stays.
         Item {
             id: progressPlace
 

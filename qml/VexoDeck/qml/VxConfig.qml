@@ -40,7 +40,7 @@ QtObject {
         }
     ]
 
-    // The picture of the device last seen; without one, or for an unknown one, that of Mixdesk R2.
+    // The picture of the device last seen. Without one, or for an unknown one, that of the Mixdesk R2.
     function getDeviceImage(type: int): url {
         const images = deviceMap[type];
         return iconUrl(images[HIDDeviceMgr.getDeviceDPID()] ?? images[0x9829], "");
@@ -54,9 +54,9 @@ QtObject {
         return platformName === "windows";
     }
 
-    // Creates and shows a window from a document of this folder. Null when that fails.
+    // Creates and shows a window from a document of this folder. Returns null on failure.
     function createWindow(qmlName: string, parent: var): var {
-        // An empty name gives no component at all.
+        // An empty name returns no component.
         const component = Qt.createComponent(qmlName);
         if (component?.status !== Component.Ready) {
             console.log("创建 Window 失败:", component?.errorString() ?? "no document is named");

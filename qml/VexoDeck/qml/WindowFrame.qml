@@ -16,7 +16,7 @@ ApplicationWindow {
     // More content of the title bar. Only the main window has some, and is known by it.
     property Component rightView: null
     property bool isDestroy: false
-    property color titleColor: "#ffffff"
+    property color titleColor: VxTheme.text
     property bool macStyle: Qt.platform.os === "osx"
 
     // For windows that have something to do at the end of their completion.
@@ -35,7 +35,7 @@ ApplicationWindow {
     minimumWidth: 800
     minimumHeight: 500
     flags: Qt.Window | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
-    color: "#000000"
+    color: VxTheme.background
     opacity: 0
     font.family: VxTheme.fontFamily
     // The style would else follow the desktop's theme.

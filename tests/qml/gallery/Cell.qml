@@ -5,7 +5,7 @@ Item {
     property string pose: ""
     readonly property Item control: loader.item as Item
     property alias sourceComponent: loader.sourceComponent
-    // Where in the control the mouse comes.
+    // Where in the control the mouse is placed.
     property int anchor: Qt.AlignHCenter
     // Where the control stands, so that a pose has room around it.
     property real inset: 8

@@ -59,7 +59,7 @@ Column {
                         y: 40
                         height: 250
 
-                        // Meters fall by themselves unless they are fed.
+                        // Meters fall by themselves without new levels.
                         Timer {
                             property int tick: 0
 

@@ -1,7 +1,7 @@
 import QtQuick
 import MediaControls
 
-/* The controls that a hand presses, each in its states. */
+/* The controls that are pressed, each in its states. */
 Section {
     title: "Controls"
 

@@ -25,7 +25,7 @@ void settle() {
     runEventLoop(kSettleMs);
 }
 
-// The cells of the document that want to be shown in a pose.
+// The cells of the document that have a pose.
 QList<QQuickItem*> posedCells(QQuickItem* item) {
     QList<QQuickItem*> cells;
     if (!item->property("pose").toString().isEmpty())
@@ -43,7 +43,8 @@ void takePose(QQuickWindow& window, const QQuickItem& cell, const QString& pose)
                                 : QPointF(control->width() / 2, control->height() / 2);
     const QPoint point = control->mapToScene(place).toPoint();
     if (pose == "focus") {
-        control->forceActiveFocus(Qt::TabFocusReason);
+        QQuickItem* reached = control->activeFocusOnTab() ? control : control->nextItemInFocusChain();
+        reached->forceActiveFocus(Qt::TabFocusReason);
         return;
     }
     QTest::mouseMove(&window, point);
@@ -64,10 +65,10 @@ void leavePose(QQuickWindow& window, const QString& pose) {
     window.contentItem()->forceActiveFocus(Qt::OtherFocusReason);
 }
 
-// One picture of the window with each posed cell in its pose, which a real mouse could give to one only.
+// One picture of the window with each cell in its pose. A real mouse could do so for one cell only.
 QImage draw(QQuickWindow& window) {
     settle();
-    // The first frame of a program takes its time.
+    // The first frame of a program is slow.
     settle();
     settle();
     QImage picture = window.grabWindow();

@@ -4,8 +4,8 @@
 #include <QObject>
 #include <QVariant>
 
-// Stands for the device manager in tests of the documents: records what they ask of it, and gives its
-// signals. Lives on the main thread; one for each engine, which owns it.
+// A fake of the device manager for tests of the documents: records their calls and emits its signals. Lives
+// on the main thread; one for each engine, which owns it.
 class FakeHIDHotplugManager : public QObject {
     Q_OBJECT
     // The calls since the last clearCalls(), in order: maps with "name" and, by call, "id" and "bytes" (a
@@ -17,7 +17,7 @@ public:
 
     [[nodiscard]] QVariantList calls() const;
 
-    // What getDeviceInfo() answers.
+    // What getDeviceInfo() returns.
     Q_INVOKABLE void setDeviceInfo(const QVariantMap& info);
     Q_INVOKABLE void clearCalls();
 

@@ -2,13 +2,13 @@
 
 #include <functional>
 
-// What every program over the real documents with fake services does, be it a test, a benchmark or one that
-// takes pictures. Main thread, after the application object.
+// What every program does that runs the real documents with fake services: tests, benchmarks and those that
+// take pictures. Main thread, after the application object.
 
-/// Gives the program its look and registers the fake services and a temporary settings store. Before the
-/// first engine, once in a process.
+/// Sets the program's look and registers the fake services and a temporary settings store. Before the first
+/// engine, once in a process.
 void setUpFakeProgram();
 
-/// Runs the event loop for so many milliseconds; it sleeps between the events, as the program does. Meanwhile
-/// `everyPeriod`, where one is given, runs at the pace of the level reports, at once for the first time.
+/// Runs the event loop for the given milliseconds; it sleeps between events, as the program does. Meanwhile
+/// calls `everyPeriod`, where one is given, as often as level reports come, the first time at once.
 void runEventLoop(int milliseconds, const std::function<void()>& everyPeriod = {});

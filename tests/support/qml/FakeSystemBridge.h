@@ -3,14 +3,14 @@
 #include <QObject>
 #include <QVariant>
 
-// Stands for the bridge to the operating system and the sound engine in tests of the documents: records what
-// they ask of it, and gives its signals. Lives on the main thread; one for each engine, which owns it.
+// A fake of the bridge to the operating system and the sound engine for tests of the documents: records their
+// calls and emits its signals. Lives on the main thread; one for each engine, which owns it.
 class FakeSystemBridge : public QObject {
     Q_OBJECT
     // The calls since the last clearCalls(), in order: maps with "name" and, by call, "configs",
     // "deviceName", "index".
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
-    // What getRunningApplications() answers.
+    // What getRunningApplications() returns.
     Q_PROPERTY(QVariantList applications MEMBER applications NOTIFY applicationsChanged)
 
 public:

@@ -5,8 +5,8 @@
 
 class QQmlEngine;
 
-// Stands for a language whose texts are long: every translatable text becomes pseudo words of the length of
-// its English translation and 40 % more. Main thread; one for each engine.
+// A fake language with long texts: every translatable text becomes pseudo words, 40 % longer than its English
+// translation. Main thread; one for each engine.
 class LongTexts : public QObject {
     Q_OBJECT
 

@@ -12,12 +12,12 @@
 
 namespace {
 
-// All objects of one store in a process share what is read and pending.
+// All QSettings objects of one store in a process share the values read and pending.
 class Store : public QSettings {
 public:
     Store() : QSettings(QCoreApplication::applicationName(), "Settings") {}
 
-    // Changes the file behind the store's back; another size makes the store read it again.
+    // Changes the file directly. Its new size makes the store read it again.
     void put(const QByteArray& content, QIODevice::OpenMode mode) {
         QDir().mkpath(QFileInfo(fileName()).path());
         QFile file(fileName());

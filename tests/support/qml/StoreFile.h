@@ -11,16 +11,15 @@ class StoreFile : public QObject {
 public:
     using QObject::QObject;
 
-    // What a new start of the program finds: every value has gone through the file, and comes back as the
-    // text there.
+    // Reads the file again, as a new start of the program does: every value is then the text of the file.
     Q_INVOKABLE void restart();
-    // Puts lines of "key=value" in the place of everything stored, as damage or another program would.
+    // Replaces everything stored by lines of "key=value", as damage or another program might.
     Q_INVOKABLE void replace(const QStringList& lines);
-    // Puts bytes that need not be a store at all in the place of the file.
+    // Replaces the file by any bytes.
     Q_INVOKABLE void replaceFile(const QByteArray& content);
 };
 
-// Moves the store into a temporary folder, which goes with the process, and registers the real
+// Moves the store into a temporary folder, which is removed with the process, and registers the real
 // SettingsManager as the module VexoDeckSettings, one for each engine, and StoreFile. Before anything is
 // stored, once in a process.
 void registerTemporarySettings();

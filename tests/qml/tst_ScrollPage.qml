@@ -1,0 +1,133 @@
+import QtQuick
+import QtTest
+import MediaControls
+import VexoDeckTest
+
+/* What a scrolling page brings into view, vertically and horizontally. */
+Item {
+    id: root
+
+    width: 300
+    height: 300
+
+    Component {
+        id: pageComponent
+
+        ScrollPage {
+            id: scrollPage
+
+            property bool across: false
+            property int count: 6
+
+            width: 200
+            height: 200
+            contentWidth: across ? 100 * count : width
+            contentHeight: across ? height : 100 * count
+            flickableDirection: across ? Flickable.HorizontalFlick : Flickable.AutoFlickDirection
+            revealRoom: 10
+
+            Repeater {
+                model: scrollPage.count
+
+                VxButton {
+                    required property int index
+
+                    objectName: "button" + index
+                    x: scrollPage.across ? 100 * index : 0
+                    y: scrollPage.across ? 0 : 100 * index
+                    width: 80
+                    height: 80
+                    padding: 0
+                    text: String(index)
+                }
+            }
+        }
+    }
+
+    LoggedTestCase {
+        name: "ScrollPage"
+
+        function create(across, count) {
+            const page = createTemporaryObject(pageComponent, root, {
+                across: across,
+                count: count ?? 6
+            });
+            waitForRendering(page);
+            return page;
+        }
+
+        function scrolled(page) {
+            return page.sideways ? page.contentX : page.contentY;
+        }
+
+        function test_the_focus_scrolls_as_little_as_shows_the_control_with_its_room_data() {
+            return [
+                {
+                    tag: "down",
+                    across: false
+                },
+                {
+                    tag: "sideways",
+                    across: true
+                }
+            ];
+        }
+
+        function test_the_focus_scrolls_as_little_as_shows_the_control_with_its_room(row) {
+            const page = create(row.across);
+            const places = [1, 3, 2, 5, 0].map(index => {
+                findChild(page, "button" + index).forceActiveFocus(Qt.TabFocusReason);
+                return scrolled(page);
+            });
+            compare(places, [0, 190, 190, 390, 0]);
+        }
+
+        function test_the_focus_by_a_pressed_mouse_does_not_scroll() {
+            const page = create(false);
+            const button = findChild(page, "button2");
+            page.contentY = 90;
+            mousePress(button, 40, 40);
+            compare(button.activeFocus, true);
+            mouseMove(button, 40, -60);
+            mouseMove(button, 40, -100);
+            mouseRelease(button, 40, -100);
+            compare(page.contentY, 90);
+        }
+
+        function test_a_focus_elsewhere_does_not_scroll() {
+            const page = create(false);
+            page.contentY = 90;
+            root.forceActiveFocus(Qt.TabFocusReason);
+            compare(page.contentY, 90);
+        }
+
+        function test_the_bar_is_there_where_there_is_something_to_scroll_data() {
+            return [
+                {
+                    tag: "more than fits",
+                    count: 6,
+                    visible: true
+                },
+                {
+                    tag: "what fits",
+                    count: 2,
+                    visible: false
+                }
+            ];
+        }
+
+        function test_the_bar_is_there_where_there_is_something_to_scroll(row) {
+            for (const across of [false, true]) {
+                const bar = findChild(create(across, row.count), "scrollBar");
+                compare(bar.visible, row.visible);
+                compare(bar.orientation, across ? Qt.Horizontal : Qt.Vertical);
+            }
+        }
+
+        function test_the_bar_can_be_taken_away() {
+            const page = create(false);
+            page.scrollBarShown = false;
+            compare(findChild(page, "scrollBar").visible, false);
+        }
+    }
+}
