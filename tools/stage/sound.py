@@ -9,6 +9,7 @@
 Signals are numpy arrays of shape (frames, 2), float, at 48000 Hz.
 """
 
+import os
 import pathlib
 import shutil
 import socket
@@ -19,7 +20,7 @@ import time
 
 import numpy
 
-from stage import wait_until
+from stage import start_bus, wait_until
 
 RATE = 48000
 PIPEWIRE = "pipewire"
@@ -141,8 +142,22 @@ class Recorder:
         self.process.stdout.close()
 
 
+# What a follower runs: each line of its input is a command, one after the other.
+FOLLOW = "import subprocess, sys\nfor line in sys.stdin: subprocess.run(line, shell=True)"
+
+
+def sound_environment(folder):
+    """The environment of a sound server's clients that know no display, and whose home is the folder."""
+    env = dict(os.environ, HOME=str(folder), TMPDIR=str(folder), LANG="C.UTF-8", LC_ALL="C.UTF-8",
+               **{f"XDG_{name.upper()}_HOME": str(folder / name) for name in ("config", "data", "cache", "state")})
+    for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS"):
+        env.pop(name, None)
+    return env
+
+
 class SoundServer:
-    """A sound server of one's own below `folder`. `env` is extended so that every client of it finds it."""
+    """A sound server of one's own below `folder`. `env` is extended so that every client of it finds it. PipeWire's
+    session manager gets a session bus, if there is none."""
 
     def __init__(self, folder, env, kind=PULSEAUDIO, rate=RATE):
         self.folder = pathlib.Path(folder)
@@ -153,6 +168,7 @@ class SoundServer:
         self.clients = []
         self.servers = []
         self.modules = []
+        self.bus = None
         runtime = self.folder / "sound-runtime"
         runtime.mkdir(mode=0o700, exist_ok=True)
         self.env.update(
@@ -176,15 +192,25 @@ class SoundServer:
 
     def __exit__(self, *_):
         for client in self.clients:
+            if client.stdin is not None:
+                # What a follower has started ends before it.
+                subprocess.run(["pkill", "-P", str(client.pid)])
             if client.poll() is None:
                 client.kill()
             client.wait()
+            if client.stdin is not None:
+                client.stdin.close()
         self.stop()
+        if self.bus is not None:
+            self.bus.terminate()
+            self.bus.wait()
 
     # ---- the server's life
 
     def start(self):
         """Starts the server, with the sinks and sources that it had before."""
+        if self.kind == PIPEWIRE and "DBUS_SESSION_BUS_ADDRESS" not in self.env:
+            self.bus = start_bus(self.folder, self.env)
         log = open(self._log_path(), "ab")
         if self.kind == PULSEAUDIO:
             commands = [["pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--disallow-exit=false",
@@ -334,6 +360,18 @@ class SoundServer:
         player.signal_path = path
         wait_until(lambda: self.playback_of(player.pid) or player.poll() is not None, f"{name} to play")
         return player
+
+    def follower(self):
+        """A process that plays nothing until play_in() tells it to."""
+        return self.client([sys.executable, "-c", FOLLOW], stdin=subprocess.PIPE)
+
+    def play_in(self, follower, signal, sink):
+        """Lets a child of a follower play a signal once. The child can be ended; then the next signal is played."""
+        path = self.folder / f"follower-{follower.pid}.raw"
+        path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
+        words = ["pacat", "--raw", "--format=float32le", f"--rate={RATE}", "--channels=2", "--latency-msec=20", f"--device={sink}"]
+        follower.stdin.write(f"exec {' '.join(words)} {path}\n".encode())
+        follower.stdin.flush()
 
     def playback_of(self, pid):
         """The index of the sink input of a process, or None."""
