@@ -8,7 +8,8 @@ import socket
 import subprocess
 import unittest
 
-from scripts import ROOT, ScriptCase, discard, wait_until
+from scripts import ROOT, ScriptCase, discard
+from stage import wait_until
 from system_case import BUILD
 
 DESKTOP = ROOT / "tools" / "stage" / "desktop"
@@ -35,7 +36,7 @@ class Run(ScriptCase):
         return self.called()[-1]
 
     def test_without_a_display_it_makes_a_tour(self):
-        tour = "env python3 tools/stage/tour.py --build build/release --out build/tour"
+        tour = "env python3 tools/pictures/tour.py --build build/release --out build/tour"
         self.assertEqual(self.last_call(), f"{tour} r2 []")
         self.assertEqual(self.last_call("t40"), f"{tour} t40 []")
 
