@@ -6,7 +6,8 @@ import shutil
 import signal
 import unittest
 
-from scripts import ROOT, ScriptCase, wait_until
+from scripts import ROOT, ScriptCase
+from stage import wait_until
 
 
 class Build(ScriptCase):

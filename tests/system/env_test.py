@@ -8,7 +8,8 @@ import shutil
 import subprocess
 import unittest
 
-from scripts import ROOT, ScriptCase, wait_until
+from scripts import ROOT, ScriptCase
+from stage import wait_until
 
 ENV = ROOT / "tools" / "env"
 OLD_QT = "6.4.2"

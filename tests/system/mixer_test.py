@@ -10,9 +10,10 @@ import unittest
 import numpy
 
 from panel import Panel
-from system_case import BUILD, CONNECTED, START_BUTTON, SystemCase, wait_until
-# After the line above, which makes the folder of the stage known: beside this file lies a folder of this name.
-from sound import SoundServer, available, held_level_db, highest_level_db, level_db, tone  # isort: skip
+from screens import SETTINGS_BUTTON, open_main
+from sound import SoundServer, available, held_level_db, highest_level_db, level_db, tone
+from stage import wait_until
+from system_case import BUILD, SystemCase
 
 ADD_BUTTON = "添加应用"
 APPS = "apps"
@@ -66,9 +67,7 @@ class Mixer(SystemCase):
 
     def open_mixer(self):
         program = self.start()
-        self.stage.wait_text(CONNECTED)
-        self.stage.click(START_BUTTON, "button")
-        self.stage.wait_no_text(START_BUTTON, "button")
+        open_main(self.stage)
         self.stage.wait_text("直播")
         return program
 
@@ -261,7 +260,7 @@ class Mixer(SystemCase):
         self.wait_tone(frequency, -200, "the muted monitor mix")
         self.press("只听", DEVICE)
 
-        self.press("设备设置", DEVICE)
+        self.press(SETTINGS_BUTTON, DEVICE)
         panel = Panel(self.stage)
         self.stage.click_control(panel.wait_at_rest(EQUALIZER, "button"))
         panel.wait_window(EQUALIZER)

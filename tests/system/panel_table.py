@@ -7,10 +7,7 @@ bytes, in order), and what the screen then shows (see Panel.wait_shown).
 import math
 from dataclasses import dataclass, field
 
-MICROPHONE_PAGE = "话筒"
-MONITOR_PAGE = "监听"
-LIGHTING_PAGE = "灯光"
-GENERAL_PAGE = "通用"
+from screens import GENERAL_PAGE, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE
 
 SWITCH = "check box"
 TILE = "radio button"

@@ -6,9 +6,11 @@ import unittest
 
 import panel_table as table
 from log_check import TYPED_LOG, warnings_of
-from panel import BACK_BUTTON, Panel
-from panel_table import Click, CloseWindow, Drag
-from system_case import WAITING_TITLE, SystemCase, Stage, BUILD, wait_until
+from panel import Panel
+from panel_table import Click, CloseWindow
+from screens import BACK_BUTTON, WAITING_TITLE
+from stage import Stage, wait_until
+from system_case import BUILD, SystemCase
 
 CONTROL_ROLES = {table.SWITCH, table.TILE, table.SLIDER, table.BUTTON}
 # High enough that the whole page is in view.

@@ -7,7 +7,9 @@ import subprocess
 import unittest
 
 from log_check import TYPED_LOG, warnings_of
-from system_case import BUILD, CLEANUP_BEGIN, CLEANUP_END, CONNECTED, WAITING_TITLE, SystemCase, wait_until
+from screens import CONNECTED, WAITING_TITLE
+from stage import wait_until
+from system_case import BUILD, CLEANUP_BEGIN, CLEANUP_END, SystemCase
 
 ALREADY_RUNNING = "共享内存已存在，直接退出"
 
@@ -179,7 +181,6 @@ class StartUpWithDevice(StartUpCase):
     def test_device_present_at_start_connects_and_logs_its_traffic(self):
         program = self.start()
         self.stage.wait_text(CONNECTED)
-        program.wait_log("HIDDevice 连接成功:")
         lines = self.stage.data_file("hid_data.log").read_text().splitlines()
         self.assertTrue(any("] [TX] 01" in line for line in lines), lines[:3])
         self.assertTrue(any("] [RX] 55" in line for line in lines), lines[:3])
@@ -197,8 +198,8 @@ class StartUpWithDevice(StartUpCase):
         wait_until(lambda: self.stage.emulator("state")["openHandles"] == 0, "the handle closed")
 
     def test_device_connects_before_any_window_shows(self):
-        program = self.program_with_root_document("import QtQml\nQtObject {}\n")
-        program.wait_log("HIDDevice 连接成功:")
+        self.program_with_root_document("import QtQml\nQtObject {}\n")
+        self.stage.emulator("wait ready 60000")
         self.assertEqual(self.stage.windows("Vexo Deck"), [])
 
     def test_clean_up_closes_a_device_that_is_open_still(self):

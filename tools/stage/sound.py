@@ -383,6 +383,18 @@ class SoundServer:
                 return current
         return None
 
+    def playbacks(self):
+        """What plays: the name of each stream, and that of its sink, in order."""
+        sinks = {int(line.split()[0]): line.split()[1] for line in self.pactl("list", "short", "sinks").splitlines()}
+        found, sink = [], None
+        for line in self.pactl("list", "sink-inputs").splitlines():
+            key, _, value = line.strip().partition(" ")
+            if key == "Sink:":
+                sink = sinks.get(int(value))
+            elif key == "media.name":
+                found.append((value.split('"')[1], sink))
+        return sorted(found)
+
     def recorder(self, sink, rate=RATE):
         """Records what a sink plays, from now on."""
         before = self._pactl("list", "short", "source-outputs").stdout

@@ -70,12 +70,13 @@ def cpu_seconds(pid):
 
 
 class Program:
-    """One run of the program. `log` is everything that it has printed so far."""
+    """One run of a program. `log` is everything that it has printed so far."""
 
-    def __init__(self, command, env, log_path):
+    def __init__(self, command, env, log_path, stdin=subprocess.DEVNULL, stdout=None, **words):
+        """Standard output goes to the log, too, unless `stdout` names another place."""
         self.log_path = log_path
         with open(log_path, "wb") as log:
-            self.process = subprocess.Popen(command, env=env, stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
+            self.process = subprocess.Popen(command, env=env, stdin=stdin, stdout=stdout or log, stderr=log, **words)
 
     @property
     def pid(self):
