@@ -22,14 +22,14 @@ from screens import open_drawer, open_main  # noqa: E402
 from stage import Stage  # noqa: E402
 from stall_log import StallLog  # noqa: E402
 
-# All of the drawing is done on the main thread then, where it is measured.
+# Software rendering draws on the main thread, where it is measured.
 SOFTWARE_DRAWING = {"QT_QUICK_BACKEND": "software"}
 TRACE = {"QT_LOGGING_RULES": "qt.scenegraph.time.renderloop.debug=true", "QT_MESSAGE_PATTERN": "%{time boot} %{message}"}
 FRAME_BUDGET_MS = 1000 / 60
 STALL_BUDGET_MS = 50
 # The lines of Qt's two render loops at the end of a frame.
 FRAME = re.compile(r"^ *([0-9.]+) .*?(?:[Ff]rame rendered).*? in (\d+)ms", re.MULTILINE)
-# A pause this long is no frame that came late: nothing had changed.
+# A longer pause is not a late frame: nothing had changed.
 IDLE_MS = 200
 # Attributes that the screens show, one that they do not, and private messages.
 EVERY_KIND = ("mute", "auto_gain_on", "listen_volume", "mic_listen_ratio", "anti_noise", "ai_jianzao", "other_light_off",

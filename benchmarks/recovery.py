@@ -87,7 +87,7 @@ class Measurement:
         for server in self.sound.servers:
             server.send_signal(signal.SIGSTOP)
         time.sleep(1.0)
-        # What the pipe still held.
+        # Drops what the pipe still held.
         recorder.take(recorder.frames() / recorder.rate)
         resumed = time.monotonic()
         for server in self.sound.servers:

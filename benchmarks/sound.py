@@ -32,12 +32,10 @@ LATENCY_BUDGET_MS = 60
 CALLBACK_BUDGET = 0.20
 LEAST_STRETCHES = 15  # of 20, in which the copy has to be found
 PROCESSOR_BUDGET = 1.5
-CROWD_BUDGET = 1.5
+CROWD_BUDGET_PERCENT = 100
 REPORT_MS = 50
 REPORT_BUDGET_MS = 56
-# Beyond the dropouts of the plain chains: as often as chance makes of one rate, or half as often again.
-DROPOUT_BUDGET = 1.5
-# PipeWire's Pulse server takes 64 clients in all, and there each capture is one of them.
+# PipeWire's Pulse server takes 64 clients in all; each capture is one of them.
 CROWD = {PULSEAUDIO: 50, PIPEWIRE: 8}
 # The applications: an amplitude, and frequencies with whole periods of all of them in 10 ms.
 AMPLITUDE = 0.05
@@ -178,7 +176,7 @@ class DropoutCounter:
         blocks = self.recorder.take(seconds)[:, 0].reshape(-1, self.BLOCK_FRAMES)
         broken = (numpy.abs(numpy.abs(blocks @ self.tones) - AMPLITUDE) > AMPLITUDE / 10).any(axis=1)
         begins = broken & ~numpy.concatenate([[self.broken], broken[:-1]])
-        # What is broken from its first block to its last is no less a dropout than its beginning.
+        # A stretch that is broken throughout counts as a dropout, too.
         self.dropouts += int(begins.sum()) or int(broken.all())
         self.broken = broken[-1]
         self.began = self.began or not broken.all()
@@ -187,7 +185,7 @@ class DropoutCounter:
 
 def measure_dropouts(build, sound, folder, seconds):
     """Dropouts through the engine, and through plain chains that run at the same time."""
-    # With so much in hand that what drops out does so behind the applications.
+    # With so much latency the applications themselves do not drop out.
     players = [sound.play(tone(frequency, 10, AMPLITUDE), "apps", f"steady{frequency}", latency_ms=500)
                for frequency in FREQUENCIES]
     chains = []
@@ -209,6 +207,12 @@ def measure_dropouts(build, sound, folder, seconds):
     return [counter.dropouts for counter in counters]
 
 
+def most_dropouts(theirs):
+    """How often the engine may drop out beside so many dropouts of the plain chains: as chance makes of one rate, or half
+    as often again. The machine does not stop both in the same places."""
+    return theirs + max(2 * (2 * theirs) ** 0.5, theirs / 2)
+
+
 def measure_crowd(build, sound, folder, seconds, kind):
     """Percent of a core with many applications, and that of as many plain recorders."""
     path = folder / "quiet.raw"
@@ -217,7 +221,7 @@ def measure_crowd(build, sound, folder, seconds, kind):
     players = []
     for number in range(CROWD[kind]):
         players.append(sound.client(["pacat", *FORMAT.split(), "--device=apps", path]))
-        # PulseAudio refuses whoever comes while 5 others wait to be let in.
+        # PulseAudio refuses a client while 5 others are connecting.
         wait_until(lambda number=number: sound.playback_of(players[number].pid), f"{number + 1} programs to play")
     bridge = new_bridge(build, sound, folder, "crowd")
     bridge.route(*[source(player.pid) for player in players])
@@ -257,10 +261,10 @@ def main():
         Row("callback p99.9, of its period", callback["p999_share"], None, CALLBACK_BUDGET,
             f"{callback['p999_us']:.0f} us, median {callback['median_us']:.0f} us, {callback['calls']} calls"),
         Row("between reports of levels, ms", period, None, REPORT_BUDGET_MS, f"{REPORT_MS} are meant"),
-        # Below ten of the neighbour's one more or less is chance.
-        Row(f"dropouts in {seconds} s", ours, max(theirs, 10), DROPOUT_BUDGET, f"{theirs} through plain chains"),
+        Row(f"dropouts in {seconds} s", ours, None, most_dropouts(theirs), f"{theirs} through plain chains"),
         Row("processor, % of a core", engine, chains, PROCESSOR_BUDGET, "beside plain chains"),
-        Row(f"{CROWD[arguments.server]} captures, % of a core", crowd, recorders, CROWD_BUDGET, "beside plain recorders"),
+        Row(f"{CROWD[arguments.server]} captures, % of a core", crowd, None, CROWD_BUDGET_PERCENT,
+            f"{crowd / recorders:.2f} times plain recorders, which mix and play nothing"),
     ])
 
 

@@ -46,7 +46,7 @@ class AutoGain(SystemCase):
         self.stage.emulator("clear")
         self.stage.emulator("set auto_gain 1")
         self.wait_window()
-        # The program asks for it, too, and so the device starts once more.
+        # The window asks for the measurement too, so the device starts it once more.
         self.stage.emulator("wait attribute auto_gain")
         self.assertEqual(self.writes(), ["01"])
         self.wait_moving_meter()
@@ -64,7 +64,7 @@ class AutoGain(SystemCase):
         self.stage.emulator("set auto_gain 1")
         self.wait_window()
         self.wait_no_window()
-        # Nothing was stopped, and the gain is what the strip of the device has now.
+        # The program did not stop the measurement, and the device's strip shows the gain.
         self.assertEqual(self.writes(), ["01"])
         wait_until(lambda: self.stage.find("Mixdesk R2", "slider")["description"] == "73%", "the gain on the strip")
 

@@ -32,7 +32,7 @@ class MainLayout(SystemCase):
         self.assertEqual([tab["name"] for tab in self.shown_tabs()], self.tabs)
         self.assertEqual(self.selected_tabs(), self.tabs[:1])
         self.stage.steady_screenshot(self.stage.folder / "drawer.png")
-        # To the last, so that the next drawer has something to begin anew.
+        # Ends on the last page, so that the next drawer has to return to the first.
         for tab in self.tabs:
             self.stage.click(tab, "page tab")
             wait_until(lambda wanted=tab: self.selected_tabs() == [wanted], f"the page {tab}")

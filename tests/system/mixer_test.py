@@ -24,7 +24,7 @@ AMPLITUDE = 0.25
 LEVEL_DB = 20 * math.log10(AMPLITUDE)
 GONE_DB = LEVEL_DB - 60
 DEFAULT_VOLUME = 0.3
-# What the engine's meters make of a tone of this amplitude: 1.5 times (0.7 of its root mean square and 0.3 of its peak).
+# The meters show 1.5 times (0.7 of a tone's root mean square and 0.3 of its peak).
 SHOWN_LEVEL = 1.5 * (0.7 / math.sqrt(2) + 0.3) * AMPLITUDE
 EQUALIZER = "均衡器"
 HIGHEST_GAIN_DB = 6
@@ -183,7 +183,7 @@ class Mixer(SystemCase):
         self.stage.steady_screenshot(BUILD / "mixer-empty.png")
         self.add("music")
         self.add("game")
-        # A fresh strip is heard from the first touch of any control on.
+        # A new strip is heard once the user has touched any control.
         untouched = self.speakers.next(1.0)
         for name, frequency in TONES.items():
             self.assertLess(highest_level_db(untouched, frequency), GONE_DB, f"{name}, which nobody has touched")
@@ -203,7 +203,7 @@ class Mixer(SystemCase):
         self.press("监听静音", "game")
         self.wait_gone("game")
         self.press("只听", "game")
-        # Solo goes before mutes, and the volume holds there too.
+        # Solo overrides mutes; the volume still applies.
         self.wait_volume("game", DEFAULT_VOLUME)
         self.wait_gone("music")
         self.check_live_mix()
@@ -211,7 +211,7 @@ class Mixer(SystemCase):
         self.press("只听", "game")
         self.press("删除", "game")
         self.stage.wait_no_text("game", "slider")
-        # Solo is the monitor output's again.
+        # Solo plays the monitor mix again.
         self.wait_volume("music", self.volume("music"))
         self.wait_gone("game")
 
@@ -238,7 +238,7 @@ class Mixer(SystemCase):
             live = self.volume("直播")
             self.assertAlmostEqual(live, share, delta=0.02)
             self.wait_live("music", music, live)
-            # Its mute on the monitor mix is no matter of this one.
+            # Its mute on the monitor mix has no effect here.
             self.wait_live("game", DEFAULT_VOLUME, live)
         self.press("直播静音", "music")
         self.wait_gone("music")
@@ -248,12 +248,12 @@ class Mixer(SystemCase):
         frequency = 1000
         microphone = self.sound.add_virtual_microphone("tone", str(frequency))
         self.addCleanup(microphone.stdout.close)
-        # The server takes a recorder that was there before along to the new source.
+        # The server moves an existing recorder to the new source.
         self.speakers.stop()
         self.speakers = self.sound.recorder(SPEAKERS)
         self.open_mixer()
         self.press("只听", DEVICE)
-        # The engine leaves the device at gain 1: its fader steers the hardware.
+        # The engine plays the device at gain 1; its fader sets the gain of the hardware.
         self.wait_filter(frequency, 0)
         self.press("只听", "监听")
         self.press("监听静音", "监听")

@@ -3,7 +3,7 @@
 from screens import BACK_BUTTON, CLOSE_BUTTON, open_drawer, open_main
 from stage import wait_until
 
-# The room on both sides of a slider's track that the handle's half takes.
+# Half of a slider's handle: the margin at both ends of its track.
 HANDLE_HALF = 7
 
 

@@ -15,7 +15,7 @@ REPORTS = 6000
 # Attributes that the screens show, one that they do not, and private messages.
 EVERY_KIND = ("mute", "auto_gain_on", "listen_volume", "mic_listen_ratio", "anti_noise", "ai_jianzao", "other_light_off",
               "0x8002", "0x8003")
-# In the log of what comes from the device: a notification of message 34. An answer of this number is one to a subscription.
+# A notification of message 34 in the log of received reports. (An answer with this number belongs to a subscription.)
 ATTRIBUTE_MESSAGE = re.compile(r"\[RX\] 5512[0-9A-F]{24}2200")
 
 
@@ -28,14 +28,14 @@ class Disturbed(SystemCase):
         self.program = self.start(environment=TYPED_LOG)
 
     def tearDown(self):
-        # Before the stage goes. A test that failed may have left the mouse pressed.
+        # A failed test may have left the mouse pressed. The program quits before the stage ends.
         self.stage.xdotool("mouseup", 1)
         if self.program.process.poll() is None:
             self.assertEqual(self.quit(self.program), 0)
         self.assertEqual(warnings_of(self.program.log), [])
 
     def wait_followed(self, attribute, value, role, name, shown):
-        """The device turns a knob until the screen follows: what it says next may still be lost."""
+        """Turns a knob of the device until the screen follows: the link may still lose reports after a storm."""
 
         def follows():
             self.panel.turn(attribute, value)
@@ -56,7 +56,7 @@ class Storm(Disturbed):
         slider = self.panel.press_slider("增益")
         self.drag_through_a_storm(slider)
 
-        # The hand lets go: 500 ms later the device's reports count again.
+        # 500 ms after the release the device's reports count again.
         self.panel.release()
         self.stage.emulator("wait storm 20000")
         self.check_that_no_report_went_in_silence()
@@ -81,8 +81,8 @@ class Storm(Disturbed):
         self.assertEqual({write["attribute"] for write in written}, {"mic_gain"})
 
     def told(self):
-        """Attribute messages that came to the program, those that reached the screens, and those of which the link has
-        told that it dropped them: it takes one frame a tick, and what its queue has no room for is lost."""
+        """How many attribute messages came to the program, how many reached the screens, and how many the link dropped
+        with a line in the log. The link takes one frame a tick and drops what its queue has no room for."""
         log = self.program.log
         came = len(ATTRIBUTE_MESSAGE.findall(self.stage.data_file("hid_data.log").read_text()))
         return came, log.count("收到麦克风增益消息:"), log.count("错误回调 id: 8 msgid: 34")
@@ -96,7 +96,7 @@ class Storm(Disturbed):
         except AssertionError:
             self.fail(f"came, reached the screens, dropped and told: {since()}")
         came, received, dropped = since()
-        # The wire itself holds 64 reports and no more while the program does not read.
+        # While the program does not read, the wire holds 64 reports and loses the rest.
         self.assertGreater(came, REPORTS / 3)
         self.assertLessEqual(came, REPORTS)
         self.assertGreater(received, 50)
@@ -127,7 +127,7 @@ class BadValues(Disturbed):
         self.panel.open()
         self.panel.turn("mic_gain", 200)
         self.panel.wait_shown({(table.SLIDER, "增益"): 18, ("description of", "增益"): "100%"})
-        # 7 is no strength: the noise reduction is on, and no strength is selected.
+        # 7 is not a valid strength: the noise reduction is on, but no strength is selected.
         self.panel.turn("ai_jianzao", 7)
         self.panel.wait_shown({(table.SWITCH, "AI降噪"): True, (table.TILE, "弱降噪"): False, (table.TILE, "强降噪"): False})
         self.panel.turn("mute", 2)
@@ -145,7 +145,7 @@ class BadValues(Disturbed):
         for payload in ("", "5", "1", "24", "200 1", "20 1", "255 255 255", "8 1", "25 200", "hex:" + "FF" * 190):
             self.stage.emulator(f"send-attribute-notification {payload}")
         self.stage.emulator("send-frame 3 34 5 9")
-        # What comes after it is there.
+        # A later report shows that these have been read.
         self.wait_followed("auto_gain_on", 1, table.SWITCH, "自动增益", True)
         self.panel.wait_shown({(table.SLIDER, "增益"): 4, (table.SWITCH, "静音"): True})
 
@@ -170,7 +170,7 @@ class HalfOfItsInformation(Disturbed):
         self.panel.click(table.SWITCH, "静音")
         self.stage.emulator("wait attribute mute 3000")
         self.assertEqual(self.panel.writes(), [("mute", "01")])
-        # The reads at the connection wait for the whole of its information.
+        # The program reads the attributes only once it knows name, serial number and version.
         self.assertNotIn("设备连接成功 ===", self.program.log)
 
 

@@ -6,7 +6,7 @@ from stage import wait_until
 from system_case import LONG, SystemCase
 
 WARM_UP = 5
-# However many cycles: what the script engine takes before it collects.
+# What the script engine takes before it collects garbage, whatever the number of cycles.
 MEMORY_GROWTH_KIB = 4096
 
 
@@ -16,7 +16,7 @@ class Replugged(SystemCase):
         cycles = 500 if LONG else 30
         before = None
         for cycle in range(cycles):
-            # Another link address each time: a device that the program still knows is not asked for its name again.
+            # A new link address each time: the program does not ask a device that it still knows for its name again.
             self.stage.emulator(f"identity address 2 3 {0x1001 + cycle}")
             self.stage.emulator("plug")
             self.stage.emulator("wait ready 20000")

@@ -52,7 +52,7 @@ class ScriptCase(unittest.TestCase):
                               stdin=subprocess.DEVNULL, timeout=limit, **words)
 
     def start_script(self, *command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, **words):
-        # A shell that starts the tests in the background lets them ignore interrupts.
+        # If a shell started the tests in the background, they ignore SIGINT.
         process = subprocess.Popen([str(word) for word in command], env=self.env, text=True, stdin=stdin, stdout=stdout,
                                    stderr=subprocess.STDOUT, start_new_session=True,
                                    preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL), **words)

@@ -87,7 +87,7 @@ class MixdeskR2(Welcome):
         program = self.start()
         self.stage.emulator("fault wrong-source 1 to-host")
         self.stage.emulator("plug")
-        # Such an answer does not end its request: all four sends go out.
+        # Such an answer does not complete its request, so all four sends go out.
         self.check_four_sends(23)
         self.stage.emulator("faults off")
         self.stage.emulator("unplug")
@@ -121,7 +121,7 @@ class MixdeskR2(Welcome):
         self.assertIsNone(program.process.poll())
 
     def test_idle_program_says_hello_often_enough_for_the_patience_of_a_device(self):
-        # Most of the time the link rests, and makes up for it. A device waits for three of its hello intervals.
+        # The link rests most of the time and catches up afterwards. A device waits for three of its hello intervals.
         self.start()
         self.stage.emulator("identity patience 3")
         self.stage.emulator("plug")
@@ -132,7 +132,7 @@ class MixdeskR2(Welcome):
         times = [frame["timeMs"] for frame in self.stage.emulator("dump 0")["frames"]]
         gaps = sorted(later - sooner for sooner, later in zip(times, times[1:]))
         print(f"milliseconds between hellos: {gaps}")
-        # The middle one: other programs may hold this one up for a while.
+        # The median: a busy machine may delay a single hello.
         self.assertLess(gaps[len(gaps) // 2], 2000)
         wait_until(lambda: self.stage.emulator("set mic_gain 20")["notified"] == 1, "a notification to the program")
 

@@ -54,7 +54,7 @@ class Wine(ScriptCase):
         self.assertEqual(len(list(self.cache.glob("*/*"))), 1)
 
     def test_inside_the_private_root_nothing_is_removed(self):
-        # There only this checkout can be seen.
+        # Other checkouts cannot be seen there.
         two = self.checkout("two")
         self.prefix_of(two)
         shutil.rmtree(self.folder / "two")

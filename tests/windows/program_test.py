@@ -61,22 +61,22 @@ class Program(StageCase):
         self.stage.emulator("wait attribute mic_gain 20000")
         wait_until(lambda: self.stage.emulator("get mic_gain")["bytes"] != before, "another gain in the device")
         step = int(self.stage.emulator("get mic_gain")["bytes"], 16)
-        # Three quarters of 1 to 30.
+        # The click was at three quarters of 1 to 30.
         self.assertGreater(step, 18)
         self.assertLess(step, 27)
 
         self.stage.xdotool("key", "Escape")
-        # Without the mixer the program waits for it, and takes it when it is back.
+        # The program waits for an unplugged mixer and uses it again once it is back.
         self.stage.emulator("unplug")
         self.stage.wait_text(WAITING_TITLE)
         self.stage.emulator("clear")
         self.stage.emulator("plug")
         self.stage.wait_screen(CONNECTED, ("VEXO Mixdesk R2", "label"))
-        # It asks for the attributes again; for the name and the rest only after the link's peer has timed out.
+        # It asks for the attributes again. It asks for name, serial number and version only after the link's peer timed out.
         self.stage.emulator(f"wait message {READ_ATTRIBUTE} 20000")
         self.close(program)
         self.assertEqual(self.stage.emulator("wait closed 10000")["ok"], True)
-        # The registry keeps text under the product's own name.
+        # The registry keeps text under the product's name.
         self.assertEqual(self.stage.stored().get("auto_gain"), hex(step), self.stage.stored())
 
     def test_a_second_start_ends_with_1_and_leaves_the_first_alone(self):
@@ -86,7 +86,7 @@ class Program(StageCase):
         self.assertIn("共享内存已存在，直接退出", again.log)
         self.assertEqual(len(self.stage.windows("Vexo Deck")), 1)
         self.assertIsNone(first.process.poll())
-        # A killed program leaves nothing behind that would stop the next.
+        # A killed program does not stop the next start.
         self.stage.wine("taskkill", "/f", "/im", "VexoDeck.exe")
         first.wait_exit()
         third = self.start()

@@ -193,7 +193,7 @@ class SoundServer:
     def __exit__(self, *_):
         for client in self.clients:
             if client.stdin is not None:
-                # What a follower has started ends before it.
+                # The children of a follower end before it.
                 subprocess.run(["pkill", "-P", str(client.pid)])
             if client.poll() is None:
                 client.kill()
@@ -223,7 +223,7 @@ class SoundServer:
             self.servers.append(subprocess.Popen(command, env=self.server_env(), stdout=log, stderr=log,
                                                  stdin=subprocess.DEVNULL))
             if command == ["pipewire"]:
-                # The others end at once where they find nobody to connect to.
+                # The others end at once if they cannot connect to it.
                 wait_until(lambda: self._takes_connections("pipewire-0"), "pipewire's socket")
         log.close()
         wait_until(lambda: self._pactl("info").returncode == 0, f"{self.kind} to answer")
@@ -293,7 +293,7 @@ class SoundServer:
             said += " " + BUILT_IN
         if properties:
             said += " " + properties
-        # Left to itself a null sink of PulseAudio plays blocks of 2 s: what begins is heard 2 s later.
+        # By default a null sink of PulseAudio plays blocks of 2 s, and a new stream is heard 2 s later.
         short_blocks = ["norewinds=1"] if self.kind == PULSEAUDIO else []
         return ("module-null-sink", f"sink_name={name}", f"rate={rate or self.rate}", "channels=2", *short_blocks,
                 f'sink_properties="{said}"')
@@ -347,8 +347,8 @@ class SoundServer:
         return process
 
     def play(self, signal, sink, name="player", rate=RATE, loop=True, latency_ms=20):
-        """Plays a signal into a sink with paplay's sibling, over and over; the process. Its file, `signal_path`, can be
-        replaced by another signal, which then comes next."""
+        """Plays a signal into a sink with pacat, again and again; returns the process. Its file, `signal_path`, can be
+        replaced by another signal, which is played next."""
         path = self.folder / f"signal-{len(self.clients)}.raw"
         path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
         repeat = f'while cat "{path}"; do :; done' if loop else f'cat "{path}"'

@@ -26,11 +26,10 @@ import time
 # Hello intervals of about a second.
 PATIENCE = 60
 
-# Seconds within which what is waited for comes, unless a wait says otherwise. They pass only if something has failed, or
-# on a very busy machine.
+# How many seconds a wait lasts at most, unless it says otherwise. They pass only if something has failed.
 LIMIT = 60.0
-# Between two looks at a condition wait_until() pauses for as long as a look takes, within these bounds: half of the
-# processor's time stays with the program.
+# wait_until() pauses as long as it takes to evaluate the condition, within these bounds, in seconds: so the program gets
+# at least half of the processor's time.
 SHORTEST_PAUSE, LONGEST_PAUSE = 0.02, 0.25
 
 
@@ -133,7 +132,7 @@ class Stage:
         self.models = list(models)
         self.plugged = plugged
         self.size = size
-        # How many points of the display make a unit of the program's (QT_SCALE_FACTOR): controls() speaks in units.
+        # Points of the display in one unit of the program (QT_SCALE_FACTOR). controls() gives units.
         self.scale = 1
         self.seed = seed
         self.environment = environment or {}
@@ -219,8 +218,8 @@ class Stage:
         self.control.settimeout(60)
         self.control.connect(self.env["VEXO_EMULATOR_SOCKET"])
         self.answers = self.control.makefile("r", encoding="utf-8")
-        # The program counts its time in ticks: on a busy machine its hellos come late, and a device that has given
-        # the program up reports nothing any more.
+        # On a busy machine the program's hellos come late, and a device that has forgotten the program reports nothing
+        # any more.
         for entry in self.emulator("devices")["devices"]:
             self.emulator(f"on {entry['device']} identity patience {PATIENCE}")
 
@@ -378,7 +377,7 @@ class Stage:
                                   capture_output=True, text=True)
 
         result = search()
-        # A window that goes in the middle of it ends the search with an error; finding nothing is none.
+        # A window that closes during the search ends it with an error. Finding nothing is not an error.
         for _ in range(5):
             if not result.stderr:
                 break

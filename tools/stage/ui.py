@@ -78,7 +78,7 @@ def connect():
 
 
 class Node:
-    # What a control is does not change as long as it lives, and none gets the reference of another.
+    # A control's role does not change, and no control reuses the reference of another.
     known = {}
 
     def __init__(self, reference):
@@ -114,7 +114,7 @@ class Node:
             yield HIGHEST, lambda answer: bounds.__setitem__(1, answer)
 
     def is_of_interest(self, depth):
-        # The programs themselves have no states of these.
+        # The programs themselves have none of these states.
         return depth <= 1 or "visible" in self.control["states"]
 
 
@@ -152,7 +152,7 @@ def controls_below(node):
 def main():
     bus = connect()
     for _ in sys.stdin:
-        # The first level are the programs, which are no controls.
+        # The first level holds the programs, which are not controls.
         controls = [control for program in read(bus).children for control in controls_below(program)]
         print(json.dumps(controls), flush=True)
 

@@ -95,8 +95,8 @@ class WindowsStage(Stage):
         return result.stdout.decode("utf-8", errors="replace")
 
     def start_program(self, environment=None):
-        # Without a console Qt's lines would go to the debugger. Wine hands variables of Qt's on with these letters
-        # before their names alone.
+        # Without a console Qt would send its log to the debugger. Wine passes Qt's variables on only under names with
+        # the prefix WINE.
         env = dict(self.env, VEXO_EMULATOR_SOCKET=self.emulator_ready["tcp"], WINEQT_FORCE_STDERR_LOGGING="1",
                    **(environment or {}))
         program = Program([str(WINE), "--alone", str(self.program_folder / "VexoDeck.exe")], env,

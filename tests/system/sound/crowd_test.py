@@ -22,7 +22,7 @@ class Crowd(SoundCase):
             quiet.truncate(600 * 48000 * 8)  # 10 minutes of silence
         for number in range(49):
             if number % 4 == 0:
-                # PulseAudio refuses whoever comes while 5 others wait to be let in.
+                # PulseAudio refuses a client while 5 others are connecting.
                 wait_until(lambda: len(self.sound.pactl("list", "short", "sink-inputs").splitlines()) > len(players),
                            f"{len(players) + 1} programs to play")
             players.append(self.sound.client(["pacat", "--raw", "--format=float32le", "--rate=48000", "--channels=2",
@@ -35,7 +35,7 @@ class Crowd(SoundCase):
 
         wait_until(lambda: listed() >= wanted, "every playing program in the list")
         self.assertEqual(listed(), wanted)
-        # PipeWire's Pulse server takes 64 clients in all, and there each capture is one of them.
+        # PipeWire's Pulse server takes 64 clients in all; each capture is one of them.
         others = sorted(int(pid) for pid in wanted if int(pid) != heard_player.pid)
         routed = [heard_player.pid, *(others[:7] if self.kind == PIPEWIRE else others)]
         speakers = self.sound.recorder(SPEAKERS)
@@ -43,7 +43,7 @@ class Crowd(SoundCase):
         bridge.route(*map(source, routed))
         wait_until(lambda: self.sound.pactl("list", "source-outputs").count('media.name = "Vexo Deck capture"') == len(routed),
                    f"{len(routed)} captures")
-        # At this load of the server the player itself has dropouts: one piece of 20 ms between them is enough.
+        # Under this load the player itself has dropouts. A piece of 20 ms between two of them is enough.
         self.wait_heard(speakers, lambda heard: abs(highest_level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
         self.assertEqual(bridge.end(), 0)
 

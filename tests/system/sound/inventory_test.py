@@ -9,7 +9,7 @@ from sound import tone
 from sound_case import APPS, SoundCase, main
 from stage import wait_until
 
-# A program whose stream waits, as that of a paused player does.
+# A program whose stream is corked, as that of a paused player.
 PAUSED = """
 import ctypes, sys
 pulse = ctypes.CDLL("libpulse.so.0")

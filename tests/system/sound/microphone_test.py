@@ -105,7 +105,7 @@ class Microphones(SoundCase):
         self.speak(2000, "late")
         self.wait_heard(self.speakers, lambda heard: all(abs(level_db(heard, frequency) - LEVEL_DB) < 0.1 for frequency in (500, 2000)),
                         "both microphones", seconds=0.5)
-        # Nothing is missing any more: who comes now interrupts nobody.
+        # No input is missing any more, so another device interrupts nothing.
         initialised = self.bridge.log.count(REINITIALISED)
         self.sound.add_microphone("unwanted", "Unwanted Microphone")
         wait_until(lambda: any(device["name"] == "Unwanted Microphone" for device in self.bridge.call("GetDeviceList", 1)), "one more microphone")
@@ -175,7 +175,7 @@ class Microphones(SoundCase):
         self.assertNotIn("ALSA lib ", bridge.log)
 
     def test_jack_is_not_asked_for_its_devices(self):
-        # Its library would wait for ever where a killed program left its lock in the database of all programs.
+        # A killed program may leave a lock in JACK's database, which all programs share. Its library then waits for ever.
         bridge = self.start_bridge(LD_DEBUG="bindings", LD_DEBUG_OUTPUT=str(self.folder / "bindings"))
         wait_until(lambda: "Audio routing service started" in bridge.log, "the service")
         bindings = (self.folder / f"bindings.{bridge.pid}").read_text(errors="replace")

@@ -17,11 +17,10 @@ TONE = 1000
 OTHER_TONE = 3000
 AMPLITUDE = 0.25
 LEVEL_DB = 20 * numpy.log10(AMPLITUDE)
-# What counts as not there.
+# A tone below this level counts as gone.
 GONE_DB = LEVEL_DB - 60
 
-# A program that plays two tones in two streams of one process: pacat's library through ctypes would be another
-# program's code; two threads of the simple interface are what a browser does.
+# A program that plays two tones in two streams of one process, as a browser does.
 TWO_STREAMS = """
 import array, ctypes, math, sys, threading
 pulse = ctypes.CDLL("libpulse-simple.so.0")
@@ -46,7 +45,7 @@ for frequency in (1000, 3000):
     threading.Thread(target=play, args=(frequency,)).start()
 """
 
-# A program that leaves the playing to a child.
+# A program whose child process plays.
 FORKING = """
 import subprocess, sys
 subprocess.run(["pacat", "--playback", "--raw", "--format=float32le", "--rate=48000", "--channels=2",
@@ -146,7 +145,7 @@ class Routing(SoundCase):
             return len(reports) >= 40
 
         wait_until(forty, "40 reports")
-        # The reports are 50 ms apart. A machine that is busy with other things adds to that, and takes nothing away.
+        # The reports are 50 ms apart; on a busy machine a little more.
         period = numpy.median(numpy.diff([report["ms"] for report in reports]))
         self.assertGreater(period, 45)
         self.assertLess(period, 75)
@@ -207,7 +206,7 @@ class Routing(SoundCase):
         self.bridge.route(source(player.pid))
         self.wait_tone(TONE)
         self.sound.pactl("move-sink-input", self.sound.playback_of(player.pid), "elsewhere")
-        # Nothing of it can be left from before the move.
+        # This tone cannot be left over from before the move.
         next_signal = player.signal_path.with_suffix(".next")
         next_signal.write_bytes(tone(OTHER_TONE, 0.2, AMPLITUDE).tobytes())
         next_signal.replace(player.signal_path)
@@ -271,7 +270,7 @@ class Routing(SoundCase):
         self.wait_tone(TONE)
         self.speakers.stop()
         self.sound.stop(kill=True)
-        # Its record is in force before it plays.
+        # The bridge gets its record before it plays.
         follower = self.sound.follower()
         self.bridge.route(source(follower.pid))
         self.sound.start()
@@ -370,7 +369,7 @@ class Endpoints(SoundCase):
 
     def test_buses_refuse_microphones_and_real_outputs(self):
         self.assertTrue(self.bridge.start_router(bus1="Desk Microphone", bus2="Speakers"))
-        # A microphone is found, since virtual ones may take sound, and does not open: the server's take none.
+        # The microphone is found, since some virtual ones take sound. The server's take none, so it does not open.
         self.assertIn("[BusForwarder] Found virtual input device (microphone): Desk Microphone", self.bridge.log)
         self.assertIn("[ERROR] Input2 device not found: Speakers", self.bridge.log)
         wait_until(lambda: self.sound.playbacks() == [("Solo", SPEAKERS)], "Solo alone")

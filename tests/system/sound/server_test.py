@@ -24,7 +24,7 @@ ONE_OF_EIGHT = 0.05
 EIGHT_TONES = [300 + 200 * at for at in range(8)]
 
 
-# How long the client library waits for the answer of a server.
+# How long the client library waits for an answer of the server.
 CLIENT_LIBRARY_SECONDS = 30
 
 
@@ -53,13 +53,13 @@ class WithoutServer(SoundCase):
         self.assertEqual(bridge.end(), 0)
 
     def test_server_that_does_not_answer_holds_nothing_up(self):
-        # A socket that takes connections and never says a word. The client library gives it up after 30 s.
+        # A socket that takes connections and never answers. The client library gives up after 30 s.
         self.listen_in_place_of_the_server()
         started = time.monotonic()
         bridge = self.start_bridge()
         bridge.route(source(4711))
         self.assertLess(time.monotonic() - started, CLIENT_LIBRARY_SECONDS / 2)
-        # The bridge's own destruction; PortAudio's worker waits for the silent server in the system's library.
+        # Its destructor would wait: PortAudio's worker waits for the silent server in the system's library.
         bridge.kill()
 
     def test_server_that_comes_later_is_used_for_applications_and_microphones(self):
@@ -89,7 +89,7 @@ class WithoutServer(SoundCase):
         player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
         bridge.route(source(player.pid))
         self.wait_for_tones(TONE)
-        # One start without and one with the output; none for the sinks that are no outputs of ours.
+        # One start without the output and one with it. Sinks that the bridge does not play to cause no start.
         self.assertEqual(bridge.log.count("AudioRouterAPI initialized successfully"), 2)
 
     def wait_for_tones(self, *frequencies):
@@ -104,7 +104,7 @@ class WithoutServer(SoundCase):
         began = time.monotonic()
         for _ in range(4):
             refusing.accept()[0].close()
-        # The first of the four may have waited already.
+        # The first of the four attempts may have waited in the queue.
         self.assertGreater(time.monotonic() - began, 1.0)
         self.assertIsNone(bridge.process.poll())
 
@@ -150,9 +150,8 @@ class Endurance(SoundCase):
         files, threads, resident = settled
         wait_until(lambda: bridge.open_files() <= files, "no more open files than before")
         self.assertEqual(threads_of(bridge.pid), threads)
-        # The client library's pools fill up over the first hundreds of streams; a leak goes on and on.
+        # The client library's pools grow during the first hundreds of streams. A leak does not stop growing.
         self.assertLess(bridge.resident_kib(), resident + 4096)
-        # And it still works.
         speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(speakers.stop)
         bridge.route(source(player.pid))
@@ -175,7 +174,7 @@ class Endurance(SoundCase):
         self.assertLessEqual(max(lines.values()), seconds + 1, lines)
 
     def test_process_of_another_user_is_captured_and_listed_without_a_path(self):
-        # The sound belongs to the server, whoever plays it.
+        # The server gives the sound of all users.
         host = BUILD / "tests" / "system" / "vexo_bridge_host"
         if os.geteuid() != 0 or subprocess.run(["test", "-x", host], user=65533).returncode != 0:
             self.skipTest("takes root's right to be others, and a build folder that others may enter")

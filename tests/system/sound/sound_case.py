@@ -15,13 +15,13 @@ ROOT = pathlib.Path(__file__).resolve().parents[3]
 BUILD = pathlib.Path(os.environ["VEXO_BUILD"])
 LONG = "VEXO_LONG" in os.environ
 
-# Where applications play, and where the bridge does.
+# The sink of the applications, and that of the bridge.
 APPS = "apps"
 SPEAKERS = "spk"
 
 
 class SoundCase(unittest.TestCase):
-    # The server that main() was told.
+    # main() sets it.
     kind = PULSEAUDIO
 
     @classmethod

@@ -59,7 +59,7 @@ class WaveFiles(unittest.TestCase):
         for length in (4, 12, 30):
             self.path.write_bytes(whole[:length])
             self.assertRaisesRegex(ValueError, "cannot be read", signal_of, f"file {self.path}")
-        # The format of numbers with a point.
+        # The format code of floating-point samples.
         self.path.write_bytes(whole[:20] + b"\3\0" + whole[22:])
         self.assertRaisesRegex(ValueError, "cannot be read", signal_of, f"file {self.path}")
         write_wave(self.path, numpy.zeros((0, 2)), 2)
