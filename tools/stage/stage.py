@@ -400,15 +400,15 @@ class Stage:
     def steady_screenshot(self, path):
         """A picture taken when two in a row are the same: animations have ended."""
         last = None
-        end = time.monotonic() + LIMIT
-        while time.monotonic() < end:
-            now = self.screenshot(path).read_bytes()
-            pixels = subprocess.run(["convert", str(path), "rgb:-"], env=self.env, check=True, capture_output=True).stdout
-            if pixels == last:
-                return now
-            last = pixels
-            time.sleep(0.1)
-        raise Timeout("the picture on the screen does not come to rest")
+
+        def rests():
+            nonlocal last
+            before = last
+            self.screenshot(path)
+            last = subprocess.run(["convert", str(path), "rgb:-"], env=self.env, check=True, capture_output=True).stdout
+            return last == before
+
+        wait_until(rests, "the picture on the screen to come to rest")
 
     def end_program(self, program, sign=signal.SIGTERM):
         program.process.send_signal(sign)
