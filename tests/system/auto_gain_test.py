@@ -3,7 +3,9 @@
 import re
 import unittest
 
-from system_case import CONNECTED, START_BUTTON, SystemCase, wait_until
+from screens import open_drawer, open_main
+from stage import wait_until
+from system_case import SystemCase
 
 TITLE = "自动增益"
 RESULT = "设置成功\n增益为 73%"
@@ -15,9 +17,7 @@ class AutoGain(SystemCase):
 
     def open_main_layout(self):
         program = self.start()
-        self.stage.wait_text(CONNECTED)
-        self.stage.click(START_BUTTON, "button")
-        self.stage.wait_no_text(START_BUTTON, "button")
+        open_main(self.stage)
         return program
 
     def wait_window(self):
@@ -46,7 +46,7 @@ class AutoGain(SystemCase):
         self.stage.emulator("clear")
         self.stage.emulator("set auto_gain 1")
         self.wait_window()
-        # The program asks for it, too, and so the device starts once more.
+        # The window asks for the measurement too, so the device starts it once more.
         self.stage.emulator("wait attribute auto_gain")
         self.assertEqual(self.writes(), ["01"])
         self.wait_moving_meter()
@@ -64,14 +64,14 @@ class AutoGain(SystemCase):
         self.stage.emulator("set auto_gain 1")
         self.wait_window()
         self.wait_no_window()
-        # Nothing was stopped, and the gain is what the strip of the device has now.
+        # The program did not stop the measurement, and the device's strip shows the gain.
         self.assertEqual(self.writes(), ["01"])
         wait_until(lambda: self.stage.find("Mixdesk R2", "slider")["description"] == "73%", "the gain on the strip")
 
     def test_a_device_that_never_answers_is_stopped_by_cancel(self):
         self.open_main_layout()
         self.stage.emulator("auto-gain never")
-        self.stage.click("设备设置", "button")
+        open_drawer(self.stage)
         self.stage.wait_text("开始检测", "button")
         self.stage.emulator("clear")
         self.stage.click("开始检测", "button")

@@ -6,7 +6,8 @@ import shutil
 import signal
 import unittest
 
-from scripts import ROOT, ScriptCase, wait_until
+from scripts import ROOT, ScriptCase
+from stage import wait_until
 
 
 class Build(ScriptCase):
@@ -67,7 +68,7 @@ class Build(ScriptCase):
                 (self.folder / "pids").write_text("")
                 process = self.start_build("dev")
                 wait_until(lambda: len(pids()) == 2, "the build to run")
-                # A terminal interrupts all that runs in front; another program ends the one that it started.
+                # A terminal interrupts the whole process group; another program ends only the process that it started.
                 (os.killpg if to_all else os.kill)(process.pid, sign)
                 self.assertEqual(process.wait(30), -sign)
                 self.assertEqual(self.living(pids()), [])
@@ -116,7 +117,7 @@ class Build(ScriptCase):
         self.assertEqual(self.builds(), [])
         self.free_mb(1000)
         self.assertEqual(self.build("dev").returncode, 0)
-        # What is built already needs room for the changes.
+        # A tree that is built already needs room for the changes only.
         self.free_mb(300)
         self.assertEqual(self.build("dev").returncode, 0)
         self.free_mb(299)

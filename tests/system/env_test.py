@@ -8,7 +8,8 @@ import shutil
 import subprocess
 import unittest
 
-from scripts import ROOT, ScriptCase, wait_until
+from scripts import ROOT, ScriptCase
+from stage import wait_until
 
 ENV = ROOT / "tools" / "env"
 OLD_QT = "6.4.2"
@@ -158,8 +159,8 @@ class Entering(EnvCase):
             shutil.copy(file, copy)
         self.env["HOME"] = str(self.folder / "home")
         (self.folder / "home").mkdir()
-        # In a root that was entered, as this test is where Qt is too old, "/" is no mount that could be made private;
-        # all mounts are so already.
+        # If the test itself runs inside a private root, "/" is not a mount and cannot be made private. All mounts are
+        # private there already.
         if subprocess.run(["unshare", "--mount", "--propagation", "private", "true"], capture_output=True).returncode != 0:
             self.stub("unshare", 'for word; do [ "$word" = private ] && words+=(unchanged) || words+=("$word"); done',
                       'exec /usr/bin/unshare "${words[@]}"')
@@ -238,7 +239,7 @@ class System(EnvCase):
         self.assertEqual(self.use("--where").stdout, "system\n")
         result = self.use("sh", "-c", 'echo "$VEXO_ENV"')
         self.assertEqual((result.returncode, result.stdout), (0, "system\n"), result.stderr)
-        # Lists that are not of today would name packages that are gone.
+        # Old lists may name packages that are gone.
         self.assertEqual([" install " in run for run in self.package_runs()], [False, True])
         self.assertEqual(self.package_runs()[0], "apt-get update")
         self.assertIn("DPkg::Lock::Timeout=", self.package_runs()[1])

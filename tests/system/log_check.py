@@ -1,4 +1,4 @@
-"""Warnings in a program's log, against the few that are known."""
+"""Warnings in a program's log that are not among the few expected ones."""
 
 import re
 
@@ -7,11 +7,11 @@ TYPED_LOG = {"QT_MESSAGE_PATTERN": "%{type} %{if-category}%{category}: %{endif}%
 
 # What a whole program may say, each with its reason.
 ALLOWED = [
-    # The test's own look at the screen met a control that was just going away.
+    # The test read the screen while a control was being deleted.
     r"^warning qt\.accessibility\.atspi: Could not find accessible on path",
-    # The permission's outcome is told as a warning, whatever it is.
+    # The program logs the permission's result as a warning, whatever it is.
     r"^warning PermissionStatus::Granted $",
-    # A device that comes is first taken from the capture service, which may not know it.
+    # The program first removes a new device from the capture service, which may not have it.
     r"^warning SystemBridge::RemoveInputDevice: Device not found: ",
 ]
 

@@ -3,13 +3,16 @@
 import unittest
 
 from log_check import TYPED_LOG, warnings_of
-from panel import BACK_BUTTON, SETTINGS_BUTTON, Panel
-from system_case import BUILD, CONNECTED, START_BUTTON, WAITING_TITLE, Stage, SystemCase, wait_until
+from panel import Panel
+from screens import (BACK_BUTTON, CONNECTED, GENERAL_PAGE, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, SETTINGS_BUTTON,
+                     WAITING_TITLE, close_drawer, open_drawer, open_main, open_menu)
+from stage import Stage, wait_until
+from system_case import BUILD, SystemCase
 
 
 class MainLayout(SystemCase):
     plugged = True
-    tabs = ["话筒", "监听", "灯光", "通用"]
+    tabs = [MICROPHONE_PAGE, MONITOR_PAGE, LIGHTING_PAGE, GENERAL_PAGE]
 
     def shown_tabs(self):
         return [control for control in self.stage.controls()
@@ -19,13 +22,9 @@ class MainLayout(SystemCase):
         return [tab["name"] for tab in self.shown_tabs() if "selected" in tab["states"]]
 
     def open_drawer(self):
-        self.stage.wait_text(CONNECTED)
-        self.stage.click(START_BUTTON, "button")
-        # Also waits for the end of the fade: a control of the page below does not show any more.
-        self.stage.wait_no_text(START_BUTTON, "button")
+        open_main(self.stage)
         self.assertEqual(self.shown_tabs(), [])
-        self.stage.click(SETTINGS_BUTTON, "button")
-        self.stage.wait_text(BACK_BUTTON, "button")
+        open_drawer(self.stage)
 
     def check_model(self):
         program = self.start(environment=TYPED_LOG)
@@ -33,7 +32,7 @@ class MainLayout(SystemCase):
         self.assertEqual([tab["name"] for tab in self.shown_tabs()], self.tabs)
         self.assertEqual(self.selected_tabs(), self.tabs[:1])
         self.stage.steady_screenshot(self.stage.folder / "drawer.png")
-        # To the last, so that the next drawer has something to begin anew.
+        # Ends on the last page, so that the next drawer has to return to the first.
         for tab in self.tabs:
             self.stage.click(tab, "page tab")
             wait_until(lambda wanted=tab: self.selected_tabs() == [wanted], f"the page {tab}")
@@ -45,8 +44,7 @@ class MainLayout(SystemCase):
         self.open_drawer()
         self.assertEqual(self.selected_tabs(), self.tabs[:1])
 
-        self.stage.xdotool("key", "Escape")
-        self.stage.wait_no_text(BACK_BUTTON, "button")
+        close_drawer(self.stage)
         self.stage.wait_text(SETTINGS_BUTTON, "button")
         self.assertEqual(self.quit(program), 0)
         self.assertEqual(warnings_of(program.log), [])
@@ -60,7 +58,7 @@ class MixdeskR2(MainLayout):
         program = self.start(environment=TYPED_LOG)
         self.stage.wait_text(CONNECTED)
         for close in (["key", "Escape"], ["mousemove", 700, 700, "click", 1]):
-            self.stage.click("更多")
+            open_menu(self.stage)
             for row in ("帮助", "客服", "设置"):
                 self.assertNotIn("enabled", self.stage.wait_text(row, "menu item")["states"])
             self.stage.xdotool(*close)
@@ -82,7 +80,7 @@ class MixdeskR2(MainLayout):
 
 class VoxmicM40(MainLayout):
     models = ("m40",)
-    tabs = ["话筒", "监听", "通用"]
+    tabs = [MICROPHONE_PAGE, MONITOR_PAGE, GENERAL_PAGE]
 
     def test_drawer_opens_and_is_closed_again_after_a_reconnection(self):
         self.check_model()
@@ -110,8 +108,8 @@ class WindowOfAnySize(MainLayout):
         self.stage.scale = scale
         panel = Panel(self.stage)
         panel.open()
-        panel.open_page("监听")
-        panel.open_page("话筒")
+        panel.open_page(MONITOR_PAGE)
+        panel.open_page(MICROPHONE_PAGE)
         slider = panel.press_slider("增益")
         panel.move_slider(slider, 18)
         panel.wait_shown({("slider", "增益"): 18})

@@ -1,12 +1,9 @@
 """The device drawer of the running program: its controls under a real mouse, beside the virtual device."""
 
-from system_case import CONNECTED, START_BUTTON, wait_until
+from screens import BACK_BUTTON, CLOSE_BUTTON, open_drawer, open_main
+from stage import wait_until
 
-SETTINGS_BUTTON = "设备设置"
-BACK_BUTTON = "返回"
-CLOSE_BUTTON = "关闭"
-
-# The room on both sides of a slider's track that the handle's half takes.
+# Half of a slider's handle: the margin at both ends of its track.
 HANDLE_HALF = 7
 
 
@@ -18,11 +15,8 @@ class Panel:
 
     def open(self):
         """From the welcome page with a connected device to the open drawer."""
-        self.stage.wait_text(CONNECTED)
-        self.stage.click(START_BUTTON, "button")
-        # Also waits for the end of the fade: a control of the page below does not show any more.
-        self.stage.wait_no_text(START_BUTTON, "button")
-        self.stage.click(SETTINGS_BUTTON, "button")
+        open_main(self.stage)
+        open_drawer(self.stage)
         self.wait_at_rest(BACK_BUTTON, "button")
 
     def open_page(self, name):

@@ -7,10 +7,7 @@ bytes, in order), and what the screen then shows (see Panel.wait_shown).
 import math
 from dataclasses import dataclass, field
 
-MICROPHONE_PAGE = "话筒"
-MONITOR_PAGE = "监听"
-LIGHTING_PAGE = "灯光"
-GENERAL_PAGE = "通用"
+from screens import GENERAL_PAGE, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE
 
 SWITCH = "check box"
 TILE = "radio button"
@@ -67,7 +64,7 @@ class Model:
     microphone: list
     monitor: list
     turns: list
-    # What the microphone page holds when everything on it is off, in the order of the tabulator.
+    # The controls of the microphone page when everything on it is off, in tab order.
     tab_order: list
     # The same when everything on it is on.
     full_tab_order: list = field(default_factory=list)
@@ -162,7 +159,7 @@ def audio_boost_of_microphones():
         Drag("防爆音", [-40, 0, -7], "device_boom_value", decibels),
         Click(SWITCH, "防爆音", [("anti_noise", "00")], {(SWITCH, "防爆音"): False, (SLIDER, "防爆音"): None}),
         Click(TILE, SCENES[0], [("anti_noise", "00"), ("ai_jianzao", "00")], selected(SCENES, 0)),
-        # The compressor is kept in the settings and goes nowhere else.
+        # The compressor is a setting of the program; the device does not get it.
         Click(SWITCH, "压缩器", [], CUSTOM | {(SWITCH, "压缩器"): True, (SLIDER, "压缩器"): -40}),
         Drag("压缩器", [-80, 0, -33], None, decibels),
         Click(SWITCH, "压缩器", [], {(SWITCH, "压缩器"): False, (SLIDER, "压缩器"): None}),
@@ -206,7 +203,7 @@ MIXDESK_R2 = Model(
     pages=[MICROPHONE_PAGE, MONITOR_PAGE, LIGHTING_PAGE, GENERAL_PAGE],
     microphone=[
         Drag("增益", [30, 1, 12], "mic_gain", percent_of_gain(1, 29)),
-        # The window asks the device to measure, and its cancel to stop; its title bar only closes it.
+        # Opening the window starts the measurement, its cancel button stops it; its title bar only closes the window.
         Click(BUTTON, "开始检测", [("auto_gain", "01")], opens=MEASUREMENT),
         Click(BUTTON, "取消", [("auto_gain", "00")], closes=MEASUREMENT),
         Click(BUTTON, "开始检测", [("auto_gain", "01")], opens=MEASUREMENT),

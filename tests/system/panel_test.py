@@ -6,12 +6,14 @@ import unittest
 
 import panel_table as table
 from log_check import TYPED_LOG, warnings_of
-from panel import BACK_BUTTON, Panel
-from panel_table import Click, CloseWindow, Drag
-from system_case import WAITING_TITLE, SystemCase, Stage, BUILD, wait_until
+from panel import Panel
+from panel_table import Click, CloseWindow
+from screens import BACK_BUTTON, WAITING_TITLE
+from stage import Stage, wait_until
+from system_case import BUILD, SystemCase
 
 CONTROL_ROLES = {table.SWITCH, table.TILE, table.SLIDER, table.BUTTON}
-# High enough that the whole page is in view.
+# High enough to show the whole page.
 SCREEN = (1300, 1300)
 
 
@@ -26,12 +28,12 @@ class PanelWalk(SystemCase):
         super().setUp()
         self.panel = Panel(self.stage)
         self.program = self.start(environment=TYPED_LOG)
-        # It may go for a moment again while it gets its frame.
+        # The window may disappear for a moment while it gets its frame.
         window = wait_until(lambda: self.stage.windows("Vexo Deck"), "the main window")[0]
         self.stage.xdotool("windowmove", window, 0, 0, "windowsize", window, *SCREEN)
 
     def tearDown(self):
-        # Before the stage goes. A test that failed may have left the mouse pressed.
+        # A failed test may have left the mouse pressed. The program quits before the stage ends.
         self.stage.xdotool("mouseup", 1)
         if self.program.process.poll() is None:
             self.assertEqual(self.quit(self.program), 0)
@@ -49,8 +51,8 @@ class PanelWalk(SystemCase):
     # ---- the mouse
 
     def walk(self, rows):
-        """Does row after row. Since a row that writes has to write exactly what it says, the rows before it that
-        write nothing are proven by it too."""
+        """Does row after row. A row has to write exactly what it says, so it also proves that the rows before it that
+        shall write nothing wrote nothing."""
         self.panel.clear()
         for row in rows:
             with self.naming(row):
@@ -79,7 +81,7 @@ class PanelWalk(SystemCase):
             self.panel.move_slider(slider, value)
             self.panel.wait_shown({(table.SLIDER, row.name): value, ("description of", row.name): row.text(value)})
             if row.attribute:
-                # The mouse still holds it.
+                # The mouse button is still pressed.
                 self.stage.emulator(f"wait value {row.attribute} {table.byte_word(value)} 3000")
         self.panel.release()
         self.panel.wait_shown({(table.SLIDER, row.name): row.values[-1]} | row.shows)
@@ -89,7 +91,7 @@ class PanelWalk(SystemCase):
         self.assertEqual({write["attribute"] for write in writes}, {row.attribute})
         self.assertEqual(writes[-1]["bytes"], table.byte(row.values[-1]))
         times = [write["timeMs"] for write in writes]
-        # One write each 500 ms; a busy machine may bring one late and the next in time.
+        # One write every 500 ms. On a busy machine one may be late and the next in time.
         self.assertLessEqual((len(times) - 1) * 500, times[-1] - times[0] + 400, times)
         self.panel.clear()
 
@@ -135,7 +137,7 @@ class PanelWalk(SystemCase):
             with self.naming(attribute):
                 self.panel.turn(attribute, 1)
                 self.program.wait_log(f"收到{word}消息: [1]")
-        # A report is not echoed.
+        # The program does not write a reported value back.
         self.prove_silence()
 
     def check_keyboard(self):
@@ -171,7 +173,7 @@ class PanelWalk(SystemCase):
         self.stage.wait_text("帮助", "menu item")
         self.press("Escape")
         self.stage.wait_no_text("帮助", "menu item")
-        # The drawer has stayed: the menu alone was meant.
+        # Escape closed the menu only; the drawer is still open.
         self.tab_to(table.BUTTON, BACK_BUTTON)
         self.press("Escape")
         self.stage.wait_no_text(BACK_BUTTON, "button")
@@ -179,7 +181,7 @@ class PanelWalk(SystemCase):
     def check_tab_order(self, expected):
         wanted = self.model.controls | self.model.more_controls
         reached = [control for control in self.tab_until_it_repeats() if control in wanted]
-        # The round began somewhere within.
+        # The round may begin at any control.
         begin = reached.index(expected[0])
         self.assertEqual(reached[begin:] + reached[:begin], expected)
 
@@ -233,8 +235,7 @@ class PanelWalk(SystemCase):
             place = self.press_tab(place)
 
     def check_values_of_the_device_at_connection(self):
-        """The device wins, whatever was on the screen: what is turned while the program does not look is there when
-        the drawer opens again."""
+        """Values that change while the device is unplugged show when the drawer opens again."""
         self.panel.open()
         self.stage.emulator("unplug")
         self.stage.wait_text(WAITING_TITLE)
@@ -270,7 +271,7 @@ class MixdeskR2(EveryModel, PanelWalk):
         self.panel.open()
         self.panel.turn("anti_noise", 1)
         self.program.wait_log("收到防破音消息: [1]")
-        # What is reported after it is there, and it is not.
+        # A later report shows, so this one has been read.
         self.panel.turn("mute", 1)
         self.panel.wait_shown({(table.SWITCH, "静音"): True})
         self.assertFalse(self.panel.is_checked(table.SWITCH, "防爆音"))

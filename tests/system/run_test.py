@@ -8,7 +8,8 @@ import socket
 import subprocess
 import unittest
 
-from scripts import ROOT, ScriptCase, discard, wait_until
+from scripts import ROOT, ScriptCase, discard
+from stage import wait_until
 from system_case import BUILD
 
 DESKTOP = ROOT / "tools" / "stage" / "desktop"
@@ -35,7 +36,7 @@ class Run(ScriptCase):
         return self.called()[-1]
 
     def test_without_a_display_it_makes_a_tour(self):
-        tour = "env python3 tools/stage/tour.py --build build/release --out build/tour"
+        tour = "env python3 tools/pictures/tour.py --build build/release --out build/tour"
         self.assertEqual(self.last_call(), f"{tour} r2 []")
         self.assertEqual(self.last_call("t40"), f"{tour} t40 []")
 
@@ -62,7 +63,7 @@ class Run(ScriptCase):
         self.assertEqual((result.returncode, result.stderr), (1, "run: the build failed, see above.\n"))
 
     def test_under_sudo_the_display_of_the_caller_is_found(self):
-        # The folder of each user lies where only root may make one.
+        # Only root may create a user's folder.
         if os.geteuid() != 0:
             self.skipTest("a folder below /run needs root")
         desktop = pathlib.Path(f"/run/user/{4200000000 + os.getpid()}")
@@ -117,7 +118,7 @@ class Desktop(ScriptCase):
             self.assertTrue(words.endswith("run: Vexo Deck ended with 134: its whole output is in build/run.log.\n"), words)
 
     def test_a_program_that_dies_is_told(self):
-        # With the line that another one, which found it running, has left in the log.
+        # The log also holds the line of a second start.
         code, words = self.ends(f"echo '{RUNS_ALREADY}'", "kill -SEGV $$")
         self.assertEqual(code, 139, words)
         self.assertTrue(words.endswith("run: Vexo Deck ended with 139: its whole output is in build/run.log.\n"), words)

@@ -3,11 +3,12 @@
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import tempfile
 import unittest
 
-from system_case import ROOT, wait_until  # noqa: F401
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 def discard(folder):
@@ -51,8 +52,10 @@ class ScriptCase(unittest.TestCase):
                               stdin=subprocess.DEVNULL, timeout=limit, **words)
 
     def start_script(self, *command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, **words):
+        # If a shell started the tests in the background, they ignore SIGINT.
         process = subprocess.Popen([str(word) for word in command], env=self.env, text=True, stdin=stdin, stdout=stdout,
-                                   stderr=subprocess.STDOUT, start_new_session=True, **words)
+                                   stderr=subprocess.STDOUT, start_new_session=True,
+                                   preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL), **words)
         if process.stdout:
             self.addCleanup(process.stdout.close)
         self.addCleanup(process.wait)

@@ -7,7 +7,9 @@ import subprocess
 import unittest
 
 from log_check import TYPED_LOG, warnings_of
-from system_case import BUILD, CLEANUP_BEGIN, CLEANUP_END, CONNECTED, WAITING_TITLE, SystemCase, wait_until
+from screens import CONNECTED, WAITING_TITLE
+from stage import wait_until
+from system_case import BUILD, CLEANUP_BEGIN, CLEANUP_END, SystemCase
 
 ALREADY_RUNNING = "共享内存已存在，直接退出"
 
@@ -56,9 +58,9 @@ class StartUp(StartUpCase):
         self.assertEqual(program.log.count(CLEANUP_BEGIN), 1)
         self.assertEqual(program.log.count(CLEANUP_END), 1)
         self.assertLess(program.log.index(CLEANUP_BEGIN), program.log.index(CLEANUP_END))
-        # The engine ends the bridge, and that the capture service, once everything else has been cleaned up.
+        # After the clean-up the engine deletes the bridge, which stops the capture service.
         self.assert_end_in_order(program, CLEANUP_END, BRIDGE_END, CAPTURE_END)
-        # The device scan was on before the document was read.
+        # The device scan started before the document was read.
         self.assertLess(program.log.index("单例创建完成，开始监测设备"), program.log.index("noSuchProperty"))
 
     def test_start_up_and_clean_up_run_once_and_in_order(self):
@@ -72,7 +74,7 @@ class StartUp(StartUpCase):
         end = program.log[program.log.index(CLEANUP_BEGIN):]
         lines = [CLEANUP_BEGIN, "HIDHotplugManager::stopAndDisconnectDevice 停止监测并断开设备", CLEANUP_END]
         self.assertEqual([line for line in end.splitlines() if line in lines], lines)
-        # Whoever quits stops the capture service first.
+        # Quitting stops the capture service first.
         self.assert_end_in_order(program, CAPTURE_END, CLEANUP_END, BRIDGE_END)
 
     def assert_end_in_order(self, program, *texts):
@@ -179,7 +181,6 @@ class StartUpWithDevice(StartUpCase):
     def test_device_present_at_start_connects_and_logs_its_traffic(self):
         program = self.start()
         self.stage.wait_text(CONNECTED)
-        program.wait_log("HIDDevice 连接成功:")
         lines = self.stage.data_file("hid_data.log").read_text().splitlines()
         self.assertTrue(any("] [TX] 01" in line for line in lines), lines[:3])
         self.assertTrue(any("] [RX] 55" in line for line in lines), lines[:3])
@@ -188,7 +189,7 @@ class StartUpWithDevice(StartUpCase):
         program = self.start()
         self.stage.wait_text(CONNECTED)
         self.assertEqual(self.quit(program), 0)
-        # The close button lets the device go first, while the event loop still runs.
+        # The close button disconnects the device first, while the event loop still runs.
         end = program.log[program.log.index("SystemBridge::quitApplication 正在退出应用程序"):]
         self.assertIn("HIDDevice 断开连接:", end)
         self.assertLess(end.index("HIDDevice 断开连接:"), end.index(CLEANUP_BEGIN))
@@ -197,8 +198,8 @@ class StartUpWithDevice(StartUpCase):
         wait_until(lambda: self.stage.emulator("state")["openHandles"] == 0, "the handle closed")
 
     def test_device_connects_before_any_window_shows(self):
-        program = self.program_with_root_document("import QtQml\nQtObject {}\n")
-        program.wait_log("HIDDevice 连接成功:")
+        self.program_with_root_document("import QtQml\nQtObject {}\n")
+        self.stage.emulator("wait ready 60000")
         self.assertEqual(self.stage.windows("Vexo Deck"), [])
 
     def test_clean_up_closes_a_device_that_is_open_still(self):
@@ -224,7 +225,7 @@ class MixerInItsBootloader(SystemCase):
         self.stage.emulator("plug r2-bootloader")
         program = self.start()
         program.wait_log("停止监测并断开设备")
-        # A device that comes now would be met by the next scan, if there was one.
+        # A further scan would find a device that is plugged in now.
         self.stage.emulator("unplug r2-bootloader")
         self.stage.emulator("plug m40")
         opened = self.stage.ask_emulator("on m40 wait open 5000")

@@ -5,35 +5,24 @@ import pathlib
 import sys
 import unittest
 
+from screens import CLOSE_BUTTON
+from stage import Stage, wait_until
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "tools" / "stage"))
-
-from stage import Stage, wait_until  # noqa: E402, F401
-
 BUILD = pathlib.Path(os.environ["VEXO_BUILD"])
 LONG = "VEXO_LONG" in os.environ
 
-WAITING_TITLE = "连接你的 VEXO 设备"
-CONNECTED = "已连接"
-START_BUTTON = "开启高清音质之旅"
 CLEANUP_BEGIN = "应用程序即将退出，开始清理资源..."
 CLEANUP_END = "资源清理完成"
 
 
-class SystemCase(unittest.TestCase):
-    """A test with the whole program on a stage of its own. A failing test leaves a picture of the screen."""
+class StageCase(unittest.TestCase):
+    """A test with the whole program on `stage`. A failing test leaves a picture of the screen."""
 
-    models = ("r2",)
-    plugged = False
+    stage = None
 
     def setUp(self):
-        self.stage = self.make_stage()
-        self.addCleanup(self.stage.__exit__, None, None, None)
-        self.stage.__enter__()
         self.addCleanup(self._picture_of_failure)
-
-    def make_stage(self):
-        return Stage(BUILD, self.models, plugged=self.plugged)
 
     def _picture_of_failure(self):
         outcome = self._outcome.result
@@ -42,6 +31,8 @@ class SystemCase(unittest.TestCase):
             print(f"picture of the screen: {picture}", file=sys.stderr)
             for program in self.stage.programs:
                 print(f"the program's log:\n{program.log}", file=sys.stderr)
+            print(f"the device: {self.stage.emulator('state')}", file=sys.stderr)
+            print("its last reports:", *self.stage.emulator("reports both")["reports"][-40:], sep="\n", file=sys.stderr)
 
     def start(self, **words):
         """Starts the program and waits for its first page."""
@@ -50,7 +41,23 @@ class SystemCase(unittest.TestCase):
         self.assertIsNone(program.process.poll(), f"the program ended:\n{program.log}")
         return program
 
+
+class SystemCase(StageCase):
+    """A test with a stage of its own."""
+
+    models = ("r2",)
+    plugged = False
+
+    def setUp(self):
+        self.stage = self.make_stage()
+        self.addCleanup(self.stage.__exit__, None, None, None)
+        self.stage.__enter__()
+        super().setUp()
+
+    def make_stage(self):
+        return Stage(BUILD, self.models, plugged=self.plugged)
+
     def quit(self, program):
         """Closes the main window with its own button; the exit code."""
-        self.stage.click("关闭", "button")
+        self.stage.click(CLOSE_BUTTON, "button")
         return program.wait_exit()

@@ -31,7 +31,7 @@ class Tour(unittest.TestCase):
         return int(((green > 180) & (red < 120) & (blue < 140)).sum())
 
     def test_it_leaves_a_picture_of_every_state(self):
-        result = subprocess.run([sys.executable, ROOT / "tools" / "stage" / "tour.py", "--build", BUILD, "--out", self.out, "m40"],
+        result = subprocess.run([sys.executable, ROOT / "tools" / "pictures" / "tour.py", "--build", BUILD, "--out", self.out, "m40"],
                                 capture_output=True, text=True, stdin=subprocess.DEVNULL, timeout=300)
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
         self.assertEqual(sorted(os.listdir(self.out)), sorted(PICTURES))

@@ -5,7 +5,9 @@ import random
 import unittest
 
 from log_check import TYPED_LOG, warnings_of
-from system_case import CONNECTED, LONG, START_BUTTON, WAITING_TITLE, SystemCase, wait_until
+from screens import CONNECTED, START_BUTTON, WAITING_TITLE
+from stage import wait_until
+from system_case import SystemCase
 
 DESCRIPTION = "Vexo Deck 可将你的兼容设备变身为强大中枢\n支持低延迟混音，体验高清音质，享受每一次声音表达"
 
@@ -85,7 +87,7 @@ class MixdeskR2(Welcome):
         program = self.start()
         self.stage.emulator("fault wrong-source 1 to-host")
         self.stage.emulator("plug")
-        # Such an answer does not end its request: all four sends go out.
+        # Such an answer does not complete its request, so all four sends go out.
         self.check_four_sends(23)
         self.stage.emulator("faults off")
         self.stage.emulator("unplug")
@@ -119,7 +121,7 @@ class MixdeskR2(Welcome):
         self.assertIsNone(program.process.poll())
 
     def test_idle_program_says_hello_often_enough_for_the_patience_of_a_device(self):
-        # Most of the time the link rests, and makes up for it. A device waits for three of its hello intervals.
+        # The link rests most of the time and catches up afterwards. A device waits for three of its hello intervals.
         self.start()
         self.stage.emulator("identity patience 3")
         self.stage.emulator("plug")
@@ -130,37 +132,9 @@ class MixdeskR2(Welcome):
         times = [frame["timeMs"] for frame in self.stage.emulator("dump 0")["frames"]]
         gaps = sorted(later - sooner for sooner, later in zip(times, times[1:]))
         print(f"milliseconds between hellos: {gaps}")
-        # The middle one: other programs may hold this one up for a while.
+        # The median: a busy machine may delay a single hello.
         self.assertLess(gaps[len(gaps) // 2], 2000)
         wait_until(lambda: self.stage.emulator("set mic_gain 20")["notified"] == 1, "a notification to the program")
-
-    def test_plug_and_unplug_cycles_leave_no_thread_handle_or_memory_behind(self):
-        program = self.start()
-        cycles = 500 if LONG else 30
-        warm_up = 5
-        before = None
-        for cycle in range(cycles):
-            # Another link address each time: a device that the program knows still is not asked for its name again.
-            self.stage.emulator(f"identity address 2 3 {0x1001 + cycle}")
-            self.stage.emulator("plug")
-            program.wait_log("HIDDevice 连接成功:", cycle + 1)
-            self.stage.emulator("wait ready 20000")
-            self.stage.emulator("unplug")
-            program.wait_log("HIDDevice 断开连接:", cycle + 1)
-            if cycle == warm_up:
-                before = self.usage(program)
-        wait_until(lambda: self.usage(program)[0] <= before[0], f"{before[0]} threads again")
-        after = self.usage(program)
-        print(f"threads, handles, KiB resident after {warm_up + 1} cycles: {before}, after {cycles}: {after}")
-        self.assertLessEqual(after[1], before[1], "open files grew")
-        # However many cycles: what the script engine takes before it collects.
-        self.assertLess(after[2], before[2] + 4096, "memory grew")
-        self.assertEqual(program.log.count("HIDDevice 连接成功:"), cycles)
-        self.assertEqual(program.log.count("HIDDevice 断开连接:"), cycles)
-        self.assertEqual(self.stage.emulator("state")["openHandles"], 0)
-
-    def usage(self, program):
-        return program.status("Threads"), program.open_files(), program.resident_kib()
 
 
 class MixerInItsBootloader(Welcome):

@@ -2,18 +2,18 @@
 
     python3 with_sound.py [--display] PROGRAM [ARG...]
 
-With --display it has a virtual display too, in the Wine prefix that programs with windows use one at a time.
+With --display it also has a virtual display, in the Wine prefix that programs with windows use one at a time.
 
 The program finds in its environment
   VEXO_RECORDED_<SINK>   the file that a sink's sound is written to as it plays, 32-bit float, interleaved
-  VEXO_SOUND_REQUESTS    a file; a line "unload NAME" appended to it removes that sink or microphone, and once that is
-                         done, the file of this name with ".done" has a line more
-The microphone "plugmic" hears what "mic" hears, and is there to be removed. The sinks are "speakers" (48000 Hz), "cable" (48000 Hz, heard by the microphone "mic"), "old" (44100 Hz), "six" (six
-channels) and "plug" (48000 Hz, to be removed).
+  VEXO_SOUND_REQUESTS    a file; a line "unload NAME" appended to it removes that sink or microphone. The same line in
+                         the file of this name with ".done" says that it is removed
+
+The sinks are "speakers" (48000 Hz), "cable" (48000 Hz, heard by the microphone "mic"), "old" (44100 Hz), "six" (six
+channels) and "plug" (48000 Hz, to be removed). The microphone "plugmic" hears what "mic" hears, and can be removed.
 """
 
 import contextlib
-import fcntl
 import os
 import pathlib
 import subprocess
@@ -25,6 +25,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tools" / "stage"))
 
 from sound import SoundServer  # noqa: E402
+from windows import WINE, windows_prefix, wine_folder  # noqa: E402
 
 # Name, what the endpoint is called, rate in Hz, channels.
 MAPS = {2: "stereo", 6: "surround-51"}
@@ -56,13 +57,11 @@ def serve_requests(path, sound, modules, ended):
 
 
 @contextlib.contextmanager
-def display(env, cache):
-    """The words before a command that give it a display; nobody else uses the prefix meanwhile."""
-    env["WINEPREFIX"] = str(cache / "wine-stage")
-    with open(cache / "wine-stage.stage", "w") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
+def display(env):
+    """The words before a command that give it a display, in the prefix for programs with windows."""
+    with windows_prefix() as prefix:
+        env["WINEPREFIX"] = str(prefix)
         yield ["xvfb-run", "-a", "-s", "-screen 0 800x600x24"]
-        subprocess.run(["wineserver", "--kill"], env=env, capture_output=True)
 
 
 def main():
@@ -70,10 +69,7 @@ def main():
     wants_display = words[0] == "--display"
     with tempfile.TemporaryDirectory(prefix="vexo-windows-sound-", ignore_cleanup_errors=True) as name:
         folder = pathlib.Path(name)
-        env = dict(os.environ, HOME=str(folder))
-        cache = pathlib.Path(os.environ.get("VEXO_CACHE", os.path.expanduser("~/.cache/vexo-deck")))
-        env["WINEPREFIX"] = str(cache / "wine")
-        env["VEXO_CACHE"] = str(cache)
+        env = dict(os.environ, HOME=str(folder), WINEPREFIX=str(wine_folder() / "console"))
         env.pop("DISPLAY", None)
         with SoundServer(folder, env) as sound:
             modules = {}
@@ -101,8 +97,8 @@ def main():
             servant = threading.Thread(target=serve_requests, args=(requests, sound, modules, ended))
             servant.start()
             try:
-                with display(env, cache) if wants_display else contextlib.nullcontext([]) as before:
-                    return subprocess.run([*before, str(ROOT / "tools/windows/wine"), *words[wants_display:]],
+                with display(env) if wants_display else contextlib.nullcontext([]) as before:
+                    return subprocess.run([*before, str(WINE), *words[wants_display:]],
                                           env=env).returncode
             finally:
                 ended.set()

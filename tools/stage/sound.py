@@ -9,6 +9,7 @@
 Signals are numpy arrays of shape (frames, 2), float, at 48000 Hz.
 """
 
+import os
 import pathlib
 import shutil
 import socket
@@ -19,7 +20,7 @@ import time
 
 import numpy
 
-from stage import wait_until
+from stage import start_bus, wait_until
 
 RATE = 48000
 PIPEWIRE = "pipewire"
@@ -141,8 +142,22 @@ class Recorder:
         self.process.stdout.close()
 
 
+# What a follower runs: each line of its input is a command, one after the other.
+FOLLOW = "import subprocess, sys\nfor line in sys.stdin: subprocess.run(line, shell=True)"
+
+
+def sound_environment(folder):
+    """The environment of a sound server's clients that know no display, and whose home is the folder."""
+    env = dict(os.environ, HOME=str(folder), TMPDIR=str(folder), LANG="C.UTF-8", LC_ALL="C.UTF-8",
+               **{f"XDG_{name.upper()}_HOME": str(folder / name) for name in ("config", "data", "cache", "state")})
+    for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS"):
+        env.pop(name, None)
+    return env
+
+
 class SoundServer:
-    """A sound server of one's own below `folder`. `env` is extended so that every client of it finds it."""
+    """A sound server of one's own below `folder`. `env` is extended so that every client of it finds it. PipeWire's
+    session manager gets a session bus, if there is none."""
 
     def __init__(self, folder, env, kind=PULSEAUDIO, rate=RATE):
         self.folder = pathlib.Path(folder)
@@ -153,6 +168,7 @@ class SoundServer:
         self.clients = []
         self.servers = []
         self.modules = []
+        self.bus = None
         runtime = self.folder / "sound-runtime"
         runtime.mkdir(mode=0o700, exist_ok=True)
         self.env.update(
@@ -176,15 +192,25 @@ class SoundServer:
 
     def __exit__(self, *_):
         for client in self.clients:
+            if client.stdin is not None:
+                # The children of a follower end before it.
+                subprocess.run(["pkill", "-P", str(client.pid)])
             if client.poll() is None:
                 client.kill()
             client.wait()
+            if client.stdin is not None:
+                client.stdin.close()
         self.stop()
+        if self.bus is not None:
+            self.bus.terminate()
+            self.bus.wait()
 
     # ---- the server's life
 
     def start(self):
         """Starts the server, with the sinks and sources that it had before."""
+        if self.kind == PIPEWIRE and "DBUS_SESSION_BUS_ADDRESS" not in self.env:
+            self.bus = start_bus(self.folder, self.env)
         log = open(self._log_path(), "ab")
         if self.kind == PULSEAUDIO:
             commands = [["pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--disallow-exit=false",
@@ -197,7 +223,7 @@ class SoundServer:
             self.servers.append(subprocess.Popen(command, env=self.server_env(), stdout=log, stderr=log,
                                                  stdin=subprocess.DEVNULL))
             if command == ["pipewire"]:
-                # The others end at once where they find nobody to connect to.
+                # The others end at once if they cannot connect to it.
                 wait_until(lambda: self._takes_connections("pipewire-0"), "pipewire's socket")
         log.close()
         wait_until(lambda: self._pactl("info").returncode == 0, f"{self.kind} to answer")
@@ -267,7 +293,7 @@ class SoundServer:
             said += " " + BUILT_IN
         if properties:
             said += " " + properties
-        # Left to itself a null sink of PulseAudio plays blocks of 2 s: what begins is heard 2 s later.
+        # By default a null sink of PulseAudio plays blocks of 2 s, and a new stream is heard 2 s later.
         short_blocks = ["norewinds=1"] if self.kind == PULSEAUDIO else []
         return ("module-null-sink", f"sink_name={name}", f"rate={rate or self.rate}", "channels=2", *short_blocks,
                 f'sink_properties="{said}"')
@@ -321,8 +347,8 @@ class SoundServer:
         return process
 
     def play(self, signal, sink, name="player", rate=RATE, loop=True, latency_ms=20):
-        """Plays a signal into a sink with paplay's sibling, over and over; the process. Its file, `signal_path`, can be
-        replaced by another signal, which then comes next."""
+        """Plays a signal into a sink with pacat, again and again; returns the process. Its file, `signal_path`, can be
+        replaced by another signal, which is played next."""
         path = self.folder / f"signal-{len(self.clients)}.raw"
         path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
         repeat = f'while cat "{path}"; do :; done' if loop else f'cat "{path}"'
@@ -335,6 +361,18 @@ class SoundServer:
         wait_until(lambda: self.playback_of(player.pid) or player.poll() is not None, f"{name} to play")
         return player
 
+    def follower(self):
+        """A process that plays nothing until play_in() tells it to."""
+        return self.client([sys.executable, "-c", FOLLOW], stdin=subprocess.PIPE)
+
+    def play_in(self, follower, signal, sink):
+        """Lets a child of a follower play a signal once. The child can be ended; then the next signal is played."""
+        path = self.folder / f"follower-{follower.pid}.raw"
+        path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
+        words = ["pacat", "--raw", "--format=float32le", f"--rate={RATE}", "--channels=2", "--latency-msec=20", f"--device={sink}"]
+        follower.stdin.write(f"exec {' '.join(words)} {path}\n".encode())
+        follower.stdin.flush()
+
     def playback_of(self, pid):
         """The index of the sink input of a process, or None."""
         current = None
@@ -344,6 +382,18 @@ class SoundServer:
             elif line.strip() == f'application.process.id = "{pid}"':
                 return current
         return None
+
+    def playbacks(self):
+        """What plays: the name of each stream, and that of its sink, in order."""
+        sinks = {int(line.split()[0]): line.split()[1] for line in self.pactl("list", "short", "sinks").splitlines()}
+        found, sink = [], None
+        for line in self.pactl("list", "sink-inputs").splitlines():
+            key, _, value = line.strip().partition(" ")
+            if key == "Sink:":
+                sink = sinks.get(int(value))
+            elif key == "media.name":
+                found.append((value.split('"')[1], sink))
+        return sorted(found)
 
     def recorder(self, sink, rate=RATE):
         """Records what a sink plays, from now on."""

@@ -26,10 +26,11 @@ import time
 # Hello intervals of about a second.
 PATIENCE = 60
 
-
-# Seconds within which what is waited for comes, unless a wait says otherwise: they only pass where something has failed,
-# or on a machine that has little time for us.
+# How many seconds a wait lasts at most, unless it says otherwise. They pass only if something has failed.
 LIMIT = 60.0
+# wait_until() pauses as long as it takes to evaluate the condition, within these bounds, in seconds: so the program gets
+# at least half of the processor's time.
+SHORTEST_PAUSE, LONGEST_PAUSE = 0.02, 0.25
 
 
 class Timeout(AssertionError):
@@ -38,14 +39,27 @@ class Timeout(AssertionError):
 
 def wait_until(condition, what, limit=LIMIT):
     """Waits for a condition and returns its value; `what` names it in the error."""
-    end = time.monotonic() + limit
+    now = time.monotonic()
+    end = now + limit
     while True:
+        began = now
         value = condition()
         if value:
             return value
-        if time.monotonic() > end:
+        now = time.monotonic()
+        if now > end:
             raise Timeout(f"not within {limit:g} s: {what}")
-        time.sleep(0.02)
+        time.sleep(min(max(SHORTEST_PAUSE, now - began), LONGEST_PAUSE))
+        now = time.monotonic()
+
+
+def start_bus(folder, env):
+    """A session bus of one's own below a folder; its process. `env` is extended so that programs find it."""
+    bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address=1", f"--address=unix:path={folder}/bus"],
+                           stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=env)
+    env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
+    bus.stdout.close()
+    return bus
 
 
 def cpu_seconds(pid):
@@ -55,12 +69,13 @@ def cpu_seconds(pid):
 
 
 class Program:
-    """One run of the program. `log` is everything that it has printed so far."""
+    """One run of a program. `log` is everything that it has printed so far."""
 
-    def __init__(self, command, env, log_path):
+    def __init__(self, command, env, log_path, stdin=subprocess.DEVNULL, stdout=None, **words):
+        """Standard output goes to the log, too, unless `stdout` names another place."""
         self.log_path = log_path
         with open(log_path, "wb") as log:
-            self.process = subprocess.Popen(command, env=env, stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
+            self.process = subprocess.Popen(command, env=env, stdin=stdin, stdout=stdout or log, stderr=log, **words)
 
     @property
     def pid(self):
@@ -117,7 +132,7 @@ class Stage:
         self.models = list(models)
         self.plugged = plugged
         self.size = size
-        # How many points of the display make a unit of the program's (QT_SCALE_FACTOR): controls() speaks in units.
+        # Points of the display in one unit of the program (QT_SCALE_FACTOR). controls() gives units.
         self.scale = 1
         self.seed = seed
         self.environment = environment or {}
@@ -179,11 +194,7 @@ class Stage:
         self.env.pop("XAUTHORITY", None)
 
     def _start_bus(self):
-        bus = subprocess.Popen(
-            ["dbus-daemon", "--session", "--nofork", "--print-address=1", f"--address=unix:path={self.folder}/bus"],
-            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=self.env)
-        self.processes.append(bus)
-        self.env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
+        self.processes.append(start_bus(self.folder, self.env))
         # The accessibility bus comes first: a program that starts before it stays unseen.
         subprocess.run(
             ["dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress"],
@@ -207,8 +218,8 @@ class Stage:
         self.control.settimeout(60)
         self.control.connect(self.env["VEXO_EMULATOR_SOCKET"])
         self.answers = self.control.makefile("r", encoding="utf-8")
-        # The program counts its time in ticks: on a busy machine its hellos come late, and a device that has given
-        # the program up reports nothing any more.
+        # On a busy machine the program's hellos come late, and a device that has forgotten the program reports nothing
+        # any more.
         for entry in self.emulator("devices")["devices"]:
             self.emulator(f"on {entry['device']} identity patience {PATIENCE}")
 
@@ -366,7 +377,7 @@ class Stage:
                                   capture_output=True, text=True)
 
         result = search()
-        # A window that goes in the middle of it ends the search with an error; finding nothing is none.
+        # A window that closes during the search ends it with an error. Finding nothing is not an error.
         for _ in range(5):
             if not result.stderr:
                 break
@@ -389,15 +400,15 @@ class Stage:
     def steady_screenshot(self, path):
         """A picture taken when two in a row are the same: animations have ended."""
         last = None
-        end = time.monotonic() + LIMIT
-        while time.monotonic() < end:
-            now = self.screenshot(path).read_bytes()
-            pixels = subprocess.run(["convert", str(path), "rgb:-"], env=self.env, check=True, capture_output=True).stdout
-            if pixels == last:
-                return now
-            last = pixels
-            time.sleep(0.1)
-        raise Timeout("the picture on the screen does not come to rest")
+
+        def rests():
+            nonlocal last
+            before = last
+            self.screenshot(path)
+            last = subprocess.run(["convert", str(path), "rgb:-"], env=self.env, check=True, capture_output=True).stdout
+            return last == before
+
+        wait_until(rests, "the picture on the screen to come to rest")
 
     def end_program(self, program, sign=signal.SIGTERM):
         program.process.send_signal(sign)

@@ -2,149 +2,141 @@
 
 For each line of its input it prints one line of JSON: the list of controls, in the order of the tree. Lives as long
 as its input.
-
-The questions go over the accessibility bus directly, many at once: one after the other they would take a second.
 """
 
 import json
+import os
+import struct
 import sys
 
-import gi
-
-gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi, Gio, GLib  # noqa: E402
+from message_bus import Bus, Question, read_number, read_text, read_variant, receiver, text_argument
 
 REGISTRY = ("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
 ACCESSIBLE = "org.a11y.atspi.Accessible"
 COMPONENT = "org.a11y.atspi.Component"
 VALUE = "org.a11y.atspi.Value"
-PROPERTIES = "org.freedesktop.DBus.Properties"
 SCREEN_COORDINATES = 0
-TIMEOUT_MS = 5000
 DEEPEST = 60
-# Made once: there are hundreds of questions in a reading.
-ARGUMENTS_OF_EXTENTS = GLib.Variant("(u)", (SCREEN_COORDINATES,))
-ARGUMENTS_OF_PROPERTY = {name: GLib.Variant("(ss)", (interface, name)) for interface, name in (
-    (ACCESSIBLE, "Name"), (ACCESSIBLE, "Description"),
-    (VALUE, "CurrentValue"), (VALUE, "MinimumValue"), (VALUE, "MaximumValue"))}
 
-STATES = {
-    "showing": Atspi.StateType.SHOWING,
-    "visible": Atspi.StateType.VISIBLE,
-    "enabled": Atspi.StateType.ENABLED,
-    "focused": Atspi.StateType.FOCUSED,
-    "focusable": Atspi.StateType.FOCUSABLE,
-    "checked": Atspi.StateType.CHECKED,
-    "selected": Atspi.StateType.SELECTED,
-}
+# The numbers of AT-SPI.
+STATES = {"showing": 25, "visible": 30, "enabled": 8, "focused": 12, "focusable": 11, "checked": 4, "selected": 23}
+ROLES = {7: "check box", 11: "combo box", 16: "dialog", 20: "filler", 23: "frame", 26: "icon", 27: "image", 29: "label",
+         30: "layered pane", 31: "list", 32: "list item", 33: "menu", 34: "menu bar", 35: "menu item", 37: "page tab",
+         38: "page tab list", 39: "panel", 41: "popup menu", 42: "progress bar", 43: "button", 44: "radio button",
+         48: "scroll bar", 49: "scroll pane", 50: "separator", 51: "slider", 52: "spin button", 54: "status bar",
+         61: "text", 62: "toggle button", 63: "tool bar", 64: "tool tip", 67: "unknown", 69: "window", 73: "paragraph",
+         75: "application", 79: "entry", 83: "heading", 88: "link", 116: "static", 129: "push button menu"}
 WITH_VALUE = {"slider", "progress bar", "scroll bar", "spin button"}
 
 
+def read_states(body):
+    _, low, high = struct.unpack_from("<III", body)
+    bits = low | high << 32
+    return [name for name, number in STATES.items() if bits >> number & 1]
+
+
+def read_role(body):
+    number = read_number(body)
+    return ROLES.get(number, f"role {number}")
+
+
+def read_children(body):
+    """Pairs of a name on the bus and a path."""
+    length, at, children = read_number(body), 8, []
+    end = at + length
+    while at < end:
+        at += -at % 8
+        name = read_text(body, at)
+        at += 4 + len(name) + 1
+        at += -at % 4
+        path = read_text(body, at)
+        at += 4 + len(path) + 1
+        children.append((name, path))
+    return children
+
+
+def read_extents(body):
+    return list(struct.unpack_from("<4i", body))
+
+
+def property_question(interface, name):
+    return Question("org.freedesktop.DBus.Properties", "Get", read_variant, "ss", text_argument(interface, name))
+
+
+CHILDREN = Question(ACCESSIBLE, "GetChildren", read_children)
+STATE = Question(ACCESSIBLE, "GetState", read_states)
+ROLE = Question(ACCESSIBLE, "GetRole", read_role)
+NAME = property_question(ACCESSIBLE, "Name")
+DESCRIPTION = property_question(ACCESSIBLE, "Description")
+EXTENTS = Question(COMPONENT, "GetExtents", read_extents, "u", struct.pack("<I", SCREEN_COORDINATES))
+CURRENT, LOWEST, HIGHEST = (property_question(VALUE, f"{name}Value") for name in ("Current", "Minimum", "Maximum"))
+
+
 def connect():
-    session = Gio.bus_get_sync(Gio.BusType.SESSION)
-    address = session.call_sync("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", None, None,
-                                Gio.DBusCallFlags.NONE, TIMEOUT_MS, None).unpack()[0]
-    flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
-    return Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
-
-
-class Questions:
-    """A round of questions that are all under way at once."""
-
-    def __init__(self, connection):
-        self.connection = connection
-        self.pending = 0
-        self.loop = GLib.MainLoop()
-
-    def ask(self, node, interface, method, arguments, receive):
-        """`receive` is called with the answer; not at all when the object is gone."""
-        self.pending += 1
-        self.connection.call(node[0], node[1], interface, method, arguments, None, Gio.DBusCallFlags.NONE, TIMEOUT_MS,
-                             None, self._finish, receive)
-
-    def ask_property(self, node, name, receive):
-        self.ask(node, PROPERTIES, "Get", ARGUMENTS_OF_PROPERTY[name], receive)
-
-    def _finish(self, connection, result, receive):
-        try:
-            receive(connection.call_finish(result).unpack()[0])
-        except GLib.Error:
-            pass
-        self.pending -= 1
-        if self.pending == 0:
-            self.loop.quit()
-
-    def wait(self):
-        if self.pending > 0:
-            self.loop.run()
+    session = Bus(os.environ["DBUS_SESSION_BUS_ADDRESS"])
+    return Bus(session.call("org.a11y.Bus", "/org/a11y/bus", Question("org.a11y.Bus", "GetAddress", read_text)))
 
 
 class Node:
-    # What a control is does not change as long as it lives, and none gets the reference of another.
-    roles = {}
+    # A control's role does not change, and no control reuses the reference of another.
+    known = {}
 
     def __init__(self, reference):
         self.reference = reference
         self.children = []
-        self.control = {"name": "", "description": "", "role": "", "states": [], "extents": [0, 0, 0, 0],
+        self.fields, role = self.known.setdefault(reference, (receiver(*reference), ""))
+        self.control = {"name": "", "description": "", "role": role, "states": [], "extents": [0, 0, 0, 0],
                         "value": None, "range": None}
-
-    def set(self, member):
-        return lambda answer: self.control.__setitem__(member, answer)
-
-    def set_states(self, words):
-        bits = words[0] | words[1] << 32
-        self.control["states"] = [name for name, state in STATES.items() if bits >> int(state) & 1]
-
-    def set_role(self, number):
-        self.control["role"] = self.roles[self.reference] = Atspi.role_get_name(Atspi.Role(number))
 
     def set_children(self, references):
         self.children = [Node(reference) for reference in references]
 
-    def ask_kind(self, questions):
-        questions.ask(self.reference, ACCESSIBLE, "GetState", None, self.set_states)
-        self.control["role"] = self.roles.get(self.reference, "")
-        if not self.control["role"]:
-            questions.ask(self.reference, ACCESSIBLE, "GetRole", None, self.set_role)
-        questions.ask_property(self.reference, "Name", self.set("name"))
+    def set_role(self, role):
+        self.control["role"] = role
+        self.known[self.reference] = self.fields, role
 
-    def ask_rest(self, questions):
-        questions.ask_property(self.reference, "Description", self.set("description"))
-        questions.ask(self.reference, COMPONENT, "GetExtents", ARGUMENTS_OF_EXTENTS, self.set("extents"))
+    def set(self, member):
+        return lambda answer: self.control.__setitem__(member, answer)
+
+    def questions_of_kind(self):
+        yield STATE, self.set("states")
+        yield NAME, self.set("name")
+        if not self.control["role"]:
+            yield ROLE, self.set_role
+
+    def questions_of_rest(self):
+        yield DESCRIPTION, self.set("description")
+        yield EXTENTS, self.set("extents")
         if self.control["role"] in WITH_VALUE:
-            self.control["range"] = [0, 0]
-            questions.ask_property(self.reference, "CurrentValue", self.set("value"))
-            for index, name in enumerate(("MinimumValue", "MaximumValue")):
-                questions.ask_property(self.reference, name,
-                                       lambda answer, at=index: self.control["range"].__setitem__(at, answer))
+            bounds = self.control["range"] = [0, 0]
+            yield CURRENT, self.set("value")
+            yield LOWEST, lambda answer: bounds.__setitem__(0, answer)
+            yield HIGHEST, lambda answer: bounds.__setitem__(1, answer)
 
     def is_of_interest(self, depth):
-        # The programs themselves have no states of these.
+        # The programs themselves have none of these states.
         return depth <= 1 or "visible" in self.control["states"]
 
 
-def read(connection):
+def ask(bus, questions):
+    """Asks triples of a node, a question and what receives its answer, all at once."""
+    answers = bus.ask([(node.fields, question) for node, question, _ in questions])
+    for at, answer in answers.items():
+        questions[at][2](answer)
+
+
+def read(bus):
     """The tree, level by level."""
     root = Node(REGISTRY)
     level = [root]
     for depth in range(DEEPEST):
-        questions = Questions(connection)
-        for node in level:
-            questions.ask(node.reference, ACCESSIBLE, "GetChildren", None, node.set_children)
-        questions.wait()
+        ask(bus, [(node, CHILDREN, node.set_children) for node in level])
         level = [child for node in level for child in node.children]
         if not level:
             break
-        questions = Questions(connection)
-        for node in level:
-            node.ask_kind(questions)
-        questions.wait()
-        questions = Questions(connection)
-        for node in level:
-            if "showing" in node.control["states"]:
-                node.ask_rest(questions)
-        questions.wait()
+        ask(bus, [(node, *question) for node in level for question in node.questions_of_kind()])
+        ask(bus, [(node, *question) for node in level if "showing" in node.control["states"]
+                  for question in node.questions_of_rest()])
         level = [node for node in level if node.is_of_interest(depth)]
     return root
 
@@ -158,10 +150,10 @@ def controls_below(node):
 
 
 def main():
-    connection = connect()
+    bus = connect()
     for _ in sys.stdin:
-        # The first level are the programs, which are no controls.
-        controls = [control for program in read(connection).children for control in controls_below(program)]
+        # The first level holds the programs, which are not controls.
+        controls = [control for program in read(bus).children for control in controls_below(program)]
         print(json.dumps(controls), flush=True)
 
 

@@ -1,13 +1,15 @@
 """A stage for the program for Windows: the same virtual display and emulator, the program under Wine.
 
-The program's folder is unpacked from the zip that users get, into a folder with a blank and Chinese letters; it has the
-drop-in hidapi in the real one's place, and the program finds no DLL elsewhere. Its controls are read through UI Automation (tests/windows/uiReader.cpp). Registry and drive are those of a Wine prefix of the cache,
-which one stage at a time uses, and whose store of settings is empty at the start.
+The program's folder is unpacked from the zip that users get, into a folder with a blank and Chinese letters in its name.
+The drop-in hidapi replaces the real one, and the program finds no DLL elsewhere. Its controls are read through UI
+Automation (tests/windows/uiReader.cpp). Registry and drive are those of this checkout's Wine prefix for programs with
+windows. One stage at a time uses it; its store of settings is empty at the start.
 
     with WindowsStage(build, native_build, ["r2"]) as stage:
         program = stage.start_program()
 """
 
+import contextlib
 import fcntl
 import os
 import pathlib
@@ -23,6 +25,24 @@ WINE = ROOT / "tools" / "windows" / "wine"
 STORE_KEY = r"HKCU\Software\Vexo Deck"
 
 
+def wine_folder():
+    """The folder of this checkout's Wine prefixes."""
+    result = subprocess.run([str(WINE), "--folder"], check=True, capture_output=True, text=True)
+    return pathlib.Path(result.stdout.strip())
+
+
+@contextlib.contextmanager
+def windows_prefix():
+    """The Wine prefix for programs with windows, which nobody else uses meanwhile. Ends its processes at the end."""
+    prefix = wine_folder() / "windows"
+    with open(f"{prefix}.use", "w") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        try:
+            yield prefix
+        finally:
+            subprocess.run(["wineserver", "--kill"], env=dict(os.environ, WINEPREFIX=str(prefix)), capture_output=True)
+
+
 def windows_path(path):
     return "Z:" + str(path).replace("/", "\\")
 
@@ -31,13 +51,10 @@ class WindowsStage(Stage):
     def __init__(self, build, native_build, models=("r2",), **words):
         super().__init__(native_build, models, **words)
         self.windows_build = pathlib.Path(build).resolve()
-        self.cache = pathlib.Path(os.environ.get("VEXO_CACHE", os.path.expanduser("~/.cache/vexo-deck")))
-        self.prefix = self.cache / "wine-stage"
+        self.held = contextlib.ExitStack()
 
     def _start(self):
-        self.cache.mkdir(parents=True, exist_ok=True)
-        self.lock = open(f"{self.prefix}.stage", "w")
-        fcntl.flock(self.lock, fcntl.LOCK_EX)
+        self.prefix = self.held.enter_context(windows_prefix())
         super()._start()
         packed = self.folder / "packed"
         subprocess.run(["cpack", "--config", str(self.windows_build / "CPackConfig.cmake"), "-B", str(packed)],
@@ -57,7 +74,7 @@ class WindowsStage(Stage):
         pass
 
     def _start_emulator(self):
-        self.env.update(WINEPREFIX=str(self.prefix), VEXO_CACHE=str(self.cache))
+        self.env.update(WINEPREFIX=str(self.prefix))
         super()._start_emulator()
 
     def emulator_words(self):
@@ -67,10 +84,9 @@ class WindowsStage(Stage):
         try:
             if self.reader is not None:
                 self.reader.stdin.close()
-            subprocess.run(["wineserver", "--kill"], env=dict(os.environ, WINEPREFIX=str(self.prefix)), capture_output=True)
+            self.held.close()
         finally:
             super().__exit__(*words)
-            self.lock.close()
 
     def wine(self, *words, check=True):
         result = subprocess.run([str(WINE), *words], env=self.env, capture_output=True, timeout=120)
@@ -79,8 +95,8 @@ class WindowsStage(Stage):
         return result.stdout.decode("utf-8", errors="replace")
 
     def start_program(self, environment=None):
-        # Without a console Qt's lines would go to the debugger. Wine hands variables of Qt's on with these letters
-        # before their names alone.
+        # Without a console Qt would send its log to the debugger. Wine passes Qt's variables on only under names with
+        # the prefix WINE.
         env = dict(self.env, VEXO_EMULATOR_SOCKET=self.emulator_ready["tcp"], WINEQT_FORCE_STDERR_LOGGING="1",
                    **(environment or {}))
         program = Program([str(WINE), "--alone", str(self.program_folder / "VexoDeck.exe")], env,

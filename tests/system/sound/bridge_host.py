@@ -3,6 +3,8 @@
 import json
 import subprocess
 
+from stage import Program
+
 LISTEN_BUS = 0xFFFFFFFF
 LIVE_BUS = 0xFFFFFFFE
 
@@ -25,21 +27,11 @@ def masters(*, listen_solo=True, mix_solo=False, listen_volume=1.0, mix_volume=1
     ]
 
 
-class BridgeHost:
+class BridgeHost(Program):
     def __init__(self, executable, env, log_path, user=None):
-        self.log_path = log_path
-        with open(log_path, "wb") as log:
-            self.process = subprocess.Popen([str(executable)], env=dict(env, QT_QPA_PLATFORM="offscreen"), stderr=log,
-                                            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, encoding="utf-8", user=user)
+        super().__init__([str(executable)], dict(env, QT_QPA_PLATFORM="offscreen"), log_path, stdin=subprocess.PIPE,
+                         stdout=subprocess.PIPE, encoding="utf-8", user=user)
         self._answer()
-
-    @property
-    def pid(self):
-        return self.process.pid
-
-    @property
-    def log(self):
-        return self.log_path.read_text(encoding="utf-8", errors="replace")
 
     def _answer(self):
         line = self.process.stdout.readline()

@@ -1,12 +1,11 @@
-"""Many programs at once through the bridge. What these ask of a machine, they ask of the whole of it."""
-
-import sys
-import time
+"""Many programs at once through the bridge. They keep a whole machine busy."""
 
 import numpy
 
 from bridge_host import source
-from sound_case import APPS, PIPEWIRE, SPEAKERS, SoundCase, cpu_seconds, highest_level_db, main, tone, wait_until
+from sound import PIPEWIRE, highest_level_db, tone
+from sound_case import APPS, SPEAKERS, SoundCase, main
+from stage import wait_until
 
 AMPLITUDE = 0.25
 LEVEL_DB = 20 * numpy.log10(AMPLITUDE)
@@ -23,7 +22,7 @@ class Crowd(SoundCase):
             quiet.truncate(600 * 48000 * 8)  # 10 minutes of silence
         for number in range(49):
             if number % 4 == 0:
-                # PulseAudio refuses whoever comes while 5 others wait to be let in.
+                # PulseAudio refuses a client while 5 others are connecting.
                 wait_until(lambda: len(self.sound.pactl("list", "short", "sink-inputs").splitlines()) > len(players),
                            f"{len(players) + 1} programs to play")
             players.append(self.sound.client(["pacat", "--raw", "--format=float32le", "--rate=48000", "--channels=2",
@@ -36,31 +35,17 @@ class Crowd(SoundCase):
 
         wait_until(lambda: listed() >= wanted, "every playing program in the list")
         self.assertEqual(listed(), wanted)
-        # PipeWire's Pulse server takes 64 clients in all, and there each capture is one of them.
+        # PipeWire's Pulse server takes 64 clients in all; each capture is one of them.
         others = sorted(int(pid) for pid in wanted if int(pid) != heard_player.pid)
         routed = [heard_player.pid, *(others[:7] if self.kind == PIPEWIRE else others)]
         speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(speakers.stop)
         bridge.route(*map(source, routed))
-        self.assertEqual(bridge.log.count("[INFO] Started capture for PID"), len(routed))
         wait_until(lambda: self.sound.pactl("list", "source-outputs").count('media.name = "Vexo Deck capture"') == len(routed),
                    f"{len(routed)} captures")
-        # At this load of the server the player itself has dropouts: one piece of 20 ms between them is enough.
+        # Under this load the player itself has dropouts. A piece of 20 ms between two of them is enough.
         self.wait_heard(speakers, lambda heard: abs(highest_level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
-
-        def less_than_a_core():
-            began, before = time.monotonic(), cpu_seconds(bridge.pid)
-            speakers.next(3.0)
-            share = (cpu_seconds(bridge.pid) - before) / (time.monotonic() - began)
-            print(f"{len(routed)} captures: {share:.0%} of a core", file=sys.stderr)
-            return share < 1.0
-
-        wait_until(less_than_a_core, "3 s in which the bridge takes less than a core")
         self.assertEqual(bridge.end(), 0)
-
-
-class CrowdOnPipeWire(Crowd):
-    kind = PIPEWIRE
 
 
 if __name__ == "__main__":

@@ -4,8 +4,7 @@ import unittest
 
 import numpy
 
-from sound_case import held_level_db, highest_level_db, level_db, tone
-from sound import RATE  # isort: skip
+from sound import RATE, held_level_db, highest_level_db, level_db, tone
 
 AMPLITUDE = 0.25
 LEVEL_DB = 20 * numpy.log10(AMPLITUDE)

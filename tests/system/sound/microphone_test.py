@@ -8,7 +8,9 @@ import subprocess
 import numpy
 
 from bridge_host import source
-from sound_case import APPS, BUILD, PIPEWIRE, SPEAKERS, SoundCase, held_level_db, level_db, main, tone, wait_until
+from sound import PIPEWIRE, held_level_db, level_db, tone
+from sound_case import APPS, BUILD, SPEAKERS, SoundCase, main
+from stage import wait_until
 
 DEVICE = "VEXO Mixdesk R2"
 OTHER = "Desk Microphone"
@@ -77,24 +79,19 @@ class Microphones(SoundCase):
         self.assertTrue(self.bridge.call("RemoveInputDevice", DEVICE))
         wait_until(lambda: [entry["name"] for entry in self.bridge.call("GetInputDevices")] == [OTHER], "its removal")
 
-    def test_server_restart_brings_the_microphone_back_within_2_seconds(self):
+    def test_server_restart_brings_the_microphone_back(self):
         self.speak(500)
         self.assertTrue(self.bridge.call("AddInputDevice", DEVICE, 0))
         self.bridge.route(source(0))
         self.wait_tone(500)
-
-        def restart():
-            self.speakers.stop()
-            missed = self.bridge.log.count(MISSED)
-            self.sound.stop(kill=True)
-            wait_until(lambda: self.bridge.log.count(MISSED) > missed, "the microphone to be missed")
-            self.sound.start()
-            self.speak(500)
-            self.speakers = self.sound.recorder(SPEAKERS)
-            self.addCleanup(self.speakers.stop)
-            return self.wait_began(self.speakers, 500, LEVEL_DB) - self.sound.answered
-
-        self.assert_once_within(2.0, restart)
+        self.speakers.stop()
+        self.sound.stop(kill=True)
+        wait_until(lambda: MISSED in self.bridge.log, "the microphone to be missed")
+        self.sound.start()
+        self.speak(500)
+        self.speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(self.speakers.stop)
+        self.wait_tone(500)
 
     def test_microphone_that_comes_later_is_heard_and_another_one_disturbs_nobody(self):
         if self.kind == PIPEWIRE:
@@ -108,7 +105,7 @@ class Microphones(SoundCase):
         self.speak(2000, "late")
         self.wait_heard(self.speakers, lambda heard: all(abs(level_db(heard, frequency) - LEVEL_DB) < 0.1 for frequency in (500, 2000)),
                         "both microphones", seconds=0.5)
-        # Nothing is missing any more: who comes now interrupts nobody.
+        # No input is missing any more, so another device interrupts nothing.
         initialised = self.bridge.log.count(REINITIALISED)
         self.sound.add_microphone("unwanted", "Unwanted Microphone")
         wait_until(lambda: any(device["name"] == "Unwanted Microphone" for device in self.bridge.call("GetDeviceList", 1)), "one more microphone")
@@ -178,7 +175,7 @@ class Microphones(SoundCase):
         self.assertNotIn("ALSA lib ", bridge.log)
 
     def test_jack_is_not_asked_for_its_devices(self):
-        # Its library would wait for ever where a killed program left its lock in the database of all programs.
+        # A killed program may leave a lock in JACK's database, which all programs share. Its library then waits for ever.
         bridge = self.start_bridge(LD_DEBUG="bindings", LD_DEBUG_OUTPUT=str(self.folder / "bindings"))
         wait_until(lambda: "Audio routing service started" in bridge.log, "the service")
         bindings = (self.folder / f"bindings.{bridge.pid}").read_text(errors="replace")
@@ -199,10 +196,6 @@ class Microphones(SoundCase):
         wait_until(lambda: "Audio routing service started" in self.bridge.log, "the service")
         self.assertTrue(self.bridge.call("SetDeviceSampleRate", DEVICE, 48000))
         self.assertFalse(self.bridge.call("SetDeviceSampleRate", "Nobody", 48000))
-
-
-class MicrophonesOnPipeWire(Microphones):
-    kind = PIPEWIRE
 
 
 if __name__ == "__main__":

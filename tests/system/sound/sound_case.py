@@ -3,27 +3,25 @@
 import os
 import pathlib
 import shutil
-import subprocess
 import sys
 import tempfile
 import unittest
 
+from bridge_host import BridgeHost
+from sound import PULSEAUDIO, SoundServer, available, highest_level_db, sound_environment
+from stage import wait_until
+
 ROOT = pathlib.Path(__file__).resolve().parents[3]
-sys.path.insert(0, str(ROOT / "tools" / "stage"))
-
-from bridge_host import BridgeHost  # noqa: E402
-from sound import PIPEWIRE, PULSEAUDIO, SoundServer, available, held_level_db, highest_level_db, level_db, tone  # noqa: E402, F401
-from stage import cpu_seconds, wait_until  # noqa: E402, F401
-
 BUILD = pathlib.Path(os.environ["VEXO_BUILD"])
 LONG = "VEXO_LONG" in os.environ
 
-# Where applications play, and where the bridge does.
+# The sink of the applications, and that of the bridge.
 APPS = "apps"
 SPEAKERS = "spk"
 
 
 class SoundCase(unittest.TestCase):
+    # main() sets it.
     kind = PULSEAUDIO
 
     @classmethod
@@ -34,12 +32,7 @@ class SoundCase(unittest.TestCase):
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="vexo-sound-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        self.env = dict(os.environ, HOME=str(self.folder), TMPDIR=str(self.folder), LANG="C.UTF-8", LC_ALL="C.UTF-8",
-                        XDG_CONFIG_HOME=str(self.folder / "config"), XDG_DATA_HOME=str(self.folder / "data"),
-                        XDG_CACHE_HOME=str(self.folder / "cache"), XDG_STATE_HOME=str(self.folder / "state"))
-        self.env.pop("DISPLAY", None)
-        if self.kind == PIPEWIRE:
-            self._start_bus()
+        self.env = sound_environment(self.folder)
         self.sound = SoundServer(self.folder, self.env, self.kind)
         self.addCleanup(self.sound.__exit__, None, None, None)
         self.sound.start()
@@ -56,15 +49,6 @@ class SoundCase(unittest.TestCase):
         """PulseAudio moves streams to a default sink that comes; PipeWire leaves them."""
         if self.kind == PULSEAUDIO:
             self.sound.set_default_sink(APPS)
-
-    def _start_bus(self):
-        bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address=1",
-                                f"--address=unix:path={self.folder}/bus"], stdout=subprocess.PIPE,
-                               stderr=subprocess.DEVNULL, env=self.env)
-        self.addCleanup(bus.stdout.close)
-        self.addCleanup(bus.wait)
-        self.addCleanup(bus.terminate)
-        self.env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
 
     def _log_of_failure(self):
         outcome = self._outcome.result
@@ -99,39 +83,12 @@ class SoundCase(unittest.TestCase):
             raise
         return last[0]
 
-    def wait_began(self, recorder, frequency, level):
-        """Waits until a tone is recorded at its level; the time at which it began."""
-        block = recorder.rate // 20
-
-        def began():
-            signal = recorder.signal()
-            return [at for at in range(0, len(signal) - block + 1, block)
-                    if abs(level_db(signal[at:at + block], frequency) - level) < 0.1]
-
-        first = wait_until(began, f"{frequency} Hz at {level:.1f} dB")[0]
-        return recorder.began + first / recorder.rate
-
-    def assert_once_within(self, seconds, act):
-        """`act` gives the seconds that something took. Once is enough: a machine that is busy with other things is late now
-        and then, a bridge that is late is so always."""
-        taken = []
-        for _ in range(6):
-            taken.append(act())
-            if taken[-1] <= seconds:
-                return
-        self.fail(f"took {', '.join(f'{time:.2f}' for time in taken)} s, never within {seconds:g} s")
-
 
 def main():
-    """Runs the test cases of the server named on the command line, or all."""
+    """Runs the tests, with `--server NAME` on that server instead of PulseAudio."""
     words = sys.argv[1:]
-    servers = (PULSEAUDIO, PIPEWIRE)
     if "--server" in words:
         at = words.index("--server")
-        servers = (words[at + 1],)
+        SoundCase.kind = words[at + 1]
         del words[at:at + 2]
-    module = sys.modules["__main__"]
-    for name, case in list(vars(module).items()):
-        if isinstance(case, type) and issubclass(case, SoundCase) and case.kind not in servers:
-            delattr(module, name)
-    unittest.main(module, argv=[sys.argv[0], *words])
+    unittest.main(argv=[sys.argv[0], *words])

@@ -1,8 +1,8 @@
 """A tour of the program on a virtual display: pictures of its states, left in a folder.
 
-    tools/env python3 tools/stage/tour.py --build build/release --out build/tour r2
+    tools/env python3 tools/pictures/tour.py --build build/release --out build/tour r2
 
-Where PulseAudio is installed the virtual device is heard, and the pictures of the working screen show it on the meters.
+If PulseAudio is installed, the virtual device is heard, and the pictures of the working screen show it on the meters.
 """
 
 import argparse
@@ -12,11 +12,15 @@ import sys
 
 from PIL import Image, ImageChops
 
-from sound import SoundServer, available
-from stage import Stage, wait_until
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "stage"))
 
-# The pages of the device drawer, as their tabs call them; Voxmic M40 has no lights.
-PAGES = {"microphone": "话筒", "monitor": "监听", "lighting": "灯光", "general": "通用"}
+from screens import (CONNECTED, GENERAL_PAGE, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, WAITING_TITLE, close_drawer,  # noqa: E402
+                     close_menu, open_drawer, open_main, open_menu)
+from sound import SoundServer, available  # noqa: E402
+from stage import Stage, wait_until  # noqa: E402
+
+PAGES = {"microphone": MICROPHONE_PAGE, "monitor": MONITOR_PAGE, "lighting": LIGHTING_PAGE, "general": GENERAL_PAGE}
+# Voxmic M40 has no lights.
 MODEL_PAGES = {"r2": list(PAGES), "m40": ["microphone", "monitor", "general"], "t40": list(PAGES)}
 # Pixels that differ when a meter has gone up for everybody to see: some fifty rows of its two bars.
 MOVED_PIXELS = 1000
@@ -59,34 +63,28 @@ def main():
             sound.add_sink("speakers", "Speakers")
             sound.add_virtual_microphone("silence", model=arguments.model)
         stage.start_program()
-        stage.wait_text("连接你的 VEXO 设备")
+        stage.wait_text(WAITING_TITLE)
         picture("1-waiting.png", "waiting for a device")
         stage.emulator("plug")
-        stage.wait_text("已连接")
+        stage.wait_text(CONNECTED)
         picture("2-connected.png", "the virtual device is connected")
-        stage.click("更多")
-        stage.wait_text("帮助", "menu item")
+        open_menu(stage)
         picture("3-menu.png", "the main window's menu")
-        stage.xdotool("key", "Escape")
-        stage.wait_no_text("帮助", "menu item")
-        stage.click("开启高清音质之旅", "button")
-        stage.wait_text("设备设置", "button")
+        close_menu(stage)
+        open_main(stage)
         lively_picture("4-main.png", "the working screen")
-        stage.click("设备设置", "button")
-        stage.wait_text("返回", "button")
-        # The drawer moves to its place.
+        open_drawer(stage)
         picture("5-drawer.png", "the device drawer")
         for page in MODEL_PAGES[arguments.model]:
             stage.click(PAGES[page], "page tab")
             picture(f"5-drawer-{page}.png", f"the page {PAGES[page]} of the drawer")
-        if arguments.model == "m40" and stage.find(PAGES["lighting"], "page tab"):
+        if arguments.model == "m40" and stage.find(LIGHTING_PAGE, "page tab"):
             raise SystemExit("tour: Voxmic M40 shows a tab for lights")
-        stage.xdotool("key", "Escape")
-        stage.wait_no_text("返回", "button")
+        close_drawer(stage)
         lively_picture("6-main.png", "the drawer is closed again")
         stage.emulator("unplug")
-        stage.wait_no_text("已连接")
-        stage.wait_text("连接你的 VEXO 设备")
+        stage.wait_no_text(CONNECTED)
+        stage.wait_text(WAITING_TITLE)
         picture("7-disconnected.png", "unplugged again")
     print("tour: done", flush=True)
 

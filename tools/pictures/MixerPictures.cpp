@@ -1,13 +1,7 @@
-// Draws the mixer, the equaliser and the automatic gain measurement in their states and saves pictures of
-// them:
-//     qml_mixer_pictures FOLDER [WIDTHxHEIGHT]
-// writes FOLDER/<state>.png. Wants a display (an Xvfb will do); QT_SCALE_FACTOR gives other densities.
-
 #include "tests/support/qml/FakeHIDHotplugManager.h"
-#include "tests/support/qml/FakeProgram.h"
 #include "tests/support/qml/FakeSystemBridge.h"
+#include "tools/pictures/Pictures.h"
 
-#include <QDir>
 #include <QGuiApplication>
 #include <QImage>
 #include <QJsonDocument>
@@ -17,13 +11,10 @@
 #include <QQuickWindow>
 
 #include <array>
-#include <cstdio>
 #include <functional>
 
 namespace {
 
-// Longer than any transition of a page.
-constexpr int kSettleMs = 900;
 constexpr uint kLiveBus = 0xFFFFFFFE;
 constexpr uint kMonitorBus = 0xFFFFFFFF;
 
@@ -41,16 +32,12 @@ constexpr std::array<Application, 8> kApplications = {{{"Firefox", "#FF7139"},
                                                        {"OBS", "#8A8AFF"},
                                                        {"Browser", nullptr}}};
 
-void settle(const std::function<void()>& everyPeriod = {}) {
-    runEventLoop(kSettleMs, everyPeriod);
-}
-
 class Pictures {
 public:
-    Pictures(QQmlApplicationEngine& qmlEngine, const QDir& target) : engine(qmlEngine), folder(target) {
+    Pictures(QQmlApplicationEngine& qmlEngine, QQuickWindow& mainWindow, const QDir& target)
+        : engine(qmlEngine), window(&mainWindow), folder(target) {
         manager = engine.singletonInstance<FakeHIDHotplugManager*>("VexoDeckHIDHotplug", "HIDHotplugManager");
         bridge = engine.singletonInstance<FakeSystemBridge*>("VexoDeckSystemBridge", "SystemBridge");
-        window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
     }
 
     bool takeAll() {
@@ -63,8 +50,6 @@ public:
         takeAutoGain();
         return good;
     }
-
-    QQuickWindow* window = nullptr;
 
 private:
     void drawIcons() {
@@ -204,7 +189,7 @@ private:
                                   "setValue", key, value);
     }
 
-    static QObject* find(QQuickWindow* root, const QString& objectName) {
+    static QObject* find(const QQuickWindow* root, const QString& objectName) {
         QObject* const found = findIn(root->contentItem(), objectName);
         if (found == nullptr)
             qFatal("no %s", qPrintable(objectName));
@@ -233,16 +218,13 @@ private:
     }
 
     void save(const QString& state, QQuickWindow& shown, const std::function<void()>& everyPeriod = {}) {
-        settle(everyPeriod);
-        const QString path = folder.filePath(state + ".png");
-        const bool saved = shown.grabWindow().save(path);
-        std::printf("%s %s\n", saved ? "saved" : "could not save", qPrintable(path));
-        good = good && saved;
+        good = savePicture(shown, folder, state, everyPeriod) && good;
     }
 
     const QVariantMap info = {{"dpid", 0x9829U},           {"pid", 1},          {"vid", 2},
                               {"name", "VEXO Mixdesk R2"}, {"sn", "VX24A0117"}, {"version", "V1.04"}};
     QQmlApplicationEngine& engine;
+    QQuickWindow* const window;
     QDir folder;
     FakeHIDHotplugManager* manager = nullptr;
     FakeSystemBridge* bridge = nullptr;
@@ -252,24 +234,6 @@ private:
 
 } // namespace
 
-int main(int argc, char** argv) {
-    QGuiApplication application(argc, argv);
-    const QStringList arguments = QGuiApplication::arguments();
-    if (arguments.size() < 2) {
-        std::fprintf(stderr, "usage: qml_mixer_pictures FOLDER [WIDTHxHEIGHT]\n");
-        return 2;
-    }
-    const QDir folder(QDir(arguments[1]).absolutePath());
-    folder.mkpath(".");
-    setUpFakeProgram();
-    QQmlApplicationEngine engine;
-    engine.loadFromModule("VexoDeck", "Main");
-    if (engine.rootObjects().isEmpty())
-        return 1;
-    Pictures pictures(engine, folder);
-    if (arguments.size() > 2) {
-        const QStringList size = arguments[2].split('x');
-        pictures.window->resize(size.value(0).toInt(), size.value(1).toInt());
-    }
-    return pictures.takeAll() ? 0 : 1;
+bool takeMixerPictures(QQmlApplicationEngine& engine, QQuickWindow& window, const QDir& folder) {
+    return Pictures(engine, window, folder).takeAll();
 }

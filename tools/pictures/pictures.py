@@ -1,0 +1,69 @@
+"""The pictures of docs/pictures: which step makes each (steps.py), and how it is saved."""
+
+from dataclasses import dataclass
+
+import numpy
+from PIL import Image
+
+COLOURS = 256
+# The grounds, lines and letters keep their very colours; the rest is for the soft shades of the devices.
+EXACT_COLOURS = 64
+
+
+@dataclass(frozen=True)
+class Picture:
+    step: str
+    # A palette makes it small enough for the repository; a picture of many soft shades would show rings.
+    palette: bool = True
+
+
+def _list():
+    pictures = {"welcome-waiting": Picture("program r2", palette=False), "menu": Picture("program r2")}
+    for model in ("r2", "m40", "t40"):
+        step = f"program {model}"
+        pictures[f"welcome-connected-{model}"] = Picture(step, palette=False)
+        for name in ("main", "drawer-microphone", "drawer-monitor"):
+            pictures[f"{name}-{model}"] = Picture(step)
+        if model != "r2":
+            pictures[f"drawer-boost-{model}"] = Picture(step)
+    for name in ("dialog", "upgrade-r2", "upgrade-m40", "upgrade-t40", "upgrade-failed-r2", "upgrade-done-r2"):
+        pictures[name] = Picture("upgrade")
+    for name in ("empty", "popup", "full", "clipping", "solo"):
+        pictures[f"mixer-{name}"] = Picture("mixer")
+    for name in (*(f"equalizer-{preset}" for preset in range(7)), "equalizer-user", "auto-gain-measuring", "auto-gain-done"):
+        pictures[name] = Picture("mixer", palette=False)
+    pictures["control-gallery"] = Picture("gallery", palette=False)
+    for name in ("mixer-scene", "mixer-limiter"):
+        pictures[name] = Picture("scenes", palette=False)
+    for name in ("welcome", "main", "gain"):
+        pictures[f"windows-{name}"] = Picture("windows", palette=False)
+    return pictures
+
+
+PICTURES = _list()
+
+
+def with_palette(picture):
+    pixels = numpy.asarray(picture).reshape(-1, 3)
+    colours, places, counts = numpy.unique(pixels, axis=0, return_inverse=True, return_counts=True)
+    order = numpy.argsort(-counts, kind="stable")
+    palette = colours[order[:EXACT_COLOURS]]
+    # Each of the other colours once, so that the large grounds do not take the palette.
+    others = colours[order[EXACT_COLOURS:]]
+    if len(others):
+        sample = Image.fromarray(others[numpy.newaxis])
+        shades = sample.quantize(COLOURS - len(palette), method=Image.Quantize.MEDIANCUT, kmeans=4).getpalette()
+        palette = numpy.concatenate([palette, numpy.array(shades, dtype=numpy.uint8).reshape(-1, 3)])
+    nearest = [numpy.argmin(((palette.astype(int) - colour) ** 2).sum(axis=1)) for colour in colours.astype(int)]
+    result = Image.fromarray(numpy.array(nearest, dtype=numpy.uint8)[places].reshape(picture.size[::-1]), "P")
+    result.putpalette(palette.tobytes())
+    return result
+
+
+def save(taken, path, palette):
+    picture = Image.open(taken)
+    if palette:
+        picture = with_palette(picture.convert("RGB"))
+    elif picture.mode != "RGBA":
+        picture = picture.convert("RGB")
+    picture.save(path, optimize=True)

@@ -1,0 +1,125 @@
+"""The steps that take the pictures. Each leaves files NAME.png in a folder; what it returns is why it could not."""
+
+import functools
+import pathlib
+import subprocess
+from dataclasses import dataclass
+
+from screens import (CONNECTED, MICROPHONE_PAGE, MONITOR_PAGE, SETTINGS_BUTTON, START_BUTTON, WAITING_TITLE, close_menu,
+                     open_drawer, open_main, open_menu)
+from stage import Stage
+from windows import WindowsStage
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+WINDOW = (1300, 800)
+# Room for the windows that the documents open beside the main one.
+SCREEN = (1400, 900)
+# On the page of the drawer beside its controls, where the wheel scrolls.
+PAGE_MARGIN = (880, 600)
+SCENE_GAME = "游戏"
+
+
+@dataclass(frozen=True)
+class Builds:
+    dev: pathlib.Path
+    windows: pathlib.Path
+
+
+class Camera:
+    def __init__(self, stage, folder):
+        self.stage = stage
+        self.folder = folder
+
+    def take(self, name):
+        """The screen as soon as nothing on it moves, with the mouse out of the way."""
+        self.stage.xdotool("mousemove", WINDOW[0] - 1, WINDOW[1] - 1)
+        self.stage.steady_screenshot(self.folder / f"{name}.png")
+
+
+def take_program(model, builds, folder):
+    """The running program beside the virtual device of a model."""
+    with Stage(builds.dev, [model], size=WINDOW) as stage:
+        camera = Camera(stage, folder)
+        stage.start_program()
+        stage.wait_text(WAITING_TITLE)
+        if model == "r2":
+            camera.take("welcome-waiting")
+            open_menu(stage)
+            camera.take("menu")
+            close_menu(stage)
+        stage.emulator("plug")
+        stage.wait_text(CONNECTED)
+        camera.take(f"welcome-connected-{model}")
+        open_main(stage)
+        camera.take(f"main-{model}")
+        open_drawer(stage)
+        for name, tab in {"microphone": MICROPHONE_PAGE, "monitor": MONITOR_PAGE}.items():
+            stage.click(tab, "page tab")
+            camera.take(f"drawer-{name}-{model}")
+        if model != "r2":
+            stage.click(MICROPHONE_PAGE, "page tab")
+            stage.click(SCENE_GAME, "radio button")
+            stage.wait_text("强降噪", "radio button")
+            # The lower half of the page.
+            stage.xdotool("mousemove", *PAGE_MARGIN, "click", "--repeat", 20, 5)
+            camera.take(f"drawer-boost-{model}")
+
+
+def take_documents(part, builds, folder):
+    """What no service of the program brings about yet: the same documents with fake services."""
+    with Stage(builds.dev, [], size=SCREEN) as stage:
+        run(builds.dev / "tools" / "pictures" / "vexo_document_pictures", part, folder, env=stage.env)
+
+
+def take_gallery(builds, folder):
+    with Stage(builds.dev, [], size=SCREEN) as stage:
+        run(builds.dev / "tests" / "qml" / "gallery" / "vexo_control_gallery", "--save", folder / "control-gallery.png",
+            env=stage.env)
+
+
+def take_scenes(builds, folder):
+    for name in ("mixer-scene", "mixer-limiter"):
+        scene = ROOT / "docs" / "scenes" / f"{name.removeprefix('mixer-').replace('scene', 'mixer')}.scene"
+        run(builds.dev / "tools" / "scene" / "vexo-mixer-scene", scene, folder / name)
+        (folder / name / "scene.png").rename(folder / f"{name}.png")
+
+
+def take_windows(builds, folder):
+    """The program for Windows under Wine."""
+    if not (builds.windows / "app" / "VexoDeck.exe").is_file():
+        return f"there is no program in {builds.windows}"
+    with WindowsStage(builds.windows, builds.dev, size=WINDOW) as stage:
+        camera = Camera(stage, folder)
+        stage.start_program()
+        stage.wait_text(WAITING_TITLE)
+        stage.emulator("plug")
+        _, _, button = stage.wait_screen(CONNECTED, ("VEXO Mixdesk R2", "label"), (START_BUTTON, "button"))
+        camera.take("windows-welcome")
+        stage.click_control(button)
+        (button,) = stage.wait_screen((SETTINGS_BUTTON, "button"), gone=[(START_BUTTON, "button")])
+        camera.take("windows-main")
+        stage.click_control(button)
+        _, slider = stage.wait_screen(("返回", "button"), ("增益", "slider"))
+        x, y, width, height = slider["extents"]
+        stage.emulator("clear")
+        stage.xdotool("mousemove", x + width * 3 // 4, y + height // 2, "click", 1)
+        stage.emulator("wait attribute mic_gain 20000")
+        camera.take("windows-gain")
+
+
+def run(*command, env=None):
+    result = subprocess.run([str(word) for word in command], env=env, capture_output=True, text=True)
+    if result.returncode != 0:
+        raise SystemExit(f"pictures: {command[0]} ended with {result.returncode}:\n{result.stderr}")
+
+
+STEPS = {
+    "program r2": functools.partial(take_program, "r2"),
+    "program m40": functools.partial(take_program, "m40"),
+    "program t40": functools.partial(take_program, "t40"),
+    "upgrade": functools.partial(take_documents, "upgrade"),
+    "mixer": functools.partial(take_documents, "mixer"),
+    "gallery": take_gallery,
+    "scenes": take_scenes,
+    "windows": take_windows,
+}
