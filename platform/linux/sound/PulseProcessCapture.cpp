@@ -170,9 +170,10 @@ HResult PulseProcessCapture::stopCapture() {
     }
     capturing = false;
     server->removeObserver(*this);
+    // Before the timers: what streams waited with is handed on here, and each packet may start one.
+    connectionLost();
     forget(retry);
     forget(rest);
-    connectionLost();
     return kHResultOk;
 }
 
