@@ -1,7 +1,7 @@
 #include "platform/linux/sound/PulseRenderChannel.h"
 
 #include "platform/linux/sound/PulseEndpoints.h"
-#include "platform/linux/sound/PulseStream.h"
+#include "platform/linux/sound/PulseFormat.h"
 #include "platform/linux/sound/RealTimeThread.h"
 
 #include <algorithm>
@@ -11,7 +11,8 @@ namespace {
 constexpr std::uint32_t kBytesPerMs = kMixSampleRate / 1000 * kFrameBytes;
 constexpr std::int64_t kUnitsPerMs = 10'000; // of 100 ns
 
-// What lies between the mix and the ear, the sink's own buffer included, and what is asked for at a time.
+// What lies between the mix and the ear, the sink's own buffer included, and what the server asks for at a
+// time.
 constexpr std::uint32_t kLatencyMs = 30;
 constexpr std::uint32_t kPeriodMs = 5;
 
@@ -55,13 +56,14 @@ bool PulseRenderChannel::open(const AudioEndpoint& endpoint) {
 void PulseRenderChannel::run(const std::atomic<bool>& running, const RenderCallback& render) {
     const RealTimeThread realTime;
     callback = &render;
-    link =
-        std::make_unique<PulseLink>(*pa_mainloop_get_api(mainloop.get()),
-                                    PulseLink::Events{[this](pa_context& context) { handleReady(context); },
-                                                      [this] {
-                                                          dropStream();
-                                                      }});
-    link->connect();
+    pa_mainloop_api& api = *pa_mainloop_get_api(mainloop.get());
+    retry.emplace(api, [this] { connectStream(); });
+    connection = std::make_unique<PulseConnection>(
+        api, PulseConnection::Events{
+                 .ready = [this](pa_context& context) { handleReady(context); },
+                 .lost = [this] { dropStream(); },
+             });
+    connection->connect();
     while (running) {
         if (pa_mainloop_iterate(mainloop.get(), 1, nullptr) < 0) {
             break;
@@ -78,17 +80,14 @@ void PulseRenderChannel::wake() {
 }
 
 void PulseRenderChannel::stopClient() {
-    cancelRetry();
+    retry.reset();
     dropStream();
-    link.reset();
+    connection.reset();
 }
 
 void PulseRenderChannel::handleReady(pa_context& context) {
     pa_context_set_subscribe_callback(&context, onSinkEvent, this);
-    if (pa_operation* const operation =
-            pa_context_subscribe(&context, PA_SUBSCRIPTION_MASK_SINK, nullptr, nullptr)) {
-        pa_operation_unref(operation);
-    }
+    const PulseOperation started(pa_context_subscribe(&context, PA_SUBSCRIPTION_MASK_SINK, nullptr, nullptr));
     connectStream();
 }
 
@@ -99,10 +98,8 @@ void PulseRenderChannel::onSinkEvent(pa_context* context, pa_subscription_event_
         return;
     }
     const auto* const channel = static_cast<PulseRenderChannel*>(self);
-    if (pa_operation* const operation =
-            pa_context_get_sink_info_by_name(context, channel->sinkName.c_str(), onSinkFound, self)) {
-        pa_operation_unref(operation);
-    }
+    const PulseOperation started(
+        pa_context_get_sink_info_by_name(context, channel->sinkName.c_str(), onSinkFound, self));
 }
 
 void PulseRenderChannel::onSinkFound(pa_context*, const pa_sink_info* info, int end, void* self) {
@@ -114,37 +111,37 @@ void PulseRenderChannel::onSinkFound(pa_context*, const pa_sink_info* info, int 
 
 void PulseRenderChannel::connectStream() {
     dropStream();
-    pa_context* const context = link->readyContext();
+    pa_context* const context = connection->readyContext();
     if (context == nullptr) {
         return; // its return makes the stream anew
     }
-    stream = pa_stream_new(context, streamNameOf(bus), &kSampleSpec, nullptr);
-    if (stream == nullptr) {
+    stream.reset(pa_stream_new(context, streamNameOf(bus), &kSampleSpec, nullptr));
+    if (!stream) {
         scheduleRetry();
         return;
     }
-    pa_stream_set_state_callback(stream, onState, this);
-    pa_stream_set_write_callback(stream, onWrite, this);
-    pa_buffer_attr attributes;
-    attributes.maxlength = static_cast<std::uint32_t>(kRenderBufferDuration / kUnitsPerMs) * kBytesPerMs;
-    attributes.tlength = kLatencyMs * kBytesPerMs;
-    attributes.prebuf = 0; // starts at once, and goes on by itself after an underrun
-    attributes.minreq = kPeriodMs * kBytesPerMs;
-    attributes.fragsize = static_cast<std::uint32_t>(-1);
+    pa_stream_set_state_callback(stream.get(), onState, this);
+    pa_stream_set_write_callback(stream.get(), onWrite, this);
+    const pa_buffer_attr attributes{
+        .maxlength = static_cast<std::uint32_t>(kRenderBufferDuration / kUnitsPerMs) * kBytesPerMs,
+        .tlength = kLatencyMs * kBytesPerMs,
+        .prebuf = 0, // starts at once, and goes on by itself after an underrun
+        .minreq = kPeriodMs * kBytesPerMs,
+        .fragsize = kServersChoice};
     // An output stays where it is: when its sink goes, it waits for it.
     constexpr auto kFlags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
-    if (pa_stream_connect_playback(stream, sinkName.c_str(), &attributes, kFlags, nullptr, nullptr) < 0) {
+    if (pa_stream_connect_playback(stream.get(), sinkName.c_str(), &attributes, kFlags, nullptr, nullptr) <
+        0) {
         scheduleRetry();
     }
 }
 
 void PulseRenderChannel::dropStream() {
-    retireStream(stream);
-    stream = nullptr;
+    stream.reset();
     sinkIndex = PA_INVALID_INDEX;
 }
 
-// A sink that is gone is asked for until it is there again.
+// While the sink is gone, the stream is tried again until the sink is back.
 void PulseRenderChannel::onState(pa_stream* changed, void* self) {
     const pa_stream_state_t state = pa_stream_get_state(changed);
     auto* const channel = static_cast<PulseRenderChannel*>(self);
@@ -169,29 +166,5 @@ void PulseRenderChannel::onWrite(pa_stream* asking, std::size_t byteCount, void*
             return;
         }
         byteCount -= frameCount * kFrameBytes;
-    }
-}
-
-void PulseRenderChannel::scheduleRetry() {
-    if (retry != nullptr) {
-        return;
-    }
-    timeval when{};
-    pa_timeval_add(pa_gettimeofday(&when), kRetryInterval);
-    pa_mainloop_api* const api = pa_mainloop_get_api(mainloop.get());
-    retry = api->time_new(
-        api, &when,
-        [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
-            auto* const channel = static_cast<PulseRenderChannel*>(self);
-            channel->cancelRetry();
-            channel->connectStream();
-        },
-        this);
-}
-
-void PulseRenderChannel::cancelRetry() {
-    if (retry != nullptr) {
-        pa_mainloop_get_api(mainloop.get())->time_free(retry);
-        retry = nullptr;
     }
 }

@@ -1,5 +1,6 @@
 #include "mixer/AppAudioConfigStore.h"
 #include "mixer/PerAppInputBuffers.h"
+#include "platform/linux/sound/CaptureFeed.h"
 #include "platform/linux/sound/PulseProcessCapture.h"
 #include "tests/support/Await.h"
 #include "tests/support/mixer/RouterLogCapture.h"
@@ -15,6 +16,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -82,25 +84,15 @@ protected:
     /// Returns when the server's thread has done all that is due within `delay` from now.
     void passOnServerThread(std::chrono::milliseconds delay) const {
         std::atomic<bool> passed = false;
-        timeval when{};
-        pa_timeval_add(pa_gettimeofday(&when), static_cast<pa_usec_t>(delay.count()) * PA_USEC_PER_MSEC);
-        pa_time_event* event = nullptr;
+        std::optional<PulseTimer> timer;
         {
             const PulseServer::Lock lock(*connection);
-            event = connection->api().time_new(
-                &connection->api(), &when,
-                [](pa_mainloop_api*, pa_time_event*, const timeval*, void* flag) {
-                    *static_cast<std::atomic<bool>*>(flag) = true;
-                },
-                &passed);
+            timer.emplace(connection->api(), [&passed] { passed = true; }).start(delay);
         }
         EXPECT_TRUE(await([&passed] { return passed.load(); }));
         const PulseServer::Lock lock(*connection);
-        connection->api().time_free(event);
+        timer.reset();
     }
-
-    /// Longer than a capture waits before it takes a process for silent.
-    static constexpr std::chrono::milliseconds kLongerThanRest{250};
 
     // The server's module takes no space in the name of its socket.
     const QTemporaryDir runtime{QDir::tempPath() + QStringLiteral("/vexo-sound-XXXXXX")};
@@ -132,7 +124,7 @@ TEST_F(PulseCaptureOnServer, StoppedCaptureOfSeveralStreamsLeavesNothingBehindOn
         if (round % 2 == 1) {
             capture.reset();
         }
-        passOnServerThread(kLongerThanRest);
+        passOnServerThread(2 * CaptureFeed::kRestAfter);
         EXPECT_EQ(buffers.getInputBuffer(processId, 1)->writePos, 0u) << "in round " << round;
     }
 }
