@@ -13,11 +13,11 @@
 /// thread. The server asks for frames, and the callback writes them into the server's own memory. The stream
 /// is 48000 Hz stereo float on every sink; the server converts. When the server or the sink goes, the stream
 /// is made anew as soon as it is back.
-class PulseRenderChannel final : public RenderChannel {
+class PulseOutputStream final : public RenderChannel {
 public:
     /// `busId` names the stream.
-    explicit PulseRenderChannel(std::uint32_t busId);
-    ~PulseRenderChannel() override;
+    explicit PulseOutputStream(std::uint32_t busId);
+    ~PulseOutputStream() override;
 
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override;
     void run(const std::atomic<bool>& running, const RenderCallback& render) override;

@@ -1,4 +1,4 @@
-#include "platform/linux/sound/PulseRenderChannel.h"
+#include "platform/linux/sound/PulseOutputStream.h"
 
 #include "platform/linux/sound/PulseEndpoints.h"
 #include "platform/linux/sound/PulseFormat.h"
@@ -30,13 +30,13 @@ const char* streamNameOf(std::uint32_t busId) {
 
 } // namespace
 
-PulseRenderChannel::PulseRenderChannel(std::uint32_t busId) : bus(busId) {}
+PulseOutputStream::PulseOutputStream(std::uint32_t busId) : bus(busId) {}
 
-PulseRenderChannel::~PulseRenderChannel() {
+PulseOutputStream::~PulseOutputStream() {
     stopClient();
 }
 
-bool PulseRenderChannel::open(const AudioEndpoint& endpoint) {
+bool PulseOutputStream::open(const AudioEndpoint& endpoint) {
     if (endpoint.flow == EndpointFlow::Capture) {
         logRenderFailure(RenderStep::GetService, kHResultWrongEndpoint);
         return false;
@@ -53,7 +53,7 @@ bool PulseRenderChannel::open(const AudioEndpoint& endpoint) {
     return true;
 }
 
-void PulseRenderChannel::run(const std::atomic<bool>& running, const RenderCallback& render) {
+void PulseOutputStream::run(const std::atomic<bool>& running, const RenderCallback& render) {
     const RealTimeThread realTime;
     callback = &render;
     pa_mainloop_api& api = *pa_mainloop_get_api(mainloop.get());
@@ -73,43 +73,43 @@ void PulseRenderChannel::run(const std::atomic<bool>& running, const RenderCallb
     callback = nullptr;
 }
 
-void PulseRenderChannel::wake() {
+void PulseOutputStream::wake() {
     if (mainloop) {
         pa_mainloop_wakeup(mainloop.get());
     }
 }
 
-void PulseRenderChannel::stopClient() {
+void PulseOutputStream::stopClient() {
     retry.reset();
     dropStream();
     connection.reset();
 }
 
-void PulseRenderChannel::handleReady(pa_context& context) {
+void PulseOutputStream::handleReady(pa_context& context) {
     pa_context_set_subscribe_callback(&context, onSinkEvent, this);
     const PulseOperation started(pa_context_subscribe(&context, PA_SUBSCRIPTION_MASK_SINK, nullptr, nullptr));
     connectStream();
 }
 
 // PipeWire leaves a stream whose sink went alive and unconnected: when a sink comes, it may be ours.
-void PulseRenderChannel::onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t,
-                                     void* self) {
+void PulseOutputStream::onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t,
+                                    void* self) {
     if ((type & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_NEW) {
         return;
     }
-    const auto* const channel = static_cast<PulseRenderChannel*>(self);
+    const auto* const output = static_cast<PulseOutputStream*>(self);
     const PulseOperation started(
-        pa_context_get_sink_info_by_name(context, channel->sinkName.c_str(), onSinkFound, self));
+        pa_context_get_sink_info_by_name(context, output->sinkName.c_str(), onSinkFound, self));
 }
 
-void PulseRenderChannel::onSinkFound(pa_context*, const pa_sink_info* info, int end, void* self) {
-    auto* const channel = static_cast<PulseRenderChannel*>(self);
-    if (end == 0 && channel->sinkIndex != PA_INVALID_INDEX && info->index != channel->sinkIndex) {
-        channel->connectStream();
+void PulseOutputStream::onSinkFound(pa_context*, const pa_sink_info* info, int end, void* self) {
+    auto* const output = static_cast<PulseOutputStream*>(self);
+    if (end == 0 && output->sinkIndex != PA_INVALID_INDEX && info->index != output->sinkIndex) {
+        output->connectStream();
     }
 }
 
-void PulseRenderChannel::connectStream() {
+void PulseOutputStream::connectStream() {
     dropStream();
     pa_context* const context = connection->readyContext();
     if (context == nullptr) {
@@ -136,24 +136,24 @@ void PulseRenderChannel::connectStream() {
     }
 }
 
-void PulseRenderChannel::dropStream() {
+void PulseOutputStream::dropStream() {
     stream.reset();
     sinkIndex = PA_INVALID_INDEX;
 }
 
 // While the sink is gone, the stream is tried again until the sink is back.
-void PulseRenderChannel::onState(pa_stream* changed, void* self) {
+void PulseOutputStream::onState(pa_stream* changed, void* self) {
     const pa_stream_state_t state = pa_stream_get_state(changed);
-    auto* const channel = static_cast<PulseRenderChannel*>(self);
+    auto* const output = static_cast<PulseOutputStream*>(self);
     if (state == PA_STREAM_READY) {
-        channel->sinkIndex = pa_stream_get_device_index(changed);
+        output->sinkIndex = pa_stream_get_device_index(changed);
     } else if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
-        channel->scheduleRetry();
+        output->scheduleRetry();
     }
 }
 
-void PulseRenderChannel::onWrite(pa_stream* asking, std::size_t byteCount, void* self) {
-    const RenderCallback& render = *static_cast<PulseRenderChannel*>(self)->callback;
+void PulseOutputStream::onWrite(pa_stream* asking, std::size_t byteCount, void* self) {
+    const RenderCallback& render = *static_cast<PulseOutputStream*>(self)->callback;
     while (byteCount >= kFrameBytes) {
         void* data = nullptr;
         std::size_t size = byteCount;
