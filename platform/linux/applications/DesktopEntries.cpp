@@ -12,11 +12,11 @@
 
 namespace {
 
-// All that is used of an entry. Its other lines are many, and the mixer reads all entries every ten seconds.
+// The keys that the program uses. An entry has many other lines, and all entries are read every ten seconds.
 constexpr std::array<QByteArrayView, 9> kUsedKeys = {
     "Type", "Name", "Icon", "Exec", "NoDisplay", "Hidden", "OnlyShowIn", "NotShowIn", "TryExec"};
 
-// Folders below a root that hold entries, its own level included.
+// Levels of folders that are searched: the root and those below it.
 constexpr int kScanDepth = 3;
 constexpr qint64 kLargestEntryBytes = 1 << 20;
 
@@ -48,7 +48,7 @@ QString unescaped(const QByteArray& value) {
     return QString::fromUtf8(text);
 }
 
-// The values of the used keys, raw; a translated one has its language in brackets behind its name.
+// The raw values of the used keys. A translated key has its language in brackets behind its name.
 QHash<QByteArray, QByteArray> usedValues(QByteArrayView text) {
     QHash<QByteArray, QByteArray> values;
     bool inEntry = false;
@@ -74,7 +74,7 @@ QHash<QByteArray, QByteArray> usedValues(QByteArrayView text) {
     return values;
 }
 
-bool names(const QString& list, const QStringList& desktops) {
+bool namesOneOf(const QString& list, const QStringList& desktops) {
     const QStringList parts = list.split(QLatin1Char(';'), Qt::SkipEmptyParts);
     return std::ranges::any_of(parts, [&desktops](const QString& part) { return desktops.contains(part); });
 }
@@ -125,8 +125,8 @@ DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& langua
     const QString tryExec = value("TryExec");
     entry.shown = value("Type") == QLatin1String("Application") && !entry.name.isEmpty() &&
                   !isTrue("NoDisplay") && !isTrue("Hidden") &&
-                  (onlyIn.isEmpty() || names(onlyIn, desktops)) && !names(value("NotShowIn"), desktops) &&
-                  (tryExec.isEmpty() || canBeFound(tryExec));
+                  (onlyIn.isEmpty() || namesOneOf(onlyIn, desktops)) &&
+                  !namesOneOf(value("NotShowIn"), desktops) && (tryExec.isEmpty() || canBeFound(tryExec));
     return entry;
 }
 
@@ -196,7 +196,7 @@ const DesktopEntry* entryOfExecutable(const QList<DesktopEntry>& entries, const 
         if (entry.program == path) {
             return &entry;
         }
-        // One that is offered comes before one that is not.
+        // An entry that is shown comes before one that is not.
         if (QFileInfo(entry.program).fileName() == fileName &&
             (byName == nullptr || (entry.shown && !byName->shown))) {
             byName = &entry;

@@ -17,16 +17,16 @@ struct DesktopEntry {
     bool shown = true; ///< offered to the user here
 };
 
-/// Reads one entry. `languages` are the user's, best first, as "zh_CN" or "zh"; `desktops` the names of the
-/// running desktop. Anything that is no application with a name is not shown.
+/// Parses one entry. `languages` are the user's, best first, as "zh_CN" or "zh"; `desktops` are the names of
+/// the running desktop. Only an application with a name is shown.
 [[nodiscard]] DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& languages,
                                              const QStringList& desktops);
 
-/// The program of an Exec line: its first word, unquoted, behind "env" and its assignments.
+/// The program of an Exec line: its first word, unquoted; the one behind "env" and its assignments.
 [[nodiscard]] QString programOfExec(const QString& exec);
 
-/// All entries of the user and the system, in the order of the folders; one that an earlier folder hides is
-/// not there. Read anew at each call. Any thread.
+/// All entries of the user and the system, in the order of the folders, without those that an earlier folder
+/// hides. Reads the files at each call. Any thread.
 [[nodiscard]] QList<DesktopEntry> readDesktopEntries();
 
 /// The entry that starts this executable, by its path or by its file name; null when none does.

@@ -23,7 +23,7 @@ QStringList iconFolders() {
     return folders;
 }
 
-// The user's choice where it is written down, then what desktops ship.
+// The theme that the user has chosen, then those that desktops ship.
 QStringList userThemes() {
     const QString settings =
         QStandardPaths::locate(QStandardPaths::GenericConfigLocation, QStringLiteral("gtk-3.0/settings.ini"));

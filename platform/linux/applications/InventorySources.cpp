@@ -29,20 +29,44 @@ QString iconNameOfSession(std::uint32_t processId) {
     return {};
 }
 
-// The names are asked for one by one, of every program that plays: what was read for the first of them is
-// good for the others.
-QList<DesktopEntry> desktopEntriesOfLately() {
-    constexpr std::chrono::milliseconds kGoodFor{200};
+// The inventory asks for the name of one playing program after the other: what was read for the first serves
+// the others, too.
+QList<DesktopEntry> recentDesktopEntries() {
+    constexpr std::chrono::milliseconds kKeptFor{200};
     static std::mutex mutex;
     static QList<DesktopEntry> entries;
     static std::optional<std::chrono::steady_clock::time_point> readAt;
     const std::lock_guard lock(mutex);
     const auto now = std::chrono::steady_clock::now();
-    if (!readAt || now - *readAt > kGoodFor) {
+    if (!readAt || now - *readAt > kKeptFor) {
         entries = readDesktopEntries();
         readAt = std::chrono::steady_clock::now();
     }
     return entries;
+}
+
+QImage runningProgramIcon(const QString& executablePath, std::uint32_t processId) {
+    const QList<DesktopEntry> entries = readDesktopEntries();
+    const DesktopEntry* const entry = entryOfExecutable(entries, executablePath);
+    for (const QString& name : {entry != nullptr ? entry->icon : QString(), iconNameOfSession(processId),
+                                fileStem(executablePath), kAnyProgramIcon}) {
+        const QImage picture = name.isEmpty() ? QImage() : loadIcon(name, kIconFileSize);
+        if (!picture.isNull()) {
+            return picture;
+        }
+    }
+    return {};
+}
+
+// Makes a folder for this user alone, with those above it; false when somebody else's is in its place.
+bool makePrivateFolder(const QString& path) {
+    if (!QDir().mkpath(path)) {
+        return false;
+    }
+    // Everybody may write into the temporary folder: one that somebody else made there first is not used.
+    struct stat status{};
+    const QByteArray name = QFile::encodeName(path);
+    return lstat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == getuid();
 }
 
 } // namespace
@@ -74,7 +98,7 @@ QList<RawAudioSession> rawAudioSessions() {
 }
 
 QString getFileDisplayName(const QString& path) {
-    const QList<DesktopEntry> entries = desktopEntriesOfLately();
+    const QList<DesktopEntry> entries = recentDesktopEntries();
     const DesktopEntry* const entry = entryOfExecutable(entries, path);
     return entry != nullptr ? entry->name : QString();
 }
@@ -82,34 +106,6 @@ QString getFileDisplayName(const QString& path) {
 QString temporaryFolder() {
     return QDir::tempPath();
 }
-
-namespace {
-
-QImage runningProgramIcon(const QString& executablePath, std::uint32_t processId) {
-    const QList<DesktopEntry> entries = readDesktopEntries();
-    const DesktopEntry* const entry = entryOfExecutable(entries, executablePath);
-    for (const QString& name : {entry != nullptr ? entry->icon : QString(), iconNameOfSession(processId),
-                                fileStem(executablePath), kAnyProgramIcon}) {
-        const QImage picture = name.isEmpty() ? QImage() : loadIcon(name, kIconFileSize);
-        if (!picture.isNull()) {
-            return picture;
-        }
-    }
-    return {};
-}
-
-// Makes a folder for this user alone, with those above it; false when somebody else's is in its place.
-bool makePrivateFolder(const QString& path) {
-    if (!QDir().mkpath(path)) {
-        return false;
-    }
-    // The temporary folder belongs to everybody: a folder that somebody else made first is not used.
-    struct stat status{};
-    const QByteArray name = QFile::encodeName(path);
-    return lstat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == getuid();
-}
-
-} // namespace
 
 QString extractIconToFile(const QString& executablePath, std::uint32_t processId) {
     QString path = sessionIconPath(temporaryFolder(), executablePath, processId);

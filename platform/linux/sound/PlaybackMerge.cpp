@@ -29,17 +29,17 @@ void PlaybackMerge::push(std::uint32_t stream, std::span<const float> stereo) {
     if (found == streams.end()) {
         return;
     }
-    if (streams.size() == 1 && found->second.waiting.empty()) {
-        found->second.awaited = true;
-        output(stereo);
+    Stream& from = found->second;
+    from.awaited = true;
+    if (streams.size() == 1 && from.waiting.empty()) {
+        output(stereo); // a stream alone passes without a copy
         return;
     }
-    found->second.awaited = true;
-    found->second.waiting.insert(found->second.waiting.end(), stereo.begin(), stereo.end());
+    from.waiting.insert(from.waiting.end(), stereo.begin(), stereo.end());
     deliver();
 }
 
-// As many frames as every awaited stream has; a stream that is too far behind is awaited no more.
+// Adds up as many frames as every awaited stream has. A stream that is too far behind is no longer awaited.
 void PlaybackMerge::deliver() {
     std::size_t longest = 0;
     for (const auto& [id, stream] : streams) {

@@ -1,8 +1,9 @@
 #pragma once
 
-// Adds up what several streams of one process play, so that the mixer meets one source. Packets of the
-// streams arrive in any order and lengths; frames that were played together are added. A stream that falls
-// behind is waited for a little, then left out until it delivers again, so that it cannot hold the others up.
+// Adds up what several streams of one process play, so that the mixer gets one source. The packets of the
+// streams come in any order and length; frames that were played together are added. The merge waits a little
+// for a stream that falls behind, then leaves it out until it delivers again, so that it cannot hold the
+// others up.
 //
 // All stereo float, interleaved. Belongs to one thread.
 
@@ -20,11 +21,11 @@ public:
 
     using Output = std::function<void(std::span<const float> stereo)>;
 
-    /// Gets the sum, in pieces.
+    /// `mergedOutput` gets the sum, piece by piece.
     explicit PlaybackMerge(Output mergedOutput);
 
     void add(std::uint32_t stream);
-    /// What the stream still had is lost.
+    /// What the stream still had is lost; the others' frames that waited for it go out.
     void remove(std::uint32_t stream);
     /// A paused stream delivers nothing and is not waited for.
     void setPaused(std::uint32_t stream, bool paused);

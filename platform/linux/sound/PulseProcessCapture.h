@@ -1,15 +1,10 @@
 #pragma once
 
 #include "mixer/ProcessCapture.h"
-#include "platform/linux/sound/PlaybackMerge.h"
 #include "platform/linux/sound/PulseServer.h"
 
-#include <atomic>
-#include <chrono>
 #include <cstdint>
-#include <map>
 #include <memory>
-#include <span>
 
 class PerAppInputBuffers;
 
@@ -18,12 +13,9 @@ class PerAppInputBuffers;
 /// hears of the process is not touched and no stream is moved. All packets are 48000 Hz stereo float; the
 /// server converts.
 ///
-/// The server says nothing of a process that plays no more. So that its meters and those of the buses do not
-/// stand where they were, its last packet is followed by one of silence.
-///
 /// A capture stays in force while the server is away and records again when it is back. Packets are handed
 /// over on the server's thread; start and stop belong to the router's.
-class PulseProcessCapture final : public ProcessCapture, private PulseServer::Observer {
+class PulseProcessCapture final : public ProcessCapture {
 public:
     PulseProcessCapture(std::shared_ptr<PulseServer> soundServer, PerAppInputBuffers& inputBuffers);
     ~PulseProcessCapture() override;
@@ -35,29 +27,10 @@ public:
     HResult stopCapture() override;
 
 private:
-    class Recording;
-
-    void playbacksChanged(PulseServer& soundServer) override;
-    void connectionLost() override;
-    [[nodiscard]] bool isTarget(const PulsePlayback& playback);
-    void scheduleRetry();
-    [[nodiscard]] pa_time_event* timeEvent(std::chrono::milliseconds delay, pa_time_event_cb_t callback);
-    void forget(pa_time_event*& event);
-    void awaitRest();
-    void handOver(std::span<const float> stereo);
+    class Session;
 
     std::shared_ptr<PulseServer> server;
     PerAppInputBuffers& buffers;
     std::int64_t bufferDuration = kDefaultBufferDuration; // 100 ns
-    std::uint32_t processId = 0;
-    bool wholeTree = true;
-    bool capturing = false;
-
-    // Under the server's lock from here on.
-    PlaybackMerge merge;
-    std::map<std::uint32_t, std::unique_ptr<Recording>> recordings; // by sink input
-    std::map<std::uint32_t, bool> decided;                          // by sink input: whether it is a target's
-    pa_time_event* retry = nullptr;
-    pa_time_event* rest = nullptr; // while packets come, and a little longer
-    std::chrono::steady_clock::time_point lastPacket;
+    std::unique_ptr<Session> session;                     // while it captures; under the server's lock
 };

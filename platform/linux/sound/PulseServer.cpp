@@ -49,10 +49,9 @@ auto valuesOf(const Map& map) {
     return values;
 }
 
+// The answer comes to the question's own callback.
 void start(pa_operation* operation) {
-    if (operation != nullptr) {
-        pa_operation_unref(operation);
-    }
+    const PulseOperation started(operation);
 }
 
 } // namespace
@@ -70,28 +69,23 @@ std::shared_ptr<PulseServer> PulseServer::shared() {
 }
 
 PulseServer::PulseServer() : mainloop(pa_threaded_mainloop_new()) {
-    pa_threaded_mainloop_set_name(mainloop, "SoundServer");
-    link = std::make_unique<PulseLink>(*pa_threaded_mainloop_get_api(mainloop),
-                                       PulseLink::Events{[this](pa_context& context) { onReady(context); },
-                                                         [this] {
-                                                             onLost();
-                                                         }});
+    pa_threaded_mainloop_set_name(mainloop.get(), "SoundServer");
+    connection = std::make_unique<PulseConnection>(
+        api(), PulseConnection::Events{
+                   .ready = [this](pa_context& context) { onReady(context); },
+                   .lost = [this] { onLost(); },
+               });
     // A refusal is known before anybody asks.
-    link->connect();
+    connection->connect();
     // Captures live on this thread: a packet that is late is a gap, and the sound behind it stays late.
     pa_mainloop_api_once(
-        pa_threaded_mainloop_get_api(mainloop),
-        [](pa_mainloop_api*, void*) { static_cast<void>(makeThisThreadRealTime()); }, nullptr);
-    pa_threaded_mainloop_start(mainloop);
+        &api(), [](pa_mainloop_api*, void*) { static_cast<void>(makeThisThreadRealTime()); }, nullptr);
+    pa_threaded_mainloop_start(mainloop.get());
 }
 
 PulseServer::~PulseServer() {
-    {
-        const Lock lock(*this);
-        link.reset();
-    }
-    pa_threaded_mainloop_stop(mainloop);
-    pa_threaded_mainloop_free(mainloop);
+    const Lock lock(*this);
+    connection.reset();
 }
 
 bool PulseServer::awaitReady() {
@@ -142,8 +136,9 @@ bool PulseServer::setDefault(const std::string& name, SetDefault call) {
         if (context == nullptr) {
             return false;
         }
-        auto* const held = new std::shared_ptr<Answer>(answer);
-        pa_operation* const operation = call(
+        // The callback's own hold on the answer.
+        auto held = std::make_unique<std::shared_ptr<Answer>>(answer);
+        const PulseOperation operation(call(
             context, name.c_str(),
             [](pa_context*, int success, void* data) {
                 const std::unique_ptr<std::shared_ptr<Answer>> mine(
@@ -152,12 +147,11 @@ bool PulseServer::setDefault(const std::string& name, SetDefault call) {
                 (*mine)->success = success != 0;
                 (*mine)->came.notify_all();
             },
-            held);
-        if (operation == nullptr) {
-            delete held;
+            held.get()));
+        if (!operation) {
             return false;
         }
-        pa_operation_unref(operation);
+        static_cast<void>(held.release());
     }
     std::unique_lock lock(answer->mutex);
     answer->came.wait_for(lock, kAnswerLimit, [&answer] { return answer->success.has_value(); });
@@ -172,7 +166,7 @@ void PulseServer::onReady(pa_context& context) {
                                             PA_SUBSCRIPTION_MASK_SINK_INPUT | PA_SUBSCRIPTION_MASK_CLIENT |
                                             PA_SUBSCRIPTION_MASK_SERVER),
         nullptr, nullptr));
-    // Answers come in the order of the questions; the last one completes the picture.
+    // Answers come in the order of the questions; with the last one all lists are known.
     start(pa_context_get_server_info(&context, onServer, this));
     start(pa_context_get_sink_info_list(&context, onSink, this));
     start(pa_context_get_source_info_list(&context, onSource, this));
@@ -192,29 +186,21 @@ void PulseServer::onLost() {
     if (!wasKnown) {
         return;
     }
-    for (Observer* const observer : std::set<Observer*>(observers)) {
+    for (Observer* const observer : observers) {
         observer->connectionLost();
     }
-    const auto now = std::chrono::steady_clock::now();
-    if (!lastLine || now - *lastLine >= kLinePause) {
-        lastLine = now;
-        routerLog(L"[WARNING] Sound server lost, waiting for its return");
-    }
+    logRarely(L"[WARNING] Sound server lost, waiting for its return");
 }
 
 void PulseServer::finishListing() {
     known = true;
     if (wasReady) {
-        const auto now = std::chrono::steady_clock::now();
-        if (!lastLine || now - *lastLine >= kLinePause) {
-            lastLine = now;
-            routerLog(L"[INFO] Sound server is back");
-        }
+        logRarely(L"[INFO] Sound server is back");
     }
     wasReady = true;
     setPhase(Phase::Ready);
-    notifyPlaybacks();
-    notifyDevices();
+    notify(&Observer::playbacksChanged);
+    notify(&Observer::devicesCame);
 }
 
 void PulseServer::setPhase(Phase next) {
@@ -223,33 +209,33 @@ void PulseServer::setPhase(Phase next) {
     phaseChanged.notify_all();
 }
 
-void PulseServer::notifyPlaybacks() {
-    if (!known) {
-        return;
-    }
-    for (Observer* const observer : std::set<Observer*>(observers)) {
-        observer->playbacksChanged(*this);
-    }
-}
-
-void PulseServer::notifyDevices() {
-    if (!known) {
-        return;
-    }
-    for (Observer* const observer : std::set<Observer*>(observers)) {
-        observer->devicesCame();
+// A server that restarts again and again does not fill the log.
+void PulseServer::logRarely(const wchar_t* line) {
+    const auto now = std::chrono::steady_clock::now();
+    if (!lastLine || now - *lastLine >= kLinePause) {
+        lastLine = now;
+        routerLog(line);
     }
 }
 
-// Devices change all the time, as with every turn of a volume control: only what can be used from now on is
-// told.
+// Not of the first lists, which come one by one.
+void PulseServer::notify(void (Observer::*change)()) {
+    if (known) {
+        for (Observer* const observer : observers) {
+            (observer->*change)();
+        }
+    }
+}
+
+// Devices change all the time, as with every turn of a volume control. Observers are notified only of a
+// device that can be used from now on.
 void PulseServer::keepDevice(std::map<std::uint32_t, PulseDevice>& devices, PulseDevice device) {
     const auto before = devices.find(device.index);
     const bool wasThere = before != devices.end() && !before->second.unplugged;
     const bool came = !wasThere && !device.unplugged && !device.isMonitor;
     devices[device.index] = std::move(device);
     if (came) {
-        notifyDevices();
+        notify(&Observer::devicesCame);
     }
 }
 
@@ -283,7 +269,7 @@ void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t
     case PA_SUBSCRIPTION_EVENT_SINK_INPUT:
         if (removed) {
             server->playbackMap.erase(index);
-            server->notifyPlaybacks();
+            server->notify(&Observer::playbacksChanged);
         } else {
             start(pa_context_get_sink_input_info(context, index, onPlayback, self));
         }
@@ -343,7 +329,7 @@ void PulseServer::onPlayback(pa_context*, const pa_sink_input_info* info, int en
         const auto client = server->clientProcesses.find(info->client);
         playback.processId = client != server->clientProcesses.end() ? client->second : 0;
     }
-    server->notifyPlaybacks();
+    server->notify(&Observer::playbacksChanged);
 }
 
 void PulseServer::onPlaybacksListed(pa_context* context, const pa_sink_input_info* info, int end,

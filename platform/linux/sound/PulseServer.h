@@ -1,14 +1,15 @@
 #pragma once
 
-// What the sound server holds: outputs, inputs, and streams that play; and the connection that tells of them.
-// PulseAudio, or PipeWire by its Pulse server.
+// The sound server (PulseAudio, or PipeWire by its Pulse server) as the process sees it: a copy of its list
+// of outputs, inputs and playing streams, kept up to date by the server's events.
 //
-// One thread, "SoundServer", runs the connection, in real time where that is granted; captures run on it,
-// too. The connection exists for as long as somebody holds it and comes back
-// by itself after a restart of the server. Its first attempt begins when it is made; nothing waits for a
-// server that is not there.
+// One thread, "SoundServer", runs the connection, in real time where the system grants that. Captures run on
+// the same thread. The connection exists for as long as somebody holds it, and comes back by itself after a
+// restart of the server. The first attempt begins in the constructor; nothing waits for a server that is not
+// there.
 
-#include "platform/linux/sound/PulseLink.h"
+#include "platform/linux/sound/PulseConnection.h"
+#include "platform/linux/sound/PulseHandles.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -26,19 +27,19 @@ struct PulseDevice {
     std::uint32_t index = 0;
     std::string name;
     std::string description;
-    std::string bus;        ///< device.bus: "pci", "usb", "bluetooth"; empty: not said
+    std::string bus;        ///< device.bus: "pci", "usb", "bluetooth"; empty: unknown
     std::string formFactor; ///< device.form_factor: "internal", "speaker", "headset", ...
     std::string deviceApi;  ///< device.api: "bluez", ...
     bool hasAlsaCard = false;
     bool isMonitor = false; ///< what a sink plays, as a source
-    bool unplugged = false; ///< its active port says that nothing is plugged in
+    bool unplugged = false; ///< nothing is plugged into its active port
     std::uint32_t portCount = 0;
 };
 
 /// A stream that plays, or could at once.
 struct PulsePlayback {
     std::uint32_t index = 0;
-    std::uint32_t processId = 0; ///< 0: not said
+    std::uint32_t processId = 0; ///< 0: unknown
     bool paused = false;
     std::string applicationName;
     std::string iconName;
@@ -46,24 +47,24 @@ struct PulsePlayback {
 
 class PulseServer {
 public:
-    /// Told on the server's thread, or under its lock, when the playbacks, the devices or the connection
-    /// changed.
+    /// Notified on the server's thread, or under its lock, of changes of the playbacks, the devices and the
+    /// connection. It neither adds nor removes an observer meanwhile.
     class Observer {
     public:
         Observer() = default;
         virtual ~Observer() = default;
         Observer(const Observer&) = delete;
         Observer& operator=(const Observer&) = delete;
-        virtual void playbacksChanged(PulseServer& server) = 0;
+        virtual void playbacksChanged() {}
         /// The server came or came back, or a sink or source appeared or had something plugged into it.
         virtual void devicesCame() {}
-        virtual void connectionLost() = 0;
+        virtual void connectionLost() {}
     };
 
     /// Holds the lock of the server's thread.
     class Lock {
     public:
-        explicit Lock(PulseServer& server) : mainloop(server.mainloop) {
+        explicit Lock(PulseServer& server) : mainloop(server.mainloop.get()) {
             pa_threaded_mainloop_lock(mainloop);
         }
         ~Lock() { pa_threaded_mainloop_unlock(mainloop); }
@@ -83,13 +84,13 @@ public:
     PulseServer(const PulseServer&) = delete;
     PulseServer& operator=(const PulseServer&) = delete;
 
-    /// Whether the server's state is known. Waits for it while the first attempt is under way, at most
-    /// kAnswerLimit from the making of this object; with no server, and for one that did not answer by then,
-    /// false at once. Not on the server's thread.
+    /// Whether the server's lists are known. Waits for them while the first attempt is under way, until
+    /// kAnswerLimit after the constructor at most. False at once without a server, and with one that has not
+    /// answered by then. Not on the server's thread.
     [[nodiscard]] bool awaitReady();
 
-    /// Copies, in the server's order; empty while not connected. Any thread but the server's, without its
-    /// lock.
+    /// Copies, in the server's order; empty while not connected. Any thread but the server's; the caller does
+    /// not hold the lock.
     [[nodiscard]] std::vector<PulseDevice> sinks();
     [[nodiscard]] std::vector<PulseDevice> sources();
     [[nodiscard]] std::string defaultSink();
@@ -106,10 +107,10 @@ public:
     void removeObserver(Observer& observer) { observers.erase(&observer); }
     [[nodiscard]] const std::map<std::uint32_t, PulsePlayback>& livePlaybacks() const { return playbackMap; }
     /// Null while not connected or not yet known.
-    [[nodiscard]] pa_context* readyContext() const { return known ? link->readyContext() : nullptr; }
+    [[nodiscard]] pa_context* readyContext() const { return known ? connection->readyContext() : nullptr; }
     /// Whether the server is PipeWire's; false until it is known.
     [[nodiscard]] bool isPipeWire() const { return pipeWire; }
-    [[nodiscard]] pa_mainloop_api& api() const { return *pa_threaded_mainloop_get_api(mainloop); }
+    [[nodiscard]] pa_mainloop_api& api() const { return *pa_threaded_mainloop_get_api(mainloop.get()); }
 
     static constexpr std::chrono::milliseconds kAnswerLimit{500};
 
@@ -121,8 +122,8 @@ private:
     void onLost();
     void finishListing();
     void setPhase(Phase next);
-    void notifyPlaybacks();
-    void notifyDevices();
+    void logRarely(const wchar_t* line);
+    void notify(void (Observer::*change)());
     void keepDevice(std::map<std::uint32_t, PulseDevice>& devices, PulseDevice device);
     [[nodiscard]] bool setDefault(const std::string& name, SetDefault call);
 
@@ -135,8 +136,7 @@ private:
     static void onPlayback(pa_context* context, const pa_sink_input_info* info, int end, void* self);
     static void onPlaybacksListed(pa_context* context, const pa_sink_input_info* info, int end, void* self);
 
-    pa_threaded_mainloop* mainloop = nullptr;
-    std::unique_ptr<PulseLink> link;
+    std::unique_ptr<PulseConnection> connection;
     std::set<Observer*> observers;
     bool known = false; // all lists have come
     std::map<std::uint32_t, PulseDevice> sinkMap;
@@ -153,4 +153,6 @@ private:
     std::mutex phaseMutex;
     std::condition_variable phaseChanged;
     Phase phase = Phase::Connecting;
+
+    PulseThreadedMainloopHandle mainloop; // the first to end: its thread uses the rest
 };

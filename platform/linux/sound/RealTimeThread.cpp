@@ -5,7 +5,7 @@
 
 namespace {
 
-// That of the sound servers' own threads: above all ordinary work, below the kernel's.
+// The priority of the sound servers' own threads: above all ordinary work, below the kernel's threads.
 constexpr int kPriority = 5;
 
 bool setPolicy(int policy, int priority) {

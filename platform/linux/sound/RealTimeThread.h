@@ -1,11 +1,10 @@
 #pragma once
 
-/// Real-time scheduling of the calling thread from now on, where the system grants it; whether it did.
-/// Without the grant the thread runs as it did. Threads that it starts are ordinary ones.
+/// Gives the calling thread real-time scheduling, from now on, if the system grants it; whether it did.
+/// Threads that it starts are ordinary ones.
 [[nodiscard]] bool makeThisThreadRealTime();
 
-/// Real-time scheduling of the calling thread for as long as this lives, where the system grants it. Without
-/// the grant the thread runs as it did.
+/// Gives the calling thread real-time scheduling for as long as this lives, if the system grants it.
 class RealTimeThread {
 public:
     RealTimeThread();

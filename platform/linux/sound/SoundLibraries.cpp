@@ -11,10 +11,9 @@ namespace {
 Q_LOGGING_CATEGORY(soundLibraries, "vexo.soundlibraries", QtFatalMsg)
 
 // jack_status_t: the request failed, for there is no server.
-constexpr int jackFailure = 0x01;
-constexpr int jackServerFailed = 0x10;
+constexpr int kJackFailure = 0x01;
+constexpr int kJackServerFailed = 0x10;
 
-// The library's type of handler takes the arguments of a format.
 void takeAlsaMessage(const char*, int, const char* function, int error, const char* format, ...) {
     if (!soundLibraries().isDebugEnabled()) {
         return;
@@ -37,7 +36,7 @@ void prepareSoundLibraries() {
 // In the place of the JACK library's: the program exports it, so PortAudio and ALSA's plugin call this one.
 extern "C" void* jack_client_open(const char*, int, int* status, ...) {
     if (status) {
-        *status = jackFailure | jackServerFailed;
+        *status = kJackFailure | kJackServerFailed;
     }
     return nullptr;
 }

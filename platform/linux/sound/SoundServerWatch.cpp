@@ -9,12 +9,12 @@ namespace {
 class Watch final : public PulseServer::Observer {
 public:
     Watch(std::shared_ptr<PulseServer> soundServer, std::function<void()> onDevices)
-        : server(std::move(soundServer)), tell(std::move(onDevices)) {
+        : server(std::move(soundServer)), notify(std::move(onDevices)) {
         const PulseServer::Lock lock(*server);
         server->addObserver(*this);
-        // They may have come since they were looked for.
+        // Devices may have come since the caller looked for them.
         if (server->readyContext() != nullptr) {
-            tell();
+            notify();
         }
     }
     ~Watch() override {
@@ -24,13 +24,11 @@ public:
     Watch(const Watch&) = delete;
     Watch& operator=(const Watch&) = delete;
 
-    void playbacksChanged(PulseServer&) override {}
-    void devicesCame() override { tell(); }
-    void connectionLost() override {}
+    void devicesCame() override { notify(); }
 
 private:
     std::shared_ptr<PulseServer> server;
-    std::function<void()> tell;
+    std::function<void()> notify;
 };
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "mixer/RouterPlatform.h"
 #include "platform/ThreadName.h"
 #include "platform/linux/sound/PulseEndpoints.h"
+#include "platform/linux/sound/PulseOutputStream.h"
 #include "platform/linux/sound/PulseProcessCapture.h"
-#include "platform/linux/sound/PulseRenderChannel.h"
 
 RouterPlatform systemRouterPlatform() {
     RouterPlatform platform;
@@ -12,7 +12,7 @@ RouterPlatform systemRouterPlatform() {
         return std::make_shared<PulseProcessCapture>(PulseServer::shared(), buffers);
     };
     platform.makeRenderChannel = [](std::uint32_t busId) {
-        return std::make_unique<PulseRenderChannel>(busId);
+        return std::make_unique<PulseOutputStream>(busId);
     };
     platform.nameThisThread = nameThisThread;
     return platform;

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Deeper trees than this do not occur; a cycle, seen while ids are reused, ends here.
+// No tree is that deep. Ends a cycle, which can be seen while ids are reused.
 constexpr int kDeepestTree = 128;
 // What the kernel puts behind the path of an image that was replaced while it ran.
 constexpr std::string_view kDeletedMark = " (deleted)";

@@ -1,7 +1,7 @@
 #pragma once
 
-// What /proc tells of running processes. Free functions for any thread; a process that ends meanwhile, or
-// that belongs to somebody else, is no error.
+// What /proc says of running processes. Free functions for any thread. A process that ends meanwhile, or
+// belongs to somebody else, is no error.
 
 #include <cstdint>
 #include <optional>
@@ -10,7 +10,7 @@
 /// The id of the parent; nothing for a process that does not exist and for the first of all.
 [[nodiscard]] std::optional<std::uint32_t> parentProcess(std::uint32_t processId);
 
-/// Whether `processId` is `root`, or a child of it, of any depth, by now.
+/// Whether `processId` is `root` or a descendant of it.
 [[nodiscard]] bool isInProcessTree(std::uint32_t processId, std::uint32_t root);
 
 /// Full path of the process's image; empty when it may not be read.

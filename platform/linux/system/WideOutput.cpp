@@ -1,4 +1,4 @@
 #include "platform/WideOutput.h"
 
-// The application object of Qt takes a locale with UTF-8, whatever the environment says.
+// Qt's application object sets a locale with UTF-8, whatever the environment says.
 void makeWideOutputUtf8() {}

@@ -1,21 +1,23 @@
 #pragma once
 
 #include "mixer/RenderChannel.h"
-#include "platform/linux/sound/PulseLink.h"
+#include "platform/linux/sound/PulseConnection.h"
+#include "platform/linux/sound/PulseHandles.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 /// Plays into a sink of the sound server, by a connection and a main loop of its own that run on the render
 /// thread. The server asks for frames, and the callback writes them into the server's own memory. The stream
 /// is 48000 Hz stereo float on every sink; the server converts. When the server or the sink goes, the stream
 /// is made anew as soon as it is back.
-class PulseRenderChannel final : public RenderChannel {
+class PulseOutputStream final : public RenderChannel {
 public:
     /// `busId` names the stream.
-    explicit PulseRenderChannel(std::uint32_t busId);
-    ~PulseRenderChannel() override;
+    explicit PulseOutputStream(std::uint32_t busId);
+    ~PulseOutputStream() override;
 
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override;
     void run(const std::atomic<bool>& running, const RenderCallback& render) override;
@@ -23,10 +25,6 @@ public:
     void stopClient() override;
 
 private:
-    struct MainloopDeleter {
-        void operator()(pa_mainloop* loop) const { pa_mainloop_free(loop); }
-    };
-
     static void onState(pa_stream* changed, void* self);
     static void onWrite(pa_stream* asking, std::size_t byteCount, void* self);
     static void onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index,
@@ -35,16 +33,15 @@ private:
     void handleReady(pa_context& context);
     void connectStream();
     void dropStream();
-    void scheduleRetry();
-    void cancelRetry();
+    void scheduleRetry() { retry->start(PulseConnection::kRetryInterval); }
 
     const std::uint32_t bus;
     std::string sinkName;
-    std::unique_ptr<pa_mainloop, MainloopDeleter> mainloop;
+    PulseMainloopHandle mainloop;
     // While run() is on, on its thread.
-    std::unique_ptr<PulseLink> link;
-    pa_stream* stream = nullptr;
+    std::unique_ptr<PulseConnection> connection;
+    PulseStreamHandle stream;
     std::uint32_t sinkIndex = PA_INVALID_INDEX; // of the sink that the stream was made on
-    pa_time_event* retry = nullptr;
+    std::optional<PulseTimer> retry;
     const RenderCallback* callback = nullptr;
 };

@@ -1,0 +1,170 @@
+#include "platform/linux/sound/PulseOutputStream.h"
+
+#include "platform/linux/sound/PulseEndpoints.h"
+#include "platform/linux/sound/PulseFormat.h"
+#include "platform/linux/sound/RealTimeThread.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::uint32_t kBytesPerMs = kMixSampleRate / 1000 * kFrameBytes;
+constexpr std::int64_t kUnitsPerMs = 10'000; // of 100 ns
+
+// What lies between the mix and the ear, the sink's own buffer included, and what the server asks for at a
+// time.
+constexpr std::uint32_t kLatencyMs = 30;
+constexpr std::uint32_t kPeriodMs = 5;
+
+// As volume controls show the stream.
+const char* streamNameOf(std::uint32_t busId) {
+    switch (busId) {
+    case 1:
+        return "Monitor mix";
+    case 2:
+        return "Stream mix";
+    default:
+        return "Solo";
+    }
+}
+
+} // namespace
+
+PulseOutputStream::PulseOutputStream(std::uint32_t busId) : bus(busId) {}
+
+PulseOutputStream::~PulseOutputStream() {
+    stopClient();
+}
+
+bool PulseOutputStream::open(const AudioEndpoint& endpoint) {
+    if (endpoint.flow == EndpointFlow::Capture) {
+        logRenderFailure(RenderStep::GetService, kHResultWrongEndpoint);
+        return false;
+    }
+    const auto* const device = static_cast<const PulseEndpointHandle*>(endpoint.handle.get());
+    mainloop.reset(device != nullptr ? pa_mainloop_new() : nullptr);
+    if (!mainloop) {
+        logRenderFailure(RenderStep::Activate, kHResultFail);
+        return false;
+    }
+    sinkName = device->name;
+    static_cast<void>(chooseRenderFormat(
+        kHResultOk, RenderFormat{floatWaveFormat(2, kMixSampleRate), kMixSampleRate * kFrameBytes, 0}));
+    return true;
+}
+
+void PulseOutputStream::run(const std::atomic<bool>& running, const RenderCallback& render) {
+    const RealTimeThread realTime;
+    callback = &render;
+    pa_mainloop_api& api = *pa_mainloop_get_api(mainloop.get());
+    retry.emplace(api, [this] { connectStream(); });
+    connection = std::make_unique<PulseConnection>(
+        api, PulseConnection::Events{
+                 .ready = [this](pa_context& context) { handleReady(context); },
+                 .lost = [this] { dropStream(); },
+             });
+    connection->connect();
+    while (running) {
+        if (pa_mainloop_iterate(mainloop.get(), 1, nullptr) < 0) {
+            break;
+        }
+    }
+    stopClient();
+    callback = nullptr;
+}
+
+void PulseOutputStream::wake() {
+    if (mainloop) {
+        pa_mainloop_wakeup(mainloop.get());
+    }
+}
+
+void PulseOutputStream::stopClient() {
+    retry.reset();
+    dropStream();
+    connection.reset();
+}
+
+void PulseOutputStream::handleReady(pa_context& context) {
+    pa_context_set_subscribe_callback(&context, onSinkEvent, this);
+    const PulseOperation started(pa_context_subscribe(&context, PA_SUBSCRIPTION_MASK_SINK, nullptr, nullptr));
+    connectStream();
+}
+
+// PipeWire leaves a stream whose sink went alive and unconnected: when a sink comes, it may be ours.
+void PulseOutputStream::onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t,
+                                    void* self) {
+    if ((type & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_NEW) {
+        return;
+    }
+    const auto* const output = static_cast<PulseOutputStream*>(self);
+    const PulseOperation started(
+        pa_context_get_sink_info_by_name(context, output->sinkName.c_str(), onSinkFound, self));
+}
+
+void PulseOutputStream::onSinkFound(pa_context*, const pa_sink_info* info, int end, void* self) {
+    auto* const output = static_cast<PulseOutputStream*>(self);
+    if (end == 0 && output->sinkIndex != PA_INVALID_INDEX && info->index != output->sinkIndex) {
+        output->connectStream();
+    }
+}
+
+void PulseOutputStream::connectStream() {
+    dropStream();
+    pa_context* const context = connection->readyContext();
+    if (context == nullptr) {
+        return; // its return makes the stream anew
+    }
+    stream.reset(pa_stream_new(context, streamNameOf(bus), &kSampleSpec, nullptr));
+    if (!stream) {
+        scheduleRetry();
+        return;
+    }
+    pa_stream_set_state_callback(stream.get(), onState, this);
+    pa_stream_set_write_callback(stream.get(), onWrite, this);
+    const pa_buffer_attr attributes{
+        .maxlength = static_cast<std::uint32_t>(kRenderBufferDuration / kUnitsPerMs) * kBytesPerMs,
+        .tlength = kLatencyMs * kBytesPerMs,
+        .prebuf = 0, // starts at once, and goes on by itself after an underrun
+        .minreq = kPeriodMs * kBytesPerMs,
+        .fragsize = kServersChoice};
+    // An output stays where it is: when its sink goes, it waits for it.
+    constexpr auto kFlags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
+    if (pa_stream_connect_playback(stream.get(), sinkName.c_str(), &attributes, kFlags, nullptr, nullptr) <
+        0) {
+        scheduleRetry();
+    }
+}
+
+void PulseOutputStream::dropStream() {
+    stream.reset();
+    sinkIndex = PA_INVALID_INDEX;
+}
+
+// While the sink is gone, the stream is tried again until the sink is back.
+void PulseOutputStream::onState(pa_stream* changed, void* self) {
+    const pa_stream_state_t state = pa_stream_get_state(changed);
+    auto* const output = static_cast<PulseOutputStream*>(self);
+    if (state == PA_STREAM_READY) {
+        output->sinkIndex = pa_stream_get_device_index(changed);
+    } else if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
+        output->scheduleRetry();
+    }
+}
+
+void PulseOutputStream::onWrite(pa_stream* asking, std::size_t byteCount, void* self) {
+    const RenderCallback& render = *static_cast<PulseOutputStream*>(self)->callback;
+    while (byteCount >= kFrameBytes) {
+        void* data = nullptr;
+        std::size_t size = byteCount;
+        if (pa_stream_begin_write(asking, &data, &size) < 0 || data == nullptr || size < kFrameBytes) {
+            return;
+        }
+        const std::size_t frameCount = std::min(size, byteCount) / kFrameBytes;
+        render(static_cast<float*>(data), static_cast<std::uint32_t>(frameCount));
+        if (pa_stream_write(asking, data, frameCount * kFrameBytes, nullptr, 0, PA_SEEK_RELATIVE) < 0) {
+            return;
+        }
+        byteCount -= frameCount * kFrameBytes;
+    }
+}
