@@ -6,6 +6,7 @@
 #include "bridge/AudioDeviceMaps.h"
 #include "bridge/SampleRateProbe.h"
 #include "device/HIDHotplugManager.h"
+#include "mixer/PerAppInputBuffers.h"
 #include "mixer/router/AudioRouterAPI.h"
 #include "platform/SoundLibraries.h"
 #include "platform/SoundServerWatch.h"
@@ -315,7 +316,7 @@ void SystemBridge::initializeNativeBridge() {
         return;
     }
     prepareSoundLibraries();
-    audioRouterService = std::make_unique<AudioRouterService>();
+    audioRouterService = std::make_unique<AudioRouterService>(PerAppInputBuffers::instance());
     blockReceiver = this;
     audioRouterService->SetAudioCallback(forwardBlock);
     static_cast<void>(Start());

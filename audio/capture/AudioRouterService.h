@@ -17,11 +17,13 @@
 #include <string>
 #include <vector>
 
+class PerAppInputBuffers;
 struct AudioRouterState;
 
 class AudioRouterService {
 public:
-    AudioRouterService();
+    /// Hands its blocks to `inputBuffers`, which outlives it.
+    explicit AudioRouterService(PerAppInputBuffers& inputBuffers);
     /// Stops the worker.
     ~AudioRouterService();
     AudioRouterService(const AudioRouterService&) = delete;
@@ -70,5 +72,8 @@ public:
     bool SetAudioCallback(AudioBlockCallback callback);
 
 private:
+    void startWorker(const AudioRouterConfig& config);
+
+    PerAppInputBuffers& buffers;
     std::unique_ptr<AudioRouterState> state;
 };

@@ -34,8 +34,8 @@ std::uint32_t wholeRate(double rate) {
 
 } // namespace
 
-CaptureWorker::CaptureWorker(AudioRouterState& routerState)
-    : service(routerState), streams{routerState, {}, nullptr, 0.0, 0, -1} {}
+CaptureWorker::CaptureWorker(AudioRouterState& routerState, PerAppInputBuffers& inputBuffers)
+    : service(routerState), buffers(inputBuffers), streams{routerState, {}, nullptr, 0.0, 0, -1} {}
 
 void CaptureWorker::run() {
     const PaError error = Pa_Initialize();
@@ -258,8 +258,7 @@ void CaptureWorker::handOver() const {
         }
         const WaveFormat format =
             floatWaveFormat(static_cast<std::uint16_t>(slot.channels), wholeRate(streams.currentRate));
-        PerAppInputBuffers::instance().addInputData(
-            static_cast<std::uint32_t>(slot.index), slot.buffer.data(),
-            static_cast<std::uint32_t>(slot.buffer.size() * sizeof(float)), format);
+        buffers.addInputData(static_cast<std::uint32_t>(slot.index), slot.buffer.data(),
+                             static_cast<std::uint32_t>(slot.buffer.size() * sizeof(float)), format);
     }
 }

@@ -6,13 +6,14 @@
 #include <string>
 #include <vector>
 
+class PerAppInputBuffers;
 struct AudioRouterState;
 
 /// The capture service's worker: honours requests and reads blocks, pass after pass, until the service stops
 /// or its streams cannot be rebuilt. Lives on the worker's own stack.
 class CaptureWorker {
 public:
-    explicit CaptureWorker(AudioRouterState& service);
+    CaptureWorker(AudioRouterState& routerState, PerAppInputBuffers& inputBuffers);
 
     /// The thread's body.
     void run();
@@ -32,6 +33,7 @@ private:
     void handOver() const;
 
     AudioRouterState& service;
+    PerAppInputBuffers& buffers;
     InputStreamSet streams;
     // Working copies of a pass: what rebuildStreams owns is not read.
     AudioRouterConfig config;

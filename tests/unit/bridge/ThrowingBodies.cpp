@@ -46,7 +46,8 @@ int thrownCount() {
 
 // ---- the capture service
 
-AudioRouterService::AudioRouterService() : state(answer(std::make_unique<AudioRouterState>())) {}
+AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers)
+    : buffers(inputBuffers), state(answer(std::make_unique<AudioRouterState>())) {}
 AudioRouterService::~AudioRouterService() = default;
 
 bool AudioRouterService::Start(const AudioRouterConfig&) {

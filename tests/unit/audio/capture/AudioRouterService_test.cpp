@@ -184,7 +184,7 @@ TEST_F(AudioRouterServiceTest, InfiniteRateOfADeviceThatTakesItReachesTheMixerAs
     ASSERT_TRUE(awaitBlocks("mic"));
     EXPECT_TRUE(service.SetSampleRate(48000.0));
     ASSERT_TRUE(await([] { return scriptedPortAudio::opens() == 3; }));
-    EXPECT_TRUE(await([] { return nextOfBus1() == 0.5f; }));
+    EXPECT_TRUE(await([this] { return nextOfBus1() == 0.5f; }));
     EXPECT_EQ(routerLines.lines(), Lines()) << "as a rate of 0 Hz every block would be a line";
 }
 
@@ -238,7 +238,7 @@ TEST_F(AudioRouterServiceTest, BlockOfIndexZeroPassesTheCallbackBeforeItReachesT
     listenTo(0);
     service.SetAudioCallback(quarter);
     startWith({{"mic", 0, 0}});
-    ASSERT_TRUE(await([] { return nextOfBus1() == 0.25f; }));
+    ASSERT_TRUE(await([this] { return nextOfBus1() == 0.25f; }));
     EXPECT_GT(callbackCalls, 0);
     EXPECT_EQ(callbackChannels, 2);
     EXPECT_EQ(callbackFrames, 256);
@@ -251,7 +251,7 @@ TEST_F(AudioRouterServiceTest, BlockOfIndexOneNeverMeetsTheCallback) {
     listenTo(1);
     service.SetAudioCallback(quarter);
     startWith({{"mic", 0, 1}});
-    ASSERT_TRUE(await([] { return nextOfBus1() == 0.5f; }));
+    ASSERT_TRUE(await([this] { return nextOfBus1() == 0.5f; }));
     EXPECT_EQ(callbackCalls, 0);
 }
 
@@ -264,7 +264,7 @@ TEST_F(AudioRouterServiceTest, InputWithoutIndexIsReadButNeitherFilteredNorForwa
     startWith({{"mic", 0, -1}});
     ASSERT_TRUE(awaitBlocks("mic", 10));
     EXPECT_EQ(callbackCalls, 0);
-    EXPECT_TRUE(PerAppInputBuffers::instance().collectProcessIds().empty());
+    EXPECT_TRUE(buffers.collectProcessIds().empty());
 }
 
 TEST_F(AudioRouterServiceTest, MonoInputReachesBothSides) {
@@ -272,8 +272,8 @@ TEST_F(AudioRouterServiceTest, MonoInputReachesBothSides) {
     listenTo(2);
     startWith({{"mic", 0, 2}});
     StereoLevel level;
-    ASSERT_TRUE(await([&level] {
-        level = PerAppInputBuffers::instance().getProcessLevels(2);
+    ASSERT_TRUE(await([&] {
+        level = buffers.getProcessLevels(2);
         return level.left > 0.5f;
     }));
     EXPECT_EQ(level.left, level.right);
@@ -297,13 +297,13 @@ TEST_F(AudioRouterServiceTest, FailedReadHandsNothingOverAndRefreshes) {
     scriptedPortAudio::setErrorText(kReadError, "Stream is stopped");
     // Shared, since the worker reads on after the test's own variables have gone.
     const auto initializationsAtHandOver = std::make_shared<std::atomic<int>>(0);
-    scriptedPortAudio::setReadHook([initializationsAtHandOver](const std::string&) {
+    scriptedPortAudio::setReadHook([this, initializationsAtHandOver](const std::string&) {
         if (!hasRing(0)) {
             *initializationsAtHandOver = scriptedPortAudio::initializations();
         }
     });
     startWith({{"good", 0, 0}, {"bad", 0, 1}});
-    ASSERT_TRUE(await([] { return hasRing(0); }));
+    ASSERT_TRUE(await([this] { return hasRing(0); }));
     EXPECT_EQ(*initializationsAtHandOver, 2) << "only the pass after the rebuild is handed over";
     EXPECT_EQ(log.count("Failed to read input device (bad): Stream is stopped"), 1);
     EXPECT_EQ(log.count("Device refresh request: reinitialize PortAudio to update device list"), 1);

@@ -17,17 +17,13 @@
 #include <string>
 #include <vector>
 
-/// A capture service among scripted devices, with the process's mixer at its end.
+/// A capture service among scripted devices, with a mixer of its own at its end.
 class CaptureFixture : public testing::Test {
 protected:
     using Call = scriptedPortAudio::Call;
     using Device = scriptedPortAudio::Device;
 
-    void SetUp() override {
-        scriptedPortAudio::reset();
-        AppAudioConfigStore::instance().clear();
-        PerAppInputBuffers::instance().clear();
-    }
+    void SetUp() override { scriptedPortAudio::reset(); }
 
     void TearDown() override {
         service.Stop();
@@ -42,23 +38,21 @@ protected:
         return made;
     }
 
-    static void listenTo(std::uint32_t source) {
+    void listenTo(std::uint32_t source) {
         AppAudioConfig config;
         config.processID = source;
         config.input1Enabled = true;
-        AppAudioConfigStore::instance().putConfig(source, config);
+        records.putConfig(source, config);
     }
 
     /// The next frame of Bus 1.
-    static float nextOfBus1() {
+    float nextOfBus1() {
         std::array<float, 2> frame{};
-        PerAppInputBuffers::instance().mixBus(frame.data(), 1, 1);
+        buffers.mixBus(frame.data(), 1, 1);
         return frame[0];
     }
 
-    static bool hasRing(std::uint32_t source) {
-        return PerAppInputBuffers::instance().collectProcessIds().contains(source);
-    }
+    bool hasRing(std::uint32_t source) const { return buffers.collectProcessIds().contains(source); }
 
     void startWith(const std::vector<InputDeviceRequest>& inputs) {
         AudioRouterConfig config;
@@ -112,5 +106,7 @@ protected:
     }
 
     LogCapture log;
-    AudioRouterService service;
+    AppAudioConfigStore records;
+    PerAppInputBuffers buffers{records};
+    AudioRouterService service{buffers};
 };
