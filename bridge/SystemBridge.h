@@ -1,7 +1,7 @@
 #pragma once
 
 #include "audio/capture/AudioRouterConfig.h"
-#include "audio/equalizer/EqualizerBands.h"
+#include "audio/equalizer/MonitorEqualizer.h"
 
 #include <QObject>
 #include <QString>
@@ -9,14 +9,11 @@
 #include <QVariantList>
 #include <QVariantMap>
 
-#include <array>
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 
 class AudioRouterService;
-class FBiquadChain;
 
 /// The one object through which QML reaches the operating system and the audio engine: system facts, the
 /// inventories of programs, quitting, the capture service and the router. QML has it as singleton type
@@ -108,7 +105,9 @@ public:
     /// Whether every device whose name contains `deviceName` would open at this rate, in Hz. Changes nothing.
     Q_INVOKABLE [[nodiscard]] bool SetDeviceSampleRate(const QString& deviceName, double sampleRate) const;
 
-    /// Runs the equaliser over a block in place: interleaved float, rate in Hz. The capture worker.
+    /// Prepares the equaliser for the blocks of a stream that has opened; rate in Hz. The capture worker.
+    void prepareEqualizer(std::int32_t channels, double rate);
+    /// Runs the equaliser over a block in place: interleaved float. The capture worker.
     void processBlock(float* block, std::int32_t channels, std::int32_t frames, double rate);
 
 signals:
@@ -131,17 +130,13 @@ private:
     void restartRouter();
     void useNewSoundDevices();
     void initializeNativeBridge();
+    void endCaptureService();
     void cleanupNativeBridge() const;
     void readEqualizerSettings();
 
     std::unique_ptr<AudioRouterService> audioRouterService;
     std::int32_t defaultSampleRate = 48000; // Hz
-    // The equaliser. Written by the UI thread and read by the worker: the gains first, then filterDirty.
-    std::atomic<bool> equalizerEnabled{false};
-    std::array<std::atomic<float>, kEqualizerBandCount> equalizerGains{}; // dB
-    std::atomic<bool> filterReady{false};
-    std::atomic<bool> filterDirty{true};
-    std::unique_ptr<FBiquadChain> filterChain; // the worker's
+    MonitorEqualizer monitorEqualizer;
 
     SettingsReader settingsReader;
     QTimer soundDevicesTimer;

@@ -35,6 +35,10 @@ struct AudioDeviceEntry {
     bool isOutput = false;
 };
 
-/// Gets every block of the input with index 0, in place, on the capture worker: interleaved 32-bit float,
-/// `channels` samples a frame, rate in Hz.
+/// Receives every block of the input with index 0, to be changed in place, on the capture worker: interleaved
+/// 32-bit float, `channels` samples a frame, rate in Hz.
 using AudioBlockCallback = void (*)(float* block, std::int32_t channels, std::int32_t frames, double rate);
+
+/// Receives the format of those blocks, on the capture worker, each time a stream of the input with index 0
+/// has opened and before its first block.
+using AudioPrepareCallback = void (*)(std::int32_t channels, double rate);

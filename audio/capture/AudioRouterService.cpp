@@ -160,3 +160,7 @@ bool AudioRouterService::SetAudioCallback(AudioBlockCallback callback) {
     state->audioCallback = callback;
     return true;
 }
+
+void AudioRouterService::SetPrepareCallback(AudioPrepareCallback callback) {
+    state->prepareCallback = callback;
+}

@@ -67,9 +67,12 @@ public:
     /// other value all. Empty when PortAudio fails.
     [[nodiscard]] std::vector<AudioDeviceEntry> GetDeviceList(std::int32_t type) const;
 
-    /// Sets the function that gets the blocks of the input with index 0; null for none. Before Start().
+    /// Sets the function that receives the blocks of the input with index 0; null for none. Before Start().
     /// Always true.
     bool SetAudioCallback(AudioBlockCallback callback);
+    /// Sets the function that receives the format of these blocks where a stream opens; null for none. Before
+    /// Start().
+    void SetPrepareCallback(AudioPrepareCallback callback);
 
 private:
     void startWorker(const AudioRouterConfig& config);

@@ -24,6 +24,7 @@ struct AudioRouterState {
     std::atomic<bool> refreshRequested{false}; ///< the next idle pass initialises PortAudio anew
     std::atomic<bool> inputMissing{false};     ///< a configured input has no open stream
     std::atomic<AudioBlockCallback> audioCallback{nullptr};
+    std::atomic<AudioPrepareCallback> prepareCallback{nullptr};
 };
 
 /// Lower case of the ASCII letters; all other bytes stay.

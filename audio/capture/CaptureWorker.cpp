@@ -45,7 +45,7 @@ void CaptureWorker::run() {
     }
     streams.currentRate = service.sampleRate;
     // A service with no working input keeps running and waits.
-    static_cast<void>(rebuildStreams(streams, false));
+    static_cast<void>(rebuild(false));
     qDebug() << "Audio routing service started";
 
     while (service.loopActive) {
@@ -66,6 +66,20 @@ void CaptureWorker::run() {
     qDebug() << "Audio routing service stopped";
 }
 
+// Builds the streams anew, and notifies the one who works on the blocks of index 0 of their format.
+bool CaptureWorker::rebuild(bool reinitialise) {
+    if (!rebuildStreams(streams, reinitialise)) {
+        return false;
+    }
+    const AudioPrepareCallback prepare = service.prepareCallback;
+    const auto slot = std::ranges::find_if(
+        streams.inputSlots, [](const auto& input) { return input.index == 0 && input.stream != nullptr; });
+    if (prepare != nullptr && slot != streams.inputSlots.end()) {
+        prepare(slot->channels, streams.currentRate);
+    }
+    return true;
+}
+
 // The wish stays: where a device falls back to another rate the streams are rebuilt on every pass, until the
 // rate that was obtained is asked for. Relied upon.
 CaptureWorker::Pass CaptureWorker::honourSampleRate() {
@@ -80,7 +94,7 @@ CaptureWorker::Pass CaptureWorker::honourSampleRate() {
         service.sampleRate = wanted;
     }
     qDebug() << "[Info] Automatically refresh device list when changing sample rate";
-    if (!rebuildStreams(streams, true)) {
+    if (!rebuild(true)) {
         qDebug() << "Failed to reopen streams";
         return Pass::Leave;
     }
@@ -133,7 +147,7 @@ CaptureWorker::Pass CaptureWorker::honourRequests() {
         return Pass::Read;
     }
 
-    if (!rebuildStreams(streams, refresh)) {
+    if (!rebuild(refresh)) {
         qDebug() << "Failed to reopen streams";
         return Pass::Leave;
     }

@@ -22,6 +22,7 @@ private:
     /// What a pass goes on with.
     enum class Pass { Next, Read, Leave };
 
+    [[nodiscard]] bool rebuild(bool reinitialise);
     [[nodiscard]] Pass honourSampleRate();
     [[nodiscard]] Pass honourRequests();
     void removeInputs(const std::vector<std::string>& names);

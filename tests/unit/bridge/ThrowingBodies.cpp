@@ -102,6 +102,8 @@ bool AudioRouterService::SetAudioCallback(AudioBlockCallback) {
     return answer(true);
 }
 
+void AudioRouterService::SetPrepareCallback(AudioPrepareCallback) {}
+
 // ---- the router, the inventories, the probe
 
 AudioRouterAPI& AudioRouterAPI::instance() {

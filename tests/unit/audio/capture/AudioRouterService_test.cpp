@@ -26,6 +26,18 @@ void quarter(float* block, std::int32_t channels, std::int32_t frames, double ra
     std::fill_n(block, channels * frames, 0.25f);
 }
 
+std::atomic<int> prepareCalls{0};
+std::atomic<int> preparedChannels{0};
+std::atomic<double> preparedRate{0.0};
+std::atomic<int> blocksBeforePreparation{0};
+
+void notePreparation(std::int32_t channels, double rate) {
+    ++prepareCalls;
+    preparedChannels = channels;
+    preparedRate = rate;
+    blocksBeforePreparation = callbackCalls.load();
+}
+
 constexpr int kReadError = -9988;
 constexpr int kBadStream = -9980;
 
@@ -243,6 +255,31 @@ TEST_F(AudioRouterServiceTest, BlockOfIndexZeroPassesTheCallbackBeforeItReachesT
     EXPECT_EQ(callbackChannels, 2);
     EXPECT_EQ(callbackFrames, 256);
     EXPECT_EQ(callbackRate, 48000.0);
+}
+
+TEST_F(AudioRouterServiceTest, FormatOfIndexZeroIsToldWhereItsStreamOpensBeforeItsFirstBlock) {
+    callbackCalls = 0;
+    prepareCalls = 0;
+    Device slow = device("mic", 1);
+    slow.sampleRates = {44100.0, 96000.0};
+    slow.defaultSampleRate = 44100.0;
+    scriptedPortAudio::setDevices({device("other"), slow});
+    service.SetAudioCallback(quarter);
+    service.SetPrepareCallback(notePreparation);
+    startWith({{"other", 0, 1}});
+    ASSERT_TRUE(awaitBlocks("other"));
+    EXPECT_EQ(prepareCalls, 0) << "the stream of another index";
+    EXPECT_TRUE(service.AddInputDevice("mic", 0, 0));
+    ASSERT_TRUE(await([] { return callbackCalls > 0; }));
+    EXPECT_EQ(prepareCalls, 1);
+    EXPECT_EQ(blocksBeforePreparation, 0);
+    EXPECT_EQ(preparedChannels, 1);
+    EXPECT_EQ(preparedRate, 44100.0) << "the rate that the blocks are told to have";
+    EXPECT_EQ(preparedRate, callbackRate);
+    EXPECT_TRUE(service.SetSampleRate(96000.0));
+    ASSERT_TRUE(await([] { return callbackRate == 96000.0; }));
+    EXPECT_EQ(prepareCalls, 2) << "each stream anew";
+    EXPECT_EQ(preparedRate, 96000.0);
 }
 
 TEST_F(AudioRouterServiceTest, BlockOfIndexOneNeverMeetsTheCallback) {
