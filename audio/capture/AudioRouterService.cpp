@@ -7,9 +7,11 @@
 
 #include <algorithm>
 #include <portaudio.h>
+#include <utility>
 
-AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers)
+AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers, Pause pause)
     : buffers(inputBuffers), state(std::make_unique<AudioRouterState>()) {
+    state->pause = std::move(pause);
     state->sampleRate = state->config.sampleRate;
 }
 

@@ -12,6 +12,7 @@
 // "running": requests are accepted and never honoured, and only Stop() or Restart() lead out.
 
 #include "audio/capture/AudioRouterConfig.h"
+#include "audio/capture/Pause.h"
 
 #include <memory>
 #include <string>
@@ -22,8 +23,8 @@ struct AudioRouterState;
 
 class AudioRouterService {
 public:
-    /// Hands its blocks to `inputBuffers`, which outlives it.
-    explicit AudioRouterService(PerAppInputBuffers& inputBuffers);
+    /// Hands its blocks to `inputBuffers`, which outlives it. The worker waits by `pause`.
+    explicit AudioRouterService(PerAppInputBuffers& inputBuffers, Pause pause = pauseThread);
     /// Stops the worker.
     ~AudioRouterService();
     AudioRouterService(const AudioRouterService&) = delete;

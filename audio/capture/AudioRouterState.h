@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/capture/AudioRouterConfig.h"
+#include "audio/capture/Pause.h"
 
 #include <atomic>
 #include <mutex>
@@ -25,6 +26,7 @@ struct AudioRouterState {
     std::atomic<bool> inputMissing{false};     ///< a configured input has no open stream
     std::atomic<AudioBlockCallback> audioCallback{nullptr};
     std::atomic<AudioPrepareCallback> prepareCallback{nullptr};
+    Pause pause = pauseThread; ///< how the worker waits; set before the worker starts
 };
 
 /// Lower case of the ASCII letters; all other bytes stay.

@@ -10,7 +10,10 @@ class PerAppInputBuffers;
 struct AudioRouterState;
 
 /// The capture service's worker: honours requests and reads blocks, pass after pass, until the service stops
-/// or its streams cannot be rebuilt. Lives on the worker's own stack.
+/// or its streams cannot be rebuilt. It lives on the stack of its thread.
+///
+/// A block lies in the buffer of its input from the read to the mixer: the audio callback changes it there,
+/// and the mixer reads it from there.
 class CaptureWorker {
 public:
     CaptureWorker(AudioRouterState& routerState, PerAppInputBuffers& inputBuffers);
@@ -22,21 +25,27 @@ private:
     /// What a pass goes on with.
     enum class Pass { Next, Read, Leave };
 
+    /// What has been asked for since the last pass.
+    struct Requests {
+        std::vector<InputDeviceRequest> additions;
+        std::vector<std::string> removals;
+        std::string outputDevice; ///< empty: none
+        bool refresh = false;     ///< PortAudio is initialised anew
+    };
+
     [[nodiscard]] bool rebuild(bool reinitialise);
     [[nodiscard]] Pass honourSampleRate();
     [[nodiscard]] Pass honourRequests();
-    void removeInputs(const std::vector<std::string>& names);
+    [[nodiscard]] Requests takeRequests();
+    void apply(const Requests& requests);
     [[nodiscard]] bool hasSlotToRetry() const;
     void readAndHandOver();
-    [[nodiscard]] bool allActive();
+    [[nodiscard]] bool allActive() const;
     [[nodiscard]] bool readBlocks();
-    [[nodiscard]] bool readBlock(InputStreamSlot& slot);
+    [[nodiscard]] bool readBlock(InputStreamSlot& slot) const;
     void handOver() const;
 
     AudioRouterState& service;
     PerAppInputBuffers& buffers;
     InputStreamSet streams;
-    // Working copies of a pass: what rebuildStreams owns is not read.
-    AudioRouterConfig config;
-    std::vector<InputStreamSlot> inputSlots;
 };

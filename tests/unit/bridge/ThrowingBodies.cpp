@@ -46,7 +46,7 @@ int thrownCount() {
 
 // ---- the capture service
 
-AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers)
+AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers, Pause)
     : buffers(inputBuffers), state(answer(std::make_unique<AudioRouterState>())) {}
 AudioRouterService::~AudioRouterService() = default;
 

@@ -11,6 +11,8 @@
 
 namespace {
 
+using namespace std::chrono_literals;
+
 class AudioRouterServiceTest : public CaptureFixture {};
 
 std::atomic<int> callbackCalls{0};
@@ -121,9 +123,8 @@ TEST_F(AudioRouterServiceTest, TwoAdditionsOfOneNameBeforeTheWorkerRunsGiveTwoSl
     EXPECT_TRUE(service.AddInputDevice("mic", 0, 1));
     EXPECT_TRUE(service.AddInputDevice("mic", 0, 2));
     gate->open = true;
-    ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
+    ASSERT_TRUE(await([] { return scriptedPortAudio::openStreams() == 3; }));
     EXPECT_EQ(service.GetInputDevices().size(), 3U);
-    EXPECT_EQ(scriptedPortAudio::openStreams(), 3);
     EXPECT_EQ(log.count("Add device request: mic"), 2);
 }
 
@@ -131,7 +132,7 @@ TEST_F(AudioRouterServiceTest, RemovingAnUnknownNameOnlyRebuildsWithoutReinitial
     scriptedPortAudio::setDevices({device("mic")});
     startWith({{"mic", 0, 0}});
     EXPECT_TRUE(service.RemoveInputDevice("nobody"));
-    ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
+    ASSERT_TRUE(await([] { return scriptedPortAudio::opens() == 2; }));
     EXPECT_EQ(service.GetInputDevices().size(), 1U);
     EXPECT_EQ(scriptedPortAudio::initializations(), 1);
 }
@@ -220,8 +221,8 @@ TEST_F(AudioRouterServiceTest, DeviceOf44100HzOnlyIsRebuiltOnEveryPassWhile48000
     EXPECT_EQ(service.GetSampleRate(), 44100.0);
     EXPECT_TRUE(service.SetSampleRate(48000.0));
     ASSERT_TRUE(awaitLog("Sample rate change request: 48000 Hz"));
-    expectIdlePasses(4, std::chrono::milliseconds(100),
-                     [this] { return log.count("Sample rate change request: 48000 Hz"); });
+    expectPausesOfPasses(4, {10ms, 100ms},
+                         [this] { return log.count("Sample rate change request: 48000 Hz"); });
     EXPECT_TRUE(service.SetSampleRate(44100.0));
     EXPECT_TRUE(awaitBlocks("mic")) << "the rate that was obtained ends it";
 }
@@ -231,13 +232,11 @@ TEST_F(AudioRouterServiceTest, OneInputThatFailedToOpenSilencesAll) {
     scriptedPortAudio::fail(Call::OpenStream, -9985, -1, "bad");
     listenTo(0);
     startWith({{"good", 0, 0}, {"bad", 0, 1}});
-    // A pass without reading idles 10 ms; a request shows that passes went by.
-    EXPECT_TRUE(service.SetOutputDevice("x"));
-    ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
-    EXPECT_TRUE(service.SetOutputDevice("y"));
-    ASSERT_TRUE(awaitLog("Audio stream initialized", 3));
-    expectIdlePasses(20, std::chrono::milliseconds(10),
-                     [] { return scriptedPortAudio::activityChecks("good"); });
+    const auto checks = [] {
+        return scriptedPortAudio::activityChecks("good");
+    };
+    ASSERT_TRUE(await([&] { return checks() > 0; })) << "no pass";
+    expectPausesOfPasses(20, {10ms}, checks);
     EXPECT_EQ(scriptedPortAudio::reads("good"), 0);
     EXPECT_FALSE(hasRing(0));
     EXPECT_TRUE(service.RemoveInputDevice("bad"));
@@ -402,7 +401,10 @@ TEST_F(AudioRouterServiceTest, InputThatDoesNotOpenIsMissingUntilItIsRemoved) {
     startWith({{"mic", 0, 0}});
     EXPECT_FALSE(service.HasMissingInput());
     EXPECT_TRUE(service.AddInputDevice("dead", 0, 1));
-    ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
+    ASSERT_TRUE(await([this] { return service.HasMissingInput(); }));
+    // It stays so: the rebuild of the next request finds the same.
+    EXPECT_TRUE(service.SetOutputDevice("x"));
+    ASSERT_TRUE(awaitLog("Audio stream initialized", 3));
     EXPECT_TRUE(service.HasMissingInput());
     EXPECT_TRUE(service.RemoveInputDevice("dead"));
     EXPECT_TRUE(await([this] { return !service.HasMissingInput(); }));
@@ -434,6 +436,7 @@ TEST_F(AudioRouterServiceTest, OpenWithoutAHandleIsRetriedAfterAnAddition) {
     ASSERT_TRUE(
         awaitLog("[Info] After adding device, some devices still failed to open, refresh and retry again"));
     EXPECT_TRUE(awaitLog("Device refresh request"));
+    EXPECT_EQ(std::ranges::count(pauses(), 200ms), 1) << "before the retry";
 }
 
 TEST_F(AudioRouterServiceTest, FailedReinitialisationEndsTheWorkerWhileTheServiceStaysRunning) {
