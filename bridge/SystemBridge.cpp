@@ -69,7 +69,7 @@ QVariantMap SystemBridge::getSystemInfo() const {
         {QStringLiteral("osName"), QSysInfo::prettyProductName()},
         {QStringLiteral("kernelType"), QSysInfo::kernelType()},
         {QStringLiteral("kernelVersion"), QSysInfo::kernelVersion()},
-        // Named so, and holds the host's name.
+        // The key is kept, though the value is the host's name.
         {QStringLiteral("machineType"), QSysInfo::machineHostName()},
         {QStringLiteral("platform"), getPlatform()},
     };
@@ -123,14 +123,15 @@ QString SystemBridge::getTempDirectory() const {
     return {};
 }
 
-// The device goes first, while the event loop still runs, then the audio, and the windows last.
+// The device is disconnected first, while the event loop still runs. Then the audio stops, and the windows
+// close last.
 void SystemBridge::quitApplication() {
     qDebug() << "SystemBridge::quitApplication 正在退出应用程序";
     if (HIDHotplugManager* const manager = HIDHotplugManager::instance()) {
         manager->stopAndDisconnectDevice();
     }
     if (audioRouterService) {
-        // The windows close and the program ends, whatever the audio does.
+        // An exception of the audio must not keep the program from ending.
         guarded("SystemBridge::quitApplication: Exception:", [this] { audioRouterService->Stop(); });
     }
     if (qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr) {

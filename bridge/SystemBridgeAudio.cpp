@@ -77,7 +77,7 @@ std::optional<std::array<float, kEqualizerBandCount>> presetGains(const QString&
 void SystemBridge::startRouter() {
     AudioRouterAPI& router = AudioRouterAPI::instance();
     router.initAudioRouter();
-    // A report that is under way when the bridge goes finds nobody.
+    // A report may arrive after the bridge has been destroyed.
     router.setLevelCallback([bridge = QPointer<SystemBridge>(this)](const QVariantList& levels) {
         if (bridge) {
             emit bridge->audioInputLevelChanged(levels);
@@ -91,9 +91,9 @@ void SystemBridge::restartRouter() {
     AudioRouterAPI::instance().setAudioConfig(lastConfigs);
 }
 
-// A router that was started without a sound server, or before the server had its outputs, has no output;
-// inputs that were not there, or went with the server, stay configured. The outputs play on; the search for a
-// missing input opens the others anew, which are silent for a moment then.
+// A router that was started without a sound server, or before the server had its outputs, has no output and
+// is started again. Missing inputs stay configured and are searched for again; this reopens the other inputs,
+// which are silent for a moment. Open outputs are not touched.
 void SystemBridge::useNewSoundDevices() {
     guarded("SystemBridge::useNewSoundDevices: Exception:", [this] {
         if (AudioRouterAPI::instance().isSoloWorthARestart()) {
@@ -254,7 +254,7 @@ bool SystemBridge::AddInputDevice(const QString& deviceName, int index) {
     return guarded("SystemBridge::AddInputDevice: Exception:", false, [&] {
         const bool added = audioRouterService->AddInputDevice(deviceName.toStdString(), 0, index);
         if (added) {
-            // The number is the index, whatever the word behind it says. Kept so.
+            // The printed number is the index, not a count of channels. Kept so.
             qDebug() << "SystemBridge::AddInputDevice: Added device" << deviceName << "with" << index
                      << "channels";
         } else {

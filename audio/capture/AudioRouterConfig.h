@@ -1,13 +1,13 @@
 #pragma once
 
-// The records of the capture service: what it is started with, what it is asked for, and what it reports.
-// Plain values. All names are 8-bit text, as PortAudio's device records have them.
+// The records of the capture service: its configuration, requested inputs, and the devices that it lists.
+// Plain values. All names are 8-bit text, as in PortAudio's device records.
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-/// One input that somebody asked for.
+/// One requested input.
 struct InputDeviceRequest {
     std::string name;          ///< part of a device's name, in any case; "default" for the system's default
     std::int32_t channels = 0; ///< 0 or less: as many as the device has, at most 2

@@ -21,14 +21,14 @@ constexpr double kRateToleranceHz = 1.0; // a rate that is nearer is no change
 constexpr milliseconds kIdlePause(10);   // of a pass that hands nothing over
 constexpr milliseconds kRetryPause(200);
 
-// For the packet's format. Any rate above 0 can be asked for, infinity too, and a device may take it; one
-// that is no number counts as the largest.
+// For the packet's format. Any rate above 0 can be requested, infinity too, and a device may accept it. NaN
+// counts as the largest.
 std::uint32_t wholeRate(double rate) {
     constexpr double kLargest = std::numeric_limits<std::uint32_t>::max();
     return static_cast<std::uint32_t>(std::fmax(0.0, std::fmin(rate, kLargest)));
 }
 
-// A looser test than that of AudioRouterService::AddInputDevice(): either name may hold the other.
+// A looser test than that of AudioRouterService::AddInputDevice(): either name may contain the other.
 void removeInputs(std::vector<InputDeviceRequest>& inputs, const std::string& name) {
     const std::string wanted = lowerAscii(name);
     std::erase_if(inputs, [&wanted](const InputDeviceRequest& input) {
@@ -71,7 +71,7 @@ void CaptureWorker::run() {
     qDebug() << "Audio routing service stopped";
 }
 
-// Builds the streams anew and notifies the receiver of the blocks of index 0 of their format.
+// Builds all streams again, then notifies the receiver of the blocks of index 0 of their format.
 bool CaptureWorker::rebuild(bool reinitialise) {
     if (!rebuildStreams(streams, reinitialise)) {
         return false;
@@ -85,8 +85,8 @@ bool CaptureWorker::rebuild(bool reinitialise) {
     return true;
 }
 
-// The rate that was asked for stays: where a device falls back to another one, the streams are rebuilt on
-// every pass until the rate that was obtained is asked for. Relied upon.
+// The requested rate stays in force: where a device falls back to another one, the streams are rebuilt on
+// every pass until the rate that was obtained is requested. Relied upon.
 CaptureWorker::Pass CaptureWorker::honourSampleRate() {
     const double wanted = service.pendingSampleRate;
     const bool differs = std::fabs(wanted - streams.currentRate) > kRateToleranceHz;

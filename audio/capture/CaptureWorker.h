@@ -12,8 +12,8 @@ struct AudioRouterState;
 /// The capture service's worker: honours requests and reads blocks, pass after pass, until the service stops
 /// or its streams cannot be rebuilt. It lives on the stack of its thread.
 ///
-/// A block lies in the buffer of its input from the read to the mixer: the audio callback changes it there,
-/// and the mixer reads it from there.
+/// A block stays in the buffer of its input until the mixer has taken it: it is read from PortAudio into that
+/// buffer, and the audio callback changes it there.
 class CaptureWorker {
 public:
     CaptureWorker(AudioRouterState& routerState, PerAppInputBuffers& inputBuffers);
@@ -22,15 +22,15 @@ public:
     void run();
 
 private:
-    /// What a pass goes on with.
+    /// What follows a step of a pass.
     enum class Pass { Next, Read, Leave };
 
-    /// What has been asked for since the last pass.
+    /// The requests since the last pass.
     struct Requests {
         std::vector<InputDeviceRequest> additions;
         std::vector<std::string> removals;
         std::string outputDevice; ///< empty: none
-        bool refresh = false;     ///< PortAudio is initialised anew
+        bool refresh = false;     ///< PortAudio is initialised again
     };
 
     [[nodiscard]] bool rebuild(bool reinitialise);

@@ -93,15 +93,15 @@ std::vector<InputStreamSlot> findSlots(const AudioRouterConfig& config) {
     return inputSlots;
 }
 
-// What opening the slots of one rebuild has come to.
+// The result of opening the slots of one rebuild.
 struct OpenOutcome {
     double rate = 0.0; // Hz, for the service
     int opened = 0;
     bool deviceError = false;
 };
 
-// Opens one slot; whether it has a stream now. `rate` becomes the rate obtained, also where the device asked
-// for its own and then fails to open.
+// Opens one slot; whether it has a stream now. `rate` becomes the rate of the device where that does not
+// support the wanted one, also when it then fails to open.
 bool openSlot(const InputStreamSet& set, InputStreamSlot& slot, double& rate, OpenOutcome& outcome) {
     try {
         slot.stream = openInputStream(slot, rate, set.framesPerBuffer, set.service.pause);

@@ -1,7 +1,7 @@
 #pragma once
 
 // The open PortAudio input streams of the capture service: how a name finds its device, how a stream is
-// opened, and how the whole set is built anew. Only the capture worker calls these functions, but for
+// opened, and how the whole set is built again. Only the capture worker calls these functions, but for
 // listDevices().
 
 #include "audio/capture/AudioRouterConfig.h"
@@ -60,7 +60,7 @@ std::int32_t planOutputChannels(std::vector<InputStreamSlot>& inputSlots);
 void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStream, const Pause& pause);
 
 /// Closes all streams and opens those of the configuration; with `reinitialise`, PortAudio is initialised
-/// anew in between. False when PortAudio cannot be initialised any more. A set without an open stream is no
+/// again in between. False when PortAudio cannot be initialised any more. A set without an open stream is no
 /// failure.
 [[nodiscard]] bool rebuildStreams(InputStreamSet& set, bool reinitialise);
 

@@ -119,7 +119,7 @@ TEST_F(StoredEqualizer, SwitchingOnAgainLoadsTheStoredGains) {
 }
 
 TEST_F(StoredEqualizer, SwitchedOnWithoutAPresetItHasTheZeroGainsOfTheSwitch) {
-    storeGains(peakAt1000Hz(6.0)); // never met by a block
+    storeGains(peakAt1000Hz(6.0)); // no block comes meanwhile
     switchOff();
     store({{"device_equalizer", true}, {"device_equalizer_current", "not a preset"}});
     expectUntouched();
@@ -205,7 +205,8 @@ TEST_F(Equaliser, SettingsChangeWhileTheWorkersBlocksGoThrough) {
         ASSERT_TRUE(await([&] { return blocks() > seen; }));
         seen = blocks();
     }
-    // What was asked for last holds: a peak far from the constant that the microphone gives, then none.
+    // The last settings hold: the low cut takes the microphone's constant away, then the switch brings it
+    // back.
     std::vector<double> lowCut = flat();
     lowCut[0] = -12.0;
     storeGains(lowCut);

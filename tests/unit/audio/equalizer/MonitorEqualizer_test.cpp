@@ -75,7 +75,7 @@ protected:
     MonitorEqualizer equalizer;
 };
 
-/// What a block is to come out as: a chain beside the equaliser's.
+/// The expected blocks: from a chain beside the equaliser's.
 class Reference {
 public:
     explicit Reference(double rate = kStreamRate) {
@@ -94,7 +94,7 @@ private:
 
 } // namespace
 
-// ---- what switch, chain and pending design come to
+// ---- the switch and a pending design
 
 TEST_F(MonitorEqualizerTest, SwitchedOffBlocksPassWhateverIsDesigned) {
     EXPECT_EQ(processSine(0), sine(1000.0, 0)) << "before any design";
@@ -153,7 +153,7 @@ TEST_F(MonitorEqualizerTest, SwitchingOffLeavesTheDesignAndTheHistoryAsTheyWere)
     EXPECT_EQ(processSine(0), reference.processSine(0));
     equalizer.switchOff();
     static_cast<void>(processSine(1));
-    // No new gains: nothing is designed anew, though the stored gains are zero by now.
+    // Without new gains nothing is designed, though the stored gains are zero by now.
     equalizer.switchOn();
     EXPECT_EQ(processSine(2), reference.processSine(2));
 }
@@ -211,7 +211,7 @@ TEST_F(MonitorEqualizerTest, ChainKeepsTheRateOfTheFirstStreamThatWasFiltered) {
     switchOnWith(peakAt1000Hz(6.0f));
     static_cast<void>(processSine(0));
     equalizer.prepare(44100.0, 2);
-    // Designed for 48000 Hz, the peak lies lower in a stream of 44100 Hz.
+    // Designed for 48000 Hz, the peak is lower in a stream of 44100 Hz.
     EXPECT_NEAR(gainDb(1000.0 * 44100.0 / kStreamRate, 2, 44100.0), 6.0, 0.1);
 }
 
