@@ -22,7 +22,7 @@ InstanceDecision decideInstance(QSharedMemory& guard) {
         qDebug() << "共享内存已存在，直接退出";
         return InstanceDecision::AlreadyRunning;
     }
-    // Nobody could be met in the segment: it is stale.
+    // The segment cannot be attached: it is stale.
     if (guard.attach(QSharedMemory::ReadWrite)) {
         guard.detach();
     }

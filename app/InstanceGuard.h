@@ -4,7 +4,7 @@ class QSharedMemory;
 
 /// Whether this process may run, decided on the guard's one-byte segment.
 enum class InstanceDecision {
-    Run,           ///< The segment is ours, or it could not be had for a reason other than its existence.
+    Run,           ///< The segment is ours, or making it failed for a reason other than its existence.
     AlreadyRunning ///< Another instance holds it, or a stale segment cannot be replaced.
 };
 

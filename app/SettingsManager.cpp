@@ -7,9 +7,6 @@
 
 namespace {
 
-// A write replaces the whole file and waits for the disk.
-constexpr int kWriteDelayMs = 500;
-
 // The engine hands arrays and objects over as values of its own, which no store can write.
 QVariant plainValue(const QVariant& value) {
     return value.metaType() == QMetaType::fromType<QJSValue>() ? value.value<QJSValue>().toVariant() : value;
@@ -22,19 +19,19 @@ SettingsManager* SettingsManager::instance() {
     return manager;
 }
 
-SettingsManager::SettingsManager(QObject* parent) : QObject(parent) {
+SettingsManager::SettingsManager(std::chrono::milliseconds writeDelay, QObject* parent) : QObject(parent) {
     // The store is named after the product, not after the organisation that the application object carries.
     const QString product = QCoreApplication::applicationName();
     settings = new QSettings(product.isEmpty() ? QStringLiteral("Vexo Deck") : product,
                              QStringLiteral("Settings"), this);
-    // Kept without effect: the store above already has the platform's native format, and users' settings live
-    // there.
+    // Kept without effect: the store above already has the platform's native format, which holds the users'
+    // settings.
     QSettings::setDefaultFormat(QSettings::IniFormat);
     qDebug() << "QSettings file path: " << settings->fileName();
 
     settings->installEventFilter(this);
     writeTimer.setSingleShot(true);
-    writeTimer.setInterval(kWriteDelayMs);
+    writeTimer.setInterval(writeDelay);
     connect(&writeTimer, &QTimer::timeout, this, &SettingsManager::sync);
     if (QCoreApplication::instance() != nullptr) {
         connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &SettingsManager::sync);

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Registers a service as the singleton type of its class name, version 1.0. The factory gives the
+/// Registers a service as the singleton type of its class name, version 1.0. The factory returns the
 /// process-wide object and leaves its ownership to the engine.
 template <typename Service>
 void registerService(const char* module, const char* typeName) {
@@ -51,8 +51,8 @@ int main(int argc, char* argv[]) {
     bridge->setSettingsReader([](const QString& key) { return SettingsManager::instance()->getValue(key); });
     bridge->initializeMonitorDevice();
     registerService<SystemBridge>("VexoDeckSystemBridge", "SystemBridge");
-    // The engine then ends the bridge, and the threads of the sound with it, even when no document has asked
-    // for it yet: a process that exits over running threads may hang.
+    // Now the engine destroys the bridge, and with it the threads of the sound, even when no document has
+    // used it: a process that exits while threads run may hang.
     static_cast<void>(engine.singletonInstance<SystemBridge*>("VexoDeckSystemBridge", "SystemBridge"));
     // The scan runs from here on: a device that is present may connect before the first window shows.
     HIDHotplugManager::instance();

@@ -1,10 +1,12 @@
 #pragma once
 
-// What runs and plays sound, and what is installed, as maps that QML stores as they are: their keys are a
-// contract. Both inventories give each entry an icon as a PNG file, which may come after the list.
+// The programs that play sound and the programs that are installed, as maps. QML stores these as they are:
+// their keys are a contract. Each entry has the path of an icon, a PNG file that may be written after the
+// list is returned.
 //
-// The UI thread. Nothing fails: a missing piece is a shorter list, or an entry without an icon. Only icons
-// are made elsewhere, on up to 8 threads for each list, and for installed programs on the global thread pool.
+// The UI thread. Nothing fails: what cannot be read makes the list shorter or leaves an entry without an
+// icon. Only the icons are made on other threads: for programs that play sound on up to 8 threads for each
+// list, for installed programs on the global thread pool.
 
 #include "platform/InventorySources.h"
 
@@ -22,14 +24,14 @@ struct AudioSessionInfo {
     QString name;           ///< of the session, else of the image, else of the process, else "(unknown)"
     QString executablePath; ///< empty when it may not be read
     QString state;          ///< "Active", "Inactive", "Expired" or "Unknown"
-    QString iconPath;       ///< of the PNG, which may come later; empty without an executable
+    QString iconPath;       ///< of the PNG, which may be written later; empty without an executable
 };
 
 using IconReady = std::function<void(std::uint32_t processId, const QString& path)>;
 using AllIconsReady = std::function<void()>;
 
-/// The processes that have sound, each once. Starts making their icons and returns; the callbacks come on
-/// other threads.
+/// The processes that have sound, each once. Starts making their icons and returns; the callbacks are called
+/// on other threads.
 [[nodiscard]] QList<AudioSessionInfo> getAudioSessions(const IconReady& onIconReady,
                                                        const AllIconsReady& onAllIconsReady);
 
@@ -43,11 +45,11 @@ using AllIconsReady = std::function<void()>;
 [[nodiscard]] QVariantList withInputDevices(QVariantList applications, const QVariantList& inputDevices);
 
 /// The system's browser, then the installed programs: "name", "executablePath", "bundlePath", and
-/// "iconFilePath" where an icon may come.
+/// "iconFilePath" where an icon may be written.
 [[nodiscard]] QVariantList installedProgramMaps();
 
-/// Makes the PNG of an installed program on the global thread pool, unless it is there. The future ends with
-/// that, and may be dropped.
+/// Makes the PNG of an installed program on the global thread pool, unless the file exists. The future ends
+/// with the work and may be ignored.
 [[nodiscard]] QFuture<void> generateIconAsync(const QString& exePath, const QString& iconPath,
                                               const QString& name);
 
@@ -56,6 +58,7 @@ using AllIconsReady = std::function<void()>;
 /// One record for each process, in the order of the sessions: names and icon paths made up.
 [[nodiscard]] QList<AudioSessionInfo> audioSessionsFrom(const QList<RawAudioSession>& sessions);
 
-/// The maps of getWindowsRunningApplicationsWithIcon(). `displayName` gives a program's own name by its path.
+/// The maps of getWindowsRunningApplicationsWithIcon(). `displayName` returns a program's own name by its
+/// path.
 [[nodiscard]] QVariantList applicationMaps(const QList<AudioSessionInfo>& sessions,
                                            const std::function<QString(const QString& path)>& displayName);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Audio devices as QML gets them, one map each: "index", "name", "hostApi", "maxInputChannels",
+// Audio devices as maps for QML, one each: "index", "name", "hostApi", "maxInputChannels",
 // "maxOutputChannels", "defaultSampleRate", "isInput", "isOutput". Plain functions for any thread.
 
 #include "audio/capture/AudioRouterConfig.h"
@@ -15,7 +15,7 @@
 inline constexpr int kInputDeviceList = 1;
 inline constexpr int kOutputDeviceList = 2;
 
-/// What the system's device list says of one device in one direction.
+/// One device in one direction, from the system's device list.
 struct AudioDeviceFacts {
     QByteArray id;
     QString description;
@@ -24,10 +24,10 @@ struct AudioDeviceFacts {
 };
 
 /// Appends the maps of kind `type` (1 inputs, 2 outputs, else all) in the order of the ids. A device that is
-/// in both lists under one id is one map, with the larger of its rates. "index" counts devices as they were
-/// first met, inputs before outputs. An exception leaves the maps that were made before it.
+/// in both lists under one id is one map, with the larger of its rates. "index" counts devices in the order
+/// of the lists, inputs before outputs. An exception leaves the maps that were made before it.
 void appendAudioDeviceMaps(QVariantList& maps, const QList<AudioDeviceFacts>& inputs,
                            const QList<AudioDeviceFacts>& outputs, int type);
 
-/// Appends the capture service's own list, as it is.
+/// Appends the list of the capture service, unchanged.
 void appendAudioDeviceMaps(QVariantList& maps, const std::vector<AudioDeviceEntry>& entries);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "audio/capture/AudioRouterConfig.h"
-#include "audio/equalizer/EqualizerBands.h"
+#include "audio/equalizer/MonitorEqualizer.h"
 
 #include <QObject>
 #include <QString>
@@ -9,26 +9,23 @@
 #include <QVariantList>
 #include <QVariantMap>
 
-#include <array>
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 
 class AudioRouterService;
-class FBiquadChain;
 
 /// The one object through which QML reaches the operating system and the audio engine: system facts, the
 /// inventories of programs, quitting, the capture service and the router. QML has it as singleton type
 /// `SystemBridge` of module `VexoDeckSystemBridge`. Operations of the system are spelled in lower case, those
 /// of the audio engine are capitalised.
 ///
-/// The UI thread, but for the block function, which runs on the capture worker. No operation on the audio or
-/// the inventories throws: an exception is logged as "SystemBridge::OPERATION: Exception:" with its text, and
-/// false, 0 or an empty value comes back.
+/// The UI thread, but for prepareEqualizer() and processBlock(), which run on the capture worker. No
+/// operation on the audio or the inventories throws: an exception is logged as "SystemBridge::OPERATION:
+/// Exception:" with its text, and false, 0 or an empty value is returned.
 ///
-/// Some operations do no more than log their name: they belong to systems that the class was drawn for, and
-/// callers put up with their empty values.
+/// Some operations only log their name and return an empty value: they belong to other systems that the class
+/// was designed for. Callers accept the empty values.
 class SystemBridge : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isMacOS READ isMacOS CONSTANT)
@@ -36,24 +33,24 @@ class SystemBridge : public QObject {
 
 public:
     /// The process-wide object, made at the first call. The QML engine destroys it with its other singletons;
-    /// it is not asked for after that.
+    /// not to be called after that.
     static SystemBridge* instance();
 
     /// Starts the router and reports its levels as audioInputLevelChanged. The capture service comes later.
     explicit SystemBridge(QObject* parent = nullptr);
-    /// In this order: the capture service, the equaliser, the router.
+    /// Ends the capture service, then the router.
     ~SystemBridge() override;
 
     [[nodiscard]] bool isMacOS() const { return false; }
     [[nodiscard]] bool isWindows() const;
 
-    /// Gives a stored setting by its key, invalid where there is none; the equaliser's presets come through
-    /// it. Before updateMonitorDevice().
+    /// Returns a stored setting by its key, invalid where there is none. Set before updateMonitorDevice(),
+    /// which reads the equaliser's switch and preset through it.
     using SettingsReader = std::function<QVariant(const QString& key)>;
     void setSettingsReader(SettingsReader reader);
 
-    /// Asks for the microphone where that is undecided, and creates and starts the capture service once it is
-    /// granted. Denied: nothing is created, and the audio operations say so.
+    /// Requests the microphone permission where it is undecided, and creates and starts the capture service
+    /// once it is granted. Denied: nothing is created, and the audio operations log that.
     void initializeMonitorDevice();
 
     /// "osName", "kernelType", "kernelVersion", "machineType" (the host's name), "platform".
@@ -84,10 +81,10 @@ public:
     /// Hands the complete list of records to the router; see AudioRouterAPI::setAudioConfig().
     Q_INVOKABLE void setAudioConfig(const QVariantList& configs);
 
-    // The capture service; see AudioRouterService. Each says in the log when there is none.
+    // The capture service; see AudioRouterService. Each operation logs when there is none.
 
     /// Creates the service where there is none, whatever the permission is, and starts it with its defaults.
-    /// False when it runs already, and so for one that is just created, which starts by itself.
+    /// False when it runs already; a service that is just created does, since its creation starts it.
     Q_INVOKABLE bool Start();
     Q_INVOKABLE void Stop();
     Q_INVOKABLE bool Restart();
@@ -100,19 +97,21 @@ public:
     Q_INVOKABLE bool RemoveInputDevice(const QString& deviceName);
     /// One map for each configured input: "name", "requestedChannels".
     Q_INVOKABLE [[nodiscard]] QVariantList GetInputDevices() const;
-    /// The system's audio devices as maps (see AudioDeviceMaps.h): type 1 inputs, 2 outputs, else all. After
-    /// an exception, those that were gathered before it.
+    /// The system's audio devices as maps (see AudioDeviceMaps.h): type 1 inputs, 2 outputs, else all. An
+    /// exception leaves the maps that were made before it.
     Q_INVOKABLE [[nodiscard]] QVariantList GetDeviceList(int type = 0) const;
-    /// Reads the stored equaliser switch and preset. After any change of these.
+    /// Reads the stored equaliser switch and preset. To be called after any change of these.
     Q_INVOKABLE void updateMonitorDevice();
     /// Whether every device whose name contains `deviceName` would open at this rate, in Hz. Changes nothing.
     Q_INVOKABLE [[nodiscard]] bool SetDeviceSampleRate(const QString& deviceName, double sampleRate) const;
 
-    /// Runs the equaliser over a block in place: interleaved float, rate in Hz. The capture worker.
+    /// Prepares the equaliser for the blocks of a stream that has opened; rate in Hz. The capture worker.
+    void prepareEqualizer(std::int32_t channels, double rate);
+    /// Runs the equaliser over a block in place: interleaved float. The capture worker.
     void processBlock(float* block, std::int32_t channels, std::int32_t frames, double rate);
 
 signals:
-    // The first three belong to systems that have such events.
+    // The first three are declared for other systems and never emitted.
     void permissionChanged(const QString& permission, bool granted);
     void systemInfoUpdated();
     void networkStatusChanged();
@@ -121,9 +120,9 @@ signals:
     void screenPowerStateChanged(bool screenOn);
 
 protected:
-    /// What the system says of the microphone.
+    /// The system's permission for the microphone.
     [[nodiscard]] virtual Qt::PermissionStatus microphonePermission() const;
-    /// Asks the user, and runs the continuation on the UI thread when the answer is there.
+    /// Asks the user, and calls the continuation on the UI thread when the user has answered.
     virtual void requestMicrophonePermission(const std::function<void()>& continuation);
 
 private:
@@ -131,20 +130,16 @@ private:
     void restartRouter();
     void useNewSoundDevices();
     void initializeNativeBridge();
+    void endCaptureService();
     void cleanupNativeBridge() const;
     void readEqualizerSettings();
 
     std::unique_ptr<AudioRouterService> audioRouterService;
     std::int32_t defaultSampleRate = 48000; // Hz
-    // The equaliser. Written by the UI thread and read by the worker: the gains first, then filterDirty.
-    std::atomic<bool> equalizerEnabled{false};
-    std::array<std::atomic<float>, kEqualizerBandCount> equalizerGains{}; // dB
-    std::atomic<bool> filterReady{false};
-    std::atomic<bool> filterDirty{true};
-    std::unique_ptr<FBiquadChain> filterChain; // the worker's
+    MonitorEqualizer monitorEqualizer;
 
     SettingsReader settingsReader;
     QTimer soundDevicesTimer;
     std::shared_ptr<void> soundDevicesWatch;
-    QVariantList lastConfigs; // what the router was given last
+    QVariantList lastConfigs; // of the last setAudioConfig()
 };

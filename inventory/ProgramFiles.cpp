@@ -91,7 +91,7 @@ bool saveIcon(const QImage& picture, const QString& path) {
     QPainter painter(&canvas);
     painter.drawImage((kIconFileSize - fitted.width()) / 2, (kIconFileSize - fitted.height()) / 2, fitted);
     painter.end();
-    // Whole or not at all: a reader never meets half a picture.
+    // Written whole or not at all: no reader finds half a picture.
     QSaveFile file(path);
     return file.open(QIODevice::WriteOnly) && canvas.save(&file, "PNG") && file.commit();
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-// Names, places and pictures of programs as files: what the inventories of all systems share. Plain functions
-// that ask no service of the system but its files. Any thread.
+// Names, paths and icons of program files, shared by the inventories of all systems. Plain functions that use
+// no service of the system but its files. Any thread.
 
 #include <QString>
 #include <QStringList>
@@ -17,7 +17,7 @@ class QImage;
 /// The last part of a path, between its last separator and its last dot; either kind of separator.
 [[nodiscard]] QString fileStem(const QString& path);
 
-/// Where the icon of a running program lies: the stem of its executable, "process_" and the id without one.
+/// The path of a running program's icon: the stem of its executable, "process_" and the id without one.
 /// Empty without a temporary folder.
 [[nodiscard]] QString sessionIconPath(const QString& temporaryFolder, const QString& executablePath,
                                       std::uint32_t processId);
@@ -30,11 +30,11 @@ class QImage;
 /// programs do not.
 [[nodiscard]] QStringList programFiles(const QStringList& roots, const QString& suffix, int depth);
 
-/// Edge lengths in pixels in which an icon is asked for, best first.
+/// Edge lengths in pixels in which an icon is requested, best first.
 inline constexpr std::array<int, 5> kIconSizes = {256, 128, 64, 48, 32};
 /// Edge length of the PNG.
 inline constexpr int kIconFileSize = 128;
 
 /// Writes the picture, fitted into a square of kIconFileSize, as PNG; false when it cannot be written. The
-/// picture's device pixel ratio is of no account.
+/// picture's device pixel ratio is ignored.
 [[nodiscard]] bool saveIcon(const QImage& picture, const QString& path);

@@ -1,13 +1,13 @@
 #pragma once
 
-// The records of the capture service: what it is started with, what it is asked for, and what it reports.
-// Plain values. All names are 8-bit text, as PortAudio's device records have them.
+// The records of the capture service: its configuration, requested inputs, and the devices that it lists.
+// Plain values. All names are 8-bit text, as in PortAudio's device records.
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-/// One input that somebody asked for.
+/// One requested input.
 struct InputDeviceRequest {
     std::string name;          ///< part of a device's name, in any case; "default" for the system's default
     std::int32_t channels = 0; ///< 0 or less: as many as the device has, at most 2
@@ -35,6 +35,10 @@ struct AudioDeviceEntry {
     bool isOutput = false;
 };
 
-/// Gets every block of the input with index 0, in place, on the capture worker: interleaved 32-bit float,
-/// `channels` samples a frame, rate in Hz.
+/// Receives every block of the input with index 0, to be changed in place, on the capture worker: interleaved
+/// 32-bit float, `channels` samples a frame, rate in Hz.
 using AudioBlockCallback = void (*)(float* block, std::int32_t channels, std::int32_t frames, double rate);
+
+/// Receives the format of those blocks, on the capture worker, each time a stream of the input with index 0
+/// has opened and before its first block.
+using AudioPrepareCallback = void (*)(std::int32_t channels, double rate);

@@ -7,24 +7,11 @@
 
 #include <algorithm>
 #include <portaudio.h>
+#include <utility>
 
-namespace {
-
-// Under the state's mutex.
-void startWorker(AudioRouterState& state, const AudioRouterConfig& config) {
-    state.config = config;
-    state.sampleRate = config.sampleRate;
-    state.running = true;
-    state.loopActive = true;
-    state.worker = std::thread([&state] {
-        nameThisThread("Capture");
-        CaptureWorker(state).run();
-    });
-}
-
-} // namespace
-
-AudioRouterService::AudioRouterService() : state(std::make_unique<AudioRouterState>()) {
+AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers, Pause pause)
+    : buffers(inputBuffers), state(std::make_unique<AudioRouterState>()) {
+    state->pause = std::move(pause);
     state->sampleRate = state->config.sampleRate;
 }
 
@@ -32,12 +19,24 @@ AudioRouterService::~AudioRouterService() {
     Stop();
 }
 
+// Under the state's mutex.
+void AudioRouterService::startWorker(const AudioRouterConfig& config) {
+    state->config = config;
+    state->sampleRate = config.sampleRate;
+    state->running = true;
+    state->loopActive = true;
+    state->worker = std::thread([this] {
+        nameThisThread("Capture");
+        CaptureWorker(*state, buffers).run();
+    });
+}
+
 bool AudioRouterService::Start(const AudioRouterConfig& config) {
     const std::lock_guard lock(state->mutex);
     if (state->running) {
         return false;
     }
-    startWorker(*state, config);
+    startWorker(config);
     return true;
 }
 
@@ -66,7 +65,7 @@ bool AudioRouterService::Restart() {
     if (state->running) {
         return false;
     }
-    startWorker(*state, config);
+    startWorker(config);
     return true;
 }
 
@@ -162,4 +161,8 @@ std::vector<AudioDeviceEntry> AudioRouterService::GetDeviceList(std::int32_t typ
 bool AudioRouterService::SetAudioCallback(AudioBlockCallback callback) {
     state->audioCallback = callback;
     return true;
+}
+
+void AudioRouterService::SetPrepareCallback(AudioPrepareCallback callback) {
+    state->prepareCallback = callback;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/capture/AudioRouterConfig.h"
+#include "audio/capture/Pause.h"
 
 #include <atomic>
 #include <mutex>
@@ -16,14 +17,16 @@ struct AudioRouterState {
     std::atomic<bool> running{false};
     std::atomic<bool> loopActive{false};
     std::atomic<double> sampleRate{0.0};        ///< Hz, in force
-    std::atomic<double> pendingSampleRate{0.0}; ///< Hz, asked for last; 0: never
+    std::atomic<double> pendingSampleRate{0.0}; ///< Hz, the last request; 0: none
     std::thread worker;
     std::vector<InputDeviceRequest> pendingAdds;
     std::vector<std::string> pendingRemovals;
     std::string pendingOutputDevice;           ///< empty: none
-    std::atomic<bool> refreshRequested{false}; ///< the next idle pass initialises PortAudio anew
+    std::atomic<bool> refreshRequested{false}; ///< the next idle pass initialises PortAudio again
     std::atomic<bool> inputMissing{false};     ///< a configured input has no open stream
     std::atomic<AudioBlockCallback> audioCallback{nullptr};
+    std::atomic<AudioPrepareCallback> prepareCallback{nullptr};
+    Pause pause = pauseThread; ///< how the worker waits; set before the worker starts
 };
 
 /// Lower case of the ASCII letters; all other bytes stay.

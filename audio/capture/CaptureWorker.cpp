@@ -10,32 +10,37 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <thread>
+#include <mutex>
 #include <utility>
 
 using std::chrono::milliseconds;
 
 namespace {
 
-constexpr double kRateToleranceHz = 1.0; // a wish that is nearer is no change
-constexpr milliseconds kIdlePause(10);
+constexpr double kRateToleranceHz = 1.0; // a rate that is nearer is no change
+constexpr milliseconds kIdlePause(10);   // of a pass that hands nothing over
 constexpr milliseconds kRetryPause(200);
 
-void idle() {
-    std::this_thread::sleep_for(kIdlePause);
-}
-
-// For the packet's format. Any rate above 0 can be asked for, infinity too, and a device may take it; one
-// that is no number counts as the largest.
+// For the packet's format. Any rate above 0 can be requested, infinity too, and a device may accept it. NaN
+// counts as the largest.
 std::uint32_t wholeRate(double rate) {
     constexpr double kLargest = std::numeric_limits<std::uint32_t>::max();
     return static_cast<std::uint32_t>(std::fmax(0.0, std::fmin(rate, kLargest)));
 }
 
+// A looser test than that of AudioRouterService::AddInputDevice(): either name may contain the other.
+void removeInputs(std::vector<InputDeviceRequest>& inputs, const std::string& name) {
+    const std::string wanted = lowerAscii(name);
+    std::erase_if(inputs, [&wanted](const InputDeviceRequest& input) {
+        const std::string configured = lowerAscii(input.name);
+        return configured.find(wanted) != std::string::npos || wanted.find(configured) != std::string::npos;
+    });
+}
+
 } // namespace
 
-CaptureWorker::CaptureWorker(AudioRouterState& routerState)
-    : service(routerState), streams{routerState, {}, nullptr, 0.0, 0, -1} {}
+CaptureWorker::CaptureWorker(AudioRouterState& routerState, PerAppInputBuffers& inputBuffers)
+    : service(routerState), buffers(inputBuffers), streams{routerState, {}} {}
 
 void CaptureWorker::run() {
     const PaError error = Pa_Initialize();
@@ -45,7 +50,7 @@ void CaptureWorker::run() {
     }
     streams.currentRate = service.sampleRate;
     // A service with no working input keeps running and waits.
-    static_cast<void>(rebuildStreams(streams, false));
+    static_cast<void>(rebuild(false));
     qDebug() << "Audio routing service started";
 
     while (service.loopActive) {
@@ -61,13 +66,27 @@ void CaptureWorker::run() {
         }
     }
 
-    closeStreams(streams.inputSlots, streams.outputStream);
+    closeStreams(streams.inputSlots, streams.outputStream, service.pause);
     terminatePortAudio();
     qDebug() << "Audio routing service stopped";
 }
 
-// The wish stays: where a device falls back to another rate the streams are rebuilt on every pass, until the
-// rate that was obtained is asked for. Relied upon.
+// Builds all streams again, then notifies the receiver of the blocks of index 0 of their format.
+bool CaptureWorker::rebuild(bool reinitialise) {
+    if (!rebuildStreams(streams, reinitialise)) {
+        return false;
+    }
+    const AudioPrepareCallback prepare = service.prepareCallback;
+    const auto slot = std::ranges::find_if(
+        streams.inputSlots, [](const auto& input) { return input.index == 0 && input.stream != nullptr; });
+    if (prepare != nullptr && slot != streams.inputSlots.end()) {
+        prepare(slot->channels, streams.currentRate);
+    }
+    return true;
+}
+
+// The requested rate stays in force: where a device falls back to another one, the streams are rebuilt on
+// every pass until the rate that was obtained is requested. Relied upon.
 CaptureWorker::Pass CaptureWorker::honourSampleRate() {
     const double wanted = service.pendingSampleRate;
     const bool differs = std::fabs(wanted - streams.currentRate) > kRateToleranceHz;
@@ -80,7 +99,7 @@ CaptureWorker::Pass CaptureWorker::honourSampleRate() {
         service.sampleRate = wanted;
     }
     qDebug() << "[Info] Automatically refresh device list when changing sample rate";
-    if (!rebuildStreams(streams, true)) {
+    if (!rebuild(true)) {
         qDebug() << "Failed to reopen streams";
         return Pass::Leave;
     }
@@ -88,74 +107,62 @@ CaptureWorker::Pass CaptureWorker::honourSampleRate() {
 }
 
 CaptureWorker::Pass CaptureWorker::honourRequests() {
-    std::vector<InputDeviceRequest> additions;
-    {
-        const std::lock_guard lock(service.mutex);
-        additions.swap(service.pendingAdds);
-        service.config.inputs.insert(service.config.inputs.end(), additions.begin(), additions.end());
-    }
-    for (const InputDeviceRequest& request : additions) {
-        qDebug().noquote() << "Add device request:" << request.name;
-    }
-    const bool added = !additions.empty();
-    bool changed = added;
-    bool refresh = false;
-    if (added) {
-        // A device that was plugged in after Pa_Initialize is not in PortAudio's list.
-        qDebug() << "[Info] Automatically refresh device list when adding device";
-        refresh = true;
-        service.refreshRequested = false;
-    }
-
-    std::vector<std::string> removals;
-    std::string output;
-    {
-        const std::lock_guard lock(service.mutex);
-        removals.swap(service.pendingRemovals);
-        output = std::exchange(service.pendingOutputDevice, {});
-    }
-    if (!removals.empty()) {
-        removeInputs(removals);
-        changed = true;
-    }
-    if (!output.empty()) {
-        qDebug().noquote() << "Output device change request:" << output;
-        const std::lock_guard lock(service.mutex);
-        service.config.outputDevice = output;
-        changed = true;
-    }
-    if (!refresh && service.refreshRequested.exchange(false)) {
-        qDebug() << "Device refresh request: reinitialize PortAudio to update device list";
-        refresh = true;
-        changed = true;
-    }
-    if (!changed) {
+    const Requests requests = takeRequests();
+    if (!requests.refresh && requests.removals.empty() && requests.outputDevice.empty()) {
         return Pass::Read;
     }
-
-    if (!rebuildStreams(streams, refresh)) {
+    apply(requests);
+    if (!rebuild(requests.refresh)) {
         qDebug() << "Failed to reopen streams";
         return Pass::Leave;
     }
-    if (added && hasSlotToRetry()) {
+    if (!requests.additions.empty() && hasSlotToRetry()) {
         qDebug() << "[Info] After adding device, some devices still failed to open, refresh and retry again";
-        std::this_thread::sleep_for(kRetryPause);
+        service.pause(kRetryPause);
         service.refreshRequested = true;
     }
     return Pass::Next;
 }
 
-// A looser test than that of AudioRouterService::AddInputDevice(): either name may hold the other.
-void CaptureWorker::removeInputs(const std::vector<std::string>& names) {
-    const std::lock_guard lock(service.mutex);
-    for (const std::string& name : names) {
+CaptureWorker::Requests CaptureWorker::takeRequests() {
+    Requests requests;
+    {
+        const std::lock_guard lock(service.mutex);
+        requests.additions.swap(service.pendingAdds);
+        requests.removals.swap(service.pendingRemovals);
+        requests.outputDevice.swap(service.pendingOutputDevice);
+    }
+    // A device that was plugged in after Pa_Initialize is not in PortAudio's list.
+    requests.refresh = service.refreshRequested.exchange(false) || !requests.additions.empty();
+    return requests;
+}
+
+// Every line comes before the change that it announces.
+void CaptureWorker::apply(const Requests& requests) {
+    for (const InputDeviceRequest& request : requests.additions) {
+        qDebug().noquote() << "Add device request:" << request.name;
+    }
+    if (!requests.additions.empty()) {
+        qDebug() << "[Info] Automatically refresh device list when adding device";
+    }
+    for (const std::string& name : requests.removals) {
         qDebug().noquote() << "Remove device request:" << name;
-        const std::string wanted = lowerAscii(name);
-        std::erase_if(service.config.inputs, [&wanted](const InputDeviceRequest& input) {
-            const std::string configured = lowerAscii(input.name);
-            return configured.find(wanted) != std::string::npos ||
-                   wanted.find(configured) != std::string::npos;
-        });
+    }
+    if (!requests.outputDevice.empty()) {
+        qDebug().noquote() << "Output device change request:" << requests.outputDevice;
+    }
+    if (requests.refresh && requests.additions.empty()) {
+        qDebug() << "Device refresh request: reinitialize PortAudio to update device list";
+    }
+
+    const std::lock_guard lock(service.mutex);
+    std::vector<InputDeviceRequest>& inputs = service.config.inputs;
+    inputs.insert(inputs.end(), requests.additions.begin(), requests.additions.end());
+    for (const std::string& name : requests.removals) {
+        removeInputs(inputs, name);
+    }
+    if (!requests.outputDevice.empty()) {
+        service.config.outputDevice = requests.outputDevice;
     }
 }
 
@@ -166,29 +173,21 @@ bool CaptureWorker::hasSlotToRetry() const {
 }
 
 void CaptureWorker::readAndHandOver() {
-    {
-        const std::lock_guard lock(service.mutex);
-        config = service.config;
-    }
-    inputSlots = streams.inputSlots;
-    if (inputSlots.empty() || !allActive()) {
-        idle();
+    if (streams.inputSlots.empty() || !allActive()) {
+        service.pause(kIdlePause);
         return;
     }
     if (!readBlocks()) {
-        {
-            const std::lock_guard lock(service.mutex);
-            service.refreshRequested = true;
-        }
-        idle();
+        service.refreshRequested = true;
+        service.pause(kIdlePause);
         return;
     }
     handOver();
 }
 
 // All or nothing: one input that could not be opened silences all, until it is rebuilt or removed.
-bool CaptureWorker::allActive() {
-    for (const InputStreamSlot& slot : inputSlots) {
+bool CaptureWorker::allActive() const {
+    for (const InputStreamSlot& slot : streams.inputSlots) {
         if (slot.stream == nullptr) {
             return false;
         }
@@ -203,7 +202,6 @@ bool CaptureWorker::allActive() {
             qDebug().noquote().nospace() << "[Warning] Failed to check input stream status (" << slot.name
                                          << "): " << Pa_GetErrorText(active);
         }
-        const std::lock_guard lock(service.mutex);
         service.refreshRequested = true;
         return false;
     }
@@ -212,25 +210,22 @@ bool CaptureWorker::allActive() {
 
 // Nothing of the pass is handed over when one input fails.
 bool CaptureWorker::readBlocks() {
-    for (InputStreamSlot& slot : inputSlots) {
-        if (slot.stream == nullptr) {
-            continue;
-        }
+    const AudioBlockCallback callback = service.audioCallback;
+    const auto frames = static_cast<std::int32_t>(streams.framesPerBuffer);
+    for (InputStreamSlot& slot : streams.inputSlots) {
         if (!readBlock(slot)) {
             return false;
         }
-        if (slot.index == 0) {
-            if (const AudioBlockCallback callback = service.audioCallback) {
-                callback(slot.buffer.data(), slot.channels, static_cast<std::int32_t>(config.framesPerBuffer),
-                         streams.currentRate);
-            }
+        if (slot.index == 0 && callback != nullptr) {
+            callback(slot.buffer.data(), slot.channels, frames, streams.currentRate);
         }
     }
     return true;
 }
 
-bool CaptureWorker::readBlock(InputStreamSlot& slot) {
-    slot.buffer.assign(static_cast<std::size_t>(slot.channels) * config.framesPerBuffer, 0.0f);
+bool CaptureWorker::readBlock(InputStreamSlot& slot) const {
+    // What a host that has overflowed leaves out is silence, not the block before.
+    std::ranges::fill(slot.buffer, 0.0f);
     const PaError active = Pa_IsStreamActive(slot.stream);
     if (active == 0) {
         qDebug().noquote().nospace() << "[Warning] Input stream inactive detected before reading ("
@@ -242,7 +237,7 @@ bool CaptureWorker::readBlock(InputStreamSlot& slot) {
                                      << slot.name << "): " << Pa_GetErrorText(active);
         return false;
     }
-    const PaError read = Pa_ReadStream(slot.stream, slot.buffer.data(), config.framesPerBuffer);
+    const PaError read = Pa_ReadStream(slot.stream, slot.buffer.data(), streams.framesPerBuffer);
     if (read != paNoError && read != paInputOverflowed) {
         qDebug().noquote().nospace() << "Failed to read input device (" << slot.name
                                      << "): " << Pa_GetErrorText(read);
@@ -252,14 +247,13 @@ bool CaptureWorker::readBlock(InputStreamSlot& slot) {
 }
 
 void CaptureWorker::handOver() const {
-    for (const InputStreamSlot& slot : inputSlots) {
-        if (slot.stream == nullptr || slot.buffer.empty() || slot.index < 0) {
+    for (const InputStreamSlot& slot : streams.inputSlots) {
+        if (slot.buffer.empty() || slot.index < 0) {
             continue;
         }
         const WaveFormat format =
             floatWaveFormat(static_cast<std::uint16_t>(slot.channels), wholeRate(streams.currentRate));
-        PerAppInputBuffers::instance().addInputData(
-            static_cast<std::uint32_t>(slot.index), slot.buffer.data(),
-            static_cast<std::uint32_t>(slot.buffer.size() * sizeof(float)), format);
+        buffers.addInputData(static_cast<std::uint32_t>(slot.index), slot.buffer.data(),
+                             static_cast<std::uint32_t>(slot.buffer.size() * sizeof(float)), format);
     }
 }

@@ -6,34 +6,46 @@
 #include <string>
 #include <vector>
 
+class PerAppInputBuffers;
 struct AudioRouterState;
 
 /// The capture service's worker: honours requests and reads blocks, pass after pass, until the service stops
-/// or its streams cannot be rebuilt. Lives on the worker's own stack.
+/// or its streams cannot be rebuilt. It lives on the stack of its thread.
+///
+/// A block stays in the buffer of its input until the mixer has taken it: it is read from PortAudio into that
+/// buffer, and the audio callback changes it there.
 class CaptureWorker {
 public:
-    explicit CaptureWorker(AudioRouterState& service);
+    CaptureWorker(AudioRouterState& routerState, PerAppInputBuffers& inputBuffers);
 
     /// The thread's body.
     void run();
 
 private:
-    /// What a pass goes on with.
+    /// What follows a step of a pass.
     enum class Pass { Next, Read, Leave };
 
+    /// The requests since the last pass.
+    struct Requests {
+        std::vector<InputDeviceRequest> additions;
+        std::vector<std::string> removals;
+        std::string outputDevice; ///< empty: none
+        bool refresh = false;     ///< PortAudio is initialised again
+    };
+
+    [[nodiscard]] bool rebuild(bool reinitialise);
     [[nodiscard]] Pass honourSampleRate();
     [[nodiscard]] Pass honourRequests();
-    void removeInputs(const std::vector<std::string>& names);
+    [[nodiscard]] Requests takeRequests();
+    void apply(const Requests& requests);
     [[nodiscard]] bool hasSlotToRetry() const;
     void readAndHandOver();
-    [[nodiscard]] bool allActive();
+    [[nodiscard]] bool allActive() const;
     [[nodiscard]] bool readBlocks();
-    [[nodiscard]] bool readBlock(InputStreamSlot& slot);
+    [[nodiscard]] bool readBlock(InputStreamSlot& slot) const;
     void handOver() const;
 
     AudioRouterState& service;
+    PerAppInputBuffers& buffers;
     InputStreamSet streams;
-    // Working copies of a pass: what rebuildStreams owns is not read.
-    AudioRouterConfig config;
-    std::vector<InputStreamSlot> inputSlots;
 };

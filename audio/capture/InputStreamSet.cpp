@@ -8,14 +8,17 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <mutex>
 #include <stdexcept>
-#include <thread>
+#include <utility>
 
 using std::chrono::milliseconds;
 
 namespace {
 
-constexpr double kSameRateHz = 1.0; // rates that are nearer count as one
+constexpr double kSameRateHz = 1.0; // rates that are nearer count as the same
+// Before each attempt to initialise PortAudio again.
+constexpr std::array kInitializePauses = {milliseconds(100), milliseconds(100), milliseconds(200)};
 constexpr milliseconds kSearchPause(100);
 constexpr int kSearchAttempts = 3;
 constexpr milliseconds kClosePause(10);
@@ -38,22 +41,22 @@ bool hasDeviceErrorMark(const std::string& text) {
                                [&text](const char* mark) { return text.find(mark) != std::string::npos; });
 }
 
-bool reinitialisePortAudio() {
+bool reinitialisePortAudio(const Pause& pause) {
     terminatePortAudio();
-    std::this_thread::sleep_for(milliseconds(100));
+    pause(kInitializePauses[0]);
     PaError error = Pa_Initialize();
     if (error == paNoError) {
         return true;
     }
     qDebug().noquote().nospace() << "[Warning] Failed to reinitialize PortAudio: " << Pa_GetErrorText(error)
                                  << ", retrying...";
-    std::this_thread::sleep_for(milliseconds(100));
+    pause(kInitializePauses[1]);
     error = Pa_Initialize();
     if (error == paNoError) {
         return true;
     }
     qDebug().noquote() << "[Error] Unable to reinitialize PortAudio:" << Pa_GetErrorText(error);
-    std::this_thread::sleep_for(milliseconds(200));
+    pause(kInitializePauses[2]);
     if (Pa_Initialize() == paNoError) {
         return true;
     }
@@ -61,8 +64,8 @@ bool reinitialisePortAudio() {
     return false;
 }
 
-// The slots of the configured inputs whose device is there. An input that is left out stays configured: that
-// is how a device which is gone is kept for its return.
+// The slots of the configured inputs whose device is there. An input that is left out stays configured, so
+// that it comes back with its device.
 std::vector<InputStreamSlot> findSlots(const AudioRouterConfig& config) {
     std::vector<InputStreamSlot> inputSlots;
     for (const InputDeviceRequest& request : config.inputs) {
@@ -83,20 +86,25 @@ std::vector<InputStreamSlot> findSlots(const AudioRouterConfig& config) {
         slot.channels = chosenChannels(request.channels, info->maxInputChannels);
         inputSlots.push_back(std::move(slot));
     }
+    if (inputSlots.empty()) {
+        qDebug()
+            << "No available input devices (will keep running to wait for subsequent addition/replacement)";
+    }
     return inputSlots;
 }
 
-// What opening the slots of one rebuild has come to.
+// The result of opening the slots of one rebuild.
 struct OpenOutcome {
+    double rate = 0.0; // Hz, for the service
     int opened = 0;
     bool deviceError = false;
 };
 
-// Opens one slot; whether it has a stream now. `rate` becomes the rate obtained, also where the device has
-// given its own and then fails to open.
-bool openSlot(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer, OpenOutcome& outcome) {
+// Opens one slot; whether it has a stream now. `rate` becomes the rate of the device where that does not
+// support the wanted one, also when it then fails to open.
+bool openSlot(const InputStreamSet& set, InputStreamSlot& slot, double& rate, OpenOutcome& outcome) {
     try {
-        slot.stream = openInputStream(slot, rate, framesPerBuffer);
+        slot.stream = openInputStream(slot, rate, set.framesPerBuffer, set.service.pause);
     } catch (const std::exception& failure) {
         qDebug().noquote().nospace() << "Failed to open input stream (" << slot.name
                                      << "): " << failure.what() << " (skipping this input)";
@@ -110,6 +118,84 @@ bool openSlot(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer
     }
     ++outcome.opened;
     return true;
+}
+
+OpenOutcome openSlots(InputStreamSet& set) {
+    OpenOutcome outcome{.rate = set.currentRate};
+    // The first input sets the rate for the rest.
+    if (!set.inputSlots.empty() && openSlot(set, set.inputSlots.front(), outcome.rate, outcome) &&
+        std::fabs(outcome.rate - set.currentRate) > kSameRateHz) {
+        qDebug().noquote() << "[Info] Actual sample rate used:" << outcome.rate
+                           << "Hz (device default sample rate)";
+        set.currentRate = outcome.rate;
+    }
+    qDebug() << "[Info] Windows platform: output stream disabled, only recording from microphone";
+    for (std::size_t at = 1; at < set.inputSlots.size(); ++at) {
+        InputStreamSlot& slot = set.inputSlots[at];
+        double obtained = outcome.rate;
+        // The last deviating input wins, while the streams before it keep running at their own rate. Kept so.
+        if (openSlot(set, slot, obtained, outcome) && std::fabs(obtained - outcome.rate) > kSameRateHz) {
+            qDebug().noquote().nospace()
+                << "[Warning] Device " << slot.name << " using different sample rate " << obtained
+                << " Hz, may not match system";
+            outcome.rate = obtained;
+            set.currentRate = obtained;
+        }
+    }
+    return outcome;
+}
+
+// The output channels of the set, and the device that they are meant for.
+void planOutput(InputStreamSet& set, const std::string& outputDevice) {
+    set.outputChannels = planOutputChannels(set.inputSlots);
+    set.outputDeviceIndex = set.outputChannels > 0 ? findDevice(outputDevice, true) : -1;
+    if (set.outputChannels > 0 && set.outputDeviceIndex == -1) {
+        qDebug().noquote() << "Output device not found:" << outputDevice
+                           << "(will keep running to wait for subsequent correction)";
+    }
+}
+
+// Finds the slot's device and stores its index. Throws where there is none that records.
+const PaDeviceInfo& findInputDevice(InputStreamSlot& slot, const Pause& pause) {
+    std::int32_t device = -1;
+    const PaDeviceInfo* info = nullptr;
+    for (int attempt = 0; attempt < kSearchAttempts; ++attempt) {
+        if (attempt > 0) {
+            pause(kSearchPause);
+        }
+        device = findDevice(slot.name, false);
+        info = device != -1 ? Pa_GetDeviceInfo(device) : nullptr;
+        if (info != nullptr && info->maxInputChannels > 0) {
+            break;
+        }
+    }
+    if (device == -1) {
+        throw std::runtime_error("Unable to find input device: " + slot.name);
+    }
+    slot.deviceIndex = device;
+    if (info == nullptr) {
+        throw std::runtime_error("Unable to get input device info: " + slot.name);
+    }
+    if (info->maxInputChannels < 1) {
+        throw std::runtime_error("Device is not a valid input device: " + slot.name);
+    }
+    return *info;
+}
+
+// The rate to open with: the wanted one, or the device's own where it does not support that.
+double agreedRate(const std::string& name, const PaStreamParameters& parameters, const PaDeviceInfo& info,
+                  double wanted) {
+    const PaError supported = Pa_IsFormatSupported(&parameters, nullptr, wanted);
+    if (supported == paInvalidSampleRate) {
+        qDebug().noquote().nospace() << "[Info] Device " << name << " does not support sample rate " << wanted
+                                     << " Hz, automatically using device default sample rate "
+                                     << info.defaultSampleRate << " Hz";
+        return info.defaultSampleRate;
+    }
+    if (supported != paFormatIsSupported) {
+        qDebug().noquote() << "[Warning] Warning when checking device format:" << Pa_GetErrorText(supported);
+    }
+    return wanted;
 }
 
 } // namespace
@@ -166,58 +252,29 @@ std::int32_t planOutputChannels(std::vector<InputStreamSlot>& inputSlots) {
     return outputChannels;
 }
 
-PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer) {
-    std::int32_t device = -1;
-    const PaDeviceInfo* info = nullptr;
-    for (int attempt = 0; attempt < kSearchAttempts; ++attempt) {
-        if (attempt > 0) {
-            std::this_thread::sleep_for(kSearchPause);
-        }
-        device = findDevice(slot.name, false);
-        info = device != -1 ? Pa_GetDeviceInfo(device) : nullptr;
-        if (info != nullptr && info->maxInputChannels > 0) {
-            break;
-        }
-    }
-    if (device == -1) {
-        throw std::runtime_error("Unable to find input device: " + slot.name);
-    }
-    slot.deviceIndex = device;
-    if (info == nullptr) {
-        throw std::runtime_error("Unable to get input device info: " + slot.name);
-    }
-    if (info->maxInputChannels < 1) {
-        throw std::runtime_error("Device is not a valid input device: " + slot.name);
-    }
-    slot.channels = chosenChannels(slot.requestedChannels, info->maxInputChannels);
+PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer,
+                          const Pause& pause) {
+    const PaDeviceInfo& info = findInputDevice(slot, pause);
+    slot.channels = chosenChannels(slot.requestedChannels, info.maxInputChannels);
     if (slot.channels < 1) {
         throw std::runtime_error("Invalid input channel count");
     }
-    if (slot.channels > info->maxInputChannels) {
+    if (slot.channels > info.maxInputChannels) {
         throw std::runtime_error("Input device has insufficient channels");
     }
-
     PaStreamParameters parameters{};
-    parameters.device = device;
+    parameters.device = slot.deviceIndex;
     parameters.channelCount = slot.channels;
     parameters.sampleFormat = paFloat32;
-    parameters.suggestedLatency = info->defaultLowInputLatency;
-    const PaError supported = Pa_IsFormatSupported(&parameters, nullptr, rate);
-    if (supported == paInvalidSampleRate) {
-        qDebug().noquote().nospace() << "[Info] Device " << slot.name << " does not support sample rate "
-                                     << rate << " Hz, automatically using device default sample rate "
-                                     << info->defaultSampleRate << " Hz";
-        rate = info->defaultSampleRate;
-    } else if (supported != paFormatIsSupported) {
-        qDebug().noquote() << "[Warning] Warning when checking device format:" << Pa_GetErrorText(supported);
-    }
+    parameters.suggestedLatency = info.defaultLowInputLatency;
+    rate = agreedRate(slot.name, parameters, info, rate);
 
     PaStream* stream = nullptr;
     const PaError opened =
         Pa_OpenStream(&stream, &parameters, nullptr, rate, framesPerBuffer, paClipOff, nullptr, nullptr);
     if (opened != paNoError) {
         throw std::runtime_error(std::string("Failed to open input stream: ") + Pa_GetErrorText(opened) +
-                                 " (device index: " + std::to_string(device) + ")");
+                                 " (device index: " + std::to_string(slot.deviceIndex) + ")");
     }
     const PaError started = Pa_StartStream(stream);
     if (started != paNoError) {
@@ -228,7 +285,7 @@ PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t fra
     return stream;
 }
 
-void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStream) {
+void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStream, const Pause& pause) {
     for (const InputStreamSlot& slot : inputSlots) {
         if (slot.stream != nullptr) {
             Pa_StopStream(slot.stream);
@@ -237,7 +294,7 @@ void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStre
     if (outputStream != nullptr) {
         Pa_StopStream(outputStream);
     }
-    std::this_thread::sleep_for(kClosePause);
+    pause(kClosePause);
     for (InputStreamSlot& slot : inputSlots) {
         if (slot.stream != nullptr) {
             Pa_CloseStream(slot.stream);
@@ -250,9 +307,9 @@ void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStre
 }
 
 bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
-    closeStreams(set.inputSlots, set.outputStream);
+    closeStreams(set.inputSlots, set.outputStream, set.service.pause);
     set.outputStream = nullptr;
-    if (reinitialise && !reinitialisePortAudio()) {
+    if (reinitialise && !reinitialisePortAudio(set.service.pause)) {
         return false;
     }
 
@@ -262,53 +319,17 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
         config = set.service.config;
         set.currentRate = set.service.sampleRate;
     }
+    set.framesPerBuffer = config.framesPerBuffer;
     set.service.inputMissing = !config.inputs.empty();
     set.inputSlots = findSlots(config);
-    if (set.inputSlots.empty()) {
-        qDebug()
-            << "No available input devices (will keep running to wait for subsequent addition/replacement)";
-    }
-    set.outputChannels = planOutputChannels(set.inputSlots);
-    set.outputDeviceIndex = -1;
-    if (set.outputChannels > 0) {
-        set.outputDeviceIndex = findDevice(config.outputDevice, true);
-        if (set.outputDeviceIndex == -1) {
-            qDebug().noquote() << "Output device not found:" << config.outputDevice
-                               << "(will keep running to wait for subsequent correction)";
-        }
-    }
-
-    OpenOutcome outcome;
-    double rate = set.currentRate;
-    // The first input sets the rate for the rest.
-    if (!set.inputSlots.empty()) {
-        const bool opened = openSlot(set.inputSlots.front(), rate, config.framesPerBuffer, outcome);
-        if (opened && std::fabs(rate - set.currentRate) > kSameRateHz) {
-            qDebug().noquote() << "[Info] Actual sample rate used:" << rate
-                               << "Hz (device default sample rate)";
-            set.currentRate = rate;
-        }
-    }
-    qDebug() << "[Info] Windows platform: output stream disabled, only recording from microphone";
-    for (std::size_t at = 1; at < set.inputSlots.size(); ++at) {
-        InputStreamSlot& slot = set.inputSlots[at];
-        double obtained = rate;
-        // The last deviating input wins, while the streams before it keep running at their own rate. Kept so.
-        if (openSlot(slot, obtained, config.framesPerBuffer, outcome) &&
-            std::fabs(obtained - rate) > kSameRateHz) {
-            qDebug().noquote().nospace()
-                << "[Warning] Device " << slot.name << " using different sample rate " << obtained
-                << " Hz, may not match system";
-            rate = obtained;
-            set.currentRate = obtained;
-        }
-    }
+    planOutput(set, config.outputDevice);
+    const OpenOutcome outcome = openSlots(set);
     {
         const std::lock_guard lock(set.service.mutex);
-        set.service.sampleRate = rate;
+        set.service.sampleRate = outcome.rate;
     }
     set.service.inputMissing = static_cast<std::size_t>(outcome.opened) < config.inputs.size();
-    // Not after a fresh start: that would be an endless cycle on a device that fails right after one.
+    // Not after a fresh start: a device that fails right after one would be retried for ever.
     if (outcome.deviceError && !reinitialise) {
         qDebug()
             << "[Info] Device-related error detected, will automatically refresh device list in next loop";
@@ -319,10 +340,7 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
             << "Currently no successfully opened input streams (will keep running to wait for subsequent "
                "addition/replacement)";
     }
-    for (InputStreamSlot& slot : set.inputSlots) {
-        std::ranges::fill(slot.buffer, 0.0f);
-    }
-    qDebug().noquote() << "Audio stream initialized, sample rate:" << rate
+    qDebug().noquote() << "Audio stream initialized, sample rate:" << outcome.rate
                        << "Hz (Windows: input only, no output stream)";
     return true;
 }

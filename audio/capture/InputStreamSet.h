@@ -1,9 +1,11 @@
 #pragma once
 
 // The open PortAudio input streams of the capture service: how a name finds its device, how a stream is
-// opened, and how the whole set is built anew. Belongs to the capture worker, but for listDevices().
+// opened, and how the whole set is built again. Only the capture worker calls these functions, but for
+// listDevices().
 
 #include "audio/capture/AudioRouterConfig.h"
+#include "audio/capture/Pause.h"
 
 #include <cstdint>
 #include <portaudio.h>
@@ -32,6 +34,7 @@ struct InputStreamSet {
     double currentRate = 0.0;         ///< Hz
     std::int32_t outputChannels = 0;
     std::int32_t outputDeviceIndex = -1;
+    std::uint32_t framesPerBuffer = 0; ///< frames of one block of the streams that are open
 };
 
 /// PortAudio's index of the first device with a channel in the wanted direction whose name contains `name`,
@@ -42,26 +45,28 @@ struct InputStreamSet {
 /// The channels that a request gets of a device with `maxInputChannels`.
 [[nodiscard]] std::int32_t chosenChannels(std::int32_t requested, std::int32_t maxInputChannels);
 
-/// Lays the inputs out over output channels, two each: those with an index at twice that, the others after
-/// them in order. Returns the channels in all. Nothing consumes the plan yet; it is the contract for a
-/// platform with an output stream.
+/// Assigns two output channels to each input: an input with an index gets those from twice the index on, the
+/// others follow in order. Returns the number of output channels. Nothing uses the plan yet; it is the
+/// contract for a platform with an output stream.
 std::int32_t planOutputChannels(std::vector<InputStreamSlot>& inputSlots);
 
-/// Opens and starts the slot's stream, and fills its device index, channels and buffer. `rate`, in Hz, is
-/// what is wanted, and what was obtained on return. Throws std::runtime_error with a text.
-[[nodiscard]] PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer);
+/// Opens and starts the slot's stream, and fills its device index, channels and buffer. `rate`, in Hz, is the
+/// wanted rate, and on return the rate that was obtained. Waits by `pause` before it looks again for a device
+/// that is not there. Throws std::runtime_error with a text.
+[[nodiscard]] PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer,
+                                        const Pause& pause);
 
-/// Closes everything; failures are swallowed.
-void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStream);
+/// Stops all streams, waits by `pause`, and closes them. Failures are ignored.
+void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStream, const Pause& pause);
 
-/// Closes all streams and opens those of the configuration, after a new initialisation of PortAudio where
-/// `reinitialise` says so. False when PortAudio cannot be initialised any more; a set without one open stream
-/// is no failure.
+/// Closes all streams and opens those of the configuration; with `reinitialise`, PortAudio is initialised
+/// again in between. False when PortAudio cannot be initialised any more. A set without an open stream is no
+/// failure.
 [[nodiscard]] bool rebuildStreams(InputStreamSet& set, bool reinitialise);
 
 /// Pa_Terminate(), with a warning in the log for an error other than "not initialized".
 void terminatePortAudio();
 
-/// The devices of the WASAPI host, as AudioRouterService::GetDeviceList(). Any thread; PortAudio is
-/// initialised.
+/// The devices of the WASAPI host, as in AudioRouterService::GetDeviceList(). PortAudio is initialised. Any
+/// thread.
 [[nodiscard]] std::vector<AudioDeviceEntry> listDevices(std::int32_t type);

@@ -1,6 +1,6 @@
 #pragma once
 
-// The twelve bands of the monitor equaliser, and how twelve gains become a chain.
+// The twelve bands of the monitor equaliser, and how a chain is set to twelve gains.
 
 #include "audio/equalizer/FBiquadChain.h"
 
@@ -35,6 +35,6 @@ inline constexpr std::array<EqualizerBand, kEqualizerBandCount> kEqualizerBands{
     {16000.0f, FBiquadType::LowPass},
 }};
 
-/// Enables the active bands of a chain of twelve, disables the others, and gives each active one its
-/// parameters. Gains in dB, one per band, in order. The thread that runs the chain.
+/// Enables the active bands of a chain of twelve and sets their parameters; disables the others. Gains in dB,
+/// one per band, in order. The thread that runs the chain.
 void applyEqualizerGains(FBiquadChain& chain, std::span<const float, kEqualizerBandCount> gainsDb);

@@ -2,10 +2,10 @@
 
 // The block kernel of FBiquadChain: many sections in series at once.
 //
-// One section waits for its own last output, and the next section for this one's. Here each lane is one
-// section, and the sections of band b work on the frame b places behind the newest: then no lane waits for
-// another, and a step is plain arithmetic over arrays. Each section sees the same samples in the same order
-// as in the frame by frame form, and the results are the same bit for bit.
+// Run frame by frame, a section waits for its own last output, and the next section waits for that one. Here
+// each lane is one section, and the sections of band b work on the frame b places behind the newest: no lane
+// waits for another, and a step is plain arithmetic over arrays. Each section still receives the same samples
+// in the same order, so that the results are the same bit for bit.
 
 #include "audio/equalizer/FBiquad.h"
 
@@ -24,8 +24,8 @@ public:
     /// Appends one band, `sections` one per channel; false when there is no lane left for it.
     [[nodiscard]] bool append(std::vector<FBiquad>& sections);
 
-    /// Runs the block in place through the bands appended so far, gives the sections their history back and
-    /// starts empty again.
+    /// Runs the block in place through the bands appended so far, writes the history back to the sections and
+    /// is empty again.
     void run(float* block, std::size_t frameCount);
 
 private:

@@ -1,9 +1,10 @@
 #pragma once
 
-// Equaliser bands in series, over up to 8 interleaved channels. Belongs to the thread that runs it. Not only
-// a section's result but each product in it is 0.0 below the smallest normal float, so that fading sound
-// costs no more than other. This is so on processors of the x86 family (DenormalsAreZero.h): others keep the
-// products' last digits, and their results differ by what those come to, far below anything audible.
+// Equaliser bands in series, over up to 8 interleaved channels. Belongs to the thread that runs it.
+//
+// On processors of the x86 family (DenormalsAreZero.h) every product in a section, not only its result, is
+// 0.0 below the smallest normal float, so that fading sound costs no more than other. Other processors keep
+// these products; the difference is far below anything audible.
 
 #include "audio/equalizer/FBiquadFilter.h"
 
@@ -16,7 +17,7 @@ public:
     /// Channels of a frame that the chain can filter. A chain of more passes every frame on unfiltered.
     static constexpr std::int32_t kMaxChannels = 8;
 
-    /// Starts anew: `newFilterCount` enabled bands, each peaking at 500 Hz, one octave, 0 dB. Rate in Hz.
+    /// Starts again: `newFilterCount` enabled bands, each peaking at 500 Hz, one octave, 0 dB. Rate in Hz.
     /// Allocates; the other operations do not.
     void init(float newSampleRate, std::int32_t newFilterCount, std::int32_t newChannels);
 
@@ -37,9 +38,9 @@ public:
     /// clearNonFinite() after the last, bit for bit.
     void processBlock(float* block, std::size_t frameCount);
 
-    /// Clears each section whose history is no longer finite (a NaN, an infinity or an absurd sample came
-    /// in), so that it recovers with the next frame; the others go on as they are. For after the last frame
-    /// of a block.
+    /// Clears each section whose history is no longer finite (after a NaN, an infinity or an absurd sample),
+    /// so that it recovers with the next frame; the others keep theirs. To be called after the last frame of
+    /// a block.
     void clearNonFinite();
 
     [[nodiscard]] std::int32_t bandCount() const { return filterCount; }

@@ -85,8 +85,7 @@ void FBiquadFilter::design() {
     const float w0 = kTwoPi * frequency / sampleRate;
     const float s = std::sin(w0);
     const float c = std::cos(w0);
-    // The inner sine stands where textbooks have a hyperbolic sine; the program's curves are those of the
-    // sine.
+    // Textbooks have a hyperbolic sine inside; the curves of this program are those of the sine.
     const float alpha = s * std::sin(kHalfLn2 * bandwidth * w0 / s);
 
     float b0 = 1.0f;
@@ -126,7 +125,7 @@ void FBiquadFilter::design() {
         b2 = 1.0f + alpha;
         break;
     default:
-        return; // no such shape: the last one stays
+        return; // no such shape: the coefficients stay
     }
     for (FBiquad& section : sections) {
         section.b0 = b0 / a0;

@@ -26,14 +26,14 @@ public:
     FBiquadFilter& operator=(FBiquadFilter&&) = default;
     virtual ~FBiquadFilter() = default;
 
-    /// Starts anew with cleared sections, one per channel (none for a count below 1). Frequency in Hz, at
+    /// Starts again with cleared sections, one per channel (none for a count below 1). Frequency in Hz, at
     /// least 20.0; bandwidth in octaves; gain in dB, which only Peaking looks at.
     void init(float newSampleRate, std::int32_t newChannels, FBiquadType newType, float newFrequency,
               float newBandwidth, float newGain);
 
     /// Sets all four and designs. It does nothing when type, bandwidth and gain are as before and the
-    /// frequency is 20.0 or more; a frequency alone is thus no change, and one below 20.0 always is, and is
-    /// taken as it came. This form is kept.
+    /// frequency is 20.0 or more. So a new frequency alone changes nothing, while one below 20.0 always
+    /// counts as a change and is stored unclamped. Kept so.
     void setParameters(FBiquadType newType, float newFrequency, float newBandwidth, float newGain);
 
     /// Each of these designs when the value differs; the frequency is at least 0.0 here.
@@ -42,7 +42,7 @@ public:
     void setBandwidth(float newBandwidth);
     /// Designs only as Peaking; other shapes keep the value for later.
     void setGain(float newGain);
-    /// A disabled band passes its input on and its history stands still.
+    /// A disabled band passes its input on and keeps its history.
     void setEnabled(bool newEnabled) { enabled = newEnabled; }
 
     /// Clears the history of every section.

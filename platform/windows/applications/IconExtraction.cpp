@@ -61,7 +61,7 @@ IconHandle iconOf(const InventorySystemCalls& calls, const std::wstring& path) {
     HICON large = nullptr;
     HICON small = nullptr;
     calls.extractIconEx(path.c_str(), &large, &small);
-    // The value 1 says that the file is no executable.
+    // The value 1 means that the file is no executable.
     const auto isIcon = [](HICON icon) {
         return reinterpret_cast<ULONG_PTR>(icon) > 1;
     };
@@ -158,7 +158,7 @@ IconStep drawIcon(const InventorySystemCalls& calls, const std::wstring& executa
                   QImage& picture) {
     Drawing drawing;
     const IconStep step = draw(calls, executablePath, orAnyProgram, drawing);
-    // A copy: the canvas goes with the drawing.
+    // A copy: the canvas ends with the drawing.
     picture = step == IconStep::Done ? drawing.memory.copy() : QImage();
     return step;
 }

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string>
 
-/// How far drawing an icon came.
+/// The step at which drawing an icon ended.
 enum class IconStep {
     GdiPlus, ///< GDI+ did not start
     Icon,    ///< there is no icon
@@ -29,10 +29,10 @@ enum class IconStep {
 [[nodiscard]] bool writeIcon(const InventorySystemCalls& calls, const std::wstring& executablePath,
                              const std::wstring& targetPath);
 
-/// The user's temporary folder, without a separator at its end; empty when Windows tells none.
+/// The user's temporary folder, without a separator at its end; empty when Windows names none.
 [[nodiscard]] QString temporaryFolder(const InventorySystemCalls& calls);
 
-/// Makes a folder and the one above it, where they are not there.
+/// Makes a folder and the one above it, where they do not exist.
 void makeIconFolder(const InventorySystemCalls& calls, const QString& folder);
 
 /// extractIconToFile() with these calls.

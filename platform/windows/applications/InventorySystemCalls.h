@@ -1,8 +1,8 @@
 #pragma once
 
 // The free functions of Windows that the inventories call: of processes, windows, version blocks, COM, icons
-// and GDI+. They stand in a table so that tests can make each fail in turn. Each gives what Windows' function
-// of its name gives. Any thread.
+// and GDI+, in a table, so that tests can make each of them fail. Each returns what Windows' function of its
+// name returns. Any thread.
 
 #include "platform/windows/applications/GdiPlus.h"
 
@@ -25,7 +25,7 @@ struct InventorySystemCalls {
     std::function<UINT(const wchar_t* path, int size, HICON* icon)> privateExtractIcons;
     /// The first icon of a file.
     std::function<UINT(const wchar_t* path, HICON* large, HICON* small)> extractIconEx;
-    /// CoInitializeEx with the multithreaded model: the shell wants it of a thread that asks it.
+    /// CoInitializeEx with the multithreaded model: the shell requires it of the calling thread.
     std::function<HRESULT()> initializeCom;
     std::function<void()> uninitializeCom;
     std::function<DWORD_PTR(const wchar_t* path, SHFILEINFOW* info, UINT flags)> getFileInfo;
@@ -34,10 +34,10 @@ struct InventorySystemCalls {
     std::function<DWORD(DWORD length, wchar_t* path)> getTempPath;
     std::function<BOOL(const wchar_t* path)> createDirectory;
     std::function<DWORD(const wchar_t* path)> getFileAttributes;
-    /// Takes the place of the file that is there.
+    /// Replaces an existing file.
     std::function<BOOL(const wchar_t* from, const wchar_t* to)> moveFile;
 
-    /// GdiplusStartup, once in the process; what it gave then.
+    /// GdiplusStartup, once in the process; the result of that one call.
     std::function<Gdiplus::GpStatus()> startGdiPlus;
     std::function<Gdiplus::GpStatus(HICON icon, Gdiplus::GpBitmap** bitmap)> createBitmapFromIcon;
     /// A bitmap of 32-bit ARGB over memory of the caller.

@@ -12,7 +12,7 @@ namespace {
 constexpr WORD kSimplifiedChinese = 0x0804;
 constexpr WORD kTraditionalChinese = 0x0404;
 
-// One entry of the list of translations, as it lies in the file.
+// One entry of the list of translations, in the layout of the file.
 struct Translation {
     WORD language;
     WORD codePage;

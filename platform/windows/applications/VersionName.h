@@ -1,6 +1,6 @@
 #pragma once
 
-// The name that a program's version block gives it.
+// The name of a program in its version block.
 
 #include "platform/windows/applications/InventorySystemCalls.h"
 
@@ -9,7 +9,7 @@
 #include <span>
 #include <string>
 
-/// Gives the bytes of one value of a version block by its path, such as "\VarFileInfo\Translation"; nothing
+/// Returns the bytes of one value of a version block by its path, such as "\VarFileInfo\Translation"; nothing
 /// where there is none.
 using VersionQuery = std::function<std::optional<std::span<const std::byte>>(const std::wstring& path)>;
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// The running programs by their top-level windows: another way to an inventory than the sound sessions, with
-// the same keys. The bridge does not ask for it.
+// The running programs by their top-level windows: an inventory with the same keys as that of the sound
+// sessions. The bridge does not use it.
 
 #include "platform/windows/applications/InventorySystemCalls.h"
 
@@ -20,10 +20,10 @@ struct TopLevelWindow {
 [[nodiscard]] QList<TopLevelWindow> topLevelWindows(const InventorySystemCalls& calls);
 
 /// One map for each process that has such a window: the keys of getWindowsRunningApplicationsWithIcon(), and
-/// "isHidden", false. Icons come later, from the global thread pool.
+/// "isHidden", false. The icons are written later, on the global thread pool.
 [[nodiscard]] QVariantList windowApplicationMaps(const InventorySystemCalls& calls);
 
-/// Writes the icon of a program as PNG on the global thread pool, unless the file is there with a size above
-/// 0. The calls outlive that.
+/// Writes the icon of a program as PNG on the global thread pool, unless the file exists with a size above 0.
+/// `calls` outlives that.
 void saveIconAsyncToFile(const InventorySystemCalls& calls, const QString& exePath, std::uint32_t processId,
                          const QString& iconPath);

@@ -9,7 +9,7 @@
 
 namespace {
 
-// A half of a surrogate pair that stands alone becomes the replacement character.
+// Half of a surrogate pair becomes the replacement character.
 std::string utf8(const std::wstring& text) {
     const int length = static_cast<int>(text.size());
     const auto convert = [&](char* bytes, int byteCount) {

@@ -60,7 +60,7 @@ int hostApiIndex(PaHostApiTypeId type) {
     return static_cast<int>(std::ranges::find(kHostApis, type) - kHostApis.begin());
 }
 
-/// The result that a script wants for this call, or 0.
+/// The scripted result of this call, or 0.
 int scripted(Call call, const std::string& device) {
     for (Failure& failure : machine.failures) {
         if (failure.call == call && failure.count != 0 &&

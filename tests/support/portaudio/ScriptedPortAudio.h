@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-/// A PortAudio with devices under a test's control: a shared library of the real one's name and functions, so
-/// that a program which is linked against PortAudio meets these devices unchanged. One in a process; reset()
-/// before each test, while no stream is open. Every operation may be called on any thread.
+/// A PortAudio with devices under a test's control: a shared library with the name and the functions of the
+/// real one, so that a program which is linked against PortAudio uses these devices unchanged. One in a
+/// process; reset() before each test, while no stream is open. Any thread.
 namespace scriptedPortAudio {
 
 struct Device {
     std::string name;
     bool nullName = false; ///< the record has no name
-    bool noRecord = false; ///< Pa_GetDeviceInfo() gives null for it
+    bool noRecord = false; ///< Pa_GetDeviceInfo() returns null for it
     PaHostApiTypeId hostApi = paALSA;
     int maxInputChannels = 2;
     int maxOutputChannels = 0;
@@ -42,11 +42,11 @@ void reset();
 void setDevices(const std::vector<Device>& devices);
 void setDefaultDevices(int input, int output);
 
-/// The next `count` calls give `result`; those of a device when `device` is not empty. -1: for ever.
+/// The next `count` calls return `result`; those of a device when `device` is not empty. -1: for ever.
 void fail(Call call, int result, int count = -1, const std::string& device = {});
 /// Calls behave again.
 void recover(Call call);
-/// What Pa_GetErrorText() says of a code.
+/// The text that Pa_GetErrorText() returns for a code.
 void setErrorText(int code, const std::string& text);
 /// Runs before every Pa_ReadStream(), with the device's name, on the reader's thread.
 void setReadHook(const std::function<void(const std::string&)>& hook);

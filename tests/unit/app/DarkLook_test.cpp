@@ -11,8 +11,8 @@
 
 namespace {
 
-/// The theme of a light desktop while it lives. Writes down the schemes that are asked of it: the platforms
-/// of a machine without a desktop have no theme to ask.
+/// The theme of a light desktop while the object exists. Records the schemes that are requested: on a machine
+/// without a desktop the platform has no theme.
 class LightDesktop : public QPlatformTheme {
 public:
     LightDesktop() : former(std::exchange(QGuiApplicationPrivate::platform_theme, this)) {}

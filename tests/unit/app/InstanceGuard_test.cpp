@@ -21,7 +21,7 @@ TEST(InstanceGuardTest, FirstInstanceTakesTheSegment) {
     QSharedMemory guard(freshKey());
     EXPECT_EQ(decideInstance(guard), InstanceDecision::Run);
     EXPECT_TRUE(guard.isAttached());
-    EXPECT_GE(guard.size(), 1); // where the system gives whole pages, one of them
+    EXPECT_GE(guard.size(), 1); // where the system allocates whole pages, one page
 }
 
 TEST(InstanceGuardTest, SecondInstanceIsToldAndTheFirstKeepsItsSegment) {

@@ -58,7 +58,7 @@ TEST_F(SettingsManagerTest, SetValueEmitsWhenTheValueDiffers) {
 }
 
 TEST_F(SettingsManagerTest, SettingThePresentValueDoesNotEmit) {
-    // As the store gives them back, which need not be as they were given.
+    // The store may return another type than it was given.
     for (const QVariant& value : {QVariant(3), QVariant(true), QVariant(false), QVariant(0.25),
                                   QVariant("true"), QVariant(QStringLiteral("三")), QVariant(QString())}) {
         manager.setValue("present", value);

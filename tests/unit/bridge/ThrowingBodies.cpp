@@ -46,7 +46,8 @@ int thrownCount() {
 
 // ---- the capture service
 
-AudioRouterService::AudioRouterService() : state(answer(std::make_unique<AudioRouterState>())) {}
+AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers, Pause)
+    : buffers(inputBuffers), state(answer(std::make_unique<AudioRouterState>())) {}
 AudioRouterService::~AudioRouterService() = default;
 
 bool AudioRouterService::Start(const AudioRouterConfig&) {
@@ -100,6 +101,8 @@ std::vector<AudioDeviceEntry> AudioRouterService::GetDeviceList(std::int32_t) co
 bool AudioRouterService::SetAudioCallback(AudioBlockCallback) {
     return answer(true);
 }
+
+void AudioRouterService::SetPrepareCallback(AudioPrepareCallback) {}
 
 // ---- the router, the inventories, the probe
 

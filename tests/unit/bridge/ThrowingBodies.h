@@ -1,8 +1,7 @@
 #pragma once
 
-// What the bridge stands on, with bodies of a test: the capture service, the router's captures, the
-// inventories and the rate probe. They are defined in the program itself, so that the libraries' own are left
-// out of it.
+// Test bodies of what the bridge calls: the capture service, the router's captures, the inventories and the
+// rate probe. They are defined in the test program itself, so that the linker leaves the libraries' own out.
 
 /// The text of every exception.
 inline constexpr const char* kThrownText = "no more memory";

@@ -1,6 +1,6 @@
 // What the mixer may not do in a render call, and what the guard that finds out is worth.
 
-#include "audio/equalizer/EqualizerBands.h"
+#include "audio/equalizer/MonitorEqualizer.h"
 #include "mixer/BusForwarder.h"
 #include "mixer/RouterLog.h"
 #include "tests/support/mixer/FakeRouterPlatform.h"
@@ -99,6 +99,15 @@ private:
 };
 
 std::mutex foreignMutex;
+
+// Other gains with each round, in dB, and 0 dB among them.
+std::array<float, kEqualizerBandCount> gainsOfRound(std::size_t round) {
+    std::array<float, kEqualizerBandCount> gainsDb{};
+    for (std::size_t band = 0; band < gainsDb.size(); ++band) {
+        gainsDb[band] = static_cast<float>((round + band) % 7) - 3.0f;
+    }
+    return gainsDb;
+}
 
 } // namespace
 
@@ -362,21 +371,42 @@ TEST_F(RealTime, PacketAtOneHertzAllocatesItsRingsAndNothingAsLarge) {
 
 TEST(EqualizerRealTime, GainsAndBlocksAllocateNothing) {
     const std::uint64_t atStart = renderGuard::allocationsOfThisThread();
-    FBiquadChain chain;
-    chain.init(48000.0f, static_cast<std::int32_t>(kEqualizerBandCount), 2);
-    const std::uint64_t afterInit = renderGuard::allocationsOfThisThread();
-    EXPECT_GT(afterInit, atStart); // the count works
+    MonitorEqualizer equalizer;
+    equalizer.prepare(48000.0, 2);
+    const std::uint64_t afterPreparation = renderGuard::allocationsOfThisThread();
+    EXPECT_GT(afterPreparation, atStart); // the count works
+    equalizer.switchOn();
     std::array<float, 512> block{};
-    std::array<float, kEqualizerBandCount> gainsDb{};
     for (std::size_t round = 0; round < 200; ++round) {
-        for (std::size_t band = 0; band < gainsDb.size(); ++band) {
-            gainsDb[band] = static_cast<float>((round + band) % 7) - 3.0f; // 0 dB among them
-        }
-        applyEqualizerGains(chain, gainsDb);
+        equalizer.setGains(gainsOfRound(round));
         block.fill(round == 100 ? std::numeric_limits<float>::quiet_NaN() : 0.5f);
-        chain.processBlock(block.data(), block.size() / 2);
-        chain.process(block.data(), block.data());
-        chain.clearNonFinite();
+        equalizer.processBlock(block.data(), 2, 256);
+        equalizer.processBlock(block.data(), 1, 512); // other channels than the chain's
     }
-    EXPECT_EQ(renderGuard::allocationsOfThisThread(), afterInit);
+    EXPECT_EQ(renderGuard::allocationsOfThisThread(), afterPreparation);
+}
+
+// Gains change on another thread meanwhile, and blocks are designed anew under watch.
+TEST(EqualizerRealTimeDeathTest, BlocksNeitherAllocateNorTakeLocksNorCallTheSystem) {
+    const auto play = [] {
+        static MonitorEqualizer equalizer;
+        equalizer.prepare(48000.0, 2);
+        equalizer.switchOn();
+        std::thread([] {
+            for (std::size_t round = 0;; ++round) {
+                equalizer.setGains(gainsOfRound(round));
+            }
+        }).detach();
+        std::array<float, 512> block{};
+        renderGuard::watchThisThread({});
+        for (std::size_t round = 0; round < 2000; ++round) {
+            block.fill(round == 1000 ? std::numeric_limits<float>::quiet_NaN() : 0.5f);
+            renderGuard::beginRender();
+            equalizer.processBlock(block.data(), 2, 256);
+            equalizer.processBlock(block.data(), 1, 512);
+            renderGuard::endRender();
+        }
+        renderGuard::finish();
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(0), "^0 locks, 0 contended");
 }

@@ -1,15 +1,16 @@
 // The store as the file that it is on Linux.
 
 #include "app/SettingsManager.h"
+#include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QJSEngine>
 #include <QSignalSpy>
 
+#include <chrono>
 #include <gtest/gtest.h>
 
 namespace {
@@ -34,7 +35,7 @@ protected:
         return SettingsManagerFile().fileName();
     }
 
-    /// The line of "volume" as it stands on the disk, empty where there is none.
+    /// The line of "volume" in the file, empty where there is none.
     static QByteArray written(const QString& path) {
         QFile file(path);
         EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
@@ -46,7 +47,8 @@ protected:
         return {};
     }
 
-    SettingsManager manager;
+    // All managers share the store in this process: this one writes nothing by itself.
+    SettingsManager manager{std::chrono::hours(1)};
 };
 
 } // namespace
@@ -74,20 +76,34 @@ TEST_F(SettingsFileTest, SettingThePresentValueWritesButDoesNotEmit) {
     EXPECT_TRUE(QFile::exists(path)) << "the value was not written";
 }
 
-TEST_F(SettingsFileTest, ChangesReachTheDiskTogether) {
+TEST_F(SettingsFileTest, ChangeIsWrittenHalfASecondLater) {
+    EXPECT_EQ(SettingsManager::kWriteDelay, std::chrono::milliseconds(500));
+}
+
+TEST_F(SettingsFileTest, ChangesWaitForTheDelay) {
     const QString path = fileWithout("volume");
-    const QDeadlineTimer early(250);
+    SettingsManager patient(std::chrono::hours(1));
     // As a dragged slider does, with turns of the event loop in between.
     for (int step = 0; step < 20; ++step) {
-        manager.setValue("volume", step);
+        patient.setValue("volume", step);
         QCoreApplication::processEvents();
-        EXPECT_TRUE(early.hasExpired() || written(path).isEmpty()) << "step " << step;
+        EXPECT_EQ(written(path), "") << "step " << step;
     }
-    const QDeadlineTimer patience(10000);
-    while (written(path).isEmpty() && !patience.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    }
+    patient.sync();
     EXPECT_EQ(written(path), "volume=19");
+}
+
+TEST_F(SettingsFileTest, ChangesThatGoOnDoNotPutOffTheWrite) {
+    const QString path = fileWithout("volume");
+    SettingsManager quick(std::chrono::milliseconds(20));
+    int step = 0;
+    ASSERT_TRUE(await([&] {
+        quick.setValue("volume", ++step);
+        return !written(path).isEmpty();
+    }));
+    // And the next change is written in its turn.
+    quick.setValue("volume", -1);
+    EXPECT_TRUE(await([&] { return written(path) == "volume=-1"; }));
 }
 
 TEST_F(SettingsFileTest, WhatIsPendingReachesTheDiskWhenTheProgramQuits) {

@@ -11,6 +11,8 @@
 
 namespace {
 
+using namespace std::chrono_literals;
+
 class AudioRouterServiceTest : public CaptureFixture {};
 
 std::atomic<int> callbackCalls{0};
@@ -24,6 +26,18 @@ void quarter(float* block, std::int32_t channels, std::int32_t frames, double ra
     callbackFrames = frames;
     callbackRate = rate;
     std::fill_n(block, channels * frames, 0.25f);
+}
+
+std::atomic<int> prepareCalls{0};
+std::atomic<int> preparedChannels{0};
+std::atomic<double> preparedRate{0.0};
+std::atomic<int> blocksBeforePreparation{0};
+
+void notePreparation(std::int32_t channels, double rate) {
+    ++prepareCalls;
+    preparedChannels = channels;
+    preparedRate = rate;
+    blocksBeforePreparation = callbackCalls.load();
 }
 
 constexpr int kReadError = -9988;
@@ -109,9 +123,8 @@ TEST_F(AudioRouterServiceTest, TwoAdditionsOfOneNameBeforeTheWorkerRunsGiveTwoSl
     EXPECT_TRUE(service.AddInputDevice("mic", 0, 1));
     EXPECT_TRUE(service.AddInputDevice("mic", 0, 2));
     gate->open = true;
-    ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
+    ASSERT_TRUE(await([] { return scriptedPortAudio::openStreams() == 3; }));
     EXPECT_EQ(service.GetInputDevices().size(), 3U);
-    EXPECT_EQ(scriptedPortAudio::openStreams(), 3);
     EXPECT_EQ(log.count("Add device request: mic"), 2);
 }
 
@@ -119,7 +132,7 @@ TEST_F(AudioRouterServiceTest, RemovingAnUnknownNameOnlyRebuildsWithoutReinitial
     scriptedPortAudio::setDevices({device("mic")});
     startWith({{"mic", 0, 0}});
     EXPECT_TRUE(service.RemoveInputDevice("nobody"));
-    ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
+    ASSERT_TRUE(await([] { return scriptedPortAudio::opens() == 2; }));
     EXPECT_EQ(service.GetInputDevices().size(), 1U);
     EXPECT_EQ(scriptedPortAudio::initializations(), 1);
 }
@@ -184,7 +197,7 @@ TEST_F(AudioRouterServiceTest, InfiniteRateOfADeviceThatTakesItReachesTheMixerAs
     ASSERT_TRUE(awaitBlocks("mic"));
     EXPECT_TRUE(service.SetSampleRate(48000.0));
     ASSERT_TRUE(await([] { return scriptedPortAudio::opens() == 3; }));
-    EXPECT_TRUE(await([] { return nextOfBus1() == 0.5f; }));
+    EXPECT_TRUE(await([this] { return nextOfBus1() == 0.5f; }));
     EXPECT_EQ(routerLines.lines(), Lines()) << "as a rate of 0 Hz every block would be a line";
 }
 
@@ -208,8 +221,8 @@ TEST_F(AudioRouterServiceTest, DeviceOf44100HzOnlyIsRebuiltOnEveryPassWhile48000
     EXPECT_EQ(service.GetSampleRate(), 44100.0);
     EXPECT_TRUE(service.SetSampleRate(48000.0));
     ASSERT_TRUE(awaitLog("Sample rate change request: 48000 Hz"));
-    expectIdlePasses(4, std::chrono::milliseconds(100),
-                     [this] { return log.count("Sample rate change request: 48000 Hz"); });
+    expectPausesOfPasses(4, {10ms, 100ms},
+                         [this] { return log.count("Sample rate change request: 48000 Hz"); });
     EXPECT_TRUE(service.SetSampleRate(44100.0));
     EXPECT_TRUE(awaitBlocks("mic")) << "the rate that was obtained ends it";
 }
@@ -219,13 +232,11 @@ TEST_F(AudioRouterServiceTest, OneInputThatFailedToOpenSilencesAll) {
     scriptedPortAudio::fail(Call::OpenStream, -9985, -1, "bad");
     listenTo(0);
     startWith({{"good", 0, 0}, {"bad", 0, 1}});
-    // A pass without reading idles 10 ms; a request shows that passes went by.
-    EXPECT_TRUE(service.SetOutputDevice("x"));
-    ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
-    EXPECT_TRUE(service.SetOutputDevice("y"));
-    ASSERT_TRUE(awaitLog("Audio stream initialized", 3));
-    expectIdlePasses(20, std::chrono::milliseconds(10),
-                     [] { return scriptedPortAudio::activityChecks("good"); });
+    const auto checks = [] {
+        return scriptedPortAudio::activityChecks("good");
+    };
+    ASSERT_TRUE(await([&] { return checks() > 0; })) << "no pass";
+    expectPausesOfPasses(20, {10ms}, checks);
     EXPECT_EQ(scriptedPortAudio::reads("good"), 0);
     EXPECT_FALSE(hasRing(0));
     EXPECT_TRUE(service.RemoveInputDevice("bad"));
@@ -238,11 +249,36 @@ TEST_F(AudioRouterServiceTest, BlockOfIndexZeroPassesTheCallbackBeforeItReachesT
     listenTo(0);
     service.SetAudioCallback(quarter);
     startWith({{"mic", 0, 0}});
-    ASSERT_TRUE(await([] { return nextOfBus1() == 0.25f; }));
+    ASSERT_TRUE(await([this] { return nextOfBus1() == 0.25f; }));
     EXPECT_GT(callbackCalls, 0);
     EXPECT_EQ(callbackChannels, 2);
     EXPECT_EQ(callbackFrames, 256);
     EXPECT_EQ(callbackRate, 48000.0);
+}
+
+TEST_F(AudioRouterServiceTest, FormatOfIndexZeroIsToldWhereItsStreamOpensBeforeItsFirstBlock) {
+    callbackCalls = 0;
+    prepareCalls = 0;
+    Device slow = device("mic", 1);
+    slow.sampleRates = {44100.0, 96000.0};
+    slow.defaultSampleRate = 44100.0;
+    scriptedPortAudio::setDevices({device("other"), slow});
+    service.SetAudioCallback(quarter);
+    service.SetPrepareCallback(notePreparation);
+    startWith({{"other", 0, 1}});
+    ASSERT_TRUE(awaitBlocks("other"));
+    EXPECT_EQ(prepareCalls, 0) << "the stream of another index";
+    EXPECT_TRUE(service.AddInputDevice("mic", 0, 0));
+    ASSERT_TRUE(await([] { return callbackCalls > 0; }));
+    EXPECT_EQ(prepareCalls, 1);
+    EXPECT_EQ(blocksBeforePreparation, 0);
+    EXPECT_EQ(preparedChannels, 1);
+    EXPECT_EQ(preparedRate, 44100.0) << "the rate that the blocks are told to have";
+    EXPECT_EQ(preparedRate, callbackRate);
+    EXPECT_TRUE(service.SetSampleRate(96000.0));
+    ASSERT_TRUE(await([] { return callbackRate == 96000.0; }));
+    EXPECT_EQ(prepareCalls, 2) << "each stream anew";
+    EXPECT_EQ(preparedRate, 96000.0);
 }
 
 TEST_F(AudioRouterServiceTest, BlockOfIndexOneNeverMeetsTheCallback) {
@@ -251,7 +287,7 @@ TEST_F(AudioRouterServiceTest, BlockOfIndexOneNeverMeetsTheCallback) {
     listenTo(1);
     service.SetAudioCallback(quarter);
     startWith({{"mic", 0, 1}});
-    ASSERT_TRUE(await([] { return nextOfBus1() == 0.5f; }));
+    ASSERT_TRUE(await([this] { return nextOfBus1() == 0.5f; }));
     EXPECT_EQ(callbackCalls, 0);
 }
 
@@ -264,7 +300,7 @@ TEST_F(AudioRouterServiceTest, InputWithoutIndexIsReadButNeitherFilteredNorForwa
     startWith({{"mic", 0, -1}});
     ASSERT_TRUE(awaitBlocks("mic", 10));
     EXPECT_EQ(callbackCalls, 0);
-    EXPECT_TRUE(PerAppInputBuffers::instance().collectProcessIds().empty());
+    EXPECT_TRUE(buffers.collectProcessIds().empty());
 }
 
 TEST_F(AudioRouterServiceTest, MonoInputReachesBothSides) {
@@ -272,8 +308,8 @@ TEST_F(AudioRouterServiceTest, MonoInputReachesBothSides) {
     listenTo(2);
     startWith({{"mic", 0, 2}});
     StereoLevel level;
-    ASSERT_TRUE(await([&level] {
-        level = PerAppInputBuffers::instance().getProcessLevels(2);
+    ASSERT_TRUE(await([&] {
+        level = buffers.getProcessLevels(2);
         return level.left > 0.5f;
     }));
     EXPECT_EQ(level.left, level.right);
@@ -297,13 +333,13 @@ TEST_F(AudioRouterServiceTest, FailedReadHandsNothingOverAndRefreshes) {
     scriptedPortAudio::setErrorText(kReadError, "Stream is stopped");
     // Shared, since the worker reads on after the test's own variables have gone.
     const auto initializationsAtHandOver = std::make_shared<std::atomic<int>>(0);
-    scriptedPortAudio::setReadHook([initializationsAtHandOver](const std::string&) {
+    scriptedPortAudio::setReadHook([this, initializationsAtHandOver](const std::string&) {
         if (!hasRing(0)) {
             *initializationsAtHandOver = scriptedPortAudio::initializations();
         }
     });
     startWith({{"good", 0, 0}, {"bad", 0, 1}});
-    ASSERT_TRUE(await([] { return hasRing(0); }));
+    ASSERT_TRUE(await([this] { return hasRing(0); }));
     EXPECT_EQ(*initializationsAtHandOver, 2) << "only the pass after the rebuild is handed over";
     EXPECT_EQ(log.count("Failed to read input device (bad): Stream is stopped"), 1);
     EXPECT_EQ(log.count("Device refresh request: reinitialize PortAudio to update device list"), 1);
@@ -365,7 +401,10 @@ TEST_F(AudioRouterServiceTest, InputThatDoesNotOpenIsMissingUntilItIsRemoved) {
     startWith({{"mic", 0, 0}});
     EXPECT_FALSE(service.HasMissingInput());
     EXPECT_TRUE(service.AddInputDevice("dead", 0, 1));
-    ASSERT_TRUE(awaitLog("Audio stream initialized", 2));
+    ASSERT_TRUE(await([this] { return service.HasMissingInput(); }));
+    // It stays so: the rebuild of the next request finds the same.
+    EXPECT_TRUE(service.SetOutputDevice("x"));
+    ASSERT_TRUE(awaitLog("Audio stream initialized", 3));
     EXPECT_TRUE(service.HasMissingInput());
     EXPECT_TRUE(service.RemoveInputDevice("dead"));
     EXPECT_TRUE(await([this] { return !service.HasMissingInput(); }));
@@ -397,6 +436,7 @@ TEST_F(AudioRouterServiceTest, OpenWithoutAHandleIsRetriedAfterAnAddition) {
     ASSERT_TRUE(
         awaitLog("[Info] After adding device, some devices still failed to open, refresh and retry again"));
     EXPECT_TRUE(awaitLog("Device refresh request"));
+    EXPECT_EQ(std::ranges::count(pauses(), 200ms), 1) << "before the retry";
 }
 
 TEST_F(AudioRouterServiceTest, FailedReinitialisationEndsTheWorkerWhileTheServiceStaysRunning) {

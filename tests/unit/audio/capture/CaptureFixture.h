@@ -7,27 +7,23 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/portaudio/ScriptedPortAudio.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
-#include <ctime>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <string>
 #include <vector>
 
-/// A capture service among scripted devices, with the process's mixer at its end.
+/// A capture service among scripted devices, with a mixer of its own at its end.
 class CaptureFixture : public testing::Test {
 protected:
     using Call = scriptedPortAudio::Call;
     using Device = scriptedPortAudio::Device;
 
-    void SetUp() override {
-        scriptedPortAudio::reset();
-        AppAudioConfigStore::instance().clear();
-        PerAppInputBuffers::instance().clear();
-    }
+    void SetUp() override { scriptedPortAudio::reset(); }
 
     void TearDown() override {
         service.Stop();
@@ -42,23 +38,21 @@ protected:
         return made;
     }
 
-    static void listenTo(std::uint32_t source) {
+    void listenTo(std::uint32_t source) {
         AppAudioConfig config;
         config.processID = source;
         config.input1Enabled = true;
-        AppAudioConfigStore::instance().putConfig(source, config);
+        records.putConfig(source, config);
     }
 
     /// The next frame of Bus 1.
-    static float nextOfBus1() {
+    float nextOfBus1() {
         std::array<float, 2> frame{};
-        PerAppInputBuffers::instance().mixBus(frame.data(), 1, 1);
+        buffers.mixBus(frame.data(), 1, 1);
         return frame[0];
     }
 
-    static bool hasRing(std::uint32_t source) {
-        return PerAppInputBuffers::instance().collectProcessIds().contains(source);
-    }
+    bool hasRing(std::uint32_t source) const { return buffers.collectProcessIds().contains(source); }
 
     void startWith(const std::vector<InputDeviceRequest>& inputs) {
         AudioRouterConfig config;
@@ -77,40 +71,52 @@ protected:
         return await([&] { return scriptedPortAudio::reads(name) >= before + count; });
     }
 
-    /// The processor time that the worker has used.
-    static std::chrono::duration<double> workerTime() {
-        for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-            std::string name;
-            std::ifstream(thread.path() / "comm") >> name;
-            timespec time{};
-            // As the system builds the number of a thread's clock, which POSIX gives for one's own threads
-            // alone.
-            const auto clock = (~static_cast<clockid_t>(std::stoi(thread.path().filename())) * 8) | 6;
-            if (name == "Capture" && clock_gettime(clock, &time) == 0) {
-                return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-            }
-        }
-        ADD_FAILURE() << "no worker";
-        return {};
+    /// What the worker has waited so far, oldest first.
+    std::vector<std::chrono::milliseconds> pauses() const {
+        const std::lock_guard lock(pausesMutex);
+        return pausesSoFar;
     }
 
-    /// Waits until `passes()` has grown by `count`, while a pass shall take `passTime` at least and the
-    /// worker little of a processor: a part of it that a machine busy with other things stays below, too.
+    /// Waits until `passes()` has grown by `count`: in each pass the worker shall wait by exactly these
+    /// pauses.
     template <typename Passes>
-    void expectIdlePasses(int count, std::chrono::milliseconds passTime, Passes passes) {
-        using Clock = std::chrono::steady_clock;
+    void expectPausesOfPasses(int count, const std::vector<std::chrono::milliseconds>& ofAPass,
+                              Passes passes) {
+        const std::size_t before = pauses().size();
         const auto first = passes();
-        const auto startedAt = Clock::now();
-        const auto usedBefore = workerTime();
         ASSERT_TRUE(await([&] { return passes() >= first + count; }));
-        const std::chrono::duration<double> used = workerTime() - usedBefore;
-        const std::chrono::duration<double> elapsed = Clock::now() - startedAt;
-        // The first of them may have begun before.
-        EXPECT_LE(static_cast<double>(passes() - first - 1) * std::chrono::duration<double>(passTime),
-                  elapsed);
-        EXPECT_LT(used.count(), 0.2 * elapsed.count()) << "of " << elapsed.count() << " s";
+        // The pass that is counted last may not have waited yet, and the first may have waited before.
+        const auto whole = static_cast<std::size_t>(passes() - first - 1);
+        std::vector<std::chrono::milliseconds> since = pauses();
+        since.erase(since.begin(), since.begin() + static_cast<std::ptrdiff_t>(before));
+        ASSERT_GE(since.size(), std::max<std::size_t>(whole, 1) * ofAPass.size());
+        // Wherever in a pass the count began.
+        const auto start = std::ranges::find(ofAPass, since.front());
+        ASSERT_NE(start, ofAPass.end()) << since.front().count() << " ms";
+        for (std::size_t at = 0; at < since.size(); ++at) {
+            const auto inPass = (static_cast<std::size_t>(start - ofAPass.begin()) + at) % ofAPass.size();
+            ASSERT_EQ(since[at], ofAPass[inPass]) << "pause " << at;
+        }
     }
 
+    /// A short wait in the place of each of the worker's, which are written down.
+    Pause shortPause() {
+        return [this](std::chrono::milliseconds duration) {
+            {
+                const std::lock_guard lock(pausesMutex);
+                pausesSoFar.push_back(duration);
+            }
+            pauseThread(std::min(duration, std::chrono::milliseconds(1)));
+        };
+    }
+
+private:
+    mutable std::mutex pausesMutex;
+    std::vector<std::chrono::milliseconds> pausesSoFar;
+
+protected:
     LogCapture log;
-    AudioRouterService service;
+    AppAudioConfigStore records;
+    PerAppInputBuffers buffers{records};
+    AudioRouterService service{buffers, shortPause()};
 };

@@ -6,16 +6,23 @@
 
 namespace {
 
+using namespace std::chrono_literals;
+
 /// The stream set by itself, on an initialised PortAudio, without a worker.
 class InputStreamSetTest : public CaptureFixture {
 protected:
+    void SetUp() override {
+        CaptureFixture::SetUp();
+        state.pause = shortPause();
+    }
+
     void initializeWith(const std::vector<Device>& devices) {
         scriptedPortAudio::setDevices(devices);
         ASSERT_EQ(Pa_Initialize(), paNoError);
     }
 
     void TearDown() override {
-        closeStreams(streams.inputSlots, nullptr);
+        closeStreams(streams.inputSlots, nullptr, state.pause);
         Pa_Terminate();
         CaptureFixture::TearDown();
     }
@@ -27,7 +34,7 @@ protected:
     }
 
     AudioRouterState state;
-    InputStreamSet streams{state, {}, nullptr, 0.0, 0, -1};
+    InputStreamSet streams{state, {}};
 };
 
 constexpr int kDeviceGone = -9999;
@@ -291,15 +298,13 @@ TEST_F(InputStreamSetTest, DeviceThatVanishesBetweenListingAndOpeningIsSearchedT
     InputStreamSlot slot;
     slot.name = "mic";
     double rate = 48000.0;
-    const auto startedAt = std::chrono::steady_clock::now();
     try {
-        static_cast<void>(openInputStream(slot, rate, 256));
+        static_cast<void>(openInputStream(slot, rate, 256, state.pause));
         FAIL() << "no exception";
     } catch (const std::exception& failure) {
         EXPECT_STREQ(failure.what(), "Unable to find input device: mic");
     }
-    EXPECT_GE(std::chrono::steady_clock::now() - startedAt, std::chrono::milliseconds(200))
-        << "a pause before the second and the third search";
+    EXPECT_EQ(pauses(), (std::vector{100ms, 100ms})) << "before the second and the third search";
 }
 
 TEST_F(InputStreamSetTest, DefaultDeviceWithoutInputChannelsIsNoInputDevice) {
@@ -312,11 +317,17 @@ TEST_F(InputStreamSetTest, DefaultDeviceWithoutInputChannelsIsNoInputDevice) {
 TEST_F(InputStreamSetTest, StreamsStopInOrderBeforeTheFirstIsClosed) {
     initializeWith({device("a"), device("b")});
     ASSERT_TRUE(rebuild({{"a", 0, 0}, {"b", 0, 1}}));
-    closeStreams(streams.inputSlots, nullptr);
+    closeStreams(streams.inputSlots, nullptr, state.pause);
     EXPECT_EQ(scriptedPortAudio::streamCalls(),
               (std::vector<std::string>{"open a", "start a", "open b", "start b", "stop a", "stop b",
                                         "close a", "close b"}));
     EXPECT_EQ(streams.inputSlots[0].stream, nullptr);
+}
+
+TEST(PauseThread, WaitsAtLeastAsLongAsAskedFor) {
+    const auto startedAt = std::chrono::steady_clock::now();
+    pauseThread(5ms);
+    EXPECT_GE(std::chrono::steady_clock::now() - startedAt, 5ms);
 }
 
 TEST_F(InputStreamSetTest, EveryRebuildOpensAllStreamsAnew) {
@@ -331,10 +342,9 @@ TEST_F(InputStreamSetTest, ReinitialisationIsTriedThreeTimes) {
     initializeWith({device("mic")});
     scriptedPortAudio::fail(Call::Initialize, -9999, 2);
     scriptedPortAudio::setErrorText(-9999, "no host");
-    const auto startedAt = std::chrono::steady_clock::now();
     EXPECT_TRUE(rebuild({}, true));
-    EXPECT_GE(std::chrono::steady_clock::now() - startedAt, std::chrono::milliseconds(400))
-        << "after 100, 100 and 200 ms";
+    EXPECT_EQ(pauses(), (std::vector{10ms, 100ms, 100ms, 200ms}))
+        << "between stopping and closing streams, and before each attempt";
     EXPECT_EQ(scriptedPortAudio::initializations(), 4);
     EXPECT_EQ(log.count("[Warning] Failed to reinitialize PortAudio: no host, retrying..."), 1);
     EXPECT_EQ(log.count("[Error] Unable to reinitialize PortAudio: no host"), 1);
