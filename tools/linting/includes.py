@@ -17,7 +17,7 @@ from linting.tree import ROOT, Result, files
 
 TABLE = "docs/architecture.md"
 HEADER = re.compile(r"^\|\s*Room\s*\|\s*May include\s*\|\s*$")
-INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
+INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"', re.MULTILINE)
 EVERYTHING = "*"
 
 

@@ -32,7 +32,7 @@ TREE_LINK = "UnifiedSource"
 # them build is checked as the first one builds it.
 PRESETS = {"dev": [], "asan": [], "windows": ["--target=x86_64-w64-mingw32"]}
 
-INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
+INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"', re.MULTILINE)
 MESSAGE = re.compile(r"^(?P<path>/[^:\n]+):\d+:\d+: (?P<kind>warning|error): .*\[(?P<check>[^\[\]]+)\]$")
 
 # What stands at the beginning of a line is at the top level: namespaces indent nothing here.
