@@ -1,0 +1,188 @@
+"""The rules of tools/lint, on trees and documents made up for the purpose."""
+
+import pathlib
+import sys
+import tempfile
+import unittest
+
+sys.dont_write_bytecode = True
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+sys.path.insert(0, str(ROOT / "tools"))
+
+from linting import documents, includes, tidy  # noqa: E402
+
+TABLE = """
+Text before.
+
+| Room | May include |
+|---|---|
+| `app` | `mixer`, `platform` |
+| `mixer` | `platform/Clock.h` |
+| `platform` | nothing |
+| `tests` | `*` |
+"""
+
+
+class Tree(unittest.TestCase):
+    """A tree of headers and sources, from paths to texts."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="vexo-lint-")
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name).resolve()
+        self.write({
+            "docs/architecture.md": TABLE,
+            "app/main.cpp": '#include "mixer/Mixer.h"\n#include "platform/Sound.h"\n',
+            "mixer/Mixer.h": '#include "Gain.h"\n#include "platform/Clock.h"\n#include <vector>\n',
+            "mixer/Gain.h": "",
+            "platform/Clock.h": "",
+            "platform/Sound.h": "",
+            "tests/Mixer_test.cpp": '#include "app/App.h"\n#include "mixer/Mixer.h"\n',
+            "app/App.h": "",
+        })
+
+    def write(self, texts):
+        for name, text in texts.items():
+            path = self.root / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(text, encoding="utf-8")
+
+    def table(self, old, new):
+        self.assertIn(old, TABLE)
+        self.write({"docs/architecture.md": TABLE.replace(old, new)})
+
+    def problems(self):
+        return includes.check(self.root).problems
+
+
+class IncludeTable(Tree):
+    """Who may include whom."""
+
+    def test_a_tree_that_keeps_to_its_table_is_clean(self):
+        self.assertEqual(self.problems(), [])
+
+    def test_an_include_that_the_table_does_not_allow_is_told_with_its_line(self):
+        self.write({"platform/Sound.h": '#pragma once\n\n#include "mixer/Gain.h"\n'})
+        self.assertEqual(self.problems(), ["platform/Sound.h:3: platform may not include mixer: mixer/Gain.h"])
+
+    def test_a_way_around_by_a_relative_path_is_told_too(self):
+        self.write({"platform/Sound.h": '#  include "../mixer/Gain.h"\n'})
+        self.assertEqual(self.problems(), ["platform/Sound.h:1: platform may not include mixer: mixer/Gain.h"])
+
+    def test_a_single_header_opens_no_other_of_its_room(self):
+        self.write({"mixer/Gain.h": '#include "platform/Sound.h"\n'})
+        self.assertEqual(self.problems(), ["mixer/Gain.h:1: mixer may not include platform: platform/Sound.h"])
+
+    def test_a_room_inside_of_a_room_has_a_row_of_its_own(self):
+        self.table("| `tests` |", "| `mixer/router` | `mixer` |\n| `tests` |")
+        self.write({"mixer/router/Router.h": '#include "mixer/Gain.h"\n',
+                    "mixer/Gain.h": '#include "router/Router.h"\n'})
+        self.assertEqual(self.problems(),
+                         ["mixer/Gain.h:1: mixer may not include mixer/router: mixer/router/Router.h"])
+
+    def test_a_circle_of_rooms_is_told_with_its_way(self):
+        self.table("| `platform` | nothing |", "| `platform` | `app` |")
+        self.write({"platform/Sound.h": '#include "app/App.h"\n'})
+        self.assertEqual(self.problems(), ["docs/architecture.md: a circle: app -> mixer -> platform -> app"])
+
+    def test_a_file_in_no_room_is_told(self):
+        self.write({"cloud/Cloud.h": "", "Main.h": ""})
+        self.assertEqual(self.problems(),
+                         ["Main.h lies in no room of the table", "cloud/Cloud.h lies in no room of the table"])
+
+    def test_a_permission_that_nothing_uses_is_told(self):
+        self.write({"app/main.cpp": '#include "mixer/Mixer.h"\n'})
+        self.assertEqual(self.problems(), ["docs/architecture.md: app may include platform, and no file does"])
+
+    def test_a_room_that_is_no_folder_is_told(self):
+        self.table("| `tests` |", "| `cloud` | nothing |\n| `tests` |")
+        self.assertEqual(self.problems(), ["docs/architecture.md: cloud is no folder"])
+
+    def test_nothing_but_its_like_includes_what_includes_everything(self):
+        self.table("| `platform` | nothing |", "| `platform` | `tests` |")
+        self.write({"platform/Sound.h": '#include "tests/Fake.h"\n', "tests/Fake.h": ""})
+        self.assertEqual(self.problems(),
+                         ["docs/architecture.md: platform may not include tests, which includes everything"])
+
+    def test_an_include_of_no_file_is_told_unless_it_is_generated(self):
+        self.write({"mixer/Gain.h": '#include "Gains.h"\n#include "main.moc"\n'})
+        self.assertEqual(self.problems(), ['mixer/Gain.h:1: "Gains.h" is not in the tree: name it from the root folder'])
+
+    def test_a_table_that_cannot_be_read_is_a_problem(self):
+        self.table("| Room |", "| Folder |")
+        self.assertEqual(self.problems(),
+                         ['docs/architecture.md has no table with the header "| Room | May include |"'])
+        self.table("| nothing |", "| nobody |")
+        self.assertEqual(self.problems(),
+                         ["a room that stands twice, or a cell that is no list: | `platform` | nobody |"])
+
+
+class PlainText(unittest.TestCase):
+    """Every text of a document says that it is plain."""
+
+    def test_a_text_without_a_format_is_told_with_its_line(self):
+        self.assertEqual(documents.texts_without_format('Item {\n    Label {\n        text: "a"\n    }\n}\n'),
+                         [(2, "Label")])
+
+    def test_a_text_that_says_so_is_clean(self):
+        for value in ("Text.PlainText", "TextEdit.PlainText", "Controls.TextArea.PlainText;"):
+            self.assertEqual(documents.texts_without_format(f"Text {{\n    textFormat: {value}\n}}\n"), [])
+
+    def test_another_format_does_not_count(self):
+        for value in ("Text.RichText", "Text.AutoText", "plain ? Text.PlainText : Text.StyledText"):
+            self.assertEqual(documents.texts_without_format(f"Text {{\n    textFormat: {value}\n}}\n"), [(1, "Text")])
+
+    def test_the_format_of_an_object_inside_or_outside_does_not_count(self):
+        text = "Text {\n    Text {\n        textFormat: Text.PlainText\n    }\n}\n"
+        self.assertEqual(documents.texts_without_format(text), [(1, "Text")])
+        text = "Text {\n    textFormat: Text.PlainText\n    component Tip: T.TextArea {\n    }\n}\n"
+        self.assertEqual(documents.texts_without_format(text), [(3, "TextArea")])
+
+    def test_comments_and_strings_are_no_objects(self):
+        text = ('// Text {\n/* Label {\n*/ Item { property string a: "Text { \\" }"; property string b: \'}\'\n'
+                'Text { // textFormat: Text.PlainText\n} }\n')
+        self.assertEqual(documents.texts_without_format(text), [(4, "Text")])
+
+
+class Groups(unittest.TestCase):
+    """What clang-tidy reads in one run."""
+
+    def source(self, name, text, *definitions, world=("linux", False, False)):
+        flags = tidy.Flags("dev", "-std=c++20", frozenset(definitions), ())
+        return tidy.Source(tidy.ROOT / name, flags, text.count("\n"), tidy.names_at_top_level(text), set(), world)
+
+    def names(self, sources):
+        return sorted(sorted(source.name for source in group) for group in tidy.grouped(sources))
+
+    def test_names_at_the_top_level_are_found(self):
+        text = ("#define LIMIT 3\nnamespace {\nconstexpr int kCount = 3;\nstruct Point {\n    int x = 0;\n};\n"
+                "class Later;\nusing Bytes = int;\nstd::vector<int> all(int a) {\n    int inner = a;\n}\n"
+                "void Point::move() {\n}\nTEST_F(Mixer, plays) {\n}\nreturn value;\n}\n")
+        self.assertEqual(tidy.names_at_top_level(text),
+                         {"LIMIT", "kCount", "Point", "Bytes", "all", "Point::move", "Mixer,plays"})
+
+    def test_sources_of_one_world_share_a_group(self):
+        self.assertEqual(self.names([self.source("a.cpp", "int a() {\n}\n"), self.source("b.cpp", "int b() {\n}\n")]),
+                         [["a.cpp", "b.cpp"]])
+
+    def test_sources_whose_names_clash_do_not(self):
+        self.assertEqual(self.names([self.source("a.cpp", "int a() {\n}\n"), self.source("b.cpp", "int a() {\n}\n")]),
+                         [["a.cpp"], ["b.cpp"]])
+
+    def test_sources_of_different_worlds_do_not(self):
+        self.assertEqual(self.names([self.source("a.cpp", ""), self.source("b.cpp", "", world=("linux", True, False))]),
+                         [["a.cpp"], ["b.cpp"]])
+
+    def test_each_source_keeps_its_own_definitions_and_its_main_function(self):
+        group = [self.source("a.cpp", "int main() {\n}\n", "-DVEXO_FOLDER=\"a\"", "-DQT_CORE_LIB"),
+                 self.source("b.cpp", "int main() {\n}\n", "-DVEXO_FOLDER=\"b\"")]
+        self.assertEqual(self.names(group), [["a.cpp", "b.cpp"]])
+        self.assertEqual(tidy.unit_text(group, "/tree").splitlines()[1:-1],
+                         ['#define VEXO_FOLDER "a"', "#define main mainOfSource0", '#include "/tree/a.cpp"',
+                          "#undef VEXO_FOLDER", "#undef main",
+                          '#define VEXO_FOLDER "b"', "#define main mainOfSource1", '#include "/tree/b.cpp"',
+                          "#undef VEXO_FOLDER", "#undef main"])
+
+
+if __name__ == "__main__":
+    unittest.main()

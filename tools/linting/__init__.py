@@ -1,0 +1,1 @@
+"""The checks of tools/lint, one module for each kind of file."""

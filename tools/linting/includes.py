@@ -1,0 +1,148 @@
+"""Who may include whom: the table of docs/architecture.md, held against every include of the tree.
+
+The table is the one whose header row is "| Room | May include |". A row names one room, a folder, in backticks; its
+second cell names what files of that room may include, each in backticks and separated by commas: rooms, single
+headers (`platform/ThreadName.h`), `*` for everything, or the word "nothing". A file belongs to the longest room
+that holds it. A room always includes itself, and nothing of the rooms inside of it unless the row names them.
+
+Problems are an include that its row does not allow, a file in no room, a room that is no folder, a permission that
+no file uses, an include whose file is not in the tree, and a circle of rooms. A row with `*` takes no part in circles:
+nothing may include it but rows with `*`.
+"""
+
+import pathlib
+import re
+
+from linting.tree import ROOT, Result, files
+
+TABLE = "docs/architecture.md"
+HEADER = re.compile(r"^\|\s*Room\s*\|\s*May include\s*\|\s*$")
+INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"', re.MULTILINE)
+EVERYTHING = "*"
+
+
+class TableError(Exception):
+    """The table cannot be read."""
+
+
+def read_table(text):
+    """The rows as a dictionary from room to the set of what it may include."""
+    lines = text.splitlines()
+    start = next((at for at, line in enumerate(lines) if HEADER.match(line)), None)
+    if start is None:
+        raise TableError(f'{TABLE} has no table with the header "| Room | May include |"')
+    table = {}
+    for line in lines[start + 2:]:
+        if not line.startswith("|"):
+            break
+        cells = [cell.strip() for cell in line.strip().strip("|").split("|")]
+        rooms = re.findall(r"`([^`]+)`", cells[0])
+        if len(cells) != 2 or len(rooms) != 1:
+            raise TableError(f"not a row with one room and what it may include: {line}")
+        room, allowed = rooms[0].rstrip("/"), re.findall(r"`([^`]+)`", cells[1])
+        rest = re.sub(r"`[^`]+`", "", cells[1]).replace(",", "").strip()
+        if room in table or rest != ("" if allowed else "nothing"):
+            raise TableError(f"a room that stands twice, or a cell that is no list: {line}")
+        table[room] = {word.rstrip("/") for word in allowed}
+    return table
+
+
+def room_of(path, table):
+    """The longest room that holds a path relative to the root; None where there is none."""
+    for folder in pathlib.PurePosixPath(path).parents:
+        if str(folder) in table:
+            return str(folder)
+    return None
+
+
+def included(root, path, name):
+    """The file that an include means, relative to the root; None where it is not in the tree."""
+    folder = path.parent
+    for base in (folder, root):
+        found = (base / name).resolve()
+        if found.is_file() and found.is_relative_to(root):
+            return found.relative_to(root).as_posix()
+    return None
+
+
+def circle(table):
+    """Rooms that include each other in a circle, the first one again at the end; nothing where there is none."""
+    def ends(room):
+        if EVERYTHING in table[room]:
+            return []
+        return sorted({room_of(f"{word}/x", table) for word in table[room]} - {room, None})
+
+    done, way = set(), []
+
+    def visit(room):
+        if room in way:
+            return [*way[way.index(room):], room]
+        if room in done:
+            return []
+        way.append(room)
+        for end in ends(room):
+            found = visit(end)
+            if found:
+                return found
+        done.add(way.pop())
+        return []
+
+    for room in sorted(table):
+        found = visit(room)
+        if found:
+            return found
+    return []
+
+
+def check_file(root, path, table, used):
+    """The problems of one file; what it uses of the table is added to `used`."""
+    name = path.relative_to(root).as_posix()
+    room = room_of(name, table)
+    if room is None:
+        return [f"{name} lies in no room of the table"]
+    problems = []
+    text = path.read_text(encoding="utf-8")
+    for match in INCLUDE.finditer(text):
+        line = text.count("\n", 0, match.start()) + 1
+        target = included(root, path, match[1])
+        if target is None:
+            if not match[1].endswith(".moc"):
+                problems.append(f'{name}:{line}: "{match[1]}" is not in the tree: name it from the root folder')
+            continue
+        other = room_of(target, table)
+        if other == room or table[room] == {EVERYTHING}:
+            continue
+        allowed = {other, target} & table[room]
+        if allowed:
+            used.update((room, word) for word in allowed)
+        else:
+            problems.append(f"{name}:{line}: {room} may not include {other or 'a file in no room'}: {target}")
+    return problems
+
+
+def check(root=ROOT):
+    root = root.resolve()
+    sources = files(".h", ".cpp", root=root)
+    result = Result(f"{len(sources)} files")
+    try:
+        table = read_table((root / TABLE).read_text(encoding="utf-8"))
+    except TableError as error:
+        result.problems.append(str(error))
+        return result
+    for room in table:
+        if not (root / room).is_dir():
+            result.problems.append(f"{TABLE}: {room} is no folder")
+    used = set()
+    for path in sources:
+        result.problems += check_file(root, path, table, used)
+    for room, allowed in table.items():
+        for word in sorted(allowed - {EVERYTHING}):
+            if (room, word) not in used:
+                result.problems.append(f"{TABLE}: {room} may include {word}, and no file does")
+        for other in allowed & table.keys():
+            if EVERYTHING in table[other] and EVERYTHING not in allowed:
+                result.problems.append(f"{TABLE}: {room} may not include {other}, which includes everything")
+    way = circle(table)
+    if way:
+        result.problems.append(f"{TABLE}: a circle: {' -> '.join(way)}")
+    return result
