@@ -9,7 +9,6 @@
 #ifdef QT_CORE_LIB
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <QThread>
 #endif
 
 inline constexpr int kAwaitLimitMs = 10000;
