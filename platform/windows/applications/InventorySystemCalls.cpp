@@ -17,6 +17,11 @@ Gdiplus::GpStatus startGdiPlusOnce() {
     return status;
 }
 
+DWORD fileVersionInfoSize(const wchar_t* path) {
+    DWORD unused = 0;
+    return GetFileVersionInfoSizeW(path, &unused);
+}
+
 } // namespace
 
 const InventorySystemCalls& windowsInventorySystemCalls() {
@@ -29,11 +34,7 @@ const InventorySystemCalls& windowsInventorySystemCalls() {
         .getModuleBaseName = [](HANDLE process, wchar_t* name,
                                 DWORD length) { return GetModuleBaseNameW(process, nullptr, name, length); },
         .enumWindows = EnumWindows,
-        .getFileVersionInfoSize =
-            [](const wchar_t* path) {
-                DWORD unused = 0;
-                return GetFileVersionInfoSizeW(path, &unused);
-            },
+        .getFileVersionInfoSize = fileVersionInfoSize,
         .getFileVersionInfo = [](const wchar_t* path, DWORD size,
                                  void* block) { return GetFileVersionInfoW(path, 0, size, block); },
         .verQueryValue = VerQueryValueW,
