@@ -29,11 +29,11 @@ struct Sample {
     double share; // of the time that the frames last
 };
 
-// The real channel, with a stopwatch around the callback.
-class TimedChannel final : public RenderChannel {
+// The real stream, with a stopwatch around the callback.
+class TimedStream final : public OutputStream {
 public:
-    TimedChannel(std::unique_ptr<RenderChannel> realChannel, std::vector<Sample>& sampleList)
-        : real(std::move(realChannel)), samples(sampleList) {}
+    TimedStream(std::unique_ptr<OutputStream> realStream, std::vector<Sample>& sampleList)
+        : real(std::move(realStream)), samples(sampleList) {}
 
     bool open(const AudioEndpoint& endpoint) override { return real->open(endpoint); }
     void run(const std::atomic<bool>& running, const RenderCallback& render) override {
@@ -50,7 +50,7 @@ public:
     void stopClient() override { real->stopClient(); }
 
 private:
-    std::unique_ptr<RenderChannel> real;
+    std::unique_ptr<OutputStream> real;
     std::vector<Sample>& samples;
 };
 
@@ -71,13 +71,13 @@ int main(int argc, char* argv[]) {
         return 2;
     }
     const QCoreApplication application(argc, argv);
-    setRouterLogSink([](const std::wstring&) {});
+    setRouterLogSink([](std::string_view) {});
 
     std::vector<Sample> samples;
     samples.reserve(1'000'000);
     RouterPlatform platform = systemRouterPlatform();
-    platform.makeRenderChannel = [make = platform.makeRenderChannel, &samples](std::uint32_t busId) {
-        return std::make_unique<TimedChannel>(make(busId), samples);
+    platform.makeOutputStream = [make = platform.makeOutputStream, &samples](std::uint32_t busId) {
+        return std::make_unique<TimedStream>(make(busId), samples);
     };
     AppAudioConfigStore store;
     PerAppInputBuffers buffers(store);

@@ -3,15 +3,12 @@
 #include "mixer/EndpointClassification.h"
 #include "mixer/PerAppInputBuffers.h"
 #include "mixer/RouterLog.h"
+#include "mixer/Utf8.h"
 
 #include <functional>
 #include <utility>
 
 namespace {
-
-std::wstring lineOf(std::uint32_t busId) {
-    return L"[BusForwarder] Bus" + std::to_wstring(busId);
-}
 
 const char* threadNameOf(std::uint32_t busId) {
     switch (busId) {
@@ -29,24 +26,24 @@ const char* threadNameOf(std::uint32_t busId) {
 BusForwarder::BusForwarder(const RouterPlatform& routerPlatform, PerAppInputBuffers& inputBuffers)
     : platform(routerPlatform), buffers(inputBuffers) {
     for (const std::uint32_t busId : {kBus1Id, kBus2Id, kSoloId}) {
-        channel(busId).busId = busId;
+        outputOf(busId).busId = busId;
     }
 }
 
 BusForwarder::~BusForwarder() {
-    endChannels();
+    endOutputs();
 }
 
-void BusForwarder::setBus1Device(const std::wstring& deviceGuid) {
-    channel(kBus1Id).deviceGuid = deviceGuid;
+void BusForwarder::setBus1Device(const std::string& deviceGuid) {
+    outputOf(kBus1Id).deviceGuid = deviceGuid;
 }
 
-void BusForwarder::setBus2Device(const std::wstring& deviceGuid) {
-    channel(kBus2Id).deviceGuid = deviceGuid;
+void BusForwarder::setBus2Device(const std::string& deviceGuid) {
+    outputOf(kBus2Id).deviceGuid = deviceGuid;
 }
 
-void BusForwarder::setSoloDevice(const std::wstring& deviceGuid) {
-    channel(kSoloId).deviceGuid = deviceGuid;
+void BusForwarder::setSoloDevice(const std::string& deviceGuid) {
+    outputOf(kSoloId).deviceGuid = deviceGuid;
 }
 
 bool BusForwarder::start() {
@@ -56,7 +53,7 @@ bool BusForwarder::start() {
     try {
         openAndRunAll();
     } catch (...) {
-        endChannels();
+        endOutputs();
         throw;
     }
     running = true;
@@ -64,14 +61,14 @@ bool BusForwarder::start() {
 }
 
 void BusForwarder::openAndRunAll() {
-    openAndRun(channel(kBus1Id));
-    openAndRun(channel(kBus2Id));
-    if (channel(kSoloId).deviceGuid.empty()) {
-        routerLog(L"[BusForwarder] Solo device GUID is empty, Solo forwarding disabled.");
-    } else if (openAndRun(channel(kSoloId))) {
-        routerLog(L"[BusForwarder] Solo thread started successfully.");
+    openAndRun(outputOf(kBus1Id));
+    openAndRun(outputOf(kBus2Id));
+    if (outputOf(kSoloId).deviceGuid.empty()) {
+        routerLog("[BusForwarder] Solo device GUID is empty, Solo forwarding disabled.");
+    } else if (openAndRun(outputOf(kSoloId))) {
+        routerLog("[BusForwarder] Solo thread started successfully.");
     } else {
-        routerLog(L"[BusForwarder] Failed to initialize Solo thread.");
+        routerLog("[BusForwarder] Failed to initialize Solo thread.");
     }
 }
 
@@ -80,27 +77,27 @@ void BusForwarder::stop() {
         return;
     }
     running = false;
-    endChannels();
+    endOutputs();
 }
 
-void BusForwarder::endChannels() {
-    for (BusChannel& bus : channels) {
+void BusForwarder::endOutputs() {
+    for (BusChannel& bus : outputs) {
         bus.running = false;
     }
-    for (BusChannel& bus : channels) {
-        if (bus.renderChannel) {
-            bus.renderChannel->wake();
+    for (BusChannel& bus : outputs) {
+        if (bus.stream) {
+            bus.stream->wake();
         }
     }
-    for (BusChannel& bus : channels) {
+    for (BusChannel& bus : outputs) {
         if (bus.thread.joinable()) {
             bus.thread.join();
         }
     }
-    for (BusChannel& bus : channels) {
-        if (bus.renderChannel) {
-            bus.renderChannel->stopClient();
-            bus.renderChannel.reset();
+    for (BusChannel& bus : outputs) {
+        if (bus.stream) {
+            bus.stream->stopClient();
+            bus.stream.reset();
         }
     }
 }
@@ -120,30 +117,30 @@ bool BusForwarder::initBusChannel(BusChannel& bus) {
     }
     const AudioEndpointPointer endpoint = findBusEndpoint(bus.deviceGuid, bus.busId != kSoloId);
     if (!endpoint) {
-        routerLog(lineOf(bus.busId) + L": Device not found with GUID/Name: " + bus.deviceGuid);
+        routerLog("[BusForwarder] Bus{}: Device not found with GUID/Name: {}", bus.busId, bus.deviceGuid);
         listAvailableDevices(bus);
         return false;
     }
     const bool capture = endpoint->flow == EndpointFlow::Capture;
-    routerLog(lineOf(bus.busId) + L" using device: " + GetDeviceFriendlyName(endpoint.get()) +
-              (capture ? L" (Input/Microphone)" : L" (Output)") + L" (ClassGuid: " +
-              GetDeviceId(endpoint.get()) + L")");
-    std::unique_ptr<RenderChannel> opened = platform.makeRenderChannel(bus.busId);
+    routerLog("[BusForwarder] Bus{} using device: {}{} (ClassGuid: {})", bus.busId,
+              GetDeviceFriendlyName(endpoint.get()), capture ? " (Input/Microphone)" : " (Output)",
+              GetDeviceId(endpoint.get()));
+    std::unique_ptr<OutputStream> opened = platform.makeOutputStream(bus.busId);
     if (!opened || !opened->open(*endpoint)) {
         return false;
     }
-    bus.renderChannel = std::move(opened);
+    bus.stream = std::move(opened);
     return true;
 }
 
 void BusForwarder::listAvailableDevices(const BusChannel& bus) const {
-    routerLog(lineOf(bus.busId) + L": Listing all available devices for debugging...");
+    routerLog("[BusForwarder] Bus{}: Listing all available devices for debugging...", bus.busId);
     for (const EndpointFlow flow : {EndpointFlow::Render, EndpointFlow::Capture}) {
         const EndpointEnumeration list = platform.endpoints->activeEndpoints(flow);
         for (const AudioEndpointPointer& endpoint : list.endpoints) {
             if (IsRealHardwareDevice(endpoint.get()) == (bus.busId == kSoloId)) {
-                routerLog(L"[BusForwarder] Available device: " + GetDeviceFriendlyName(endpoint.get()) +
-                          L" (GUID: " + GetDeviceId(endpoint.get()) + L")");
+                routerLog("[BusForwarder] Available device: {} (GUID: {})",
+                          GetDeviceFriendlyName(endpoint.get()), GetDeviceId(endpoint.get()));
             }
         }
     }
@@ -163,11 +160,11 @@ void BusForwarder::runBusChannel(BusChannel& bus) {
             buffers.mixBus(output, frameCount, busId);
         };
     }
-    bus.renderChannel->run(bus.running, render);
+    bus.stream->run(bus.running, render);
 }
 
-AudioEndpointPointer BusForwarder::findBusEndpoint(const std::wstring& target, bool virtualOnly) const {
-    const std::wstring wanted = lowerCased(target);
+AudioEndpointPointer BusForwarder::findBusEndpoint(const std::string& target, bool virtualOnly) const {
+    const std::string wanted = lowerCased(target);
     for (const EndpointFlow flow : {EndpointFlow::Render, EndpointFlow::Capture}) {
         const EndpointEnumeration list = platform.endpoints->activeEndpoints(flow);
         if (list.reached == EnumerationStep::Enumerator) {
@@ -177,24 +174,24 @@ AudioEndpointPointer BusForwarder::findBusEndpoint(const std::wstring& target, b
             if (IsRealHardwareDevice(endpoint.get()) == virtualOnly) {
                 continue;
             }
-            const std::wstring name = GetDeviceFriendlyName(endpoint.get());
+            const std::string name = GetDeviceFriendlyName(endpoint.get());
             const bool byGuid = lowerCased(GetDeviceId(endpoint.get())) == wanted;
-            const bool byName = lowerCased(name).find(wanted) != std::wstring::npos;
+            const bool byName = lowerCased(name).find(wanted) != std::string::npos;
             if (!byGuid && !byName) {
                 continue;
             }
             if (flow == EndpointFlow::Render) {
-                routerLog(L"[BusForwarder] Found device by " + std::wstring(byGuid ? L"GUID" : L"name") +
-                          L": " + name);
+                routerLog("[BusForwarder] Found device by {}: {}", byGuid ? "GUID" : "name", name);
                 return endpoint;
             }
-            const HResult probed = platform.endpoints->probeActivation(*endpoint);
+            const SoundResult probed = platform.endpoints->probeActivation(*endpoint);
             if (!failed(probed)) {
-                routerLog(L"[BusForwarder] Found virtual input device (microphone): " + name);
+                routerLog("[BusForwarder] Found virtual input device (microphone): {}", name);
                 return endpoint;
             }
-            routerLog(L"[BusForwarder] eCapture device activation failed: 0x" + hexDigits(probed) +
-                      L" for device: " + name + L", continuing search...");
+            routerLog("[BusForwarder] eCapture device activation failed: 0x{:x} for device: {}, continuing "
+                      "search...",
+                      probed.code, name);
         }
     }
     return nullptr;

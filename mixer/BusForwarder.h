@@ -33,9 +33,9 @@ public:
     BusForwarder& operator=(const BusForwarder&) = delete;
 
     /// A part of a friendly name, or an id; empty: the output is off. Before start().
-    void setBus1Device(const std::wstring& deviceGuid);
-    void setBus2Device(const std::wstring& deviceGuid);
-    void setSoloDevice(const std::wstring& deviceGuid);
+    void setBus1Device(const std::string& deviceGuid);
+    void setBus2Device(const std::string& deviceGuid);
+    void setSoloDevice(const std::string& deviceGuid);
 
     /// Opens the named outputs and starts their threads. True in all cases: an output that fails says so in
     /// its lines and stays off. What is thrown on the way, for want of memory or of threads, comes through
@@ -43,25 +43,26 @@ public:
     [[nodiscard]] bool start();
 
     /// Whether the Solo output could be opened. Not during start() and stop().
-    [[nodiscard]] bool isSoloOpen() const { return channels[kSoloId - 1].renderChannel != nullptr; }
+    [[nodiscard]] bool isSoloOpen() const { return outputs[kSoloId - 1].stream != nullptr; }
 
     /// Ends the threads, each after at most one more period.
     void stop();
 
 private:
+    // One output.
     struct BusChannel {
         std::uint32_t busId = 0;
-        std::wstring deviceGuid;
+        std::string deviceGuid;
         std::atomic<bool> running{false};
-        std::unique_ptr<RenderChannel> renderChannel; // null: not opened
+        std::unique_ptr<OutputStream> stream; // null: not opened
         std::thread thread;
     };
 
-    BusChannel& channel(std::uint32_t busId) { return channels[busId - 1]; }
+    BusChannel& outputOf(std::uint32_t busId) { return outputs[busId - 1]; }
     void openAndRunAll();
     bool openAndRun(BusChannel& bus);
     // Ends whatever lives of the outputs, however far each came.
-    void endChannels();
+    void endOutputs();
     // Finds and opens the endpoint of one output; false, with its lines, when that failed.
     [[nodiscard]] bool initBusChannel(BusChannel& bus);
     void listAvailableDevices(const BusChannel& bus) const;
@@ -69,10 +70,10 @@ private:
     void runBusChannel(BusChannel& bus);
     // The first endpoint whose id is `target` or whose friendly name contains it, outputs before inputs. Null
     // when there is none.
-    [[nodiscard]] AudioEndpointPointer findBusEndpoint(const std::wstring& target, bool virtualOnly) const;
+    [[nodiscard]] AudioEndpointPointer findBusEndpoint(const std::string& target, bool virtualOnly) const;
 
     const RouterPlatform& platform;
     PerAppInputBuffers& buffers;
     std::atomic<bool> running{false};
-    std::array<BusChannel, 3> channels; // in the order of their ids
+    std::array<BusChannel, 3> outputs; // in the order of their ids
 };

@@ -4,20 +4,17 @@
 // ids and connectors; finds and sets endpoints by these. The tests are lists of words, searched as they
 // stand in lower-cased copies; the order of the lists decides. Nothing is kept.
 //
-// The thread of the caller, which has COM initialised for the multithreaded model on Windows.
+// The thread of the caller, within a sound session. Texts are UTF-8.
 
 #include "mixer/AudioEndpoint.h"
 
 #include <string>
 
-class ComApartment;
-
-/// Each character by itself through towlower().
-[[nodiscard]] std::wstring lowerCased(std::wstring text);
+class SoundSession;
 
 /// Empty when it could not be read, and for a null endpoint.
-[[nodiscard]] std::wstring GetDeviceFriendlyName(const AudioEndpoint* endpoint);
-[[nodiscard]] std::wstring GetDeviceId(const AudioEndpoint* endpoint);
+[[nodiscard]] std::string GetDeviceFriendlyName(const AudioEndpoint* endpoint);
+[[nodiscard]] std::string GetDeviceId(const AudioEndpoint* endpoint);
 
 /// Whether the endpoint is hardware: no virtual driver's word in its name, no software bus in its id, and at
 /// least one connector. Only the connectors can say yes.
@@ -28,19 +25,19 @@ class ComApartment;
 
 /// The id of the first real output in the system's order, before that of a built-in one if `preferBuiltIn`;
 /// empty when there is none. Logs each endpoint it looks at.
-[[nodiscard]] std::wstring FindFirstRealHardwareDevice(AudioEndpointSystem& system, bool preferBuiltIn);
+[[nodiscard]] std::string FindFirstRealHardwareDevice(AudioEndpointSystem& system, bool preferBuiltIn);
 
 /// The id of the default output; empty on any failure.
-[[nodiscard]] std::wstring GetDefaultDeviceGuid(AudioEndpointSystem& system);
+[[nodiscard]] std::string GetDefaultDeviceGuid(AudioEndpointSystem& system);
 
 /// Turns what a person or a setting calls an endpoint into its id. What looks like an id (a brace, a hyphen,
 /// or more than 50 characters) is given back unchanged, whether it exists or not; a name with a hyphen too.
 /// Anything else is searched as a part of a friendly name, outputs before inputs, real hardware left out if
 /// `virtualOnly`. Empty when nothing is found.
-[[nodiscard]] std::wstring FindDeviceGuidByNameOrGuid(AudioEndpointSystem& system, const std::wstring& value,
-                                                      bool virtualOnly);
+[[nodiscard]] std::string FindDeviceGuidByNameOrGuid(AudioEndpointSystem& system, const std::string& value,
+                                                     bool virtualOnly);
 
 /// Makes an output (`isRender`) or input the system's default for the console role. `deviceGuid` is its id,
 /// in any case, or a part of it. False, with a line that says why, when that failed.
-bool SetDefaultAudioDevice(AudioEndpointSystem& system, ComApartment& com, const std::wstring& deviceGuid,
+bool SetDefaultAudioDevice(AudioEndpointSystem& system, SoundSession& session, const std::string& deviceGuid,
                            bool isRender);

@@ -80,10 +80,13 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
     const std::uint32_t rate = format.samplesPerSecond;
     const std::uint64_t frameCount = resampledFrameCount(converted.size() / 2, rate);
     if (frameCount == 0) {
-        // The second text is never reached: a rate gives each packet one frame at least, by definition.
-        routerLog(L"[WARNING] Resampling from " + std::to_wstring(rate) +
-                  (rate == 0 ? L" Hz to 48000 Hz returned empty result, skipping packet"
-                             : L" Hz to 48000 Hz resulted in 0 frames"));
+        if (rate == 0) {
+            routerLog("[WARNING] Resampling from {} Hz to 48000 Hz returned empty result, skipping packet",
+                      rate);
+        } else {
+            // Never reached: any other rate gives each packet one frame at least, by definition.
+            routerLog("[WARNING] Resampling from {} Hz to 48000 Hz resulted in 0 frames", rate);
+        }
         return;
     }
 

@@ -2,43 +2,29 @@
 
 #include "mixer/RouterLog.h"
 
-#include <string>
-
-namespace {
-
-// Of a WAVEFORMATEXTENSIBLE: no format known to the system carries more.
-constexpr std::uint16_t kLargestExtraByteCount = 22;
-
-} // namespace
-
-RenderFormat chooseCaptureFormat(HResult result, const std::optional<RenderFormat>& clientFormat) {
+WaveFormat chooseCaptureFormat(SoundResult result, const std::optional<WaveFormat>& clientFormat) {
     if (failed(result) || !clientFormat) {
         logDefaultCaptureFormat(result);
         return kDefaultFormat;
     }
-    RenderFormat format = *clientFormat;
-    if (format.extraByteCount > kLargestExtraByteCount) {
-        format.extraByteCount = 0;
-    }
-    logCaptureFormat(format.wave);
-    return format;
+    logCaptureFormat(*clientFormat);
+    return *clientFormat;
 }
 
 void logCaptureFormat(const WaveFormat& format) {
-    routerLog(L"[INFO] Capture format: " + std::to_wstring(format.samplesPerSecond) + L" Hz, " +
-              std::to_wstring(format.channels) + L" ch, " + std::to_wstring(format.bitsPerSample) + L" bits");
+    routerLog("[INFO] Capture format: {} Hz, {} ch, {} bits", format.samplesPerSecond, format.channels,
+              format.bitsPerSample);
 }
 
-void logDefaultCaptureFormat(HResult result) {
-    routerLog(L"[WARNING] GetMixFormat failed (0x" + hexDigits(result) +
-              L"), using default format (48000 Hz, 32-bit float)");
+void logDefaultCaptureFormat(SoundResult result) {
+    routerLog("[WARNING] GetMixFormat failed (0x{:x}), using default format (48000 Hz, 32-bit float)",
+              result.code);
 }
 
 void logCapturingProcess(std::uint32_t processId) {
-    routerLog(L"[INFO] Capturing from process loopback (PID: " + std::to_wstring(processId) + L")");
+    routerLog("[INFO] Capturing from process loopback (PID: {})", processId);
 }
 
 void logCaptureStarted(std::uint32_t processId, std::uint32_t bufferFrames) {
-    routerLog(L"[INFO] Audio capture started for PID " + std::to_wstring(processId) + L", buffer size: " +
-              std::to_wstring(bufferFrames) + L" frames");
+    routerLog("[INFO] Audio capture started for PID {}, buffer size: {} frames", processId, bufferFrames);
 }

@@ -7,50 +7,47 @@
 // several captures may share them, and no two packets of one capture are handed over at once. The buffers
 // outlive the last callback of every capture, which may come after stopCapture() and after the router has let
 // go of the object.
-//
-// A body on COM, with counted references of its own, is held by a shared pointer whose deleter releases it.
 
-#include "mixer/HResult.h"
+#include "mixer/SoundResult.h"
 #include "mixer/WaveFormat.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
 class ProcessCapture {
 public:
-    /// What setBufferDuration() replaces: 50 ms in units of 100 ns.
-    static constexpr std::int64_t kDefaultBufferDuration = 500'000;
+    /// What setBufferDuration() replaces.
+    static constexpr std::chrono::milliseconds kDefaultBufferDuration{50};
 
     ProcessCapture() = default;
     virtual ~ProcessCapture() = default;
     ProcessCapture(const ProcessCapture&) = delete;
     ProcessCapture& operator=(const ProcessCapture&) = delete;
 
-    /// Length of the capture's buffer in units of 100 ns. Before startCapture().
-    virtual void setBufferDuration(std::int64_t duration) = 0;
+    /// Length of the capture's buffer. Before startCapture().
+    virtual void setBufferDuration(std::chrono::milliseconds duration) = 0;
 
     /// Prepares and starts, and waits until the system has answered. A success may still turn out to be no
     /// capture: an activation that fails on the system's own thread is no failure here. A failed result
     /// leaves nothing running, and the object is dropped. The router's thread.
-    [[nodiscard]] virtual HResult startCapture(std::uint32_t processId, bool includeProcessTree) = 0;
+    [[nodiscard]] virtual SoundResult startCapture(std::uint32_t processId, bool includeProcessTree) = 0;
 
     /// Stops and waits until the system has stopped. One packet may still be on its way to the buffers then.
-    /// A capture that failed after its start is stopped like one that captures. kHResultInvalidState, at
+    /// A capture that failed after its start is stopped like one that captures. kSoundNothingToStop, at
     /// once, when there is nothing to stop: it was not started, is only just starting, or was stopped before.
     /// The router's thread.
-    virtual HResult stopCapture() = 0;
+    virtual SoundResult stopCapture() = 0;
 };
 
 /// The format that a capture is opened with: what the client itself says (without a value: it could not be
-/// read, and `result` says why), with the bytes behind the fixed 18 left out of `wave` and their count kept
-/// where it lies in 1 to 22, as the 22 of an extensible format do, and else 0. Without a format:
-/// kDefaultFormat. Logs the choice.
-[[nodiscard]] RenderFormat chooseCaptureFormat(HResult result,
-                                               const std::optional<RenderFormat>& clientFormat);
+/// read, and `result` says why), or kDefaultFormat. Logs the choice.
+[[nodiscard]] WaveFormat chooseCaptureFormat(SoundResult result,
+                                             const std::optional<WaveFormat>& clientFormat);
 
 /// The lines of a capture, the same on every system.
 void logCaptureFormat(const WaveFormat& format);
 /// The system did not say its format: `result` tells why.
-void logDefaultCaptureFormat(HResult result);
+void logDefaultCaptureFormat(SoundResult result);
 void logCapturingProcess(std::uint32_t processId);
 void logCaptureStarted(std::uint32_t processId, std::uint32_t bufferFrames);

@@ -1,5 +1,7 @@
 #include "mixer/RouterLog.h"
 
+#include "mixer/Utf8.h"
+
 #include <iostream>
 #include <mutex>
 #include <utility>
@@ -17,15 +19,35 @@ Output& output() {
     return *instance;
 }
 
+void putWide(char32_t character) {
+    if constexpr (sizeof(wchar_t) == 2) {
+        if (character > 0xFFFF) {
+            std::wcout.put(static_cast<wchar_t>(0xD800 + ((character - 0x10000) >> 10)));
+            character = 0xDC00 + ((character - 0x10000) & 0x3FF);
+        }
+    }
+    std::wcout.put(static_cast<wchar_t>(character));
+}
+
+void putWide(std::string_view text) {
+    while (!text.empty()) {
+        const Utf8Character character = firstCharacter(text);
+        putWide(character.value == Utf8Character::kInvalid ? U'?' : character.value);
+        text.remove_prefix(character.byteCount);
+    }
+}
+
 } // namespace
 
-void routerLog(const std::wstring& line) {
+void printRouterLine(std::string_view line) {
+    const std::string_view text = firstBytes(line, kRouterLineBytes);
     const std::lock_guard lock(output().mutex);
     if (output().sink) {
-        output().sink(line);
+        output().sink(text);
         return;
     }
-    std::wcout << line + L"\n" << std::flush;
+    putWide(text);
+    std::wcout << L'\n' << std::flush;
     if (!std::wcout) {
         // A name that the output's encoding cannot express cuts its line off there, and must neither swallow
         // the line break nor silence the lines after it.

@@ -20,32 +20,32 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds kLevelPeriod = 50ms;
-constexpr std::uint32_t kCaptureBufferMs = 20;
-constexpr std::int64_t kHundredNsPerMs = 10'000;
+constexpr std::chrono::milliseconds kCaptureBuffer = 20ms;
 
 bool isCapturedAsProcess(std::uint32_t processID) {
     return processID >= kFirstCapturedProcessId && processID != kBus1MasterProcessId &&
            processID != kBus2MasterProcessId;
 }
 
-// Leaves the apartment again when the start that entered it comes to nothing, whether it fails or throws.
-class StartInApartment {
+// Leaves the session again when the start that entered it comes to nothing, whether it fails or throws.
+class StartInSession {
 public:
-    StartInApartment(ComApartment& comApartment, HResult entering) : com(comApartment), entered(entering) {}
-    ~StartInApartment() {
-        if (!kept && !failed(entered)) {
-            com.uninitialize();
+    StartInSession(SoundSession& soundSession, SessionEntry sessionEntry)
+        : session(soundSession), entry(sessionEntry) {}
+    ~StartInSession() {
+        if (!kept && entry != SessionEntry::Foreign) {
+            session.leave();
         }
     }
-    StartInApartment(const StartInApartment&) = delete;
-    StartInApartment& operator=(const StartInApartment&) = delete;
+    StartInSession(const StartInSession&) = delete;
+    StartInSession& operator=(const StartInSession&) = delete;
 
-    // The start has succeeded: the shutdown leaves the apartment.
+    // The start has succeeded: the shutdown leaves the session.
     void keep() { kept = true; }
 
 private:
-    ComApartment& com;
-    const HResult entered;
+    SoundSession& session;
+    const SessionEntry entry;
     bool kept = false;
 };
 
@@ -69,17 +69,17 @@ void AudioRouterAPI::initAudioRouter() {
     }
 }
 
-bool AudioRouterAPI::startAudioRouter(const std::wstring& defaultDevice, const std::wstring& soloDevice,
-                                      const std::wstring& input1Device, const std::wstring& input2Device) {
+bool AudioRouterAPI::startAudioRouter(const std::string& defaultDevice, const std::string& soloDevice,
+                                      const std::string& input1Device, const std::string& input2Device) {
     const std::lock_guard lock(apiMutex);
     if (running) {
         return false;
     }
-    comResult = platform.com->initialize();
-    if (failed(comResult) && comResult != kHResultChangedMode) {
+    sessionEntry = platform.session->enter();
+    if (sessionEntry == SessionEntry::Refused) {
         return false;
     }
-    StartInApartment apartment(*platform.com, comResult);
+    StartInSession session(*platform.session, *sessionEntry);
     // Nothing plays to the default device; it is looked up for the line that this writes.
     static_cast<void>(FindDeviceGuidByNameOrGuid(*platform.endpoints, defaultDevice, false));
     // Names of an earlier start do not hold any more.
@@ -92,61 +92,61 @@ bool AudioRouterAPI::startAudioRouter(const std::wstring& defaultDevice, const s
     if (!forwarder.start()) {
         return false;
     }
-    apartment.keep();
+    session.keep();
     running = true;
     return true;
 }
 
-void AudioRouterAPI::selectSoloDevice(const std::wstring& soloDevice) {
-    std::wstring guid = FindDeviceGuidByNameOrGuid(*platform.endpoints, soloDevice, false);
+void AudioRouterAPI::selectSoloDevice(const std::string& soloDevice) {
+    std::string guid = FindDeviceGuidByNameOrGuid(*platform.endpoints, soloDevice, false);
     if (guid.empty()) {
         guid = FindFirstRealHardwareDevice(*platform.endpoints, true);
         if (!guid.empty()) {
-            routerLog(L"[INFO] Auto-selected first real hardware device for Solo output.");
+            routerLog("[INFO] Auto-selected first real hardware device for Solo output.");
         } else {
-            routerLog(L"[WARNING] No real hardware device found, trying default device as fallback...");
+            routerLog("[WARNING] No real hardware device found, trying default device as fallback...");
             guid = GetDefaultDeviceGuid(*platform.endpoints);
             if (!guid.empty()) {
-                routerLog(L"[INFO] Using default device for Solo output: " + guid);
+                routerLog("[INFO] Using default device for Solo output: {}", guid);
             } else {
-                routerLog(L"[ERROR] No devices available, Solo forwarding will be disabled.");
+                routerLog("[ERROR] No devices available, Solo forwarding will be disabled.");
             }
         }
     }
     if (!guid.empty()) {
         forwarder.setSoloDevice(guid);
-        routerLog(L"[INFO] Solo device GUID set: " + guid);
+        routerLog("[INFO] Solo device GUID set: {}", guid);
     }
 }
 
-void AudioRouterAPI::selectInput1Device(const std::wstring& input1Device) {
+void AudioRouterAPI::selectInput1Device(const std::string& input1Device) {
     if (input1Device.empty()) {
         return;
     }
-    const std::wstring guid = FindDeviceGuidByNameOrGuid(*platform.endpoints, input1Device, true);
+    const std::string guid = FindDeviceGuidByNameOrGuid(*platform.endpoints, input1Device, true);
     if (guid.empty()) {
-        routerLog(L"[WARNING] Input1 device not found: " + input1Device);
+        routerLog("[WARNING] Input1 device not found: {}", input1Device);
         return;
     }
     forwarder.setBus1Device(guid);
-    routerLog(L"[INFO] Input1 device (name/GUID: " + input1Device + L") -> GUID: " + guid);
+    routerLog("[INFO] Input1 device (name/GUID: {}) -> GUID: {}", input1Device, guid);
 }
 
-void AudioRouterAPI::selectInput2Device(const std::wstring& input2Device) {
+void AudioRouterAPI::selectInput2Device(const std::string& input2Device) {
     if (input2Device.empty()) {
-        routerLog(L"[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled");
+        routerLog("[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled");
         return;
     }
-    routerLog(L"[INFO] Searching for Input2 device: " + input2Device);
-    const std::wstring guid = FindDeviceGuidByNameOrGuid(*platform.endpoints, input2Device, true);
+    routerLog("[INFO] Searching for Input2 device: {}", input2Device);
+    const std::string guid = FindDeviceGuidByNameOrGuid(*platform.endpoints, input2Device, true);
     if (guid.empty()) {
-        routerLog(L"[ERROR] Input2 device not found: " + input2Device);
-        routerLog(L"[ERROR] Input2 forwarding will be disabled");
+        routerLog("[ERROR] Input2 device not found: {}", input2Device);
+        routerLog("[ERROR] Input2 forwarding will be disabled");
         return;
     }
-    routerLog(L"[INFO] Input2 device found! (name/GUID: " + input2Device + L") -> GUID: " + guid);
+    routerLog("[INFO] Input2 device found! (name/GUID: {}) -> GUID: {}", input2Device, guid);
     forwarder.setBus2Device(guid);
-    routerLog(L"[INFO] Input2 device GUID set in BusForwarder: " + guid);
+    routerLog("[INFO] Input2 device GUID set in BusForwarder: {}", guid);
 }
 
 void AudioRouterAPI::setAudioConfig(const QVariantList& configs) {
@@ -194,18 +194,17 @@ bool AudioRouterAPI::applyAudioConfigs(const std::vector<AppAudioConfig>& record
 
 void AudioRouterAPI::startMissingCapture(std::uint32_t processId) {
     const std::shared_ptr<ProcessCapture> capture = platform.makeProcessCapture(buffers);
-    HResult result = kHResultOutOfMemory;
+    SoundResult result = kSoundOutOfMemory;
     if (capture) {
-        capture->setBufferDuration(kCaptureBufferMs * kHundredNsPerMs);
+        capture->setBufferDuration(kCaptureBuffer);
         result = capture->startCapture(processId, true);
     }
     if (failed(result)) {
-        routerLog(L"[ERROR] Failed to start capture for PID: " + std::to_wstring(processId) +
-                  L" (HRESULT: 0x" + hexDigits(result) + L")");
+        routerLog("[ERROR] Failed to start capture for PID: {} (HRESULT: 0x{:x})", processId, result.code);
         return;
     }
     captures.emplace(processId, capture);
-    routerLog(L"[INFO] Started capture for PID: " + std::to_wstring(processId));
+    routerLog("[INFO] Started capture for PID: {}", processId);
 }
 
 void AudioRouterAPI::setLevelCallback(const LevelCallback& callback) {
@@ -302,10 +301,11 @@ void AudioRouterAPI::shutdownAudioRouter() {
     captures.clear();
     store.clear();
     buffers.clear();
-    if (!failed(comResult) && comResult != kHResultFalse) {
-        platform.com->uninitialize();
+    // Kept: a thread that was in the session before stays in it once more than it entered.
+    if (sessionEntry == SessionEntry::Entered) {
+        platform.session->leave();
     }
-    comResult = kHResultNotImplemented;
+    sessionEntry.reset();
     NativeLevelCallback last; // ends outside of the lock
     const std::lock_guard callbackLock(callbackMutex);
     last.swap(levelCallback);

@@ -22,6 +22,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -51,9 +52,10 @@ public:
     void initAudioRouter();
 
     /// Finds the endpoints, each given as a name, an id or empty, and starts forwarding. True once the router
-    /// runs, be it with no output at all; false, and nothing changed, if it runs already or COM refuses.
-    [[nodiscard]] bool startAudioRouter(const std::wstring& defaultDevice, const std::wstring& soloDevice,
-                                        const std::wstring& input1Device, const std::wstring& input2Device);
+    /// runs, be it with no output at all; false, and nothing changed, if it runs already or the sound session
+    /// is refused.
+    [[nodiscard]] bool startAudioRouter(const std::string& defaultDevice, const std::string& soloDevice,
+                                        const std::string& input1Device, const std::string& input2Device);
 
     /// The complete state of the user interface: one map for each source, with the keys "processID", "solo",
     /// "input1" and "input2", the last two maps with "enabled", "volume" and "muted". Any key may be missing,
@@ -98,9 +100,9 @@ private:
     // Alive while posted reports may run: they hold it weakly.
     struct PostedReports {};
 
-    void selectSoloDevice(const std::wstring& soloDevice);
-    void selectInput1Device(const std::wstring& input1Device);
-    void selectInput2Device(const std::wstring& input2Device);
+    void selectSoloDevice(const std::string& soloDevice);
+    void selectInput1Device(const std::string& input1Device);
+    void selectInput2Device(const std::string& input2Device);
     void startMissingCapture(std::uint32_t processId);
     void storeLevelCallback(NativeLevelCallback callback, std::shared_ptr<const PostedReports> reports);
     // The body of the level thread.
@@ -113,7 +115,7 @@ private:
 
     std::mutex apiMutex;
     std::atomic<bool> running{false};
-    HResult comResult = kHResultNotImplemented; // not initialised
+    std::optional<SessionEntry> sessionEntry; // none while stopped
     std::map<std::uint32_t, std::shared_ptr<ProcessCapture>> captures;
     std::thread levelThread;
     std::mutex callbackMutex; // of the two below; taken inside the API lock, and by the level thread

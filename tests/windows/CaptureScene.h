@@ -4,7 +4,7 @@
 // stands for that of a process loopback.
 
 #include "platform/windows/routerAudio/LoopbackCapture.h"
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
+#include "platform/windows/routerAudio/WasapiOutputStream.h"
 #include "tests/windows/ScriptedAudio.h"
 #include "tests/windows/SoundScene.h"
 
@@ -15,23 +15,23 @@
 /// Plays a tone into the sink that the microphone hears.
 class ToneInTheCable {
 public:
-    ToneInTheCable() : channel(windowsAudioSystemCalls()) {
+    ToneInTheCable() : stream(windowsAudioSystemCalls()) {
         tones.addSource(kTone);
         player = std::make_unique<TonePlayer>(tones.buffers, kTone, 1000, 1500, 0.25f);
-        const AudioEndpointPointer cable = endpointNamed(EndpointFlow::Render, L"VEXO Virtual Cable");
-        if (cable == nullptr || !channel.open(*cable)) {
+        const AudioEndpointPointer cable = endpointNamed(EndpointFlow::Render, "VEXO Virtual Cable");
+        if (cable == nullptr || !stream.open(*cable)) {
             ADD_FAILURE() << "the cable cannot be opened";
             return;
         }
         thread = std::thread([this] {
-            channel.run(running, [this](float* output, std::uint32_t frames) {
+            stream.run(running, [this](float* output, std::uint32_t frames) {
                 tones.buffers.mixBus(output, frames, 1);
             });
         });
     }
     ~ToneInTheCable() {
         running = false;
-        channel.wake();
+        stream.wake();
         if (thread.joinable()) {
             thread.join();
         }
@@ -44,7 +44,7 @@ private:
 
     SoundScene tones;
     std::unique_ptr<TonePlayer> player;
-    WasapiRenderChannel channel;
+    WasapiOutputStream stream;
     std::atomic<bool> running{true};
     std::thread thread;
 };
@@ -61,7 +61,7 @@ protected:
     }
 
     void SetUp() override {
-        microphone = endpointNamed(EndpointFlow::Capture, L"Cable Microphone");
+        microphone = endpointNamed(EndpointFlow::Capture, "Cable Microphone");
         ASSERT_NE(microphone, nullptr);
     }
 

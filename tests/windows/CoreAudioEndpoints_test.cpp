@@ -1,7 +1,9 @@
 #include "mixer/EndpointClassification.h"
+#include "platform/windows/routerAudio/ComSession.h"
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 #include "platform/windows/routerAudio/PolicyConfig.h"
-#include "platform/windows/routerAudio/WindowsComApartment.h"
+#include "platform/windows/routerAudio/WindowsResult.h"
+#include "platform/windows/system/WideText.h"
 #include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/ScriptedAudio.h"
 #include "tests/windows/SoundScene.h"
@@ -70,12 +72,12 @@ TEST_F(EndpointsTest, ActiveEndpointsHaveIdNameAndDirection) {
         EXPECT_FALSE(found.endpoints.empty());
         for (const AudioEndpointPointer& endpoint : found.endpoints) {
             ASSERT_NE(endpoint, nullptr);
-            EXPECT_TRUE(endpoint->id && endpoint->id->starts_with(L"{0.0.")) << "flow " << int(flow);
+            EXPECT_TRUE(endpoint->id && endpoint->id->starts_with("{0.0.")) << "flow " << int(flow);
             EXPECT_TRUE(endpoint->friendlyName && !endpoint->friendlyName->empty());
             EXPECT_EQ(endpoint->flow, flow);
         }
     }
-    EXPECT_NE(endpointNamed(EndpointFlow::Render, L"VEXO Virtual Cable"), nullptr);
+    EXPECT_NE(endpointNamed(EndpointFlow::Render, "VEXO Virtual Cable"), nullptr);
 }
 
 TEST_F(EndpointsTest, ConnectorsAreThoseOfTheTopologyAndNoneWithoutOne) {
@@ -88,7 +90,7 @@ TEST_F(EndpointsTest, ConnectorsAreThoseOfTheTopologyAndNoneWithoutOne) {
          CoreAudioEndpoints(calls).activeEndpoints(EndpointFlow::Render).endpoints) {
         EXPECT_EQ(endpoint->connectorCount, 3u);
         EXPECT_EQ(IsRealHardwareDevice(endpoint.get()),
-                  endpoint->friendlyName->find(L"Virtual") == std::wstring::npos);
+                  endpoint->friendlyName->find("Virtual") == std::string::npos);
     }
     calls.connectorCount = [](IMMDevice*, UINT*) {
         return E_NOINTERFACE;
@@ -102,19 +104,19 @@ TEST_F(EndpointsTest, ConnectorsAreThoseOfTheTopologyAndNoneWithoutOne) {
 
 TEST_F(EndpointsTest, DefaultOutputIsOneOfTheActiveOnes) {
     CoreAudioEndpoints endpoints(windowsAudioSystemCalls());
-    const std::wstring id = endpoints.defaultRenderEndpointId();
+    const std::string id = endpoints.defaultRenderEndpointId();
     const EndpointEnumeration found = endpoints.activeEndpoints(EndpointFlow::Render);
     EXPECT_TRUE(std::ranges::any_of(found.endpoints, [&](const auto& endpoint) {
         return endpoint->id == id;
-    })) << std::string(id.begin(), id.end());
+    })) << id;
 }
 
 TEST_F(EndpointsTest, CaptureEndpointCanBeActivated) {
-    const AudioEndpointPointer microphone = endpointNamed(EndpointFlow::Capture, L"Cable Microphone");
+    const AudioEndpointPointer microphone = endpointNamed(EndpointFlow::Capture, "Cable Microphone");
     ASSERT_NE(microphone, nullptr);
     CoreAudioEndpoints endpoints(windowsAudioSystemCalls());
-    EXPECT_EQ(endpoints.probeActivation(*microphone), S_OK);
-    EXPECT_EQ(endpoints.probeActivation(AudioEndpoint{}), E_POINTER);
+    EXPECT_EQ(endpoints.probeActivation(*microphone), kSoundDone);
+    EXPECT_EQ(endpoints.probeActivation(AudioEndpoint{}), soundResult(E_POINTER));
 }
 
 TEST_F(EndpointsTest, EnumeratorThatCannotBeCreatedIsSaid) {
@@ -123,25 +125,25 @@ TEST_F(EndpointsTest, EnumeratorThatCannotBeCreatedIsSaid) {
     CoreAudioEndpoints endpoints(scriptedCalls(script));
     const EndpointEnumeration found = endpoints.activeEndpoints(EndpointFlow::Render);
     EXPECT_EQ(found.reached, EnumerationStep::Enumerator);
-    EXPECT_EQ(found.result, static_cast<HRESULT>(0x80040154));
+    EXPECT_EQ(found.result, (SoundResult{false, 0x80040154}));
     EXPECT_TRUE(found.endpoints.empty());
-    EXPECT_EQ(endpoints.defaultRenderEndpointId(), L"");
+    EXPECT_EQ(endpoints.defaultRenderEndpointId(), "");
     RouterLogCapture log;
-    EXPECT_EQ(FindFirstRealHardwareDevice(endpoints, true), L"");
-    EXPECT_EQ(log.take(), Lines{L"[DEBUG] Failed to create device enumerator."});
+    EXPECT_EQ(FindFirstRealHardwareDevice(endpoints, true), "");
+    EXPECT_EQ(log.take(), Lines{"[DEBUG] Failed to create device enumerator."});
 }
 
 TEST_F(EndpointsTest, DefaultIsSetByTheThirteenthMethodForTheConsoleRoleAlone) {
     FakePolicy policy;
     CoreAudioEndpoints endpoints(callsWith(policy));
-    WindowsComApartment com(windowsAudioSystemCalls());
-    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, L"Old Virtual Speakers");
+    ComSession session(windowsAudioSystemCalls());
+    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, "Old Virtual Speakers");
     ASSERT_NE(old, nullptr);
     RouterLogCapture log;
-    EXPECT_TRUE(SetDefaultAudioDevice(endpoints, com, *old->id, true));
-    EXPECT_EQ(policy.id, *old->id);
+    EXPECT_TRUE(SetDefaultAudioDevice(endpoints, session, *old->id, true));
+    EXPECT_EQ(policy.id, wideOf(*old->id));
     EXPECT_EQ(policy.roles, std::vector<ERole>{eConsole});
-    EXPECT_TRUE(log.contains(L"[SetDefaultAudioDevice] Successfully set device as default: " + *old->id));
+    EXPECT_TRUE(log.contains("[SetDefaultAudioDevice] Successfully set device as default: " + *old->id));
     // The place in the object's table of methods, whatever the class calls it.
     void** const methods = *reinterpret_cast<void***>(static_cast<IPolicyConfig*>(&policy));
     using Method = HRESULT(STDMETHODCALLTYPE*)(IPolicyConfig*, LPCWSTR, ERole);
@@ -153,13 +155,13 @@ TEST_F(EndpointsTest, PolicyThatRefusesIsSaidWithItsCode) {
     FakePolicy policy;
     policy.result = static_cast<HRESULT>(0x80070005);
     CoreAudioEndpoints endpoints(callsWith(policy));
-    WindowsComApartment com(windowsAudioSystemCalls());
-    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, L"Old Virtual Speakers");
+    ComSession session(windowsAudioSystemCalls());
+    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, "Old Virtual Speakers");
     ASSERT_NE(old, nullptr);
     RouterLogCapture log;
-    EXPECT_FALSE(SetDefaultAudioDevice(endpoints, com, *old->id, true));
-    EXPECT_TRUE(log.contains(L"[SetDefaultAudioDevice] Failed to set default endpoint: 0x80070005"));
-    EXPECT_TRUE(log.contains(L"[SetDefaultAudioDevice] Error code: -2147024891"));
+    EXPECT_FALSE(SetDefaultAudioDevice(endpoints, session, *old->id, true));
+    EXPECT_TRUE(log.contains("[SetDefaultAudioDevice] Failed to set default endpoint: 0x80070005"));
+    EXPECT_TRUE(log.contains("[SetDefaultAudioDevice] Error code: -2147024891"));
 }
 
 TEST_F(EndpointsTest, MissingPolicyObjectIsSaidWithItsNotes) {
@@ -168,12 +170,12 @@ TEST_F(EndpointsTest, MissingPolicyObjectIsSaidWithItsNotes) {
         return type == kPolicyConfigClass ? REGDB_E_CLASSNOTREG : real(type, iid, object);
     };
     CoreAudioEndpoints endpoints(calls);
-    WindowsComApartment com(windowsAudioSystemCalls());
-    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, L"Old Virtual Speakers");
+    ComSession session(windowsAudioSystemCalls());
+    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, "Old Virtual Speakers");
     ASSERT_NE(old, nullptr);
     RouterLogCapture log;
-    EXPECT_FALSE(SetDefaultAudioDevice(endpoints, com, *old->id, true));
-    EXPECT_TRUE(log.contains(L"[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x80040154"));
+    EXPECT_FALSE(SetDefaultAudioDevice(endpoints, session, *old->id, true));
+    EXPECT_TRUE(log.contains("[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x80040154"));
     EXPECT_TRUE(
-        log.contains(L"[SetDefaultAudioDevice] Note: This operation may require administrator privileges"));
+        log.contains("[SetDefaultAudioDevice] Note: This operation may require administrator privileges"));
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/windows/system/WideText.h"
+
 #include <mutex>
 #include <sstream>
 #include <string>
@@ -18,7 +20,7 @@ public:
             text << failure.pszFile << (failure.uLineNumber > 0 ? L"" : L" without a line") << L" 0x"
                  << std::hex << static_cast<std::uint32_t>(failure.hr);
             const std::lock_guard lock(mutex);
-            reports.push_back(text.str());
+            reports.push_back(utf8Of(text.str()));
         });
     }
     ~FailureReports() { wil::SetResultLoggingCallback(nullptr); }
@@ -26,12 +28,12 @@ public:
     FailureReports& operator=(const FailureReports&) = delete;
 
     /// What was reported since the last call.
-    [[nodiscard]] static std::vector<std::wstring> take() {
+    [[nodiscard]] static std::vector<std::string> take() {
         const std::lock_guard lock(mutex);
         return std::exchange(reports, {});
     }
 
 private:
     inline static std::mutex mutex;
-    inline static std::vector<std::wstring> reports;
+    inline static std::vector<std::string> reports;
 };

@@ -1,3 +1,4 @@
+#include "platform/windows/routerAudio/WaveFormats.h"
 #include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/CaptureScene.h"
 #include "tests/windows/FailureReports.h"
@@ -103,17 +104,17 @@ TEST_F(CaptureTest, PacketsOfARealClientDrainThroughTheWorkQueueIntoTheRings) {
     EXPECT_GT(scene.buffers.getProcessLevels(kProcess).left, 0.1f);
     EXPECT_EQ(capture->stopCapture(), S_OK);
     EXPECT_EQ(capture->captureState(), CaptureState::Stopped);
-    EXPECT_TRUE(log.contains(L"[INFO] Capturing from process loopback (PID: 5151)"));
+    EXPECT_TRUE(log.contains("[INFO] Capturing from process loopback (PID: 5151)"));
     const Lines lines = log.take();
-    EXPECT_TRUE(std::ranges::any_of(lines, [](const std::wstring& line) {
-        return line.starts_with(L"[INFO] Audio capture started for PID 5151, buffer size: ");
+    EXPECT_TRUE(std::ranges::any_of(lines, [](const std::string& line) {
+        return line.starts_with("[INFO] Audio capture started for PID 5151, buffer size: ");
     }));
 }
 
 TEST_F(CaptureTest, EndpointRemovedUnderARunningCaptureIsWaitedForUntilTheStop) {
     scene.addSource(kProcess);
     const ToneInTheCable tone;
-    const AudioEndpointPointer plugged = endpointNamed(EndpointFlow::Capture, L"Plugged Microphone");
+    const AudioEndpointPointer plugged = endpointNamed(EndpointFlow::Capture, "Plugged Microphone");
     ASSERT_NE(plugged, nullptr);
     const ComPtr<CLoopbackCapture> capture = makeCapture(callsWithProcessLoopback(script, plugged));
     ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
@@ -186,14 +187,14 @@ TEST_F(CaptureTest, SecondStopIsRefusedAtOnce) {
     ASSERT_TRUE(reaches(capture, CaptureState::Capturing));
     EXPECT_EQ(capture->stopCapture(), S_OK);
     const FailureReports reports;
-    EXPECT_EQ(capture->stopCapture(), kHResultInvalidState);
-    EXPECT_EQ(FailureReports::take(), Lines{L"platform/windows/routerAudio/LoopbackCapture.cpp 0x8007139f"});
+    EXPECT_EQ(capture->stopCapture(), HRESULT_FROM_WIN32(ERROR_INVALID_STATE));
+    EXPECT_EQ(FailureReports::take(), Lines{"platform/windows/routerAudio/LoopbackCapture.cpp 0x8007139f"});
     EXPECT_EQ(capture->captureState(), CaptureState::Stopped);
 }
 
 TEST_F(CaptureTest, StopBeforeTheStartIsRefused) {
     const ComPtr<CLoopbackCapture> capture = makeCapture();
-    EXPECT_EQ(capture->stopCapture(), kHResultInvalidState);
+    EXPECT_EQ(capture->stopCapture(), HRESULT_FROM_WIN32(ERROR_INVALID_STATE));
     EXPECT_EQ(capture->captureState(), CaptureState::Uninitialized);
 }
 
@@ -261,7 +262,7 @@ TEST_F(CaptureTest, StopWhileTheStartIsQueuedIsRefusedAndTheStartStepStillRuns) 
     ComPtr<CLoopbackCapture> capture = makeCapture(calls);
     ASSERT_EQ(capture->startCapture(kProcess, true), S_OK);
     EXPECT_EQ(capture->captureState(), CaptureState::Starting);
-    EXPECT_EQ(capture->stopCapture(), kHResultInvalidState);
+    EXPECT_EQ(capture->stopCapture(), HRESULT_FROM_WIN32(ERROR_INVALID_STATE));
     EXPECT_EQ(capture->captureState(), CaptureState::Starting);
 
     // What the router does then: packets of this source are dropped, and so is the capture. The queued item
@@ -401,5 +402,15 @@ TEST_F(CaptureTest, WithoutAMixFormatTheDefaultFormatIsUsedAndSaid) {
     EXPECT_TRUE(comesTrue([&] { return scene.buffers.getProcessLevels(kProcess).left > 0.1f; }));
     EXPECT_EQ(capture->stopCapture(), S_OK);
     EXPECT_TRUE(log.contains(
-        L"[WARNING] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit float)"));
+        "[WARNING] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit float)"));
+}
+
+TEST(CaptureFormat, OneToTwentyTwoExtraBytesAreKeptAndMoreAreNone) {
+    const std::pair<WORD, WORD> cases[] = {{0, 0}, {1, 1}, {21, 21}, {22, 22}, {23, 0}, {0xFFFF, 0}};
+    for (const auto& [given, kept] : cases) {
+        WAVEFORMATEX client = nativeFormat(floatWaveFormat(2, 44100));
+        client.cbSize = given;
+        EXPECT_EQ(captureFormatOf(client).cbSize, kept) << given << " extra bytes";
+        EXPECT_EQ(waveFormat(captureFormatOf(client)), floatWaveFormat(2, 44100));
+    }
 }

@@ -28,7 +28,7 @@ protected:
         DWORD queue = 0;
         ASSERT_EQ(MFStartup(MF_VERSION, MFSTARTUP_LITE), S_OK);
         ASSERT_EQ(MFLockSharedWorkQueue(L"Capture", 0, &task, &queue), S_OK);
-        microphone = endpointNamed(EndpointFlow::Capture, L"Cable Microphone");
+        microphone = endpointNamed(EndpointFlow::Capture, "Cable Microphone");
         ASSERT_NE(microphone, nullptr);
     }
 
@@ -80,7 +80,7 @@ TEST_F(Router, StartThatThrowsLeavesTheApartment) {
     onFreshThread([this] {
         RouterPlatform platform = windowsRouterPlatform(scriptedCalls(script));
         script->connectorCount = 1;
-        platform.makeRenderChannel = [](std::uint32_t) -> std::unique_ptr<RenderChannel> {
+        platform.makeOutputStream = [](std::uint32_t) -> std::unique_ptr<OutputStream> {
             throw std::bad_alloc();
         };
         AudioRouterAPI router(platform, scene.store, scene.buffers);
@@ -100,7 +100,7 @@ TEST_F(Router, ActivationRefusedOnThePlatformsThreadIsInvisibleAndTheCaptureStay
         EXPECT_TRUE(router.applyAudioConfigs({sourceOf(kProcess)}));
     }
     EXPECT_EQ(script->count("ActivateAudioInterfaceAsync"), 1);
-    EXPECT_TRUE(log.contains(L"[INFO] Started capture for PID: 7171"));
+    EXPECT_TRUE(log.contains("[INFO] Started capture for PID: 7171"));
     EXPECT_EQ(script->count("MFUnlockWorkQueue"), 0);
     EXPECT_TRUE(router.applyAudioConfigs({}));
     EXPECT_TRUE(comesTrue([&] { return script->count("MFUnlockWorkQueue") == 1; }));
@@ -115,7 +115,7 @@ TEST_F(Router, RefusedActivationIsLoggedAndTriedAgainAtTheNextList) {
     for (int time = 0; time < 2; ++time) {
         static_cast<void>(log.take());
         EXPECT_TRUE(router.applyAudioConfigs({sourceOf(kProcess)}));
-        EXPECT_EQ(log.take(), Lines{L"[ERROR] Failed to start capture for PID: 7171 (HRESULT: 0x80070005)"});
+        EXPECT_EQ(log.take(), Lines{"[ERROR] Failed to start capture for PID: 7171 (HRESULT: 0x80070005)"});
     }
     EXPECT_EQ(script->count("ActivateAudioInterfaceAsync"), 2);
     router.shutdownAudioRouter();

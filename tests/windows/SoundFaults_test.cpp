@@ -3,14 +3,15 @@
 
 #include "mixer/BusForwarder.h"
 #include "mixer/EndpointClassification.h"
+#include "platform/windows/routerAudio/ComSession.h"
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
-#include "platform/windows/routerAudio/WindowsComApartment.h"
 #include "platform/windows/routerAudio/WindowsRouterPlatform.h"
 #include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/CaptureScene.h"
 #include "tests/windows/FailureReports.h"
 
 #include <algorithm>
+#include <format>
 #include <ostream>
 
 using Microsoft::WRL::ComPtr;
@@ -47,7 +48,7 @@ struct Fault {
     HRESULT failure;
     const char* returned;
     const char* state;
-    const wchar_t* line; ///< the beginning of a line; null: no line tells of a failure
+    const char* line; ///< the beginning of a line; null: no line tells of a failure
 };
 
 bool FaultRun::met() const {
@@ -59,8 +60,7 @@ bool FaultRun::settles(const std::function<std::string()>& state) const {
 }
 
 std::string hex(HRESULT result) {
-    const std::wstring digits = hexDigits(result);
-    return "0x" + std::string(digits.begin(), digits.end());
+    return std::format("0x{:x}", static_cast<std::uint32_t>(result));
 }
 
 const char* nameOf(CaptureState state) {
@@ -100,7 +100,7 @@ CoreAudioEndpoints endpointsOf(const FaultRun& run) {
 }
 
 // An id by the name of its endpoint.
-std::string nameOfEndpoint(const std::wstring& id) {
+std::string nameOfEndpoint(const std::string& id) {
     if (id.empty()) {
         return "nothing";
     }
@@ -108,8 +108,7 @@ std::string nameOfEndpoint(const std::wstring& id) {
     for (const EndpointFlow flow : {EndpointFlow::Render, EndpointFlow::Capture}) {
         for (const AudioEndpointPointer& endpoint : endpoints.activeEndpoints(flow).endpoints) {
             if (endpoint->id == id) {
-                const std::wstring name = GetDeviceFriendlyName(endpoint.get());
-                return std::string(name.begin(), name.end());
+                return GetDeviceFriendlyName(endpoint.get());
             }
         }
     }
@@ -118,14 +117,14 @@ std::string nameOfEndpoint(const std::wstring& id) {
 
 Outcome findFirst(const FaultRun& run) {
     CoreAudioEndpoints endpoints = endpointsOf(run);
-    const std::wstring id = FindFirstRealHardwareDevice(endpoints, true);
+    const std::string id = FindFirstRealHardwareDevice(endpoints, true);
     return {nameOfEndpoint(id), ""};
 }
 
 // The same where no endpoint has a name to go by: all with a connector are hardware then.
 Outcome findFirstUnnamed(const FaultRun& run) {
     CoreAudioEndpoints endpoints = endpointsOf(run);
-    const std::wstring id = FindFirstRealHardwareDevice(endpoints, true);
+    const std::string id = FindFirstRealHardwareDevice(endpoints, true);
     const EndpointEnumeration all =
         CoreAudioEndpoints(windowsAudioSystemCalls()).activeEndpoints(EndpointFlow::Render);
     return {!all.endpoints.empty() && all.endpoints.front()->id == id ? "the first" : nameOfEndpoint(id), ""};
@@ -133,7 +132,7 @@ Outcome findFirstUnnamed(const FaultRun& run) {
 
 Outcome findByName(const FaultRun& run) {
     CoreAudioEndpoints endpoints = endpointsOf(run);
-    return {nameOfEndpoint(FindDeviceGuidByNameOrGuid(endpoints, L"virtual cable", true)), ""};
+    return {nameOfEndpoint(FindDeviceGuidByNameOrGuid(endpoints, "virtual cable", true)), ""};
 }
 
 Outcome findDefault(const FaultRun& run) {
@@ -143,23 +142,23 @@ Outcome findDefault(const FaultRun& run) {
 
 // On a thread that was in no apartment. The state is how often it left one.
 Outcome setDefault(const FaultRun& run) {
-    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, L"Old Virtual Speakers");
+    const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, "Old Virtual Speakers");
     if (old == nullptr) {
         return {"no such endpoint", ""};
     }
     Outcome outcome;
     std::thread([&] {
         CoreAudioEndpoints endpoints = endpointsOf(run);
-        WindowsComApartment com(scriptedCalls(run.script));
-        outcome.returned = SetDefaultAudioDevice(endpoints, com, *old->id, true) ? "true" : "false";
+        ComSession session(scriptedCalls(run.script));
+        outcome.returned = SetDefaultAudioDevice(endpoints, session, *old->id, true) ? "true" : "false";
         outcome.state = "left " + std::to_string(run.script->count("CoUninitialize"));
     }).join();
     return outcome;
 }
 
 // Plays to one output, until what shall come of it has come.
-Outcome play(const FaultRun& run, void (BusForwarder::*setDevice)(const std::wstring&),
-             const std::wstring& device) {
+Outcome play(const FaultRun& run, void (BusForwarder::*setDevice)(const std::string&),
+             const std::string& device) {
     run.script->connectorCount = 1;
     const RouterPlatform platform = windowsRouterPlatform(scriptedCalls(run.script));
     BusForwarder forwarder(platform, run.scene.buffers);
@@ -183,16 +182,16 @@ Outcome play(const FaultRun& run, void (BusForwarder::*setDevice)(const std::wst
 }
 
 Outcome playBus(const FaultRun& run) {
-    return play(run, &BusForwarder::setBus1Device, L"virtual cable");
+    return play(run, &BusForwarder::setBus1Device, "virtual cable");
 }
 
 // A name that only an input has.
 Outcome playToMicrophone(const FaultRun& run) {
-    return play(run, &BusForwarder::setBus2Device, L"cable microphone");
+    return play(run, &BusForwarder::setBus2Device, "cable microphone");
 }
 
 Outcome playSolo(const FaultRun& run) {
-    const AudioEndpointPointer speakers = endpointNamed(EndpointFlow::Render, L"Speakers");
+    const AudioEndpointPointer speakers = endpointNamed(EndpointFlow::Render, "Speakers");
     return play(run, &BusForwarder::setSoloDevice, GetDeviceId(speakers.get()));
 }
 
@@ -207,24 +206,23 @@ constexpr HRESULT kNoService = static_cast<HRESULT>(0x88890010);
 constexpr HRESULT kNotRegistered = static_cast<HRESULT>(0x80040154);
 constexpr HRESULT kChangedMode = static_cast<HRESULT>(0x80010106);
 
-#define CAPTURE_SOURCE L"platform/windows/routerAudio/LoopbackCapture.cpp "
-constexpr const wchar_t* kReportedMemory = CAPTURE_SOURCE L"0x8007000e";
-constexpr const wchar_t* kReportedRefused = CAPTURE_SOURCE L"0x80070005";
-constexpr const wchar_t* kReportedNoInterface = CAPTURE_SOURCE L"0x80004002";
-constexpr const wchar_t* kReportedInvalidated = CAPTURE_SOURCE L"0x88890004";
+#define CAPTURE_SOURCE "platform/windows/routerAudio/LoopbackCapture.cpp "
+constexpr const char* kReportedMemory = CAPTURE_SOURCE "0x8007000e";
+constexpr const char* kReportedRefused = CAPTURE_SOURCE "0x80070005";
+constexpr const char* kReportedNoInterface = CAPTURE_SOURCE "0x80004002";
+constexpr const char* kReportedInvalidated = CAPTURE_SOURCE "0x88890004";
 #undef CAPTURE_SOURCE
 
 constexpr const char* kNotStarted = "Uninitialized, stop 0x8007139f, Uninitialized";
 constexpr const char* kFailedThenStopped = "Error, stop 0x0, Stopped";
 constexpr const char* kCaptured = "Capturing, stop 0x0, Stopped";
 
-constexpr const wchar_t* kBusNotFound =
-    L"[BusForwarder] Bus1: Device not found with GUID/Name: virtual cable";
-constexpr const wchar_t* kNoneReal = L"[WARNING] No real hardware device found among ";
-constexpr const wchar_t* kNameNotFound =
-    L"[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: virtual cable";
-constexpr const wchar_t* kDefaultNotFound = L"[SetDefaultAudioDevice] Error: Device not found with GUID: {";
-constexpr const wchar_t* kSoloNotFound = L"[BusForwarder] Bus3: Device not found with GUID/Name: {";
+constexpr const char* kBusNotFound = "[BusForwarder] Bus1: Device not found with GUID/Name: virtual cable";
+constexpr const char* kNoneReal = "[WARNING] No real hardware device found among ";
+constexpr const char* kNameNotFound =
+    "[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: virtual cable";
+constexpr const char* kDefaultNotFound = "[SetDefaultAudioDevice] Error: Device not found with GUID: {";
+constexpr const char* kSoloNotFound = "[BusForwarder] Bus3: Device not found with GUID/Name: {";
 
 const Fault kFaults[] = {
     // Capture of a process: preparing.
@@ -239,7 +237,7 @@ const Fault kFaults[] = {
     {capture, "activation", 1, kRefused, "0x0", kFailedThenStopped, kReportedRefused},
     {capture, "QueryInterface", 1, kNoInterface, "0x0", kFailedThenStopped, kReportedNoInterface},
     {capture, "GetMixFormat", 1, kNotImplemented, "0x0", kCaptured,
-     L"[WARNING] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit float)"},
+     "[WARNING] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit float)"},
     {capture, "Initialize", 1, kFaultInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
     {capture, "GetBufferSize", 1, kFaultInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
     {capture, "GetService", 1, kFaultInvalidated, "0x0", kFailedThenStopped, kReportedInvalidated},
@@ -270,27 +268,27 @@ const Fault kFaults[] = {
     {playBus, "OpenPropertyStore", 1, kRefused, "true", "off", kBusNotFound},
     {playBus, "GetValue", 1, kRefused, "true", "off", kBusNotFound},
     {playBus, "GetId", 1, kMemory, "true", "plays",
-     L"[BusForwarder] Bus1 using device: VEXO Virtual Cable (Output) (ClassGuid: )"},
+     "[BusForwarder] Bus1 using device: VEXO Virtual Cable (Output) (ClassGuid: )"},
     {playBus, "QueryInterface IMMEndpoint", 1, kNoInterface, "true", "plays", nullptr},
     {playBus, "GetDataFlow", 1, kFaultInvalidated, "true", "plays", nullptr},
     // Opening it.
-    {playBus, "Activate", 1, kRefused, "true", "off", L"[BusForwarder] Activate failed: 0x80070005"},
+    {playBus, "Activate", 1, kRefused, "true", "off", "[BusForwarder] Activate failed: 0x80070005"},
     {playBus, "GetMixFormat", 1, kNotImplemented, "true", "plays",
-     L"[BusForwarder] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit float)"},
+     "[BusForwarder] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit float)"},
     {playBus, "Initialize", 1, kFaultInvalidated, "true", "off",
-     L"[BusForwarder] Initialize failed: 0x88890004"},
+     "[BusForwarder] Initialize failed: 0x88890004"},
     {playBus, "GetService", 1, kFaultInvalidated, "true", "off",
-     L"[BusForwarder] GetService failed: 0x88890004"},
+     "[BusForwarder] GetService failed: 0x88890004"},
     {playBus, "GetBufferSize", 1, kFaultInvalidated, "true", "off",
-     L"[BusForwarder] GetBufferSize failed: 0x88890004"},
+     "[BusForwarder] GetBufferSize failed: 0x88890004"},
     {playBus, "CreateEvent", 1, static_cast<HRESULT>(0x80070008), "true", "off",
-     L"[BusForwarder] Event create failed: 0x80070008"},
+     "[BusForwarder] Event create failed: 0x80070008"},
     {playBus, "SetEventHandle", 1, kFaultInvalidated, "true", "off",
-     L"[BusForwarder] SetEventHandle failed: 0x88890004"},
+     "[BusForwarder] SetEventHandle failed: 0x88890004"},
     // Its thread.
     {playBus, "AvSetMmThreadCharacteristicsW", 1, kRefused, "true", "plays", nullptr},
     {playBus, "AvSetMmThreadPriority", 1, kRefused, "true", "plays", nullptr},
-    {playBus, "Start", 1, kFaultInvalidated, "true", "silent", L"[BusForwarder] Start failed: 0x88890004"},
+    {playBus, "Start", 1, kFaultInvalidated, "true", "silent", "[BusForwarder] Start failed: 0x88890004"},
     {playBus, "GetCurrentPadding", 1, kFaultInvalidated, "true", "silent", nullptr},
     {playBus, "GetBuffer", 1, kFaultInvalidated, "true", "silent", nullptr},
     {playBus, "ReleaseBuffer", 1, kFaultInvalidated, "true", "plays", nullptr},
@@ -299,13 +297,13 @@ const Fault kFaults[] = {
 
     // An output that only an input's name fits.
     {playToMicrophone, "Activate", 1, kRefused, "true", "off",
-     L"[BusForwarder] eCapture device activation failed: 0x80070005 for device: Cable Microphone, continuing "
-     L"search..."},
-    {playToMicrophone, "Activate", 2, kRefused, "true", "off", L"[BusForwarder] Activate failed: 0x80070005"},
+     "[BusForwarder] eCapture device activation failed: 0x80070005 for device: Cable Microphone, continuing "
+     "search..."},
+    {playToMicrophone, "Activate", 2, kRefused, "true", "off", "[BusForwarder] Activate failed: 0x80070005"},
     {playToMicrophone, "QueryInterface IMMEndpoint", 1, kNoInterface, "true", "off",
-     L"[BusForwarder] Bus2 using device: Cable Microphone (Output) (ClassGuid: {"},
+     "[BusForwarder] Bus2 using device: Cable Microphone (Output) (ClassGuid: {"},
     {playToMicrophone, "GetDataFlow", 1, kFaultInvalidated, "true", "off",
-     L"[BusForwarder] Bus2 using device: Cable Microphone (Output) (ClassGuid: {"},
+     "[BusForwarder] Bus2 using device: Cable Microphone (Output) (ClassGuid: {"},
 
     // Solo, whose endpoint has to be hardware.
     {playSolo, "Activate IDeviceTopology", 1, kNoInterface, "true", "off", kSoloNotFound},
@@ -314,34 +312,34 @@ const Fault kFaults[] = {
 
     // The pick of the Solo endpoint.
     {findFirst, "CoCreateInstance", 1, kNotRegistered, "nothing", "",
-     L"[DEBUG] Failed to create device enumerator."},
+     "[DEBUG] Failed to create device enumerator."},
     {findFirst, "EnumAudioEndpoints", 1, kNoService, "nothing", "",
-     L"[DEBUG] Failed to enumerate audio endpoints."},
-    {findFirst, "GetCount", 1, kNoService, "nothing", "", L"[DEBUG] Failed to get device count."},
+     "[DEBUG] Failed to enumerate audio endpoints."},
+    {findFirst, "GetCount", 1, kNoService, "nothing", "", "[DEBUG] Failed to get device count."},
     {findFirst, "Item", 1, kNoService, "nothing", "", kNoneReal},
     {findFirst, "GetId", 1, kMemory, "nothing", "", kNoneReal},
     {findFirst, "Activate IDeviceTopology", 1, kNoInterface, "nothing", "", kNoneReal},
     {findFirst, "GetConnectorCount", 1, kFaultInvalidated, "nothing", "", kNoneReal},
     {findFirst, "QueryInterface IMMEndpoint", 1, kNoInterface, "Speakers", "",
-     L"[INFO] Found built-in hardware device: Speakers ({"},
+     "[INFO] Found built-in hardware device: Speakers ({"},
     {findFirst, "GetDataFlow", 1, kFaultInvalidated, "Speakers", "",
-     L"[INFO] Found built-in hardware device: Speakers ({"},
+     "[INFO] Found built-in hardware device: Speakers ({"},
 
     {findFirstUnnamed, "OpenPropertyStore", 1, kRefused, "the first", "",
-     L"[INFO] Found real hardware device:  (External, {"},
+     "[INFO] Found real hardware device:  (External, {"},
     {findFirstUnnamed, "GetValue", 1, kRefused, "the first", "",
-     L"[INFO] Found real hardware device:  (External, {"},
+     "[INFO] Found real hardware device:  (External, {"},
 
     // An endpoint by its name.
     {findByName, "CoCreateInstance", 1, kNotRegistered, "nothing", "",
-     L"[FindDeviceGuidByNameOrGuid] Failed to create device enumerator"},
+     "[FindDeviceGuidByNameOrGuid] Failed to create device enumerator"},
     {findByName, "EnumAudioEndpoints", 1, kNoService, "nothing", "", kNameNotFound},
     {findByName, "GetCount", 1, kNoService, "nothing", "", kNameNotFound},
     {findByName, "Item", 1, kNoService, "nothing", "", kNameNotFound},
     {findByName, "OpenPropertyStore", 1, kRefused, "nothing", "", kNameNotFound},
     {findByName, "GetValue", 1, kRefused, "nothing", "", kNameNotFound},
     {findByName, "GetId", 1, kMemory, "nothing", "",
-     L"[FindDeviceGuidByNameOrGuid] Found device by name: \"VEXO Virtual Cable\" -> GUID: "},
+     "[FindDeviceGuidByNameOrGuid] Found device by name: \"VEXO Virtual Cable\" -> GUID: "},
     {findByName, "Activate IDeviceTopology", 1, kNoInterface, "VEXO Virtual Cable", "", nullptr},
 
     // The default output.
@@ -351,25 +349,25 @@ const Fault kFaults[] = {
 
     // Setting it.
     {setDefault, "CoInitializeEx", 1, kChangedMode, "true", "left 0",
-     L"[SetDefaultAudioDevice] Successfully set device as default: {"},
+     "[SetDefaultAudioDevice] Successfully set device as default: {"},
     {setDefault, "CoCreateInstance", 1, kNotRegistered, "false", "left 1",
-     L"[SetDefaultAudioDevice] Failed to create device enumerator: 0x80040154"},
+     "[SetDefaultAudioDevice] Failed to create device enumerator: 0x80040154"},
     {setDefault, "EnumAudioEndpoints", 1, kNoService, "false", "left 1",
-     L"[SetDefaultAudioDevice] Failed to enumerate devices: 0x88890010"},
+     "[SetDefaultAudioDevice] Failed to enumerate devices: 0x88890010"},
     {setDefault, "GetCount", 1, kNoService, "false", "left 1",
-     L"[SetDefaultAudioDevice] Failed to enumerate devices: 0x88890010"},
+     "[SetDefaultAudioDevice] Failed to enumerate devices: 0x88890010"},
     {setDefault, "Item", 1, kNoService, "false", "left 1", kDefaultNotFound},
     {setDefault, "GetId", 1, kMemory, "false", "left 1", kDefaultNotFound},
     {setDefault, "CoCreateInstance", 2, kNotRegistered, "false", "left 1",
-     L"[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x80040154"},
+     "[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x80040154"},
     {setDefault, "SetDefaultEndpoint", 1, kRefused, "false", "left 1",
-     L"[SetDefaultAudioDevice] Failed to set default endpoint: 0x80070005"},
+     "[SetDefaultAudioDevice] Failed to set default endpoint: 0x80070005"},
 };
 
-bool tellsOfAFailure(const std::wstring& line) {
-    return std::ranges::any_of(std::initializer_list<const wchar_t*>{L"ailed", L"not found", L"ERROR",
-                                                                     L"WARNING", L"LoopbackCapture.cpp"},
-                               [&](const wchar_t* word) { return line.find(word) != std::wstring::npos; });
+bool tellsOfAFailure(const std::string& line) {
+    return std::ranges::any_of(
+        std::initializer_list<const char*>{"ailed", "not found", "ERROR", "WARNING", "LoopbackCapture.cpp"},
+        [&](const char* word) { return line.find(word) != std::string::npos; });
 }
 
 class SoundFaults : public CaptureFixture, public testing::WithParamInterface<Fault> {};
@@ -419,7 +417,7 @@ TEST_P(SoundFaults, GivesItsReturnItsStateAndItsLine) {
     };
     const auto said = [&] {
         collect();
-        return fault.line == nullptr || std::ranges::any_of(lines, [&](const std::wstring& line) {
+        return fault.line == nullptr || std::ranges::any_of(lines, [&](const std::string& line) {
                    return line.starts_with(fault.line);
                });
     };
@@ -431,10 +429,10 @@ TEST_P(SoundFaults, GivesItsReturnItsStateAndItsLine) {
     EXPECT_TRUE(run.met()) << "the call came " << script->count(fault.call) << " times";
     EXPECT_TRUE(comesTrue(said, std::chrono::seconds(5)));
     std::string text;
-    for (const std::wstring& line : lines) {
-        text += std::string(line.begin(), line.end()) + "\n";
+    for (const std::string& line : lines) {
+        text += line + "\n";
         if (fault.line == nullptr) {
-            EXPECT_FALSE(tellsOfAFailure(line)) << std::string(line.begin(), line.end());
+            EXPECT_FALSE(tellsOfAFailure(line)) << line;
         }
     }
     if (HasFailure()) {

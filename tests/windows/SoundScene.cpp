@@ -141,29 +141,29 @@ void SoundScene::addSource(std::uint32_t processId) {
     store.putConfig(processId, config);
 }
 
-ProgramThatPlays::ProgramThatPlays() : channel(windowsAudioSystemCalls()) {
+ProgramThatPlays::ProgramThatPlays() : stream(windowsAudioSystemCalls()) {
     CoreAudioEndpoints endpoints(windowsAudioSystemCalls());
-    const std::wstring defaultId = endpoints.defaultRenderEndpointId();
+    const std::string defaultId = endpoints.defaultRenderEndpointId();
     const std::vector<AudioEndpointPointer> outputs =
         endpoints.activeEndpoints(EndpointFlow::Render).endpoints;
     const auto output =
         std::ranges::find_if(outputs, [&](const auto& endpoint) { return endpoint->id == defaultId; });
-    if (output == outputs.end() || !channel.open(**output)) {
+    if (output == outputs.end() || !stream.open(**output)) {
         throw std::runtime_error("the default output does not open");
     }
-    thread = std::thread([this] { channel.run(running, [](float*, std::uint32_t) {}); });
+    thread = std::thread([this] { stream.run(running, [](float*, std::uint32_t) {}); });
 }
 
 ProgramThatPlays::~ProgramThatPlays() {
     running = false;
-    channel.wake();
+    stream.wake();
     thread.join();
 }
 
-AudioEndpointPointer endpointNamed(EndpointFlow flow, const std::wstring& part) {
+AudioEndpointPointer endpointNamed(EndpointFlow flow, const std::string& part) {
     CoreAudioEndpoints endpoints(windowsAudioSystemCalls());
     for (const AudioEndpointPointer& endpoint : endpoints.activeEndpoints(flow).endpoints) {
-        if (endpoint != nullptr && endpoint->friendlyName.value_or(L"").find(part) != std::wstring::npos) {
+        if (endpoint != nullptr && endpoint->friendlyName.value_or("").find(part) != std::string::npos) {
             return endpoint;
         }
     }

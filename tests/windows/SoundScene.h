@@ -5,7 +5,7 @@
 #include "mixer/AppAudioConfigStore.h"
 #include "mixer/PerAppInputBuffers.h"
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
+#include "platform/windows/routerAudio/WasapiOutputStream.h"
 
 #include <atomic>
 #include <chrono>
@@ -82,10 +82,10 @@ public:
     ProgramThatPlays& operator=(const ProgramThatPlays&) = delete;
 
 private:
-    WasapiRenderChannel channel;
+    WasapiOutputStream stream;
     std::atomic<bool> running{true};
     std::thread thread;
 };
 
 /// The active endpoint with this in its friendly name; null when there is none.
-[[nodiscard]] AudioEndpointPointer endpointNamed(EndpointFlow flow, const std::wstring& part);
+[[nodiscard]] AudioEndpointPointer endpointNamed(EndpointFlow flow, const std::string& part);

@@ -17,9 +17,9 @@ using Texts = std::vector<std::string>;
 TEST(WideOutputDeathTest, RouterLinesWithNamesOfAllScriptsArriveWholeAsUtf8) {
     const Texts lines = printedBy([] {
         makeWideOutputUtf8();
-        routerLog(L"[INFO] Bus 1: 扬声器 (高清音频设备) found");
-        routerLog(L"Lautsprecher für alle, Колонки, 🎤");
-        routerLog(L"after");
+        routerLog("[INFO] Bus 1: 扬声器 (高清音频设备) found");
+        routerLog("Lautsprecher für alle, Колонки, 🎤");
+        routerLog("after");
     });
     EXPECT_EQ(lines, (Texts{"[INFO] Bus 1: 扬声器 (高清音频设备) found", "Lautsprecher für alle, Колонки, 🎤",
                             "after"}));
@@ -29,7 +29,7 @@ TEST(WideOutputDeathTest, NarrowAndWideTextStandInTheOrderInWhichTheyWereWritten
     const Texts lines = printedBy([] {
         makeWideOutputUtf8();
         std::fputs("narrow 窄\n", stdout);
-        routerLog(L"wide 宽");
+        routerLog("wide 宽");
         std::puts("narrow again");
         std::wcout << L'字' << 7 << L'\n'; // at the end of the process
     });
@@ -40,8 +40,8 @@ TEST(WideOutputDeathTest, OutputThatIsNotThereIsNoCrash) {
     const auto play = [] {
         makeWideOutputUtf8();
         _close(_fileno(stdout));
-        routerLog(L"扬声器");
-        routerLog(L"after");
+        routerLog("扬声器");
+        routerLog("after");
         std::_Exit(0);
     };
     EXPECT_EXIT(play(), testing::ExitedWithCode(0), "");
@@ -50,7 +50,7 @@ TEST(WideOutputDeathTest, OutputThatIsNotThereIsNoCrash) {
 TEST(WideOutputDeathTest, HalfOfAPairIsReplacedAndItsLineGoesOn) {
     const Texts lines = printedBy([] {
         makeWideOutputUtf8();
-        routerLog(std::wstring(L"a") + L'\xD83C' + L"b");
+        std::wcout << L"a" << L'\xD83C' << L"b" << std::endl;
     });
     EXPECT_EQ(lines, Texts{"a\uFFFDb"});
 }

@@ -8,16 +8,10 @@
 
 namespace {
 
-constexpr std::int64_t kHundredNsPerSecond = 10'000'000;
-
-RenderFormat renderFormatOf(const WaveFormat& wave) {
-    return {wave, wave.samplesPerSecond * wave.blockAlign, 0};
-}
-
-class NoApartment : public ComApartment {
+class OfflineSession : public SoundSession {
 public:
-    [[nodiscard]] HResult initialize() override { return kHResultOk; }
-    void uninitialize() override {}
+    [[nodiscard]] SessionEntry enter() override { return SessionEntry::Entered; }
+    void leave() override {}
 };
 
 class ListedEndpoints : public AudioEndpointSystem {
@@ -34,16 +28,18 @@ public:
         return list;
     }
 
-    [[nodiscard]] std::wstring defaultRenderEndpointId() override {
+    [[nodiscard]] std::string defaultRenderEndpointId() override {
         const EndpointEnumeration list = activeEndpoints(EndpointFlow::Render);
-        return list.endpoints.empty() ? std::wstring() : list.endpoints.front()->id.value_or(std::wstring());
+        return list.endpoints.empty() ? std::string() : list.endpoints.front()->id.value_or(std::string());
     }
 
-    [[nodiscard]] HResult probeActivation(const AudioEndpoint& /*endpoint*/) override { return kHResultOk; }
+    [[nodiscard]] SoundResult probeActivation(const AudioEndpoint& /*endpoint*/) override {
+        return kSoundDone;
+    }
 
     [[nodiscard]] SetDefaultOutcome setDefaultEndpoint(EndpointFlow /*flow*/,
                                                        const AudioEndpoint& /*endpoint*/) override {
-        return {SetDefaultStep::Set, kHResultNotImplemented};
+        return {SetDefaultStep::Set, kSoundNotSupported};
     }
 
 private:
@@ -52,28 +48,28 @@ private:
 
 } // namespace
 
-void OfflineCapture::setBufferDuration(std::int64_t newDuration) {
+void OfflineCapture::setBufferDuration(std::chrono::milliseconds newDuration) {
     duration = newDuration;
 }
 
 void OfflineCapture::setClientFormat(const WaveFormat& format) {
-    clientFormat = renderFormatOf(format);
+    clientFormat = format;
 }
 
-HResult OfflineCapture::startCapture(std::uint32_t processId, bool /*includeProcessTree*/) {
+SoundResult OfflineCapture::startCapture(std::uint32_t processId, bool /*includeProcessTree*/) {
     source = processId;
     // A client that does not say its format is one that has no such call.
-    const RenderFormat format =
-        chooseCaptureFormat(clientFormat ? kHResultOk : kHResultNotImplemented, clientFormat);
+    const WaveFormat format =
+        chooseCaptureFormat(clientFormat ? kSoundDone : kSoundNotSupported, clientFormat);
     logCapturingProcess(processId);
-    logCaptureStarted(
-        processId, static_cast<std::uint32_t>(duration * format.wave.samplesPerSecond / kHundredNsPerSecond));
+    logCaptureStarted(processId,
+                      static_cast<std::uint32_t>(duration.count() * format.samplesPerSecond / 1000));
     capturing = true;
-    return kHResultOk;
+    return kSoundDone;
 }
 
-HResult OfflineCapture::stopCapture() {
-    return std::exchange(capturing, false) ? kHResultOk : kHResultInvalidState;
+SoundResult OfflineCapture::stopCapture() {
+    return std::exchange(capturing, false) ? kSoundDone : kSoundNothingToStop;
 }
 
 bool OfflineCapture::deliver(const void* data, std::uint32_t byteCount, const WaveFormat& format) {
@@ -91,7 +87,7 @@ public:
     Capture(PerAppInputBuffers& inputBuffers, OfflinePlatform& system)
         : OfflineCapture(inputBuffers), owner(system) {}
 
-    [[nodiscard]] HResult startCapture(std::uint32_t processId, bool includeProcessTree) override {
+    [[nodiscard]] SoundResult startCapture(std::uint32_t processId, bool includeProcessTree) override {
         owner.captures[processId] = weak_from_this();
         const auto format = owner.setting.processFormats.find(processId);
         if (format != owner.setting.processFormats.end()) {
@@ -105,27 +101,27 @@ private:
 };
 
 // Tells the platform what it plays to, and when it is gone.
-class OfflinePlatform::Output : public OfflineRenderChannel {
+class OfflinePlatform::Output : public OfflineOutputStream {
 public:
     Output(std::uint32_t busId, OfflinePlatform& system)
         : setting(system.setting), entry(system.outputs.at(busId - 1)) {}
-    ~Output() override { entry.channel = nullptr; }
+    ~Output() override { entry.stream = nullptr; }
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override {
-        const auto rate = setting.endpointRates.find(endpoint.id.value_or(std::wstring()));
-        entry.format = chooseRenderFormat(
-            kHResultOk, renderFormatOf(floatWaveFormat(
-                            2, rate != setting.endpointRates.end() ? rate->second : kMixSampleRate)));
+        const auto rate = setting.endpointRates.find(endpoint.id.value_or(std::string()));
+        entry.format = chooseOutputFormat(
+            kSoundDone,
+            floatWaveFormat(2, rate != setting.endpointRates.end() ? rate->second : kMixSampleRate));
         // As a system does: an input cannot play.
         if (endpoint.flow == EndpointFlow::Capture) {
-            logRenderFailure(RenderStep::GetService, kHResultWrongEndpoint);
+            logOutputFailure(OutputStep::GetService, kSoundWrongDirection);
             return false;
         }
-        entry.channel = this;
+        entry.stream = this;
         entry.endpoint = endpoint;
-        return OfflineRenderChannel::open(endpoint);
+        return OfflineOutputStream::open(endpoint);
     }
 
 private:
@@ -141,12 +137,12 @@ OfflinePlatform::OfflinePlatform(Setting systemSetting) : setting(std::move(syst
 
 RouterPlatform OfflinePlatform::platform() {
     RouterPlatform platform;
-    platform.com = std::make_shared<NoApartment>();
+    platform.session = std::make_shared<OfflineSession>();
     platform.endpoints = std::make_shared<ListedEndpoints>(endpoints);
     platform.makeProcessCapture = [this](PerAppInputBuffers& buffers) -> std::shared_ptr<ProcessCapture> {
         return std::make_shared<Capture>(buffers, *this);
     };
-    platform.makeRenderChannel = [this](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
+    platform.makeOutputStream = [this](std::uint32_t busId) -> std::unique_ptr<OutputStream> {
         return std::make_unique<Output>(busId, *this);
     };
     return platform;
@@ -157,14 +153,14 @@ std::shared_ptr<OfflineCapture> OfflinePlatform::captureOf(std::uint32_t process
     return found != captures.end() ? found->second.lock() : nullptr;
 }
 
-OfflineRenderChannel* OfflinePlatform::outputOf(std::uint32_t busId) const {
-    return outputs.at(busId - 1).channel;
+OfflineOutputStream* OfflinePlatform::outputOf(std::uint32_t busId) const {
+    return outputs.at(busId - 1).stream;
 }
 
 const AudioEndpoint& OfflinePlatform::endpointOf(std::uint32_t busId) const {
     return outputs.at(busId - 1).endpoint;
 }
 
-const RenderFormat& OfflinePlatform::formatOf(std::uint32_t busId) const {
+const WaveFormat& OfflinePlatform::formatOf(std::uint32_t busId) const {
     return outputs.at(busId - 1).format;
 }

@@ -4,9 +4,10 @@
 // that play when they are told to. Nothing happens by itself and no real device is touched.
 
 #include "mixer/RouterPlatform.h"
-#include "tools/scene/OfflineRenderChannel.h"
+#include "tools/scene/OfflineOutputStream.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -21,9 +22,9 @@ class OfflineCapture : public ProcessCapture {
 public:
     explicit OfflineCapture(PerAppInputBuffers& inputBuffers) : buffers(inputBuffers) {}
 
-    void setBufferDuration(std::int64_t newDuration) override;
-    [[nodiscard]] HResult startCapture(std::uint32_t processId, bool includeProcessTree) override;
-    HResult stopCapture() override;
+    void setBufferDuration(std::chrono::milliseconds newDuration) override;
+    [[nodiscard]] SoundResult startCapture(std::uint32_t processId, bool includeProcessTree) override;
+    SoundResult stopCapture() override;
 
     /// What the process plays, for the lines of the start; before it.
     void setClientFormat(const WaveFormat& format);
@@ -34,8 +35,8 @@ public:
 
 private:
     PerAppInputBuffers& buffers;
-    std::int64_t duration = kDefaultBufferDuration;
-    std::optional<RenderFormat> clientFormat;
+    std::chrono::milliseconds duration = kDefaultBufferDuration;
+    std::optional<WaveFormat> clientFormat;
     std::uint32_t source = 0;
     bool capturing = false;
 };
@@ -48,7 +49,7 @@ public:
         /// In the order in which the system lists them; the first output is the default one.
         std::vector<AudioEndpoint> endpoints;
         /// Hz, by endpoint id; 48000 for any other.
-        std::map<std::wstring, std::uint32_t> endpointRates;
+        std::map<std::string, std::uint32_t> endpointRates;
         /// What processes play; a process that is not here does not say its format.
         std::map<std::uint32_t, WaveFormat> processFormats;
     };
@@ -60,11 +61,11 @@ public:
     [[nodiscard]] std::shared_ptr<OfflineCapture> captureOf(std::uint32_t processId) const;
 
     /// The output of a bus (1, 2, or 3 for Solo), null when it was not opened. Until the router stops.
-    [[nodiscard]] OfflineRenderChannel* outputOf(std::uint32_t busId) const;
+    [[nodiscard]] OfflineOutputStream* outputOf(std::uint32_t busId) const;
     /// The endpoint that the output plays to.
     [[nodiscard]] const AudioEndpoint& endpointOf(std::uint32_t busId) const;
     /// The format that the output was opened with.
-    [[nodiscard]] const RenderFormat& formatOf(std::uint32_t busId) const;
+    [[nodiscard]] const WaveFormat& formatOf(std::uint32_t busId) const;
 
 private:
     class Capture;
@@ -74,9 +75,9 @@ private:
     std::vector<AudioEndpointPointer> endpoints;
     std::map<std::uint32_t, std::weak_ptr<OfflineCapture>> captures;
     struct OpenOutput {
-        OfflineRenderChannel* channel = nullptr;
+        OfflineOutputStream* stream = nullptr;
         AudioEndpoint endpoint;
-        RenderFormat format;
+        WaveFormat format;
     };
     std::array<OpenOutput, 3> outputs; // of the buses 1, 2 and 3
 };

@@ -138,10 +138,6 @@ std::vector<std::string> listOf(const std::string& text) {
     return parts;
 }
 
-std::wstring wide(const std::string& text) {
-    return QString::fromStdString(text).toStdWString();
-}
-
 // The words behind the first of a line, each to be taken once.
 class Arguments {
 public:
@@ -248,12 +244,12 @@ public:
 private:
     void readEndpoint(Arguments& arguments) {
         AudioEndpoint endpoint;
-        endpoint.friendlyName = wide(arguments.plain("the endpoint's name"));
+        endpoint.friendlyName = arguments.plain("the endpoint's name");
         endpoint.flow = arguments.flag("input") ? EndpointFlow::Capture : EndpointFlow::Render;
         endpoint.connectorCount = arguments.flag("virtual") ? 0 : 1;
         const std::string id =
             arguments.value("id").value_or("scene#" + std::to_string(scene.endpoints.size()));
-        endpoint.id = wide(id);
+        endpoint.id = id;
         const std::uint32_t rate = wholeNumber(arguments.value("rate").value_or("48000"), 1, kHighestRate);
         if (!scene.endpointRates.emplace(*endpoint.id, rate).second) {
             throw Wrong("there is an endpoint with the id " + quoted(id) + " already");
@@ -262,10 +258,10 @@ private:
     }
 
     void readNames(Arguments& arguments) {
-        scene.names.defaultDevice = wide(arguments.value("default").value_or(""));
-        scene.names.soloDevice = wide(arguments.value("solo").value_or(""));
-        scene.names.input1Device = wide(arguments.value("input1").value_or(""));
-        scene.names.input2Device = wide(arguments.value("input2").value_or(""));
+        scene.names.defaultDevice = arguments.value("default").value_or("");
+        scene.names.soloDevice = arguments.value("solo").value_or("");
+        scene.names.input1Device = arguments.value("input1").value_or("");
+        scene.names.input2Device = arguments.value("input2").value_or("");
     }
 
     void readSource(Arguments& arguments) {

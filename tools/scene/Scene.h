@@ -35,17 +35,17 @@ struct SceneRecords {
 
 /// The names that the router starts with.
 struct SceneNames {
-    std::wstring defaultDevice;
-    std::wstring soloDevice;
-    std::wstring input1Device;
-    std::wstring input2Device;
+    std::string defaultDevice;
+    std::string soloDevice;
+    std::string input1Device;
+    std::string input2Device;
 };
 
 struct Scene {
     std::uint64_t lengthFrames = 0;
     std::uint32_t periodFrames = 480; ///< what an output of 48000 Hz asks for at once
     std::vector<AudioEndpoint> endpoints;
-    std::map<std::wstring, std::uint32_t> endpointRates; ///< Hz, by endpoint id
+    std::map<std::string, std::uint32_t> endpointRates; ///< Hz, by endpoint id
     SceneNames names;
     std::vector<SceneSource> sources;
     std::vector<SceneRecords> records; ///< ascending

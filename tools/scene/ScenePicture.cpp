@@ -175,7 +175,7 @@ private:
     void drawOutput(const RenderedOutput& output, int top) {
         label(top, 2 * kWaveHeight,
               QStringLiteral("%1, %2 Hz").arg(nameOfBus(output.busId)).arg(output.sampleRate),
-              QString::fromStdWString(output.endpointName));
+              QString::fromStdString(output.endpointName));
         for (std::size_t channel = 0; channel < 2; ++channel) {
             const int laneTop = top + static_cast<int>(channel) * kWaveHeight;
             painter->fillRect(plotLeft(), laneTop, plotWidth(), kWaveHeight - 2, kLane);

@@ -56,8 +56,8 @@ private:
             }
             const AudioEndpoint& endpoint = system.endpointOf(busId);
             rendered.outputs.push_back({busId,
-                                        endpoint.friendlyName.value_or(std::wstring()),
-                                        system.formatOf(busId).wave.samplesPerSecond,
+                                        endpoint.friendlyName.value_or(std::string()),
+                                        system.formatOf(busId).samplesPerSecond,
                                         {}});
         }
     }

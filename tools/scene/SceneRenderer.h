@@ -14,7 +14,7 @@
 /// What one output played.
 struct RenderedOutput {
     std::uint32_t busId = 0; ///< 1, 2, or 3 for Solo
-    std::wstring endpointName;
+    std::string endpointName;
     std::uint32_t sampleRate = 48000;
     std::vector<float> stereo; ///< interleaved, at that rate
 };

@@ -1,35 +1,21 @@
 #include "platform/linux/sound/PulseEndpoints.h"
 
+#include "mixer/Utf8.h"
+
 #include <algorithm>
+#include <string_view>
 
 namespace {
 
-/// UTF-8, as the server has it, to wide text; what is no UTF-8 becomes "?".
-std::wstring widened(const std::string& text) {
-    std::wstring wide;
-    for (std::size_t at = 0; at < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[at]);
-        const std::size_t length = lead < 0x80       ? 1
-                                   : lead >> 5 == 6  ? 2
-                                   : lead >> 4 == 14 ? 3
-                                   : lead >> 3 == 30 ? 4
-                                                     : 0;
-        if (length == 0 || at + length > text.size()) {
-            wide += L'?';
-            ++at;
-            continue;
-        }
-        char32_t value = length == 1 ? lead : lead & (0x7FU >> length);
-        bool good = true;
-        for (std::size_t next = 1; next < length; ++next) {
-            const auto byte = static_cast<unsigned char>(text[at + next]);
-            good = good && byte >> 6 == 2;
-            value = value << 6 | (byte & 0x3F);
-        }
-        wide += good ? static_cast<wchar_t>(value) : L'?';
-        at += good ? length : 1;
+/// The server's text; what is no UTF-8 becomes "?".
+std::string validText(std::string_view text) {
+    std::string valid;
+    while (!text.empty()) {
+        const Utf8Character character = firstCharacter(text);
+        valid += character.value == Utf8Character::kInvalid ? "?" : text.substr(0, character.byteCount);
+        text.remove_prefix(character.byteCount);
     }
-    return wide;
+    return valid;
 }
 
 const PulseEndpointHandle* handleOf(const AudioEndpoint& endpoint) {
@@ -39,7 +25,7 @@ const PulseEndpointHandle* handleOf(const AudioEndpoint& endpoint) {
 AudioEndpointPointer endpointOf(const PulseDevice& device, EndpointFlow flow) {
     auto endpoint = std::make_shared<AudioEndpoint>();
     endpoint->id = pulseEndpointId(device);
-    endpoint->friendlyName = widened(device.description);
+    endpoint->friendlyName = validText(device.description);
     const std::uint32_t connectors = pulseConnectorCount(device);
     if (connectors > 0) {
         endpoint->connectorCount = connectors;
@@ -51,16 +37,16 @@ AudioEndpointPointer endpointOf(const PulseDevice& device, EndpointFlow flow) {
 
 } // namespace
 
-std::wstring pulseEndpointId(const PulseDevice& device) {
-    std::wstring name = widened(device.name);
+std::string pulseEndpointId(const PulseDevice& device) {
+    std::string name = validText(device.name);
     if (device.bus == "usb") {
-        return L"usb#" + name;
+        return "usb#" + name;
     }
     if (device.bus == "bluetooth" || device.deviceApi == "bluez") {
-        return L"bluetooth#" + name;
+        return "bluetooth#" + name;
     }
     if (device.bus == "pci" || device.formFactor == "internal") {
-        return L"hdaudio#" + name;
+        return "hdaudio#" + name;
     }
     return name;
 }
@@ -76,7 +62,7 @@ EndpointEnumeration PulseEndpoints::activeEndpoints(EndpointFlow flow) {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
     if (!server->awaitReady()) {
         enumeration.reached = EnumerationStep::Enumerator;
-        enumeration.result = kHResultServiceNotRunning;
+        enumeration.result = kSoundNoServer;
         return enumeration;
     }
     for (const PulseDevice& device : flow == EndpointFlow::Render ? server->sinks() : server->sources()) {
@@ -87,7 +73,7 @@ EndpointEnumeration PulseEndpoints::activeEndpoints(EndpointFlow flow) {
     return enumeration;
 }
 
-std::wstring PulseEndpoints::defaultRenderEndpointId() {
+std::string PulseEndpoints::defaultRenderEndpointId() {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
     if (!server->awaitReady()) {
         return {};
@@ -101,36 +87,36 @@ std::wstring PulseEndpoints::defaultRenderEndpointId() {
     return {};
 }
 
-HResult PulseEndpoints::probeActivation(const AudioEndpoint& endpoint) {
+SoundResult PulseEndpoints::probeActivation(const AudioEndpoint& endpoint) {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
     const PulseEndpointHandle* const handle = handleOf(endpoint);
     if (handle == nullptr || !server->awaitReady()) {
-        return kHResultServiceNotRunning;
+        return kSoundNoServer;
     }
     const bool there = std::ranges::any_of(
         server->sources(), [handle](const auto& source) { return source.name == handle->name; });
-    return there ? kHResultOk : kHResultDeviceInvalidated;
+    return there ? kSoundDone : kSoundDeviceGone;
 }
 
 SetDefaultOutcome PulseEndpoints::setDefaultEndpoint(EndpointFlow flow, const AudioEndpoint& endpoint) {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
     const PulseEndpointHandle* const handle = handleOf(endpoint);
     if (handle == nullptr || !server->awaitReady()) {
-        return {SetDefaultStep::Policy, kHResultServiceNotRunning};
+        return {SetDefaultStep::Policy, kSoundNoServer};
     }
     const bool done = flow == EndpointFlow::Render ? server->setDefaultSink(handle->name)
                                                    : server->setDefaultSource(handle->name);
-    return done ? SetDefaultOutcome{} : SetDefaultOutcome{SetDefaultStep::Set, kHResultFail};
+    return done ? SetDefaultOutcome{} : SetDefaultOutcome{SetDefaultStep::Set, kSoundFailed};
 }
 
-HResult PulseApartment::initialize() {
+SessionEntry PulseSession::enter() {
     if (holders++ == 0) {
         server = PulseServer::shared();
     }
-    return kHResultOk;
+    return SessionEntry::Entered;
 }
 
-void PulseApartment::uninitialize() {
+void PulseSession::leave() {
     if (holders == 0) {
         return;
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "mixer/AudioEndpoint.h"
-#include "mixer/ComApartment.h"
+#include "mixer/SoundSession.h"
 #include "platform/linux/sound/PulseServer.h"
 
 #include <cstdint>
@@ -16,7 +16,7 @@ struct PulseEndpointHandle {
 /// The id of a device: its name in the server, behind a mark of the bus that it hangs on, in the spelling
 /// that the tests of ids look for: "hdaudio#" for what is built in (device.bus "pci", or device.form_factor
 /// "internal"), "usb#", "bluetooth#", and none for the rest.
-[[nodiscard]] std::wstring pulseEndpointId(const PulseDevice& device);
+[[nodiscard]] std::string pulseEndpointId(const PulseDevice& device);
 
 /// A device has connectors where the server declares hardware for it: by device.bus, device.form_factor, an
 /// ALSA card or ports. Their number is that of the ports, and at least 1.
@@ -27,18 +27,17 @@ struct PulseEndpointHandle {
 class PulseEndpoints final : public AudioEndpointSystem {
 public:
     [[nodiscard]] EndpointEnumeration activeEndpoints(EndpointFlow flow) override;
-    [[nodiscard]] std::wstring defaultRenderEndpointId() override;
-    [[nodiscard]] HResult probeActivation(const AudioEndpoint& endpoint) override;
+    [[nodiscard]] std::string defaultRenderEndpointId() override;
+    [[nodiscard]] SoundResult probeActivation(const AudioEndpoint& endpoint) override;
     [[nodiscard]] SetDefaultOutcome setDefaultEndpoint(EndpointFlow flow,
                                                        const AudioEndpoint& endpoint) override;
 };
 
-/// Stands for the apartment's lifetime: from initialize() to uninitialize() the process holds the connection
-/// to the sound server.
-class PulseApartment final : public ComApartment {
+/// From enter() to leave() the process holds the connection to the sound server.
+class PulseSession final : public SoundSession {
 public:
-    [[nodiscard]] HResult initialize() override;
-    void uninitialize() override;
+    [[nodiscard]] SessionEntry enter() override;
+    void leave() override;
 
 private:
     std::uint32_t holders = 0;

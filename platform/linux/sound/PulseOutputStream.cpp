@@ -9,7 +9,6 @@
 namespace {
 
 constexpr std::uint32_t kBytesPerMs = kMixSampleRate / 1000 * kFrameBytes;
-constexpr std::int64_t kUnitsPerMs = 10'000; // of 100 ns
 
 // What lies between the mix and the ear, the sink's own buffer included, and what the server asks for at a
 // time.
@@ -38,18 +37,17 @@ PulseOutputStream::~PulseOutputStream() {
 
 bool PulseOutputStream::open(const AudioEndpoint& endpoint) {
     if (endpoint.flow == EndpointFlow::Capture) {
-        logRenderFailure(RenderStep::GetService, kHResultWrongEndpoint);
+        logOutputFailure(OutputStep::GetService, kSoundWrongDirection);
         return false;
     }
     const auto* const device = static_cast<const PulseEndpointHandle*>(endpoint.handle.get());
     mainloop.reset(device != nullptr ? pa_mainloop_new() : nullptr);
     if (!mainloop) {
-        logRenderFailure(RenderStep::Activate, kHResultFail);
+        logOutputFailure(OutputStep::Activate, kSoundFailed);
         return false;
     }
     sinkName = device->name;
-    static_cast<void>(chooseRenderFormat(
-        kHResultOk, RenderFormat{floatWaveFormat(2, kMixSampleRate), kMixSampleRate * kFrameBytes, 0}));
+    static_cast<void>(chooseOutputFormat(kSoundDone, floatWaveFormat(2, kMixSampleRate)));
     return true;
 }
 
@@ -122,12 +120,12 @@ void PulseOutputStream::connectStream() {
     }
     pa_stream_set_state_callback(stream.get(), onState, this);
     pa_stream_set_write_callback(stream.get(), onWrite, this);
-    const pa_buffer_attr attributes{
-        .maxlength = static_cast<std::uint32_t>(kRenderBufferDuration / kUnitsPerMs) * kBytesPerMs,
-        .tlength = kLatencyMs * kBytesPerMs,
-        .prebuf = 0, // starts at once, and goes on by itself after an underrun
-        .minreq = kPeriodMs * kBytesPerMs,
-        .fragsize = kServersChoice};
+    const pa_buffer_attr attributes{.maxlength = static_cast<std::uint32_t>(kOutputBufferDuration.count()) *
+                                                 kBytesPerMs,
+                                    .tlength = kLatencyMs * kBytesPerMs,
+                                    .prebuf = 0, // starts at once, and goes on by itself after an underrun
+                                    .minreq = kPeriodMs * kBytesPerMs,
+                                    .fragsize = kServersChoice};
     // An output stays where it is: when its sink goes, it waits for it.
     constexpr auto kFlags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
     if (pa_stream_connect_playback(stream.get(), sinkName.c_str(), &attributes, kFlags, nullptr, nullptr) <

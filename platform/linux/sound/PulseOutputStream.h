@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mixer/RenderChannel.h"
+#include "mixer/OutputStream.h"
 #include "platform/linux/sound/PulseConnection.h"
 #include "platform/linux/sound/PulseHandles.h"
 
@@ -13,7 +13,7 @@
 /// thread. The server asks for frames, and the callback writes them into the server's own memory. The stream
 /// is 48000 Hz stereo float on every sink; the server converts. When the server or the sink goes, the stream
 /// is made anew as soon as it is back.
-class PulseOutputStream final : public RenderChannel {
+class PulseOutputStream final : public OutputStream {
 public:
     /// `busId` names the stream.
     explicit PulseOutputStream(std::uint32_t busId);

@@ -14,13 +14,11 @@
 
 namespace {
 
-constexpr std::int64_t kUnitsPerSecond = 10'000'000; // of 100 ns
-
 // Two packets fill the buffer: each waits no longer than it must before the mixer has it.
 constexpr std::int64_t kPacketsOfABuffer = 2;
 
-std::uint32_t bytesOf(std::int64_t duration) {
-    return static_cast<std::uint32_t>(duration * kMixSampleRate / kUnitsPerSecond *
+std::uint32_t bytesOf(std::chrono::milliseconds duration) {
+    return static_cast<std::uint32_t>(duration.count() * kMixSampleRate / 1000 *
                                       static_cast<std::int64_t>(kFrameBytes));
 }
 
@@ -128,7 +126,7 @@ PulseProcessCapture::~PulseProcessCapture() {
     stopCapture();
 }
 
-HResult PulseProcessCapture::startCapture(std::uint32_t targetProcessId, bool includeProcessTree) {
+SoundResult PulseProcessCapture::startCapture(std::uint32_t targetProcessId, bool includeProcessTree) {
     const std::uint32_t bufferBytes = bytesOf(bufferDuration);
     logCaptureFormat(floatWaveFormat(2, kMixSampleRate));
     logCapturingProcess(targetProcessId);
@@ -137,14 +135,14 @@ HResult PulseProcessCapture::startCapture(std::uint32_t targetProcessId, bool in
     session =
         std::make_unique<Session>(*server, buffers, Session::Target{targetProcessId, includeProcessTree},
                                   bytesOf(bufferDuration / kPacketsOfABuffer));
-    return kHResultOk;
+    return kSoundDone;
 }
 
-HResult PulseProcessCapture::stopCapture() {
+SoundResult PulseProcessCapture::stopCapture() {
     const PulseServer::Lock lock(*server);
     if (!session) {
-        return kHResultInvalidState;
+        return kSoundNothingToStop;
     }
     session.reset();
-    return kHResultOk;
+    return kSoundDone;
 }

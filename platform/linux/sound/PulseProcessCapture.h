@@ -20,17 +20,17 @@ public:
     PulseProcessCapture(std::shared_ptr<PulseServer> soundServer, PerAppInputBuffers& inputBuffers);
     ~PulseProcessCapture() override;
 
-    void setBufferDuration(std::int64_t duration) override { bufferDuration = duration; }
+    void setBufferDuration(std::chrono::milliseconds duration) override { bufferDuration = duration; }
     /// Does not wait: a process that plays nothing yet is captured when it does, and one that has ended
     /// never.
-    [[nodiscard]] HResult startCapture(std::uint32_t targetProcessId, bool includeProcessTree) override;
-    HResult stopCapture() override;
+    [[nodiscard]] SoundResult startCapture(std::uint32_t targetProcessId, bool includeProcessTree) override;
+    SoundResult stopCapture() override;
 
 private:
     class Session;
 
     std::shared_ptr<PulseServer> server;
     PerAppInputBuffers& buffers;
-    std::int64_t bufferDuration = kDefaultBufferDuration; // 100 ns
-    std::unique_ptr<Session> session;                     // while it captures; under the server's lock
+    std::chrono::milliseconds bufferDuration = kDefaultBufferDuration;
+    std::unique_ptr<Session> session; // while it captures; under the server's lock
 };

@@ -189,13 +189,13 @@ void PulseServer::onLost() {
     for (Observer* const observer : observers) {
         observer->connectionLost();
     }
-    logRarely(L"[WARNING] Sound server lost, waiting for its return");
+    logRarely("[WARNING] Sound server lost, waiting for its return");
 }
 
 void PulseServer::finishListing() {
     known = true;
     if (wasReady) {
-        logRarely(L"[INFO] Sound server is back");
+        logRarely("[INFO] Sound server is back");
     }
     wasReady = true;
     setPhase(Phase::Ready);
@@ -210,11 +210,11 @@ void PulseServer::setPhase(Phase next) {
 }
 
 // A server that restarts again and again does not fill the log.
-void PulseServer::logRarely(const wchar_t* line) {
+void PulseServer::logRarely(const char* line) {
     const auto now = std::chrono::steady_clock::now();
     if (!lastLine || now - *lastLine >= kLinePause) {
         lastLine = now;
-        routerLog(line);
+        routerLog("{}", line);
     }
 }
 

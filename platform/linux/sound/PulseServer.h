@@ -122,7 +122,7 @@ private:
     void onLost();
     void finishListing();
     void setPhase(Phase next);
-    void logRarely(const wchar_t* line);
+    void logRarely(const char* line);
     void notify(void (Observer::*change)());
     void keepDevice(std::map<std::uint32_t, PulseDevice>& devices, PulseDevice device);
     [[nodiscard]] bool setDefault(const std::string& name, SetDefault call);

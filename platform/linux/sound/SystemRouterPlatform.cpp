@@ -6,12 +6,12 @@
 
 RouterPlatform systemRouterPlatform() {
     RouterPlatform platform;
-    platform.com = std::make_shared<PulseApartment>();
+    platform.session = std::make_shared<PulseSession>();
     platform.endpoints = std::make_shared<PulseEndpoints>();
     platform.makeProcessCapture = [](PerAppInputBuffers& buffers) {
         return std::make_shared<PulseProcessCapture>(PulseServer::shared(), buffers);
     };
-    platform.makeRenderChannel = [](std::uint32_t busId) {
+    platform.makeOutputStream = [](std::uint32_t busId) {
         return std::make_unique<PulseOutputStream>(busId);
     };
     platform.nameThisThread = nameThisThread;

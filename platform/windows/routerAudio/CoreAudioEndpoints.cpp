@@ -1,6 +1,8 @@
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 
 #include "platform/windows/routerAudio/PolicyConfig.h"
+#include "platform/windows/routerAudio/WindowsResult.h"
+#include "platform/windows/system/WideText.h"
 
 #include <audioclient.h>
 #include <objbase.h>
@@ -21,26 +23,26 @@ constexpr PROPERTYKEY kFriendlyName = {
 constexpr PROPERTYKEY kContainerId = {
     {0x8C7ED206, 0x3F8A, 0x4827, {0xB3, 0xAB, 0xAE, 0x9E, 0x1F, 0xAE, 0xFC, 0x6C}}, 2};
 
-std::optional<std::wstring> idOf(IMMDevice* device) {
+std::optional<std::string> idOf(IMMDevice* device) {
     LPWSTR text = nullptr;
     if (FAILED(device->GetId(&text)) || text == nullptr) {
         return std::nullopt;
     }
-    std::wstring id(text);
+    std::string id = utf8Of(text);
     CoTaskMemFree(text);
     return id;
 }
 
-std::optional<std::wstring> friendlyNameOf(IMMDevice* device) {
+std::optional<std::string> friendlyNameOf(IMMDevice* device) {
     ComPtr<IPropertyStore> store;
     PROPVARIANT value{};
     if (FAILED(device->OpenPropertyStore(STGM_READ, store.GetAddressOf())) ||
         FAILED(store->GetValue(kFriendlyName, &value))) {
         return std::nullopt;
     }
-    std::optional<std::wstring> name;
+    std::optional<std::string> name;
     if (value.vt == VT_LPWSTR && value.pwszVal != nullptr) {
-        name = value.pwszVal;
+        name = utf8Of(value.pwszVal);
     }
     PropVariantClear(&value);
     return name;
@@ -106,17 +108,18 @@ EndpointEnumeration CoreAudioEndpoints::activeEndpoints(EndpointFlow flow) {
     ComPtr<IMMDeviceCollection> collection;
     UINT count = 0;
     found.reached = EnumerationStep::Enumerator;
-    found.result = createEnumerator(calls, enumerator);
-    if (SUCCEEDED(found.result)) {
+    HRESULT result = createEnumerator(calls, enumerator);
+    if (SUCCEEDED(result)) {
         found.reached = EnumerationStep::Enumeration;
-        found.result =
+        result =
             enumerator->EnumAudioEndpoints(nativeFlow(flow), DEVICE_STATE_ACTIVE, collection.GetAddressOf());
     }
-    if (SUCCEEDED(found.result)) {
+    if (SUCCEEDED(result)) {
         found.reached = EnumerationStep::Count;
-        found.result = collection->GetCount(&count);
+        result = collection->GetCount(&count);
     }
-    if (FAILED(found.result)) {
+    found.result = soundResult(result);
+    if (FAILED(result)) {
         return found;
     }
     found.reached = EnumerationStep::Done;
@@ -128,24 +131,24 @@ EndpointEnumeration CoreAudioEndpoints::activeEndpoints(EndpointFlow flow) {
     return found;
 }
 
-std::wstring CoreAudioEndpoints::defaultRenderEndpointId() {
+std::string CoreAudioEndpoints::defaultRenderEndpointId() {
     ComPtr<IMMDeviceEnumerator> enumerator;
     ComPtr<IMMDevice> device;
     if (FAILED(createEnumerator(calls, enumerator)) ||
         FAILED(enumerator->GetDefaultAudioEndpoint(eRender, eConsole, device.GetAddressOf()))) {
         return {};
     }
-    return idOf(device.Get()).value_or(std::wstring());
+    return idOf(device.Get()).value_or(std::string());
 }
 
-HResult CoreAudioEndpoints::probeActivation(const AudioEndpoint& endpoint) {
+SoundResult CoreAudioEndpoints::probeActivation(const AudioEndpoint& endpoint) {
     IMMDevice* const device = deviceOf(endpoint);
     if (device == nullptr) {
-        return E_POINTER;
+        return soundResult(E_POINTER);
     }
     ComPtr<IAudioClient> client;
-    return device->Activate(__uuidof(IAudioClient), CLSCTX_ALL, nullptr,
-                            reinterpret_cast<void**>(client.GetAddressOf()));
+    return soundResult(device->Activate(__uuidof(IAudioClient), CLSCTX_ALL, nullptr,
+                                        reinterpret_cast<void**>(client.GetAddressOf())));
 }
 
 SetDefaultOutcome CoreAudioEndpoints::setDefaultEndpoint(EndpointFlow, const AudioEndpoint& endpoint) {
@@ -153,8 +156,9 @@ SetDefaultOutcome CoreAudioEndpoints::setDefaultEndpoint(EndpointFlow, const Aud
     const HRESULT created = calls.createInstance(kPolicyConfigClass, kPolicyConfigInterface,
                                                  reinterpret_cast<void**>(policy.GetAddressOf()));
     if (FAILED(created)) {
-        return {SetDefaultStep::Policy, created};
+        return {SetDefaultStep::Policy, soundResult(created)};
     }
-    const HRESULT set = policy->SetDefaultEndpoint(endpoint.id.value_or(std::wstring()).c_str(), eConsole);
-    return {FAILED(set) ? SetDefaultStep::Set : SetDefaultStep::Done, set};
+    const HRESULT set =
+        policy->SetDefaultEndpoint(wideOf(endpoint.id.value_or(std::string())).c_str(), eConsole);
+    return {FAILED(set) ? SetDefaultStep::Set : SetDefaultStep::Done, soundResult(set)};
 }

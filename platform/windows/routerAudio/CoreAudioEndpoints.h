@@ -1,7 +1,11 @@
 #pragma once
 
 // The endpoints of Windows Core Audio. Each question makes its own enumerator: nothing is kept between them.
-// The calling thread has COM initialised for the multithreaded model.
+// The calling thread is in COM's multithreaded apartment.
+//
+// An endpoint's id is what IMMDevice::GetId gives, its name PKEY_Device_FriendlyName, its connectors those of
+// IDeviceTopology, its direction that of IMMEndpoint; its handle holds the IMMDevice. The default is set by
+// IPolicyConfig, for the console role alone.
 
 #include "mixer/AudioEndpoint.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
@@ -11,8 +15,8 @@ public:
     explicit CoreAudioEndpoints(AudioSystemCalls systemCalls);
 
     EndpointEnumeration activeEndpoints(EndpointFlow flow) override;
-    std::wstring defaultRenderEndpointId() override;
-    HResult probeActivation(const AudioEndpoint& endpoint) override;
+    std::string defaultRenderEndpointId() override;
+    SoundResult probeActivation(const AudioEndpoint& endpoint) override;
     SetDefaultOutcome setDefaultEndpoint(EndpointFlow flow, const AudioEndpoint& endpoint) override;
 
 private:

@@ -1,7 +1,9 @@
 #include "platform/windows/routerAudio/LoopbackCapture.h"
 
 #include "mixer/PerAppInputBuffers.h"
+#include "platform/windows/routerAudio/ReferenceTime.h"
 #include "platform/windows/routerAudio/WaveFormats.h"
+#include "platform/windows/routerAudio/WindowsResult.h"
 
 #include <audioclientactivationparams.h>
 #include <audiosessiontypes.h>
@@ -123,12 +125,13 @@ HRESULT CLoopbackCapture::completeActivation(IActivateAudioInterfaceAsyncOperati
 void CLoopbackCapture::readCaptureFormat() {
     WAVEFORMATEX* mixFormat = nullptr;
     const HRESULT result = audioClient->GetMixFormat(&mixFormat);
-    std::optional<RenderFormat> clientFormat;
-    if (SUCCEEDED(result) && mixFormat != nullptr) {
-        clientFormat = renderFormat(*mixFormat);
-        CoTaskMemFree(mixFormat);
+    if (FAILED(result) || mixFormat == nullptr) {
+        captureFormat = nativeFormat(chooseCaptureFormat(soundResult(result), std::nullopt));
+        return;
     }
-    captureFormat = nativeFormat(chooseCaptureFormat(result, clientFormat));
+    captureFormat = captureFormatOf(*mixFormat);
+    CoTaskMemFree(mixFormat);
+    logCaptureFormat(waveFormat(captureFormat));
 }
 
 HRESULT CLoopbackCapture::onStartCapture() {
@@ -222,11 +225,13 @@ class CountedCapture final : public ProcessCapture {
 public:
     explicit CountedCapture(ComPtr<CLoopbackCapture> made) : capture(std::move(made)) {}
 
-    void setBufferDuration(std::int64_t duration) override { capture->setBufferDuration(duration); }
-    HResult startCapture(std::uint32_t processId, bool includeProcessTree) override {
-        return capture->startCapture(processId, includeProcessTree);
+    void setBufferDuration(std::chrono::milliseconds duration) override {
+        capture->setBufferDuration(referenceTime(duration));
     }
-    HResult stopCapture() override { return capture->stopCapture(); }
+    SoundResult startCapture(std::uint32_t processId, bool includeProcessTree) override {
+        return soundResult(capture->startCapture(processId, includeProcessTree));
+    }
+    SoundResult stopCapture() override { return soundResult(capture->stopCapture()); }
 
 private:
     const ComPtr<CLoopbackCapture> capture;

@@ -11,6 +11,7 @@
 
 #include "mixer/ProcessCapture.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
+#include "platform/windows/routerAudio/ReferenceTime.h"
 
 #include <atomic>
 #include <audioclient.h>
@@ -40,7 +41,7 @@ public:
     CLoopbackCapture(PerAppInputBuffers& inputBuffers, AudioSystemCalls systemCalls);
 
     /// In units of 100 ns; before startCapture().
-    void setBufferDuration(std::int64_t duration) { bufferDuration = duration; }
+    void setBufferDuration(REFERENCE_TIME duration) { bufferDuration = duration; }
 
     /// Blocks until activation has finished. The router's thread, once.
     HRESULT startCapture(DWORD targetProcessId, bool includeProcessTree);
@@ -139,7 +140,7 @@ private:
     // keep the capture alive for ever.
     wil::critical_section armLock;
     DWORD workQueueId = 0;
-    std::int64_t bufferDuration = ProcessCapture::kDefaultBufferDuration;
+    REFERENCE_TIME bufferDuration = referenceTime(ProcessCapture::kDefaultBufferDuration);
     HRESULT activationResult = E_UNEXPECTED;
     std::atomic<CaptureState> state{CaptureState::Uninitialized};
     wil::unique_handle activationEvent; // ActivateCompleted() has finished

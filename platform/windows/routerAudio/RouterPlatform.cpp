@@ -1,8 +1,8 @@
 #include "platform/ThreadName.h"
+#include "platform/windows/routerAudio/ComSession.h"
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
 #include "platform/windows/routerAudio/LoopbackCapture.h"
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
-#include "platform/windows/routerAudio/WindowsComApartment.h"
+#include "platform/windows/routerAudio/WasapiOutputStream.h"
 #include "platform/windows/routerAudio/WindowsRouterPlatform.h"
 
 RouterPlatform systemRouterPlatform() {
@@ -11,13 +11,13 @@ RouterPlatform systemRouterPlatform() {
 
 RouterPlatform windowsRouterPlatform(const AudioSystemCalls& calls) {
     RouterPlatform platform;
-    platform.com = std::make_shared<WindowsComApartment>(calls);
+    platform.session = std::make_shared<ComSession>(calls);
     platform.endpoints = std::make_shared<CoreAudioEndpoints>(calls);
     platform.makeProcessCapture = [calls](PerAppInputBuffers& buffers) {
         return makeLoopbackCapture(buffers, calls);
     };
-    platform.makeRenderChannel = [calls](std::uint32_t) {
-        return std::make_unique<WasapiRenderChannel>(calls);
+    platform.makeOutputStream = [calls](std::uint32_t) {
+        return std::make_unique<WasapiOutputStream>(calls);
     };
     platform.nameThisThread = nameThisThread;
     return platform;

@@ -1,8 +1,7 @@
 #pragma once
 
-// Between Windows' WAVEFORMATEX and the router's own records of it.
+// Between Windows' WAVEFORMATEX and the mixer's own record of it.
 
-#include "mixer/RenderChannel.h"
 #include "mixer/WaveFormat.h"
 
 #include <mmreg.h>
@@ -16,18 +15,25 @@
             .bitsPerSample = format.wBitsPerSample};
 }
 
-[[nodiscard]] inline RenderFormat renderFormat(const WAVEFORMATEX& format) {
-    return {.wave = waveFormat(format),
-            .bytesPerSecond = format.nAvgBytesPerSec,
-            .extraByteCount = format.cbSize};
+/// The 18 fixed bytes, with nothing behind them.
+[[nodiscard]] inline WAVEFORMATEX nativeFormat(const WaveFormat& format) {
+    return {.wFormatTag = format.formatTag,
+            .nChannels = format.channels,
+            .nSamplesPerSec = format.samplesPerSecond,
+            .nAvgBytesPerSec = format.samplesPerSecond * format.blockAlign,
+            .nBlockAlign = format.blockAlign,
+            .wBitsPerSample = format.bitsPerSample,
+            .cbSize = 0};
 }
 
-[[nodiscard]] inline WAVEFORMATEX nativeFormat(const RenderFormat& format) {
-    return {.wFormatTag = format.wave.formatTag,
-            .nChannels = format.wave.channels,
-            .nSamplesPerSec = format.wave.samplesPerSecond,
-            .nAvgBytesPerSec = format.bytesPerSecond,
-            .nBlockAlign = format.wave.blockAlign,
-            .wBitsPerSample = format.wave.bitsPerSample,
-            .cbSize = format.extraByteCount};
+/// The fixed bytes of a client's own format, as a capture is opened with. The count of the bytes behind them
+/// is kept where it lies in 1 to 22, as the 22 of an extensible format do; no format known to the system
+/// carries more.
+[[nodiscard]] inline WAVEFORMATEX captureFormatOf(const WAVEFORMATEX& clientFormat) {
+    constexpr WORD kLargestExtraByteCount = 22;
+    WAVEFORMATEX format = clientFormat;
+    if (format.cbSize > kLargestExtraByteCount) {
+        format.cbSize = 0;
+    }
+    return format;
 }

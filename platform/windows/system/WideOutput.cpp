@@ -1,24 +1,14 @@
 #include "platform/WideOutput.h"
 
+#include "platform/windows/system/WideText.h"
+
 #include <cstdio>
 #include <iostream>
 #include <streambuf>
 #include <string>
 #include <utility>
-#include <windows.h>
 
 namespace {
-
-// Half of a surrogate pair becomes the replacement character.
-std::string utf8(const std::wstring& text) {
-    const int length = static_cast<int>(text.size());
-    const auto convert = [&](char* bytes, int byteCount) {
-        return WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes, byteCount, nullptr, nullptr);
-    };
-    std::string bytes(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
-    convert(bytes.data(), static_cast<int>(bytes.size()));
-    return bytes;
-}
 
 // Bytes for the narrow standard output. A wide mode of that output itself would end the process at the first
 // narrow text, be it a driver's.
@@ -35,7 +25,7 @@ protected:
         return count;
     }
     int sync() override {
-        const std::string bytes = utf8(std::exchange(text, {}));
+        const std::string bytes = utf8Of(std::exchange(text, {}));
         const bool written = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
         return written && std::fflush(stdout) == 0 ? 0 : -1;
     }

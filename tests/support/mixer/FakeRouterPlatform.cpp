@@ -7,33 +7,25 @@
 
 namespace {
 
-std::string narrow(const std::wstring& text) {
-    std::string result;
-    for (const wchar_t character : text) {
-        result += character < 128 ? static_cast<char>(character) : '?';
-    }
-    return result;
-}
-
 const char* nameOf(EndpointFlow flow) {
     return flow == EndpointFlow::Render ? "render" : "capture";
 }
 
-class FakeApartment : public ComApartment {
+class FakeSession : public SoundSession {
 public:
-    FakeApartment(CallJournal& callJournal, const HResult& answer) : journal(callJournal), result(answer) {}
-    [[nodiscard]] HResult initialize() override {
-        journal.note("com.initialize");
-        return result;
+    FakeSession(CallJournal& callJournal, const SessionEntry& answer) : journal(callJournal), entry(answer) {}
+    [[nodiscard]] SessionEntry enter() override {
+        journal.note("session.enter");
+        return entry;
     }
-    void uninitialize() override { journal.note("com.uninitialize"); }
+    void leave() override { journal.note("session.leave"); }
 
 private:
     CallJournal& journal;
-    const HResult& result;
+    const SessionEntry& entry;
 };
 
-class FakeOutput : public OfflineRenderChannel {
+class FakeOutput : public OfflineOutputStream {
 public:
     FakeOutput(std::uint32_t id, FakeRouterPlatform& owner) : busId(id), system(owner) {}
     ~FakeOutput() override {
@@ -45,33 +37,33 @@ public:
     FakeOutput& operator=(const FakeOutput&) = delete;
 
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override {
-        note("open " + narrow(endpoint.friendlyName.value_or(L"?")));
+        note("open " + endpoint.friendlyName.value_or("?"));
         if (system.outputsThatDoNotOpen.contains(busId)) {
             return false;
         }
         // As a system does: an input cannot play.
         if (endpoint.flow == EndpointFlow::Capture) {
-            logRenderFailure(RenderStep::GetService, kHResultWrongEndpoint);
+            logOutputFailure(OutputStep::GetService, kSoundWrongDirection);
             return false;
         }
         system.outputs[busId] = this;
-        return OfflineRenderChannel::open(endpoint);
+        return OfflineOutputStream::open(endpoint);
     }
     void run(const std::atomic<bool>& running, const RenderCallback& render) override {
         if (system.outputsThatDoNotStart.contains(busId)) {
-            logRenderFailure(RenderStep::Start, kHResultDeviceInvalidated);
+            logOutputFailure(OutputStep::Start, kSoundDeviceGone);
         } else {
-            OfflineRenderChannel::run(running, render);
+            OfflineOutputStream::run(running, render);
         }
         note("ended");
     }
     void wake() override {
         note("wake");
-        OfflineRenderChannel::wake();
+        OfflineOutputStream::wake();
     }
     void stopClient() override {
         note("stopClient");
-        OfflineRenderChannel::stopClient();
+        OfflineOutputStream::stopClient();
     }
 
 private:
@@ -83,7 +75,7 @@ private:
 
 } // namespace
 
-AudioEndpoint fakeEndpoint(const std::wstring& friendlyName, const std::wstring& id,
+AudioEndpoint fakeEndpoint(const std::string& friendlyName, const std::string& id,
                            std::uint32_t connectorCount, EndpointFlow flow) {
     return {id, friendlyName, connectorCount, flow, nullptr};
 }
@@ -119,13 +111,13 @@ EndpointEnumeration FakeEndpoints::activeEndpoints(EndpointFlow flow) {
     return lists[flow];
 }
 
-HResult FakeEndpoints::probeActivation(const AudioEndpoint& endpoint) {
-    const auto found = probeResults.find(endpoint.id.value_or(L""));
-    return found != probeResults.end() ? found->second : kHResultOk;
+SoundResult FakeEndpoints::probeActivation(const AudioEndpoint& endpoint) {
+    const auto found = probeResults.find(endpoint.id.value_or(""));
+    return found != probeResults.end() ? found->second : kSoundDone;
 }
 
 SetDefaultOutcome FakeEndpoints::setDefaultEndpoint(EndpointFlow flow, const AudioEndpoint& endpoint) {
-    journal.note(std::string("setDefault ") + nameOf(flow) + " " + narrow(endpoint.id.value_or(L"?")));
+    journal.note(std::string("setDefault ") + nameOf(flow) + " " + endpoint.id.value_or("?"));
     return setDefaultOutcome;
 }
 
@@ -137,11 +129,11 @@ void FakeEndpoints::addNull(EndpointFlow flow) {
     lists[flow].endpoints.push_back(nullptr);
 }
 
-void FakeEndpoints::fail(EndpointFlow flow, EnumerationStep step, HResult result) {
+void FakeEndpoints::fail(EndpointFlow flow, EnumerationStep step, SoundResult result) {
     lists[flow] = {step, result, {}};
 }
 
-void FakeEndpoints::failBothFlows(EnumerationStep step, HResult result) {
+void FakeEndpoints::failBothFlows(EnumerationStep step, SoundResult result) {
     fail(EndpointFlow::Render, step, result);
     fail(EndpointFlow::Capture, step, result);
 }
@@ -150,15 +142,15 @@ FakeCapture::~FakeCapture() {
     journal.note("capture" + std::to_string(process) + ".released");
 }
 
-HResult FakeCapture::startCapture(std::uint32_t processId, bool includeProcessTree) {
+SoundResult FakeCapture::startCapture(std::uint32_t processId, bool includeProcessTree) {
     process = processId;
     journal.note("capture" + std::to_string(process) + ".start " + (includeProcessTree ? "tree" : "alone") +
-                 " " + std::to_string(duration));
+                 " " + std::to_string(duration.count()) + " ms");
     const auto found = startResults.find(processId);
-    return found != startResults.end() ? found->second : kHResultOk;
+    return found != startResults.end() ? found->second : kSoundDone;
 }
 
-HResult FakeCapture::stopCapture() {
+SoundResult FakeCapture::stopCapture() {
     journal.note("capture" + std::to_string(process) + ".stop");
     return stopResult;
 }
@@ -167,12 +159,12 @@ FakeRouterPlatform::FakeRouterPlatform() : endpoints(std::make_shared<FakeEndpoi
 
 RouterPlatform FakeRouterPlatform::platform() {
     RouterPlatform platform;
-    platform.com = std::make_shared<FakeApartment>(journal, comResult);
+    platform.session = std::make_shared<FakeSession>(journal, sessionEntry);
     platform.endpoints = endpoints;
     platform.makeProcessCapture = [this](PerAppInputBuffers&) -> std::shared_ptr<ProcessCapture> {
         return capturesCanBeMade ? std::make_shared<FakeCapture>(journal, startResults, stopResult) : nullptr;
     };
-    platform.makeRenderChannel = [this](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
+    platform.makeOutputStream = [this](std::uint32_t busId) -> std::unique_ptr<OutputStream> {
         if (outputsThatThrow.contains(busId)) {
             throw std::runtime_error("no output");
         }
@@ -184,7 +176,7 @@ RouterPlatform FakeRouterPlatform::platform() {
     return platform;
 }
 
-OfflineRenderChannel* FakeRouterPlatform::outputOf(std::uint32_t busId) const {
+OfflineOutputStream* FakeRouterPlatform::outputOf(std::uint32_t busId) const {
     const auto found = outputs.find(busId);
     return found != outputs.end() ? found->second : nullptr;
 }

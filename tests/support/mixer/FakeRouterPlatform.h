@@ -3,8 +3,9 @@
 // An operating system whose answers a test writes down beforehand, and that notes what it was asked.
 
 #include "mixer/RouterPlatform.h"
-#include "tools/scene/OfflineRenderChannel.h"
+#include "tools/scene/OfflineOutputStream.h"
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -14,7 +15,7 @@
 #include <vector>
 
 /// An active endpoint with its properties; by default real hardware.
-[[nodiscard]] AudioEndpoint fakeEndpoint(const std::wstring& friendlyName, const std::wstring& id,
+[[nodiscard]] AudioEndpoint fakeEndpoint(const std::string& friendlyName, const std::string& id,
                                          std::uint32_t connectorCount = 1,
                                          EndpointFlow flow = EndpointFlow::Render);
 
@@ -42,19 +43,19 @@ public:
     explicit FakeEndpoints(CallJournal& callJournal) : journal(callJournal) {}
 
     [[nodiscard]] EndpointEnumeration activeEndpoints(EndpointFlow flow) override;
-    [[nodiscard]] std::wstring defaultRenderEndpointId() override { return defaultId; }
-    [[nodiscard]] HResult probeActivation(const AudioEndpoint& endpoint) override;
+    [[nodiscard]] std::string defaultRenderEndpointId() override { return defaultId; }
+    [[nodiscard]] SoundResult probeActivation(const AudioEndpoint& endpoint) override;
     [[nodiscard]] SetDefaultOutcome setDefaultEndpoint(EndpointFlow flow,
                                                        const AudioEndpoint& endpoint) override;
 
     void add(EndpointFlow flow, const AudioEndpoint& endpoint);
     /// An entry that the system counts but does not hand out.
     void addNull(EndpointFlow flow);
-    void fail(EndpointFlow flow, EnumerationStep step, HResult result = kHResultFail);
-    void failBothFlows(EnumerationStep step, HResult result = kHResultFail);
+    void fail(EndpointFlow flow, EnumerationStep step, SoundResult result = kSoundFailed);
+    void failBothFlows(EnumerationStep step, SoundResult result = kSoundFailed);
 
-    std::wstring defaultId;
-    std::map<std::wstring, HResult> probeResults; ///< by id; kHResultOk for any other
+    std::string defaultId;
+    std::map<std::string, SoundResult> probeResults; ///< by id; kSoundDone for any other
     SetDefaultOutcome setDefaultOutcome;
 
 private:
@@ -65,22 +66,22 @@ private:
 /// A capture that starts and stops as it is told and delivers nothing by itself.
 class FakeCapture : public ProcessCapture {
 public:
-    FakeCapture(CallJournal& callJournal, const std::map<std::uint32_t, HResult>& results,
-                const HResult& resultOfStop)
+    FakeCapture(CallJournal& callJournal, const std::map<std::uint32_t, SoundResult>& results,
+                const SoundResult& resultOfStop)
         : journal(callJournal), startResults(results), stopResult(resultOfStop) {}
     ~FakeCapture() override;
     FakeCapture(const FakeCapture&) = delete;
     FakeCapture& operator=(const FakeCapture&) = delete;
 
-    void setBufferDuration(std::int64_t newDuration) override { duration = newDuration; }
-    [[nodiscard]] HResult startCapture(std::uint32_t processId, bool includeProcessTree) override;
-    HResult stopCapture() override;
+    void setBufferDuration(std::chrono::milliseconds newDuration) override { duration = newDuration; }
+    [[nodiscard]] SoundResult startCapture(std::uint32_t processId, bool includeProcessTree) override;
+    SoundResult stopCapture() override;
 
 private:
     CallJournal& journal;
-    const std::map<std::uint32_t, HResult>& startResults;
-    const HResult& stopResult;
-    std::int64_t duration = kDefaultBufferDuration;
+    const std::map<std::uint32_t, SoundResult>& startResults;
+    const SoundResult& stopResult;
+    std::chrono::milliseconds duration = kDefaultBufferDuration;
     std::uint32_t process = 0;
 };
 
@@ -92,19 +93,20 @@ public:
     [[nodiscard]] RouterPlatform platform();
 
     /// The latest output of a bus; null when none is open.
-    [[nodiscard]] OfflineRenderChannel* outputOf(std::uint32_t busId) const;
+    [[nodiscard]] OfflineOutputStream* outputOf(std::uint32_t busId) const;
 
     CallJournal journal;
     CallJournal threadNames; ///< apart, since threads come when they come
     std::shared_ptr<FakeEndpoints> endpoints;
-    HResult comResult = kHResultOk;
+    SessionEntry sessionEntry = SessionEntry::Entered;
     bool capturesCanBeMade = true;
-    std::map<std::uint32_t, HResult> startResults; ///< of startCapture() by process; kHResultOk for any other
-    HResult stopResult = kHResultOk;               ///< of every stopCapture()
+    std::map<std::uint32_t, SoundResult>
+        startResults;                    ///< of startCapture() by process; kSoundDone for any other
+    SoundResult stopResult = kSoundDone; ///< of every stopCapture()
     // By bus id.
     std::set<std::uint32_t> outputsThatThrow; ///< when they are made
     std::set<std::uint32_t> outputsThatCannotBeMade;
     std::set<std::uint32_t> outputsThatDoNotOpen;  ///< open() fails, without a line
     std::set<std::uint32_t> outputsThatDoNotStart; ///< run() ends at Start
-    std::map<std::uint32_t, OfflineRenderChannel*> outputs;
+    std::map<std::uint32_t, OfflineOutputStream*> outputs;
 };

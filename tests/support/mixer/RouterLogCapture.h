@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -13,9 +14,9 @@
 class RouterLogCapture {
 public:
     RouterLogCapture() {
-        setRouterLogSink([this](const std::wstring& line) {
+        setRouterLogSink([this](std::string_view line) {
             const std::lock_guard lock(mutex);
-            collected.push_back(line);
+            collected.emplace_back(line);
         });
     }
     ~RouterLogCapture() { setRouterLogSink({}); }
@@ -23,26 +24,26 @@ public:
     RouterLogCapture& operator=(const RouterLogCapture&) = delete;
 
     /// What was logged since the last call.
-    [[nodiscard]] std::vector<std::wstring> take() {
+    [[nodiscard]] std::vector<std::string> take() {
         const std::lock_guard lock(mutex);
         return std::exchange(collected, {});
     }
 
     /// Everything since the last take.
-    [[nodiscard]] std::vector<std::wstring> lines() const {
+    [[nodiscard]] std::vector<std::string> lines() const {
         const std::lock_guard lock(mutex);
         return collected;
     }
 
-    [[nodiscard]] bool contains(const std::wstring& line) const {
+    [[nodiscard]] bool contains(const std::string& line) const {
         const std::lock_guard lock(mutex);
         return std::ranges::find(collected, line) != collected.end();
     }
 
 private:
     mutable std::mutex mutex;
-    std::vector<std::wstring> collected;
+    std::vector<std::string> collected;
 };
 
-/// For comparisons that read well: {L"...", L"..."}.
-using Lines = std::vector<std::wstring>;
+/// For comparisons that read well: {"...", "..."}.
+using Lines = std::vector<std::string>;

@@ -44,8 +44,8 @@ void answer(const QJsonValue& result) {
     write({{"result", result}});
 }
 
-std::wstring nameAt(const QJsonArray& names, qsizetype at) {
-    return names[at].toString().toStdWString();
+std::string nameAt(const QJsonArray& names, qsizetype at) {
+    return names[at].toString().toStdString();
 }
 
 // Runs the invokable of this name that takes as many arguments; nothing where there is none.
@@ -127,7 +127,7 @@ private:
         } else if (command.contains("default")) {
             const QJsonArray words = command["default"].toArray();
             const RouterPlatform platform = systemRouterPlatform();
-            answer(SetDefaultAudioDevice(*platform.endpoints, *platform.com, nameAt(words, 0),
+            answer(SetDefaultAudioDevice(*platform.endpoints, *platform.session, nameAt(words, 0),
                                          words[1].toBool()));
         } else if (command.contains("settings")) {
             settings = command["settings"].toObject().toVariantMap();
@@ -153,9 +153,7 @@ private:
 } // namespace
 
 int main(int argc, char* argv[]) {
-    setRouterLogSink([](const std::wstring& line) {
-        std::cerr << QString::fromStdWString(line).toStdString() << '\n' << std::flush;
-    });
+    setRouterLogSink([](std::string_view line) { std::cerr << line << '\n' << std::flush; });
     const QGuiApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Vexo Deck"));
     QCoreApplication::setOrganizationName(QStringLiteral("VEXO"));

@@ -92,7 +92,7 @@ TEST_F(BridgeExceptions, OfTheRouterIsLoggedAndTheRouterGoesOn) {
     expectLine("setAudioConfig");
     letBodiesThrow(false);
     bridge->setAudioConfig(records);
-    EXPECT_TRUE(routerLines.contains(L"[ERROR] Failed to start capture for PID: 4711 (HRESULT: 0x8007000e)"));
+    EXPECT_TRUE(routerLines.contains("[ERROR] Failed to start capture for PID: 4711 (HRESULT: 0x8007000e)"));
 }
 
 TEST_F(BridgeExceptions, OfTheStoredSettingsIsLogged) {

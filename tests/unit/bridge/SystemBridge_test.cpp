@@ -15,7 +15,7 @@ TEST_F(SystemBridgeTest, ConstructionStartsTheRouterAndNoCaptureService) {
 }
 
 TEST_F(SystemBridgeTest, WithoutASoundServerSoloIsOffAndTheRouterRuns) {
-    EXPECT_TRUE(routerLines.contains(L"[ERROR] No devices available, Solo forwarding will be disabled."));
+    EXPECT_TRUE(routerLines.contains("[ERROR] No devices available, Solo forwarding will be disabled."));
     EXPECT_EQ(log.count("[INFO] AudioRouterAPI initialized successfully"), 1);
     EXPECT_TRUE(bridge->getRunningApplications().isEmpty());
 }

@@ -19,7 +19,7 @@ protected:
     // One period of an output, of one frame count.
     std::vector<float> play(std::uint32_t busId, std::uint32_t frames = 4) {
         std::vector<float> output(std::size_t{frames} * 2, 99.0f);
-        OfflineRenderChannel* const channel = system.outputOf(busId);
+        OfflineOutputStream* const channel = system.outputOf(busId);
         EXPECT_TRUE(channel != nullptr && channel->renderPeriod(output));
         return output;
     }
@@ -27,7 +27,7 @@ protected:
     [[nodiscard]] bool plays(std::uint32_t busId) const { return system.outputOf(busId) != nullptr; }
 
     // What a named Bus 1 opens, and nothing else: its lines.
-    Lines startBus1(const std::wstring& deviceGuid) {
+    Lines startBus1(const std::string& deviceGuid) {
         forwarder.setBus1Device(deviceGuid);
         EXPECT_TRUE(forwarder.start());
         Lines lines = log.take();
@@ -41,12 +41,12 @@ protected:
 
     // All three outputs named, and an endpoint for each.
     void nameAll() {
-        endpoints.add(kRender, fakeEndpoint(L"Point A", L"{a}", 0));
-        endpoints.add(kRender, fakeEndpoint(L"Point B", L"{b}", 0));
-        endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-        forwarder.setBus1Device(L"{a}");
-        forwarder.setBus2Device(L"{b}");
-        forwarder.setSoloDevice(L"{spk}");
+        endpoints.add(kRender, fakeEndpoint("Point A", "{a}", 0));
+        endpoints.add(kRender, fakeEndpoint("Point B", "{b}", 0));
+        endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+        forwarder.setBus1Device("{a}");
+        forwarder.setBus2Device("{b}");
+        forwarder.setSoloDevice("{spk}");
     }
 
     // A source that every output plays at half its level.
@@ -59,7 +59,7 @@ protected:
         feed(20, constant(8, 0.5f, -0.5f));
     }
 
-    const std::wstring kNoSolo = L"[BusForwarder] Solo device GUID is empty, Solo forwarding disabled.";
+    const std::string kNoSolo = "[BusForwarder] Solo device GUID is empty, Solo forwarding disabled.";
 
     RouterLogCapture log;
     FakeRouterPlatform system;
@@ -72,7 +72,7 @@ using Calls = std::vector<std::string>;
 
 // An output whose endpoint asks for a period as soon as it has one, and that counts the render calls which
 // begin after it was woken.
-class EagerOutput : public RenderChannel {
+class EagerOutput : public OutputStream {
 public:
     struct Counts {
         std::atomic<int> calls{0};
@@ -98,7 +98,7 @@ private:
 };
 
 // An output that waits for its endpoint's event, which wake() sets too, as a period's end would.
-class EventOutput : public RenderChannel {
+class EventOutput : public OutputStream {
 public:
     explicit EventOutput(std::atomic<int>& renderCalls) : calls(renderCalls) {}
 
@@ -143,20 +143,20 @@ TEST_F(BusForwarderTest, ASecondStartDoesNothingAndSucceeds) {
 }
 
 TEST_F(BusForwarderTest, EachOutputPlaysItsMix) {
-    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{a}", 0));
-    endpoints.add(kRender, fakeEndpoint(L"Point B", L"{b}", 0));
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    forwarder.setBus1Device(L"point a");
-    forwarder.setBus2Device(L"{B}");
-    forwarder.setSoloDevice(L"{spk}");
+    endpoints.add(kRender, fakeEndpoint("Point A", "{a}", 0));
+    endpoints.add(kRender, fakeEndpoint("Point B", "{b}", 0));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    forwarder.setBus1Device("point a");
+    forwarder.setBus2Device("{B}");
+    forwarder.setSoloDevice("{spk}");
     ASSERT_TRUE(forwarder.start());
-    EXPECT_EQ(log.take(), (Lines{L"[BusForwarder] Found device by name: Point A",
-                                 L"[BusForwarder] Bus1 using device: Point A (Output) (ClassGuid: {a})",
-                                 L"[BusForwarder] Found device by GUID: Point B",
-                                 L"[BusForwarder] Bus2 using device: Point B (Output) (ClassGuid: {b})",
-                                 L"[BusForwarder] Found device by GUID: Speakers",
-                                 L"[BusForwarder] Bus3 using device: Speakers (Output) (ClassGuid: {spk})",
-                                 L"[BusForwarder] Solo thread started successfully."}));
+    EXPECT_EQ(log.take(), (Lines{"[BusForwarder] Found device by name: Point A",
+                                 "[BusForwarder] Bus1 using device: Point A (Output) (ClassGuid: {a})",
+                                 "[BusForwarder] Found device by GUID: Point B",
+                                 "[BusForwarder] Bus2 using device: Point B (Output) (ClassGuid: {b})",
+                                 "[BusForwarder] Found device by GUID: Speakers",
+                                 "[BusForwarder] Bus3 using device: Speakers (Output) (ClassGuid: {spk})",
+                                 "[BusForwarder] Solo thread started successfully."}));
 
     AppAudioConfig config = onBothBuses(20);
     config.input1Volume = 0.5f;
@@ -172,8 +172,8 @@ TEST_F(BusForwarderTest, EachOutputPlaysItsMix) {
 }
 
 TEST_F(BusForwarderTest, EmptyOrShortRingsGiveSilence) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    forwarder.setSoloDevice(L"{spk}");
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    forwarder.setSoloDevice("{spk}");
     ASSERT_TRUE(forwarder.start());
     EXPECT_EQ(play(3), constant(4, 0.0f, 0.0f));
     AppAudioConfig config = onBothBuses(20);
@@ -184,120 +184,119 @@ TEST_F(BusForwarderTest, EmptyOrShortRingsGiveSilence) {
 }
 
 TEST_F(BusForwarderTest, ADeviceThatMatchesNoVirtualEndpointListsTheVirtualOnes) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{a}", 0));
-    endpoints.add(kCapture, fakeEndpoint(L"Microphone", L"{mic}", 1, kCapture));
-    endpoints.add(kCapture, fakeEndpoint(L"Point A Out", L"{ao}", 0, kCapture));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    endpoints.add(kRender, fakeEndpoint("Point A", "{a}", 0));
+    endpoints.add(kCapture, fakeEndpoint("Microphone", "{mic}", 1, kCapture));
+    endpoints.add(kCapture, fakeEndpoint("Point A Out", "{ao}", 0, kCapture));
     endpoints.addNull(kCapture);
-    EXPECT_EQ(startBus1(L"Missing"),
-              (Lines{L"[BusForwarder] Bus1: Device not found with GUID/Name: Missing",
-                     L"[BusForwarder] Bus1: Listing all available devices for debugging...",
-                     L"[BusForwarder] Available device: Point A (GUID: {a})",
-                     L"[BusForwarder] Available device: Point A Out (GUID: {ao})",
-                     L"[BusForwarder] Available device:  (GUID: )"})); // null counts as not real
+    EXPECT_EQ(startBus1("Missing"),
+              (Lines{"[BusForwarder] Bus1: Device not found with GUID/Name: Missing",
+                     "[BusForwarder] Bus1: Listing all available devices for debugging...",
+                     "[BusForwarder] Available device: Point A (GUID: {a})",
+                     "[BusForwarder] Available device: Point A Out (GUID: {ao})",
+                     "[BusForwarder] Available device:  (GUID: )"})); // null counts as not real
     EXPECT_FALSE(plays(1));
 }
 
 TEST_F(BusForwarderTest, ARealDeviceNamedForABusIsNotFound) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    EXPECT_EQ(startBus1(L"{spk}"),
-              (Lines{L"[BusForwarder] Bus1: Device not found with GUID/Name: {spk}",
-                     L"[BusForwarder] Bus1: Listing all available devices for debugging..."}));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    EXPECT_EQ(startBus1("{spk}"),
+              (Lines{"[BusForwarder] Bus1: Device not found with GUID/Name: {spk}",
+                     "[BusForwarder] Bus1: Listing all available devices for debugging..."}));
     EXPECT_FALSE(plays(1));
 }
 
 TEST_F(BusForwarderTest, AVirtualDeviceNamedForSoloIsNotFoundAndTheRealOnesAreListed) {
-    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{a}", 0));
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    forwarder.setSoloDevice(L"{a}");
+    endpoints.add(kRender, fakeEndpoint("Point A", "{a}", 0));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    forwarder.setSoloDevice("{a}");
     EXPECT_TRUE(forwarder.start());
-    EXPECT_EQ(log.take(), (Lines{L"[BusForwarder] Bus3: Device not found with GUID/Name: {a}",
-                                 L"[BusForwarder] Bus3: Listing all available devices for debugging...",
-                                 L"[BusForwarder] Available device: Speakers (GUID: {spk})",
-                                 L"[BusForwarder] Failed to initialize Solo thread."}));
+    EXPECT_EQ(log.take(), (Lines{"[BusForwarder] Bus3: Device not found with GUID/Name: {a}",
+                                 "[BusForwarder] Bus3: Listing all available devices for debugging...",
+                                 "[BusForwarder] Available device: Speakers (GUID: {spk})",
+                                 "[BusForwarder] Failed to initialize Solo thread."}));
 }
 
 TEST_F(BusForwarderTest, APartOfAFriendlyNameFindsTheFirstEndpointThatHasIt) {
-    endpoints.add(kRender, fakeEndpoint(L"Line A (Cable Port)", L"{1}", 0));
-    endpoints.add(kRender, fakeEndpoint(L"CABLE Input", L"{2}", 0));
-    EXPECT_EQ(startBus1(L"cable").front(), L"[BusForwarder] Found device by name: Line A (Cable Port)");
+    endpoints.add(kRender, fakeEndpoint("Line A (Cable Port)", "{1}", 0));
+    endpoints.add(kRender, fakeEndpoint("CABLE Input", "{2}", 0));
+    EXPECT_EQ(startBus1("cable").front(), "[BusForwarder] Found device by name: Line A (Cable Port)");
 }
 
 TEST_F(BusForwarderTest, AnEndpointIdIsMatchedWholeInAnyCase) {
-    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{0}.{ABC-1}", 0));
-    endpoints.add(kRender, fakeEndpoint(L"Point B", L"{ABC-1}", 0));
-    EXPECT_EQ(startBus1(L"{abc-1}").front(), L"[BusForwarder] Found device by GUID: Point B");
+    endpoints.add(kRender, fakeEndpoint("Point A", "{0}.{ABC-1}", 0));
+    endpoints.add(kRender, fakeEndpoint("Point B", "{ABC-1}", 0));
+    EXPECT_EQ(startBus1("{abc-1}").front(), "[BusForwarder] Found device by GUID: Point B");
 }
 
 TEST_F(BusForwarderTest, ANameWithAHyphenIsStillFoundAsAName) {
-    endpoints.add(kRender, fakeEndpoint(L"VB-Audio Point", L"{vb}", 0));
-    EXPECT_EQ(startBus1(L"VB-Audio Point").front(), L"[BusForwarder] Found device by name: VB-Audio Point");
+    endpoints.add(kRender, fakeEndpoint("VB-Audio Point", "{vb}", 0));
+    EXPECT_EQ(startBus1("VB-Audio Point").front(), "[BusForwarder] Found device by name: VB-Audio Point");
 }
 
 TEST_F(BusForwarderTest, AllOutputsAreSearchedBeforeAnyInput) {
-    endpoints.add(kCapture, fakeEndpoint(L"Point In", L"{in}", 0, kCapture));
-    endpoints.add(kRender, fakeEndpoint(L"Other", L"{x}", 0));
-    endpoints.add(kRender, fakeEndpoint(L"Point Out", L"{out}", 0));
-    EXPECT_EQ(startBus1(L"point").front(), L"[BusForwarder] Found device by name: Point Out");
+    endpoints.add(kCapture, fakeEndpoint("Point In", "{in}", 0, kCapture));
+    endpoints.add(kRender, fakeEndpoint("Other", "{x}", 0));
+    endpoints.add(kRender, fakeEndpoint("Point Out", "{out}", 0));
+    EXPECT_EQ(startBus1("point").front(), "[BusForwarder] Found device by name: Point Out");
 }
 
 TEST_F(BusForwarderTest, UnreadableIdsAndNamesNeverMatch) {
-    AudioEndpoint blank = fakeEndpoint(L"", L"", 0);
+    AudioEndpoint blank = fakeEndpoint("", "", 0);
     endpoints.add(kRender, blank);
     blank.id.reset();
     blank.friendlyName.reset();
     endpoints.add(kRender, blank);
     endpoints.addNull(kRender);
-    endpoints.add(kRender, fakeEndpoint(L"Point", L"{p}", 0));
-    EXPECT_EQ(startBus1(L"point").front(), L"[BusForwarder] Found device by name: Point");
+    endpoints.add(kRender, fakeEndpoint("Point", "{p}", 0));
+    EXPECT_EQ(startBus1("point").front(), "[BusForwarder] Found device by name: Point");
 }
 
 TEST_F(BusForwarderTest, AnInputThatCanBeActivatedIsTakenAndFailsToOpen) {
-    endpoints.add(kCapture, fakeEndpoint(L"Point In", L"{in}", 0, kCapture));
-    EXPECT_EQ(startBus1(L"point"),
-              (Lines{L"[BusForwarder] Found virtual input device (microphone): Point In",
-                     L"[BusForwarder] Bus1 using device: Point In (Input/Microphone) (ClassGuid: {in})",
-                     L"[BusForwarder] GetService failed: 0x88890003"}));
+    endpoints.add(kCapture, fakeEndpoint("Point In", "{in}", 0, kCapture));
+    EXPECT_EQ(startBus1("point"),
+              (Lines{"[BusForwarder] Found virtual input device (microphone): Point In",
+                     "[BusForwarder] Bus1 using device: Point In (Input/Microphone) (ClassGuid: {in})",
+                     "[BusForwarder] GetService failed: 0x88890003"}));
     EXPECT_EQ(system.journal.take(), (Calls{"output1.open Point In"}));
     EXPECT_FALSE(plays(1));
 }
 
 TEST_F(BusForwarderTest, AnInputThatCannotBeActivatedIsPassedOver) {
-    endpoints.add(kCapture, fakeEndpoint(L"Point One", L"{1}", 0, kCapture));
-    endpoints.add(kCapture, fakeEndpoint(L"Point Two", L"{2}", 0, kCapture));
-    endpoints.probeResults[L"{1}"] = hresult(0x88890004);
-    EXPECT_EQ(startBus1(L"point"),
-              (Lines{L"[BusForwarder] eCapture device activation failed: 0x88890004 for device: Point One, "
-                     L"continuing search...",
-                     L"[BusForwarder] Found virtual input device (microphone): Point Two",
-                     L"[BusForwarder] Bus1 using device: Point Two (Input/Microphone) (ClassGuid: {2})",
-                     L"[BusForwarder] GetService failed: 0x88890003"}));
+    endpoints.add(kCapture, fakeEndpoint("Point One", "{1}", 0, kCapture));
+    endpoints.add(kCapture, fakeEndpoint("Point Two", "{2}", 0, kCapture));
+    endpoints.probeResults["{1}"] = SoundResult{false, 0x88890004};
+    EXPECT_EQ(startBus1("point"),
+              (Lines{"[BusForwarder] eCapture device activation failed: 0x88890004 for device: Point One, "
+                     "continuing search...",
+                     "[BusForwarder] Found virtual input device (microphone): Point Two",
+                     "[BusForwarder] Bus1 using device: Point Two (Input/Microphone) (ClassGuid: {2})",
+                     "[BusForwarder] GetService failed: 0x88890003"}));
 }
 
 TEST_F(BusForwarderTest, AnEndpointThatDoesNotTellItsFlowCountsAsAnOutput) {
-    AudioEndpoint endpoint = fakeEndpoint(L"Point In", L"{in}", 0);
+    AudioEndpoint endpoint = fakeEndpoint("Point In", "{in}", 0);
     endpoint.flow.reset();
     endpoints.add(kCapture, endpoint);
-    EXPECT_EQ(startBus1(L"point").back(),
-              L"[BusForwarder] Bus1 using device: Point In (Output) (ClassGuid: {in})");
+    EXPECT_EQ(startBus1("point").back(),
+              "[BusForwarder] Bus1 using device: Point In (Output) (ClassGuid: {in})");
 }
 
 TEST_F(BusForwarderTest, AFailedFlowIsSkippedAndAFailedEnumeratorFindsNothing) {
-    endpoints.add(kCapture, fakeEndpoint(L"Point In", L"{in}", 0, kCapture));
+    endpoints.add(kCapture, fakeEndpoint("Point In", "{in}", 0, kCapture));
     endpoints.fail(kRender, EnumerationStep::Count);
-    EXPECT_EQ(startBus1(L"point").front(),
-              L"[BusForwarder] Found virtual input device (microphone): Point In");
+    EXPECT_EQ(startBus1("point").front(), "[BusForwarder] Found virtual input device (microphone): Point In");
     forwarder.stop();
     endpoints.fail(kRender, EnumerationStep::Enumerator);
-    EXPECT_EQ(startBus1(L"point").front(), L"[BusForwarder] Bus1: Device not found with GUID/Name: point");
+    EXPECT_EQ(startBus1("point").front(), "[BusForwarder] Bus1: Device not found with GUID/Name: point");
 }
 
 TEST_F(BusForwarderTest, AnOutputThatCannotBeOpenedStaysOffAndTheOthersGoOn) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    forwarder.setSoloDevice(L"{spk}");
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    forwarder.setSoloDevice("{spk}");
     system.outputsThatDoNotOpen = {3};
     EXPECT_TRUE(forwarder.start());
-    EXPECT_EQ(log.take().back(), L"[BusForwarder] Failed to initialize Solo thread.");
+    EXPECT_EQ(log.take().back(), "[BusForwarder] Failed to initialize Solo thread.");
     EXPECT_FALSE(plays(3));
     forwarder.stop();
     EXPECT_EQ(system.journal.take(), (Calls{"output3.open Speakers"}));
@@ -307,7 +306,7 @@ TEST_F(BusForwarderTest, AfterAFailureOfBus1Bus2AndSoloPlay) {
     nameAll();
     system.outputsThatDoNotOpen = {1};
     EXPECT_TRUE(forwarder.start());
-    EXPECT_EQ(log.take().back(), L"[BusForwarder] Solo thread started successfully.");
+    EXPECT_EQ(log.take().back(), "[BusForwarder] Solo thread started successfully.");
     playSomething();
     EXPECT_FALSE(plays(1));
     EXPECT_EQ(play(2), constant(4, 0.25f, -0.25f));
@@ -318,7 +317,7 @@ TEST_F(BusForwarderTest, AnOutputThatCannotBeMadeIsOneThatDidNotOpen) {
     nameAll();
     system.outputsThatCannotBeMade = {1, 3};
     EXPECT_TRUE(forwarder.start());
-    EXPECT_EQ(log.take().back(), L"[BusForwarder] Failed to initialize Solo thread.");
+    EXPECT_EQ(log.take().back(), "[BusForwarder] Failed to initialize Solo thread.");
     playSomething();
     EXPECT_EQ(play(2), constant(4, 0.25f, -0.25f));
     forwarder.stop();
@@ -329,7 +328,7 @@ TEST_F(BusForwarderTest, AnEndpointThatDoesNotStartEndsItsThreadAloneAndSaysSo) 
     system.outputsThatDoNotStart = {1};
     ASSERT_TRUE(forwarder.start());
     ASSERT_TRUE(waitFor([&] { return system.journal.count("output1.ended") == 1; }));
-    EXPECT_TRUE(log.contains(L"[BusForwarder] Start failed: 0x88890004"));
+    EXPECT_TRUE(log.contains("[BusForwarder] Start failed: 0x88890004"));
     playSomething();
     EXPECT_EQ(play(2), constant(4, 0.25f, -0.25f));
     EXPECT_EQ(play(3), constant(4, 0.25f, -0.25f));
@@ -377,8 +376,8 @@ TEST_F(BusForwarderTest, StopReturnsAtOnceWhileNoThreadRuns) {
 }
 
 TEST_F(BusForwarderTest, StopOfAThreadThatWaitsNeedsNoFurtherPeriod) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    forwarder.setSoloDevice(L"{spk}");
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    forwarder.setSoloDevice("{spk}");
     for (int round = 0; round < 50; ++round) { // at every point of the thread's start, too
         ASSERT_TRUE(forwarder.start());
         if (round % 2 == 0) {
@@ -389,15 +388,15 @@ TEST_F(BusForwarderTest, StopOfAThreadThatWaitsNeedsNoFurtherPeriod) {
 }
 
 TEST_F(BusForwarderTest, AnOutputRendersAtMostOnceAfterTheStopBegan) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
     EagerOutput::Counts counts;
     RouterPlatform eager = platform;
-    eager.makeRenderChannel = [&counts](std::uint32_t) -> std::unique_ptr<RenderChannel> {
+    eager.makeOutputStream = [&counts](std::uint32_t) -> std::unique_ptr<OutputStream> {
         return std::make_unique<EagerOutput>(counts);
     };
     for (int round = 0; round < 20; ++round) {
         BusForwarder other(eager, buffers);
-        other.setSoloDevice(L"{spk}");
+        other.setSoloDevice("{spk}");
         counts.woken = false;
         counts.calls = 0;
         counts.callsAfterWake = 0;
@@ -409,15 +408,15 @@ TEST_F(BusForwarderTest, AnOutputRendersAtMostOnceAfterTheStopBegan) {
 }
 
 TEST_F(BusForwarderTest, AThreadThatWaitsForItsEndpointDoesOneLastPeriodAtMost) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
     std::atomic<int> calls{0};
     RouterPlatform waiting = platform;
-    waiting.makeRenderChannel = [&calls](std::uint32_t) -> std::unique_ptr<RenderChannel> {
+    waiting.makeOutputStream = [&calls](std::uint32_t) -> std::unique_ptr<OutputStream> {
         return std::make_unique<EventOutput>(calls);
     };
     for (int round = 0; round < 20; ++round) {
         BusForwarder other(waiting, buffers);
-        other.setSoloDevice(L"{spk}");
+        other.setSoloDevice("{spk}");
         calls = 0;
         ASSERT_TRUE(other.start());
         other.stop();
@@ -426,10 +425,10 @@ TEST_F(BusForwarderTest, AThreadThatWaitsForItsEndpointDoesOneLastPeriodAtMost) 
 }
 
 TEST_F(BusForwarderTest, TheDestructorEndsAThreadThatStillLives) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
     {
         BusForwarder other(platform, buffers);
-        other.setSoloDevice(L"{spk}");
+        other.setSoloDevice("{spk}");
         ASSERT_TRUE(other.start());
         static_cast<void>(play(3));
         static_cast<void>(system.journal.take());

@@ -89,7 +89,7 @@ protected:
 using RealTimeDeathTest = RealTime;
 
 // An output whose render thread is under watch.
-class WatchedOutput : public OfflineRenderChannel {
+class WatchedOutput : public OfflineOutputStream {
 public:
     explicit WatchedOutput(std::function<void(const RenderCallback&)> lastWork) : work(std::move(lastWork)) {}
     void run(const std::atomic<bool>& /*running*/, const RenderCallback& render) override { work(render); }
@@ -162,20 +162,20 @@ TEST_F(RealTimeDeathTest, RenderCallbacksOfEveryOutputKeepToTheTwoLocks) {
     for (const std::uint32_t busId : {BusForwarder::kBus1Id, BusForwarder::kBus2Id, BusForwarder::kSoloId}) {
         const auto play = [&] {
             FakeRouterPlatform system;
-            system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Speakers", L"{spk}"));
-            system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Port", L"{port}", 0));
+            system.endpoints->add(EndpointFlow::Render, fakeEndpoint("Speakers", "{spk}"));
+            system.endpoints->add(EndpointFlow::Render, fakeEndpoint("Port", "{port}", 0));
             RouterPlatform platform = system.platform();
-            platform.makeRenderChannel = [this](std::uint32_t) -> std::unique_ptr<RenderChannel> {
+            platform.makeOutputStream = [this](std::uint32_t) -> std::unique_ptr<OutputStream> {
                 return std::make_unique<WatchedOutput>(
                     [this](const RenderCallback& call) { renderUnderWatch(call); });
             };
             BusForwarder forwarder(platform, buffers);
             if (busId == BusForwarder::kSoloId) {
-                forwarder.setSoloDevice(L"{spk}");
+                forwarder.setSoloDevice("{spk}");
             } else if (busId == BusForwarder::kBus1Id) {
-                forwarder.setBus1Device(L"{port}");
+                forwarder.setBus1Device("{port}");
             } else {
-                forwarder.setBus2Device(L"{port}");
+                forwarder.setBus2Device("{port}");
             }
             contend({});
             static_cast<void>(forwarder.start());
@@ -329,7 +329,7 @@ TEST_F(RealTimeDeathTest, GuardFindsASystemCall) {
 }
 
 TEST_F(RealTimeDeathTest, GuardFindsALogLine) {
-    EXPECT_EXIT(render([](float*, std::uint32_t) { routerLog(L"here"); }), testing::KilledBySignal(SIGILL),
+    EXPECT_EXIT(render([](float*, std::uint32_t) { routerLog("here"); }), testing::KilledBySignal(SIGILL),
                 "in a render call");
 }
 

@@ -38,8 +38,7 @@ TEST(RouterLogDeathTest, LinesOfSeveralThreadsStayWhole) {
         for (int thread = 0; thread < kThreads; ++thread) {
             threads.emplace_back([thread] {
                 for (int line = 0; line < kLines; ++line) {
-                    routerLog(L"thread " + std::to_wstring(thread) + L" line " + std::to_wstring(line) +
-                              L" " + std::wstring(60, L'.') + L" end");
+                    routerLog("thread {} line {} {} end", thread, line, std::string(60, '.'));
                 }
             });
         }
@@ -60,9 +59,9 @@ TEST(RouterLogDeathTest, LinesOfSeveralThreadsStayWhole) {
 
 TEST(RouterLogDeathTest, ChineseNameInTheClassicLocaleDoesNotSilenceTheLinesAfterIt) {
     const std::vector<std::string> lines = printedBy([] {
-        routerLog(L"before");
-        routerLog(L"device 麦克风 found");
-        routerLog(L"after");
+        routerLog("before");
+        routerLog("device 麦克风 found");
+        routerLog("after");
     });
     ASSERT_EQ(lines.size(), 3u);
     EXPECT_EQ(lines[0], "before");
@@ -73,9 +72,9 @@ TEST(RouterLogDeathTest, ChineseNameInTheClassicLocaleDoesNotSilenceTheLinesAfte
 TEST(RouterLog, CharacterThatTheOutputRefusesEndsItsLineAndTheNextOnesAreWhole) {
     AsciiOutput output;
     std::wstreambuf* const before = std::wcout.rdbuf(&output);
-    routerLog(L"before");
-    routerLog(L"device 麦克风 found");
-    routerLog(L"after");
+    routerLog("before");
+    routerLog("device 麦克风 found");
+    routerLog("after");
     std::wcout.rdbuf(before);
     EXPECT_EQ(output.text, L"before\ndevice \nafter\n");
 }

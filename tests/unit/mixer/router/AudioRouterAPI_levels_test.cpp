@@ -210,9 +210,9 @@ TEST_F(AudioRouterApiTest, ACallbackOfAStoppedRouterStartsNoThreadNotEvenLater) 
 }
 
 TEST_F(AudioRouterApiTest, ThreadsHaveNamesForDebuggers) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{a}", 0));
-    ASSERT_TRUE(api.startAudioRouter({}, {}, L"{a}", L"{a}"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    endpoints.add(kRender, fakeEndpoint("Point A", "{a}", 0));
+    ASSERT_TRUE(api.startAudioRouter({}, {}, "{a}", "{a}"));
     api.setNativeLevelCallback([](const std::vector<AudioLevelInfo>&) {});
     Calls names;
     ASSERT_TRUE(await([&] {

@@ -39,56 +39,57 @@ TEST_F(AudioRouterApiTest, InitSaysOnTheQtLoggerWhatCameOfIt) {
 }
 
 TEST_F(AudioRouterApiTest, InitThatFailsLeavesTheRouterStopped) {
-    system.comResult = kHResultFail;
+    system.sessionEntry = SessionEntry::Refused;
     LogCapture qtLog;
     api.initAudioRouter();
     EXPECT_FALSE(api.isAudioRouterRunning());
     EXPECT_EQ(qtLog.texts(QtCriticalMsg),
               (QStringList{QStringLiteral("[ERROR] Failed to initialize AudioRouterAPI")}));
-    EXPECT_EQ(system.journal.take(), (Calls{"com.initialize"}));
+    EXPECT_EQ(system.journal.take(), (Calls{"session.enter"}));
     EXPECT_TRUE(log.take().empty());
 }
 
 TEST_F(AudioRouterApiTest, ASecondStartWhileRunningChangesNothing) {
     startQuietly();
-    EXPECT_FALSE(api.startAudioRouter(L"a", L"b", L"c", L"d"));
+    EXPECT_FALSE(api.startAudioRouter("a", "b", "c", "d"));
     EXPECT_TRUE(api.isAudioRouterRunning());
     EXPECT_TRUE(system.journal.take().empty());
     EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(AudioRouterApiTest, AThreadOfAnotherApartmentIsNoFailureAndIsNotLeft) {
-    system.comResult = kHResultChangedMode;
+TEST_F(AudioRouterApiTest, AThreadInAnotherKindOfSessionIsNoFailureAndIsNotTakenOutOfIt) {
+    system.sessionEntry = SessionEntry::Foreign;
     start();
     api.shutdownAudioRouter();
-    EXPECT_EQ(system.journal.take(), (Calls{"com.initialize"}));
+    EXPECT_EQ(system.journal.take(), (Calls{"session.enter"}));
 }
 
-TEST_F(AudioRouterApiTest, AThreadThatWasInTheApartmentBeforeIsNotTakenOutOfIt) {
-    system.comResult = kHResultFalse;
+TEST_F(AudioRouterApiTest, AThreadThatWasInTheSessionBeforeIsNotTakenOutOfIt) {
+    system.sessionEntry = SessionEntry::Again;
     start();
     api.shutdownAudioRouter();
-    EXPECT_EQ(system.journal.take(), (Calls{"com.initialize"}));
+    EXPECT_EQ(system.journal.take(), (Calls{"session.enter"}));
 }
 
-TEST_F(AudioRouterApiTest, TheApartmentIsLeftOnceAtShutdown) {
+TEST_F(AudioRouterApiTest, TheSessionIsLeftOnceAtShutdown) {
     start();
     api.shutdownAudioRouter();
     api.shutdownAudioRouter();
-    EXPECT_EQ(system.journal.take(), (Calls{"com.initialize", "com.uninitialize"}));
+    EXPECT_EQ(system.journal.take(), (Calls{"session.enter", "session.leave"}));
 }
 
-TEST_F(AudioRouterApiTest, AStartThatThrowsLeavesTheApartmentAndTheNextStartRuns) {
-    endpoints.add(kRender, fakeEndpoint(L"Headset", L"usb#1"));
-    for (const HResult entered : {kHResultOk, kHResultFalse, kHResultChangedMode}) {
-        SCOPED_TRACE(entered);
-        system.comResult = entered;
+TEST_F(AudioRouterApiTest, AStartThatThrowsLeavesTheSessionAndTheNextStartRuns) {
+    endpoints.add(kRender, fakeEndpoint("Headset", "usb#1"));
+    for (const SessionEntry entered : {SessionEntry::Entered, SessionEntry::Again, SessionEntry::Foreign}) {
+        SCOPED_TRACE(static_cast<int>(entered));
+        system.sessionEntry = entered;
         system.outputsThatThrow = {3};
         EXPECT_THROW(static_cast<void>(api.startAudioRouter({}, {}, {}, {})), std::runtime_error);
         EXPECT_FALSE(api.isAudioRouterRunning());
-        // An apartment that this thread did not enter is not left.
-        EXPECT_EQ(system.journal.take(), failed(entered) ? (Calls{"com.initialize"})
-                                                         : (Calls{"com.initialize", "com.uninitialize"}));
+        // A session that this thread did not enter is not left.
+        EXPECT_EQ(system.journal.take(), entered == SessionEntry::Foreign
+                                             ? (Calls{"session.enter"})
+                                             : (Calls{"session.enter", "session.leave"}));
         system.outputsThatThrow.clear();
         start();
         api.shutdownAudioRouter();
@@ -97,17 +98,17 @@ TEST_F(AudioRouterApiTest, AStartThatThrowsLeavesTheApartmentAndTheNextStartRuns
 }
 
 TEST_F(AudioRouterApiTest, SoloPlaysToTheFirstRealOutputWhenNoneIsNamed) {
-    endpoints.add(kRender, fakeEndpoint(L"Headset", L"usb#1"));
+    endpoints.add(kRender, fakeEndpoint("Headset", "usb#1"));
     start();
     const Lines lines = log.take();
     EXPECT_EQ((Lines{lines.end() - 7, lines.end()}),
-              (Lines{L"[INFO] Found real hardware device: Headset (External, usb#1)",
-                     L"[INFO] Auto-selected first real hardware device for Solo output.",
-                     L"[INFO] Solo device GUID set: usb#1",
-                     L"[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled",
-                     L"[BusForwarder] Found device by GUID: Headset",
-                     L"[BusForwarder] Bus3 using device: Headset (Output) (ClassGuid: usb#1)",
-                     L"[BusForwarder] Solo thread started successfully."}));
+              (Lines{"[INFO] Found real hardware device: Headset (External, usb#1)",
+                     "[INFO] Auto-selected first real hardware device for Solo output.",
+                     "[INFO] Solo device GUID set: usb#1",
+                     "[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled",
+                     "[BusForwarder] Found device by GUID: Headset",
+                     "[BusForwarder] Bus3 using device: Headset (Output) (ClassGuid: usb#1)",
+                     "[BusForwarder] Solo thread started successfully."}));
     EXPECT_NE(system.outputOf(3), nullptr);
 }
 
@@ -115,30 +116,30 @@ TEST_F(AudioRouterApiTest, ARestartIsWorthItOnceARealOutputHasComeForTheSoloThat
     EXPECT_FALSE(api.isSoloWorthARestart()) << "not started";
     start();
     EXPECT_FALSE(api.isSoloWorthARestart()) << "no output";
-    endpoints.add(kRender, fakeEndpoint(L"Dummy Output", L"auto_null", 0));
+    endpoints.add(kRender, fakeEndpoint("Dummy Output", "auto_null", 0));
     EXPECT_FALSE(api.isSoloWorthARestart()) << "none that Solo plays to";
-    endpoints.add(kRender, fakeEndpoint(L"Headset", L"usb#1"));
+    endpoints.add(kRender, fakeEndpoint("Headset", "usb#1"));
     EXPECT_TRUE(api.isSoloWorthARestart());
     api.shutdownAudioRouter();
     start();
     EXPECT_FALSE(api.isSoloWorthARestart()) << "Solo is on";
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"hdaudio#1"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "hdaudio#1"));
     EXPECT_FALSE(api.isSoloWorthARestart()) << "an output does not move";
 }
 
 TEST_F(AudioRouterApiTest, AVirtualDefaultIsTheFallbackForSoloAndIsNotFound) {
-    endpoints.add(kRender, fakeEndpoint(L"Virtual Out", L"{v}", 0));
-    endpoints.defaultId = L"{v}";
+    endpoints.add(kRender, fakeEndpoint("Virtual Out", "{v}", 0));
+    endpoints.defaultId = "{v}";
     start();
     const Lines lines = log.take();
     EXPECT_EQ((Lines{lines.end() - 8, lines.end()}),
-              (Lines{L"[WARNING] No real hardware device found among 1 devices.",
-                     L"[WARNING] No real hardware device found, trying default device as fallback...",
-                     L"[INFO] Using default device for Solo output: {v}", L"[INFO] Solo device GUID set: {v}",
-                     L"[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled",
-                     L"[BusForwarder] Bus3: Device not found with GUID/Name: {v}",
-                     L"[BusForwarder] Bus3: Listing all available devices for debugging...",
-                     L"[BusForwarder] Failed to initialize Solo thread."}));
+              (Lines{"[WARNING] No real hardware device found among 1 devices.",
+                     "[WARNING] No real hardware device found, trying default device as fallback...",
+                     "[INFO] Using default device for Solo output: {v}", "[INFO] Solo device GUID set: {v}",
+                     "[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled",
+                     "[BusForwarder] Bus3: Device not found with GUID/Name: {v}",
+                     "[BusForwarder] Bus3: Listing all available devices for debugging...",
+                     "[BusForwarder] Failed to initialize Solo thread."}));
     EXPECT_TRUE(api.isAudioRouterRunning());
 }
 
@@ -146,51 +147,51 @@ TEST_F(AudioRouterApiTest, WithNoEndpointAtAllTheRouterRunsWithoutOutput) {
     endpoints.failBothFlows(EnumerationStep::Enumerator);
     start();
     EXPECT_EQ(log.take(),
-              (Lines{L"[DEBUG] Failed to create device enumerator.",
-                     L"[WARNING] No real hardware device found, trying default device as fallback...",
-                     L"[ERROR] No devices available, Solo forwarding will be disabled.",
-                     L"[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled",
-                     L"[BusForwarder] Solo device GUID is empty, Solo forwarding disabled."}));
+              (Lines{"[DEBUG] Failed to create device enumerator.",
+                     "[WARNING] No real hardware device found, trying default device as fallback...",
+                     "[ERROR] No devices available, Solo forwarding will be disabled.",
+                     "[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled",
+                     "[BusForwarder] Solo device GUID is empty, Solo forwarding disabled."}));
     EXPECT_TRUE(api.isAudioRouterRunning());
     EXPECT_TRUE(api.applyAudioConfigs({}));
 }
 
 TEST_F(AudioRouterApiTest, NamedOutputsAreResolvedAndPassedOn) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{a}", 0));
-    endpoints.add(kRender, fakeEndpoint(L"Point B", L"{b}", 0));
-    ASSERT_TRUE(api.startAudioRouter(L"point", L"speak", L"point a", L"{b}"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    endpoints.add(kRender, fakeEndpoint("Point A", "{a}", 0));
+    endpoints.add(kRender, fakeEndpoint("Point B", "{b}", 0));
+    ASSERT_TRUE(api.startAudioRouter("point", "speak", "point a", "{b}"));
     EXPECT_EQ(log.take(),
-              (Lines{L"[FindDeviceGuidByNameOrGuid] Found device by name: \"Point A\" -> GUID: {a}",
-                     L"[FindDeviceGuidByNameOrGuid] Found device by name: \"Speakers\" -> GUID: {spk}",
-                     L"[INFO] Solo device GUID set: {spk}",
-                     L"[FindDeviceGuidByNameOrGuid] Found device by name: \"Point A\" -> GUID: {a}",
-                     L"[INFO] Input1 device (name/GUID: point a) -> GUID: {a}",
-                     L"[INFO] Searching for Input2 device: {b}",
-                     L"[INFO] Input2 device found! (name/GUID: {b}) -> GUID: {b}",
-                     L"[INFO] Input2 device GUID set in BusForwarder: {b}",
-                     L"[BusForwarder] Found device by GUID: Point A",
-                     L"[BusForwarder] Bus1 using device: Point A (Output) (ClassGuid: {a})",
-                     L"[BusForwarder] Found device by GUID: Point B",
-                     L"[BusForwarder] Bus2 using device: Point B (Output) (ClassGuid: {b})",
-                     L"[BusForwarder] Found device by GUID: Speakers",
-                     L"[BusForwarder] Bus3 using device: Speakers (Output) (ClassGuid: {spk})",
-                     L"[BusForwarder] Solo thread started successfully."}));
+              (Lines{"[FindDeviceGuidByNameOrGuid] Found device by name: \"Point A\" -> GUID: {a}",
+                     "[FindDeviceGuidByNameOrGuid] Found device by name: \"Speakers\" -> GUID: {spk}",
+                     "[INFO] Solo device GUID set: {spk}",
+                     "[FindDeviceGuidByNameOrGuid] Found device by name: \"Point A\" -> GUID: {a}",
+                     "[INFO] Input1 device (name/GUID: point a) -> GUID: {a}",
+                     "[INFO] Searching for Input2 device: {b}",
+                     "[INFO] Input2 device found! (name/GUID: {b}) -> GUID: {b}",
+                     "[INFO] Input2 device GUID set in BusForwarder: {b}",
+                     "[BusForwarder] Found device by GUID: Point A",
+                     "[BusForwarder] Bus1 using device: Point A (Output) (ClassGuid: {a})",
+                     "[BusForwarder] Found device by GUID: Point B",
+                     "[BusForwarder] Bus2 using device: Point B (Output) (ClassGuid: {b})",
+                     "[BusForwarder] Found device by GUID: Speakers",
+                     "[BusForwarder] Bus3 using device: Speakers (Output) (ClassGuid: {spk})",
+                     "[BusForwarder] Solo thread started successfully."}));
 }
 
 TEST_F(AudioRouterApiTest, BusesWhoseDeviceIsNotFoundAreMixedButNotForwarded) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    ASSERT_TRUE(api.startAudioRouter({}, L"{spk}", L"speakers", L"missing"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    ASSERT_TRUE(api.startAudioRouter({}, "{spk}", "speakers", "missing"));
     EXPECT_EQ(
         log.take(),
-        (Lines{L"[INFO] Solo device GUID set: {spk}",
-               L"[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: speakers",
-               L"[WARNING] Input1 device not found: speakers", L"[INFO] Searching for Input2 device: missing",
-               L"[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: missing",
-               L"[ERROR] Input2 device not found: missing", L"[ERROR] Input2 forwarding will be disabled",
-               L"[BusForwarder] Found device by GUID: Speakers",
-               L"[BusForwarder] Bus3 using device: Speakers (Output) (ClassGuid: {spk})",
-               L"[BusForwarder] Solo thread started successfully."}));
+        (Lines{"[INFO] Solo device GUID set: {spk}",
+               "[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: speakers",
+               "[WARNING] Input1 device not found: speakers", "[INFO] Searching for Input2 device: missing",
+               "[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: missing",
+               "[ERROR] Input2 device not found: missing", "[ERROR] Input2 forwarding will be disabled",
+               "[BusForwarder] Found device by GUID: Speakers",
+               "[BusForwarder] Bus3 using device: Speakers (Output) (ClassGuid: {spk})",
+               "[BusForwarder] Solo thread started successfully."}));
     EXPECT_EQ(system.outputOf(1), nullptr);
     EXPECT_EQ(system.outputOf(2), nullptr);
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
@@ -199,11 +200,11 @@ TEST_F(AudioRouterApiTest, BusesWhoseDeviceIsNotFoundAreMixedButNotForwarded) {
 }
 
 TEST_F(AudioRouterApiTest, ABusWithAnIdThatNoEndpointHasStaysOffAndTheRouterGoesOn) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    endpoints.add(kRender, fakeEndpoint(L"Point B", L"{b}", 0));
-    ASSERT_TRUE(api.startAudioRouter({}, {}, L"{gone}", L"{b}"));
-    EXPECT_TRUE(log.contains(L"[INFO] Input1 device (name/GUID: {gone}) -> GUID: {gone}"));
-    EXPECT_TRUE(log.contains(L"[BusForwarder] Bus1: Device not found with GUID/Name: {gone}"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    endpoints.add(kRender, fakeEndpoint("Point B", "{b}", 0));
+    ASSERT_TRUE(api.startAudioRouter({}, {}, "{gone}", "{b}"));
+    EXPECT_TRUE(log.contains("[INFO] Input1 device (name/GUID: {gone}) -> GUID: {gone}"));
+    EXPECT_TRUE(log.contains("[BusForwarder] Bus1: Device not found with GUID/Name: {gone}"));
     EXPECT_TRUE(api.isAudioRouterRunning());
     EXPECT_EQ(system.outputOf(1), nullptr);
     EXPECT_NE(system.outputOf(2), nullptr);
@@ -212,10 +213,10 @@ TEST_F(AudioRouterApiTest, ABusWithAnIdThatNoEndpointHasStaysOffAndTheRouterGoes
 }
 
 TEST_F(AudioRouterApiTest, NamesOfAnEarlierStartDoNotHoldForTheNext) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    endpoints.add(kRender, fakeEndpoint(L"Point A", L"{a}", 0));
-    endpoints.add(kRender, fakeEndpoint(L"Point B", L"{b}", 0));
-    ASSERT_TRUE(api.startAudioRouter({}, L"{spk}", L"{a}", L"{b}"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    endpoints.add(kRender, fakeEndpoint("Point A", "{a}", 0));
+    endpoints.add(kRender, fakeEndpoint("Point B", "{b}", 0));
+    ASSERT_TRUE(api.startAudioRouter({}, "{spk}", "{a}", "{b}"));
     EXPECT_EQ(system.outputs.size(), 3u);
     api.shutdownAudioRouter();
     start();
@@ -225,14 +226,14 @@ TEST_F(AudioRouterApiTest, NamesOfAnEarlierStartDoNotHoldForTheNext) {
     api.shutdownAudioRouter();
     endpoints.failBothFlows(EnumerationStep::Enumerator); // which now cannot be found
     start();
-    EXPECT_EQ(log.take().back(), L"[BusForwarder] Solo device GUID is empty, Solo forwarding disabled.");
+    EXPECT_EQ(log.take().back(), "[BusForwarder] Solo device GUID is empty, Solo forwarding disabled.");
 }
 
 TEST_F(AudioRouterApiTest, ASoloDeviceThatIsNotFoundFallsBackToTheFirstRealOne) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
-    ASSERT_TRUE(api.startAudioRouter({}, L"missing", {}, {}));
-    EXPECT_TRUE(log.contains(L"[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: missing"));
-    EXPECT_TRUE(log.contains(L"[INFO] Auto-selected first real hardware device for Solo output."));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
+    ASSERT_TRUE(api.startAudioRouter({}, "missing", {}, {}));
+    EXPECT_TRUE(log.contains("[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: missing"));
+    EXPECT_TRUE(log.contains("[INFO] Auto-selected first real hardware device for Solo output."));
 }
 
 // Apply
@@ -247,8 +248,8 @@ TEST_F(AudioRouterApiTest, SetAudioConfigBeforeAGoodStartDoesNothing) {
 TEST_F(AudioRouterApiTest, ANewProcessIsCapturedWithItsChildrenIntoTwentyMilliseconds) {
     startQuietly();
     api.setAudioConfig({record(4711)});
-    EXPECT_EQ(system.journal.take(), (Calls{"capture4711.start tree 200000"}));
-    EXPECT_EQ(log.take(), (Lines{L"[INFO] Started capture for PID: 4711"}));
+    EXPECT_EQ(system.journal.take(), (Calls{"capture4711.start tree 20 ms"}));
+    EXPECT_EQ(log.take(), (Lines{"[INFO] Started capture for PID: 4711"}));
     EXPECT_TRUE(store.getConfig(4711).active);
 }
 
@@ -267,9 +268,9 @@ TEST_F(AudioRouterApiTest, TheSmallestProcessIdIsTen) {
     startQuietly();
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(10), onBothBuses(0xFFFFFFFD)}));
     EXPECT_EQ(system.journal.take(),
-              (Calls{"capture10.start tree 200000", "capture4294967293.start tree 200000"}));
+              (Calls{"capture10.start tree 20 ms", "capture4294967293.start tree 20 ms"}));
     EXPECT_EQ(log.take(),
-              (Lines{L"[INFO] Started capture for PID: 10", L"[INFO] Started capture for PID: 4294967293"}));
+              (Lines{"[INFO] Started capture for PID: 10", "[INFO] Started capture for PID: 4294967293"}));
 }
 
 TEST_F(AudioRouterApiTest, AnUnchangedListStartsAndStopsNothing) {
@@ -371,30 +372,30 @@ TEST_F(AudioRouterApiTest, TwoRecordsOfOneProcessGiveOneCaptureAndTheLastWins) {
     first.input1Volume = 0.1f;
     last.input1Volume = 0.9f;
     ASSERT_TRUE(api.applyAudioConfigs({first, last}));
-    EXPECT_EQ(system.journal.take(), (Calls{"capture20.start tree 200000"}));
+    EXPECT_EQ(system.journal.take(), (Calls{"capture20.start tree 20 ms"}));
     EXPECT_EQ(store.getConfig(20), last);
 }
 
 TEST_F(AudioRouterApiTest, ACaptureThatFailsToStartIsLoggedDroppedAndTriedAgain) {
     startQuietly();
-    system.startResults[20] = hresult(0x80070005);
-    const std::wstring line = L"[ERROR] Failed to start capture for PID: 20 (HRESULT: 0x80070005)";
+    system.startResults[20] = SoundResult{false, 0x80070005};
+    const std::string line = "[ERROR] Failed to start capture for PID: 20 (HRESULT: 0x80070005)";
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21)}));
     EXPECT_EQ(system.journal.take(),
-              (Calls{"capture20.start tree 200000", "capture20.released", "capture21.start tree 200000"}));
-    EXPECT_EQ(log.take(), (Lines{line, L"[INFO] Started capture for PID: 21"}));
+              (Calls{"capture20.start tree 20 ms", "capture20.released", "capture21.start tree 20 ms"}));
+    EXPECT_EQ(log.take(), (Lines{line, "[INFO] Started capture for PID: 21"}));
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21)}));
     EXPECT_EQ(log.take(), (Lines{line}));
     system.startResults.clear();
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21)}));
-    EXPECT_EQ(log.take(), (Lines{L"[INFO] Started capture for PID: 20"}));
+    EXPECT_EQ(log.take(), (Lines{"[INFO] Started capture for PID: 20"}));
 }
 
 TEST_F(AudioRouterApiTest, ACaptureThatCannotBeMadeIsAFailedStart) {
     startQuietly();
     system.capturesCanBeMade = false;
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
-    EXPECT_EQ(log.take(), (Lines{L"[ERROR] Failed to start capture for PID: 20 (HRESULT: 0x8007000e)"}));
+    EXPECT_EQ(log.take(), (Lines{"[ERROR] Failed to start capture for PID: 20 (HRESULT: 0x8007000e)"}));
 }
 
 TEST_F(AudioRouterApiTest, ACaptureThatRefusesToStopIsForgottenAllTheSame) {
@@ -402,21 +403,21 @@ TEST_F(AudioRouterApiTest, ACaptureThatRefusesToStopIsForgottenAllTheSame) {
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
     static_cast<void>(system.journal.take());
     static_cast<void>(log.take());
-    system.stopResult = kHResultInvalidState;
+    system.stopResult = kSoundNothingToStop;
     ASSERT_TRUE(api.applyAudioConfigs({}));
     EXPECT_EQ(system.journal.take(), (Calls{"capture20.stop", "capture20.released"}));
     EXPECT_EQ(store.getConfig(20), inactiveAppAudioConfig());
     EXPECT_TRUE(log.take().empty());
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
-    EXPECT_EQ(system.journal.take(), (Calls{"capture20.start tree 200000"}));
-    EXPECT_EQ(log.take(), (Lines{L"[INFO] Started capture for PID: 20"}));
+    EXPECT_EQ(system.journal.take(), (Calls{"capture20.start tree 20 ms"}));
+    EXPECT_EQ(log.take(), (Lines{"[INFO] Started capture for PID: 20"}));
 }
 
 TEST_F(AudioRouterApiTest, APositiveResultOfACaptureIsASuccess) {
     startQuietly();
-    system.startResults[20] = kHResultFalse;
+    system.startResults[20] = {true, 1}; // done, with a number
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
-    EXPECT_EQ(log.take(), (Lines{L"[INFO] Started capture for PID: 20"}));
+    EXPECT_EQ(log.take(), (Lines{"[INFO] Started capture for PID: 20"}));
 }
 
 TEST_F(AudioRouterApiTest, MasterRecordsCarryVolumeMuteAndSolo) {
@@ -489,7 +490,7 @@ TEST_F(AudioRouterApiTest, TenThousandAbsurdRecordsAreTakenAsTheyAre) {
 // Shutdown
 
 TEST_F(AudioRouterApiTest, ShutdownStopsOutputsThenCapturesThenForgetsEverything) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
     start();
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21)}));
     feed(20, constant(4, 0.5f, 0.5f));
@@ -500,7 +501,7 @@ TEST_F(AudioRouterApiTest, ShutdownStopsOutputsThenCapturesThenForgetsEverything
     ASSERT_EQ(calls.size(), 7u);
     std::ranges::sort(calls.begin() + 4, calls.begin() + 6); // released together, in no order
     EXPECT_EQ(calls, (Calls{"output3.wake", "output3.stopClient", "capture20.stop", "capture21.stop",
-                            "capture20.released", "capture21.released", "com.uninitialize"}));
+                            "capture20.released", "capture21.released", "session.leave"}));
     EXPECT_FALSE(api.isAudioRouterRunning());
     EXPECT_TRUE(store.allProcessIds().empty());
     EXPECT_TRUE(buffers.collectProcessIds().empty());
@@ -508,7 +509,7 @@ TEST_F(AudioRouterApiTest, ShutdownStopsOutputsThenCapturesThenForgetsEverything
 }
 
 TEST_F(AudioRouterApiTest, ShutdownJoinsTheLevelThreadBeforeTheOutputsStop) {
-    endpoints.add(kRender, fakeEndpoint(L"Speakers", L"{spk}"));
+    endpoints.add(kRender, fakeEndpoint("Speakers", "{spk}"));
     startWithSound();
     std::atomic<int> reports{0};
     const ShutdownAtEnd atEnd(api);
@@ -574,5 +575,5 @@ TEST_F(AudioRouterApiTest, TheDestructorShutsDown) {
         AudioRouterAPI other(system.platform(), store, buffers);
         ASSERT_TRUE(other.startAudioRouter({}, {}, {}, {}));
     }
-    EXPECT_EQ(system.journal.take(), (Calls{"com.initialize", "com.uninitialize"}));
+    EXPECT_EQ(system.journal.take(), (Calls{"session.enter", "session.leave"}));
 }

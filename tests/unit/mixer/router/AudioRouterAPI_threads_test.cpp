@@ -63,20 +63,20 @@ public:
     LiveCapture(const LiveCapture&) = delete;
     LiveCapture& operator=(const LiveCapture&) = delete;
 
-    void setBufferDuration(std::int64_t /*duration*/) override {}
-    [[nodiscard]] HResult startCapture(std::uint32_t processId, bool /*includeProcessTree*/) override {
+    void setBufferDuration(std::chrono::milliseconds /*duration*/) override {}
+    [[nodiscard]] SoundResult startCapture(std::uint32_t processId, bool /*includeProcessTree*/) override {
         ++counts.captureStarts;
         running = true;
         thread = std::thread([this, processId] { deliverPackets(buffers, processId, running, counts); });
-        return kHResultOk;
+        return kSoundDone;
     }
-    HResult stopCapture() override {
+    SoundResult stopCapture() override {
         running = false;
         if (!thread.joinable()) {
-            return kHResultInvalidState;
+            return kSoundNothingToStop;
         }
         thread.join();
-        return kHResultOk;
+        return kSoundDone;
     }
 
 private:
@@ -86,7 +86,7 @@ private:
     std::thread thread;
 };
 
-class LiveOutput : public RenderChannel {
+class LiveOutput : public OutputStream {
 public:
     LiveOutput(std::uint32_t busId, Counts& testCounts) : index(busId - 1), counts(testCounts) {}
 
@@ -172,7 +172,7 @@ RouterPlatform livePlatform(FakeRouterPlatform& system, Counts& counts) {
     platform.makeProcessCapture = [&counts](PerAppInputBuffers& buffers) -> std::shared_ptr<ProcessCapture> {
         return std::make_shared<LiveCapture>(buffers, counts);
     };
-    platform.makeRenderChannel = [&counts](std::uint32_t busId) -> std::unique_ptr<RenderChannel> {
+    platform.makeOutputStream = [&counts](std::uint32_t busId) -> std::unique_ptr<OutputStream> {
         return std::make_unique<LiveOutput>(busId, counts);
     };
     return platform;
@@ -184,13 +184,13 @@ TEST(AudioRouterApiThreads, ProducersOutputsLevelsAndRecordChangesGoOnTogether) 
     RouterLogCapture log;
     Counts counts;
     FakeRouterPlatform system;
-    system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Speakers", L"{spk}"));
-    system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Port A", L"{a}", 0));
-    system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Port B", L"{b}", 0));
+    system.endpoints->add(EndpointFlow::Render, fakeEndpoint("Speakers", "{spk}"));
+    system.endpoints->add(EndpointFlow::Render, fakeEndpoint("Port A", "{a}", 0));
+    system.endpoints->add(EndpointFlow::Render, fakeEndpoint("Port B", "{b}", 0));
     AppAudioConfigStore store;
     PerAppInputBuffers buffers(store);
     AudioRouterAPI api(livePlatform(system, counts), store, buffers);
-    ASSERT_TRUE(api.startAudioRouter({}, {}, L"{a}", L"{b}"));
+    ASSERT_TRUE(api.startAudioRouter({}, {}, "{a}", "{b}"));
 
     std::atomic<std::uint64_t> reports{0};
     const ShutdownAtEnd atEnd(api);
@@ -235,7 +235,7 @@ TEST(AudioRouterApiThreads, StartsAndShutdownsWhileStreamsDeliver) {
     RouterLogCapture log;
     Counts counts;
     FakeRouterPlatform system;
-    system.endpoints->add(EndpointFlow::Render, fakeEndpoint(L"Speakers", L"{spk}"));
+    system.endpoints->add(EndpointFlow::Render, fakeEndpoint("Speakers", "{spk}"));
     AppAudioConfigStore store;
     PerAppInputBuffers buffers(store);
     AudioRouterAPI api(livePlatform(system, counts), store, buffers);

@@ -186,17 +186,17 @@ TEST_F(SceneTest, OutputsAndCapturesSayTheirFormats) {
     const Lines lines = log.take();
     ASSERT_GE(lines.size(), 10u);
     EXPECT_EQ((Lines{lines.end() - 10, lines.end()}),
-              (Lines{L"[BusForwarder] Using device format: 44100 Hz, 2 ch, 32 bits",
-                     L"[BusForwarder] Solo thread started successfully.",
-                     L"[INFO] Capture format: 16000 Hz, 1 ch, 16 bits",
-                     L"[INFO] Capturing from process loopback (PID: 4711)",
-                     L"[INFO] Audio capture started for PID 4711, buffer size: 320 frames",
-                     L"[INFO] Started capture for PID: 4711",
-                     std::wstring(L"[WARNING] GetMixFormat failed (0x80004001), ") +
-                         L"using default format (48000 Hz, 32-bit float)",
-                     L"[INFO] Capturing from process loopback (PID: 4712)",
-                     L"[INFO] Audio capture started for PID 4712, buffer size: 960 frames",
-                     L"[INFO] Started capture for PID: 4712"}));
+              (Lines{"[BusForwarder] Using device format: 44100 Hz, 2 ch, 32 bits",
+                     "[BusForwarder] Solo thread started successfully.",
+                     "[INFO] Capture format: 16000 Hz, 1 ch, 16 bits",
+                     "[INFO] Capturing from process loopback (PID: 4711)",
+                     "[INFO] Audio capture started for PID 4711, buffer size: 320 frames",
+                     "[INFO] Started capture for PID: 4711",
+                     std::string("[WARNING] GetMixFormat failed (0x80004001), ") +
+                         "using default format (48000 Hz, 32-bit float)",
+                     "[INFO] Capturing from process loopback (PID: 4712)",
+                     "[INFO] Audio capture started for PID 4712, buffer size: 960 frames",
+                     "[INFO] Started capture for PID: 4712"}));
 }
 
 TEST_F(SceneTest, APacketLongerThanAPeriodArrivesWhenItIsComplete) {
@@ -323,7 +323,7 @@ TEST_F(SceneTest, AnInputNamedForABusIsFoundAndStaysSilent) {
         endpoint "Port In" id=in virtual input
         start input1="port in")"));
     EXPECT_TRUE(rendered.outputs.empty());
-    EXPECT_TRUE(log.contains(L"[BusForwarder] GetService failed: 0x88890003"));
+    EXPECT_TRUE(log.contains("[BusForwarder] GetService failed: 0x88890003"));
 }
 
 TEST_F(SceneTest, ThePictureShowsWhatWasPlayed) {

@@ -116,9 +116,9 @@ TEST_F(PulseCaptureOnServer, StoppedCaptureOfSeveralStreamsLeavesNothingBehindOn
     store.putConfig(processId, record);
     for (int round = 0; round < 10; ++round) {
         auto capture = std::make_unique<PulseProcessCapture>(connection, buffers);
-        ASSERT_EQ(capture->startCapture(processId, true), kHResultOk);
+        ASSERT_EQ(capture->startCapture(processId, true), kSoundDone);
         awaitBothStreams(processId);
-        ASSERT_EQ(capture->stopCapture(), kHResultOk);
+        ASSERT_EQ(capture->stopCapture(), kSoundDone);
         buffers.resetProcessBuffers(processId);
         // In every second round nobody has the capture any more.
         if (round % 2 == 1) {

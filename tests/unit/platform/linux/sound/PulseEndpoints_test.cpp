@@ -18,7 +18,7 @@ PulseDevice device(const std::string& name, const std::string& bus, const std::s
 AudioEndpoint endpoint(const PulseDevice& from) {
     AudioEndpoint made;
     made.id = pulseEndpointId(from);
-    made.friendlyName = L"Output";
+    made.friendlyName = "Output";
     made.connectorCount = pulseConnectorCount(from);
     return made;
 }
@@ -41,13 +41,13 @@ TEST(PulseEndpointId, PciIsBuiltInAndUsbAndBluetoothAreNot) {
 }
 
 TEST(PulseEndpointId, DeviceWithoutABusKeepsItsName) {
-    EXPECT_EQ(pulseEndpointId(device("null", "")), L"null");
-    EXPECT_EQ(pulseEndpointId(device("x", "", "internal")), L"hdaudio#x");
+    EXPECT_EQ(pulseEndpointId(device("null", "")), "null");
+    EXPECT_EQ(pulseEndpointId(device("x", "", "internal")), "hdaudio#x");
 }
 
-TEST(PulseEndpointId, NamesInAnyScriptAreWidenedAndBrokenOnesAreNotFatal) {
-    EXPECT_EQ(pulseEndpointId(device("扬声器 é 🎧", "")), L"扬声器 é 🎧");
-    EXPECT_EQ(pulseEndpointId(device("a\xff\xe6\x89", "")), L"a???");
+TEST(PulseEndpointId, NamesInAnyScriptStayAndBrokenOnesAreNotFatal) {
+    EXPECT_EQ(pulseEndpointId(device("扬声器 é 🎧", "")), "扬声器 é 🎧");
+    EXPECT_EQ(pulseEndpointId(device("a\xff\xe6\x89", "")), "a???");
 }
 
 TEST(PulseConnectorCount, IsThatOfThePortsAndOneWhereHardwareIsDeclaredOtherwise) {

@@ -1,10 +1,10 @@
-#include "tools/scene/OfflineRenderChannel.h"
+#include "tools/scene/OfflineOutputStream.h"
 
-bool OfflineRenderChannel::open(const AudioEndpoint& /*endpoint*/) {
+bool OfflineOutputStream::open(const AudioEndpoint& /*endpoint*/) {
     return true;
 }
 
-void OfflineRenderChannel::run(const std::atomic<bool>& running, const RenderCallback& render) {
+void OfflineOutputStream::run(const std::atomic<bool>& running, const RenderCallback& render) {
     std::unique_lock lock(mutex);
     while (running) {
         changed.wait(lock, [this] { return woken || !wanted.empty(); });
@@ -19,15 +19,15 @@ void OfflineRenderChannel::run(const std::atomic<bool>& running, const RenderCal
     changed.notify_all();
 }
 
-void OfflineRenderChannel::wake() {
+void OfflineOutputStream::wake() {
     const std::lock_guard lock(mutex);
     woken = true;
     changed.notify_all();
 }
 
-void OfflineRenderChannel::stopClient() {}
+void OfflineOutputStream::stopClient() {}
 
-bool OfflineRenderChannel::renderPeriod(std::span<float> output) {
+bool OfflineOutputStream::renderPeriod(std::span<float> output) {
     std::unique_lock lock(mutex);
     if (ended) {
         return false;

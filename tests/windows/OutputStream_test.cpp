@@ -1,6 +1,6 @@
 #include "mixer/BusForwarder.h"
 #include "mixer/EndpointClassification.h"
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
+#include "platform/windows/routerAudio/WasapiOutputStream.h"
 #include "platform/windows/routerAudio/WindowsRouterPlatform.h"
 #include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/SoundScene.h"
@@ -55,7 +55,7 @@ TEST_F(RenderTest, BusChannelPlaysBothChannelsAtTheirLevelIntoAVirtualEndpoint) 
     const RouterPlatform platform = windowsRouterPlatform(windowsAudioSystemCalls());
     RouterLogCapture log;
     BusForwarder forwarder(platform, scene.buffers);
-    forwarder.setBus1Device(L"virtual CABLE");
+    forwarder.setBus1Device("virtual CABLE");
     ASSERT_TRUE(forwarder.start());
     const RecordedSink sink("cable");
     EXPECT_TRUE(comesTrue([&] { return carries(sink, 1000, 1500); })) << levels(sink, 1000, 1500);
@@ -64,7 +64,7 @@ TEST_F(RenderTest, BusChannelPlaysBothChannelsAtTheirLevelIntoAVirtualEndpoint) 
         return sink.amplitude(0, 1000) < 1e-4;
     };
     EXPECT_TRUE(comesTrue(silent)) << sink.amplitude(0, 1000);
-    EXPECT_TRUE(log.contains(L"[BusForwarder] Using device format: 48000 Hz, 2 ch, 32 bits"));
+    EXPECT_TRUE(log.contains("[BusForwarder] Using device format: 48000 Hz, 2 ch, 32 bits"));
 }
 
 TEST_F(RenderTest, SoloPlaysOnAnEndpointWhoseTopologyHasAConnector) {
@@ -78,17 +78,17 @@ TEST_F(RenderTest, SoloPlaysOnAnEndpointWhoseTopologyHasAConnector) {
     const RecordedSink sink("speakers");
     EXPECT_TRUE(comesTrue([&] { return carries(sink, 700, 1100); })) << levels(sink, 700, 1100);
     forwarder.stop();
-    EXPECT_TRUE(log.contains(L"[BusForwarder] Solo thread started successfully."));
+    EXPECT_TRUE(log.contains("[BusForwarder] Solo thread started successfully."));
 }
 
 TEST_F(RenderTest, WithoutATopologyNothingIsHardwareAndSoloStaysOff) {
     const RouterPlatform platform = windowsRouterPlatform(withConnectors(E_NOINTERFACE, 0));
     RouterLogCapture log;
-    EXPECT_EQ(FindFirstRealHardwareDevice(*platform.endpoints, true), L"");
+    EXPECT_EQ(FindFirstRealHardwareDevice(*platform.endpoints, true), "");
     BusForwarder forwarder(platform, scene.buffers);
     forwarder.setSoloDevice(GetDefaultDeviceGuid(*platform.endpoints));
     EXPECT_TRUE(forwarder.start());
-    EXPECT_TRUE(log.contains(L"[BusForwarder] Failed to initialize Solo thread."));
+    EXPECT_TRUE(log.contains("[BusForwarder] Failed to initialize Solo thread."));
 }
 
 TEST_F(RenderTest, EndpointAtAnotherRateShiftsThePitchByTheRatioOfTheRates) {
@@ -97,13 +97,13 @@ TEST_F(RenderTest, EndpointAtAnotherRateShiftsThePitchByTheRatioOfTheRates) {
     const RouterPlatform platform = windowsRouterPlatform(windowsAudioSystemCalls());
     RouterLogCapture log;
     BusForwarder forwarder(platform, scene.buffers);
-    forwarder.setBus2Device(L"old virtual");
+    forwarder.setBus2Device("old virtual");
     ASSERT_TRUE(forwarder.start());
     const RecordedSink sink("old", 2, 44100);
     EXPECT_TRUE(comesTrue([&] { return sink.amplitude(0, 1000 * 44100.0 / 48000) > kLowest; }))
         << sink.amplitude(0, 1000 * 44100.0 / 48000) << ", unshifted " << sink.amplitude(0, 1000);
     forwarder.stop();
-    EXPECT_TRUE(log.contains(L"[BusForwarder] Using device format: 44100 Hz, 2 ch, 32 bits"));
+    EXPECT_TRUE(log.contains("[BusForwarder] Using device format: 44100 Hz, 2 ch, 32 bits"));
 }
 
 TEST_F(RenderTest, EndpointWithSixChannelsIsOpenedWithTwo) {
@@ -112,23 +112,23 @@ TEST_F(RenderTest, EndpointWithSixChannelsIsOpenedWithTwo) {
     const RouterPlatform platform = windowsRouterPlatform(windowsAudioSystemCalls());
     RouterLogCapture log;
     BusForwarder forwarder(platform, scene.buffers);
-    forwarder.setBus1Device(L"surround");
+    forwarder.setBus1Device("surround");
     ASSERT_TRUE(forwarder.start());
     const RecordedSink sink("six", 6);
     EXPECT_TRUE(comesTrue([&] { return carries(sink, 900, 1300); })) << levels(sink, 900, 1300);
     forwarder.stop();
-    EXPECT_TRUE(log.contains(L"[BusForwarder] Using device format: 48000 Hz, 2 ch, 32 bits"));
+    EXPECT_TRUE(log.contains("[BusForwarder] Using device format: 48000 Hz, 2 ch, 32 bits"));
 }
 
 TEST_F(RenderTest, CaptureEndpointFailsAtGetService) {
-    const AudioEndpointPointer microphone = endpointNamed(EndpointFlow::Capture, L"Cable Microphone");
+    const AudioEndpointPointer microphone = endpointNamed(EndpointFlow::Capture, "Cable Microphone");
     ASSERT_NE(microphone, nullptr);
     RouterLogCapture log;
-    WasapiRenderChannel channel(windowsAudioSystemCalls());
-    EXPECT_FALSE(channel.open(*microphone));
+    WasapiOutputStream stream(windowsAudioSystemCalls());
+    EXPECT_FALSE(stream.open(*microphone));
     const Lines lines = log.take();
     ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(lines.back(), L"[BusForwarder] GetService failed: 0x88890003");
+    EXPECT_EQ(lines.back(), "[BusForwarder] GetService failed: 0x88890003");
 }
 
 TEST_F(RenderTest, EndpointRemovedWhilePlayingIsSilentlyKeptAndTheOtherOutputPlaysOn) {
@@ -136,8 +136,8 @@ TEST_F(RenderTest, EndpointRemovedWhilePlayingIsSilentlyKeptAndTheOtherOutputPla
     const TonePlayer player(scene.buffers, kSource, 1000, 1500, kAmplitude);
     const RouterPlatform platform = windowsRouterPlatform(windowsAudioSystemCalls());
     BusForwarder forwarder(platform, scene.buffers);
-    forwarder.setBus1Device(L"plugged");
-    forwarder.setBus2Device(L"virtual cable");
+    forwarder.setBus1Device("plugged");
+    forwarder.setBus2Device("virtual cable");
     ASSERT_TRUE(forwarder.start());
     const RecordedSink sink("plug");
     const RecordedSink other("cable");
@@ -161,12 +161,12 @@ TEST_F(RenderTest, CallbackWithEightSourcesTakesLessThanAFifthOfItsPeriod) {
         players.push_back(
             std::make_unique<TonePlayer>(scene.buffers, kSource + source, 200 + 50 * source, 300, 0.05f));
     }
-    const AudioEndpointPointer speakers = endpointNamed(EndpointFlow::Render, L"Speakers");
+    const AudioEndpointPointer speakers = endpointNamed(EndpointFlow::Render, "Speakers");
     ASSERT_NE(speakers, nullptr);
     for (const bool solo : {false, true}) {
         SCOPED_TRACE(solo ? "Solo" : "bus");
-        WasapiRenderChannel channel(windowsAudioSystemCalls());
-        ASSERT_TRUE(channel.open(*speakers));
+        WasapiOutputStream stream(windowsAudioSystemCalls());
+        ASSERT_TRUE(stream.open(*speakers));
         using Clock = std::chrono::steady_clock;
         constexpr std::size_t kCallbacks = 100;
         std::atomic<bool> running{true};
@@ -176,7 +176,7 @@ TEST_F(RenderTest, CallbackWithEightSourcesTakesLessThanAFifthOfItsPeriod) {
         double spent = 0;
         double played = 0;
         std::thread thread([&] {
-            channel.run(running, [&](float* output, std::uint32_t count) {
+            stream.run(running, [&](float* output, std::uint32_t count) {
                 const auto before = Clock::now();
                 if (solo) {
                     scene.buffers.mixSolo(output, count);
@@ -195,7 +195,7 @@ TEST_F(RenderTest, CallbackWithEightSourcesTakesLessThanAFifthOfItsPeriod) {
         });
         EXPECT_TRUE(comesTrue([&] { return callbacks >= kCallbacks; }));
         running = false;
-        channel.wake();
+        stream.wake();
         thread.join();
         ASSERT_EQ(shares.size(), kCallbacks);
         std::ranges::sort(shares);

@@ -1,11 +1,14 @@
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
+#include "platform/windows/routerAudio/WasapiOutputStream.h"
 
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
+#include "platform/windows/routerAudio/ReferenceTime.h"
 #include "platform/windows/routerAudio/WaveFormats.h"
+#include "platform/windows/routerAudio/WindowsResult.h"
 
 #include <audiosessiontypes.h>
 #include <avrt.h>
 #include <objbase.h>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -15,60 +18,66 @@ constexpr DWORD kRenderFlags = AUDCLNT_STREAMFLAGS_EVENTCALLBACK | AUDCLNT_STREA
 static_assert(kRenderFlags == 0x88040000);
 
 // True when the step went well; its line otherwise.
-bool succeeded(RenderStep step, HRESULT result) {
+bool succeeded(OutputStep step, HRESULT result) {
     if (FAILED(result)) {
-        logRenderFailure(step, result);
+        logOutputFailure(step, soundResult(result));
         return false;
     }
     return true;
 }
 
-// The format that the endpoint works in, as far as it says one.
-RenderFormat formatFor(IAudioClient* client) {
+// The format that the endpoint is opened with.
+WAVEFORMATEX formatFor(IAudioClient* client) {
     WAVEFORMATEX* mixFormat = nullptr;
     const HRESULT result = client->GetMixFormat(&mixFormat);
-    std::optional<RenderFormat> format;
-    if (SUCCEEDED(result) && mixFormat != nullptr) {
-        format = renderFormat(*mixFormat);
-        CoTaskMemFree(mixFormat);
+    if (FAILED(result) || mixFormat == nullptr) {
+        return nativeFormat(chooseOutputFormat(soundResult(result), std::nullopt));
     }
-    return chooseRenderFormat(result, format);
+    const WaveFormat own = waveFormat(*mixFormat);
+    const WaveFormat chosen = chooseOutputFormat(soundResult(result), own);
+    WAVEFORMATEX format = nativeFormat(chosen);
+    if (chosen == own) {
+        format.nAvgBytesPerSec = mixFormat->nAvgBytesPerSec;
+    }
+    CoTaskMemFree(mixFormat);
+    return format;
 }
 
 } // namespace
 
-WasapiRenderChannel::WasapiRenderChannel(AudioSystemCalls systemCalls) : calls(std::move(systemCalls)) {}
+WasapiOutputStream::WasapiOutputStream(AudioSystemCalls systemCalls) : calls(std::move(systemCalls)) {}
 
-bool WasapiRenderChannel::open(const AudioEndpoint& endpoint) {
+bool WasapiOutputStream::open(const AudioEndpoint& endpoint) {
     IMMDevice* const device = deviceOf(endpoint);
     const HRESULT activated = device == nullptr
                                   ? E_POINTER
                                   : device->Activate(__uuidof(IAudioClient), CLSCTX_ALL, nullptr,
                                                      reinterpret_cast<void**>(client.GetAddressOf()));
-    if (!succeeded(RenderStep::Activate, activated)) {
+    if (!succeeded(OutputStep::Activate, activated)) {
         return false;
     }
-    const WAVEFORMATEX format = nativeFormat(formatFor(client.Get()));
-    if (!succeeded(RenderStep::Initialize, client->Initialize(AUDCLNT_SHAREMODE_SHARED, kRenderFlags,
-                                                              kRenderBufferDuration, 0, &format, nullptr)) ||
-        !succeeded(RenderStep::GetService,
+    const WAVEFORMATEX format = formatFor(client.Get());
+    if (!succeeded(OutputStep::Initialize,
+                   client->Initialize(AUDCLNT_SHAREMODE_SHARED, kRenderFlags,
+                                      referenceTime(kOutputBufferDuration), 0, &format, nullptr)) ||
+        !succeeded(OutputStep::GetService,
                    client->GetService(__uuidof(IAudioRenderClient),
                                       reinterpret_cast<void**>(renderClient.GetAddressOf()))) ||
-        !succeeded(RenderStep::GetBufferSize, client->GetBufferSize(&bufferFrames))) {
+        !succeeded(OutputStep::GetBufferSize, client->GetBufferSize(&bufferFrames))) {
         return false;
     }
     event.reset(calls.createEvent());
-    return succeeded(RenderStep::EventCreate, event ? S_OK : lastErrorResult()) &&
-           succeeded(RenderStep::SetEventHandle, client->SetEventHandle(event.get()));
+    return succeeded(OutputStep::EventCreate, event ? S_OK : lastErrorResult()) &&
+           succeeded(OutputStep::SetEventHandle, client->SetEventHandle(event.get()));
 }
 
-void WasapiRenderChannel::run(const std::atomic<bool>& running, const RenderCallback& render) {
+void WasapiOutputStream::run(const std::atomic<bool>& running, const RenderCallback& render) {
     DWORD taskIndex = 0;
     const HANDLE task = calls.setThreadCharacteristics(L"Pro Audio", &taskIndex);
     if (task != nullptr) {
         calls.setThreadPriority(task, AVRT_PRIORITY_HIGH);
     }
-    if (succeeded(RenderStep::Start, client->Start())) {
+    if (succeeded(OutputStep::Start, client->Start())) {
         while (running) {
             if (calls.waitForEvent(event.get()) == WAIT_OBJECT_0) {
                 renderPeriod(render);
@@ -81,7 +90,7 @@ void WasapiRenderChannel::run(const std::atomic<bool>& running, const RenderCall
     }
 }
 
-void WasapiRenderChannel::renderPeriod(const RenderCallback& render) {
+void WasapiOutputStream::renderPeriod(const RenderCallback& render) {
     UINT32 padding = 0;
     if (FAILED(client->GetCurrentPadding(&padding)) || padding >= bufferFrames) {
         return;
@@ -95,13 +104,13 @@ void WasapiRenderChannel::renderPeriod(const RenderCallback& render) {
     renderClient->ReleaseBuffer(frames, 0);
 }
 
-void WasapiRenderChannel::wake() {
+void WasapiOutputStream::wake() {
     if (event) {
         SetEvent(event.get());
     }
 }
 
-void WasapiRenderChannel::stopClient() {
+void WasapiOutputStream::stopClient() {
     if (client) {
         client->Stop();
     }

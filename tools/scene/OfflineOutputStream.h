@@ -1,13 +1,13 @@
 #pragma once
 
-#include "mixer/RenderChannel.h"
+#include "mixer/OutputStream.h"
 
 #include <condition_variable>
 #include <mutex>
 #include <span>
 
 /// An output without a clock of its own: it plays a period when it is told to.
-class OfflineRenderChannel : public RenderChannel {
+class OfflineOutputStream : public OutputStream {
 public:
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override;
     void run(const std::atomic<bool>& running, const RenderCallback& render) override;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mixer/RenderChannel.h"
+#include "mixer/OutputStream.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"
 
 #include <audioclient.h>
@@ -10,9 +10,9 @@
 /// An output on WASAPI in shared mode, driven by the endpoint's event. The render thread runs under the
 /// multimedia class scheduler's task "Pro Audio" and does not initialise COM: the client was made in the
 /// multithreaded apartment.
-class WasapiRenderChannel final : public RenderChannel {
+class WasapiOutputStream final : public OutputStream {
 public:
-    explicit WasapiRenderChannel(AudioSystemCalls systemCalls);
+    explicit WasapiOutputStream(AudioSystemCalls systemCalls);
 
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override;
     void run(const std::atomic<bool>& running, const RenderCallback& render) override;

@@ -1,16 +1,17 @@
 #pragma once
 
-// One opened output: what stands between BusForwarder and an endpoint of the sound system.
+// The stream of one output: what stands between BusForwarder and an endpoint of the sound system.
 //
 // BusForwarder finds the endpoint, says which it uses, owns the thread and its running flag, and ends it. A
-// channel opens the endpoint, and its run() is the body of that thread: it waits for the endpoint, asks how
-// many frames fit, and lets the callback write them straight into the endpoint's memory. It says what the
-// sound system refused with logRenderFailure().
+// stream opens the endpoint, and its run() is the body of that thread: it waits for the endpoint, asks how
+// many frames fit, and lets the callback write them straight into the endpoint's memory. It logs what the
+// sound system refused with logOutputFailure().
 
 #include "mixer/AudioEndpoint.h"
 #include "mixer/WaveFormat.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -19,20 +20,19 @@
 /// takes no lock but the mixer's own two.
 using RenderCallback = std::function<void(float* output, std::uint32_t frameCount)>;
 
-/// Length of an endpoint's buffer: 150 ms in units of 100 ns.
-inline constexpr std::int64_t kRenderBufferDuration = 1'500'000;
+/// Length of an endpoint's buffer.
+inline constexpr std::chrono::milliseconds kOutputBufferDuration{150};
 
-class RenderChannel {
+class OutputStream {
 public:
-    RenderChannel() = default;
-    virtual ~RenderChannel() = default;
-    RenderChannel(const RenderChannel&) = delete;
-    RenderChannel& operator=(const RenderChannel&) = delete;
+    OutputStream() = default;
+    virtual ~OutputStream() = default;
+    OutputStream(const OutputStream&) = delete;
+    OutputStream& operator=(const OutputStream&) = delete;
 
-    /// Opens the endpoint for kRenderBufferDuration in the format of chooseRenderFormat(), and does not play
-    /// yet. On Windows: Activate, GetMixFormat, Initialize (shared mode, flags 0x88040000), GetService,
-    /// GetBufferSize, the event, SetEventHandle. False, with the line of the step that failed; an endpoint of
-    /// the capture flow fails at GetService. The thread of AudioRouterAPI's start, once.
+    /// Opens the endpoint for kOutputBufferDuration in the format of chooseOutputFormat(), and does not play
+    /// yet. False, with the line of the step that failed; an endpoint of the capture flow fails at
+    /// GetService. The thread of AudioRouterAPI's start, once.
     [[nodiscard]] virtual bool open(const AudioEndpoint& endpoint) = 0;
 
     /// Plays until `running` is false, on the render thread that calls it: takes the thread's real-time
@@ -53,12 +53,12 @@ public:
 
 /// The format that an endpoint is opened with: its own mix format (without a value: it could not be read,
 /// and `result` says why), brought to float and to two channels. The rate stays that of the endpoint; the
-/// samples are always those of 48000 Hz, so another rate shifts the pitch. Without a mix format: 48000 Hz.
-/// Logs the choice.
-[[nodiscard]] RenderFormat chooseRenderFormat(HResult result, const std::optional<RenderFormat>& mixFormat);
+/// samples are always those of 48000 Hz, so another rate shifts the pitch. Without a mix format:
+/// kDefaultFormat. Logs the choice.
+[[nodiscard]] WaveFormat chooseOutputFormat(SoundResult result, const std::optional<WaveFormat>& mixFormat);
 
-/// The steps of a channel that the sound system may refuse.
-enum class RenderStep { Activate, Initialize, GetService, GetBufferSize, EventCreate, SetEventHandle, Start };
+/// The steps of a stream that the sound system may refuse, as the lines name them.
+enum class OutputStep { Activate, Initialize, GetService, GetBufferSize, EventCreate, SetEventHandle, Start };
 
-/// Says that the step was refused. Any thread but a render callback.
-void logRenderFailure(RenderStep step, HResult result);
+/// Logs that the step was refused. Any thread but a render callback.
+void logOutputFailure(OutputStep step, SoundResult result);

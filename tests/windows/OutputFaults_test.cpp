@@ -1,5 +1,5 @@
 #include "platform/windows/routerAudio/CoreAudioEndpoints.h"
-#include "platform/windows/routerAudio/WasapiRenderChannel.h"
+#include "platform/windows/routerAudio/WasapiOutputStream.h"
 #include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/windows/ScriptedAudio.h"
 #include "tests/windows/SoundScene.h"
@@ -9,19 +9,19 @@
 
 namespace {
 
-class RenderFaultsTest : public testing::Test {
+class OutputFaultsTest : public testing::Test {
 protected:
     void SetUp() override {
-        speakers = endpointNamed(EndpointFlow::Render, L"Speakers");
+        speakers = endpointNamed(EndpointFlow::Render, "Speakers");
         ASSERT_NE(speakers, nullptr);
     }
 
-    // Ends a channel's thread, which renders at most once more.
-    static void end(WasapiRenderChannel& channel, std::atomic<bool>& running, std::thread& thread,
+    // Ends a stream's thread, which renders at most once more.
+    static void end(WasapiOutputStream& stream, std::atomic<bool>& running, std::thread& thread,
                     const std::atomic<int>& rendered) {
         running = false;
         const int before = rendered;
-        channel.wake();
+        stream.wake();
         thread.join();
         EXPECT_LE(rendered, before + 1);
     }
@@ -34,29 +34,28 @@ constexpr HRESULT kInvalidated = static_cast<HRESULT>(0x88890004);
 
 } // namespace
 
-TEST_F(RenderFaultsTest, WithoutAMixFormatTheDefaultFormatIsUsedAndSaid) {
+TEST_F(OutputFaultsTest, WithoutAMixFormatTheDefaultFormatIsUsedAndSaid) {
     const auto script = std::make_shared<AudioScript>();
     script->fail("GetMixFormat", E_NOTIMPL);
     RouterLogCapture log;
-    WasapiRenderChannel channel(scriptedCalls(script));
-    EXPECT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
-    EXPECT_EQ(
-        log.take(),
-        Lines{L"[BusForwarder] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit "
-              L"float)"});
+    WasapiOutputStream stream(scriptedCalls(script));
+    EXPECT_TRUE(stream.open(scriptedEndpoint(script, *speakers)));
+    EXPECT_EQ(log.take(),
+              Lines{"[BusForwarder] GetMixFormat failed (0x80004001), using default format (48000 Hz, 32-bit "
+                    "float)"});
 }
 
-TEST_F(RenderFaultsTest, CallsAreGivenWhatWindowsExpectsOfThem) {
+TEST_F(OutputFaultsTest, CallsAreGivenWhatWindowsExpectsOfThem) {
     const auto script = std::make_shared<AudioScript>();
     script->fail("GetMixFormat", E_NOTIMPL);
     const AudioSystemCalls calls = scriptedCalls(script);
-    WasapiRenderChannel channel(calls);
-    ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
+    WasapiOutputStream stream(calls);
+    ASSERT_TRUE(stream.open(scriptedEndpoint(script, *speakers)));
     std::atomic<bool> running{true};
     std::atomic<int> rendered{0};
-    std::thread thread([&] { channel.run(running, [&](float*, std::uint32_t) { ++rendered; }); });
+    std::thread thread([&] { stream.run(running, [&](float*, std::uint32_t) { ++rendered; }); });
     EXPECT_TRUE(comesTrue([&] { return rendered > 2; }));
-    end(channel, running, thread, rendered);
+    end(stream, running, thread, rendered);
     // In-process server and handler, local and remote server.
     EXPECT_EQ(script->given("Activate"), "23, no parameters");
     // Shared, 0x88040000, 150 ms, then the default format: float, stereo, nothing behind it.
@@ -75,52 +74,52 @@ TEST_F(RenderFaultsTest, CallsAreGivenWhatWindowsExpectsOfThem) {
     EXPECT_EQ(script->given("GetDefaultAudioEndpoint"), "0, 0");
 }
 
-TEST_F(RenderFaultsTest, EventStaysOpenUntilTheClientHasGone) {
+TEST_F(OutputFaultsTest, EventStaysOpenUntilTheClientHasGone) {
     const auto script = std::make_shared<AudioScript>();
-    auto channel = std::make_unique<WasapiRenderChannel>(scriptedCalls(script));
-    ASSERT_TRUE(channel->open(scriptedEndpoint(script, *speakers)));
-    channel.reset();
+    auto stream = std::make_unique<WasapiOutputStream>(scriptedCalls(script));
+    ASSERT_TRUE(stream->open(scriptedEndpoint(script, *speakers)));
+    stream.reset();
     EXPECT_EQ(script->given("last Release"), "its event is open");
 }
 
-TEST_F(RenderFaultsTest, EndpointWithoutADeviceFailsAtActivation) {
+TEST_F(OutputFaultsTest, EndpointWithoutADeviceFailsAtActivation) {
     RouterLogCapture log;
-    WasapiRenderChannel channel(windowsAudioSystemCalls());
-    EXPECT_FALSE(channel.open(AudioEndpoint{}));
-    EXPECT_EQ(log.take(), Lines{L"[BusForwarder] Activate failed: 0x80004003"});
+    WasapiOutputStream stream(windowsAudioSystemCalls());
+    EXPECT_FALSE(stream.open(AudioEndpoint{}));
+    EXPECT_EQ(log.take(), Lines{"[BusForwarder] Activate failed: 0x80004003"});
 }
 
-TEST_F(RenderFaultsTest, ClientThatDoesNotStartEndsTheThreadWithItsLineAndGivesTheSchedulingBack) {
+TEST_F(OutputFaultsTest, ClientThatDoesNotStartEndsTheThreadWithItsLineAndGivesTheSchedulingBack) {
     const auto script = std::make_shared<AudioScript>();
     script->fail("Start", kInvalidated);
     RouterLogCapture log;
-    WasapiRenderChannel channel(scriptedCalls(script));
-    ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
+    WasapiOutputStream stream(scriptedCalls(script));
+    ASSERT_TRUE(stream.open(scriptedEndpoint(script, *speakers)));
     const std::atomic<bool> running{true};
     int calls = 0;
-    std::thread thread([&] { channel.run(running, [&](float*, std::uint32_t) { ++calls; }); });
+    std::thread thread([&] { stream.run(running, [&](float*, std::uint32_t) { ++calls; }); });
     thread.join();
     EXPECT_EQ(calls, 0);
-    EXPECT_EQ(log.take().back(), L"[BusForwarder] Start failed: 0x88890004");
+    EXPECT_EQ(log.take().back(), "[BusForwarder] Start failed: 0x88890004");
     EXPECT_EQ(script->count("AvRevertMmThreadCharacteristics"), script->count("AvSetMmThreadPriority"));
 }
 
-TEST_F(RenderFaultsTest, FailureOfSchedulingIsNoFailureOfTheThread) {
+TEST_F(OutputFaultsTest, FailureOfSchedulingIsNoFailureOfTheThread) {
     for (const char* const call : {"AvSetMmThreadCharacteristicsW", "AvSetMmThreadPriority"}) {
         SCOPED_TRACE(call);
         const auto script = std::make_shared<AudioScript>();
         script->fail(call, E_FAIL);
-        WasapiRenderChannel channel(scriptedCalls(script));
-        ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
+        WasapiOutputStream stream(scriptedCalls(script));
+        ASSERT_TRUE(stream.open(scriptedEndpoint(script, *speakers)));
         std::atomic<bool> running{true};
         std::atomic<int> calls{0};
-        std::thread thread([&] { channel.run(running, [&](float*, std::uint32_t) { ++calls; }); });
+        std::thread thread([&] { stream.run(running, [&](float*, std::uint32_t) { ++calls; }); });
         EXPECT_TRUE(comesTrue([&] { return calls > 2; }));
-        end(channel, running, thread, calls);
+        end(stream, running, thread, calls);
     }
 }
 
-TEST_F(RenderFaultsTest, WaitThatEndsWithoutTheEventRendersNothingAndIsRepeated) {
+TEST_F(OutputFaultsTest, WaitThatEndsWithoutTheEventRendersNothingAndIsRepeated) {
     const auto script = std::make_shared<AudioScript>();
     AudioSystemCalls calls = scriptedCalls(script);
     std::atomic<int> waits{0};
@@ -130,42 +129,42 @@ TEST_F(RenderFaultsTest, WaitThatEndsWithoutTheEventRendersNothingAndIsRepeated)
         const int wait = waits++;
         return wait < kOtherAnswers ? kOther[wait % 3] : real(event);
     };
-    WasapiRenderChannel channel(calls);
-    ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
+    WasapiOutputStream stream(calls);
+    ASSERT_TRUE(stream.open(scriptedEndpoint(script, *speakers)));
     RouterLogCapture log;
     std::atomic<bool> running{true};
     std::atomic<int> rendered{0};
     std::atomic<int> waitsAtTheFirst{0};
     std::thread thread([&] {
-        channel.run(running, [&](float*, std::uint32_t) {
+        stream.run(running, [&](float*, std::uint32_t) {
             if (rendered++ == 0) {
                 waitsAtTheFirst = waits.load();
             }
         });
     });
     EXPECT_TRUE(comesTrue([&] { return rendered > 2; }));
-    end(channel, running, thread, rendered);
+    end(stream, running, thread, rendered);
     EXPECT_GT(waitsAtTheFirst, kOtherAnswers);
     EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(RenderFaultsTest, FailuresWhilePlayingGoBackToWaitingWithoutALine) {
+TEST_F(OutputFaultsTest, FailuresWhilePlayingGoBackToWaitingWithoutALine) {
     for (const char* const call : {"GetCurrentPadding", "GetBuffer"}) {
         SCOPED_TRACE(call);
         const auto script = std::make_shared<AudioScript>();
         script->fail(call, kInvalidated, 2);
-        WasapiRenderChannel channel(scriptedCalls(script));
-        ASSERT_TRUE(channel.open(scriptedEndpoint(script, *speakers)));
+        WasapiOutputStream stream(scriptedCalls(script));
+        ASSERT_TRUE(stream.open(scriptedEndpoint(script, *speakers)));
         RouterLogCapture log;
         std::atomic<bool> running{true};
         std::atomic<int> calls{0};
-        std::thread thread([&] { channel.run(running, [&](float*, std::uint32_t) { ++calls; }); });
+        std::thread thread([&] { stream.run(running, [&](float*, std::uint32_t) { ++calls; }); });
         EXPECT_TRUE(comesTrue([&] {
             // An endpoint that gets nothing any more may fall silent: its event is given by hand.
-            channel.wake();
+            stream.wake();
             return script->count(call) > 5;
         }));
-        end(channel, running, thread, calls);
+        end(stream, running, thread, calls);
         EXPECT_EQ(calls, 1);
         EXPECT_TRUE(log.take().empty());
         EXPECT_EQ(script->count("Stop"), 1);
