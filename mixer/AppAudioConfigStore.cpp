@@ -47,7 +47,7 @@ AppAudioConfig AppAudioConfigStore::getBusConfig(std::uint32_t bus) const {
 }
 
 std::vector<std::uint32_t> AppAudioConfigStore::allProcessIds() const {
-    return idsUnderLock(mutex, records, [](std::uint32_t processID) { return processID; });
+    return idsUnderLock(mutex, records);
 }
 
 void AppAudioConfigStore::clear() {

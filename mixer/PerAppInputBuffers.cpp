@@ -12,12 +12,13 @@
 #include <charconv>
 #include <cmath>
 #include <span>
+#include <string_view>
 
 namespace {
 
 // Frames that are resampled, measured and written together: what a slow rate makes of a packet has no bound.
 constexpr std::uint64_t kPieceFrames = 2048;
-// Sources for which a bus has room before its list grows.
+// Sources for which there is room before the list of the mix grows.
 constexpr std::size_t kExpectedSources = 64;
 
 // Belongs to one thread; several captures share addInputData().
@@ -31,12 +32,20 @@ PacketScratch& packetScratch() {
     return scratch;
 }
 
-// "{processID}:{bus}": short enough to lie inside the string itself.
-std::string ringKey(std::uint32_t processID, std::uint32_t bus) {
-    std::string key = std::to_string(processID);
-    key += ':';
-    key += std::to_string(bus);
-    return key;
+// Whether a source is added up before another one.
+bool mixedBefore(std::uint32_t first, std::uint32_t second) {
+    struct Key {
+        explicit Key(std::uint32_t processID) {
+            char* const end = std::to_chars(text.data(), text.data() + text.size() - 1, processID).ptr;
+            *end = ':';
+            length = static_cast<std::size_t>(end - text.data()) + 1;
+        }
+        [[nodiscard]] std::string_view view() const { return {text.data(), length}; }
+
+        std::array<char, 11> text; // ten digits and the colon
+        std::size_t length = 0;
+    };
+    return Key(first).view() < Key(second).view();
 }
 
 float busGain(const AppAudioConfig& master, std::uint32_t bus) {
@@ -60,9 +69,7 @@ PerAppInputBuffers& PerAppInputBuffers::instance() {
 
 PerAppInputBuffers::PerAppInputBuffers(AppAudioConfigStore& configStore)
     : store(configStore), soloBuffer(std::make_shared<InputBuffer>()) {
-    for (BusRings& list : ringsByBus) {
-        list.reserve(kExpectedSources);
-    }
+    mixOrder.reserve(kExpectedSources);
 }
 
 void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data, std::uint32_t byteCount,
@@ -90,10 +97,10 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
         return;
     }
 
-    // Both rings of a source are made together, at its first packet.
-    const auto [ring1, ring2] = findOrMake(std::array{ringKey(processID, 1), ringKey(processID, 2)});
-    RingWriter bus1(config.input1Enabled && !config.input1Muted ? ring1.get() : nullptr, config.input1Volume);
-    RingWriter bus2(config.input2Enabled && !config.input2Muted ? ring2.get() : nullptr, config.input2Volume);
+    const SourcePointer source = findOrMake(processID);
+    auto& [ring1, ring2] = source->rings;
+    RingWriter bus1(config.input1Enabled && !config.input1Muted ? &ring1 : nullptr, config.input1Volume);
+    RingWriter bus2(config.input2Enabled && !config.input2Muted ? &ring2 : nullptr, config.input2Volume);
     // Bus 1's volume on purpose, whatever Bus 1's switches say: a source muted there can be listened to
     // alone.
     RingWriter solo(config.solo ? soloBuffer.get() : nullptr, config.input1Volume);
@@ -127,8 +134,8 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
     }
 
     const StereoLevel raw = meter.level(frameCount);
-    storeMeter(*ring1, raw, config.input1Volume);
-    storeMeter(*ring2, raw, config.input2Volume);
+    storeMeter(ring1, raw, config.input1Volume);
+    storeMeter(ring2, raw, config.input2Volume);
     bus1.publish();
     bus2.publish();
     solo.publish();
@@ -137,11 +144,11 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
 void PerAppInputBuffers::updateBusLevels() {
     const DenormalsAreZero mode;
     const std::lock_guard lock(mutex);
-    std::array<StereoLevel, 2> sums;
-    for (std::size_t bus = 0; bus < sums.size(); ++bus) {
-        for (const BusRing& entry : ringsByBus[bus]) {
-            const float left = entry.ring->levelLeft.load(std::memory_order_relaxed);
-            const float right = entry.ring->levelRight.load(std::memory_order_relaxed);
+    std::array<StereoLevel, kBusCount> sums;
+    for (const Source* const source : mixOrder) {
+        for (std::size_t bus = 0; bus < kBusCount; ++bus) {
+            const float left = source->rings[bus].levelLeft.load(std::memory_order_relaxed);
+            const float right = source->rings[bus].levelRight.load(std::memory_order_relaxed);
             sums[bus].left += left * left;
             sums[bus].right += right * right;
         }
@@ -155,9 +162,8 @@ void PerAppInputBuffers::updateBusLevels() {
     bus2Level.right.store(std::sqrt(sums[1].right) * gain2, std::memory_order_relaxed);
 }
 
-void PerAppInputBuffers::addBus(const BusRings& busRings,
-                                std::atomic<std::uint32_t> InputBuffer::* readPosition, float* output,
-                                std::uint32_t frames, float gain, bool scaled) const {
+void PerAppInputBuffers::addBus(std::uint32_t bus, std::atomic<std::uint32_t> InputBuffer::* readPosition,
+                                float* output, std::uint32_t frames, float gain, bool scaled) const {
     std::array<RingReader, kReadersAtOnce> readers;
     std::size_t count = 0;
     const auto flush = [&] {
@@ -172,8 +178,9 @@ void PerAppInputBuffers::addBus(const BusRings& busRings,
         }
         count = 0;
     };
-    for (const BusRing& entry : busRings) {
-        const RingReader reader(*entry.ring, entry.ring->*readPosition, frames);
+    for (Source* const source : mixOrder) {
+        InputBuffer& ring = source->rings[bus - 1];
+        const RingReader reader(ring, ring.*readPosition, frames);
         if (reader.remaining() == 0) {
             continue;
         }
@@ -192,7 +199,7 @@ void PerAppInputBuffers::mixBus(float* output, std::uint32_t frames, std::uint32
     std::ranges::fill(mix, 0.0f);
     const std::lock_guard lock(mutex);
     if (bus == 1 || bus == 2) {
-        addBus(ringsByBus[bus - 1], &InputBuffer::busReadPos, output, frames, 1.0f, false);
+        addBus(bus, &InputBuffer::busReadPos, output, frames, 1.0f, false);
     }
     applyGainAndLimit(mix, busGain(store.getBusConfig(bus), bus));
 }
@@ -205,9 +212,9 @@ void PerAppInputBuffers::mixSolo(float* output, std::uint32_t frames) {
     const AppAudioConfig master1 = store.getBusConfig(1);
     const AppAudioConfig master2 = store.getBusConfig(2);
     if (master1.solo) {
-        addBus(ringsByBus[0], &InputBuffer::soloReadPos, output, frames, busGain(master1, 1), true);
+        addBus(1, &InputBuffer::soloReadPos, output, frames, busGain(master1, 1), true);
     } else if (master2.solo) {
-        addBus(ringsByBus[1], &InputBuffer::soloReadPos, output, frames, busGain(master2, 2), true);
+        addBus(2, &InputBuffer::soloReadPos, output, frames, busGain(master2, 2), true);
     } else {
         RingReader reader(*soloBuffer, soloBuffer->busReadPos, frames);
         copyReader(reader, output);
@@ -219,17 +226,15 @@ void PerAppInputBuffers::mixSolo(float* output, std::uint32_t frames) {
 
 StereoLevel PerAppInputBuffers::getProcessLevels(std::uint32_t processID) const {
     const std::lock_guard lock(mutex);
-    const auto meterOn = [&](std::uint32_t bus) -> StereoLevel {
-        const InputBuffer* const ring = find(processID, bus);
-        if (ring == nullptr) {
-            return {};
-        }
-        return {ring->levelLeft.load(std::memory_order_relaxed),
-                ring->levelRight.load(std::memory_order_relaxed)};
-    };
-    const StereoLevel level1 = meterOn(1);
-    const StereoLevel level2 = meterOn(2);
-    return {std::max(level1.left, level2.left), std::max(level1.right, level2.right)};
+    const SourcePointer source = find(processID);
+    if (source == nullptr) {
+        return {};
+    }
+    const auto& [ring1, ring2] = source->rings;
+    return {std::max(ring1.levelLeft.load(std::memory_order_relaxed),
+                     ring2.levelLeft.load(std::memory_order_relaxed)),
+            std::max(ring1.levelRight.load(std::memory_order_relaxed),
+                     ring2.levelRight.load(std::memory_order_relaxed))};
 }
 
 StereoLevel PerAppInputBuffers::getBus1Levels() const {
@@ -241,89 +246,53 @@ StereoLevel PerAppInputBuffers::getBus2Levels() const {
 }
 
 std::set<std::uint32_t> PerAppInputBuffers::collectProcessIds() const {
-    const std::vector<std::uint32_t> ids = idsUnderLock(mutex, rings, [](const std::string& key) {
-        std::uint32_t processID = 0;
-        std::from_chars(key.data(), key.data() + key.find(':'), processID);
-        return processID;
-    });
+    const std::vector<std::uint32_t> ids = idsUnderLock(mutex, sources);
     return {ids.begin(), ids.end()};
 }
 
 void PerAppInputBuffers::resetProcessBuffers(std::uint32_t processID) {
     const std::lock_guard lock(mutex);
-    for (const std::uint32_t bus : {1u, 2u}) {
-        if (InputBuffer* const ring = find(processID, bus)) {
-            ring->reset();
+    if (const SourcePointer source = find(processID)) {
+        for (InputBuffer& ring : source->rings) {
+            ring.reset();
         }
     }
 }
 
 std::shared_ptr<InputBuffer> PerAppInputBuffers::getInputBuffer(std::uint32_t processID, std::uint32_t bus) {
-    return findOrMake(std::array{ringKey(processID, bus)})[0];
+    const SourcePointer source = findOrMake(processID);
+    return {source, &source->rings.at(bus - 1)};
 }
 
 void PerAppInputBuffers::clear() {
-    RingMap old; // freed after the lock
+    std::map<std::uint32_t, SourcePointer> old; // freed after the lock
     const std::lock_guard lock(mutex);
-    for (BusRings& list : ringsByBus) {
-        list.clear();
-    }
-    rings.swap(old);
+    mixOrder.clear();
+    sources.swap(old);
 }
 
-InputBuffer* PerAppInputBuffers::find(std::uint32_t processID, std::uint32_t bus) const {
-    const auto found = rings.find(ringKey(processID, bus));
-    return found != rings.end() ? found->second.get() : nullptr;
+PerAppInputBuffers::SourcePointer PerAppInputBuffers::find(std::uint32_t processID) const {
+    const auto found = sources.find(processID);
+    return found != sources.end() ? found->second : nullptr;
 }
 
-// The rings of some keys; when one is missing, all are made, outside of the lock, and those whose key is new
-// go into the map.
-template <std::size_t kCount>
-std::array<std::shared_ptr<InputBuffer>, kCount>
-PerAppInputBuffers::findOrMake(const std::array<std::string, kCount>& keys) {
-    std::array<std::shared_ptr<InputBuffer>, kCount> result;
-    const auto lookUp = [&] {
-        std::ranges::transform(keys, result.begin(), [this](const std::string& key) {
-            const auto found = rings.find(key);
-            return found != rings.end() ? found->second : nullptr;
-        });
-    };
+PerAppInputBuffers::SourcePointer PerAppInputBuffers::findOrMake(std::uint32_t processID) {
     {
         const std::lock_guard lock(mutex);
-        lookUp();
+        if (SourcePointer known = find(processID)) {
+            return known;
+        }
     }
-    if (std::ranges::find(result, nullptr) == result.end()) {
-        return result;
-    }
-    RingMap prepared;
-    for (const std::string& key : keys) {
-        prepared.emplace(key, std::make_shared<InputBuffer>());
-    }
+    // Made outside of the lock, which render threads wait for; one that another thread made meanwhile is
+    // left for the end of this function to free.
+    std::map<std::uint32_t, SourcePointer> prepared;
+    prepared.emplace(processID, std::make_shared<Source>(processID));
     const std::lock_guard lock(mutex);
-    insert(prepared);
-    lookUp();
-    return result;
-}
-
-// Moves the rings whose keys are new into the map and leaves the others, for the caller to free after the
-// lock, which render threads wait for. Under the lock.
-void PerAppInputBuffers::insert(RingMap& prepared) {
-    for (auto next = prepared.begin(); next != prepared.end();) {
-        const auto made = next++;
-        if (rings.contains(made->first)) {
-            continue;
-        }
-        const auto result = rings.insert(prepared.extract(made));
-        const std::string& key = result.position->first;
-        for (std::size_t bus = 0; bus < ringsByBus.size(); ++bus) {
-            // A ring belongs to the bus whose digit follows its colon.
-            if (key.find(bus == 0 ? ":1" : ":2") == std::string::npos) {
-                continue;
-            }
-            BusRings& list = ringsByBus[bus];
-            const auto at = std::ranges::lower_bound(
-                list, key, {}, [](const BusRing& entry) -> const std::string& { return *entry.key; });
-            list.insert(at, {&key, result.position->second.get()});
-        }
+    const auto added = sources.insert(prepared.extract(processID));
+    if (!added.inserted) {
+        return added.position->second;
     }
+    Source* const source = added.position->second.get();
+    mixOrder.insert(std::ranges::upper_bound(mixOrder, processID, mixedBefore, &Source::processID), source);
+    return added.position->second;
 }

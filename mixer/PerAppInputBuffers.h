@@ -5,8 +5,8 @@
 // float, are measured, and are kept in rings per source and bus. Consumers (the render threads) ask for a
 // stretch of mixed, limited samples. The level thread reads the meters.
 //
-// Samples are written without a lock. One mutex guards the map of rings; consumers hold it for the mix of one
-// block, producers for a look-up. The record store's mutex is taken inside it, never the other way round.
+// Samples are written without a lock. One mutex guards the map of sources; consumers hold it for the mix of
+// one block, producers for a look-up. The record store's mutex is taken inside it, never the other way round.
 //
 // Numbers below the smallest normal float count as 0.0 here, which keeps fading sound from costing ten times
 // as much as other (DenormalsAreZero.h says on which processors); in all else the results are those of the
@@ -31,7 +31,6 @@
 #include <memory>
 #include <mutex>
 #include <set>
-#include <string>
 #include <vector>
 
 class AppAudioConfigStore;
@@ -87,37 +86,42 @@ public:
     /// delay.
     void resetProcessBuffers(std::uint32_t processID);
 
-    /// The ring of a source on a bus, made when there is none. Any thread but a render callback.
+    /// The ring of a source on a bus (1 or 2). A source that is not known yet is made with both of its rings.
+    /// Any thread but a render callback.
     [[nodiscard]] std::shared_ptr<InputBuffer> getInputBuffer(std::uint32_t processID, std::uint32_t bus);
 
     /// Forgets all rings: the end of routing. The solo ring and the bus meters stay as they are.
     void clear();
 
 private:
-    using RingMap = std::map<std::string, std::shared_ptr<InputBuffer>>;
-    // A ring of one bus, with its key in the map.
-    struct BusRing {
-        const std::string* key;
-        InputBuffer* ring;
+    static constexpr std::size_t kBusCount = 2;
+
+    // One source: its rings on Bus 1 and Bus 2, which are made together.
+    struct Source {
+        explicit Source(std::uint32_t id) : processID(id) {}
+
+        const std::uint32_t processID;
+        std::array<InputBuffer, kBusCount> rings;
     };
-    using BusRings = std::vector<BusRing>;
+    using SourcePointer = std::shared_ptr<Source>;
     struct BusLevel {
         std::atomic<float> left{0.0f};
         std::atomic<float> right{0.0f};
     };
 
-    [[nodiscard]] InputBuffer* find(std::uint32_t processID, std::uint32_t bus) const;
-    template <std::size_t kCount>
-    [[nodiscard]] std::array<std::shared_ptr<InputBuffer>, kCount>
-    findOrMake(const std::array<std::string, kCount>& keys);
-    void insert(RingMap& prepared);
-    void addBus(const BusRings& busRings, std::atomic<std::uint32_t> InputBuffer::* readPosition,
-                float* output, std::uint32_t frames, float gain, bool scaled) const;
+    // Under the lock; null when there is none.
+    [[nodiscard]] SourcePointer find(std::uint32_t processID) const;
+    [[nodiscard]] SourcePointer findOrMake(std::uint32_t processID);
+    // Under the lock.
+    void addBus(std::uint32_t bus, std::atomic<std::uint32_t> InputBuffer::* readPosition, float* output,
+                std::uint32_t frames, float gain, bool scaled) const;
 
     AppAudioConfigStore& store;
     mutable std::mutex mutex;
-    RingMap rings;                                 // by "{processID}:{bus}"
-    std::array<BusRings, 2> ringsByBus;            // of Bus 1 and Bus 2, in the order of the map
+    std::map<std::uint32_t, SourcePointer> sources;
+    // The same sources in the order in which they are added up. A sum of floats depends on its order, which
+    // is kept: that of the ids as decimal text with a colon at its end, so that 100 stands before 10.
+    std::vector<Source*> mixOrder;
     const std::shared_ptr<InputBuffer> soloBuffer; // written by every source with solo: one, by use
     BusLevel bus1Level;
     BusLevel bus2Level;

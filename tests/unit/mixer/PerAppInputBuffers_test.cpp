@@ -399,13 +399,14 @@ TEST_F(PerAppInputBuffersTest, ClearForgetsTheRingsAndAHolderOfOneMayGoOnWithIt)
     EXPECT_NE(buffers.getInputBuffer(20, 1), ring);
 }
 
-TEST_F(PerAppInputBuffersTest, RingBelongsToTheBusWhoseDigitFollowsItsColon) {
-    const auto ring = buffers.getInputBuffer(20, 12);
-    RingWriter writer(ring.get(), 1.0f);
-    writer.write(constant(4, 0.5f, 0.5f));
-    writer.publish();
-    EXPECT_EQ(peakOf(bus(2, 2)), 0.0f);
+TEST_F(PerAppInputBuffersTest, SourcesAreAddedUpInTheOrderOfTheirIdsAsTextWithAColon) {
+    // 100: before 10: before 1: and the small one is the last, so that it is not lost beside the large ones.
+    for (const auto& [processID, sample] : {std::pair{1u, 0.5f}, {10u, -1e8f}, {100u, 1e8f}}) {
+        put(onBothBuses(processID));
+        feed(processID, constant(2, sample, sample));
+    }
     EXPECT_EQ(bus(1, 2), constant(2, 0.5f, 0.5f));
+    EXPECT_EQ(bus(2, 2), constant(2, 0.5f, 0.5f));
 }
 
 TEST_F(PerAppInputBuffersTest, AllKindsOfSourceIdsAreCollected) {
