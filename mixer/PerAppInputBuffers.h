@@ -14,10 +14,10 @@
 // packets of any length; one float sum, sample after sample, does not, beyond some hundred frames.
 //
 // mixBus() and mixSolo() neither allocate nor log and make no system call but those of the two mutexes.
-// addInputData() allocates at the first packet of a source and where a packet is larger than any before it on
-// the calling thread: the packet's own frames as float, never what a slow rate makes of them. That is
-// computed and measured in pieces of 2048 frames, and of a packet that gives more frames than a ring has (a
-// megabyte at 1 Hz gives thousands of millions) only the last 28,800 are written.
+// addInputData() allocates at the first packet of a source, and where a packet that has to be converted to
+// stereo float is larger than any before it on the calling thread: the packet's own frames, never what a slow
+// rate makes of them. That is computed and measured in pieces of 2048 frames, and of a packet that gives more
+// frames than a ring has (a megabyte at 1 Hz gives thousands of millions) only the last 28,800 are written.
 
 #include "mixer/AppAudioConfig.h"
 #include "mixer/InputBuffer.h"

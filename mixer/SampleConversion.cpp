@@ -31,6 +31,13 @@ std::size_t readableFrames(std::size_t byteCount, std::size_t blockAlign, std::s
     return byteCount < needed ? 0 : std::min(frameCount, (byteCount - needed) / blockAlign + 1);
 }
 
+// Whether a packet needs no conversion.
+bool isStereoFloat(const void* data, const WaveFormat& format) {
+    return format.formatTag == kWaveFormatIeeeFloat && format.channels == 2 &&
+           format.blockAlign == 2 * sizeof(float) &&
+           reinterpret_cast<std::uintptr_t>(data) % alignof(float) == 0;
+}
+
 // The common packings: frames without a gap, so that the compiler knows the stride.
 template <typename Sample, std::size_t channels>
 void convertPacked(const std::byte* data, std::span<float> result) {
@@ -76,6 +83,9 @@ std::span<const float> convertToStereoFloat(const void* data, std::uint32_t byte
         return {};
     }
     const std::size_t floatCount = std::size_t{byteCount} / format.blockAlign * 2;
+    if (isStereoFloat(data, format)) {
+        return {static_cast<const float*>(data), floatCount};
+    }
     if (scratch.size() < floatCount) {
         scratch.resize(floatCount);
     }

@@ -15,8 +15,9 @@
 /// A sample that would lie past the packet's bytes, because block align disagrees with the rest of the
 /// format, is silent.
 ///
-/// The result lies in `scratch`, which grows where needed and never shrinks, and is valid until the next use
-/// of that. `data` needs no alignment. Any thread.
+/// A packet that is stereo float without gaps already, at an address where floats may lie, is its own result.
+/// Any other result lies in `scratch`, which grows where needed and never shrinks, and is valid until the
+/// next use of that. `data` needs no alignment. Any thread.
 [[nodiscard]] std::span<const float> convertToStereoFloat(const void* data, std::uint32_t byteCount,
                                                           const WaveFormat& format,
                                                           std::vector<float>& scratch);

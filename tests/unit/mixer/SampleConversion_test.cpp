@@ -24,6 +24,25 @@ TEST(SampleConversion, FloatIsCopiedUnchangedAndNotClamped) {
     EXPECT_EQ(firstDifference(converted(samples, floatWaveFormat(2, 48000)), samples), "");
 }
 
+TEST(SampleConversion, PackedStereoFloatIsItsOwnResultWhereFloatsMayLie) {
+    const std::vector<float> samples{0.5f, -0.5f, 0.25f, -0.25f, 0.125f};
+    std::vector<float> scratch;
+    // 19 bytes: two frames and a rest.
+    const std::span<const float> result =
+        convertToStereoFloat(samples.data(), 19, floatWaveFormat(2, 44100), scratch);
+    EXPECT_EQ(result.data(), samples.data());
+    EXPECT_EQ(result.size(), 4u);
+    EXPECT_TRUE(scratch.empty());
+    // At an address where no float lies it is copied.
+    std::vector<std::byte> bytes(17);
+    std::memcpy(bytes.data() + 1, samples.data(), 16);
+    const std::span<const float> copied =
+        convertToStereoFloat(bytes.data() + 1, 16, floatWaveFormat(2, 44100), scratch);
+    EXPECT_EQ(copied.data(), scratch.data());
+    EXPECT_EQ(std::vector<float>(copied.begin(), copied.end()),
+              std::vector<float>(samples.begin(), samples.begin() + 4));
+}
+
 TEST(SampleConversion, FloatIsReadAs32BitWhateverTheFormatSays) {
     WaveFormat format = floatWaveFormat(2, 48000);
     format.bitsPerSample = 17;
@@ -80,7 +99,7 @@ TEST(SampleConversion, ExtensibleAndUnknownFormatsKeepTheirLengthAndYieldSilence
 TEST(SampleConversion, SilenceOfAnUnknownFormatHoldsNoOldSamples) {
     std::vector<float> scratch;
     const std::vector<float> loud(8, 0.5f);
-    static_cast<void>(convertToStereoFloat(loud.data(), 32, floatWaveFormat(2, 48000), scratch));
+    static_cast<void>(convertToStereoFloat(loud.data(), 32, floatWaveFormat(1, 48000), scratch));
     const auto result = convertToStereoFloat(loud.data(), 32, {1, 2, 48000, 8, 24}, scratch);
     EXPECT_EQ(std::vector<float>(result.begin(), result.end()), std::vector<float>(8, 0.0f));
 }
