@@ -2,6 +2,10 @@
 
 // The lines of the audio router, in UTF-8. They go to the process's wide standard output, not to the Qt
 // logger.
+//
+// Whoever logs waits for nobody: lines are copied into a queue, and a thread of their own, "Router log",
+// prints them in order. Where the output is slower than the lines for so long that the queue is full, lines
+// are lost, and a line in their place says how many.
 
 #include <array>
 #include <cstddef>
@@ -13,12 +17,15 @@
 /// Bytes of the longest line; what a longer one has beyond them is left out.
 inline constexpr std::size_t kRouterLineBytes = 1024;
 
-/// Prints one line, whole even when several threads log at once. `line` has no line break at its end. A
-/// character that the output cannot express ends the line early; the program's output expresses all
-/// (platform/WideOutput.h).
+/// Lines that the queue holds.
+inline constexpr std::size_t kRouterLogLines = 256;
+
+/// Logs one line, without a line break at its end. The first line of the process makes the queue and its
+/// thread; no later one allocates. A character that the output cannot express ends the line early; the
+/// program's output expresses all (platform/WideOutput.h). Any thread but a render callback.
 void printRouterLine(std::string_view line);
 
-/// The same for a line made of parts. Any thread but a render callback.
+/// The same for a line made of parts.
 template <typename... Parts>
 void routerLog(std::format_string<Parts...> text, Parts&&... parts) {
     std::array<char, kRouterLineBytes + 1> line;
@@ -26,8 +33,13 @@ void routerLog(std::format_string<Parts...> text, Parts&&... parts) {
     printRouterLine({line.data(), end.out});
 }
 
-/// Takes the lines in place of the standard output; called by one thread at a time.
+/// Returns once all lines that the calling thread has logged are printed. Waits for the output as long as it
+/// takes. The end of the process does so by itself, but no longer than a second in which nothing is printed.
+void flushRouterLog();
+
+/// Takes the lines in place of the standard output; called by one thread at a time. It does not log.
 using RouterLogSink = std::function<void(std::string_view line)>;
 
-/// Sends lines to `sink` from now on; an empty one stands for the standard output. Any thread.
+/// Sends lines to `sink` from now on; an empty one stands for the standard output. What was logged before
+/// goes where it went until now. Any thread.
 void setRouterLogSink(RouterLogSink sink);

@@ -30,6 +30,7 @@ TEST(WideOutputDeathTest, NarrowAndWideTextStandInTheOrderInWhichTheyWereWritten
         makeWideOutputUtf8();
         std::fputs("narrow 窄\n", stdout);
         routerLog("wide 宽");
+        flushRouterLog(); // it is printed by a thread of its own
         std::puts("narrow again");
         std::wcout << L'字' << 7 << L'\n'; // at the end of the process
     });
@@ -42,6 +43,7 @@ TEST(WideOutputDeathTest, OutputThatIsNotThereIsNoCrash) {
         _close(_fileno(stdout));
         routerLog("扬声器");
         routerLog("after");
+        flushRouterLog();
         std::_Exit(0);
     };
     EXPECT_EXIT(play(), testing::ExitedWithCode(0), "");

@@ -25,17 +25,20 @@ public:
 
     /// What was logged since the last call.
     [[nodiscard]] std::vector<std::string> take() {
+        flushRouterLog();
         const std::lock_guard lock(mutex);
         return std::exchange(collected, {});
     }
 
     /// Everything since the last take.
     [[nodiscard]] std::vector<std::string> lines() const {
+        flushRouterLog();
         const std::lock_guard lock(mutex);
         return collected;
     }
 
     [[nodiscard]] bool contains(const std::string& line) const {
+        flushRouterLog();
         const std::lock_guard lock(mutex);
         return std::ranges::find(collected, line) != collected.end();
     }

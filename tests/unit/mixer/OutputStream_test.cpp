@@ -2,7 +2,6 @@
 
 #include "mixer/OutputStream.h"
 #include "mixer/ProcessCapture.h"
-#include "mixer/RouterLog.h"
 #include "tests/support/mixer/RouterLogCapture.h"
 
 #include <gtest/gtest.h>
@@ -120,15 +119,4 @@ TEST(RouterLines, CapturesSayTheirFormatProcessAndStart) {
                      "float)",
                      "[INFO] Capturing from process loopback (PID: 4294967293)",
                      "[INFO] Audio capture started for PID 4711, buffer size: 960 frames"}));
-}
-
-TEST(RouterLines, GoToTheWideStandardOutputUnlessASinkTakesThem) {
-    testing::internal::CaptureStdout();
-    {
-        const RouterLogCapture log;
-        routerLog("to the sink");
-    }
-    routerLog("[INFO] first");
-    routerLog("[INFO] second");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[INFO] first\n[INFO] second\n");
 }

@@ -1,14 +1,13 @@
 #include "mixer/PerAppInputBuffers.h"
 #include "tests/support/mixer/MixerFixture.h"
+#include "tests/support/mixer/RouterLogCapture.h"
 #include "tests/support/mixer/ScalarReference.h"
 
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
-#include <iostream>
 #include <limits>
 #include <numeric>
-#include <sstream>
 #include <string>
 #include <utility>
 
@@ -16,20 +15,6 @@ namespace {
 
 constexpr float kSampleNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kSampleInfinity = std::numeric_limits<float>::infinity();
-
-// What goes to the wide standard output while it lives.
-class WideOutputCapture {
-public:
-    WideOutputCapture() : previous(std::wcout.rdbuf(text.rdbuf())) {}
-    ~WideOutputCapture() { std::wcout.rdbuf(previous); }
-    WideOutputCapture(const WideOutputCapture&) = delete;
-    WideOutputCapture& operator=(const WideOutputCapture&) = delete;
-    [[nodiscard]] std::wstring taken() const { return text.str(); }
-
-private:
-    std::wostringstream text;
-    std::wstreambuf* previous;
-};
 
 enum class SoloMode { Sources, Bus1, Bus2 };
 
@@ -191,23 +176,23 @@ TEST_F(PerAppInputBuffersTest, TwentyFourBitPacketWritesSilenceOfItsLength) {
 
 TEST_F(PerAppInputBuffersTest, PacketWithoutARateIsLoggedAndSkipped) {
     put(onBothBuses(20));
-    const WideOutputCapture output;
+    RouterLogCapture log;
     feed(20, constant(10, 0.5f, 0.5f), 0);
-    EXPECT_EQ(output.taken(),
-              L"[WARNING] Resampling from 0 Hz to 48000 Hz returned empty result, skipping packet\n");
+    EXPECT_EQ(log.take(),
+              Lines{"[WARNING] Resampling from 0 Hz to 48000 Hz returned empty result, skipping packet"});
     EXPECT_TRUE(buffers.collectProcessIds().empty());
 }
 
 TEST_F(PerAppInputBuffersTest, PacketWithoutFramesIsSilentlyNothing) {
     put(onBothBuses(20));
-    const WideOutputCapture output;
+    RouterLogCapture log;
     const float sample = 0.5f;
     buffers.addInputData(20, &sample, 0, floatWaveFormat(2, 48000));
     buffers.addInputData(20, &sample, 4, floatWaveFormat(2, 0));
     buffers.addInputData(20, &sample, 4, {3, 0, 48000, 4, 32});
     buffers.addInputData(20, &sample, 4, {3, 1, 48000, 0, 32});
     buffers.addInputData(20, nullptr, 4, floatWaveFormat(1, 48000));
-    EXPECT_EQ(output.taken(), L"");
+    EXPECT_EQ(log.take(), Lines{});
     EXPECT_TRUE(buffers.collectProcessIds().empty());
 }
 

@@ -370,6 +370,20 @@ TEST_F(RealTime, PacketAtOneHertzAllocatesItsRingsAndNothingAsLarge) {
     EXPECT_LT(largest, 2 * sizeof(InputBuffer) + 1024);
 }
 
+TEST(RouterLogRealTime, LinesAllocateNothingAfterTheFirst) {
+    const std::string name(200, 'n');
+    const std::uint64_t atStart = renderGuard::allocationsOfThisThread();
+    setRouterLogSink([](std::string_view) {});
+    routerLog("first");
+    const std::uint64_t afterFirst = renderGuard::allocationsOfThisThread();
+    EXPECT_GT(afterFirst, atStart); // the count works
+    for (int line = 0; line < 1000; ++line) {
+        routerLog("line {}: {} at 0x{:x}, {}", line, name, 0xDEADBEEF, line % 2 == 0 ? "even" : "odd");
+    }
+    EXPECT_EQ(renderGuard::allocationsOfThisThread(), afterFirst);
+    setRouterLogSink({});
+}
+
 TEST(EqualizerRealTime, GainsAndBlocksAllocateNothing) {
     const std::uint64_t atStart = renderGuard::allocationsOfThisThread();
     MonitorEqualizer equalizer;

@@ -1,9 +1,11 @@
 #include "mixer/RouterLog.h"
 #include "tests/support/mixer/PrintedLines.h"
+#include "tests/support/mixer/RouterLogCapture.h"
 
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <latch>
 #include <map>
 #include <streambuf>
 #include <string>
@@ -39,6 +41,10 @@ TEST(RouterLogDeathTest, LinesOfSeveralThreadsStayWhole) {
             threads.emplace_back([thread] {
                 for (int line = 0; line < kLines; ++line) {
                     routerLog("thread {} line {} {} end", thread, line, std::string(60, '.'));
+                    // No more wait than the queue holds.
+                    if ((line + 1) % static_cast<int>(kRouterLogLines / kThreads) == 0) {
+                        flushRouterLog();
+                    }
                 }
             });
         }
@@ -69,12 +75,100 @@ TEST(RouterLogDeathTest, ChineseNameInTheClassicLocaleDoesNotSilenceTheLinesAfte
     EXPECT_EQ(lines[2], "after");
 }
 
+TEST(RouterLogDeathTest, AllLinesAreOutAtTheEndOfTheProcess) {
+    const std::vector<std::string> lines = printedBy([] {
+        for (std::size_t line = 0; line < kRouterLogLines; ++line) {
+            routerLog("line {}", line);
+        }
+    });
+    ASSERT_EQ(lines.size(), kRouterLogLines);
+    for (std::size_t line = 0; line < kRouterLogLines; ++line) {
+        EXPECT_EQ(lines[line], "line " + std::to_string(line));
+    }
+}
+
+TEST(RouterLogDeathTest, EndOfTheProcessDoesNotWaitForAnOutputThatTakesNothing) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto play = [] {
+        static std::latch never(1);
+        setRouterLogSink([](std::string_view) { never.wait(); });
+        routerLog("first");
+        routerLog("second");
+        std::exit(0);
+    };
+    EXPECT_EXIT(play(), testing::ExitedWithCode(0), "");
+}
+
 TEST(RouterLog, CharacterThatTheOutputRefusesEndsItsLineAndTheNextOnesAreWhole) {
+    flushRouterLog();
     AsciiOutput output;
     std::wstreambuf* const before = std::wcout.rdbuf(&output);
     routerLog("before");
     routerLog("device 麦克风 found");
     routerLog("after");
+    flushRouterLog();
     std::wcout.rdbuf(before);
     EXPECT_EQ(output.text, L"before\ndevice \nafter\n");
+}
+
+TEST(RouterLog, LineBeyondTheLongestIsCutAtACharacter) {
+    RouterLogCapture log;
+    const std::string longest(kRouterLineBytes, 'a');
+    routerLog("{}", longest);
+    routerLog("{}", longest + "b");
+    routerLog("{}扬", longest.substr(2));
+    routerLog("{}扬", longest.substr(3));
+    EXPECT_EQ(log.take(), (Lines{longest, longest, longest.substr(2), longest.substr(3) + "扬"}));
+}
+
+TEST(RouterLog, LineGoesToTheSinkThatWasSetWhenItWasLogged) {
+    Lines first;
+    Lines second;
+    setRouterLogSink([&](std::string_view line) { first.emplace_back(line); });
+    routerLog("one");
+    setRouterLogSink([&](std::string_view line) { second.emplace_back(line); });
+    routerLog("two");
+    setRouterLogSink({});
+    EXPECT_EQ(first, Lines{"one"});
+    EXPECT_EQ(second, Lines{"two"});
+}
+
+TEST(RouterLog, LinesThatFindNoRoomAreCountedInTheirPlaceAndNobodyWaits) {
+    std::latch begun(1);
+    std::latch mayGoOn(1);
+    Lines printed;
+    setRouterLogSink([&](std::string_view line) {
+        if (printed.empty()) {
+            begun.count_down();
+            mayGoOn.wait();
+        }
+        printed.emplace_back(line);
+    });
+    routerLog("line 0");
+    begun.wait(); // the output hangs, with the first line in its place of the queue
+    for (std::size_t line = 1; line < kRouterLogLines + 10; ++line) {
+        routerLog("line {}", line);
+    }
+    mayGoOn.count_down();
+    flushRouterLog();
+    routerLog("after");
+    setRouterLogSink({});
+    ASSERT_EQ(printed.size(), kRouterLogLines + 2);
+    for (std::size_t line = 0; line < kRouterLogLines; ++line) {
+        EXPECT_EQ(printed[line], "line " + std::to_string(line));
+    }
+    EXPECT_EQ(printed[kRouterLogLines], "[WARNING] 10 lines of the router were lost, the output is too slow");
+    EXPECT_EQ(printed[kRouterLogLines + 1], "after");
+}
+
+TEST(RouterLog, LinesGoToTheWideStandardOutputUnlessASinkTakesThem) {
+    testing::internal::CaptureStdout();
+    {
+        const RouterLogCapture log;
+        routerLog("to the sink");
+    }
+    routerLog("[INFO] first");
+    routerLog("[INFO] second");
+    flushRouterLog();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[INFO] first\n[INFO] second\n");
 }
