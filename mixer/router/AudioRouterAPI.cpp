@@ -19,7 +19,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::chrono::milliseconds kLevelPeriod = 50ms;
 constexpr std::chrono::milliseconds kCaptureBuffer = 20ms;
 
 bool isCapturedAsProcess(std::uint32_t processID) {
@@ -52,9 +51,9 @@ private:
 } // namespace
 
 AudioRouterAPI::AudioRouterAPI(RouterPlatform routerPlatform, AppAudioConfigStore& configStore,
-                               PerAppInputBuffers& inputBuffers)
+                               PerAppInputBuffers& inputBuffers, std::chrono::milliseconds pauseOfLevels)
     : platform(std::move(routerPlatform)), store(configStore), buffers(inputBuffers),
-      forwarder(platform, inputBuffers) {}
+      levelPause(pauseOfLevels), forwarder(platform, inputBuffers) {}
 
 AudioRouterAPI::~AudioRouterAPI() {
     shutdownAudioRouter();
@@ -263,7 +262,7 @@ void AudioRouterAPI::reportLevels() {
                 callback(levels);
             }
         }
-        std::this_thread::sleep_for(kLevelPeriod);
+        std::this_thread::sleep_for(levelPause);
     }
 }
 

@@ -17,6 +17,7 @@
 #include <QVariantList>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -39,9 +40,12 @@ public:
     /// process's end.
     static AudioRouterAPI& instance();
 
+    /// What the level thread rests between two reports.
+    static constexpr std::chrono::milliseconds kLevelPause{50};
+
     /// A router on the given bodies. `store` is the one that `buffers` reads; both outlive the router.
     AudioRouterAPI(RouterPlatform routerPlatform, AppAudioConfigStore& configStore,
-                   PerAppInputBuffers& inputBuffers);
+                   PerAppInputBuffers& inputBuffers, std::chrono::milliseconds pauseOfLevels = kLevelPause);
     /// Shuts down.
     ~AudioRouterAPI();
     AudioRouterAPI(const AudioRouterAPI&) = delete;
@@ -111,6 +115,7 @@ private:
     const RouterPlatform platform;
     AppAudioConfigStore& store;
     PerAppInputBuffers& buffers;
+    const std::chrono::milliseconds levelPause;
     BusForwarder forwarder;
 
     std::mutex apiMutex;

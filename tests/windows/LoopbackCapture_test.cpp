@@ -86,8 +86,12 @@ TEST_F(CaptureTest, PacketsOfARealClientDrainThroughTheWorkQueueIntoTheRings) {
     std::vector<float> heard;
     double left = 0;
     double right = 0;
+    const auto ring = scene.buffers.getInputBuffer(kProcess, 1);
     const bool arrived = comesTrue([&] {
         std::vector<float> block(std::size_t{2} * 4800);
+        if (RingReader(*ring, ring->busReadPos, 4800).remaining() < 4800) {
+            return false;
+        }
         scene.buffers.mixBus(block.data(), 4800, 1);
         std::vector<float> leftChannel;
         std::vector<float> rightChannel;
@@ -97,7 +101,6 @@ TEST_F(CaptureTest, PacketsOfARealClientDrainThroughTheWorkQueueIntoTheRings) {
         }
         left = amplitudeOf(leftChannel, 1000, 48000);
         right = amplitudeOf(rightChannel, 1500, 48000);
-        std::this_thread::sleep_for(std::chrono::milliseconds(90));
         return left > 0.236 && left < 0.265 && right > 0.236 && right < 0.265;
     });
     EXPECT_TRUE(arrived) << "left " << left << ", right " << right;

@@ -1,5 +1,7 @@
 #include "tests/windows/SoundScene.h"
 
+#include "tests/support/Await.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -29,14 +31,10 @@ std::string outside(const std::string& path) {
 } // namespace
 
 bool comesTrue(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
+    // What is looked at is often a file of sound, which takes a while to read.
+    return awaitStepping(
+        condition, [] { std::this_thread::sleep_for(std::chrono::milliseconds(10)); },
+        static_cast<int>(limit.count()));
 }
 
 RecordedSink::RecordedSink(const std::string& name, std::uint32_t channelCount, double sampleRate)

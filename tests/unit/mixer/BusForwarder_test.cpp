@@ -1,8 +1,8 @@
 #include "mixer/BusForwarder.h"
+#include "tests/support/Await.h"
 #include "tests/support/mixer/FakeRouterPlatform.h"
 #include "tests/support/mixer/MixerFixture.h"
 #include "tests/support/mixer/RouterLogCapture.h"
-#include "tests/support/mixer/WaitFor.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -327,7 +327,7 @@ TEST_F(BusForwarderTest, AnEndpointThatDoesNotStartEndsItsThreadAloneAndSaysSo) 
     nameAll();
     system.outputsThatDoNotStart = {1};
     ASSERT_TRUE(forwarder.start());
-    ASSERT_TRUE(waitFor([&] { return system.journal.count("output1.ended") == 1; }));
+    ASSERT_TRUE(awaitThread([&] { return system.journal.count("output1.ended") == 1; }));
     EXPECT_TRUE(log.contains("[BusForwarder] Start failed: 0x88890004"));
     playSomething();
     EXPECT_EQ(play(2), constant(4, 0.25f, -0.25f));
@@ -401,7 +401,7 @@ TEST_F(BusForwarderTest, AnOutputRendersAtMostOnceAfterTheStopBegan) {
         counts.calls = 0;
         counts.callsAfterWake = 0;
         ASSERT_TRUE(other.start());
-        ASSERT_TRUE(waitFor([&] { return counts.calls > 0; }));
+        ASSERT_TRUE(awaitThread([&] { return counts.calls > 0; }));
         other.stop();
         EXPECT_LE(counts.callsAfterWake, 1);
     }

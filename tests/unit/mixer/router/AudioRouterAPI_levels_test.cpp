@@ -1,6 +1,5 @@
 #include "mixer/router/AudioRouterAPI.h"
 #include "tests/support/Await.h"
-#include "tests/support/mixer/WaitFor.h"
 #include "tests/unit/mixer/router/AudioRouterApiFixture.h"
 #include "tests/unit/mixer/router/ShutdownAtEnd.h"
 
@@ -80,7 +79,7 @@ TEST_F(AudioRouterApiTest, AReportThatWasPostedBeforeTheShutdownIsDropped) {
             *target = levels;
         }
     });
-    ASSERT_TRUE(waitFor([&] { return reportIsPosted(copies); }));
+    ASSERT_TRUE(awaitThread([&] { return reportIsPosted(copies); }));
     api.shutdownAudioRouter();
     target.reset();
     QCoreApplication::processEvents();
@@ -95,23 +94,24 @@ TEST_F(AudioRouterApiTest, AReportThatWasPostedForAnEarlierCallbackIsDropped) {
     const auto copies = std::make_shared<int>();
     const ShutdownAtEnd atEnd(api);
     api.setLevelCallback([&, copies](const QVariantList&) { ++early; });
-    ASSERT_TRUE(waitFor([&] { return reportIsPosted(copies); }));
+    ASSERT_TRUE(awaitThread([&] { return reportIsPosted(copies); }));
     api.setLevelCallback([&](const QVariantList&) { ++late; });
     ASSERT_TRUE(await([&] { return late > 0; }));
     EXPECT_EQ(early, 0);
 }
 
 TEST_F(AudioRouterApiTest, ReportsComJustUnderTwentyTimesASecondOnAThreadOfTheirOwn) {
-    start();
-    ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(7)}));
+    AudioRouterAPI usual(system.platform(), store, buffers);
+    ASSERT_TRUE(usual.startAudioRouter({}, {}, {}, {}));
+    ASSERT_TRUE(usual.applyAudioConfigs({onBothBuses(7)}));
     feed(7, constant(480, 0.5f, 0.5f));
     std::atomic<int> reports{0};
     std::atomic<QThread*> caller{nullptr};
     using Clock = std::chrono::steady_clock;
     Clock::time_point previous; // the level thread's own
     std::atomic<Clock::duration> shortestPause{Clock::duration::max()};
-    const ShutdownAtEnd atEnd(api);
-    api.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) {
+    const ShutdownAtEnd atEnd(usual);
+    usual.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) {
         const Clock::time_point now = Clock::now();
         if (reports > 0) {
             shortestPause = std::min(shortestPause.load(), now - previous);
@@ -141,7 +141,7 @@ TEST_F(AudioRouterApiTest, SilenceMakesNoCallAndSoundAfterItDoes) {
     // A second router that hears something counts the passes.
     std::atomic<int> passes{0};
     PerAppInputBuffers loudBuffers(store);
-    AudioRouterAPI loud(system.platform(), store, loudBuffers);
+    AudioRouterAPI loud(system.platform(), store, loudBuffers, kShortPause);
     ASSERT_TRUE(loud.startAudioRouter({}, {}, {}, {}));
     loudBuffers.addInputData(7, constant(480, 0.5f, 0.5f).data(), 480 * 8, floatWaveFormat(2, 48000));
     loud.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++passes; });
@@ -184,7 +184,7 @@ TEST_F(AudioRouterApiTest, ALevelThreadWithoutACallbackEndsAtTheShutdown) {
     api.setNativeLevelCallback({});
     // A second router's passes tell that this one has had its own.
     std::atomic<int> passes{0};
-    AudioRouterAPI other(system.platform(), store, buffers);
+    AudioRouterAPI other(system.platform(), store, buffers, kShortPause);
     ASSERT_TRUE(other.startAudioRouter({}, {}, {}, {}));
     other.setNativeLevelCallback([&](const std::vector<AudioLevelInfo>&) { ++passes; });
     const int atPause = reports;

@@ -5,6 +5,7 @@
 #include "tests/support/mixer/MixerFixture.h"
 #include "tests/support/mixer/RouterLogCapture.h"
 
+#include <chrono>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <string>
@@ -35,5 +36,8 @@ protected:
     RouterLogCapture log;
     FakeRouterPlatform system;
     FakeEndpoints& endpoints = *system.endpoints;
-    AudioRouterAPI api{system.platform(), store, buffers};
+    /// Reports come as fast as a test can wait for them.
+    static constexpr std::chrono::milliseconds kShortPause{1};
+
+    AudioRouterAPI api{system.platform(), store, buffers, kShortPause};
 };
