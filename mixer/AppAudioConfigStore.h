@@ -1,8 +1,8 @@
 #pragma once
 
-// Keeps the routing record of every source. All operations may be called on any thread; each holds the
-// store's mutex for a look-up and a copy, allProcessIds() for a walk over the ids, and takes and gives back
-// memory outside of it. Render callbacks take this mutex inside that of PerAppInputBuffers, never the other
+// Keeps the routing record of every source. All operations may be called on any thread. Each holds the
+// store's mutex for a look-up and a copy, allProcessIds() for a walk over the ids; memory is allocated and
+// freed outside of it. Render callbacks take this mutex inside that of PerAppInputBuffers, never the other
 // way round.
 
 #include "mixer/AppAudioConfig.h"

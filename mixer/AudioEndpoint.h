@@ -1,8 +1,8 @@
 #pragma once
 
-// What the router knows of an output or input of the sound system, and the few things it asks of the system
-// about them. The rules, their word lists, orders and lines are in EndpointClassification.h and
-// BusForwarder.h; a body behind AudioEndpointSystem only fetches.
+// What the router knows of an output or input of the sound system, and what it asks the system about them.
+// The rules, with their word lists, orders and lines, are in EndpointClassification.h and BusForwarder.h; a
+// body of AudioEndpointSystem only fetches.
 
 #include "mixer/SoundResult.h"
 
@@ -22,17 +22,15 @@ struct AudioEndpoint {
     std::optional<std::string> id;
     /// The name that a person reads.
     std::optional<std::string> friendlyName;
-    /// Connectors of the device. More than 0 is what makes real hardware; without a value there is nothing
-    /// that tells.
+    /// Connectors of the device: real hardware has at least one. Without a value they are not known.
     std::optional<std::uint32_t> connectorCount;
-    /// What the endpoint itself says of its direction. Without a value it counts as Render.
+    /// The endpoint's own direction. Without a value it counts as Render.
     std::optional<EndpointFlow> flow;
-    /// Whatever the body needs to open the endpoint again. Shared code hands it back and does not look into
-    /// it.
+    /// What the body needs to open the endpoint. Shared code does not look into it.
     std::shared_ptr<void> handle;
 };
 
-/// Null stands for an entry that the system counts but does not hand out: a null device to every rule.
+/// Null for an entry that the system counts but does not return; to every rule it is a null device.
 using AudioEndpointPointer = std::shared_ptr<const AudioEndpoint>;
 
 /// How far listing endpoints came.
@@ -51,8 +49,8 @@ struct EndpointEnumeration {
 
 /// How far making an endpoint the default came.
 enum class SetDefaultStep {
-    Policy, ///< there is nobody to ask (on Windows: no policy object)
-    Set,    ///< refused
+    Policy, ///< the system has no way to set it
+    Set,    ///< the system refused
     Done
 };
 
@@ -77,7 +75,7 @@ public:
     /// The id of the default output; empty on any failure.
     [[nodiscard]] virtual std::string defaultRenderEndpointId() = 0;
 
-    /// Tries whether an endpoint of the capture flow can be opened at all, and lets go of it.
+    /// Tries whether an endpoint of the capture flow can be opened, and closes it again.
     [[nodiscard]] virtual SoundResult probeActivation(const AudioEndpoint& endpoint) = 0;
 
     /// Makes the endpoint the default of its direction, for the console role alone where a system tells

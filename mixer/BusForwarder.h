@@ -1,12 +1,9 @@
 #pragma once
 
-// Plays the mix: up to three outputs, Bus 1, Bus 2 and Solo, each with a render thread of its own that lets
-// PerAppInputBuffers write straight into the endpoint's buffer. The buses open virtual endpoints only, Solo
+// Plays the mix on up to three outputs: Bus 1, Bus 2 and Solo. Each has a render thread of its own, on which
+// PerAppInputBuffers writes straight into the endpoint's buffer. The buses open virtual endpoints only, Solo
 // real hardware only. An output exists when an endpoint was named for it and could be opened; it does not
-// move to another one later.
-//
-// A member of its router, not a singleton: the program has one, since it has one AudioRouterAPI::instance(),
-// and tests and scenes have one on each router of theirs.
+// move to another one later. Each router has one forwarder.
 
 #include "mixer/RouterPlatform.h"
 
@@ -37,9 +34,8 @@ public:
     void setBus2Device(const std::string& deviceGuid);
     void setSoloDevice(const std::string& deviceGuid);
 
-    /// Opens the named outputs and starts their threads. True in all cases: an output that fails says so in
-    /// its lines and stays off. What is thrown on the way, for want of memory or of threads, comes through
-    /// after the outputs that ran already have ended.
+    /// Opens the named outputs and starts their threads. Always true: an output that fails is logged and
+    /// stays off. Throws when memory or threads run out, after it has ended the outputs that ran already.
     [[nodiscard]] bool start();
 
     /// Whether the Solo output could be opened. Not during start() and stop().
@@ -61,9 +57,9 @@ private:
     BusChannel& outputOf(std::uint32_t busId) { return outputs[busId - 1]; }
     void openAndRunAll();
     bool openAndRun(BusChannel& bus);
-    // Ends whatever lives of the outputs, however far each came.
+    // Ends all outputs, whatever state each is in.
     void endOutputs();
-    // Finds and opens the endpoint of one output; false, with its lines, when that failed.
+    // Finds and opens the endpoint of one output. Logs a failure and returns false.
     [[nodiscard]] bool initBusChannel(BusChannel& bus);
     void listAvailableDevices(const BusChannel& bus) const;
     // The body of a render thread.

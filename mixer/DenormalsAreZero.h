@@ -1,11 +1,11 @@
 #pragma once
 
-// Numbers below the smallest normal float cost a processor of the x86 family some hundred cycles each, and
+// Denormal numbers (below the smallest normal float) cost an x86 processor some hundred cycles each, and
 // fading sound is full of them. While this object lives they count as 0.0 on its thread, as inputs and as
-// results; the thread's mode before comes back at its end. Other processors need none and get none.
+// results; its destructor restores the mode. On other processors the object does nothing.
 //
-// The compiler does not know of the mode: what is to be calculated in it lies in functions that are called,
-// or behind a lock, while the object lives.
+// The compiler does not know of the mode and may move calculations across its change. So they must lie in
+// called functions, or behind a lock, while the object lives.
 
 #if defined(__SSE2__)
 #include <xmmintrin.h>

@@ -1,8 +1,8 @@
 #pragma once
 
-// Tells real sound hardware from virtual drivers, and built-in hardware from plugged, by nothing but names,
-// ids and connectors; finds and sets endpoints by these. The tests are lists of words, searched as they
-// stand in lower-cased copies; the order of the lists decides. Nothing is kept.
+// Tells real sound hardware from virtual drivers, and built-in hardware from plugged, by names, ids and
+// connectors alone, and finds endpoints. The tests search lower-cased copies for lists of words; the order of
+// the lists decides. Nothing is kept.
 //
 // The thread of the caller, within a sound session. Texts are UTF-8.
 
@@ -17,7 +17,7 @@ class SoundSession;
 [[nodiscard]] std::string GetDeviceId(const AudioEndpoint* endpoint);
 
 /// Whether the endpoint is hardware: no virtual driver's word in its name, no software bus in its id, and at
-/// least one connector. Only the connectors can say yes.
+/// least one connector. Without a connector nothing is hardware.
 [[nodiscard]] bool IsRealHardwareDevice(const AudioEndpoint* endpoint);
 
 /// Whether the endpoint is built in; what cannot be told counts as plugged. Logs what decided.
@@ -30,14 +30,14 @@ class SoundSession;
 /// The id of the default output; empty on any failure.
 [[nodiscard]] std::string GetDefaultDeviceGuid(AudioEndpointSystem& system);
 
-/// Turns what a person or a setting calls an endpoint into its id. What looks like an id (a brace, a hyphen,
-/// or more than 50 characters) is given back unchanged, whether it exists or not; a name with a hyphen too.
-/// Anything else is searched as a part of a friendly name, outputs before inputs, real hardware left out if
+/// The id of the endpoint with this name or id. A value that looks like an id (a brace, a hyphen, or more
+/// than 50 characters) is returned unchanged, whether it exists or not; so is a name with a hyphen. Any other
+/// value is searched as a part of a friendly name, outputs before inputs, without real hardware if
 /// `virtualOnly`. Empty when nothing is found.
 [[nodiscard]] std::string FindDeviceGuidByNameOrGuid(AudioEndpointSystem& system, const std::string& value,
                                                      bool virtualOnly);
 
 /// Makes an output (`isRender`) or input the system's default for the console role. `deviceGuid` is its id,
-/// in any case, or a part of it. False, with a line that says why, when that failed.
+/// in any case, or a part of it. Logs a failure and returns false.
 bool SetDefaultAudioDevice(AudioEndpointSystem& system, SoundSession& session, const std::string& deviceGuid,
                            bool isRender);

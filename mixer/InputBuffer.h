@@ -3,9 +3,9 @@
 // The ring of one source on one bus: 600 ms of interleaved stereo float at 48000 Hz.
 //
 // One thread writes; two readers follow it, each with a position of its own: the bus, and Solo when it plays
-// the whole bus. The ring is never full: a writer goes on regardless of the readers, and one that laps a
-// reader overwrites unread sound without notice. A frame is one atomic word, so that a lap, a reset or a
-// second writer can spoil the sound, but neither tear a frame nor leave the defined.
+// the whole bus. The ring is never full: the writer goes on regardless of the readers, and when it laps a
+// reader it overwrites unread sound without notice. A frame is one atomic word: a lap, a reset or a second
+// writer can spoil the sound, but never tear a frame or cause undefined behaviour.
 //
 // All positions count floats, left and right apart, and stay even and below kFloatCount.
 

@@ -1,11 +1,11 @@
 #pragma once
 
-// The stream of one output: what stands between BusForwarder and an endpoint of the sound system.
+// The stream of one output, between BusForwarder and an endpoint of the sound system.
 //
-// BusForwarder finds the endpoint, says which it uses, owns the thread and its running flag, and ends it. A
-// stream opens the endpoint, and its run() is the body of that thread: it waits for the endpoint, asks how
-// many frames fit, and lets the callback write them straight into the endpoint's memory. It logs what the
-// sound system refused with logOutputFailure().
+// BusForwarder finds the endpoint, logs its choice, and owns the thread and its running flag. The stream
+// opens the endpoint, and its run() is the body of that thread: it waits for the endpoint, asks how many
+// frames fit, and lets the callback write them straight into the endpoint's memory. It logs what the sound
+// system refuses with logOutputFailure().
 
 #include "mixer/AudioEndpoint.h"
 #include "mixer/WaveFormat.h"
@@ -16,8 +16,8 @@
 #include <functional>
 #include <optional>
 
-/// Writes `frameCount` frames of interleaved stereo float to `output`. It neither allocates nor logs and
-/// takes no lock but the mixer's own two.
+/// Writes `frameCount` frames of interleaved stereo float to `output`. Neither allocates nor logs, and takes
+/// only the two locks of the mixer.
 using RenderCallback = std::function<void(float* output, std::uint32_t frameCount)>;
 
 /// Length of an endpoint's buffer.
@@ -35,26 +35,24 @@ public:
     /// GetService. The thread of AudioRouterAPI's start, once.
     [[nodiscard]] virtual bool open(const AudioEndpoint& endpoint) = 0;
 
-    /// Plays until `running` is false, on the render thread that calls it: takes the thread's real-time
-    /// scheduling (failing in that is no failure), starts the client (on failure: its line, and
-    /// out), and from then on, at each period, gives the endpoint as many frames as it has room for. Whatever
-    /// fails there goes back to waiting. At its end stops the client and gives the scheduling back. `render`
-    /// is called by this thread, or by a thread of the sound system while run() waits, by one at a time, and
-    /// not after run() has returned.
+    /// Plays until `running` is false, on the render thread that calls it. Takes real-time scheduling for the
+    /// thread where it is granted, starts the client (logs a failure and returns), and at each period writes
+    /// as many frames as the endpoint has room for. A period that fails is skipped. At its end it stops the
+    /// client and restores the scheduling. `render` is called on this thread, or on one of the sound system
+    /// while run() waits: on one at a time, and not after run() has returned.
     virtual void run(const std::atomic<bool>& running, const RenderCallback& render) = 0;
 
-    /// Wakes a run() that waits, so that it looks at `running` again; one that is not waiting yet will not
-    /// miss it. Any thread.
+    /// Wakes a run() that waits, so that it looks at `running` again. A call before the wait is not lost. Any
+    /// thread.
     virtual void wake() = 0;
 
-    /// Stops the endpoint's client, after the thread has been joined; harmless a second time.
+    /// Stops the endpoint's client, after the thread has been joined. May be called again.
     virtual void stopClient() = 0;
 };
 
-/// The format that an endpoint is opened with: its own mix format (without a value: it could not be read,
-/// and `result` says why), brought to float and to two channels. The rate stays that of the endpoint; the
-/// samples are always those of 48000 Hz, so another rate shifts the pitch. Without a mix format:
-/// kDefaultFormat. Logs the choice.
+/// The format that an endpoint is opened with: its own mix format, changed to float and two channels, or
+/// kDefaultFormat where it could not be read, for the reason in `result`. The rate stays that of the
+/// endpoint, while the samples are always those of 48000 Hz: another rate shifts the pitch. Logs the choice.
 [[nodiscard]] WaveFormat chooseOutputFormat(SoundResult result, const std::optional<WaveFormat>& mixFormat);
 
 /// The steps of a stream that the sound system may refuse, as the lines name them.

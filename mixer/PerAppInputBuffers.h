@@ -1,17 +1,16 @@
 #pragma once
 
-// The meeting point of the audio path. Producers (the captures of applications, and the capture service with
-// a stream index in the place of a process id) hand in packets of any format; they become 48000 Hz stereo
-// float, are measured, and are kept in rings per source and bus. Consumers (the render threads) ask for a
-// stretch of mixed, limited samples. The level thread reads the meters.
+// Where sources and outputs meet. Producers are the captures of applications, and the capture service with a
+// stream index in place of a process id. Their packets, of any format, become 48000 Hz stereo float, are
+// measured, and are kept in two rings for each source, one for each bus. Consumers are the render threads,
+// which ask for mixed, limited frames. The level thread reads the meters.
 //
 // Samples are written without a lock. One mutex guards the map of sources; consumers hold it for the mix of
 // one block, producers for a look-up. The record store's mutex is taken inside it, never the other way round.
 //
-// Numbers below the smallest normal float count as 0.0 here, which keeps fading sound from costing ten times
-// as much as other (DenormalsAreZero.h says on which processors); in all else the results are those of the
-// kernels. A meter's sum of squares is taken in lanes and lies within a millionth of the exact one for
-// packets of any length; one float sum, sample after sample, does not, beyond some hundred frames.
+// Denormal numbers count as 0.0 here (see DenormalsAreZero.h), or fading sound would cost ten times as much
+// as any other. Otherwise the results are those of the kernels. A meter's sum of squares is taken in lanes
+// and lies within a millionth of the exact one for packets of any length.
 //
 // mixBus() and mixSolo() neither allocate nor log and make no system call but those of the two mutexes.
 // addInputData() allocates at the first packet of a source, and where a packet that has to be converted to
@@ -47,10 +46,9 @@ public:
     PerAppInputBuffers(const PerAppInputBuffers&) = delete;
     PerAppInputBuffers& operator=(const PerAppInputBuffers&) = delete;
 
-    /// Takes one packet of a source: `byteCount` bytes at `data`, as `format` says. Dropped when the source
-    /// has no active record. A packet of unknown format is silent; one without channels or frames is nothing;
-    /// one whose rate gives no frames is logged and dropped. Any number of threads, each with its own
-    /// sources.
+    /// Adds one packet of a source: `byteCount` bytes at `data` in `format`. Dropped when the source has no
+    /// active record. A packet of unknown format is silence; one without channels or frames is ignored; one
+    /// whose rate gives no frames is logged and dropped. Any number of threads, each with its own sources.
     void addInputData(std::uint32_t processID, const void* data, std::uint32_t byteCount,
                       const WaveFormat& format);
 
@@ -81,8 +79,8 @@ public:
     /// render threads read the rings under it.
     ///
     /// The source's capture has stopped. The streams of the capture service (ids below 10) have none and go
-    /// on meanwhile: a packet that began before and ends after puts the ring's write position back to where
-    /// it was going, so that up to 600 ms, zeros but for that packet, are readable, and the source keeps that
+    /// on. A packet of theirs that is being written meanwhile sets the ring's write position as if there had
+    /// been no reset: up to 600 ms, zeros but for that packet, become readable, and the source keeps that
     /// delay.
     void resetProcessBuffers(std::uint32_t processID);
 
@@ -90,7 +88,7 @@ public:
     /// Any thread but a render callback.
     [[nodiscard]] std::shared_ptr<InputBuffer> getInputBuffer(std::uint32_t processID, std::uint32_t bus);
 
-    /// Forgets all rings: the end of routing. The solo ring and the bus meters stay as they are.
+    /// Removes all sources, at the end of routing. The solo ring and the bus meters stay as they are.
     void clear();
 
 private:

@@ -1,8 +1,8 @@
 #pragma once
 
-// Brings a packet of any rate to 48000 Hz by Catmull-Rom interpolation. Each packet stands for itself: no
-// state is carried over, no low-pass runs, and the fraction of a frame that the truncated length drops is
-// not made up for. The first and last intervals of a packet are linear and its last frame is a copy.
+// Converts a packet of any rate to 48000 Hz by Catmull-Rom interpolation. Each packet is converted by itself:
+// no state is carried over, no low-pass runs, and the fraction of a frame that the truncated length drops is
+// lost. The first and last intervals of a packet are linear and its last frame is a copy.
 // All in 32-bit float, interleaved stereo. Any thread; nothing is kept.
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
-// All that the router needs of the operating system, in one hand. The folder of the system defines
-// systemRouterPlatform(); tests and the scene renderer put bodies of their own in its place.
+// All that the router needs of the operating system. The folder of the system defines systemRouterPlatform();
+// tests and the scene renderer use bodies of their own.
 
 #include "mixer/AudioEndpoint.h"
 #include "mixer/OutputStream.h"
@@ -17,16 +17,16 @@ class PerAppInputBuffers;
 struct RouterPlatform {
     std::shared_ptr<SoundSession> session;
     std::shared_ptr<AudioEndpointSystem> endpoints;
-    /// A capture, not started, that hands its packets to the given buffers, which outlive it. Null: none
-    /// could be made.
+    /// Makes a capture, not started, that writes its packets to the given buffers, which outlive it. Null on
+    /// failure.
     std::function<std::shared_ptr<ProcessCapture>(PerAppInputBuffers& buffers)> makeProcessCapture;
-    /// An output's stream, not opened. `busId` is 1, 2, or 3 for Solo, and is for names alone: of the thread,
-    /// and of the stream where the system shows one. Null: none could be made, and the output stays off.
+    /// Makes an output stream, not opened. `busId` is 1, 2, or 3 for Solo; only the name that the system
+    /// shows for the stream depends on it. Null on failure: the output stays off.
     std::function<std::unique_ptr<OutputStream>(std::uint32_t busId)> makeOutputStream;
-    /// Names the calling thread for debuggers: at most 15 characters. Empty where nobody looks.
+    /// Names the calling thread for debuggers, with at most 15 characters. May be empty.
     std::function<void(const char* name)> nameThisThread;
 };
 
-/// The bodies of this system. Makes no connection and waits for nothing: a sound system that is not there
-/// shows at the first question. All members are set.
+/// The bodies of this system, with all members set. Makes no connection and waits for nothing: whether there
+/// is a sound system shows at the first call.
 [[nodiscard]] RouterPlatform systemRouterPlatform();

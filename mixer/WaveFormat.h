@@ -22,5 +22,5 @@ inline constexpr std::uint16_t kWaveFormatIeeeFloat = 3; ///< 32-bit float
             static_cast<std::uint16_t>(channels * sizeof(float)), 32};
 }
 
-/// What stands in for a format that the system did not say: 48000 Hz, 32-bit float, stereo.
+/// In place of a format that could not be read: 48000 Hz, 32-bit float, stereo.
 inline constexpr WaveFormat kDefaultFormat = floatWaveFormat(2, 48000);

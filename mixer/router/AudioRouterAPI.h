@@ -1,9 +1,8 @@
 #pragma once
 
-// The router: takes the sound of single applications, and of the input streams of the capture service, and
-// distributes it to two buses and a solo path. A source is a `processID` (see AppAudioConfig.h). Records
-// decide what is captured and where it goes; one pass over them, applyAudioConfigs(), starts and stops
-// captures, and nothing else does.
+// The router distributes the sound of single applications, and of the input streams of the capture service,
+// to two buses and a solo path. A source is named by its `processID` (see AppAudioConfig.h). Records decide
+// what is captured and where it plays; only applyAudioConfigs() starts and stops captures.
 //
 // One mutex, the API lock, serialises start, apply and shutdown, and is held across the waits for captures
 // that start and stop. Locks are taken in this order: API lock, then the lock of PerAppInputBuffers or of
@@ -51,13 +50,13 @@ public:
     AudioRouterAPI(const AudioRouterAPI&) = delete;
     AudioRouterAPI& operator=(const AudioRouterAPI&) = delete;
 
-    /// Starts with no names: Solo on the first real output, no bus forwarded. The outcome is logged, to the
-    /// Qt logger, and goes no further.
+    /// Starts with no names: Solo on the first real output, no bus forwarded. The outcome is only logged, to
+    /// the Qt logger.
     void initAudioRouter();
 
     /// Finds the endpoints, each given as a name, an id or empty, and starts forwarding. True once the router
-    /// runs, be it with no output at all; false, and nothing changed, if it runs already or the sound session
-    /// is refused.
+    /// runs, even without an output. False, and nothing changed, if it runs already or the sound session is
+    /// refused.
     [[nodiscard]] bool startAudioRouter(const std::string& defaultDevice, const std::string& soloDevice,
                                         const std::string& input1Device, const std::string& input2Device);
 
@@ -71,33 +70,33 @@ public:
     /// captures that did not start included: they are tried again at the next call.
     bool applyAudioConfigs(const std::vector<AppAudioConfig>& records);
 
-    /// Registers what gets the levels on the UI thread, as maps with the keys "processID", "levelLeft" and
-    /// "levelRight"; see setNativeLevelCallback(). A report that was posted and has not run is dropped once
-    /// the router has shut down or another callback is registered. Without an application object there is no
-    /// report; the application object ends after shutdownAudioRouter(). The UI thread, so that no report
-    /// runs meanwhile.
+    /// Registers the callback that receives the levels on the UI thread, as maps with the keys "processID",
+    /// "levelLeft" and "levelRight"; see setNativeLevelCallback(). A posted report that has not run yet is
+    /// dropped once the router has shut down or another callback is registered. Without an application object
+    /// there are no reports; it must outlive the router's run. The UI thread, so that no report runs
+    /// meanwhile.
     void setLevelCallback(const LevelCallback& callback);
 
-    /// Registers what gets the levels on the level thread, in place of an earlier callback; an empty one
-    /// makes it pause. The thread starts with the first callback that is registered while the router runs,
-    /// and lives to the shutdown. Sources that are exactly silent are left out, and an empty list is not
+    /// Registers the callback that receives the levels on the level thread, in place of an earlier one; an
+    /// empty one pauses the reports. The thread starts with the first callback that is registered while the
+    /// router runs, and ends at the shutdown. Exactly silent sources are left out, and an empty list is not
     /// reported. A report under way may still reach the earlier callback. The callback may not call start,
-    /// apply, shutdown or this. Any thread but the level thread.
+    /// apply, shutdown or this function. Any thread but the level thread.
     void setNativeLevelCallback(NativeLevelCallback callback);
 
     /// What the level thread reports at this moment. Any thread.
     [[nodiscard]] std::vector<AudioLevelInfo> collectLevels() const;
 
-    /// Ends the level thread, the outputs and the captures, in this order, and forgets all records, rings and
-    /// the level callback. Nothing when the router does not run. The thread that started it, which is the UI
-    /// thread where setLevelCallback() is used: no report runs after it has returned.
+    /// Ends the level thread, the outputs and the captures, in this order, and removes all records, sources
+    /// and the level callback. Does nothing while stopped. The thread that started the router, which is the
+    /// UI thread where setLevelCallback() is used: no report runs after the return.
     void shutdownAudioRouter();
 
     /// Any thread.
     [[nodiscard]] bool isAudioRouterRunning() const;
 
-    /// Whether the router runs without a Solo output although the system has one for it by now: a shutdown
-    /// and another start would open it. The thread that started it.
+    /// Whether the router runs without a Solo output, but a shutdown and another start would open one. The
+    /// thread that started the router.
     [[nodiscard]] bool isSoloWorthARestart();
 
 private:

@@ -1,6 +1,6 @@
 #pragma once
 
-// The forms in which the user interface hands over records and gets levels. Any thread.
+// Records and levels in the form in which the user interface sends and receives them. Any thread.
 
 #include "mixer/AppAudioConfig.h"
 

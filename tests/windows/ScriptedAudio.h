@@ -35,8 +35,8 @@ public:
     /// A captured process that plays nothing: its client has no packet.
     std::atomic<bool> processIsSilent{false};
 
-    /// The mix format is said as it is, extensible where it is that; else in the fixed bytes, as a process
-    /// loopback says it where it has one. Before the first call.
+    /// Whether GetMixFormat returns an extensible format where there is one, instead of the 18 fixed bytes,
+    /// as a process loopback does. Before the first call.
     bool formatIsExtensible = false;
 
     /// Writes down what a call was given, such as "Capture, 0".

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <span>
 
-/// An output without a clock of its own: it plays a period when it is told to.
+/// An output stream without a clock of its own: it plays a period on demand.
 class OfflineOutputStream : public OutputStream {
 public:
     [[nodiscard]] bool open(const AudioEndpoint& endpoint) override;

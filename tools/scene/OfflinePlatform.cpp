@@ -58,7 +58,7 @@ void OfflineCapture::setClientFormat(const WaveFormat& format) {
 
 SoundResult OfflineCapture::startCapture(std::uint32_t processId, bool /*includeProcessTree*/) {
     source = processId;
-    // A client that does not say its format is one that has no such call.
+    // Without a format the client behaves as one that has no call to ask for it.
     const WaveFormat format =
         chooseCaptureFormat(clientFormat ? kSoundDone : kSoundNotSupported, clientFormat);
     logCapturingProcess(processId);

@@ -1,7 +1,7 @@
 #pragma once
 
-// The operating system of a scene: endpoints from a list, captures that are handed their packets, outputs
-// that play when they are told to. Nothing happens by itself and no real device is touched.
+// The operating system of a scene: endpoints from a list, captures that receive their packets from the scene,
+// outputs that play on demand. Nothing happens by itself and no real device is touched.
 
 #include "mixer/RouterPlatform.h"
 #include "tools/scene/OfflineOutputStream.h"
@@ -50,7 +50,7 @@ public:
         std::vector<AudioEndpoint> endpoints;
         /// Hz, by endpoint id; 48000 for any other.
         std::map<std::string, std::uint32_t> endpointRates;
-        /// What processes play; a process that is not here does not say its format.
+        /// Formats of what processes play; that of a process that is missing here cannot be read.
         std::map<std::uint32_t, WaveFormat> processFormats;
     };
     explicit OfflinePlatform(Setting systemSetting);

@@ -30,7 +30,7 @@ struct RenderedScene {
     std::vector<RenderedLevels> levels;  ///< at the end of each period in which 50 ms are full
 };
 
-/// Told of each step right after it is done, on the thread of renderScene(); any member may be empty.
+/// Notified of each step right after it, on the thread of renderScene(); any member may be empty.
 struct SceneObserver {
     std::function<void(const QVariantList& configs)> applied;
     /// `captured`: through a capture, which updates the bus levels after it.
@@ -40,11 +40,12 @@ struct SceneObserver {
     std::function<void(std::uint32_t busId, std::span<const float> stereo)> played;
 };
 
-/// Runs the scene through a router of its own on a clock that knows no waiting. In each period the record
-/// lists whose time has come by its start are applied, so that a list takes effect at the first period that
-/// does not begin before its time; then the packets that are complete by the period's end are delivered in
-/// the order of the sources; then Bus 1, Bus 2 and Solo play it, each as many frames as it lasts at the rate
-/// of its endpoint. A packet of a process that the router does not capture is lost; the streams of the
-/// capture service (ids below 10) always deliver. The router's lines go where they always go. Any thread, one
-/// scene after the other where the lines matter; empty when the router did not start.
+/// Runs the scene through a router of its own, without waiting for real time. Each period has three steps:
+/// 1. The record lists whose time is not after the period's start are applied.
+/// 2. The packets that are complete by the period's end are delivered, in the order of the sources. A packet
+///    of a process that the router does not capture is lost; the streams of the capture service (ids below
+///    10) always deliver.
+/// 3. Bus 1, Bus 2 and Solo play the period, each at the rate of its endpoint.
+/// The router logs as usual. Any thread; one scene after the other where the lines matter. Empty when the
+/// router did not start.
 [[nodiscard]] RenderedScene renderScene(const Scene& scene, const SceneObserver& observer = {});

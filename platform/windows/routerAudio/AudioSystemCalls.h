@@ -1,7 +1,7 @@
 #pragma once
 
-// The free functions of Windows whose answer the bodies of this folder go by. They stand in a table so that
-// tests can make each fail in turn, and can answer what a machine has not: a process loopback, a device
+// The free functions of Windows whose result matters to the bodies of this folder. They stand in a table so
+// that tests can make each fail in turn, and can supply what a machine lacks: a process loopback, a device
 // topology. Everything behind an interface pointer is real.
 
 #include <functional>

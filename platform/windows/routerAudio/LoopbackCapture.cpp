@@ -49,7 +49,7 @@ HRESULT CLoopbackCapture::startCapture(DWORD targetProcessId, bool includeProces
         state = CaptureState::Error;
         return activation;
     }
-    // An activation that failed on the platform's thread is no failure of the start: the state tells of it.
+    // An activation that failed on the platform's thread is no failure of the start; it shows in the state.
     if (state != CaptureState::Initialized) {
         return S_OK;
     }
@@ -156,7 +156,7 @@ HRESULT CLoopbackCapture::awaitSample() {
 HRESULT CLoopbackCapture::onSampleReady() {
     const HRESULT drained = drain();
     if (FAILED(drained)) {
-        // A stop that came meanwhile goes on.
+        // A stop may have begun meanwhile, and then keeps its state.
         CaptureState expected = CaptureState::Capturing;
         state.compare_exchange_strong(expected, CaptureState::Error);
         return drained;
@@ -176,7 +176,7 @@ HRESULT CLoopbackCapture::drain() {
         }
         const UINT32 byteCount = frames * captureFormat.nBlockAlign;
         BYTE* data = nullptr;
-        DWORD flags = 0; // not looked at: a silent packet goes through like any other
+        DWORD flags = 0; // ignored: a silent packet is passed on like any other
         RETURN_IF_FAILED(captureClient->GetBuffer(&data, &frames, &flags, nullptr, nullptr));
         buffers.addInputData(processId, data, byteCount, waveFormat(captureFormat));
         buffers.updateBusLevels();

@@ -101,7 +101,7 @@ private:
     HRESULT prepare();
     HRESULT activate(bool includeProcessTree);
     HRESULT completeActivation(IActivateAudioInterfaceAsyncOperation* operation);
-    // What the client says, or the default format.
+    // That of the client, or the default one.
     void readCaptureFormat();
     // The steps of the work items.
     HRESULT onStartCapture();

@@ -1,6 +1,6 @@
 #pragma once
 
-// An operating system whose answers a test writes down beforehand, and that notes what it was asked.
+// An operating system whose answers a test sets beforehand, and that records the calls.
 
 #include "mixer/RouterPlatform.h"
 #include "tools/scene/OfflineOutputStream.h"
@@ -33,8 +33,8 @@ private:
     std::vector<std::string> calls;
 };
 
-/// Takes out of what a stop of outputs noted the ends of their threads ("output1.ended"), which come when
-/// they come, and says how many of them stood before the first client was stopped.
+/// Removes the ends of the outputs' threads ("output1.ended") from the calls of a stop, since their order is
+/// not fixed. Returns how many of them came before the first client was stopped.
 [[nodiscard]] std::size_t removeThreadEnds(std::vector<std::string>& calls);
 
 /// Endpoints by flow. An enumeration that failed has no endpoints.
