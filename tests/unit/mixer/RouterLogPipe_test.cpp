@@ -36,6 +36,7 @@ public:
         previous = std::wcout.rdbuf(this);
     }
     ~FullPipe() override {
+        flushRouterLog(); // the log's thread may still be on its way out of sync()
         std::wcout.rdbuf(previous);
         close(ends[0]);
         close(ends[1]);
