@@ -179,7 +179,7 @@ class StartUpWithDevice(StartUpCase):
     plugged = True
 
     def test_device_present_at_start_connects_and_logs_its_traffic(self):
-        program = self.start()
+        self.start()
         self.stage.wait_text(CONNECTED)
         lines = self.stage.data_file("hid_data.log").read_text().splitlines()
         self.assertTrue(any("] [TX] 01" in line for line in lines), lines[:3])
