@@ -120,7 +120,8 @@ class StartUp(StartUpCase):
         symbols = subprocess.run(["nm", "--demangle", BUILD / "app" / "VexoDeck"], check=True, capture_output=True,
                                  text=True).stdout
         for name in ("qml_register_types_VexoDeck", "qml_register_types_MediaControls"):
-            self.assertIn(f" T {name}()\n", symbols)
+            # Local in a program that mold linked.
+            self.assertTrue(f" T {name}()\n" in symbols or f" t {name}()\n" in symbols, name)
 
     def test_draws_by_itself_where_no_graphics_card_is(self):
         devices = [name for pattern in ("dri/renderD*", "nvidia[0-9]*", "dxg", "mali[0-9]*", "kgsl-3d[0-9]*")
