@@ -120,7 +120,8 @@ class StartUp(StartUpCase):
         symbols = subprocess.run(["nm", "--demangle", BUILD / "app" / "VexoDeck"], check=True, capture_output=True,
                                  text=True).stdout
         for name in ("qml_register_types_VexoDeck", "qml_register_types_MediaControls"):
-            self.assertIn(f" T {name}()\n", symbols)
+            # Local in a program that mold linked.
+            self.assertTrue(f" T {name}()\n" in symbols or f" t {name}()\n" in symbols, name)
 
     def test_draws_by_itself_where_no_graphics_card_is(self):
         devices = [name for pattern in ("dri/renderD*", "nvidia[0-9]*", "dxg", "mali[0-9]*", "kgsl-3d[0-9]*")
@@ -179,7 +180,7 @@ class StartUpWithDevice(StartUpCase):
     plugged = True
 
     def test_device_present_at_start_connects_and_logs_its_traffic(self):
-        program = self.start()
+        self.start()
         self.stage.wait_text(CONNECTED)
         lines = self.stage.data_file("hid_data.log").read_text().splitlines()
         self.assertTrue(any("] [TX] 01" in line for line in lines), lines[:3])

@@ -120,6 +120,21 @@ def check_file(root, path, table, used):
     return problems
 
 
+def check_table(root, table, used):
+    """What is wrong with the table itself, given what files use of it."""
+    problems = [f"{room} is no folder" for room in table if not (root / room).is_dir()]
+    for room, allowed in table.items():
+        problems += [f"{room} may include {word}, and no file does"
+                     for word in sorted(allowed - {EVERYTHING}) if (room, word) not in used]
+        if EVERYTHING not in allowed:
+            problems += [f"{room} may not include {other}, which includes everything"
+                         for other in sorted(allowed & table.keys()) if EVERYTHING in table[other]]
+    way = circle(table)
+    if way:
+        problems.append(f"a circle: {' -> '.join(way)}")
+    return [f"{TABLE}: {problem}" for problem in problems]
+
+
 def check(root=ROOT):
     root = root.resolve()
     sources = files(".h", ".cpp", root=root)
@@ -129,20 +144,8 @@ def check(root=ROOT):
     except TableError as error:
         result.problems.append(str(error))
         return result
-    for room in table:
-        if not (root / room).is_dir():
-            result.problems.append(f"{TABLE}: {room} is no folder")
     used = set()
     for path in sources:
         result.problems += check_file(root, path, table, used)
-    for room, allowed in table.items():
-        for word in sorted(allowed - {EVERYTHING}):
-            if (room, word) not in used:
-                result.problems.append(f"{TABLE}: {room} may include {word}, and no file does")
-        for other in allowed & table.keys():
-            if EVERYTHING in table[other] and EVERYTHING not in allowed:
-                result.problems.append(f"{TABLE}: {room} may not include {other}, which includes everything")
-    way = circle(table)
-    if way:
-        result.problems.append(f"{TABLE}: a circle: {' -> '.join(way)}")
+    result.problems += check_table(root, table, used)
     return result

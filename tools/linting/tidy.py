@@ -225,7 +225,7 @@ def configuration(group):
     """.clang-tidy, which has to know the main functions by the names that they have here."""
     names = ",".join(main_name(number) for number, source in enumerate(group) if "main" in source.names)
     text = CONFIGURATION.read_text(encoding="utf-8")
-    return f"{text}  bugprone-exception-escape.FunctionsThatShouldNotThrow: '{names}'\n"
+    return f"{text}CheckOptions:\n  bugprone-exception-escape.FunctionsThatShouldNotThrow: '{names}'\n"
 
 
 def clang_tidy(group):

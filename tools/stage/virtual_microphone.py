@@ -155,7 +155,7 @@ def main():
     modules = []
     try:
         modules.append(load("module-null-sink", f"sink_name={SINK}", "rate=48000", "channels=2",
-                            f"sink_properties=\"device.description='Virtual microphone'\""))
+                            "sink_properties=\"device.description='Virtual microphone'\""))
         modules.append(load("module-remap-source", f"master={SINK}.monitor", f"source_name={SOURCE}",
                             f"source_properties=\"device.description='{name}'\""))
         write_alsa_device(folder, name)

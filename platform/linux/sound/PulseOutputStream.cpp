@@ -134,6 +134,12 @@ void PulseOutputStream::connectStream() {
     }
 }
 
+void PulseOutputStream::scheduleRetry() {
+    if (retry) {
+        retry->start(PulseConnection::kRetryInterval);
+    }
+}
+
 void PulseOutputStream::dropStream() {
     stream.reset();
     sinkIndex = PA_INVALID_INDEX;

@@ -33,7 +33,7 @@ private:
     void handleReady(pa_context& context);
     void connectStream();
     void dropStream();
-    void scheduleRetry() { retry->start(PulseConnection::kRetryInterval); }
+    void scheduleRetry();
 
     const std::uint32_t bus;
     std::string sinkName;

@@ -1,5 +1,6 @@
 #include "platform/InventorySources.h"
 
+#include "inventory/ProgramFiles.h"
 #include "platform/windows/applications/AudioSessions.h"
 #include "platform/windows/applications/IconExtraction.h"
 #include "platform/windows/applications/VersionName.h"

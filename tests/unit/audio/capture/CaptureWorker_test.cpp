@@ -117,7 +117,7 @@ TEST_F(CaptureWorkerTest, FormatOfIndexZeroIsToldWhereItsStreamOpensBeforeItsFir
     ASSERT_TRUE(awaitBlocks("other"));
     EXPECT_EQ(prepareCalls, 0) << "the stream of another index";
     EXPECT_TRUE(service.AddInputDevice("mic", 0, 0));
-    ASSERT_TRUE(await([] { return callbackCalls > 0; }));
+    ASSERT_TRUE(await([] { return callbackRate == 44100.0; }));
     EXPECT_EQ(prepareCalls, 1);
     EXPECT_EQ(blocksBeforePreparation, 0);
     EXPECT_EQ(preparedChannels, 1);
