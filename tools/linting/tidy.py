@@ -3,7 +3,7 @@
 Reading the headers of Qt, GoogleTest and the standard library and matching each check against them costs far more than
 a source of ours. So sources are read in groups: a generated file includes them one after the other. Sources whose
 names at the top level clash go to different groups; what does not compile in its group all the same is read again
-alone, so a group never hides or adds a problem of a compiler.
+alone, and so is what a group finds fault with: a problem is one of its source, not of the company it is in.
 
 A source that was found clean is not read again until it, a header of the tree that it includes, the configuration,
 the packages of the system or clang-tidy change: its mark in the cache folder of ccache is named after all of these.
@@ -244,7 +244,9 @@ def clang_tidy(group):
                    *(word for pair in folders for word in pair), "-c", str(unit)]
         (folder / "compile_commands.json").write_text(
             json.dumps([{"directory": name, "file": str(unit), "arguments": command}]), encoding="utf-8")
-        done = run("clang-tidy", "--quiet", "-p", folder, f"--config-file={folder / 'configuration'}", unit)
+        done = run("clang-tidy", "--quiet", "-p", folder, f"--config-file={folder / 'configuration'}",
+                   f"--header-filter=^({re.escape(str(ROOT))}|{re.escape(str(link))})/",
+                   f"--exclude-header-filter=^{re.escape(str(ROOT))}/build/", unit)
         return messages((done.stdout + "\n" + done.stderr).replace(str(link), str(ROOT)), done.returncode)
 
 
@@ -256,8 +258,8 @@ def messages(text, status):
             path = pathlib.Path(os.path.normpath(match["path"]))
             shown = str(path.relative_to(ROOT)) if path.is_relative_to(ROOT) else str(path)
             found.append((path, match["check"] == "clang-diagnostic-error", line.replace(match["path"], shown, 1)))
-        elif found and re.match(r"^ +(\d+ )?\|", line):
-            found[-1] = (*found[-1][:2], f"{found[-1][2]}\n{line}")
+        elif found and re.match(r"^ +(\d+ )?\||^/[^:]+:\d+:\d+: note: ", line):
+            found[-1] = (*found[-1][:2], f"{found[-1][2]}\n{line.replace(f'{ROOT}/', '')}")
     if status != 0 and not found:
         found.append((ROOT, True, text.strip()))
     return found
@@ -266,25 +268,31 @@ def messages(text, status):
 def check_group(group):
     """The problems of a group. A source of it without one, in itself and in what it reads, is marked as clean."""
     told = clang_tidy(group)
-    broken = {path for path, by_compiler, _ in told if by_compiler}
-    if broken and len(group) > 1:
-        alone = [source for source in group if source.path in broken]
-        if not alone or broken - {source.path for source in group}:
-            # An error in a header says nothing of who caused it.
-            middle = len(group) // 2
-            return check_group(group[:middle]) + check_group(group[middle:])
-        rest = [source for source in group if source.path not in broken]
-        problems = [problem for source in alone for problem in check_group([source])]
-        # The errors hid nothing in the others: each is of its own source.
-        told = [message for message in told if message[0] not in broken]
-        return problems + close(rest, told)
-    return close(group, told)
+    if len(group) == 1 or not told:
+        return close(group, told)
+    suspects = [source for source in group if any(path == source.path for path, _, _ in told)]
+    others = {path: by_compiler for path, by_compiler, _ in told if path not in {source.path for source in suspects}}
+    if any(others.values()):
+        # An error in a header says nothing of who caused it.
+        middle = len(group) // 2
+        return check_group(group[:middle]) + check_group(group[middle:])
+    for path in others:
+        reader = next((source for source in group if path in source.reads), group[0])
+        suspects += [reader] if reader not in suspects else []
+    # What holds of a source holds of it alone, too: the company of others may have been the reason.
+    problems, wrong = [], set()
+    for source in suspects:
+        confirmed = clang_tidy([source])
+        problems += close([source], confirmed)
+        wrong.update(path for path, _, _ in confirmed)
+    close([source for source in group if source not in suspects and not source.reads & wrong], [])
+    return problems
 
 
 def close(group, told):
-    wrong = {path for path, _, _ in told}
-    for source in group:
-        if not source.reads & wrong and ROOT not in wrong:
+    """Marks the sources of a group as clean where nothing was told. Returns the text of what was."""
+    if not told:
+        for source in group:
             source.mark.touch()
     return [text for _, _, text in told]
 
