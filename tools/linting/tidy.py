@@ -225,7 +225,7 @@ def configuration(group):
     """.clang-tidy, which has to know the main functions by the names that they have here."""
     names = ",".join(main_name(number) for number, source in enumerate(group) if "main" in source.names)
     text = CONFIGURATION.read_text(encoding="utf-8")
-    return f"{text}CheckOptions:\n  bugprone-exception-escape.FunctionsThatShouldNotThrow: '{names}'\n"
+    return f"{text}  bugprone-exception-escape.FunctionsThatShouldNotThrow: '{names}'\n"
 
 
 def clang_tidy(group):
@@ -266,27 +266,34 @@ def messages(text, status):
 
 
 def check_group(group):
-    """The problems of a group. A source of it without one, in itself and in what it reads, is marked as clean."""
+    """The problems of a group. A source without one, in itself and in what it reads, is marked as clean."""
     told = clang_tidy(group)
     if len(group) == 1 or not told:
         return close(group, told)
-    suspects = [source for source in group if any(path == source.path for path, _, _ in told)]
-    others = {path: by_compiler for path, by_compiler, _ in told if path not in {source.path for source in suspects}}
-    if any(others.values()):
-        # An error in a header says nothing of who caused it.
-        middle = len(group) // 2
-        return check_group(group[:middle]) + check_group(group[middle:])
-    for path in others:
+    broken = {path for path, by_compiler, _ in told if by_compiler}
+    if broken:
+        # What does not compile hides what comes after it, so the others are read without it.
+        alone = [source for source in group if source.path in broken]
+        rest = [source for source in group if source.path not in broken]
+        if not alone:
+            # An error in a header says nothing of who caused it.
+            middle = len(group) // 2
+            alone, rest = group[:middle], group[middle:]
+            return check_group(alone) + check_group(rest)
+        return check_each(alone) + (check_group(rest) if rest else [])
+    wrong = {path for path, _, _ in told}
+    suspects = [source for source in group if source.path in wrong]
+    for path in wrong - {source.path for source in suspects}:
         reader = next((source for source in group if path in source.reads), group[0])
         suspects += [reader] if reader not in suspects else []
-    # What holds of a source holds of it alone, too: the company of others may have been the reason.
-    problems, wrong = [], set()
-    for source in suspects:
-        confirmed = clang_tidy([source])
-        problems += close([source], confirmed)
-        wrong.update(path for path, _, _ in confirmed)
+    # A problem of a source is one of it alone, too: the company of others may have been the reason.
+    problems = check_each(suspects)
     close([source for source in group if source not in suspects and not source.reads & wrong], [])
     return problems
+
+
+def check_each(sources):
+    return [problem for source in sources for problem in check_group([source])]
 
 
 def close(group, told):
