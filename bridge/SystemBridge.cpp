@@ -1,6 +1,7 @@
 #include "bridge/SystemBridge.h"
 
 #include "audio/capture/AudioRouterService.h"
+#include "audio/equalizer/EqualizerBands.h"
 #include "bridge/ApplicationInventory.h"
 #include "bridge/AudioDeviceMaps.h"
 #include "bridge/Guarded.h"
@@ -61,6 +62,14 @@ void SystemBridge::setSettingsReader(SettingsReader reader) {
 
 bool SystemBridge::isWindows() const {
     return QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows;
+}
+
+QList<double> SystemBridge::equalizerFrequencies() {
+    QList<double> frequencies;
+    for (const EqualizerBand& band : kEqualizerBands) {
+        frequencies.append(static_cast<double>(band.frequencyHz));
+    }
+    return frequencies;
 }
 
 QVariantMap SystemBridge::getSystemInfo() const {

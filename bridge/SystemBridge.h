@@ -30,6 +30,8 @@ class SystemBridge : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isMacOS READ isMacOS CONSTANT)
     Q_PROPERTY(bool isWindows READ isWindows CONSTANT)
+    // Of the bands of the monitor equaliser, in order. Hz.
+    Q_PROPERTY(QList<double> equalizerFrequencies READ equalizerFrequencies CONSTANT)
 
 public:
     /// The process-wide object, made at the first call. The QML engine destroys it with its other singletons;
@@ -43,6 +45,7 @@ public:
 
     [[nodiscard]] bool isMacOS() const { return false; }
     [[nodiscard]] bool isWindows() const;
+    [[nodiscard]] static QList<double> equalizerFrequencies();
 
     /// Returns a stored setting by its key, invalid where there is none. Set before updateMonitorDevice(),
     /// which reads the equaliser's switch and preset through it.

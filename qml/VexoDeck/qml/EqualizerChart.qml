@@ -2,6 +2,8 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import MediaControls
+// The program registers this module when it starts: qmllint finds no description of it.
+import VexoDeckSystemBridge // qmllint disable import
 import "EqualizerCurve.js" as Curve
 
 /*
@@ -15,8 +17,10 @@ Item {
     required property var currentEqData
     required property bool editable
 
-    readonly property list<real> frequencies: Curve.frequencies
-    readonly property list<string> frequencyLabels: Curve.frequencyLabels
+    readonly property var bridge: SystemBridge // qmllint disable unqualified
+    // Hz
+    readonly property list<real> frequencies: bridge.equalizerFrequencies
+    readonly property list<string> frequencyLabels: frequencies.map(hertz => hertz < 1000 ? hertz + "Hz" : hertz / 1000 + "kHz")
     readonly property list<real> gainLevels: [6, 4, 2, 0, -2, -4, -6]
     readonly property list<string> gainLabels: gainLevels.map(gain => gain === 0 ? "0" : gainText(gain))
     readonly property list<real> gains: Curve.twelveGains(currentEqData.value)

@@ -1,11 +1,8 @@
 .pragma library
 
-/* The equaliser's bands, and the geometry of its curve: gains in dB, positions in logical pixels of the canvas. */
+/* The geometry of the equaliser's curve: gains in dB, positions in logical pixels of the canvas. */
 
-// Hz
-const frequencies = [63, 125, 250, 400, 630, 1000, 1600, 2500, 4000, 6300, 10000, 16000];
-const frequencyLabels = frequencies.map(hertz => hertz < 1000 ? hertz + "Hz" : hertz / 1000 + "kHz");
-const bandCount = frequencies.length;
+const bandCount = 12;
 const paddingX = 10;
 const paddingY = 30;
 // dB, at the top and the bottom of the plot

@@ -1,6 +1,16 @@
 #include "tests/support/qml/FakeSystemBridge.h"
 
+#include "audio/equalizer/EqualizerBands.h"
+
 #include <QQmlEngine>
+
+QList<double> FakeSystemBridge::equalizerFrequencies() {
+    QList<double> frequencies;
+    for (const EqualizerBand& band : kEqualizerBands) {
+        frequencies.append(static_cast<double>(band.frequencyHz));
+    }
+    return frequencies;
+}
 
 QVariantList FakeSystemBridge::calls() const {
     return recordedCalls;

@@ -12,10 +12,12 @@ class FakeSystemBridge : public QObject {
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
     // What getRunningApplications() returns.
     Q_PROPERTY(QVariantList applications MEMBER applications NOTIFY applicationsChanged)
+    Q_PROPERTY(QList<double> equalizerFrequencies READ equalizerFrequencies CONSTANT)
 
 public:
     using QObject::QObject;
 
+    [[nodiscard]] static QList<double> equalizerFrequencies();
     [[nodiscard]] QVariantList calls() const;
     Q_INVOKABLE void clearCalls();
 

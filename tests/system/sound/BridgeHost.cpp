@@ -34,7 +34,9 @@
 
 namespace {
 
+// Lines that the router logged before the answer are in the log when the answer comes.
 void write(const QJsonObject& object) {
+    flushRouterLog();
     const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
     std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
     std::fflush(stdout);
