@@ -509,8 +509,9 @@ void printOddSounds(BenchmarkTable& table, const std::string& name, const std::s
     }
 }
 
-void printAll(BenchmarkTable& table) {
-    constexpr double kBlockUs = 10'000; // 480 frames
+constexpr double kBlockUs = 10'000; // 480 frames
+
+void printMixes(BenchmarkTable& table) {
     for (const int sources : kSourceCounts) {
         for (const int frames : kFrameCounts) {
             const bool budgeted = sources == 8 && frames == 480;
@@ -543,6 +544,9 @@ void printAll(BenchmarkTable& table) {
                      .literal = at("updateBusLevels literal", sources),
                      .blockUs = kBlockUs});
     }
+}
+
+void printKernels(BenchmarkTable& table) {
     table.print({.what = "gain and softLimit, 960 samples",
                  .measured = "limit quiet",
                  .literal = "limit quiet literal",
@@ -558,6 +562,9 @@ void printAll(BenchmarkTable& table) {
                      .againstWhat = "memcpy of the result",
                      .blockUs = kBlockUs});
     }
+}
+
+void printInputs(BenchmarkTable& table) {
     for (const int frames : kFrameCounts) {
         table.print({.what = "addInputData " + std::to_string(frames) + ", both buses and solo",
                      .measured = at("addInputData quiet", frames),
@@ -578,6 +585,9 @@ void printAll(BenchmarkTable& table) {
                      .atMost = rate == 44100 ? std::optional(1.0) : std::nullopt,
                      .blockUs = kBlockUs});
     }
+}
+
+void printEqualizer(BenchmarkTable& table) {
     table.print({.what = "equaliser, 12 bands, 256 frames",
                  .measured = "equalizer quiet",
                  .literal = "equalizer literal",
@@ -595,7 +605,10 @@ int main(int argc, char* argv[]) {
     if (!table.run(argc, argv)) {
         return 2;
     }
-    printAll(table);
+    printMixes(table);
+    printKernels(table);
+    printInputs(table);
+    printEqualizer(table);
     printFits(table);
     return table.allKept() ? 0 : 1;
 }

@@ -86,11 +86,12 @@ add_custom_target(vexo_sanitized_tests)
 # All test programs that share data between threads: what the thread sanitizer is for.
 add_custom_target(vexo_thread_tests)
 
-# vexo_gtest(NAME LABEL label SOURCES file... [LINKS target...] [MAIN] [MOC] [SEPARATE] [TIMEOUT seconds]):
+# vexo_gtest(NAME LABEL label SOURCES file... [LINKS target...] [MAIN] [MOC] [SEPARATE] [OPTIMIZED] [TIMEOUT seconds]):
 # a GoogleTest program, each case one test of ctest. With MAIN the sources bring their own main(). The label
-# "unit-threads" stands for a unit test that also belongs under the thread sanitizer.
+# "unit-threads" stands for a unit test that also belongs under the thread sanitizer. Its own sources are not optimised,
+# which takes most of the time that a compiler spends on tests, unless it computes much itself: OPTIMIZED.
 function(vexo_gtest name)
-    cmake_parse_arguments(ARG "MAIN;MOC;SEPARATE" "LABEL;TIMEOUT" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(ARG "MAIN;MOC;SEPARATE;OPTIMIZED" "LABEL;TIMEOUT" "SOURCES;LINKS" ${ARGN})
     find_package(GTest REQUIRED)
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
@@ -101,6 +102,9 @@ function(vexo_gtest name)
     endif()
     vexo_executable(${name} SOURCES ${ARG_SOURCES} LINKS ${ARG_LINKS} GTest::gtest)
     vexo_set_build(${name} "${ARG_MOC}" "${ARG_SEPARATE}")
+    if(NOT ARG_OPTIMIZED AND NOT MSVC)
+        target_compile_options(${name} PRIVATE -O0)
+    endif()
     if(NOT ARG_MAIN)
         target_link_libraries(${name} PRIVATE GTest::gtest_main)
     endif()

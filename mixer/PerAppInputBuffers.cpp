@@ -60,6 +60,16 @@ void storeMeter(InputBuffer& ring, const StereoLevel& raw, float volume) {
     ring.levelRight.store(std::min(1.0f, raw.right * volume), std::memory_order_relaxed);
 }
 
+// Of a packet nothing is left at 48000 Hz.
+void logEmptyPacket(std::uint32_t rate) {
+    if (rate == 0) {
+        routerLog("[WARNING] Resampling from {} Hz to 48000 Hz returned empty result, skipping packet", rate);
+    } else {
+        // Never reached: any other rate gives each packet one frame at least, by definition.
+        routerLog("[WARNING] Resampling from {} Hz to 48000 Hz resulted in 0 frames", rate);
+    }
+}
+
 } // namespace
 
 PerAppInputBuffers& PerAppInputBuffers::instance() {
@@ -87,13 +97,7 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
     const std::uint32_t rate = format.samplesPerSecond;
     const std::uint64_t frameCount = resampledFrameCount(converted.size() / 2, rate);
     if (frameCount == 0) {
-        if (rate == 0) {
-            routerLog("[WARNING] Resampling from {} Hz to 48000 Hz returned empty result, skipping packet",
-                      rate);
-        } else {
-            // Never reached: any other rate gives each packet one frame at least, by definition.
-            routerLog("[WARNING] Resampling from {} Hz to 48000 Hz resulted in 0 frames", rate);
-        }
+        logEmptyPacket(rate);
         return;
     }
 

@@ -39,14 +39,14 @@ bool isStereoFloat(const void* data, const WaveFormat& format) {
 }
 
 // The common packings: frames without a gap, so that the compiler knows the stride.
-template <typename Sample, std::size_t channels>
+template <typename Sample, std::size_t kChannels>
 void convertPacked(const std::byte* data, std::span<float> result) {
     const std::size_t frameCount = result.size() / 2;
     float* const output = result.data();
     for (std::size_t frame = 0; frame < frameCount; ++frame) {
-        const std::byte* const at = data + frame * channels * sizeof(Sample);
+        const std::byte* const at = data + frame * kChannels * sizeof(Sample);
         output[2 * frame] = readSample<Sample>(at);
-        output[2 * frame + 1] = readSample<Sample>(at + (channels - 1) * sizeof(Sample));
+        output[2 * frame + 1] = readSample<Sample>(at + (kChannels - 1) * sizeof(Sample));
     }
 }
 

@@ -134,7 +134,7 @@ void receiveHello(std::uint32_t channel, const LinkFrame& frame) {
         // Two nodes have one address: the younger one gives way.
         stack().hostChid = pickChid();
         broadcastHello();
-    } else if (registerPeer(channel, frame.source, hello) == Registration::moved) {
+    } else if (registerPeer(channel, frame.source, hello) == Registration::Moved) {
         sendHelloOnward(channel, frame, hello);
     }
 }

@@ -107,22 +107,22 @@ Peer* findPeer(const LinkAddress& address) {
 
 Registration registerPeer(std::uint32_t channel, const LinkAddress& source, const HelloRecord& hello) {
     if (source == hostAddress()) {
-        return Registration::dropped;
+        return Registration::Dropped;
     }
     if (Peer* known = findPeer(source); known != nullptr) {
         if (known->channel != channel) {
             known->otherChannel = channel;
-            return Registration::moved;
+            return Registration::Moved;
         }
         refresh(*known, hello);
-        return Registration::refreshed;
+        return Registration::Refreshed;
     }
 
     const std::uint16_t last = lastSlot();
     const std::uint16_t slot = freeSlotAfter(last);
     if (slot == kNoSlot) {
         reportError(kLinkErrorPeerTableFull, kMessageHello);
-        return Registration::dropped;
+        return Registration::Dropped;
     }
     Peer& peer = stack().peers[slot];
     peer.used = kPeerChanging;
@@ -137,7 +137,7 @@ Registration registerPeer(std::uint32_t channel, const LinkAddress& source, cons
     callLogin(kFromStack, kLoggedIn, source);
     sendLoginNotice(source);
     peer.used = kPeerUsed;
-    return Registration::added;
+    return Registration::Added;
 }
 
 void losePeer(const LinkAddress& address) {

@@ -8,10 +8,10 @@
 namespace vexo::link {
 
 enum class Registration {
-    refreshed, // known on this channel
-    moved,     // known on another channel
-    added,     // a new peer, logged in
-    dropped,   // the host's own address, or no room (error 9)
+    Refreshed, // known on this channel
+    Moved,     // known on another channel
+    Added,     // a new peer, logged in
+    Dropped,   // the host's own address, or no room (error 9)
 };
 
 // Registers the sender of a hello, or updates its entry.
