@@ -16,7 +16,7 @@ inline constexpr int kAwaitLimitMs = 10000;
 /// Calls `step` until the condition holds; false when it does not within the limit. A step lets what is
 /// awaited go on, for a few milliseconds at most.
 template <typename Condition, typename Step>
-[[nodiscard]] bool awaitStepping(Condition condition, Step step, int limitMs = kAwaitLimitMs) {
+[[nodiscard]] bool awaitStepping(Condition&& condition, Step&& step, int limitMs = kAwaitLimitMs) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(limitMs);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) {
@@ -29,7 +29,7 @@ template <typename Condition, typename Step>
 
 /// Waits without an event loop, on any thread: for what another thread does.
 template <typename Condition>
-[[nodiscard]] bool awaitThread(Condition condition, int limitMs = kAwaitLimitMs) {
+[[nodiscard]] bool awaitThread(Condition&& condition, int limitMs = kAwaitLimitMs) {
     return awaitStepping(
         condition, [] { std::this_thread::sleep_for(std::chrono::milliseconds(1)); }, limitMs);
 }
@@ -37,7 +37,7 @@ template <typename Condition>
 #ifdef QT_CORE_LIB
 /// Runs the event loop of the main thread until the condition holds.
 template <typename Condition>
-[[nodiscard]] bool await(Condition condition, int limitMs = kAwaitLimitMs) {
+[[nodiscard]] bool await(Condition&& condition, int limitMs = kAwaitLimitMs) {
     return awaitStepping(
         condition,
         [] {
@@ -49,7 +49,7 @@ template <typename Condition>
 }
 #else
 template <typename Condition>
-[[nodiscard]] bool await(Condition condition, int limitMs = kAwaitLimitMs) {
+[[nodiscard]] bool await(Condition&& condition, int limitMs = kAwaitLimitMs) {
     return awaitThread(condition, limitMs);
 }
 #endif
