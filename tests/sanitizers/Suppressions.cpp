@@ -1,5 +1,6 @@
 // What the sanitizers leave out, each with its reason. Linked into every test program of a sanitizer build.
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the sanitizers' own names
 extern "C" const char* __tsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions();
 
@@ -23,3 +24,4 @@ extern "C" const char* __lsan_default_suppressions() {
     // lists.
     return "leak:hid_enumerate\n";
 }
+// NOLINTEND(bugprone-reserved-identifier)

@@ -131,7 +131,7 @@ inline Bytes hello(const LinkAddress& source, const HelloFields& fields = {}) {
 }
 
 /// How the reports of a model carry a frame's bytes.
-enum class ReportForm { mixer, microphone };
+enum class ReportForm { Mixer, Microphone };
 
 /// Cuts bytes into reports of at most `capacity` bytes behind a header, which `headerOf` makes of their
 /// number.
@@ -150,13 +150,13 @@ std::vector<Bytes> cut(std::span<const std::uint8_t> bytes, std::size_t capacity
 
 /// The reports in which a host writes bytes to a device, report id first.
 inline std::vector<Bytes> hostReports(ReportForm form, std::span<const std::uint8_t> bytes) {
-    return form == ReportForm::mixer ? cut(bytes, 58, [](std::uint8_t count) { return Bytes{1, count}; })
+    return form == ReportForm::Mixer ? cut(bytes, 58, [](std::uint8_t count) { return Bytes{1, count}; })
                                      : cut(bytes, 64, [](std::uint8_t) { return Bytes{0}; });
 }
 
 /// The reports in which a device sends bytes, as the host reads them.
 inline std::vector<Bytes> deviceReports(ReportForm form, std::span<const std::uint8_t> bytes) {
-    return form == ReportForm::mixer
+    return form == ReportForm::Mixer
                ? cut(bytes, 60, [](std::uint8_t count) { return Bytes{1, count, 0, 0}; })
                : cut(bytes, 64, [](std::uint8_t) { return Bytes(); });
 }

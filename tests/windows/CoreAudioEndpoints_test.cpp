@@ -72,8 +72,8 @@ TEST_F(EndpointsTest, ActiveEndpointsHaveIdNameAndDirection) {
         EXPECT_FALSE(found.endpoints.empty());
         for (const AudioEndpointPointer& endpoint : found.endpoints) {
             ASSERT_NE(endpoint, nullptr);
-            EXPECT_TRUE(endpoint->id && endpoint->id->starts_with("{0.0.")) << "flow " << int(flow);
-            EXPECT_TRUE(endpoint->friendlyName && !endpoint->friendlyName->empty());
+            EXPECT_TRUE(endpoint->id.value_or("").starts_with("{0.0.")) << "flow " << int(flow);
+            EXPECT_NE(endpoint->friendlyName.value_or(""), "");
             EXPECT_EQ(endpoint->flow, flow);
         }
     }
@@ -90,7 +90,7 @@ TEST_F(EndpointsTest, ConnectorsAreThoseOfTheTopologyAndNoneWithoutOne) {
          CoreAudioEndpoints(calls).activeEndpoints(EndpointFlow::Render).endpoints) {
         EXPECT_EQ(endpoint->connectorCount, 3u);
         EXPECT_EQ(IsRealHardwareDevice(endpoint.get()),
-                  endpoint->friendlyName->find("Virtual") == std::string::npos);
+                  endpoint->friendlyName.value_or("").find("Virtual") == std::string::npos);
     }
     calls.connectorCount = [](IMMDevice*, UINT*) {
         return E_NOINTERFACE;
@@ -139,11 +139,12 @@ TEST_F(EndpointsTest, DefaultIsSetByTheThirteenthMethodForTheConsoleRoleAlone) {
     ComSession session(windowsAudioSystemCalls());
     const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, "Old Virtual Speakers");
     ASSERT_NE(old, nullptr);
+    const std::string id = old->id.value_or("");
     RouterLogCapture log;
-    EXPECT_TRUE(SetDefaultAudioDevice(endpoints, session, *old->id, true));
-    EXPECT_EQ(policy.id, wideOf(*old->id));
+    EXPECT_TRUE(SetDefaultAudioDevice(endpoints, session, id, true));
+    EXPECT_EQ(policy.id, wideOf(id));
     EXPECT_EQ(policy.roles, std::vector<ERole>{eConsole});
-    EXPECT_TRUE(log.contains("[SetDefaultAudioDevice] Successfully set device as default: " + *old->id));
+    EXPECT_TRUE(log.contains("[SetDefaultAudioDevice] Successfully set device as default: " + id));
     // The place in the object's table of methods, whatever the class calls it.
     void** const methods = *reinterpret_cast<void***>(static_cast<IPolicyConfig*>(&policy));
     using Method = HRESULT(STDMETHODCALLTYPE*)(IPolicyConfig*, LPCWSTR, ERole);
@@ -159,7 +160,7 @@ TEST_F(EndpointsTest, PolicyThatRefusesIsSaidWithItsCode) {
     const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, "Old Virtual Speakers");
     ASSERT_NE(old, nullptr);
     RouterLogCapture log;
-    EXPECT_FALSE(SetDefaultAudioDevice(endpoints, session, *old->id, true));
+    EXPECT_FALSE(SetDefaultAudioDevice(endpoints, session, old->id.value_or(""), true));
     EXPECT_TRUE(log.contains("[SetDefaultAudioDevice] Failed to set default endpoint: 0x80070005"));
     EXPECT_TRUE(log.contains("[SetDefaultAudioDevice] Error code: -2147024891"));
 }
@@ -174,7 +175,7 @@ TEST_F(EndpointsTest, MissingPolicyObjectIsSaidWithItsNotes) {
     const AudioEndpointPointer old = endpointNamed(EndpointFlow::Render, "Old Virtual Speakers");
     ASSERT_NE(old, nullptr);
     RouterLogCapture log;
-    EXPECT_FALSE(SetDefaultAudioDevice(endpoints, session, *old->id, true));
+    EXPECT_FALSE(SetDefaultAudioDevice(endpoints, session, old->id.value_or(""), true));
     EXPECT_TRUE(log.contains("[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x80040154"));
     EXPECT_TRUE(
         log.contains("[SetDefaultAudioDevice] Note: This operation may require administrator privileges"));

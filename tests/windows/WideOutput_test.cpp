@@ -52,7 +52,7 @@ TEST(WideOutputDeathTest, OutputThatIsNotThereIsNoCrash) {
 TEST(WideOutputDeathTest, HalfOfAPairIsReplacedAndItsLineGoesOn) {
     const Texts lines = printedBy([] {
         makeWideOutputUtf8();
-        std::wcout << L"a" << L'\xD83C' << L"b" << std::endl;
+        std::wcout << L"a" << L'\xD83C' << L"b\n" << std::flush;
     });
     EXPECT_EQ(lines, Texts{"a\uFFFDb"});
 }

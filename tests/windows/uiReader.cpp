@@ -135,7 +135,7 @@ int main(int argc, char** argv) {
         std::string line;
         // A failure: the window went away while it was read.
         static_cast<void>(readWindow(automation.Get(), title, line));
-        std::cout << line << std::endl;
+        std::cout << line << '\n' << std::flush;
     }
     return 0;
 }

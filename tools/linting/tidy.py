@@ -151,10 +151,11 @@ class Headers:
 
     def world_of(self, reads, flags):
         """Sources of different worlds do not get on with each other: systems; Qt, whose headers make keywords of names
-        that others use; and the emulator, which has types of its own for everything."""
+        that others use; and the emulator, which has types of its own for everything, alone or beside the device's."""
         qt = any(re.search(r"^#include <Q", self.text(path), re.MULTILINE) for path in reads)
         emulator = any(path.is_relative_to(ROOT / "emulator") for path in reads)
-        return flags.system(), qt, emulator
+        both = emulator and any(path.is_relative_to(ROOT / "device") for path in reads)
+        return flags.system(), qt, emulator, both
 
 
 def names_at_top_level(text):

@@ -154,8 +154,9 @@ bool PulseServer::setDefault(const std::string& name, SetDefault call) {
         static_cast<void>(held.release());
     }
     std::unique_lock lock(answer->mutex);
-    answer->came.wait_for(lock, kAnswerLimit, [&answer] { return answer->success.has_value(); });
-    return answer->success.value_or(false);
+    const bool came =
+        answer->came.wait_for(lock, kAnswerLimit, [&answer] { return answer->success.has_value(); });
+    return came && answer->success.value_or(false);
 }
 
 void PulseServer::onReady(pa_context& context) {

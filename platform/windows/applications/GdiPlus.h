@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <windows.h>
 
-namespace Gdiplus {
+namespace Gdiplus { // NOLINT(readability-identifier-naming): the library's
 using std::max;
 using std::min;
 } // namespace Gdiplus

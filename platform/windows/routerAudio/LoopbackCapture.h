@@ -62,7 +62,7 @@ protected:
 
 private:
     // A work item: forwards its reference count to the owner and runs one of the owner's steps.
-    template <HRESULT (CLoopbackCapture::*step)()>
+    template <HRESULT (CLoopbackCapture::*kStep)()>
     class StepCallback : public IMFAsyncCallback {
     public:
         explicit StepCallback(CLoopbackCapture& capture) : owner(capture) {}
@@ -91,7 +91,7 @@ private:
             *queue = queueId;
             return S_OK;
         }
-        HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult*) override { return (owner.*step)(); }
+        HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult*) override { return (owner.*kStep)(); }
 
     private:
         CLoopbackCapture& owner;

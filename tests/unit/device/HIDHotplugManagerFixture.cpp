@@ -53,8 +53,8 @@ void HIDHotplugManagerTest::make(const HIDIntervals& intervals) {
 void HIDHotplugManagerTest::connectDevice(const scriptedHidapi::Interface& interface) {
     scriptedHidapi::plug(interface);
     path = interface.path;
-    reportForm = interface.productId == kR2.productId ? wireFrame::ReportForm::mixer
-                                                      : wireFrame::ReportForm::microphone;
+    reportForm = interface.productId == kR2.productId ? wireFrame::ReportForm::Mixer
+                                                      : wireFrame::ReportForm::Microphone;
     manager->onScanTimer();
     ASSERT_FALSE(connections.isEmpty());
 }
@@ -80,7 +80,7 @@ void HIDHotplugManagerTest::answer(std::uint16_t messageId, const Bytes& payload
 }
 
 std::vector<WireFrame> HIDHotplugManagerTest::sentFrames() const {
-    const std::ptrdiff_t header = reportForm == wireFrame::ReportForm::mixer ? 2 : 1;
+    const std::ptrdiff_t header = reportForm == wireFrame::ReportForm::Mixer ? 2 : 1;
     Bytes stream;
     for (const Report& report : scriptedHidapi::written(path)) {
         stream.insert(stream.end(), report.begin() + header, report.end());

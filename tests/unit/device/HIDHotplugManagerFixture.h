@@ -76,7 +76,7 @@ protected:
     std::unique_ptr<HIDHotplugManager> manager;
     QList<QTimer*> timers;
     std::string path;
-    wireFrame::ReportForm reportForm = wireFrame::ReportForm::mixer;
+    wireFrame::ReportForm reportForm = wireFrame::ReportForm::Mixer;
     /// Reports that the manager has taken.
     int reportCount = 0;
     QList<Connection> connections;

@@ -41,7 +41,7 @@ inline int lengthOf(const hid_device_info* list) {
 }
 
 // Writes bytes of a frame as the program does; false when a report was not taken whole.
-inline bool writeFrame(hid_device* device, const Bytes& frame, ReportForm form = ReportForm::mixer) {
+inline bool writeFrame(hid_device* device, const Bytes& frame, ReportForm form = ReportForm::Mixer) {
     for (const Bytes& report : wireFrame::hostReports(form, frame)) {
         if (hid_write(device, report.data(), report.size()) != static_cast<int>(report.size())) {
             return false;

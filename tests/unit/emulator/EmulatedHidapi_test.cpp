@@ -106,7 +106,7 @@ TEST(EmulatedHidapi, TheMicrophonesReportsAreFrameBytesOnly) {
     EmulatorProcess emulator({"--plug", "m40"});
     const Handle device(hid_open_path(kMicrophoneLink));
     ReportBuffer report{};
-    ASSERT_TRUE(writeFrame(device.get(), hello(), ReportForm::microphone));
+    ASSERT_TRUE(writeFrame(device.get(), hello(), ReportForm::Microphone));
     ASSERT_EQ(hid_read_timeout(device.get(), report.data(), report.size(), 5000), 64);
     EXPECT_EQ(toHex(BytesView(report).first(4)), "55120D00");
 }

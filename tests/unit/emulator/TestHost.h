@@ -62,7 +62,7 @@ public:
 
     void writeBytes(BytesView bytes) {
         const auto form =
-            model.reportHeader != 0 ? wireFrame::ReportForm::mixer : wireFrame::ReportForm::microphone;
+            model.reportHeader != 0 ? wireFrame::ReportForm::Mixer : wireFrame::ReportForm::Microphone;
         for (Bytes& report : wireFrame::hostReports(form, bytes)) {
             EXPECT_TRUE(bus.write(handle, std::move(report)));
         }

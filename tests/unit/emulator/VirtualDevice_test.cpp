@@ -226,8 +226,8 @@ TEST(VirtualDevice, CutsALongMessageAtTheHostsMaximumAndSumsTheSequences) {
     EXPECT_EQ(toHex(whole), "00105645584F204D69786465736B2052320000000000");
 }
 
-void sendPiece(TestHost& host, std::uint8_t kind, std::uint16_t sequence, Bytes payload) {
-    host.send(kind, kAttributeWrite, std::move(payload), sequence);
+void sendPiece(TestHost& host, std::uint8_t kind, std::uint16_t sequence, const Bytes& payload) {
+    host.send(kind, kAttributeWrite, payload, sequence);
 }
 
 TEST(VirtualDevice, PutsAFragmentedMessageTogether) {

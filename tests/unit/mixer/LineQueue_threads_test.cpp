@@ -17,6 +17,7 @@ TEST(LineQueueThreads, LinesStayWholeAndInTheOrderOfTheirThreadAndEachIsTakenOrL
     LineQueue<64, 32> queue;
     std::atomic<std::uint32_t> running{kThreads};
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (std::uint32_t thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
             std::array<char, 64> line{};

@@ -4,7 +4,7 @@
 
 #include <array>
 #include <gtest/gtest.h>
-#include <optional>
+#include <memory>
 
 namespace {
 
@@ -32,7 +32,7 @@ protected:
     PerAppInputBuffers buffers{store};
     PulseMainloopHandle mainloop{pa_mainloop_new()};
     pa_mainloop_api& api{*pa_mainloop_get_api(mainloop.get())};
-    std::optional<CaptureFeed> feed{std::in_place, api, buffers, kProcess};
+    std::unique_ptr<CaptureFeed> feed{std::make_unique<CaptureFeed>(api, buffers, kProcess)};
 };
 
 } // namespace
