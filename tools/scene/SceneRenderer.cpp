@@ -4,7 +4,7 @@
 #include "mixer/PerAppInputBuffers.h"
 #include "mixer/Resampler.h"
 #include "mixer/router/AudioRouterAPI.h"
-#include "tools/scene/OfflinePlatform.h"
+#include "tests/support/mixer/OfflinePlatform.h"
 
 #include <algorithm>
 #include <utility>

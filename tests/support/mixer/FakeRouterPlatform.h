@@ -3,7 +3,7 @@
 // An operating system whose answers a test sets beforehand, and that records the calls.
 
 #include "mixer/RouterPlatform.h"
-#include "tools/scene/OfflineOutputStream.h"
+#include "tests/support/mixer/OfflineOutputStream.h"
 
 #include <chrono>
 #include <cstdint>

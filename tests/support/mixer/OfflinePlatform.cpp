@@ -1,4 +1,4 @@
-#include "tools/scene/OfflinePlatform.h"
+#include "tests/support/mixer/OfflinePlatform.h"
 
 #include "mixer/PerAppInputBuffers.h"
 #include "mixer/Resampler.h"
