@@ -8,8 +8,6 @@
 #include <cstdint>
 #include <span>
 
-inline constexpr std::uint32_t kMixSampleRate = 48000; ///< Hz, of everything inside the mixer
-
 /// Frames that a packet of `frameCount` frames at `sampleRate` Hz gives: 0 when either is 0, else at least 1.
 [[nodiscard]] std::uint64_t resampledFrameCount(std::uint64_t frameCount, std::uint32_t sampleRate);
 

@@ -2,7 +2,7 @@
 
 #include "mixer/AppAudioConfigStore.h"
 #include "mixer/PerAppInputBuffers.h"
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 #include "mixer/router/AudioRouterAPI.h"
 #include "tests/support/mixer/OfflinePlatform.h"
 

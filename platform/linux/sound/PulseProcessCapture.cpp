@@ -1,6 +1,6 @@
 #include "platform/linux/sound/PulseProcessCapture.h"
 
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 #include "platform/linux/sound/CaptureFeed.h"
 #include "platform/linux/sound/PlaybackMerge.h"
 #include "platform/linux/sound/PulseFormat.h"

@@ -1,7 +1,7 @@
 #include "tests/support/mixer/OfflinePlatform.h"
 
 #include "mixer/PerAppInputBuffers.h"
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 
 #include <functional>
 #include <utility>
