@@ -208,11 +208,12 @@ bool SetDefaultAudioDevice(AudioEndpointSystem& system, SoundSession& session, c
     const EndpointFlow flow = isRender ? EndpointFlow::Render : EndpointFlow::Capture;
     const EndpointEnumeration list = system.activeEndpoints(flow);
     if (list.reached == EnumerationStep::Enumerator) {
-        routerLog("[SetDefaultAudioDevice] Failed to create device enumerator: 0x{:x}", list.result.code);
+        routerLog("[SetDefaultAudioDevice] Failed to create device enumerator: 0x{:x}",
+                  printedNumber(list.result));
         return false;
     }
     if (list.reached != EnumerationStep::Done) {
-        routerLog("[SetDefaultAudioDevice] Failed to enumerate devices: 0x{:x}", list.result.code);
+        routerLog("[SetDefaultAudioDevice] Failed to enumerate devices: 0x{:x}", printedNumber(list.result));
         return false;
     }
     const std::string wanted = lowerCased(deviceGuid);
@@ -231,13 +232,16 @@ bool SetDefaultAudioDevice(AudioEndpointSystem& system, SoundSession& session, c
     const SetDefaultOutcome outcome = system.setDefaultEndpoint(flow, endpoint);
     switch (outcome.reached) {
     case SetDefaultStep::Policy:
-        routerLog("[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x{:x}", outcome.result.code);
+        routerLog("[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x{:x}",
+                  printedNumber(outcome.result));
         routerLog("[SetDefaultAudioDevice] Note: This operation may require administrator privileges");
         routerLog("[SetDefaultAudioDevice] Note: Make sure polstore.dll is available on your system");
         return false;
     case SetDefaultStep::Set:
-        routerLog("[SetDefaultAudioDevice] Failed to set default endpoint: 0x{:x}", outcome.result.code);
-        routerLog("[SetDefaultAudioDevice] Error code: {}", static_cast<std::int32_t>(outcome.result.code));
+        routerLog("[SetDefaultAudioDevice] Failed to set default endpoint: 0x{:x}",
+                  printedNumber(outcome.result));
+        routerLog("[SetDefaultAudioDevice] Error code: {}",
+                  static_cast<std::int32_t>(printedNumber(outcome.result)));
         return false;
     case SetDefaultStep::Done:
         break;

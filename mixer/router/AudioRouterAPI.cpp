@@ -193,13 +193,14 @@ bool AudioRouterAPI::applyAudioConfigs(const std::vector<AppAudioConfig>& record
 
 void AudioRouterAPI::startMissingCapture(std::uint32_t processId) {
     const std::shared_ptr<ProcessCapture> capture = platform.makeProcessCapture(buffers);
-    SoundResult result = kSoundOutOfMemory;
+    SoundResult result = SoundError::OutOfMemory;
     if (capture) {
         capture->setBufferDuration(kCaptureBuffer);
         result = capture->startCapture(processId, true);
     }
     if (failed(result)) {
-        routerLog("[ERROR] Failed to start capture for PID: {} (HRESULT: 0x{:x})", processId, result.code);
+        routerLog("[ERROR] Failed to start capture for PID: {} (HRESULT: 0x{:x})", processId,
+                  printedNumber(result));
         return;
     }
     captures.emplace(processId, capture);

@@ -141,7 +141,7 @@ SoundResult PulseProcessCapture::startCapture(std::uint32_t targetProcessId, boo
 SoundResult PulseProcessCapture::stopCapture() {
     const PulseServer::Lock lock(*server);
     if (!session) {
-        return kSoundNothingToStop;
+        return SoundError::NothingToStop;
     }
     session.reset();
     return kSoundDone;

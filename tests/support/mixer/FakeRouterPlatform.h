@@ -51,8 +51,8 @@ public:
     void add(EndpointFlow flow, const AudioEndpoint& endpoint);
     /// An entry that the system counts but does not hand out.
     void addNull(EndpointFlow flow);
-    void fail(EndpointFlow flow, EnumerationStep step, SoundResult result = kSoundFailed);
-    void failBothFlows(EnumerationStep step, SoundResult result = kSoundFailed);
+    void fail(EndpointFlow flow, EnumerationStep step, SoundResult result = SoundError::Refused);
+    void failBothFlows(EnumerationStep step, SoundResult result = SoundError::Refused);
 
     std::string defaultId;
     std::map<std::string, SoundResult> probeResults; ///< by id; kSoundDone for any other
