@@ -107,8 +107,8 @@ private:
         std::atomic<float> right{0.0f};
     };
 
-    // Under the lock; null when there is none.
-    [[nodiscard]] SourcePointer find(std::uint32_t processID) const;
+    // Under the lock, which the source is alive for; null when there is none.
+    [[nodiscard]] Source* find(std::uint32_t processID) const;
     [[nodiscard]] SourcePointer findOrMake(std::uint32_t processID);
     // Under the lock.
     void addBus(std::uint32_t bus, std::atomic<std::uint32_t> InputBuffer::* readPosition, float* output,
