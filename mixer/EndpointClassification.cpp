@@ -5,7 +5,6 @@
 #include "mixer/Utf8.h"
 
 #include <algorithm>
-#include <format>
 #include <initializer_list>
 #include <string_view>
 
@@ -26,13 +25,6 @@ bool containsAny(const std::string& text, Words words) {
 
 const char* yesOrNo(bool value) {
     return value ? "YES" : "NO";
-}
-
-// What FindFirstRealHardwareDevice logs of one endpoint, without the bracket at its end.
-std::string deviceLine(std::size_t index, const AudioEndpoint* endpoint, bool real, bool builtIn) {
-    return std::format("[DEBUG] Device {}: {} (Real: {}, BuiltIn: {}, GUID: {}", index,
-                       GetDeviceFriendlyName(endpoint), yesOrNo(real), yesOrNo(builtIn),
-                       GetDeviceId(endpoint));
 }
 
 bool looksLikeId(const std::string& value) {
@@ -136,7 +128,8 @@ std::string FindFirstRealHardwareDevice(AudioEndpointSystem& system, bool prefer
             const std::string guid = GetDeviceId(endpoint);
             const bool real = IsRealHardwareDevice(endpoint);
             const bool builtIn = IsBuiltInDevice(endpoint);
-            routerLog("{}, DeviceID: {})", deviceLine(index, endpoint, real, builtIn), guid);
+            routerLog("[DEBUG] Device {}: {} (Real: {}, BuiltIn: {}, GUID: {}, DeviceID: {})", index,
+                      GetDeviceFriendlyName(endpoint), yesOrNo(real), yesOrNo(builtIn), guid, guid);
             if (real && builtIn && !guid.empty()) {
                 routerLog("[INFO] Found built-in hardware device: {} ({})", GetDeviceFriendlyName(endpoint),
                           guid);
@@ -152,7 +145,8 @@ std::string FindFirstRealHardwareDevice(AudioEndpointSystem& system, bool prefer
         // After the first pass none that is real and has an id is built in.
         const bool builtIn = !preferBuiltIn && IsBuiltInDevice(endpoint);
         if (!preferBuiltIn) {
-            routerLog("{})", deviceLine(index, endpoint, real, builtIn));
+            routerLog("[DEBUG] Device {}: {} (Real: {}, BuiltIn: {}, GUID: {})", index,
+                      GetDeviceFriendlyName(endpoint), yesOrNo(real), yesOrNo(builtIn), guid);
         }
         if (real && !guid.empty()) {
             routerLog("[INFO] Found real hardware device: {} ({}, {})", GetDeviceFriendlyName(endpoint),
