@@ -31,24 +31,6 @@ bool looksLikeId(const std::string& value) {
     return contains(value, "{") || contains(value, "-") || characterCount(value) > kLongestName;
 }
 
-// Leaves the session again if, and only if, the caller was not in it before.
-class SessionScope {
-public:
-    explicit SessionScope(SoundSession& soundSession)
-        : session(soundSession), entered(session.enter() == SessionEntry::Entered) {}
-    ~SessionScope() {
-        if (entered) {
-            session.leave();
-        }
-    }
-    SessionScope(const SessionScope&) = delete;
-    SessionScope& operator=(const SessionScope&) = delete;
-
-private:
-    SoundSession& session;
-    const bool entered;
-};
-
 } // namespace
 
 std::string GetDeviceFriendlyName(const AudioEndpoint* endpoint) {
@@ -198,7 +180,7 @@ bool SetDefaultAudioDevice(AudioEndpointSystem& system, SoundSession& session, c
         routerLog("[SetDefaultAudioDevice] Error: deviceGuid is empty");
         return false;
     }
-    const SessionScope scope(session);
+    const SessionScope scope(session, SessionScope::Undoes::FirstEntry);
     const EndpointFlow flow = isRender ? EndpointFlow::Render : EndpointFlow::Capture;
     const EndpointEnumeration list = system.activeEndpoints(flow);
     if (list.reached == EnumerationStep::Enumerator) {
