@@ -47,7 +47,7 @@ public:
 
     /// Adds one packet of a source: `byteCount` bytes at `data` in `format`. Dropped when the source has no
     /// active record. A packet of unknown format is silence; one without channels or frames is ignored; one
-    /// whose rate gives no frames is logged and dropped. Any number of threads, each with its own sources.
+    /// whose rate leaves no frames is logged and dropped. Any number of threads, each with its own sources.
     void addInputData(std::uint32_t processID, const void* data, std::uint32_t byteCount,
                       const WaveFormat& format);
 

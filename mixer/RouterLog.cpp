@@ -56,12 +56,12 @@ public:
     void print() {
         const std::lock_guard lock(outputMutex);
         while (queue.take([this](std::string_view line, std::uint64_t lostBefore) {
-            sayLost(lostBefore);
+            putLost(lostBefore);
             put(line);
         })) {
             ++printedLines;
         }
-        sayLost(queue.takeLost());
+        putLost(queue.takeLost());
     }
 
     void setSink(RouterLogSink next) {
@@ -116,7 +116,7 @@ private:
             printWide(line);
         }
     }
-    void sayLost(std::uint64_t count) const {
+    void putLost(std::uint64_t count) const {
         if (count > 0) {
             put(std::format("[WARNING] {} lines of the router were lost, the output is too slow", count));
         }

@@ -63,7 +63,7 @@ private:
     std::map<EndpointFlow, EndpointEnumeration> lists;
 };
 
-/// A capture that starts and stops as it is told and delivers nothing by itself.
+/// A capture that starts and stops as it is set and delivers nothing by itself.
 class FakeCapture : public ProcessCapture {
 public:
     FakeCapture(CallJournal& callJournal, const std::map<std::uint32_t, SoundResult>& results,
