@@ -44,7 +44,7 @@ public:
     void print(const BenchmarkRow& row);
     /// Prints the verdict on a budget, on the line of what it judges; nothing without a budget.
     void judge(const char* what, const char* relation, std::optional<double> budget, bool kept);
-    /// Says that a row or fit is missed, since a benchmark was not run; nothing under a filter.
+    /// Prints that a row or fit is missed, since a benchmark was not run; nothing under a filter.
     void missUnmeasured(const std::string& what, const std::string& benchmark);
 
     /// Whether each budget so far was kept.

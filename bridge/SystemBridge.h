@@ -87,7 +87,7 @@ public:
     // The capture service; see AudioRouterService. Each operation logs when there is none.
 
     /// Creates the service where there is none, whatever the permission is, and starts it with its defaults.
-    /// False when it runs already; a service that is just created does, since its creation starts it.
+    /// False if it runs already, also when this call has just created it (creation starts it).
     Q_INVOKABLE bool Start();
     Q_INVOKABLE void Stop();
     Q_INVOKABLE bool Restart();

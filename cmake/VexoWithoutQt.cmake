@@ -4,7 +4,6 @@ add_subdirectory(mixer)
 add_subdirectory(platform)
 add_subdirectory(audio)
 add_subdirectory(device/link)
-add_subdirectory(tools/scene)
 
 add_subdirectory(tests/support)
 

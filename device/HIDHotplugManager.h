@@ -69,8 +69,8 @@ public slots:
     void onTimeout();
 
 signals:
-    /// An interface opened or closed, or the name, serial number or version came. `isConnected` tells whether
-    /// any interface is open at that moment.
+    /// An interface opened or closed, or the name, serial number or version came. `isConnected`: whether any
+    /// interface is open at that moment.
     void deviceConnected(const QVariantMap& deviceInfo, bool isConnected);
     /// The device reported an attribute, as an answer or by itself.
     void messageReceived(uint16_t attID, const QVariantList& byteArray);

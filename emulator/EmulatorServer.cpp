@@ -42,13 +42,15 @@ void EmulatorServer::connectListeners() {
     VirtualBus::Listener busListener;
     busListener.inputReport = [this, clientOf](VirtualBus::HandleId handle, const Bytes& report) {
         if (uhid != nullptr && uhid->inputReport(handle, report)) {
-            return;
+            return true;
         }
         Client* const client = clientOf(handle);
-        if (client != nullptr && client->queuedReports < kReportQueue) {
-            client->output.push_back(wireMessage(WireType::Input, report));
-            ++client->queuedReports;
+        if (client == nullptr || client->queuedReports >= kReportQueue) {
+            return false;
         }
+        client->output.push_back(wireMessage(WireType::Input, report));
+        ++client->queuedReports;
+        return true;
     };
     busListener.unplugged = [this, clientOf](VirtualBus::HandleId handle) {
         if (uhid != nullptr && uhid->unplugged(handle)) {

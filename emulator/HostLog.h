@@ -35,6 +35,8 @@ struct ReportRecord {
     int interfaceNumber = 0;
     Direction direction = Direction::ToDevice;
     Bytes bytes;
+    // A handle had no room for it.
+    bool lost = false;
 };
 
 class HostLog {

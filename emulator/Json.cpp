@@ -170,12 +170,16 @@ Json describe(const VirtualBus& bus, const WriteRecord& record) {
 }
 
 Json describe(const VirtualBus& bus, const ReportRecord& record) {
-    return {{"n", record.number},
-            {"timeMs", record.timeMs},
-            {"device", bus.deviceName(record.device)},
-            {"interface", record.interfaceNumber},
-            {"direction", directionWord(record.direction)},
-            {"bytes", toHex(record.bytes)}};
+    Json report{{"n", record.number},
+                {"timeMs", record.timeMs},
+                {"device", bus.deviceName(record.device)},
+                {"interface", record.interfaceNumber},
+                {"direction", directionWord(record.direction)},
+                {"bytes", toHex(record.bytes)}};
+    if (record.lost) {
+        report["lost"] = true;
+    }
+    return report;
 }
 
 } // namespace vexo::emulator

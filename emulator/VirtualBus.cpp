@@ -305,16 +305,18 @@ void VirtualBus::flushChunk(Slot& slot, bool padded) {
 void VirtualBus::deliver(Slot& slot, const Report& report) {
     ++slot.counters.reportsToHost;
     const HidInterface* const interface = linkInterface(slot.device->model);
+    bool lost = false;
+    for (const OpenHandle& handle : slot.handles) {
+        if (handle.interface == interface && listener.inputReport) {
+            lost |= !listener.inputReport(handle.id, report.bytes);
+        }
+    }
     log.add(ReportRecord{.timeMs = now,
                          .device = indexOf(slot),
                          .interfaceNumber = interface->number,
                          .direction = Direction::ToHost,
-                         .bytes = report.bytes});
-    for (const OpenHandle& handle : slot.handles) {
-        if (handle.interface == interface && listener.inputReport) {
-            listener.inputReport(handle.id, report.bytes);
-        }
-    }
+                         .bytes = report.bytes,
+                         .lost = lost});
 }
 
 void VirtualBus::receive(Slot& slot, const Report& report) {

@@ -19,7 +19,8 @@ public:
 
     // Receives the reports. Called while a function of the bus runs; must not call the bus.
     struct Listener {
-        std::function<void(HandleId handle, const Bytes& report)> inputReport;
+        // False when the handle has no room for the report, which is lost then.
+        std::function<bool(HandleId handle, const Bytes& report)> inputReport;
         // The handle is gone.
         std::function<void(HandleId handle)> unplugged;
     };

@@ -26,8 +26,8 @@ class QImage;
 [[nodiscard]] QString programIconFileName(const QString& baseName);
 
 /// Files with this suffix, in any case, in the order of the folders: those of a root, of its folders and of
-/// their folders, down to `depth` levels. Of two files with one base name the first counts; the maker's own
-/// programs do not.
+/// their folders, down to `depth` levels. Of equal base names the first is kept. Programs of this vendor are
+/// left out.
 [[nodiscard]] QStringList programFiles(const QStringList& roots, const QString& suffix, int depth);
 
 /// Edge lengths in pixels in which an icon is requested, best first.

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 // `processID` names a source everywhere in the audio engine: a process id, or one of these.
-inline constexpr std::uint32_t kDeviceProcessId = 0;              ///< the device's own channel
+inline constexpr std::uint32_t kDeviceProcessId = 0;              ///< the device's own source
 inline constexpr std::uint32_t kFirstCapturedProcessId = 10;      ///< below: streams of the capture service
 inline constexpr std::uint32_t kBus2MasterProcessId = 0xFFFFFFFE; ///< master record of Bus 2, the live mix
 inline constexpr std::uint32_t kBus1MasterProcessId = 0xFFFFFFFF; ///< master record of Bus 1, the monitor mix

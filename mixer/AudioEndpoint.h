@@ -78,8 +78,8 @@ public:
     /// Tries whether an endpoint of the capture flow can be opened, and closes it again.
     [[nodiscard]] virtual SoundResult probeActivation(const AudioEndpoint& endpoint) = 0;
 
-    /// Makes the endpoint the default of its direction, for the console role alone where a system tells
-    /// roles apart. `endpoint` is one that activeEndpoints(flow) gave.
+    /// Makes the endpoint the default of its direction, for the console role alone where a system has
+    /// roles. `endpoint` is one that activeEndpoints(flow) returned.
     [[nodiscard]] virtual SetDefaultOutcome setDefaultEndpoint(EndpointFlow flow,
                                                                const AudioEndpoint& endpoint) = 0;
 };

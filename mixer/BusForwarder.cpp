@@ -191,7 +191,7 @@ AudioEndpointPointer BusForwarder::findBusEndpoint(const std::string& target, bo
             }
             routerLog("[BusForwarder] eCapture device activation failed: 0x{:x} for device: {}, continuing "
                       "search...",
-                      probed.code, name);
+                      printedNumber(probed), name);
         }
     }
     return nullptr;

@@ -45,7 +45,7 @@ public:
     void stop();
 
 private:
-    // One output.
+    // One output. The name is given: elsewhere a channel is left or right.
     struct BusChannel {
         std::uint32_t busId = 0;
         std::string deviceGuid;

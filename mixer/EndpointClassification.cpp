@@ -5,7 +5,6 @@
 #include "mixer/Utf8.h"
 
 #include <algorithm>
-#include <format>
 #include <initializer_list>
 #include <string_view>
 
@@ -28,34 +27,9 @@ const char* yesOrNo(bool value) {
     return value ? "YES" : "NO";
 }
 
-// What FindFirstRealHardwareDevice logs of one endpoint, without the bracket at its end.
-std::string deviceLine(std::size_t index, const AudioEndpoint* endpoint, bool real, bool builtIn) {
-    return std::format("[DEBUG] Device {}: {} (Real: {}, BuiltIn: {}, GUID: {}", index,
-                       GetDeviceFriendlyName(endpoint), yesOrNo(real), yesOrNo(builtIn),
-                       GetDeviceId(endpoint));
-}
-
 bool looksLikeId(const std::string& value) {
     return contains(value, "{") || contains(value, "-") || characterCount(value) > kLongestName;
 }
-
-// Leaves the session again if, and only if, the caller was not in it before.
-class SessionScope {
-public:
-    explicit SessionScope(SoundSession& soundSession)
-        : session(soundSession), entered(session.enter() == SessionEntry::Entered) {}
-    ~SessionScope() {
-        if (entered) {
-            session.leave();
-        }
-    }
-    SessionScope(const SessionScope&) = delete;
-    SessionScope& operator=(const SessionScope&) = delete;
-
-private:
-    SoundSession& session;
-    const bool entered;
-};
 
 } // namespace
 
@@ -136,7 +110,8 @@ std::string FindFirstRealHardwareDevice(AudioEndpointSystem& system, bool prefer
             const std::string guid = GetDeviceId(endpoint);
             const bool real = IsRealHardwareDevice(endpoint);
             const bool builtIn = IsBuiltInDevice(endpoint);
-            routerLog("{}, DeviceID: {})", deviceLine(index, endpoint, real, builtIn), guid);
+            routerLog("[DEBUG] Device {}: {} (Real: {}, BuiltIn: {}, GUID: {}, DeviceID: {})", index,
+                      GetDeviceFriendlyName(endpoint), yesOrNo(real), yesOrNo(builtIn), guid, guid);
             if (real && builtIn && !guid.empty()) {
                 routerLog("[INFO] Found built-in hardware device: {} ({})", GetDeviceFriendlyName(endpoint),
                           guid);
@@ -152,7 +127,8 @@ std::string FindFirstRealHardwareDevice(AudioEndpointSystem& system, bool prefer
         // After the first pass none that is real and has an id is built in.
         const bool builtIn = !preferBuiltIn && IsBuiltInDevice(endpoint);
         if (!preferBuiltIn) {
-            routerLog("{})", deviceLine(index, endpoint, real, builtIn));
+            routerLog("[DEBUG] Device {}: {} (Real: {}, BuiltIn: {}, GUID: {})", index,
+                      GetDeviceFriendlyName(endpoint), yesOrNo(real), yesOrNo(builtIn), guid);
         }
         if (real && !guid.empty()) {
             routerLog("[INFO] Found real hardware device: {} ({}, {})", GetDeviceFriendlyName(endpoint),
@@ -204,15 +180,16 @@ bool SetDefaultAudioDevice(AudioEndpointSystem& system, SoundSession& session, c
         routerLog("[SetDefaultAudioDevice] Error: deviceGuid is empty");
         return false;
     }
-    const SessionScope scope(session);
+    const SessionScope scope(session, SessionScope::Undoes::FirstEntry);
     const EndpointFlow flow = isRender ? EndpointFlow::Render : EndpointFlow::Capture;
     const EndpointEnumeration list = system.activeEndpoints(flow);
     if (list.reached == EnumerationStep::Enumerator) {
-        routerLog("[SetDefaultAudioDevice] Failed to create device enumerator: 0x{:x}", list.result.code);
+        routerLog("[SetDefaultAudioDevice] Failed to create device enumerator: 0x{:x}",
+                  printedNumber(list.result));
         return false;
     }
     if (list.reached != EnumerationStep::Done) {
-        routerLog("[SetDefaultAudioDevice] Failed to enumerate devices: 0x{:x}", list.result.code);
+        routerLog("[SetDefaultAudioDevice] Failed to enumerate devices: 0x{:x}", printedNumber(list.result));
         return false;
     }
     const std::string wanted = lowerCased(deviceGuid);
@@ -231,13 +208,16 @@ bool SetDefaultAudioDevice(AudioEndpointSystem& system, SoundSession& session, c
     const SetDefaultOutcome outcome = system.setDefaultEndpoint(flow, endpoint);
     switch (outcome.reached) {
     case SetDefaultStep::Policy:
-        routerLog("[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x{:x}", outcome.result.code);
+        routerLog("[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x{:x}",
+                  printedNumber(outcome.result));
         routerLog("[SetDefaultAudioDevice] Note: This operation may require administrator privileges");
         routerLog("[SetDefaultAudioDevice] Note: Make sure polstore.dll is available on your system");
         return false;
     case SetDefaultStep::Set:
-        routerLog("[SetDefaultAudioDevice] Failed to set default endpoint: 0x{:x}", outcome.result.code);
-        routerLog("[SetDefaultAudioDevice] Error code: {}", static_cast<std::int32_t>(outcome.result.code));
+        routerLog("[SetDefaultAudioDevice] Failed to set default endpoint: 0x{:x}",
+                  printedNumber(outcome.result));
+        routerLog("[SetDefaultAudioDevice] Error code: {}",
+                  static_cast<std::int32_t>(printedNumber(outcome.result)));
         return false;
     case SetDefaultStep::Done:
         break;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Tells real sound hardware from virtual drivers, and built-in hardware from plugged, by names, ids and
+// Separates real sound hardware from virtual drivers, and built-in hardware from plugged, by names, ids and
 // connectors alone, and finds endpoints. The tests search lower-cased copies for lists of words; the order of
 // the lists decides. Nothing is kept.
 //
@@ -20,7 +20,7 @@ class SoundSession;
 /// least one connector. Without a connector nothing is hardware.
 [[nodiscard]] bool IsRealHardwareDevice(const AudioEndpoint* endpoint);
 
-/// Whether the endpoint is built in; what cannot be told counts as plugged. Logs what decided.
+/// Whether the endpoint is built in; what no rule decides counts as plugged. Logs what decided.
 [[nodiscard]] bool IsBuiltInDevice(const AudioEndpoint* endpoint);
 
 /// The id of the first real output in the system's order, before that of a built-in one if `preferBuiltIn`;

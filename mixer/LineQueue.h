@@ -23,8 +23,7 @@ public:
     LineQueue(const LineQueue&) = delete;
     LineQueue& operator=(const LineQueue&) = delete;
 
-    /// Appends a copy of at most kLineBytes bytes. A line that finds no room is counted in lost() and is
-    /// gone.
+    /// Appends a copy of at most kLineBytes bytes. A line that finds no room is gone; takeLost() counts it.
     void append(std::string_view line) {
         std::uint64_t position = end.load(std::memory_order_relaxed);
         for (;;) {

@@ -25,10 +25,9 @@ inline constexpr float kLimiterSteepness = 20.0f; ///< headroom times steepness 
 /// Each sample times `gain`, then softLimit().
 void applyGainAndLimit(std::span<float> samples, float gain);
 
-/// Up to kReadersAtOnce readers, added in their order to `mix` (interleaved stereo, long enough for each):
-/// every reader's first frame to the first frame of `mix`; one that has fewer frames is missing from the
-/// rest. With `gain` each sample is multiplied before it is added. The readers are taken to their ends;
-/// committing is the caller's.
+/// Up to kReadersAtOnce readers, added in their order to `mix` (interleaved stereo, long enough for each).
+/// All readers start at frame 0 of `mix`; a shorter one simply ends earlier. With `gain` each sample is
+/// multiplied before it is added. The readers are taken to their ends; committing is the caller's.
 inline constexpr std::size_t kReadersAtOnce = 4;
 void addReaders(std::span<RingReader> readers, float* mix);
 void addReadersWithGain(std::span<RingReader> readers, float* mix, float gain);

@@ -30,7 +30,7 @@ WaveFormat chooseOutputFormat(SoundResult result, const std::optional<WaveFormat
     if (failed(result) || !mixFormat) {
         routerLog(
             "[BusForwarder] GetMixFormat failed (0x{:x}), using default format (48000 Hz, 32-bit float)",
-            result.code);
+            printedNumber(result));
         return kDefaultFormat;
     }
     WaveFormat format = *mixFormat;
@@ -50,5 +50,5 @@ WaveFormat chooseOutputFormat(SoundResult result, const std::optional<WaveFormat
 }
 
 void logOutputFailure(OutputStep step, SoundResult result) {
-    routerLog("[BusForwarder] {} failed: 0x{:x}", nameOf(step), result.code);
+    routerLog("[BusForwarder] {} failed: 0x{:x}", nameOf(step), printedNumber(result));
 }

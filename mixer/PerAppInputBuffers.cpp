@@ -230,7 +230,7 @@ void PerAppInputBuffers::mixSolo(float* output, std::uint32_t frames) {
 
 StereoLevel PerAppInputBuffers::getProcessLevels(std::uint32_t processID) const {
     const std::lock_guard lock(mutex);
-    const SourcePointer source = find(processID);
+    const Source* const source = find(processID);
     if (source == nullptr) {
         return {};
     }
@@ -256,7 +256,7 @@ std::set<std::uint32_t> PerAppInputBuffers::collectProcessIds() const {
 
 void PerAppInputBuffers::resetProcessBuffers(std::uint32_t processID) {
     const std::lock_guard lock(mutex);
-    if (const SourcePointer source = find(processID)) {
+    if (Source* const source = find(processID)) {
         for (InputBuffer& ring : source->rings) {
             ring.reset();
         }
@@ -275,16 +275,16 @@ void PerAppInputBuffers::clear() {
     sources.swap(old);
 }
 
-PerAppInputBuffers::SourcePointer PerAppInputBuffers::find(std::uint32_t processID) const {
+PerAppInputBuffers::Source* PerAppInputBuffers::find(std::uint32_t processID) const {
     const auto found = sources.find(processID);
-    return found != sources.end() ? found->second : nullptr;
+    return found != sources.end() ? found->second.get() : nullptr;
 }
 
 PerAppInputBuffers::SourcePointer PerAppInputBuffers::findOrMake(std::uint32_t processID) {
     {
         const std::lock_guard lock(mutex);
-        if (SourcePointer known = find(processID)) {
-            return known;
+        if (const auto known = sources.find(processID); known != sources.end()) {
+            return known->second;
         }
     }
     // Made outside of the lock, which render threads wait for; one that another thread made meanwhile is

@@ -13,10 +13,9 @@
 // and lies within a millionth of the exact one for packets of any length.
 //
 // mixBus() and mixSolo() neither allocate nor log and make no system call but those of the two mutexes.
-// addInputData() allocates at the first packet of a source, and where a packet that has to be converted to
-// stereo float is larger than any before it on the calling thread: the packet's own frames, never what a slow
-// rate makes of them. That is computed and measured in pieces of 2048 frames, and of a packet that gives more
-// frames than a ring has (a megabyte at 1 Hz gives thousands of millions) only the last 28,800 are written.
+// addInputData() allocates at a source's first packet, and when a packet to convert is larger than any before
+// on this thread. Resampling works in pieces of 2048 frames. Of more than 28,800 frames only the last 28,800
+// are written.
 
 #include "mixer/AppAudioConfig.h"
 #include "mixer/InputBuffer.h"
@@ -48,7 +47,7 @@ public:
 
     /// Adds one packet of a source: `byteCount` bytes at `data` in `format`. Dropped when the source has no
     /// active record. A packet of unknown format is silence; one without channels or frames is ignored; one
-    /// whose rate gives no frames is logged and dropped. Any number of threads, each with its own sources.
+    /// whose rate leaves no frames is logged and dropped. Any number of threads, each with its own sources.
     void addInputData(std::uint32_t processID, const void* data, std::uint32_t byteCount,
                       const WaveFormat& format);
 
@@ -60,7 +59,7 @@ public:
     /// short is missing from the rest. The bus's render thread.
     void mixBus(float* output, std::uint32_t frames, std::uint32_t bus);
 
-    /// The same for Solo: all of Bus 1 if its master record says solo, else all of Bus 2 if its does, else
+    /// The same for Solo: all of Bus 1 if its master record carries solo, else all of Bus 2 if its does, else
     /// the sources that carry solo. Solo's render thread.
     void mixSolo(float* output, std::uint32_t frames);
 
@@ -80,8 +79,8 @@ public:
     ///
     /// The source's capture has stopped. The streams of the capture service (ids below 10) have none and go
     /// on. A packet of theirs that is being written meanwhile sets the ring's write position as if there had
-    /// been no reset: up to 600 ms, zeros but for that packet, become readable, and the source keeps that
-    /// delay.
+    /// been no reset. Then up to 600 ms of silence around that packet become readable, and the source keeps
+    /// that delay.
     void resetProcessBuffers(std::uint32_t processID);
 
     /// The ring of a source on a bus (1 or 2). A source that is not known yet is made with both of its rings.
@@ -107,8 +106,8 @@ private:
         std::atomic<float> right{0.0f};
     };
 
-    // Under the lock; null when there is none.
-    [[nodiscard]] SourcePointer find(std::uint32_t processID) const;
+    // Under the lock, which the source is alive for; null when there is none.
+    [[nodiscard]] Source* find(std::uint32_t processID) const;
     [[nodiscard]] SourcePointer findOrMake(std::uint32_t processID);
     // Under the lock.
     void addBus(std::uint32_t bus, std::atomic<std::uint32_t> InputBuffer::* readPosition, float* output,

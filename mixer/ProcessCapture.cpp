@@ -18,7 +18,7 @@ void logCaptureFormat(const WaveFormat& format) {
 
 void logDefaultCaptureFormat(SoundResult result) {
     routerLog("[WARNING] GetMixFormat failed (0x{:x}), using default format (48000 Hz, 32-bit float)",
-              result.code);
+              printedNumber(result));
 }
 
 void logCapturingProcess(std::uint32_t processId) {

@@ -34,8 +34,9 @@ public:
     [[nodiscard]] virtual SoundResult startCapture(std::uint32_t processId, bool includeProcessTree) = 0;
 
     /// Stops and waits until the system has stopped. One packet may still be on its way to the buffers then.
-    /// A capture that failed after its start is stopped like any other. Returns kSoundNothingToStop at once
-    /// when the capture was not started, is only just starting, or was stopped before. The router's thread.
+    /// A capture that failed after its start is stopped like any other. Returns SoundError::NothingToStop at
+    /// once when the capture was not started, is only just starting, or was stopped before. The router's
+    /// thread.
     virtual SoundResult stopCapture() = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "mixer/Resampler.h"
 
+#include "mixer/WaveFormat.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <limits>

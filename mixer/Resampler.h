@@ -8,13 +8,12 @@
 #include <cstdint>
 #include <span>
 
-inline constexpr std::uint32_t kMixSampleRate = 48000; ///< Hz, of everything inside the mixer
-
-/// Frames that a packet of `frameCount` frames at `sampleRate` Hz gives: 0 when either is 0, else at least 1.
+/// Frames that a packet of `frameCount` frames at `sampleRate` Hz becomes: 0 when either is 0, else at
+/// least 1.
 [[nodiscard]] std::uint64_t resampledFrameCount(std::uint64_t frameCount, std::uint32_t sampleRate);
 
 /// Writes the frames from `firstFrame` on of the packet's resampled form, as many as `output` holds
 /// (output.size() / 2). `input` is the whole packet, with at least one frame; `sampleRate` is above 0. A
-/// stretch may begin anywhere and gives the same frames as the whole.
+/// stretch may begin anywhere and has the same frames as the whole.
 void resampleTo48k(std::span<const float> input, std::uint32_t sampleRate, std::uint64_t firstFrame,
                    std::span<float> output);

@@ -3,6 +3,7 @@
 #include "mixer/LineQueue.h"
 #include "mixer/Utf8.h"
 #include "platform/ThreadName.h"
+#include "platform/WideOutput.h"
 
 #include <atomic>
 #include <chrono>
@@ -20,20 +21,10 @@ using namespace std::chrono_literals;
 // How long the end of the process waits for an output that takes nothing.
 constexpr std::chrono::milliseconds kEndPatience = 1s;
 
-void putWide(char32_t character) {
-    if constexpr (sizeof(wchar_t) == 2) {
-        if (character > 0xFFFF) {
-            std::wcout.put(static_cast<wchar_t>(0xD800 + ((character - 0x10000) >> 10)));
-            character = 0xDC00 + ((character - 0x10000) & 0x3FF);
-        }
-    }
-    std::wcout.put(static_cast<wchar_t>(character));
-}
-
 void printWide(std::string_view text) {
     while (!text.empty()) {
         const Utf8Character character = firstCharacter(text);
-        putWide(character.value == Utf8Character::kInvalid ? U'?' : character.value);
+        writeWide(character.value == Utf8Character::kInvalid ? U'?' : character.value);
         text.remove_prefix(character.byteCount);
     }
     std::wcout << L'\n' << std::flush;
@@ -65,12 +56,12 @@ public:
     void print() {
         const std::lock_guard lock(outputMutex);
         while (queue.take([this](std::string_view line, std::uint64_t lostBefore) {
-            sayLost(lostBefore);
+            putLost(lostBefore);
             put(line);
         })) {
             ++printedLines;
         }
-        sayLost(queue.takeLost());
+        putLost(queue.takeLost());
     }
 
     void setSink(RouterLogSink next) {
@@ -125,7 +116,7 @@ private:
             printWide(line);
         }
     }
-    void sayLost(std::uint64_t count) const {
+    void putLost(std::uint64_t count) const {
         if (count > 0) {
             put(std::format("[WARNING] {} lines of the router were lost, the output is too slow", count));
         }

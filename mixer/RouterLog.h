@@ -5,7 +5,7 @@
 //
 // Whoever logs waits for nobody: lines are copied into a queue, and a thread of their own, "Router log",
 // prints them in order. Where the output is slower than the lines for so long that the queue is full, lines
-// are lost, and a line in their place says how many.
+// are lost, and a line in their place counts them.
 
 #include <array>
 #include <cstddef>

@@ -20,3 +20,34 @@ public:
     [[nodiscard]] virtual SessionEntry enter() = 0;
     virtual void leave() = 0;
 };
+
+/// Enters a session, and leaves it at the end of the scope. The calling thread.
+class SessionScope {
+public:
+    /// Which entries the end of the scope undoes.
+    enum class Undoes {
+        FirstEntry, ///< Entered alone: a thread that was in the session before stays in it once more
+        EachEntry   ///< Entered and Again
+    };
+    SessionScope(SoundSession& soundSession, Undoes undoes)
+        : session(soundSession), result(session.enter()),
+          leaves(result == SessionEntry::Entered ||
+                 (result == SessionEntry::Again && undoes == Undoes::EachEntry)) {}
+    ~SessionScope() {
+        if (leaves) {
+            session.leave();
+        }
+    }
+    SessionScope(const SessionScope&) = delete;
+    SessionScope& operator=(const SessionScope&) = delete;
+
+    [[nodiscard]] SessionEntry entry() const { return result; }
+
+    /// Stays in the session after the scope.
+    void keep() { leaves = false; }
+
+private:
+    SoundSession& session;
+    const SessionEntry result;
+    bool leaves;
+};

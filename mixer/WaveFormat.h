@@ -22,5 +22,7 @@ inline constexpr std::uint16_t kWaveFormatIeeeFloat = 3; ///< 32-bit float
             static_cast<std::uint16_t>(channels * sizeof(float)), 32};
 }
 
+inline constexpr std::uint32_t kMixSampleRate = 48000; ///< Hz, of everything inside the mixer
+
 /// In place of a format that could not be read: 48000 Hz, 32-bit float, stereo.
-inline constexpr WaveFormat kDefaultFormat = floatWaveFormat(2, 48000);
+inline constexpr WaveFormat kDefaultFormat = floatWaveFormat(2, kMixSampleRate);

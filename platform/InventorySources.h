@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <optional>
 
-/// A session as the system tells it.
+/// One session of the sound system, as read.
 struct RawAudioSession {
     std::uint32_t processId = 0;
     QString displayName;
@@ -28,7 +28,7 @@ QString extractIconToFile(const QString& executablePath, std::uint32_t processId
 /// The name that a program gives itself, in the user's language; empty when it has none.
 [[nodiscard]] QString getFileDisplayName(const QString& path);
 
-/// The folder for temporary files, without a separator at its end; empty when the system tells none. Any
+/// The folder for temporary files, without a separator at its end; empty when the system has none. Any
 /// thread.
 [[nodiscard]] QString temporaryFolder();
 

@@ -7,9 +7,7 @@
 /// Prepares the sound libraries below PortAudio, before that is initialised; may be called again. Nothing
 /// where there are none.
 ///
-/// Takes what they write to standard error on their own: while they look for devices they complain of every
-/// one that the machine does not have. Each line becomes a debug line of the logging category
-/// "vexo.soundlibraries", which is off unless QT_LOGGING_RULES turns it on. PortAudio's own lines
-/// ("Expression '...' failed in ...", when a device does not open or goes while it is read) still reach
-/// standard error: the library has no way to take them.
+/// Redirects the libraries' messages to the logging category `vexo.soundlibraries`, as debug lines (off by
+/// default). PortAudio's own lines cannot be redirected ("Expression '...' failed in ...", when a device does
+/// not open or goes while it is read).
 void prepareSoundLibraries();

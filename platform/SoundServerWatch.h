@@ -3,9 +3,8 @@
 #include <functional>
 #include <memory>
 
-/// Watches for outputs and inputs that the sound server did not have before: `devicesCame` runs whenever the
-/// server comes or comes back, and whenever an output or input appears or has something plugged into it; once
-/// at the beginning, too, where the server is there already. On another thread, often several times in a row;
-/// it may not wait. The watch lasts as long as what is returned; null where there is nothing to watch for, as
-/// on systems whose sound service is always there.
+/// Calls `devicesCame` when the server appears or returns and when an endpoint appears or is plugged. If a
+/// server is already there, also once at the start. Runs on another thread, often several times in a row, and
+/// must not block. The watch lasts as long as the returned object; null where there is nothing to watch for,
+/// as on systems whose sound service is always there.
 [[nodiscard]] std::shared_ptr<void> watchSoundDevices(std::function<void()> devicesCame);

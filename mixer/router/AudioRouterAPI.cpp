@@ -4,6 +4,7 @@
 #include "mixer/EndpointClassification.h"
 #include "mixer/PerAppInputBuffers.h"
 #include "mixer/RouterLog.h"
+#include "mixer/SoundSession.h"
 #include "mixer/router/RoutingMaps.h"
 
 #include <QCoreApplication>
@@ -25,28 +26,6 @@ bool isCapturedAsProcess(std::uint32_t processID) {
     return processID >= kFirstCapturedProcessId && processID != kBus1MasterProcessId &&
            processID != kBus2MasterProcessId;
 }
-
-// Leaves the session again when the start that entered it comes to nothing, whether it fails or throws.
-class StartInSession {
-public:
-    StartInSession(SoundSession& soundSession, SessionEntry sessionEntry)
-        : session(soundSession), entry(sessionEntry) {}
-    ~StartInSession() {
-        if (!kept && entry != SessionEntry::Foreign) {
-            session.leave();
-        }
-    }
-    StartInSession(const StartInSession&) = delete;
-    StartInSession& operator=(const StartInSession&) = delete;
-
-    // The start has succeeded: the shutdown leaves the session.
-    void keep() { kept = true; }
-
-private:
-    SoundSession& session;
-    const SessionEntry entry;
-    bool kept = false;
-};
 
 } // namespace
 
@@ -74,11 +53,12 @@ bool AudioRouterAPI::startAudioRouter(const std::string& defaultDevice, const st
     if (running) {
         return false;
     }
-    sessionEntry = platform.session->enter();
+    // Left again where the start fails or throws.
+    SessionScope session(*platform.session, SessionScope::Undoes::EachEntry);
+    sessionEntry = session.entry();
     if (sessionEntry == SessionEntry::Refused) {
         return false;
     }
-    StartInSession session(*platform.session, *sessionEntry);
     // Nothing plays to the default device; it is looked up for the line that this writes.
     static_cast<void>(FindDeviceGuidByNameOrGuid(*platform.endpoints, defaultDevice, false));
     // Names of an earlier start do not hold any more.
@@ -91,7 +71,7 @@ bool AudioRouterAPI::startAudioRouter(const std::string& defaultDevice, const st
     if (!forwarder.start()) {
         return false;
     }
-    session.keep();
+    session.keep(); // the shutdown leaves it
     running = true;
     return true;
 }
@@ -193,13 +173,14 @@ bool AudioRouterAPI::applyAudioConfigs(const std::vector<AppAudioConfig>& record
 
 void AudioRouterAPI::startMissingCapture(std::uint32_t processId) {
     const std::shared_ptr<ProcessCapture> capture = platform.makeProcessCapture(buffers);
-    SoundResult result = kSoundOutOfMemory;
+    SoundResult result = SoundError::OutOfMemory;
     if (capture) {
         capture->setBufferDuration(kCaptureBuffer);
         result = capture->startCapture(processId, true);
     }
     if (failed(result)) {
-        routerLog("[ERROR] Failed to start capture for PID: {} (HRESULT: 0x{:x})", processId, result.code);
+        routerLog("[ERROR] Failed to start capture for PID: {} (HRESULT: 0x{:x})", processId,
+                  printedNumber(result));
         return;
     }
     captures.emplace(processId, capture);

@@ -15,8 +15,8 @@ REPORTS = 6000
 # Attributes that the screens show, one that they do not, and private messages.
 EVERY_KIND = ("mute", "auto_gain_on", "listen_volume", "mic_listen_ratio", "anti_noise", "ai_jianzao", "other_light_off",
               "0x8002", "0x8003")
-# A notification of message 34 in the log of received reports. (An answer with this number belongs to a subscription.)
-ATTRIBUTE_MESSAGE = re.compile(r"\[RX\] 5512[0-9A-F]{24}2200")
+# A notification of message 34 in a report. (An answer with this number belongs to a subscription.)
+ATTRIBUTE_MESSAGE = re.compile(r"5512[0-9A-F]{24}2200")
 
 
 class Disturbed(SystemCase):
@@ -81,10 +81,11 @@ class Storm(Disturbed):
         self.assertEqual({write["attribute"] for write in written}, {"mic_gain"})
 
     def told(self):
-        """How many attribute messages came to the program, how many reached the screens, and how many the link dropped
-        with a line in the log. The link takes one frame a tick and drops what its queue has no room for."""
+        """How many attribute messages the device got rid of since clear(), how many reached the screens, and how many the
+        link dropped with a line in the log. The link takes one frame a tick and drops what its queue has no room for."""
         log = self.program.log
-        came = len(ATTRIBUTE_MESSAGE.findall(self.stage.data_file("hid_data.log").read_text()))
+        reports = self.stage.emulator("reports to-host")["reports"]
+        came = sum(ATTRIBUTE_MESSAGE.match(report["bytes"]) is not None and "lost" not in report for report in reports)
         return came, log.count("收到麦克风增益消息:"), log.count("错误回调 id: 8 msgid: 34")
 
     def check_that_no_report_went_in_silence(self):

@@ -125,7 +125,7 @@ TEST_F(EndpointsTest, EnumeratorThatCannotBeCreatedIsSaid) {
     CoreAudioEndpoints endpoints(scriptedCalls(script));
     const EndpointEnumeration found = endpoints.activeEndpoints(EndpointFlow::Render);
     EXPECT_EQ(found.reached, EnumerationStep::Enumerator);
-    EXPECT_EQ(found.result, (SoundResult{false, 0x80040154}));
+    EXPECT_EQ(found.result, (SoundResult{SoundError::Refused, 0x80040154}));
     EXPECT_TRUE(found.endpoints.empty());
     EXPECT_EQ(endpoints.defaultRenderEndpointId(), "");
     RouterLogCapture log;

@@ -30,7 +30,7 @@ public:
     /// How often the call came.
     [[nodiscard]] int count(const std::string& call) const;
 
-    /// What the devices' topology says; without a value it is that of the machine. Before the first call.
+    /// What the devices' topology has; without a value it is that of the machine. Before the first call.
     std::optional<UINT> connectorCount;
     /// A captured process that plays nothing: its client has no packet.
     std::atomic<bool> processIsSilent{false};
@@ -73,7 +73,7 @@ private:
 [[nodiscard]] std::uint64_t allocationsOfThisThread();
 
 /// Windows' calls, and the endpoints, sessions and clients that they lead to, with those that the script
-/// names failing. Interfaces that several objects give are told apart: "Activate" is that of a client,
+/// names failing. Interfaces of several objects have names of their own: "Activate" is that of a client,
 /// "Activate IDeviceTopology" and "Activate IAudioSessionManager2" are others. The choice of a default
 /// endpoint is only noted.
 [[nodiscard]] AudioSystemCalls scriptedCalls(const std::shared_ptr<AudioScript>& script);

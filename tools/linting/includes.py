@@ -6,8 +6,9 @@ headers (`platform/ThreadName.h`), `*` for everything, or the word "nothing". A 
 that holds it. A room always includes itself, and nothing of the rooms inside of it unless the row names them.
 
 Problems are an include that its row does not allow, a file in no room, a room that is no folder, a permission that
-no file uses, an include whose file is not in the tree, and a circle of rooms. A row with `*` takes no part in circles:
-nothing may include it but rows with `*`.
+no file uses, an include whose file is not in the tree, and a circle of rooms or of top folders. A top folder includes
+what its rooms include; platform/linux and platform/windows count as top folders of their own, since platform/ declares
+what they define. A row with `*` takes no part in circles: nothing may include it but rows with `*`.
 """
 
 import pathlib
@@ -19,6 +20,7 @@ TABLE = "docs/architecture.md"
 HEADER = re.compile(r"^\|\s*Room\s*\|\s*May include\s*\|\s*$")
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"', re.MULTILINE)
 EVERYTHING = "*"
+BODIES = ("platform/linux", "platform/windows")
 
 
 class TableError(Exception):
@@ -65,30 +67,45 @@ def included(root, path, name):
     return None
 
 
-def circle(table):
-    """Rooms that include each other in a circle, the first one again at the end; nothing where there is none."""
-    def ends(room):
-        if EVERYTHING in table[room]:
-            return []
-        return sorted({room_of(f"{word}/x", table) for word in table[room]} - {room, None})
+def room_ways(table):
+    """From each room to the other rooms that it may include something of."""
+    return {room: set() if EVERYTHING in allowed
+            else {room_of(f"{word}/x", table) for word in allowed} - {room, None}
+            for room, allowed in table.items()}
 
+
+def top_folder(room):
+    return next((body for body in BODIES if pathlib.PurePosixPath(room).is_relative_to(body)), room.split("/")[0])
+
+
+def top_folder_ways(ways):
+    """The ways between rooms as ways between their top folders."""
+    folded = {}
+    for room, others in ways.items():
+        folder = top_folder(room)
+        folded.setdefault(folder, set()).update({top_folder(other) for other in others} - {folder})
+    return folded
+
+
+def circle(ways):
+    """Folders that include each other in a circle, the first one again at the end; nothing where there is none."""
     done, way = set(), []
 
-    def visit(room):
-        if room in way:
-            return [*way[way.index(room):], room]
-        if room in done:
+    def visit(folder):
+        if folder in way:
+            return [*way[way.index(folder):], folder]
+        if folder in done:
             return []
-        way.append(room)
-        for end in ends(room):
-            found = visit(end)
+        way.append(folder)
+        for other in sorted(ways[folder]):
+            found = visit(other)
             if found:
                 return found
         done.add(way.pop())
         return []
 
-    for room in sorted(table):
-        found = visit(room)
+    for folder in sorted(ways):
+        found = visit(folder)
         if found:
             return found
     return []
@@ -129,7 +146,8 @@ def check_table(root, table, used):
         if EVERYTHING not in allowed:
             problems += [f"{room} may not include {other}, which includes everything"
                          for other in sorted(allowed & table.keys()) if EVERYTHING in table[other]]
-    way = circle(table)
+    ways = room_ways(table)
+    way = circle(ways) or circle(top_folder_ways(ways))
     if way:
         problems.append(f"a circle: {' -> '.join(way)}")
     return [f"{TABLE}: {problem}" for problem in problems]

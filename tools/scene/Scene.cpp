@@ -1,7 +1,7 @@
 #include "tools/scene/Scene.h"
 
 #include "mixer/AppAudioConfig.h"
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 #include "tools/scene/WaveFile.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include "mixer/AppAudioConfig.h"
 #include "mixer/BusForwarder.h"
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 
 #include <QColor>
 #include <QFont>

@@ -2,9 +2,9 @@
 
 #include "mixer/AppAudioConfigStore.h"
 #include "mixer/PerAppInputBuffers.h"
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 #include "mixer/router/AudioRouterAPI.h"
-#include "tools/scene/OfflinePlatform.h"
+#include "tests/support/mixer/OfflinePlatform.h"
 
 #include <algorithm>
 #include <utility>

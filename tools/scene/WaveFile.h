@@ -16,7 +16,7 @@ struct WaveFile {
     std::vector<std::byte> data; ///< whole frames as they lie in the file
 };
 
-/// A file that cannot be read or written; the text says which and why.
+/// A file that cannot be read or written; the text names it and the reason.
 class WaveFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

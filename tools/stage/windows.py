@@ -43,10 +43,6 @@ def windows_prefix():
             subprocess.run(["wineserver", "--kill"], env=dict(os.environ, WINEPREFIX=str(prefix)), capture_output=True)
 
 
-def windows_path(path):
-    return "Z:" + str(path).replace("/", "\\")
-
-
 class WindowsStage(Stage):
     def __init__(self, build, native_build, models=("r2",), **words):
         super().__init__(native_build, models, **words)

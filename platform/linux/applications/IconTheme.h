@@ -1,7 +1,7 @@
 #pragma once
 
-// Finds the files of icons, after the Icon Theme Specification. For any thread, which Qt's own icon engine is
-// not.
+// Finds the files of icons, after the Icon Theme Specification. Unlike Qt's icon engine, it may be used on
+// any thread.
 
 #include <QImage>
 #include <QString>

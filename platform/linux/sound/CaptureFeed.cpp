@@ -1,7 +1,7 @@
 #include "platform/linux/sound/CaptureFeed.h"
 
 #include "mixer/PerAppInputBuffers.h"
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 
 #include <array>
 

@@ -9,10 +9,8 @@
 
 class PerAppInputBuffers;
 
-/// Hands what one process plays to the mixer. Sound that begins, or begins again, goes in behind a little
-/// silence: the render thread then has something in hand when a packet is late. The server says nothing of a
-/// process that plays no more, so the last packet is followed by one of silence: the meters of the process
-/// and of the buses do not stand where they were.
+/// Hands what one process plays to the mixer. A short silence precedes each new sound, as reserve for a late
+/// packet. One packet of silence follows the end, so that the meters fall.
 ///
 /// Belongs to the thread of its main loop. After the destructor the mixer gets nothing more.
 class CaptureFeed {

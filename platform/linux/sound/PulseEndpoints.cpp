@@ -62,7 +62,7 @@ EndpointEnumeration PulseEndpoints::activeEndpoints(EndpointFlow flow) {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
     if (!server->awaitReady()) {
         enumeration.reached = EnumerationStep::Enumerator;
-        enumeration.result = kSoundNoServer;
+        enumeration.result = SoundError::NoServer;
         return enumeration;
     }
     for (const PulseDevice& device : flow == EndpointFlow::Render ? server->sinks() : server->sources()) {
@@ -91,22 +91,22 @@ SoundResult PulseEndpoints::probeActivation(const AudioEndpoint& endpoint) {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
     const PulseEndpointHandle* const handle = handleOf(endpoint);
     if (handle == nullptr || !server->awaitReady()) {
-        return kSoundNoServer;
+        return SoundError::NoServer;
     }
     const bool there = std::ranges::any_of(
         server->sources(), [handle](const auto& source) { return source.name == handle->name; });
-    return there ? kSoundDone : kSoundDeviceGone;
+    return there ? kSoundDone : SoundError::DeviceGone;
 }
 
 SetDefaultOutcome PulseEndpoints::setDefaultEndpoint(EndpointFlow flow, const AudioEndpoint& endpoint) {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
     const PulseEndpointHandle* const handle = handleOf(endpoint);
     if (handle == nullptr || !server->awaitReady()) {
-        return {SetDefaultStep::Policy, kSoundNoServer};
+        return {SetDefaultStep::Policy, SoundError::NoServer};
     }
     const bool done = flow == EndpointFlow::Render ? server->setDefaultSink(handle->name)
                                                    : server->setDefaultSource(handle->name);
-    return done ? SetDefaultOutcome{} : SetDefaultOutcome{SetDefaultStep::Set, kSoundFailed};
+    return done ? SetDefaultOutcome{} : SetDefaultOutcome{SetDefaultStep::Set, SoundError::Refused};
 }
 
 SessionEntry PulseSession::enter() {

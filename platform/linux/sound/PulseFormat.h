@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 
 #include <cstdint>
 #include <pulse/pulseaudio.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-// Owners of the handles that the sound server's client library gives out. Each lets go of its handle when it
+// Owners of the handles that the sound server's client library returns. Each lets go of its handle when it
 // ends; nothing else in this folder releases one.
 //
 // Every handle but a property list belongs to one main loop. Its owner is made, used and destroyed on that

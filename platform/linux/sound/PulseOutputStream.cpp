@@ -37,13 +37,13 @@ PulseOutputStream::~PulseOutputStream() {
 
 bool PulseOutputStream::open(const AudioEndpoint& endpoint) {
     if (endpoint.flow == EndpointFlow::Capture) {
-        logOutputFailure(OutputStep::GetService, kSoundWrongDirection);
+        logOutputFailure(OutputStep::GetService, SoundError::WrongDirection);
         return false;
     }
     const auto* const device = static_cast<const PulseEndpointHandle*>(endpoint.handle.get());
     mainloop.reset(device != nullptr ? pa_mainloop_new() : nullptr);
     if (!mainloop) {
-        logOutputFailure(OutputStep::Activate, kSoundFailed);
+        logOutputFailure(OutputStep::Activate, SoundError::Refused);
         return false;
     }
     sinkName = device->name;

@@ -1,6 +1,6 @@
 #include "platform/linux/sound/PulseProcessCapture.h"
 
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 #include "platform/linux/sound/CaptureFeed.h"
 #include "platform/linux/sound/PlaybackMerge.h"
 #include "platform/linux/sound/PulseFormat.h"
@@ -141,7 +141,7 @@ SoundResult PulseProcessCapture::startCapture(std::uint32_t targetProcessId, boo
 SoundResult PulseProcessCapture::stopCapture() {
     const PulseServer::Lock lock(*server);
     if (!session) {
-        return kSoundNothingToStop;
+        return SoundError::NothingToStop;
     }
     session.reset();
     return kSoundDone;

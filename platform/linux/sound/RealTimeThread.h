@@ -1,10 +1,10 @@
 #pragma once
 
-/// Gives the calling thread real-time scheduling, from now on, if the system grants it; whether it did.
+/// Sets real-time scheduling for the calling thread, from now on. Returns whether the system granted it.
 /// Threads that it starts are ordinary ones.
 [[nodiscard]] bool makeThisThreadRealTime();
 
-/// Gives the calling thread real-time scheduling for as long as this lives, if the system grants it.
+/// Sets real-time scheduling for the calling thread for as long as this lives, if the system grants it.
 class RealTimeThread {
 public:
     RealTimeThread();

@@ -1,6 +1,6 @@
 #pragma once
 
-// What /proc says of running processes. Free functions for any thread. A process that ends meanwhile, or
+// What /proc holds of running processes. Free functions for any thread. A process that ends meanwhile, or
 // belongs to somebody else, is no error.
 
 #include <cstdint>

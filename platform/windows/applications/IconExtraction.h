@@ -24,8 +24,7 @@ enum class IconStep {
 [[nodiscard]] IconStep drawIcon(const InventorySystemCalls& calls, const std::wstring& executablePath,
                                 bool orAnyProgram, QImage& picture);
 
-/// Writes the same without that of any program as PNG, by the encoder of GDI+. The file appears whole or not
-/// at all.
+/// Writes the icon as PNG, without the fallback to the generic icon. The file appears whole or not at all.
 [[nodiscard]] bool writeIcon(const InventorySystemCalls& calls, const std::wstring& executablePath,
                              const std::wstring& targetPath);
 

@@ -3,9 +3,9 @@
 // The endpoints of Windows Core Audio. Each question makes its own enumerator: nothing is kept between them.
 // The calling thread is in COM's multithreaded apartment.
 //
-// An endpoint's id is what IMMDevice::GetId gives, its name PKEY_Device_FriendlyName, its connectors those of
-// IDeviceTopology, its direction that of IMMEndpoint; its handle holds the IMMDevice. The default is set by
-// IPolicyConfig, for the console role alone.
+// An endpoint's id is what IMMDevice::GetId returns, its name PKEY_Device_FriendlyName, its connectors those
+// of IDeviceTopology, its direction that of IMMEndpoint; its handle holds the IMMDevice. The default is set
+// by IPolicyConfig, for the console role alone.
 
 #include "mixer/AudioEndpoint.h"
 #include "platform/windows/routerAudio/AudioSystemCalls.h"

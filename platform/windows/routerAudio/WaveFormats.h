@@ -26,9 +26,8 @@
             .cbSize = 0};
 }
 
-/// The fixed bytes of a client's own format, as a capture is opened with. The count of the bytes behind them
-/// is kept where it lies in 1 to 22, as the 22 of an extensible format do; no format known to the system
-/// carries more.
+/// The fixed bytes of a client's own format, as a capture is opened with. `cbSize` is kept if it is 1 to 22
+/// (22: extensible); no known format has more.
 [[nodiscard]] inline WAVEFORMATEX captureFormatOf(const WAVEFORMATEX& clientFormat) {
     constexpr WORD kLargestExtraByteCount = 22;
     WAVEFORMATEX format = clientFormat;

@@ -41,3 +41,12 @@ void makeWideOutputUtf8() {
     static auto* const output = new Utf8Output;
     std::wcout.rdbuf(output);
 }
+
+// In UTF-16: what does not fit one wide character is a surrogate pair.
+void writeWide(char32_t character) {
+    if (character > 0xFFFF) {
+        std::wcout.put(static_cast<wchar_t>(0xD800 + ((character - 0x10000) >> 10)));
+        character = 0xDC00 + ((character - 0x10000) & 0x3FF);
+    }
+    std::wcout.put(static_cast<wchar_t>(character));
+}

@@ -43,7 +43,7 @@ public:
         }
         // As a system does: an input cannot play.
         if (endpoint.flow == EndpointFlow::Capture) {
-            logOutputFailure(OutputStep::GetService, kSoundWrongDirection);
+            logOutputFailure(OutputStep::GetService, SoundError::WrongDirection);
             return false;
         }
         system.outputs[busId] = this;
@@ -51,7 +51,7 @@ public:
     }
     void run(const std::atomic<bool>& running, const RenderCallback& render) override {
         if (system.outputsThatDoNotStart.contains(busId)) {
-            logOutputFailure(OutputStep::Start, kSoundDeviceGone);
+            logOutputFailure(OutputStep::Start, SoundError::DeviceGone);
         } else {
             OfflineOutputStream::run(running, render);
         }

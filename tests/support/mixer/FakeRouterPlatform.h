@@ -3,7 +3,7 @@
 // An operating system whose answers a test sets beforehand, and that records the calls.
 
 #include "mixer/RouterPlatform.h"
-#include "tools/scene/OfflineOutputStream.h"
+#include "tests/support/mixer/OfflineOutputStream.h"
 
 #include <chrono>
 #include <cstdint>
@@ -51,8 +51,8 @@ public:
     void add(EndpointFlow flow, const AudioEndpoint& endpoint);
     /// An entry that the system counts but does not hand out.
     void addNull(EndpointFlow flow);
-    void fail(EndpointFlow flow, EnumerationStep step, SoundResult result = kSoundFailed);
-    void failBothFlows(EnumerationStep step, SoundResult result = kSoundFailed);
+    void fail(EndpointFlow flow, EnumerationStep step, SoundResult result = SoundError::Refused);
+    void failBothFlows(EnumerationStep step, SoundResult result = SoundError::Refused);
 
     std::string defaultId;
     std::map<std::string, SoundResult> probeResults; ///< by id; kSoundDone for any other
@@ -63,7 +63,7 @@ private:
     std::map<EndpointFlow, EndpointEnumeration> lists;
 };
 
-/// A capture that starts and stops as it is told and delivers nothing by itself.
+/// A capture that starts and stops as it is set and delivers nothing by itself.
 class FakeCapture : public ProcessCapture {
 public:
     FakeCapture(CallJournal& callJournal, const std::map<std::uint32_t, SoundResult>& results,

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-/// Logs in a process of its own, whose standard output is a file and has seen no character yet, and gives
-/// back the lines of the file. For suites whose name ends in "DeathTest".
+/// Logs in a process of its own, whose standard output is a file and has seen no character yet, and returns
+/// the lines of the file. For suites whose name ends in "DeathTest".
 template <typename Log>
 std::vector<std::string> printedBy(Log log) {
     // A file for each test: they run side by side.

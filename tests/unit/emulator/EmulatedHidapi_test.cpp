@@ -3,6 +3,7 @@
 #include "tests/unit/emulator/EmulatedHidapiTools.h"
 #include "tests/unit/emulator/EmulatorProcess.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cwchar>
 #include <unistd.h>
@@ -255,6 +256,9 @@ TEST(EmulatedHidapi, UnreadReportsAreKeptInBoundsOldestFirst) {
     }
     EXPECT_GE(received, 64);
     EXPECT_LT(received, kSent);
+    const Json sent = emulator.command("reports to-host").at("reports");
+    EXPECT_EQ(std::ranges::count_if(sent, [](const Json& each) { return !each.value("lost", false); }),
+              received);
 }
 
 TEST(EmulatedHidapi, OpeningAndClosingLeaksNoFilesOnEitherSide) {

@@ -39,6 +39,7 @@ public:
             const std::size_t header = std::min(model.reportHeader, report.size());
             reader.feed(BytesView(report).subspan(header),
                         [this](LinkFrame&& frame) { frames.push_back(std::move(frame)); });
+            return true;
         };
         listener.unplugged = [this](VirtualBus::HandleId) {
             ++unplugCount;

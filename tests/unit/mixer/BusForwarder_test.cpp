@@ -265,7 +265,7 @@ TEST_F(BusForwarderTest, AnInputThatCanBeActivatedIsTakenAndFailsToOpen) {
 TEST_F(BusForwarderTest, AnInputThatCannotBeActivatedIsPassedOver) {
     endpoints.add(kCapture, fakeEndpoint("Point One", "{1}", 0, kCapture));
     endpoints.add(kCapture, fakeEndpoint("Point Two", "{2}", 0, kCapture));
-    endpoints.probeResults["{1}"] = SoundResult{false, 0x88890004};
+    endpoints.probeResults["{1}"] = SoundResult{SoundError::Refused, 0x88890004};
     EXPECT_EQ(startBus1("point"),
               (Lines{"[BusForwarder] eCapture device activation failed: 0x88890004 for device: Point One, "
                      "continuing search...",

@@ -332,11 +332,11 @@ TEST_F(EndpointClassification, SettingTheDefaultStaysInASessionThatWasEnteredBef
 
 TEST_F(EndpointClassification, SettingTheDefaultLogsWhatFailedAndLeavesTheSession) {
     const std::vector<std::string> undone{"session.enter", "session.leave"};
-    endpoints.failBothFlows(EnumerationStep::Enumerator, SoundResult{false, 0x80040154});
+    endpoints.failBothFlows(EnumerationStep::Enumerator, SoundResult{SoundError::Refused, 0x80040154});
     EXPECT_FALSE(setDefault("{a}"));
     EXPECT_EQ(log.take(), (Lines{"[SetDefaultAudioDevice] Failed to create device enumerator: 0x80040154"}));
     EXPECT_EQ(system.journal.take(), undone);
-    endpoints.failBothFlows(EnumerationStep::Enumeration, SoundResult{false, 0x8007000E});
+    endpoints.failBothFlows(EnumerationStep::Enumeration, SoundResult{SoundError::Refused, 0x8007000E});
     EXPECT_FALSE(setDefault("{a}"));
     EXPECT_EQ(log.take(), (Lines{"[SetDefaultAudioDevice] Failed to enumerate devices: 0x8007000e"}));
     EXPECT_EQ(system.journal.take(), undone);
@@ -345,13 +345,13 @@ TEST_F(EndpointClassification, SettingTheDefaultLogsWhatFailedAndLeavesTheSessio
 TEST_F(EndpointClassification, AMissingPolicyObjectAndARefusalHaveTheirLines) {
     endpoints.add(kPlays, fakeEndpoint("Speakers", "{a}"));
     const std::string found = "[SetDefaultAudioDevice] Found target device: Speakers (ID: {a})";
-    endpoints.setDefaultOutcome = {SetDefaultStep::Policy, SoundResult{false, 0x80040154}};
+    endpoints.setDefaultOutcome = {SetDefaultStep::Policy, SoundResult{SoundError::Refused, 0x80040154}};
     EXPECT_FALSE(setDefault("{a}"));
     EXPECT_EQ(log.take(),
               (Lines{found, "[SetDefaultAudioDevice] Failed to create IPolicyConfig: 0x80040154",
                      "[SetDefaultAudioDevice] Note: This operation may require administrator privileges",
                      "[SetDefaultAudioDevice] Note: Make sure polstore.dll is available on your system"}));
-    endpoints.setDefaultOutcome = {SetDefaultStep::Set, SoundResult{false, 0x80070005}};
+    endpoints.setDefaultOutcome = {SetDefaultStep::Set, SoundResult{SoundError::Refused, 0x80070005}};
     EXPECT_FALSE(setDefault("{a}"));
     EXPECT_EQ(log.take(), (Lines{found, "[SetDefaultAudioDevice] Failed to set default endpoint: 0x80070005",
                                  "[SetDefaultAudioDevice] Error code: -2147024891"}));

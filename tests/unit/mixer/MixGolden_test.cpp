@@ -2,6 +2,7 @@
 
 #include "mixer/MixKernels.h"
 #include "mixer/Resampler.h"
+#include "tests/support/Noise.h"
 #include "tests/support/mixer/MixerFixture.h"
 #include "tests/unit/mixer/MixGolden.h"
 
@@ -17,16 +18,6 @@ std::vector<float> floats(const std::array<std::uint32_t, count>& bits) {
     std::ranges::transform(bits, values.begin(),
                            [](std::uint32_t word) { return std::bit_cast<float>(word); });
     return values;
-}
-
-// The script's generator.
-std::vector<float> noise(std::uint32_t seed, std::size_t count) {
-    std::vector<float> samples(count);
-    for (float& sample : samples) {
-        seed = seed * 1664525u + 1013904223u;
-        sample = static_cast<float>(seed >> 8) / 8388608.0f - 1.0f;
-    }
-    return samples;
 }
 
 std::vector<float> resampled(const std::vector<float>& input, std::uint32_t rate) {

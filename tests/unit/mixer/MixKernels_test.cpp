@@ -1,10 +1,10 @@
 #include "mixer/MixKernels.h"
+#include "tests/support/Noise.h"
 #include "tests/support/mixer/MixerFixture.h"
 #include "tests/support/mixer/ScalarReference.h"
 
 #include <cmath>
 #include <limits>
-#include <random>
 
 namespace {
 
@@ -83,16 +83,13 @@ TEST(SoftLimit, FloatsAroundTheCurveEqualTheScalarReference) {
 TEST(ApplyGainAndLimit, AnyBlockEqualsTheScalarReference) {
     const std::uint32_t seed = 11;
     Random random(seed);
-    std::uniform_real_distribution<float> values(-1.3f, 1.3f);
     const float specials[]{0.0f, -0.0f, kNan, kInfinity, -kInfinity, 1e-40f, -1e38f, 0.95f, -0.95f, 1.0f};
     const float gains[]{0.0f, 1.0f, 0.5f, -1.0f, 3.0f, 1e30f, kNan, kInfinity, 0.3f};
     const int rounds = longRun() ? 1'000'000 : 20'000;
     for (int round = 0; round < rounds; ++round) {
-        std::vector<float> samples(random() % 300);
+        const std::size_t count = random() % 300;
         const bool quiet = random() % 2 == 0;
-        for (float& sample : samples) {
-            sample = values(random) * (quiet ? 0.5f : 1.0f);
-        }
+        std::vector<float> samples = noise(random(), count, quiet ? 0.65f : 1.3f);
         if (!samples.empty() && random() % 3 == 0) {
             samples[random() % samples.size()] = specials[random() % std::size(specials)];
         }
@@ -130,13 +127,10 @@ TEST(LevelMeter, LoudSignalReadsOne) {
 TEST(LevelMeter, AnyPacketIsWithinAMillionthOfTheScalarReference) {
     const std::uint32_t seed = 12;
     Random random(seed);
-    std::uniform_real_distribution<float> values(-0.8f, 0.8f);
     const int rounds = longRun() ? 100'000 : 3'000;
     for (int round = 0; round < rounds; ++round) {
-        std::vector<float> stereo(2 * std::size_t{1 + random() % 1000});
-        for (float& sample : stereo) {
-            sample = values(random);
-        }
+        const std::size_t frames = 1 + random() % 1000;
+        const std::vector<float> stereo = noise(random(), 2 * frames, 0.8f);
         LevelMeter meter;
         for (std::size_t done = 0; done < stereo.size();) {
             const std::size_t piece =
@@ -152,12 +146,7 @@ TEST(LevelMeter, AnyPacketIsWithinAMillionthOfTheScalarReference) {
 }
 
 TEST(LevelMeter, PacketOfAMinuteKeepsItsPrecision) {
-    Random random(13);
-    std::uniform_real_distribution<float> values(-0.6f, 0.6f);
-    std::vector<float> stereo(std::size_t{2} * 48000 * 60);
-    for (float& sample : stereo) {
-        sample = values(random);
-    }
+    const std::vector<float> stereo = noise(13, std::size_t{2} * 48000 * 60, 0.6f);
     const StereoLevel level = levelOf(stereo);
     // Not the definition's float sum, which grows until it loses a good part of each square.
     const StereoLevel expected = reference::measureExactly(stereo);

@@ -57,7 +57,7 @@ TEST_F(OutputFormatRule, FloatOfAnotherWidthKeepsItsBits) {
 
 TEST_F(OutputFormatRule, WithoutAMixFormatTheMixersOwnIsUsed) {
     for (const auto& [result, line] : std::vector<std::pair<SoundResult, std::string>>{
-             {SoundResult{false, 0x88890004}, "0x88890004"}, {kSoundDone, "0x0"}}) {
+             {SoundResult{SoundError::Refused, 0x88890004}, "0x88890004"}, {kSoundDone, "0x0"}}) {
         EXPECT_EQ(chooseOutputFormat(result, std::nullopt),
                   (WaveFormat{kWaveFormatIeeeFloat, 2, 48000, 8, 32}));
         EXPECT_EQ(log.take(), (Lines{"[BusForwarder] GetMixFormat failed (" + line +
@@ -66,8 +66,9 @@ TEST_F(OutputFormatRule, WithoutAMixFormatTheMixersOwnIsUsed) {
 }
 
 TEST_F(OutputFormatRule, AFormatThatCameWithAFailureIsNotUsed) {
-    EXPECT_EQ(chooseOutputFormat(kSoundFailed, mix(kWaveFormatIeeeFloat, 2, 44100, 32)).samplesPerSecond,
-              48000u);
+    EXPECT_EQ(
+        chooseOutputFormat(SoundError::Refused, mix(kWaveFormatIeeeFloat, 2, 44100, 32)).samplesPerSecond,
+        48000u);
 }
 
 TEST(CaptureFormatRule, TheClientsFormatIsTakenAsItIs) {
@@ -81,9 +82,9 @@ TEST(CaptureFormatRule, WithoutAFormatTheMixersOwnIsUsed) {
     RouterLogCapture log;
     const std::optional<WaveFormat> refused = floatWaveFormat(2, 44100);
     const std::vector<std::tuple<SoundResult, std::optional<WaveFormat>, std::string>> cases{
-        {kSoundNotSupported, std::nullopt, "0x80004001"},
+        {SoundError::NotSupported, std::nullopt, "0x80004001"},
         {kSoundDone, std::nullopt, "0x0"},
-        {kSoundFailed, refused, "0x80004005"}};
+        {SoundError::Refused, refused, "0x80004005"}};
     for (const auto& [result, format, digits] : cases) {
         EXPECT_EQ(chooseCaptureFormat(result, format), (WaveFormat{kWaveFormatIeeeFloat, 2, 48000, 8, 32}));
         EXPECT_EQ(log.take(), (Lines{"[WARNING] GetMixFormat failed (" + digits +
@@ -96,7 +97,7 @@ TEST(RouterLines, EachRefusedStepOfAnOutputHasItsName) {
     for (const OutputStep step :
          {OutputStep::Activate, OutputStep::Initialize, OutputStep::GetService, OutputStep::GetBufferSize,
           OutputStep::EventCreate, OutputStep::SetEventHandle, OutputStep::Start}) {
-        logOutputFailure(step, kSoundFailed);
+        logOutputFailure(step, SoundError::Refused);
     }
     EXPECT_EQ(log.take(), (Lines{"[BusForwarder] Activate failed: 0x80004005",
                                  "[BusForwarder] Initialize failed: 0x80004005",
@@ -107,10 +108,22 @@ TEST(RouterLines, EachRefusedStepOfAnOutputHasItsName) {
                                  "[BusForwarder] Start failed: 0x80004005"}));
 }
 
+TEST(RouterLines, AResultHasTheNumberOfTheSystemOrElseThatOfItsError) {
+    EXPECT_EQ(printedNumber(kSoundDone), 0u);
+    EXPECT_EQ(printedNumber(SoundError::Refused), 0x80004005);
+    EXPECT_EQ(printedNumber(SoundError::NotSupported), 0x80004001);
+    EXPECT_EQ(printedNumber(SoundError::OutOfMemory), 0x8007000E);
+    EXPECT_EQ(printedNumber(SoundError::NothingToStop), 0x8007139F);
+    EXPECT_EQ(printedNumber(SoundError::WrongDirection), 0x88890003);
+    EXPECT_EQ(printedNumber(SoundError::DeviceGone), 0x88890004);
+    EXPECT_EQ(printedNumber(SoundError::NoServer), 0x88890010);
+    EXPECT_EQ(printedNumber({SoundError::Refused, 0x80070005}), 0x80070005);
+}
+
 TEST(RouterLines, CapturesSayTheirFormatProcessAndStart) {
     RouterLogCapture log;
     logCaptureFormat({kWaveFormatPcm, 6, 44100, 12, 16});
-    logDefaultCaptureFormat(kSoundNotSupported);
+    logDefaultCaptureFormat(SoundError::NotSupported);
     logCapturingProcess(4294967293);
     logCaptureStarted(4711, 960);
     EXPECT_EQ(log.take(),

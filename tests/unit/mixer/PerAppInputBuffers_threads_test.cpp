@@ -6,39 +6,38 @@
 
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <thread>
 
 namespace {
-
-using namespace std::chrono_literals;
 
 constexpr std::uint32_t kProducers = 8;
 constexpr std::uint32_t kFirstSource = 6; // some streams of the capture service, some processes
 
 class PerAppInputBuffersThreads : public MixerFixture {
 protected:
-    static std::chrono::milliseconds length() { return longRun() ? 60'000ms : 2'500ms; }
+    static std::uint64_t rounds() { return longRun() ? 24'000 : 1'000; }
 
+    // A thread that repeats its step from the beginning of run() to its end.
     template <typename Step>
     void start(Step step) {
         const auto number = static_cast<std::uint32_t>(threads.size());
+        ++unfinished;
         threads.emplace_back([this, step, number] {
             Random random(seed + number);
-            while (!stop.load(std::memory_order_relaxed)) {
+            running.wait(false);
+            for (std::uint64_t round = 1; unfinished.load(std::memory_order_relaxed) > 0; ++round) {
                 step(random);
-                rounds.fetch_add(1, std::memory_order_relaxed);
+                if (round == rounds()) {
+                    unfinished.fetch_sub(1, std::memory_order_relaxed);
+                }
             }
         });
     }
 
-    // Until the time is over and every kind of thread has had its turns.
+    // Until each thread has had its rounds; who has goes on as long as others need.
     void run() {
-        const auto end = std::chrono::steady_clock::now() + length();
-        while (std::chrono::steady_clock::now() < end || rounds.load(std::memory_order_relaxed) < 1000) {
-            std::this_thread::sleep_for(5ms);
-        }
-        stop = true;
+        running = true;
+        running.notify_all();
         for (std::thread& thread : threads) {
             thread.join();
         }
@@ -47,8 +46,8 @@ protected:
     // Each thread's steps can be repeated, what the threads make of them together cannot.
     const std::uint32_t seed = newSeed();
     const testing::ScopedTrace trace{__FILE__, __LINE__, "seed " + std::to_string(seed)};
-    std::atomic<bool> stop{false};
-    std::atomic<std::uint64_t> rounds{0};
+    std::atomic<bool> running{false};
+    std::atomic<std::uint32_t> unfinished{0};
     std::vector<std::thread> threads;
 };
 

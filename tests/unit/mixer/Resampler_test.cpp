@@ -1,10 +1,10 @@
 #include "mixer/Resampler.h"
+#include "tests/support/Noise.h"
 #include "tests/support/mixer/MixerFixture.h"
 #include "tests/support/mixer/ScalarReference.h"
 
 #include <cmath>
 #include <limits>
-#include <random>
 
 namespace {
 
@@ -14,15 +14,6 @@ std::vector<float> resampledTo48k(const std::vector<float>& input, std::uint32_t
         resampleTo48k(input, rate, 0, output);
     }
     return output;
-}
-
-std::vector<float> noise(std::size_t frames, Random& random) {
-    std::uniform_real_distribution<float> values(-1.5f, 1.5f);
-    std::vector<float> stereo(frames * 2);
-    for (float& sample : stereo) {
-        sample = values(random);
-    }
-    return stereo;
 }
 
 } // namespace
@@ -83,7 +74,7 @@ TEST(Resampler, ShortPacketsOfAnyLengthEqualTheScalarReference) {
             if (rate < 1000 && frames > 6) {
                 break;
             }
-            const std::vector<float> input = noise(frames, random);
+            const std::vector<float> input = noise(random(), 2 * frames, 1.5f);
             ASSERT_EQ(firstDifference(resampledTo48k(input, rate), reference::resampleTo48k(input, rate)), "")
                 << "seed " << seed << ", " << frames << " frames at " << rate << " Hz";
         }
@@ -99,7 +90,7 @@ TEST(Resampler, LongPacketsEqualTheScalarReference) {
     }
     for (const std::uint32_t rate : {8000u, 44100u, 96000u, 768'000u}) {
         for (const std::size_t frames : lengths) {
-            const std::vector<float> input = noise(frames, random);
+            const std::vector<float> input = noise(random(), 2 * frames, 1.5f);
             ASSERT_EQ(firstDifference(resampledTo48k(input, rate), reference::resampleTo48k(input, rate)), "")
                 << "seed " << seed << ", " << frames << " frames at " << rate << " Hz";
         }
@@ -112,7 +103,7 @@ TEST(Resampler, StretchesEqualTheWholeWhereverTheyBegin) {
     const int rounds = longRun() ? 2000 : 10;
     for (int round = 0; round < rounds; ++round) {
         for (const std::uint32_t rate : {16000u, 44100u, 96000u}) {
-            const std::vector<float> input = noise(700, random);
+            const std::vector<float> input = noise(random(), 2 * 700, 1.5f);
             const std::vector<float> whole = resampledTo48k(input, rate);
             std::vector<float> pieces(whole.size(), 99.0f);
             for (std::size_t done = 0; done < whole.size() / 2;) {

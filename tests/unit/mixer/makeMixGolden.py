@@ -28,7 +28,7 @@ def limit(x):
 
 
 def noise(seed, count):
-    """The generator that the test repeats: 24 bits of a linear congruence, -1.0 ... 1.0."""
+    """The generator of tests/support/Noise.h: 24 bits of a linear congruence, -1.0 ... 1.0."""
     samples = []
     for _ in range(count):
         seed = (seed * 1664525 + 1013904223) & 0xFFFFFFFF

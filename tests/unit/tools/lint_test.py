@@ -85,6 +85,16 @@ class IncludeTable(Tree):
         self.write({"platform/Sound.h": '#include "app/App.h"\n'})
         self.assertEqual(self.problems(), ["docs/architecture.md: a circle: app -> mixer -> platform -> app"])
 
+    def test_a_circle_of_top_folders_is_told_though_their_rooms_form_none(self):
+        self.table("| `platform` | nothing |", "| `platform` | `app/look` |\n| `app/look` | nothing |")
+        self.write({"platform/Sound.h": '#include "app/look/Look.h"\n', "app/look/Look.h": ""})
+        self.assertEqual(self.problems(), ["docs/architecture.md: a circle: app -> mixer -> platform -> app"])
+
+    def test_the_bodies_of_services_are_top_folders_of_their_own(self):
+        self.table("| `platform` | nothing |", "| `platform` | nothing |\n| `platform/linux` | `mixer`, `platform` |")
+        self.write({"platform/linux/Sound.cpp": '#include "mixer/Mixer.h"\n#include "platform/Sound.h"\n'})
+        self.assertEqual(self.problems(), [])
+
     def test_a_file_in_no_room_is_told(self):
         self.write({"cloud/Cloud.h": "", "Main.h": ""})
         self.assertEqual(self.problems(),

@@ -1,5 +1,6 @@
 #include "audio/equalizer/EqualizerBands.h"
 #include "audio/equalizer/FBiquadChain.h"
+#include "tests/support/Noise.h"
 #include "tests/support/RandomSeed.h"
 #include "tests/support/equalizer/ScalarEqualizer.h"
 
@@ -15,15 +16,6 @@
 #include <vector>
 
 namespace {
-
-std::vector<float> noise(std::size_t count, std::mt19937& random) {
-    std::uniform_real_distribution<float> values(-1.0f, 1.0f);
-    std::vector<float> samples(count);
-    for (float& sample : samples) {
-        sample = values(random);
-    }
-    return samples;
-}
 
 ::testing::AssertionResult sameBits(const std::vector<float>& actual, const std::vector<float>& expected) {
     for (std::size_t at = 0; at < expected.size(); ++at) {
@@ -139,8 +131,7 @@ TEST(FBiquadChain, BandsAreInSeries) {
 }
 
 TEST(FBiquadChain, BlockWithThreeChannelsIsFilteredOnAllThree) {
-    std::mt19937 random(1);
-    const std::vector<float> mono = noise(500, random);
+    const std::vector<float> mono = noise(1, 500);
     FBiquadChain single = twelveBands(1);
     std::vector<float> expected(mono);
     single.processBlock(expected.data(), expected.size());
@@ -157,9 +148,8 @@ TEST(FBiquadChain, BlockWithThreeChannelsIsFilteredOnAllThree) {
 }
 
 TEST(FBiquadChain, NineChannelsPassUnfilteredInsteadOfExceedingTheFrame) {
-    std::mt19937 random(2);
     FBiquadChain chain = twelveBands(9);
-    const std::vector<float> input = noise(180, random);
+    const std::vector<float> input = noise(2, 180);
     std::vector<float> block(input);
     chain.processBlock(block.data(), 20);
     EXPECT_EQ(block, input);
@@ -170,12 +160,11 @@ TEST(FBiquadChain, NineChannelsPassUnfilteredInsteadOfExceedingTheFrame) {
 
 // A stream that moves to another rate sends blocks of that rate through the same chain, with no other call.
 TEST(FBiquadChain, ChainGoesOnDesigningForTheRateOfItsInitWhenTheStreamMovesToAnother) {
-    std::mt19937 random(4);
     FBiquadChain chain;
     chain.init(48000.0f, 12, 2);
     for (int turn = 0; turn < 6; ++turn) {
         // 10 ms at 48000 Hz, then at 44100 Hz; gains of the same bands in another size each time.
-        std::vector<float> block = noise(turn == 0 ? 960 : 882, random);
+        std::vector<float> block = noise(4, turn == 0 ? 960 : 882);
         chain.processBlock(block.data(), block.size() / 2);
         std::array<float, kEqualizerBandCount> gainsDb{};
         for (std::size_t band = 0; band < gainsDb.size(); ++band) {
@@ -200,8 +189,7 @@ TEST(FBiquadChain, ChainGoesOnDesigningForTheRateOfItsInitWhenTheStreamMovesToAn
 TEST(FBiquadChain, ResetClearsTheHistoryOfItsBandAlone) {
     FBiquadChain chain = twelveBands(2);
     FBiquadChain other = twelveBands(2);
-    std::mt19937 random(5);
-    const std::vector<float> sound = noise(200, random);
+    const std::vector<float> sound = noise(5, 200);
     for (FBiquadChain* each : {&chain, &other}) {
         std::vector<float> block(sound);
         each->processBlock(block.data(), 100);
@@ -309,7 +297,7 @@ TEST(FBiquadChain, BlockEqualsTheScalarReferenceAndFrameByFrameBitForBit) {
                 }
             }
             const std::size_t frames = random() % 4 == 0 ? random() % 14 : random() % 300;
-            std::vector<float> block = noise(frames * channelCount, random);
+            std::vector<float> block = noise(random(), frames * channelCount);
             std::vector<float> frameWise(block);
             std::vector<float> expected(block);
             byBlock.processBlock(block.data(), frames);
@@ -345,10 +333,7 @@ TEST(FBiquadChain, FadingSoundEqualsTheScalarReferenceButForWhatDroppedProductsC
     constexpr float kGathered = 2000.0f * std::numeric_limits<float>::min();
     // To the smallest numbers that there are, and below them.
     for (float level = 1e-30f; level > 1e-44f; level *= 0.9f) {
-        std::vector<float> block = noise(2 * kFrames, random);
-        for (float& sample : block) {
-            sample *= level;
-        }
+        std::vector<float> block = noise(random(), 2 * kFrames, level);
         std::vector<float> expected(block);
         chain.processBlock(block.data(), kFrames);
         reference::process(scalar, expected.data(), kFrames, 2);

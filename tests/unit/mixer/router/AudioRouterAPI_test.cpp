@@ -378,7 +378,7 @@ TEST_F(AudioRouterApiTest, TwoRecordsOfOneProcessGiveOneCaptureAndTheLastWins) {
 
 TEST_F(AudioRouterApiTest, ACaptureThatFailsToStartIsLoggedDroppedAndTriedAgain) {
     startQuietly();
-    system.startResults[20] = SoundResult{false, 0x80070005};
+    system.startResults[20] = SoundResult{SoundError::Refused, 0x80070005};
     const std::string line = "[ERROR] Failed to start capture for PID: 20 (HRESULT: 0x80070005)";
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20), onBothBuses(21)}));
     EXPECT_EQ(system.journal.take(),
@@ -403,7 +403,7 @@ TEST_F(AudioRouterApiTest, ACaptureThatRefusesToStopIsForgottenAllTheSame) {
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
     static_cast<void>(system.journal.take());
     static_cast<void>(log.take());
-    system.stopResult = kSoundNothingToStop;
+    system.stopResult = SoundError::NothingToStop;
     ASSERT_TRUE(api.applyAudioConfigs({}));
     EXPECT_EQ(system.journal.take(), (Calls{"capture20.stop", "capture20.released"}));
     EXPECT_EQ(store.getConfig(20), inactiveAppAudioConfig());
@@ -415,7 +415,7 @@ TEST_F(AudioRouterApiTest, ACaptureThatRefusesToStopIsForgottenAllTheSame) {
 
 TEST_F(AudioRouterApiTest, APositiveResultOfACaptureIsASuccess) {
     startQuietly();
-    system.startResults[20] = {true, 1}; // done, with a number
+    system.startResults[20] = {SoundError::None, 1}; // done, with a number
     ASSERT_TRUE(api.applyAudioConfigs({onBothBuses(20)}));
     EXPECT_EQ(log.take(), (Lines{"[INFO] Started capture for PID: 20"}));
 }

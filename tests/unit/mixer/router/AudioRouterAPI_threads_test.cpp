@@ -73,7 +73,7 @@ public:
     SoundResult stopCapture() override {
         running = false;
         if (!thread.joinable()) {
-            return kSoundNothingToStop;
+            return SoundError::NothingToStop;
         }
         thread.join();
         return kSoundDone;

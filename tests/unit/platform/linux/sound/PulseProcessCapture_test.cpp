@@ -41,15 +41,15 @@ TEST_F(PulseProcessCaptureTest, BufferDurationIsThatOfTheLine) {
 }
 
 TEST_F(PulseProcessCaptureTest, StopBeforeAnyStartIsAnInvalidStateAtOnce) {
-    EXPECT_EQ(capture.stopCapture(), kSoundNothingToStop);
+    EXPECT_EQ(capture.stopCapture(), SoundError::NothingToStop);
     EXPECT_EQ(lines.lines(), Lines());
 }
 
 TEST_F(PulseProcessCaptureTest, SecondStopIsAnInvalidStateAtOnce) {
     EXPECT_EQ(capture.startCapture(kProcess, true), kSoundDone);
     EXPECT_EQ(capture.stopCapture(), kSoundDone);
-    EXPECT_EQ(capture.stopCapture(), kSoundNothingToStop);
-    EXPECT_EQ(capture.stopCapture(), kSoundNothingToStop);
+    EXPECT_EQ(capture.stopCapture(), SoundError::NothingToStop);
+    EXPECT_EQ(capture.stopCapture(), SoundError::NothingToStop);
 }
 
 TEST_F(PulseProcessCaptureTest, ProcessThatHasEndedIsCapturedLikeOneThatPlaysNothing) {

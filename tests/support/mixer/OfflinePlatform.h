@@ -4,7 +4,7 @@
 // outputs that play on demand. Nothing happens by itself and no real device is touched.
 
 #include "mixer/RouterPlatform.h"
-#include "tools/scene/OfflineOutputStream.h"
+#include "tests/support/mixer/OfflineOutputStream.h"
 
 #include <array>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "tools/scene/OfflineOutputStream.h"
+#include "tests/support/mixer/OfflineOutputStream.h"
 
 bool OfflineOutputStream::open(const AudioEndpoint& /*endpoint*/) {
     return true;

@@ -1,7 +1,7 @@
-#include "tools/scene/OfflinePlatform.h"
+#include "tests/support/mixer/OfflinePlatform.h"
 
 #include "mixer/PerAppInputBuffers.h"
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 
 #include <functional>
 #include <utility>
@@ -39,7 +39,7 @@ public:
 
     [[nodiscard]] SetDefaultOutcome setDefaultEndpoint(EndpointFlow /*flow*/,
                                                        const AudioEndpoint& /*endpoint*/) override {
-        return {SetDefaultStep::Set, kSoundNotSupported};
+        return {SetDefaultStep::Set, SoundError::NotSupported};
     }
 
 private:
@@ -60,7 +60,7 @@ SoundResult OfflineCapture::startCapture(std::uint32_t processId, bool /*include
     source = processId;
     // Without a format the client behaves as one that has no call to ask for it.
     const WaveFormat format =
-        chooseCaptureFormat(clientFormat ? kSoundDone : kSoundNotSupported, clientFormat);
+        chooseCaptureFormat(clientFormat ? kSoundDone : SoundError::NotSupported, clientFormat);
     logCapturingProcess(processId);
     logCaptureStarted(processId,
                       static_cast<std::uint32_t>(duration.count() * format.samplesPerSecond / 1000));
@@ -69,7 +69,7 @@ SoundResult OfflineCapture::startCapture(std::uint32_t processId, bool /*include
 }
 
 SoundResult OfflineCapture::stopCapture() {
-    return std::exchange(capturing, false) ? kSoundDone : kSoundNothingToStop;
+    return std::exchange(capturing, false) ? kSoundDone : SoundError::NothingToStop;
 }
 
 bool OfflineCapture::deliver(const void* data, std::uint32_t byteCount, const WaveFormat& format) {
@@ -116,7 +116,7 @@ public:
             floatWaveFormat(2, rate != setting.endpointRates.end() ? rate->second : kMixSampleRate));
         // As a system does: an input cannot play.
         if (endpoint.flow == EndpointFlow::Capture) {
-            logOutputFailure(OutputStep::GetService, kSoundWrongDirection);
+            logOutputFailure(OutputStep::GetService, SoundError::WrongDirection);
             return false;
         }
         entry.stream = this;
