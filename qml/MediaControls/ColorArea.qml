@@ -1,18 +1,13 @@
 import QtQuick
 
 /* The area of all hues, left to right, and saturations, from full at the top, at one lightness. */
-Item {
+DragSurface {
     id: area
 
     // 0 to 360, 0 to 1, 0 to 1.
     required property real hue
     required property real saturation
     required property real lightness
-    // The hue, under the property names that a screen reader reads.
-    readonly property real value: hue
-    readonly property real minimumValue: 0
-    readonly property real maximumValue: 360
-    readonly property real stepSize: 3
 
     signal picked(real hue, real saturation)
 
@@ -23,15 +18,14 @@ Item {
     }
 
     function pickBeside(hueSteps: int, saturationSteps: int) {
-        picked(Math.max(0, Math.min(360, hue + 3 * hueSteps)), Math.max(0, Math.min(1, saturation + 0.02 * saturationSteps)));
+        picked(Math.max(0, Math.min(360, hue + stepSize * hueSteps)), Math.max(0, Math.min(1, saturation + 0.02 * saturationSteps)));
     }
 
-    activeFocusOnTab: true
-    Accessible.role: Accessible.Slider
+    current: hue
+    maximumValue: 360
+    stepSize: 3
     Accessible.name: qsTr("色相和饱和度")
     Accessible.description: Math.round(hue) + "°, " + Math.round(saturation * 100) + "%"
-    Accessible.focusable: true
-    Accessible.focused: activeFocus
 
     Canvas {
         id: canvas
@@ -112,22 +106,12 @@ Item {
 
     FocusRing {
         inner: VxTheme.radiusLarge
-        visible: area.activeFocus && !mouse.tookFocus
+        visible: area.focusShown
     }
 
-    DragArea {
-        id: mouse
-
-        control: area
-        onMovedTo: (x, y) => area.pickAt(x, y)
-    }
-
-    Keys.onLeftPressed: pickBeside(-1, 0)
-    Keys.onRightPressed: pickBeside(1, 0)
-    Keys.onUpPressed: pickBeside(0, 1)
-    Keys.onDownPressed: pickBeside(0, -1)
-    Accessible.onIncreaseAction: pickBeside(1, 0)
-    Accessible.onDecreaseAction: pickBeside(-1, 0)
+    onPressedAt: (x, y) => pickAt(x, y)
+    onDraggedTo: (x, y) => pickAt(x, y)
+    onStepped: (right, up) => pickBeside(right, up)
     onLightnessChanged: {
         if (canvas.isOutdated() && !repaintTimer.running)
             repaintTimer.start();

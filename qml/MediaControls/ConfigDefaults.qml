@@ -6,7 +6,7 @@ import "ConfigTables.js" as Tables
     A default that depends on the connected model is evaluated at each read.
 */
 QtObject {
-    // Of each channel's volume, whose key is made at run time.
+    // Of each strip's volume, whose key is made at run time.
     readonly property real auto_app: 0.3
 
     readonly property var appList: []

@@ -10,7 +10,7 @@ import "ConfigTables.js" as Tables
     from the store at creation; a change is written to the store at once. Nothing binds to the map: a control reads its
     value at creation and again when a topic of MessageBus notifies it.
 
-    Some keys are made at run time from a channel's id: id + "_dB", "_monitor" and "_mix". Their first read caches them
+    Some keys are made at run time from a strip's id: id + "_dB", "_monitor" and "_mix". Their first read caches them
     and decides their type until the next loadAllSettings().
 */
 QtObject {
@@ -26,7 +26,7 @@ QtObject {
     // Selects how stored values are read: on "windows" and "linux" the store returns text.
     property string platformName: Qt.platform.os
 
-    // Device steps of the gain and of the monitor volume, and the range of a channel's volume.
+    // Device steps of the gain and of the monitor volume, and the range of a strip's volume.
     readonly property int auto_gain_min: HIDDeviceMgr.isR2() ? 1 : 0
     readonly property int auto_gain_max: HIDDeviceMgr.isR2() ? 30 : 18
     readonly property int auto_gain_count: HIDDeviceMgr.isR2() ? 29 : 18
@@ -224,9 +224,9 @@ QtObject {
         return value;
     }
 
-    // "true" and "false" are booleans in every read, and a default of true is true until it has been stored. What
-    // only a damaged store gives for the type of the default is false for a boolean, so that no unreadable text
-    // consents to anything, and the default otherwise: a word for a number, a list for a text.
+    // "true" and "false" are booleans in every read, and a default of true is true until it has been stored. A stored
+    // value of the wrong type (a damaged store) reads as false under a boolean key, else as the default. So no unreadable
+    // text gives consent.
     function convertedOnLinux(value: var, fallback: var): var {
         const read = value === "true" || value === "false" ? value === "true" : value;
         if (typeof fallback === "boolean")

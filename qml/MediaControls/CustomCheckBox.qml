@@ -1,22 +1,11 @@
 import QtQuick
-import QtQuick.Templates as T
 
-/* A box to tick, with a label that may run over several lines. */
-T.CheckBox {
+/* A box to tick. */
+Choice {
     id: checkBox
 
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
-    implicitHeight: Math.max(indicator.height, implicitContentHeight) + topPadding + bottomPadding
-    verticalPadding: 4
-    spacing: 8
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    font.family: VxTheme.fontFamily
-    font.pixelSize: VxTheme.fontSmall
-    opacity: enabled ? 1 : VxTheme.disabledOpacity
-
+    ringRadius: VxTheme.radiusField
     Accessible.role: Accessible.CheckBox
-    Accessible.name: text
 
     indicator: Rectangle {
         readonly property bool lit: checkBox.hovered && checkBox.enabled
@@ -37,22 +26,5 @@ T.CheckBox {
             source: "icons/select.svg"
             visible: checkBox.checked
         }
-
-        PressFocus {
-            id: pressFocus
-
-            control: checkBox
-            inner: parent.radius
-            onPressed: checkBox.click()
-        }
     }
-    contentItem: VxText {
-        leftPadding: text === "" ? checkBox.indicator.width : checkBox.indicator.width + checkBox.spacing
-        text: checkBox.text
-        font: checkBox.font
-        wrapMode: Text.Wrap
-    }
-
-    Keys.onReturnPressed: event => pressFocus.press(event)
-    Keys.onEnterPressed: event => pressFocus.press(event)
 }

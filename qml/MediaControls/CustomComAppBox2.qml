@@ -1,13 +1,12 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Templates as T
 
 /*
     The list box that swaps the application of a mixer strip. Each time it opens it lists what runs and has no strip
     yet, and the strip's own application. A choice replaces the entry in appList and then emits appSelected.
 */
-T.ComboBox {
+ListBox {
     id: comboBox
 
     // The strip's entry, and its place in appList.
@@ -40,41 +39,16 @@ T.ComboBox {
     implicitHeight: 28
     leftPadding: 8
     rightPadding: 20
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
+    arrowSize: 12
+    arrowInset: 5
+    listWidth: 240
+    listMargins: 8
+    openMs: 0
     model: []
-    font.family: VxTheme.fontFamily
     font.pixelSize: VxTheme.fontCaption
     displayText: currentApp ? AppInventory.displayName(currentApp) : ""
-    opacity: enabled ? 1 : VxTheme.disabledOpacity
-
-    Accessible.role: Accessible.ComboBox
     Accessible.name: displayText
 
-    contentItem: VxText {
-        id: label
-
-        text: comboBox.displayText
-        font: comboBox.font
-        elide: Text.ElideRight
-    }
-    indicator: VxIcon {
-        x: comboBox.width - width - 5
-        y: (comboBox.height - height) / 2
-        size: 12
-        source: "icons/down.svg"
-        rotation: comboBox.popup.visible ? 180 : 0
-    }
-    background: Rectangle {
-        radius: VxTheme.radiusSmall
-        color: comboBox.hovered ? VxTheme.popupHover : VxTheme.popup
-        border.width: 1
-        border.color: comboBox.popup.visible ? VxTheme.accent : VxTheme.outline
-
-        FocusRing {
-            visible: comboBox.visualFocus && !comboBox.popup.visible
-        }
-    }
     delegate: AppRow {
         required property var modelData
         required property int index
@@ -85,37 +59,13 @@ T.ComboBox {
         current: comboBox.currentIndex === index
         highlighted: comboBox.highlightedIndex === index
     }
-    popup: T.Popup {
-        y: comboBox.height + 4
-        width: 240
-        implicitHeight: Math.min(list.contentHeight + topPadding + bottomPadding, 300)
-        padding: 4
-        margins: 8
-
-        contentItem: ScrollList {
-            id: list
-
-            implicitHeight: contentHeight
-            model: comboBox.delegateModel
-            currentIndex: comboBox.highlightedIndex
-            highlightMoveDuration: 0
-        }
-        background: Rectangle {
-            radius: VxTheme.radiusPanel
-            color: VxTheme.popup
-            border.width: 1
-            border.color: VxTheme.outline
-        }
-
-        onAboutToShow: comboBox.refresh()
-    }
-
     VxToolTip {
-        visible: comboBox.hovered && label.truncated && !comboBox.popup.visible
+        visible: comboBox.hovered && (comboBox.contentItem as VxText).truncated && !comboBox.popup.visible
         delay: VxTheme.toolTipDelayMs
         text: comboBox.displayText.slice(0, 300)
     }
 
     Keys.onPressed: event => handleKey(event)
+    onAboutToOpen: refresh()
     onActivated: index => choose(model[index])
 }

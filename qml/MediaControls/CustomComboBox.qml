@@ -1,10 +1,9 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Templates as T
 
 /* A list box of plain texts. Every change of the current index to a valid row emits itemSelected, whoever made it. */
-T.ComboBox {
+ListBox {
     id: comboBox
 
     signal itemSelected(int index, string text)
@@ -22,41 +21,8 @@ T.ComboBox {
     leftPadding: 12
     rightPadding: 34
     spacing: 8
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    font.family: VxTheme.fontFamily
-    font.pixelSize: VxTheme.fontSmall
-    opacity: enabled ? 1 : VxTheme.disabledOpacity
+    downColor: VxTheme.surface
 
-    Accessible.role: Accessible.ComboBox
-
-    contentItem: VxText {
-        text: comboBox.displayText
-        font: comboBox.font
-        elide: Text.ElideRight
-    }
-    indicator: VxIcon {
-        x: comboBox.width - width - 10
-        y: (comboBox.height - height) / 2
-        source: "icons/down.svg"
-        rotation: comboBox.popup.visible ? 180 : 0
-
-        Behavior on rotation {
-            NumberAnimation {
-                duration: VxTheme.hoverMs
-            }
-        }
-    }
-    background: Rectangle {
-        radius: VxTheme.radiusSmall
-        color: comboBox.down ? VxTheme.surface : comboBox.hovered && comboBox.enabled ? VxTheme.popupHover : VxTheme.popup
-        border.width: 1
-        border.color: comboBox.popup.visible ? VxTheme.accent : VxTheme.outline
-
-        FocusRing {
-            visible: comboBox.visualFocus && !comboBox.popup.visible
-        }
-    }
     delegate: Pressable {
         id: row
 
@@ -94,37 +60,6 @@ T.ComboBox {
             }
         }
     }
-    popup: T.Popup {
-        y: comboBox.height + 4
-        width: comboBox.width
-        implicitHeight: Math.min(list.contentHeight + topPadding + bottomPadding, 300)
-        padding: 4
-        margins: 4
-
-        contentItem: ScrollList {
-            id: list
-
-            implicitHeight: contentHeight
-            model: comboBox.delegateModel
-            currentIndex: comboBox.highlightedIndex
-            highlightMoveDuration: 0
-        }
-        background: Rectangle {
-            radius: VxTheme.radiusPanel
-            color: VxTheme.popup
-            border.width: 1
-            border.color: VxTheme.outline
-        }
-        enter: Transition {
-            NumberAnimation {
-                property: "opacity"
-                from: 0
-                to: 1
-                duration: VxTheme.hoverMs
-            }
-        }
-    }
-
     FontMetrics {
         id: metrics
 

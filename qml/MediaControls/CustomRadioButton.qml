@@ -1,22 +1,12 @@
 import QtQuick
-import QtQuick.Templates as T
 
-/* One choice of several. The arrow keys move between the choices of one parent. */
-T.RadioButton {
+/* One choice of several: checking it clears the others of its parent. */
+Choice {
     id: radioButton
 
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
-    implicitHeight: Math.max(indicator.height, implicitContentHeight) + topPadding + bottomPadding
-    verticalPadding: 4
-    spacing: 8
-    hoverEnabled: true
-    focusPolicy: Qt.StrongFocus
-    font.family: VxTheme.fontFamily
-    font.pixelSize: VxTheme.fontSmall
-    opacity: enabled ? 1 : VxTheme.disabledOpacity
-
+    autoExclusive: true
+    ringRadius: 8
     Accessible.role: Accessible.RadioButton
-    Accessible.name: text
 
     indicator: Rectangle {
         x: radioButton.leftPadding
@@ -38,22 +28,5 @@ T.RadioButton {
             opacity: radioButton.checked ? 1 : radioButton.down ? 0.4 : 0
             visible: opacity > 0
         }
-
-        PressFocus {
-            id: pressFocus
-
-            control: radioButton
-            inner: parent.radius
-            onPressed: radioButton.click()
-        }
     }
-    contentItem: VxText {
-        leftPadding: text === "" ? radioButton.indicator.width : radioButton.indicator.width + radioButton.spacing
-        text: radioButton.text
-        font: radioButton.font
-        wrapMode: Text.Wrap
-    }
-
-    Keys.onReturnPressed: event => pressFocus.press(event)
-    Keys.onEnterPressed: event => pressFocus.press(event)
 }

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Templates as T
 
 /* A label. With tips it has an icon behind it that shows them, under the mouse or reached by the keyboard. */
 Row {
@@ -36,7 +35,7 @@ Row {
         }
     }
 
-    T.AbstractButton {
+    Pressable {
         id: tipsIcon
 
         objectName: "tipsIcon"
@@ -44,19 +43,16 @@ Row {
         implicitWidth: 16
         implicitHeight: 16
         visible: customText.tips !== ""
-        hoverEnabled: true
+        opacity: 1
         focusPolicy: Qt.TabFocus
+        text: customText.tips
+        ringRadius: 8
+        ringGap: 2
         Accessible.role: Accessible.StaticText
-        Accessible.name: customText.tips
 
         contentItem: VxIcon {
             source: "icons/info.svg"
             opacity: tipsIcon.hovered || tipsIcon.visualFocus ? 1 : 0.6
-        }
-        background: FocusRing {
-            inner: 8
-            gap: 2
-            visible: tipsIcon.visualFocus
         }
 
         VxToolTip {

@@ -1,18 +1,13 @@
 import QtQuick
 
 /* The bar from black to white through a hue and saturation. */
-Item {
+DragSurface {
     id: bar
 
     // 0 to 360, 0 to 1, 0 to 1.
     required property real hue
     required property real saturation
     required property real lightness
-    // The lightness, under the property names that a screen reader reads.
-    readonly property real value: lightness
-    readonly property real minimumValue: 0
-    readonly property real maximumValue: 1
-    readonly property real stepSize: 0.01
 
     signal picked(real lightness)
 
@@ -21,15 +16,13 @@ Item {
     }
 
     function pickBeside(steps: int) {
-        picked(Math.max(0, Math.min(1, lightness + 0.01 * steps)));
+        picked(Math.max(0, Math.min(1, lightness + stepSize * steps)));
     }
 
-    activeFocusOnTab: true
-    Accessible.role: Accessible.Slider
+    current: lightness
+    stepSize: 0.01
     Accessible.name: qsTr("明度")
     Accessible.description: Math.round(lightness * 100) + "%"
-    Accessible.focusable: true
-    Accessible.focused: activeFocus
 
     Rectangle {
         objectName: "ramp"
@@ -62,20 +55,10 @@ Item {
 
     FocusRing {
         inner: bar.height / 2
-        visible: bar.activeFocus && !mouse.tookFocus
+        visible: bar.focusShown
     }
 
-    DragArea {
-        id: mouse
-
-        control: bar
-        onMovedTo: x => bar.pickAt(x)
-    }
-
-    Keys.onLeftPressed: pickBeside(-1)
-    Keys.onRightPressed: pickBeside(1)
-    Keys.onUpPressed: pickBeside(1)
-    Keys.onDownPressed: pickBeside(-1)
-    Accessible.onIncreaseAction: pickBeside(1)
-    Accessible.onDecreaseAction: pickBeside(-1)
+    onPressedAt: x => pickAt(x)
+    onDraggedTo: x => pickAt(x)
+    onStepped: (right, up) => pickBeside(right + up)
 }

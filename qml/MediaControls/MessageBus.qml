@@ -38,7 +38,7 @@ QtObject {
             UPDATE_CONFIG_MESSAGE: "update_config_message"
         })
 
-    // Topic to callbacks. It has no prototype, since any text may be a topic: the ids of channels are.
+    // Topic to callbacks. It has no prototype, since any text may be a topic: the ids of strips are.
     property var subscribers: Object.create(null)
     property var globalInstance: null
 

@@ -8,14 +8,22 @@ import QtQuick.Templates as T
 T.Button {
     id: pressable
 
-    // Of the ring, which surrounds the background, or the control where there is none.
-    property alias ringRadius: pressFocus.inner
-    property alias ringGap: pressFocus.gap
-    property alias ringColor: pressFocus.lineColor
+    // What the ring surrounds: the background, or the control where there is none.
+    property Item ringed: background ?? pressable
+    property alias ringRadius: ring.inner
+    property alias ringGap: ring.gap
+    property alias ringColor: ring.lineColor
 
     // What Return and Enter do.
     function enter() {
         click();
+    }
+
+    // Acts when the key goes down and ignores repeats while it is held. Qt handles Space.
+    function handleEnterKey(event: var) {
+        event.accepted = true;
+        if (!event.isAutoRepeat)
+            enter();
     }
 
     hoverEnabled: true
@@ -27,14 +35,14 @@ T.Button {
     Accessible.role: Accessible.Button
     Accessible.name: text
 
-    PressFocus {
-        id: pressFocus
+    FocusRing {
+        id: ring
 
-        parent: pressable.background ?? pressable
-        control: pressable
-        onPressed: pressable.enter()
+        objectName: "focusRing"
+        parent: pressable.ringed
+        visible: pressable.visualFocus
     }
 
-    Keys.onReturnPressed: event => pressFocus.press(event)
-    Keys.onEnterPressed: event => pressFocus.press(event)
+    Keys.onReturnPressed: event => handleEnterKey(event)
+    Keys.onEnterPressed: event => handleEnterKey(event)
 }

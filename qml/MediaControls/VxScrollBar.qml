@@ -6,7 +6,7 @@ T.ScrollBar {
     id: scrollBar
 
     property int thickness: 8
-    // The width of the strip that has a vertical bar in its middle, where it is wider than the bar.
+    // Width reserved for a vertical bar, which is centred in it.
     property real space: 0
 
     implicitWidth: Math.max(thickness, space)

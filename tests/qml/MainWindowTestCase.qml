@@ -51,6 +51,7 @@ ConfigTestCase {
         mouseClick(child("startButton"));
         compare(stackView.depth, 2);
         tryCompare(stackView, "busy", false);
+        compare(stackView.currentItem.objectName, "mainLayout");
         return stackView.currentItem;
     }
 

@@ -8,7 +8,7 @@ AudioBoostTestCase {
 
     name: "AudioScenes"
 
-    // Gives every value that a scene sets a value that no scene sets. The switches are given.
+    // Sets every value of a scene to one that no scene has, and the switches to `on`.
     function spoil(on) {
         ConfigMgr.setValue("ai_jianzao", on);
         ConfigMgr.setValue("ai_jianzao_type", on ? 1 : 0);

@@ -128,6 +128,17 @@ Item {
             compare(second.checked, false);
         }
 
+        function test_the_ring_of_a_choice_surrounds_its_indicator() {
+            for (const choice of [create(checkComponent), findChild(create(radiosComponent), "first")]) {
+                const ring = findChild(choice.indicator, "focusRing");
+                compare(ring.visible, false);
+                choice.forceActiveFocus(Qt.TabFocusReason);
+                compare(ring.visible, true);
+                compare([ring.width, ring.height], [22, 22]);
+                compare(ring.radius, choice.indicator.radius + 3);
+            }
+        }
+
         function test_choices_have_roles_and_names_for_a_screen_reader() {
             const box = create(checkComponent);
             compare(box.Accessible.role, Accessible.CheckBox);

@@ -13,7 +13,7 @@ WindowedEqualizerTestCase {
     name: "EqualizerWindow"
 
     function area() {
-        return child("curveArea");
+        return child("dragArea");
     }
 
     // The place of a band's point.

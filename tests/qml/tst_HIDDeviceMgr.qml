@@ -533,7 +533,7 @@ LoggedTestCase {
     }
 
     function test_an_empty_report_is_logged_and_neither_kept_nor_published_data() {
-        return HIDDeviceMgr.reports.rows.map(report => ({
+        return HIDDeviceMgr.reports.rows().map(report => ({
                     tag: report.word,
                     id: report.attribute,
                     info: report.attribute === 3 && report.word === "自动增益" ? mixer : microphone

@@ -29,7 +29,7 @@ Item {
     LoggedTestCase {
         name: "MessageDialog"
 
-        // Before the first test gives the manager a window.
+        // Before the first test sets the manager's window.
         function initTestCase() {
             compare(MessageDialogMgr.parentWindow, null);
             compare(MessageDialogMgr.currentDialog, null);

@@ -1,54 +1,15 @@
 import QtQuick
-import QtQuick.Controls
 import QtTest
-import MediaControls
-import VexoDeck
 import VexoDeckHIDHotplug
-import VexoDeckTest
 
-LoggedTestCase {
+/* The page that waits for a device, and the ways between it and the main layout. */
+MainWindowTestCase {
     id: testCase
 
     name: "WelcomeLayout"
 
-    readonly property var mixer: ({
-            dpid: 0x9829,
-            pid: 0x0102,
-            vid: 7,
-            name: "VEXO Mixdesk R2",
-            sn: "VX24A0117",
-            version: "V1.04"
-        })
-    property Main window: null
-    property StackView stackView: null
-
-    Component {
-        id: mainComponent
-
-        Main {}
-    }
-
-    function init() {
-        HIDHotplugManager.deviceConnected({}, false);
-        TestLog.begin();
-        window = createTemporaryObject(mainComponent, testCase);
-        tryCompare(window, "opacity", 1);
-        stackView = child("stackView");
-    }
-
-    function child(name) {
-        return findChild(window.contentItem, name);
-    }
-
     function connectMixer(changes) {
-        HIDHotplugManager.deviceConnected(Object.assign({}, mixer, changes ?? {}), true);
-    }
-
-    function compareWaiting() {
-        tryCompare(child("startButton"), "visible", false);
-        compare(child("status").visible, false);
-        compare(child("description").visible, true);
-        tryCompare(child("title"), "text", "连接你的 VEXO 设备");
+        connectDevice(Object.assign({}, mixdeskR2, changes ?? {}));
     }
 
     function compareReady() {
@@ -56,16 +17,6 @@ LoggedTestCase {
         compare(child("status").visible, true);
         compare(child("startButton").visible, true);
         compare(child("title").text, "VEXO Mixdesk R2");
-    }
-
-    function openMainLayout() {
-        connectMixer();
-        tryCompare(child("startButton"), "visible", true);
-        tryCompare(stackView, "busy", false);
-        mouseClick(child("startButton"));
-        tryCompare(stackView, "depth", 2);
-        tryCompare(stackView, "busy", false);
-        compare(stackView.currentItem.objectName, "mainLayout");
     }
 
     function test_the_main_window_bears_the_name_of_the_program() {
@@ -79,7 +30,7 @@ LoggedTestCase {
         const welcome = stackView.currentItem;
         verifyFade(() => mouseClick(child("startButton")), () => [stackView.currentItem, welcome]);
         const layout = stackView.currentItem;
-        verifyFade(() => HIDHotplugManager.deviceConnected(mixer, false), () => [welcome, layout]);
+        verifyFade(() => HIDHotplugManager.deviceConnected(mixdeskR2, false), () => [welcome, layout]);
     }
 
     // During the transition the two pages differ in opacity only.
@@ -202,8 +153,7 @@ LoggedTestCase {
     }
 
     function test_the_button_opens_the_main_layout() {
-        openMainLayout();
-        const layout = stackView.currentItem;
+        const layout = openMainLayout(mixdeskR2);
         compare(findChild(layout, "deviceStrip").title, "Mixdesk R2");
     }
 
@@ -221,8 +171,7 @@ LoggedTestCase {
     }
 
     function test_a_key_that_is_held_opens_one_main_layout(row) {
-        window.requestActivate();
-        tryCompare(window, "active", true);
+        activateWindow();
         connectMixer();
         tryCompare(child("startButton"), "activeFocus", true);
         for (let press = 0; press < 5; press++)
@@ -232,8 +181,7 @@ LoggedTestCase {
     }
 
     function test_the_return_key_opens_the_main_layout() {
-        window.requestActivate();
-        tryCompare(window, "active", true);
+        activateWindow();
         connectMixer();
         compareReady();
         compare(child("startButton").activeFocus, true);
@@ -242,12 +190,11 @@ LoggedTestCase {
     }
 
     function test_the_button_that_fades_after_a_loss_takes_no_press() {
-        window.requestActivate();
-        tryCompare(window, "active", true);
+        activateWindow();
         connectMixer();
         compareReady();
         compare(child("startButton").activeFocus, true);
-        HIDHotplugManager.deviceConnected(mixer, false);
+        HIDHotplugManager.deviceConnected(mixdeskR2, false);
         compare(child("startButton").visible, true);
         keyClick(Qt.Key_Return);
         mouseClick(child("startButton"));
@@ -256,10 +203,10 @@ LoggedTestCase {
     }
 
     function test_the_loss_of_the_device_leads_back_and_destroys_the_main_layout() {
-        openMainLayout();
+        openMainLayout(mixdeskR2);
         let destroyed = false;
         stackView.currentItem.Component.destruction.connect(() => destroyed = true);
-        HIDHotplugManager.deviceConnected(mixer, false);
+        HIDHotplugManager.deviceConnected(mixdeskR2, false);
         compare(stackView.depth, 1);
         tryVerify(() => destroyed);
         tryCompare(stackView, "busy", false);
@@ -267,13 +214,12 @@ LoggedTestCase {
     }
 
     function test_after_a_reconnection_the_button_is_pressed_again() {
-        openMainLayout();
-        HIDHotplugManager.deviceConnected(mixer, false);
-        tryCompare(stackView, "busy", false);
+        openMainLayout(mixdeskR2);
+        loseDevice();
         connectMixer();
         compareReady();
         compare(stackView.depth, 1);
-        openMainLayout();
+        openMainLayout(mixdeskR2);
     }
 
     function test_everything_has_a_name_for_a_screen_reader() {

@@ -1,12 +1,13 @@
-// Draws states of the windows that no service of the program brings about yet, with fake services, and saves
-// pictures of them:
-//     vexo_document_pictures upgrade|mixer FOLDER
+// Draws states of the windows that no service of the program brings about yet, with fake services, and the
+// gallery of all controls, and saves pictures of them:
+//     vexo_document_pictures upgrade|mixer|gallery FOLDER
 // Wants a display (an Xvfb will do). tools/pictures/make runs it.
 
 #include "tests/support/qml/FakeProgram.h"
 #include "tools/pictures/Pictures.h"
 
 #include <QGuiApplication>
+#include <QImage>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 
@@ -17,6 +18,15 @@ namespace {
 // Longer than any transition of a page.
 constexpr int kSettleMs = 900;
 
+bool takeWindowPictures(QQmlApplicationEngine& engine, const QString& part, const QDir& folder) {
+    engine.loadFromModule("VexoDeck", "Main");
+    if (engine.rootObjects().isEmpty())
+        return false;
+    auto& window = *qobject_cast<QQuickWindow*>(engine.rootObjects().first());
+    return part == "mixer" ? takeMixerPictures(engine, window, folder)
+                           : takeUpgradePictures(engine, window, folder);
+}
+
 } // namespace
 
 void settle(const std::function<void()>& everyPeriod) {
@@ -26,8 +36,12 @@ void settle(const std::function<void()>& everyPeriod) {
 bool savePicture(QQuickWindow& window, const QDir& folder, const QString& state,
                  const std::function<void()>& everyPeriod) {
     settle(everyPeriod);
+    return writePicture(window.grabWindow(), folder, state);
+}
+
+bool writePicture(const QImage& picture, const QDir& folder, const QString& state) {
     const QString path = folder.filePath(state + ".png");
-    const bool saved = window.grabWindow().save(path);
+    const bool saved = picture.save(path);
     if (!saved)
         std::fprintf(stderr, "could not save %s\n", qPrintable(path));
     return saved;
@@ -36,20 +50,16 @@ bool savePicture(QQuickWindow& window, const QDir& folder, const QString& state,
 int main(int argc, char** argv) {
     QGuiApplication application(argc, argv);
     const QStringList arguments = QGuiApplication::arguments();
-    const bool wantsMixer = arguments.value(1) == "mixer";
-    if (arguments.size() != 3 || (!wantsMixer && arguments[1] != "upgrade")) {
-        std::fprintf(stderr, "usage: vexo_document_pictures upgrade|mixer FOLDER\n");
+    const QString part = arguments.value(1);
+    if (arguments.size() != 3 || !QStringList{"upgrade", "mixer", "gallery"}.contains(part)) {
+        std::fprintf(stderr, "usage: vexo_document_pictures upgrade|mixer|gallery FOLDER\n");
         return 2;
     }
     const QDir folder(QDir(arguments[2]).absolutePath());
     folder.mkpath(".");
     setUpFakeProgram();
     QQmlApplicationEngine engine;
-    engine.loadFromModule("VexoDeck", "Main");
-    if (engine.rootObjects().isEmpty())
-        return 1;
-    auto& window = *qobject_cast<QQuickWindow*>(engine.rootObjects().first());
     const bool good =
-        wantsMixer ? takeMixerPictures(engine, window, folder) : takeUpgradePictures(engine, window, folder);
+        part == "gallery" ? takeGalleryPicture(engine, folder) : takeWindowPictures(engine, part, folder);
     return good ? 0 : 1;
 }

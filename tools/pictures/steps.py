@@ -66,15 +66,9 @@ def take_program(model, builds, folder):
 
 
 def take_documents(part, builds, folder):
-    """What no service of the program brings about yet: the same documents with fake services."""
+    """The gallery, or what no service of the program brings about yet: the same documents with fake services."""
     with Stage(builds.dev, [], size=SCREEN) as stage:
         run(builds.dev / "tools" / "pictures" / "vexo_document_pictures", part, folder, env=stage.env)
-
-
-def take_gallery(builds, folder):
-    with Stage(builds.dev, [], size=SCREEN) as stage:
-        run(builds.dev / "tests" / "qml" / "gallery" / "vexo_control_gallery", "--save", folder / "control-gallery.png",
-            env=stage.env)
 
 
 def take_scenes(builds, folder):
@@ -119,7 +113,7 @@ STEPS = {
     "program t40": functools.partial(take_program, "t40"),
     "upgrade": functools.partial(take_documents, "upgrade"),
     "mixer": functools.partial(take_documents, "mixer"),
-    "gallery": take_gallery,
+    "gallery": functools.partial(take_documents, "gallery"),
     "scenes": take_scenes,
     "windows": take_windows,
 }

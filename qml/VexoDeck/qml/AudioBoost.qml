@@ -24,7 +24,7 @@ SettingsSection {
     }
 
     function updateAIType() {
-        HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.ai_jianzao, [aiSwitch.checked ? noiseSelect2.selectIndex + 1 : 0]);
+        DeviceValues.noiseReduction.send(aiSwitch.checked ? noiseSelect2.selectIndex + 1 : 0);
     }
 
     // Podcast, game and live set the same values by design; custom leaves everything as it is.
@@ -46,9 +46,9 @@ SettingsSection {
         compressor.checked = boosted;
         compressor.value = compressorDb;
         updateAIType();
-        sendAntiClipping(boosted);
+        DeviceValues.antiClipping.sendSwitch(boosted);
         if (boosted)
-            HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.device_boom_value, [clippingDb]);
+            DeviceValues.antiClippingThreshold.send(clippingDb);
         ConfigMgr.setValue(keys.device_equalizer, boosted);
         if (boosted) {
             ConfigMgr.setValue(keys.device_equalizer_current_index, 1);
@@ -57,10 +57,10 @@ SettingsSection {
         MessageBus.publishUpdateDeviceEqualizerCurrentChangeByType(boosted);
         if (boosted)
             ConfigMgr.setValue(keys.ai_jianzao_type, 1);
-        ConfigMgr.setValue(keys.device_boom, boosted);
-        ConfigMgr.setValue(keys.device_boom_value, clippingDb);
-        ConfigMgr.setValue(keys.device_compressor, boosted);
-        ConfigMgr.setValue(keys.device_compressor_value, compressorDb);
+        DeviceValues.antiClipping.store(boosted);
+        DeviceValues.antiClippingThreshold.store(clippingDb);
+        DeviceValues.compressor.store(boosted);
+        DeviceValues.compressorThreshold.store(compressorDb);
     }
 
     // The row listens to what is published here, so that a click applies its scene twice.
@@ -77,12 +77,8 @@ SettingsSection {
         updateSelectIndex(customScene);
     }
 
-    function sendAntiClipping(on: bool) {
-        HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.anti_noise, [on ? 1 : 0]);
-    }
-
     function handleAntiClippingToggled(on: bool) {
-        sendAntiClipping(on);
+        DeviceValues.antiClipping.sendSwitch(on);
         updateSelectIndex(customScene);
     }
 
@@ -90,7 +86,7 @@ SettingsSection {
     function handleNoiseReductionReport(report: var) {
         if (typeof report !== "number")
             return;
-        ConfigMgr.setValue(ConfigMgr.keys.ai_jianzao, report !== 0);
+        DeviceValues.noiseReduction.store(report !== 0);
         aiSwitch.checked = report !== 0;
         if (report !== 0) {
             ConfigMgr.setValue(ConfigMgr.keys.ai_jianzao_type, report - 1);
@@ -150,14 +146,15 @@ SettingsSection {
         visible: !audioBoost.isR2
         text: qsTr("AI降噪")
         tips: qsTr("弱降噪可以在消除环境噪音的同时，保持高音质收音效果。强降噪可以更好的消除环境噪音，音质损失较弱降噪略大")
-        key: ConfigMgr.keys.ai_jianzao
+        deviceValue: DeviceValues.noiseReduction
+        follows: false
         onToggled: {
             audioBoost.updateAIType();
             audioBoost.updateSelectIndex(audioBoost.customScene);
         }
 
         MessageListener {
-            messageTypes: [MessageBus.messageTypes.AI_JIANZAO_STATE]
+            messageTypes: [aiSwitch.deviceValue.topic]
             onMessage: (topic, report) => audioBoost.handleNoiseReductionReport(report)
         }
     }
@@ -192,13 +189,12 @@ SettingsSection {
         visible: !audioBoost.isR2
         text: audioBoost.antiClippingText
         tips: audioBoost.antiClippingTips
-        key: ConfigMgr.keys.device_boom
-        valueKey: ConfigMgr.keys.device_boom_value
-        topic: MessageBus.messageTypes.ANTI_NOISE_STATE
+        deviceValue: DeviceValues.antiClipping
+        threshold: DeviceValues.antiClippingThreshold
         from: -40
         onToggled: checked => audioBoost.handleAntiClippingToggled(checked)
         onMoved: dB => {
-            HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.device_boom_value, [dB]);
+            threshold.send(dB);
             audioBoost.updateSelectIndex(audioBoost.customScene);
         }
     }
@@ -211,8 +207,8 @@ SettingsSection {
         visible: !audioBoost.isR2
         text: qsTr("压缩器")
         tips: qsTr("压缩器用于控制音频信号的动态范围，开启后，可避免音量过高导致失真或听感刺耳。")
-        key: ConfigMgr.keys.device_compressor
-        valueKey: ConfigMgr.keys.device_compressor_value
+        deviceValue: DeviceValues.compressor
+        threshold: DeviceValues.compressorThreshold
         from: -80
         onToggled: audioBoost.updateSelectIndex(audioBoost.customScene)
         onMoved: audioBoost.updateSelectIndex(audioBoost.customScene)
@@ -224,7 +220,8 @@ SettingsSection {
         visible: audioBoost.isR2
         text: audioBoost.antiClippingText
         tips: audioBoost.antiClippingTips
-        key: ConfigMgr.keys.device_boom
+        deviceValue: DeviceValues.antiClipping
+        follows: false
         onToggled: checked => audioBoost.handleAntiClippingToggled(checked)
     }
 

@@ -74,7 +74,7 @@ Row {
         });
     }
 
-    // Gives an input its stream and opens it.
+    // Assigns a stream to an input and opens it.
     function addInput(app: var, streamID: int) {
         if (!app.isInput)
             return;

@@ -10,7 +10,7 @@ import "EqualizerCurve.js" as Curve
     The chart of the equaliser: the curve of the selected preset. The user edits own presets by the points of the curve:
     with the mouse, or with the arrow keys, left and right for the band, up and down for its gain.
 */
-Item {
+DragSurface {
     id: eqChartContainer
 
     // A preset's record.
@@ -24,11 +24,6 @@ Item {
     readonly property list<real> gainLevels: [6, 4, 2, 0, -2, -4, -6]
     readonly property list<string> gainLabels: gainLevels.map(gain => gain === 0 ? "0" : gainText(gain))
     readonly property list<real> gains: Curve.twelveGains(currentEqData.value)
-    // The gain of the keyboard's band in dB, under the property names that a screen reader reads.
-    readonly property real value: gains[edit.keyBand]
-    readonly property real minimumValue: Curve.minimumGain
-    readonly property real maximumValue: Curve.maximumGain
-    readonly property real stepSize: 0.5
 
     // The user's hand has moved a band's gain, in dB.
     signal gainEdited(band: int, gain: real)
@@ -40,8 +35,6 @@ Item {
 
         property int band: -1
         property int keyBand: 0
-        // The focus is shown until the mouse is used.
-        property bool focusShown: true
     }
 
     function gainText(gain: real): string {
@@ -69,28 +62,38 @@ Item {
         pressed();
     }
 
-    function stepGain(step: real) {
+    function drag(y: real) {
+        if (edit.band >= 0)
+            applyAt(y);
+    }
+
+    function stepGain(steps: int) {
         if (!editable)
             return;
-        edit.focusShown = true;
-        const wanted = Math.round((gains[edit.keyBand] + step) * 2) / 2;
+        tookFocus = false;
+        const wanted = Math.round(gains[edit.keyBand] / stepSize + steps) * stepSize;
         gainEdited(edit.keyBand, Math.max(Curve.minimumGain, Math.min(Curve.maximumGain, wanted)));
         pressed();
     }
 
-    function stepBand(step: int) {
-        edit.focusShown = true;
-        edit.keyBand = Math.max(0, Math.min(Curve.bandCount - 1, edit.keyBand + step));
+    function stepBand(steps: int) {
+        tookFocus = false;
+        edit.keyBand = Math.max(0, Math.min(Curve.bandCount - 1, edit.keyBand + steps));
     }
 
     objectName: "eqChartContainer"
+    // The gain of the keyboard's band in dB.
+    current: gains[edit.keyBand]
+    minimumValue: Curve.minimumGain
+    maximumValue: Curve.maximumGain
+    stepSize: 0.5
+    orientation: Qt.Vertical
+    plane: canvas
+    hoverEnabled: true
+    cursorShape: editable && (held || Curve.nearestBand(mouseX, canvas.width) >= 0) ? Qt.PointingHandCursor : Qt.ArrowCursor
     activeFocusOnTab: editable
-    Accessible.role: Accessible.Slider
     Accessible.name: frequencyLabels[edit.keyBand]
     Accessible.description: gainText(gains[edit.keyBand])
-    Accessible.focusable: editable
-    Accessible.onIncreaseAction: stepGain(0.5)
-    Accessible.onDecreaseAction: stepGain(-0.5)
 
     Repeater {
         model: eqChartContainer.gainLevels
@@ -135,32 +138,12 @@ Item {
         anchors.bottomMargin: 25
         gains: eqChartContainer.gains
 
-        MouseArea {
-            id: mouse
-
-            objectName: "curveArea"
-            anchors.fill: parent
-            hoverEnabled: true
-            cursorShape: eqChartContainer.editable && (pressed || Curve.nearestBand(mouseX, width) >= 0) ? Qt.PointingHandCursor : Qt.ArrowCursor
-            onPressed: event => {
-                edit.focusShown = false;
-                eqChartContainer.press(event.x, event.y);
-                eqChartContainer.forceActiveFocus(Qt.MouseFocusReason);
-            }
-            onPositionChanged: event => {
-                if ((event.buttons & Qt.LeftButton) && edit.band >= 0)
-                    eqChartContainer.applyAt(event.y);
-            }
-            onReleased: edit.band = -1
-            onCanceled: edit.band = -1
-        }
-
         // Marks the point that the mouse or the keyboard moves.
         Item {
             id: point
 
             readonly property int band: edit.band >= 0 ? edit.band : edit.keyBand
-            readonly property bool focused: eqChartContainer.activeFocus && edit.focusShown && eqChartContainer.editable
+            readonly property bool focused: eqChartContainer.focusShown && eqChartContainer.editable
 
             x: Curve.bandX(band, canvas.width)
             y: Curve.gainY(eqChartContainer.gains[band], canvas.height)
@@ -177,13 +160,14 @@ Item {
         }
     }
 
-    Keys.onLeftPressed: stepBand(-1)
-    Keys.onRightPressed: stepBand(1)
-    Keys.onUpPressed: stepGain(0.5)
-    Keys.onDownPressed: stepGain(-0.5)
-    onActiveFocusChanged: {
-        if (!activeFocus)
-            edit.focusShown = true;
+    onPressedAt: (x, y) => press(x, y)
+    onDraggedTo: (x, y) => drag(y)
+    onLetGo: edit.band = -1
+    onStepped: (right, up) => {
+        if (right !== 0)
+            stepBand(right);
+        if (up !== 0)
+            stepGain(up);
     }
     onCurrentEqDataChanged: warnOfLength()
     Component.onCompleted: warnOfLength()

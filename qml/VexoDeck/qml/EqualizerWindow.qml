@@ -4,7 +4,7 @@ import QtQuick
 import MediaControls
 
 /*
-    The equaliser of the device's channel: on or off, its presets, and the curve of the selected one. Nothing goes to
+    The equaliser of the device's input: on or off, its presets, and the curve of the selected one. Nothing goes to
     the device: the window writes the settings and notifies the engine, which reads them.
 */
 WindowFrame {

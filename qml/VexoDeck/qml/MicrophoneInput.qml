@@ -9,10 +9,6 @@ SettingsSection {
     readonly property string autoGainText: qsTr("自动增益")
     readonly property string autoGainTips: qsTr("开启后，话筒音量将自动调节至最佳增益。")
 
-    function sendSwitch(attribute: int, on: bool) {
-        HIDDeviceMgr.sendMessage(attribute, [on ? 1 : 0]);
-    }
-
     title: isR2 ? qsTr("XLR输入") : qsTr("话筒")
     minimumCardHeight: isR2 ? 220 : 180
 
@@ -32,9 +28,8 @@ SettingsSection {
         visible: !microphoneInput.isR2
         text: microphoneInput.autoGainText
         tips: microphoneInput.autoGainTips
-        key: ConfigMgr.keys.auto_gain_on
-        topic: MessageBus.messageTypes.UPDATE_AUTO_GAIN_ON
-        onToggled: checked => microphoneInput.sendSwitch(HIDDeviceMgr.attrs.auto_gain_on, checked)
+        deviceValue: DeviceValues.autoGain
+        onToggled: checked => deviceValue.sendSwitch(checked)
     }
 
     SettingRow {
@@ -55,17 +50,15 @@ SettingsSection {
     SwitchRow {
         objectName: "muteSwitch"
         text: qsTr("静音")
-        key: ConfigMgr.keys.device_mute
-        topic: MessageBus.messageTypes.MUTE_STATE
-        onToggled: checked => microphoneInput.sendSwitch(HIDDeviceMgr.attrs.mute, checked)
+        deviceValue: DeviceValues.mute
+        onToggled: checked => deviceValue.sendSwitch(checked)
     }
 
     SwitchRow {
         objectName: "phantomSwitch"
         visible: microphoneInput.isR2
         text: qsTr("48V幻象电源")
-        key: ConfigMgr.keys.device_phantom
-        topic: MessageBus.messageTypes.POWER_STATE
-        onToggled: checked => microphoneInput.sendSwitch(HIDDeviceMgr.attrs.power, checked)
+        deviceValue: DeviceValues.phantomPower
+        onToggled: checked => deviceValue.sendSwitch(checked)
     }
 }

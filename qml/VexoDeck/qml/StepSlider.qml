@@ -1,20 +1,20 @@
 import QtQuick
 import MediaControls
 
-/* A slider of whole steps that takes its value from the settings. */
+/* A slider of a device's value, in whole steps. It takes the value from the settings. */
 CustomSlider {
     id: stepSlider
 
-    required property string key
+    required property DeviceValue deviceValue
     // The value as a whole number: the slider's own may be off by a rounding error.
     readonly property int step: Math.round(value)
 
     function readValue() {
-        value = ConfigMgr.getValue(key);
+        value = deviceValue.read();
     }
 
     function writeValue() {
-        ConfigMgr.setValue(key, step);
+        deviceValue.store(step);
     }
 
     stepSize: 1

@@ -48,7 +48,7 @@ Column {
         objectName: block.sliderName
         width: parent.width
         height: 32
-        key: block.deviceValue.key
+        deviceValue: block.deviceValue
         from: block.from
         to: block.to
         name: block.text

@@ -40,10 +40,10 @@ QtObject {
         return deviceValue?.key ?? Records.volumeKey(identifier);
     }
 
-    // The identifier is given: a handler of its change may come before the bindings here.
+    // The caller passes the identifier: a handler of its change may come before the bindings here.
     function read(identifier: string) {
         const name = keyOf(identifier);
-        const value = Number(deviceValue ? ConfigMgr.getValue(name) : ConfigMgr.getValue(name, defaultValue));
+        const value = Number(deviceValue ? deviceValue.read() : ConfigMgr.getValue(name, defaultValue));
         fader.show(Number.isFinite(value) ? value : defaultValue);
     }
 

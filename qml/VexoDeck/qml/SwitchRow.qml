@@ -2,15 +2,15 @@ import QtQuick
 import MediaControls
 
 /*
-    A row with a switch that is kept in the settings. Only the user's hand emits toggled, so that only the user's changes
+    A row with a switch of the device, which is kept in the settings. Only the user's hand emits toggled, so that only the user's changes
     are sent. A report of the device moves the switch and is not echoed.
 */
 SettingRow {
     id: switchRow
 
-    required property string key
-    // The topic of the device's reports.
-    property string topic: ""
+    required property DeviceValue deviceValue
+    // What the device reports moves the switch.
+    property bool follows: true
     // Shown beside the switch.
     property string valueText: ""
     property alias checked: switchBox.checked
@@ -33,16 +33,16 @@ SettingRow {
         name: switchRow.text
         description: switchRow.tips
         onCheckedChanged: {
-            if (ConfigMgr.getValue(switchRow.key) !== checked)
-                ConfigMgr.setValue(switchRow.key, checked);
+            if (switchRow.deviceValue.read() !== checked)
+                switchRow.deviceValue.store(checked);
         }
         onToggled: checked => switchRow.toggled(checked)
     }
 
     MessageListener {
-        messageTypes: switchRow.topic === "" ? [] : [switchRow.topic]
+        messageTypes: switchRow.follows && switchRow.deviceValue.topic !== "" ? [switchRow.deviceValue.topic] : []
         onMessage: (topic, value) => switchBox.checked = value === 1
     }
 
-    Component.onCompleted: switchBox.checked = ConfigMgr.getValue(key)
+    Component.onCompleted: switchBox.checked = deviceValue.read()
 }

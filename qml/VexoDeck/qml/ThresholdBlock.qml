@@ -10,10 +10,8 @@ Column {
     required property string text
     required property string tips
     // Of the switch.
-    required property string key
-    property string topic: ""
-    // Of the threshold.
-    required property string valueKey
+    required property DeviceValue deviceValue
+    required property DeviceValue threshold
     required property int from
     property string sliderName: "slider"
     property alias checked: switchRow.checked
@@ -31,8 +29,7 @@ Column {
         objectName: "switchRow"
         text: block.text
         tips: block.tips
-        key: block.key
-        topic: block.topic
+        deviceValue: block.deviceValue
         valueText: checked ? slider.valueText : ""
         onToggled: checked => block.toggled(checked)
     }
@@ -44,7 +41,7 @@ Column {
         width: parent.width
         height: 28
         visible: block.checked
-        key: block.valueKey
+        deviceValue: block.threshold
         from: block.from
         to: 0
         name: block.text

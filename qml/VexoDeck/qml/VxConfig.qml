@@ -4,8 +4,8 @@ import QtQuick
 import MediaControls
 
 /*
-    Common ground of the windows: device pictures, the platform test, the window factory, and the byte helpers with
-    which values are packed for the device. The byte helpers work on 32-bit integers.
+    Common ground of the windows: device pictures, the platform test, the window factory, and the byte functions that
+    pack values for the device. These work on 32-bit integers.
 */
 QtObject {
     id: config
@@ -96,7 +96,7 @@ QtObject {
         return bytes;
     }
 
-    // Low byte first. Four bytes with the top bit set give a negative number.
+    // Low byte first. Four bytes with the top bit set make a negative number.
     function byteArrayToInt(byteArray: var): int {
         let value = 0;
         for (let index = 0; index < Math.min(byteArray.length, 4); index++)

@@ -1,0 +1,89 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/* The base of a list box: a closed box with its current text, and a list that opens below it. */
+T.ComboBox {
+    id: listBox
+
+    property int arrowSize: 16
+    // From the right edge.
+    property real arrowInset: 10
+    readonly property color restColor: hovered && enabled ? VxTheme.popupHover : VxTheme.popup
+    // While pressed or open.
+    property color downColor: restColor
+    property real listWidth: width
+    property real listMargins: 4
+    // How long the list fades in and the arrow turns, in ms.
+    property int openMs: VxTheme.hoverMs
+
+    signal aboutToOpen
+
+    hoverEnabled: true
+    focusPolicy: Qt.StrongFocus
+    font.family: VxTheme.fontFamily
+    font.pixelSize: VxTheme.fontSmall
+    opacity: enabled ? 1 : VxTheme.disabledOpacity
+
+    Accessible.role: Accessible.ComboBox
+
+    contentItem: VxText {
+        text: listBox.displayText
+        font: listBox.font
+        elide: Text.ElideRight
+    }
+    indicator: VxIcon {
+        x: listBox.width - width - listBox.arrowInset
+        y: (listBox.height - height) / 2
+        size: listBox.arrowSize
+        source: "icons/down.svg"
+        rotation: listBox.popup.visible ? 180 : 0
+
+        Behavior on rotation {
+            NumberAnimation {
+                duration: listBox.openMs
+            }
+        }
+    }
+    background: Rectangle {
+        radius: VxTheme.radiusSmall
+        color: listBox.down ? listBox.downColor : listBox.restColor
+        border.width: 1
+        border.color: listBox.popup.visible ? VxTheme.accent : VxTheme.outline
+
+        FocusRing {
+            visible: listBox.visualFocus && !listBox.popup.visible
+        }
+    }
+    popup: T.Popup {
+        y: listBox.height + 4
+        width: listBox.listWidth
+        implicitHeight: Math.min(list.contentHeight + topPadding + bottomPadding, 300)
+        padding: 4
+        margins: listBox.listMargins
+
+        contentItem: ScrollList {
+            id: list
+
+            implicitHeight: contentHeight
+            model: listBox.delegateModel
+            currentIndex: listBox.highlightedIndex
+            highlightMoveDuration: 0
+        }
+        background: Rectangle {
+            radius: VxTheme.radiusPanel
+            color: VxTheme.popup
+            border.width: 1
+            border.color: VxTheme.outline
+        }
+        enter: Transition {
+            NumberAnimation {
+                property: "opacity"
+                from: 0
+                to: 1
+                duration: listBox.openMs
+            }
+        }
+
+        onAboutToShow: listBox.aboutToOpen()
+    }
+}
