@@ -85,26 +85,26 @@ public:
 using Break = void (*)(Calls&);
 
 // Lets one call give this answer, and nothing else.
-template <auto Call, auto Answer>
+template <auto kCall, auto kAnswer>
 void answers(Calls& calls) {
-    calls.table.*Call = [&calls](auto...) {
+    calls.table.*kCall = [&calls](auto...) {
         ++calls.failures;
         SetLastError(ERROR_ACCESS_DENIED);
-        return Answer;
+        return kAnswer;
     };
 }
 
-template <auto Call>
+template <auto kCall>
 constexpr Break kGivesNothing = [](Calls& calls) {
-    calls.table.*Call = [&calls](auto...) {
+    calls.table.*kCall = [&calls](auto...) {
         ++calls.failures;
         SetLastError(ERROR_ACCESS_DENIED);
-        return typename decltype(std::function{calls.table.*Call})::result_type{};
+        return typename decltype(std::function{calls.table.*kCall})::result_type{};
     };
 };
 
-template <auto Call>
-constexpr Break kGdiPlusFails = answers<Call, GenericError>;
+template <auto kCall>
+constexpr Break kGdiPlusFails = answers<kCall, GenericError>;
 
 // The shell has no icon of this file, but has that of any program.
 void shellKnowsNoIconOfTheFile(Calls& calls) {

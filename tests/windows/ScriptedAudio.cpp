@@ -256,6 +256,7 @@ IAudioClient* scriptedClient(const Script& script, const ComPtr<IAudioClient>& b
     return new ScriptedClient(script, behind);
 }
 
+// NOLINTNEXTLINE(readability-function-size): one entry after the other
 AudioSystemCalls scriptedCalls(const Script& script) {
     const AudioSystemCalls real = windowsAudioSystemCalls();
     AudioSystemCalls calls = real;

@@ -59,7 +59,8 @@ protected:
     [[nodiscard]] Block plain() const {
         Block block{};
         for (std::size_t at = 0; at < block.size(); ++at) {
-            const auto frame = static_cast<double>(blockNumber) * 256.0 + static_cast<double>(at / 2);
+            const std::size_t frameInBlock = at / 2;
+            const auto frame = static_cast<double>(blockNumber) * 256.0 + static_cast<double>(frameInBlock);
             block[at] = static_cast<float>(0.25 * std::sin(frame * 0.1308996939)); // 1000 Hz
         }
         return block;

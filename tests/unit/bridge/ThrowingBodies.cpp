@@ -46,6 +46,7 @@ int thrownCount() {
 
 // ---- the capture service
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): declared so
 AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers, Pause)
     : buffers(inputBuffers), state(answer(std::make_unique<AudioRouterState>())) {}
 AudioRouterService::~AudioRouterService() = default;

@@ -12,9 +12,9 @@ namespace {
 
 using MixGolden = MixerFixture;
 
-template <std::size_t count>
-std::vector<float> floats(const std::array<std::uint32_t, count>& bits) {
-    std::vector<float> values(count);
+template <std::size_t kCount>
+std::vector<float> floats(const std::array<std::uint32_t, kCount>& bits) {
+    std::vector<float> values(kCount);
     std::ranges::transform(bits, values.begin(),
                            [](std::uint32_t word) { return std::bit_cast<float>(word); });
     return values;
