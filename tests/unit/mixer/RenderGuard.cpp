@@ -51,7 +51,7 @@ void report(const char* format, ...) {
     const int length = std::vsnprintf(line.data(), line.size(), format, arguments);
     va_end(arguments);
     if (length > 0) {
-        static_cast<void>(!write(kReportDescriptor, line.data(), static_cast<std::size_t>(length)));
+        static_cast<void>(!::write(kReportDescriptor, line.data(), static_cast<std::size_t>(length)));
     }
 }
 

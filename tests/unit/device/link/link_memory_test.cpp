@@ -12,7 +12,7 @@ namespace {
 using wireFrame::kFrameBytes;
 using wireFrame::kHost;
 
-constexpr LinkAddress kDevice{7, 3, 0x1234};
+constexpr LinkAddress kSender{7, 3, 0x1234};
 
 // A device that answers two of three requests at once with status 0, through a fixed buffer.
 struct EchoingWire {
@@ -38,7 +38,7 @@ struct EchoingWire {
             reply[20] = reply[21] = 1;
             reply[28] = 36;
         }
-        wireFrame::encodeInPlace(frame, kind, sequence, kDevice, kHost, messageId);
+        wireFrame::encodeInPlace(frame, kind, sequence, kSender, kHost, messageId);
         linkFeed(channel, static_cast<std::uint32_t>(frame.size()), frame.data());
         reply.fill(0);
     }
@@ -81,10 +81,10 @@ TEST(LinkMemory, AStackAtWorkTakesNothingFromTheHeap) {
             wire.feed(kLinkNotification, 1, 0, 13);
         }
         if (tick % 7 == 0) {
-            linkSetAttribute(kDevice, 9, static_cast<std::uint8_t>(tick % 201), value.data());
+            linkSetAttribute(kSender, 9, static_cast<std::uint8_t>(tick % 201), value.data());
         }
         if (tick % 50 == 0) {
-            linkGetAttributes(kDevice, 10, value.data());
+            linkGetAttributes(kSender, 10, value.data());
             linkQueryName(kHost);
             wire.feed(kLinkNotification, 1, kLinkMessageSubscribe, 20);
             wire.feed(kLinkRequest, 1, kLinkMessageVersion, 0);
