@@ -18,7 +18,7 @@
 inline constexpr std::size_t kRouterLineBytes = 1024;
 
 /// Lines that the queue holds.
-inline constexpr std::size_t kRouterLogLines = 256;
+inline constexpr std::size_t kRouterLogLines = 2048;
 
 /// Logs one line, without a line break at its end. The first line of the process makes the queue and its
 /// thread; no later one allocates. A character that the output cannot express ends the line early; the

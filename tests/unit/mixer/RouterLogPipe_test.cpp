@@ -86,7 +86,7 @@ private:
 } // namespace
 
 TEST(RouterLogPipe, WhoLogsDoesNotWaitForAPipeThatNobodyReads) {
-    constexpr int kLines = 1000;
+    constexpr int kLines = 2 * static_cast<int>(kRouterLogLines);
     flushRouterLog();
     FullPipe output;
     Clock::duration worst{};
