@@ -18,7 +18,7 @@ from linting.tree import ROOT, Result, files
 
 TABLE = "docs/architecture.md"
 HEADER = re.compile(r"^\|\s*Room\s*\|\s*May include\s*\|\s*$")
-INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"', re.MULTILINE)
+INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*([<"])([^">]+)[">]', re.MULTILINE)
 EVERYTHING = "*"
 BODIES = ("platform/linux", "platform/windows")
 
@@ -121,10 +121,11 @@ def check_file(root, path, table, used):
     text = path.read_text(encoding="utf-8")
     for match in INCLUDE.finditer(text):
         line = text.count("\n", 0, match.start()) + 1
-        target = included(root, path, match[1])
+        opener, word = match.groups()
+        target = included(root, path, word)
         if target is None:
-            if not match[1].endswith(".moc"):
-                problems.append(f'{name}:{line}: "{match[1]}" is not in the tree: name it from the root folder')
+            if opener == '"' and not word.endswith(".moc"):
+                problems.append(f'{name}:{line}: "{word}" is not in the tree: name it from the root folder')
             continue
         other = room_of(target, table)
         if other == room or table[room] == {EVERYTHING}:

@@ -32,7 +32,7 @@ TREE_LINK = "UnifiedSource"
 # them build is checked as the first one builds it.
 PRESETS = {"dev": [], "asan": [], "windows": ["--target=x86_64-w64-mingw32"]}
 
-INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"', re.MULTILINE)
+INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*[<"]([^">]+)[">]', re.MULTILINE)
 MESSAGE = re.compile(r"^(?P<path>/[^:\n]+):\d+:\d+: (?P<kind>warning|error): .*\[(?P<check>[^\[\]]+)\]$")
 
 # What stands at the beginning of a line is at the top level: namespaces indent nothing here.
@@ -166,7 +166,8 @@ def environment():
     """Of what a mark holds besides files of the tree."""
     status = pathlib.Path("/var/lib/dpkg/status")
     packages = status.read_bytes() if status.exists() else b""
-    return hashlib.sha256(run("clang-tidy", "--version").stdout.encode() + packages + CONFIGURATION.read_bytes())
+    own = pathlib.Path(__file__).read_bytes()
+    return hashlib.sha256(run("clang-tidy", "--version").stdout.encode() + packages + CONFIGURATION.read_bytes() + own)
 
 
 def read_sources():
@@ -176,7 +177,8 @@ def read_sources():
         source = Source(path, flags, text.count("\n"), names_at_top_level(text), reads, headers.world_of(reads, flags))
         # The same wherever the tree lies.
         key = base.copy()
-        key.update(repr((flags.system(), flags.standard, sorted(flags.definitions))).replace(str(ROOT), "").encode())
+        meaning = flags.system(), flags.standard, sorted(flags.definitions), flags.folders
+        key.update(repr(meaning).replace(str(ROOT), "").encode())
         for read in sorted(source.reads):
             key.update(f"\0{read.relative_to(ROOT)}\0".encode() + read.read_bytes())
         source.mark = CACHE / key.hexdigest()
@@ -261,7 +263,8 @@ def messages(text, status):
             found.append((path, match["check"] == "clang-diagnostic-error", line.replace(match["path"], shown, 1)))
         elif found and re.match(r"^ +(\d+ )?\||^/[^:]+:\d+:\d+: note: ", line):
             found[-1] = (*found[-1][:2], f"{found[-1][2]}\n{line.replace(f'{ROOT}/', '')}")
-    if status != 0 and not found:
+    # Ended by a signal, it has not read everything.
+    if status not in (0, 1) or (status == 1 and not found):
         found.append((ROOT, True, text.strip()))
     return found
 
@@ -284,11 +287,10 @@ def check_group(group):
         return check_each(alone) + (check_group(rest) if rest else [])
     wrong = {path for path, _, _ in told}
     suspects = [source for source in group if source.path in wrong]
-    for path in wrong - {source.path for source in suspects}:
-        reader = next((source for source in group if path in source.reads), group[0])
-        suspects += [reader] if reader not in suspects else []
     # A problem of a source is one of it alone, too: the company of others may have been the reason.
     problems = check_each(suspects)
+    headers = wrong - {source.path for source in suspects}
+    problems += [text for path, _, text in told if path in headers and text not in problems]
     close([source for source in group if source not in suspects and not source.reads & wrong], [])
     return problems
 

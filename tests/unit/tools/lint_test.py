@@ -4,6 +4,7 @@ import pathlib
 import sys
 import tempfile
 import unittest
+from unittest import mock
 
 sys.dont_write_bytecode = True
 ROOT = pathlib.Path(__file__).resolve().parents[3]
@@ -67,6 +68,10 @@ class IncludeTable(Tree):
 
     def test_a_way_around_by_a_relative_path_is_told_too(self):
         self.write({"platform/Sound.h": '#  include "../mixer/Gain.h"\n'})
+        self.assertEqual(self.problems(), ["platform/Sound.h:1: platform may not include mixer: mixer/Gain.h"])
+
+    def test_a_header_of_the_tree_in_angles_is_told_too(self):
+        self.write({"platform/Sound.h": "#include <mixer/Gain.h>\n#include <vector>\n"})
         self.assertEqual(self.problems(), ["platform/Sound.h:1: platform may not include mixer: mixer/Gain.h"])
 
     def test_a_single_header_opens_no_other_of_its_room(self):
@@ -192,6 +197,39 @@ class Groups(unittest.TestCase):
                           "#undef VEXO_FOLDER", "#undef main",
                           '#define VEXO_FOLDER "b"', "#define main mainOfSource1", '#include "/tree/b.cpp"',
                           "#undef VEXO_FOLDER", "#undef main"])
+
+    def checked(self, group, told):
+        """The problems of a group and the sources that are marked, when clang-tidy says `told` of sources by name."""
+        with tempfile.TemporaryDirectory() as folder:
+            for source in group:
+                source.mark = pathlib.Path(folder, source.name)
+            with mock.patch.object(tidy, "clang_tidy", lambda some: told([source.name for source in some])):
+                problems = tidy.check_group(group)
+            return problems, sorted(source.name for source in group if source.mark.exists())
+
+    def test_a_problem_that_only_a_header_shows_in_company_is_told(self):
+        group = [self.source("a.cpp", ""), self.source("b.cpp", "")]
+        header = tidy.ROOT / "b.h"
+        group[1].reads = {header}
+        self.assertEqual(self.checked(group, lambda names: [(header, False, "wrong")] if len(names) > 1 else []),
+                         (["wrong"], ["a.cpp"]))
+
+    def test_a_problem_of_the_company_alone_is_none(self):
+        group = [self.source("a.cpp", ""), self.source("b.cpp", "")]
+        self.assertEqual(self.checked(group, lambda names: [(group[0].path, False, "wrong")] if len(names) > 1 else []),
+                         ([], ["a.cpp", "b.cpp"]))
+
+    def test_what_does_not_compile_hides_nothing_of_the_others(self):
+        group = [self.source("a.cpp", ""), self.source("b.cpp", "")]
+
+        def told(names):
+            return [(group[0].path, True, "broken")] if "a.cpp" in names else [(group[1].path, False, "wrong")]
+        self.assertEqual(self.checked(group, told), (["broken", "wrong"], []))
+
+    def test_a_run_that_a_signal_ends_has_read_nothing_to_its_end(self):
+        line = f"{tidy.ROOT}/a.cpp:1:1: error: wrong [some-check]"
+        self.assertEqual([path for path, _, _ in tidy.messages(line, 1)], [tidy.ROOT / "a.cpp"])
+        self.assertIn((tidy.ROOT, True), [(path, broken) for path, broken, _ in tidy.messages(line, -9)])
 
 
 if __name__ == "__main__":
