@@ -134,9 +134,9 @@ class Headers:
             self._direct[path] = INCLUDE.findall(self.text(path))
         for name in self._direct[path]:
             for base in (path.parent, ROOT, *folders):
-                found = base / name
-                if found.is_file():
-                    yield found.resolve()
+                found = (base / name).resolve()
+                if found.is_relative_to(ROOT) and found.is_file():
+                    yield found
                     break
 
     def read_by(self, path, flags):
