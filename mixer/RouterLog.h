@@ -33,8 +33,10 @@ void routerLog(std::format_string<Parts...> text, Parts&&... parts) {
     printRouterLine({line.data(), end.out});
 }
 
-/// Returns once all lines that the calling thread has logged are printed. Waits for the output as long as it
-/// takes. The end of the process does so by itself, but no longer than a second in which nothing is printed.
+/// Returns once all lines that the calling thread has logged are printed, but for those behind a line that
+/// another thread is appending at that moment. Waits for the output as long as it takes. The end of the
+/// process does so by itself, but no longer than a second in which nothing is printed. A standard output that
+/// takes nothing at all holds the end up even then: the C library flushes it last.
 void flushRouterLog();
 
 /// Takes the lines in place of the standard output; called by one thread at a time. It does not log.

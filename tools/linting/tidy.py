@@ -282,8 +282,7 @@ def check_group(group):
         if not alone:
             # An error in a header says nothing of who caused it.
             middle = len(group) // 2
-            alone, rest = group[:middle], group[middle:]
-            return check_group(alone) + check_group(rest)
+            return check_group(group[:middle]) + check_group(group[middle:])
         return check_each(alone) + (check_group(rest) if rest else [])
     wrong = {path for path, _, _ in told}
     suspects = [source for source in group if source.path in wrong]
