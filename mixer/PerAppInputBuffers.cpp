@@ -143,6 +143,8 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
     bus1.publish();
     bus2.publish();
     solo.publish();
+    // Last: a reset in the midst of this packet does not spare the next one its work.
+    source->used.store(true, std::memory_order_release); // pairs with the exchange in resetProcessBuffers()
 }
 
 void PerAppInputBuffers::updateBusLevels() {
@@ -256,10 +258,12 @@ std::set<std::uint32_t> PerAppInputBuffers::collectProcessIds() const {
 
 void PerAppInputBuffers::resetProcessBuffers(std::uint32_t processID) {
     const std::lock_guard lock(mutex);
-    if (Source* const source = find(processID)) {
-        for (InputBuffer& ring : source->rings) {
-            ring.reset();
-        }
+    Source* const source = find(processID);
+    if (source == nullptr || !source->used.exchange(false, std::memory_order_acquire)) {
+        return;
+    }
+    for (InputBuffer& ring : source->rings) {
+        ring.reset();
     }
 }
 

@@ -75,7 +75,7 @@ public:
     [[nodiscard]] std::set<std::uint32_t> collectProcessIds() const;
 
     /// Empties the rings of a source, which stay in the map. Any thread. Takes the lock of the map, since
-    /// render threads read the rings under it.
+    /// render threads read the rings under it. Where no packet came since the last reset it costs a look-up.
     ///
     /// The source's capture has stopped. The streams of the capture service (ids below 10) have none and go
     /// on. A packet of theirs that is being written meanwhile sets the ring's write position as if there had
@@ -99,6 +99,8 @@ private:
 
         const std::uint32_t processID;
         std::array<InputBuffer, kBusCount> rings;
+        // Whether a packet or its meters went in since the last reset.
+        std::atomic<bool> used{false};
     };
     using SourcePointer = std::shared_ptr<Source>;
     struct BusLevel {

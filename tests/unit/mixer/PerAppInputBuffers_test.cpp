@@ -373,6 +373,37 @@ TEST_F(PerAppInputBuffersTest, ResetSourceIsSilentAndItsRingsStay) {
     EXPECT_EQ(bus(1, 480), constant(480, 0.25f, 0.25f));
 }
 
+TEST_F(PerAppInputBuffersTest, ASourceThatIsWrittenAfterAResetIsResetAgain) {
+    put(onBothBuses(20));
+    for (int round = 0; round < 3; ++round) {
+        feed(20, constant(480, 0.5f, 0.5f));
+        static_cast<void>(bus(1, 200));
+        buffers.resetProcessBuffers(20);
+        buffers.resetProcessBuffers(20); // nothing came in between
+        for (const std::uint32_t number : {1u, 2u}) {
+            const auto ring = buffers.getInputBuffer(20, number);
+            EXPECT_EQ(ring->writePos + ring->busReadPos + ring->soloReadPos, 0u) << "round " << round;
+            for (const InputBuffer::Frame& frame : ring->samples) {
+                ASSERT_TRUE(frame.load().left == 0.0f && frame.load().right == 0.0f) << "round " << round;
+            }
+        }
+        EXPECT_EQ(buffers.getProcessLevels(20), StereoLevel{}) << "round " << round;
+    }
+}
+
+TEST_F(PerAppInputBuffersTest, MetersOfASourceThatWritesNoRingAreResetEachTime) {
+    AppAudioConfig config = onBothBuses(20);
+    config.input1Muted = true;
+    config.input2Enabled = false;
+    put(config);
+    for (int round = 0; round < 3; ++round) {
+        feed(20, constant(480, 0.5f, 0.5f));
+        EXPECT_GT(buffers.getProcessLevels(20).left, 0.0f) << "round " << round;
+        buffers.resetProcessBuffers(20);
+        EXPECT_EQ(buffers.getProcessLevels(20), StereoLevel{}) << "round " << round;
+    }
+}
+
 TEST_F(PerAppInputBuffersTest, ClearForgetsTheRingsAndAHolderOfOneMayGoOnWithIt) {
     put(onBothBuses(20));
     feed(20, constant(480, 0.5f, 0.5f));
