@@ -83,6 +83,9 @@ public:
     RingReader(const InputBuffer& ring, std::atomic<std::uint32_t>& readPosition, std::uint32_t frameLimit);
     RingReader() = default;
 
+    /// Leaves at most `frameLimit` frames to take.
+    void limitTo(std::uint32_t frameLimit) { left = std::min(left, frameLimit); }
+
     /// Frames still to take.
     [[nodiscard]] std::uint32_t remaining() const { return left; }
     /// Frames that lie together from here on.

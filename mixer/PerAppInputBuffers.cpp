@@ -13,6 +13,7 @@
 #include <cmath>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -20,6 +21,8 @@ namespace {
 constexpr std::uint64_t kPieceFrames = 2048;
 // Sources for which there is room before the list of the mix grows.
 constexpr std::size_t kExpectedSources = 64;
+// What Solo plays when it is neither of the buses.
+constexpr std::uint32_t kSoloRing = 3;
 
 // Belongs to one thread; several captures share addInputData().
 struct PacketScratch {
@@ -80,6 +83,16 @@ PerAppInputBuffers& PerAppInputBuffers::instance() {
 PerAppInputBuffers::PerAppInputBuffers(AppAudioConfigStore& configStore)
     : store(configStore), soloBuffer(std::make_shared<InputBuffer>()) {
     mixOrder.reserve(kExpectedSources);
+}
+
+void PerAppInputBuffers::correctDrift(bool on) {
+    auto next = on ? std::make_unique<const Interpolator>() : nullptr; // the earlier one goes after the lock
+    const std::lock_guard lock(mutex);
+    interpolator.swap(next);
+    soloDrift.forget();
+    for (Source* const source : mixOrder) {
+        source->forgetDrifts();
+    }
 }
 
 void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data, std::uint32_t byteCount,
@@ -168,13 +181,13 @@ void PerAppInputBuffers::updateBusLevels() {
     bus2Level.right.store(std::sqrt(sums[1].right) * gain2, std::memory_order_relaxed);
 }
 
-void PerAppInputBuffers::addBus(std::uint32_t bus, std::atomic<std::uint32_t> InputBuffer::* readPosition,
-                                float* output, std::uint32_t frames, float gain, bool scaled) const {
+void PerAppInputBuffers::addBus(std::uint32_t bus, Reader user, float* output, std::uint32_t frames,
+                                float gain) const {
     std::array<RingReader, kReadersAtOnce> readers;
     std::size_t count = 0;
     const auto flush = [&] {
         const std::span<RingReader> group = std::span(readers).first(count);
-        if (scaled) {
+        if (user == Reader::Solo) {
             addReadersWithGain(group, output, gain);
         } else {
             addReaders(group, output);
@@ -184,9 +197,20 @@ void PerAppInputBuffers::addBus(std::uint32_t bus, std::atomic<std::uint32_t> In
         }
         count = 0;
     };
+    const Interpolator* const between = interpolator.get(); // null: all rings are read exactly
+    const auto readPosition = user == Reader::Solo ? &InputBuffer::soloReadPos : &InputBuffer::busReadPos;
     for (Source* const source : mixOrder) {
         InputBuffer& ring = source->rings[bus - 1];
-        const RingReader reader(ring, ring.*readPosition, frames);
+        RingReader reader(ring, ring.*readPosition, between != nullptr ? InputBuffer::kFrameCount : frames);
+        if (between != nullptr) {
+            DriftCorrection& drift = (*source->drifts)[bus - 1][static_cast<std::size_t>(user)];
+            if (drift.isDue(reader.remaining(), frames)) {
+                flush(); // the sum keeps its order
+                drift.addTo(output, frames, gain, ring, ring.*readPosition, reader.remaining(), *between);
+                continue;
+            }
+            reader.limitTo(frames);
+        }
         if (reader.remaining() == 0) {
             continue;
         }
@@ -198,6 +222,32 @@ void PerAppInputBuffers::addBus(std::uint32_t bus, std::atomic<std::uint32_t> In
     flush();
 }
 
+void PerAppInputBuffers::addSoloRing(float* output, std::uint32_t frames) {
+    RingReader reader(*soloBuffer, soloBuffer->busReadPos, interpolator ? InputBuffer::kFrameCount : frames);
+    if (interpolator && soloDrift.isDue(reader.remaining(), frames)) {
+        soloDrift.addTo(output, frames, 1.0f, *soloBuffer, soloBuffer->busReadPos, reader.remaining(),
+                        *interpolator);
+        return;
+    }
+    reader.limitTo(frames);
+    copyReader(reader, output);
+    reader.commit();
+}
+
+void PerAppInputBuffers::chooseForSolo(std::uint32_t choice) {
+    const std::uint32_t before = std::exchange(soloChoice, choice);
+    if (before == choice || before == 0) {
+        return;
+    }
+    if (choice == kSoloRing) {
+        soloDrift.beginAnew();
+        return;
+    }
+    for (Source* const source : mixOrder) {
+        (*source->drifts)[choice - 1][static_cast<std::size_t>(Reader::Solo)].beginAnew();
+    }
+}
+
 void PerAppInputBuffers::mixBus(float* output, std::uint32_t frames, std::uint32_t bus) {
     const DenormalsAreZero mode;
     // The mix grows in the output itself.
@@ -205,7 +255,7 @@ void PerAppInputBuffers::mixBus(float* output, std::uint32_t frames, std::uint32
     std::ranges::fill(mix, 0.0f);
     const std::lock_guard lock(mutex);
     if (bus == 1 || bus == 2) {
-        addBus(bus, &InputBuffer::busReadPos, output, frames, 1.0f, false);
+        addBus(bus, Reader::Bus, output, frames, 1.0f);
     }
     applyGainAndLimit(mix, busGain(store.getBusConfig(bus), bus));
 }
@@ -217,14 +267,12 @@ void PerAppInputBuffers::mixSolo(float* output, std::uint32_t frames) {
     const std::lock_guard lock(mutex);
     const AppAudioConfig master1 = store.getBusConfig(1);
     const AppAudioConfig master2 = store.getBusConfig(2);
-    if (master1.solo) {
-        addBus(1, &InputBuffer::soloReadPos, output, frames, busGain(master1, 1), true);
-    } else if (master2.solo) {
-        addBus(2, &InputBuffer::soloReadPos, output, frames, busGain(master2, 2), true);
+    const std::uint32_t choice = master1.solo ? 1 : master2.solo ? 2 : kSoloRing;
+    chooseForSolo(choice);
+    if (choice == kSoloRing) {
+        addSoloRing(output, frames);
     } else {
-        RingReader reader(*soloBuffer, soloBuffer->busReadPos, frames);
-        copyReader(reader, output);
-        reader.commit();
+        addBus(choice, Reader::Solo, output, frames, busGain(choice == 1 ? master1 : master2, choice));
     }
     // The gain went in at the write, or above.
     applyGainAndLimit(mix, 1.0f);
@@ -265,6 +313,7 @@ void PerAppInputBuffers::resetProcessBuffers(std::uint32_t processID) {
     for (InputBuffer& ring : source->rings) {
         ring.reset();
     }
+    source->forgetDrifts();
 }
 
 std::shared_ptr<InputBuffer> PerAppInputBuffers::getInputBuffer(std::uint32_t processID, std::uint32_t bus) {
@@ -277,6 +326,14 @@ void PerAppInputBuffers::clear() {
     const std::lock_guard lock(mutex);
     mixOrder.clear();
     sources.swap(old);
+}
+
+void PerAppInputBuffers::Source::forgetDrifts() {
+    for (auto& ofRing : *drifts) {
+        for (DriftCorrection& drift : ofRing) {
+            drift.forget();
+        }
+    }
 }
 
 PerAppInputBuffers::Source* PerAppInputBuffers::find(std::uint32_t processID) const {

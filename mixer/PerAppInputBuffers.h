@@ -18,7 +18,9 @@
 // are written.
 
 #include "mixer/AppAudioConfig.h"
+#include "mixer/DriftCorrection.h"
 #include "mixer/InputBuffer.h"
+#include "mixer/Interpolator.h"
 #include "mixer/WaveFormat.h"
 
 #include <array>
@@ -44,6 +46,13 @@ public:
     explicit PerAppInputBuffers(AppAudioConfigStore& store);
     PerAppInputBuffers(const PerAppInputBuffers&) = delete;
     PerAppInputBuffers& operator=(const PerAppInputBuffers&) = delete;
+
+    /// From now on each reader of a ring keeps the delay that it has when its source begins, though the
+    /// source's clock and the output's are up to 300 millionths apart: it goes through the ring a little
+    /// faster or slower when the delay has changed by more than some milliseconds, and exactly otherwise.
+    /// Off at first and with `on` false: then all rings are read exactly, and the drift fills or empties
+    /// them. Any thread but a render callback.
+    void correctDrift(bool on);
 
     /// Adds one packet of a source: `byteCount` bytes at `data` in `format`. Dropped when the source has no
     /// active record. A packet of unknown format is silence; one without channels or frames is ignored; one
@@ -93,12 +102,20 @@ public:
 private:
     static constexpr std::size_t kBusCount = 2;
 
+    // Who reads a source's ring: its bus, or Solo when it plays the whole bus.
+    enum class Reader : std::uint8_t { Bus, Solo };
+    static constexpr std::size_t kReaderCount = 2;
+
     // One source: its rings on Bus 1 and Bus 2, which are made together.
     struct Source {
         explicit Source(std::uint32_t id) : processID(id) {}
+        void forgetDrifts();
 
         const std::uint32_t processID;
         std::array<InputBuffer, kBusCount> rings;
+        // Of each ring's readers, under the lock; apart, since most of the time the rings alone are touched.
+        using Drifts = std::array<std::array<DriftCorrection, kReaderCount>, kBusCount>;
+        const std::unique_ptr<Drifts> drifts = std::make_unique<Drifts>();
         // Whether a packet or its meters went in since the last reset.
         std::atomic<bool> used{false};
     };
@@ -111,9 +128,11 @@ private:
     // Under the lock, which the source is alive for; null when there is none.
     [[nodiscard]] Source* find(std::uint32_t processID) const;
     [[nodiscard]] SourcePointer findOrMake(std::uint32_t processID);
-    // Under the lock.
-    void addBus(std::uint32_t bus, std::atomic<std::uint32_t> InputBuffer::* readPosition, float* output,
-                std::uint32_t frames, float gain, bool scaled) const;
+    // Under the lock. The mix of a bus is not multiplied by `gain`, which is 1.0 there.
+    void addBus(std::uint32_t bus, Reader reader, float* output, std::uint32_t frames, float gain) const;
+    void addSoloRing(float* output, std::uint32_t frames);
+    // Under the lock: what Solo plays from now on, 1 or 2 for all of a bus, 3 for the solo ring.
+    void chooseForSolo(std::uint32_t choice);
 
     AppAudioConfigStore& store;
     mutable std::mutex mutex;
@@ -122,6 +141,9 @@ private:
     // is kept: that of the ids as decimal text with a colon at its end, so that 100 stands before 10.
     std::vector<Source*> mixOrder;
     const std::shared_ptr<InputBuffer> soloBuffer; // written by every source with solo: one, by use
+    DriftCorrection soloDrift;
+    std::uint32_t soloChoice = 0;                     // 0: none so far
+    std::unique_ptr<const Interpolator> interpolator; // null while drift is not corrected
     BusLevel bus1Level;
     BusLevel bus2Level;
 };

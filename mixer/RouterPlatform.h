@@ -23,6 +23,9 @@ struct RouterPlatform {
     /// Makes an output stream, not opened. `busId` is 1, 2, or 3 for Solo; only the name that the system
     /// shows for the stream depends on it. Null on failure: the output stays off.
     std::function<std::unique_ptr<OutputStream>(std::uint32_t busId)> makeOutputStream;
+    /// Whether each source's delay is kept where its clock is not that of the output (see
+    /// PerAppInputBuffers::correctDrift()). Otherwise the drift of the clocks fills or empties its rings.
+    bool correctsDrift = false;
     /// Names the calling thread for debuggers, with at most 15 characters. May be empty.
     std::function<void(const char* name)> nameThisThread;
 };

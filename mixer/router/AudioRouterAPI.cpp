@@ -68,6 +68,7 @@ bool AudioRouterAPI::startAudioRouter(const std::string& defaultDevice, const st
     selectSoloDevice(soloDevice);
     selectInput1Device(input1Device);
     selectInput2Device(input2Device);
+    buffers.correctDrift(platform.correctsDrift);
     if (!forwarder.start()) {
         return false;
     }

@@ -67,6 +67,10 @@ TEST_F(RenderTest, BusChannelPlaysBothChannelsAtTheirLevelIntoAVirtualEndpoint) 
     EXPECT_TRUE(log.contains("[BusForwarder] Using device format: 48000 Hz, 2 ch, 32 bits"));
 }
 
+TEST_F(RenderTest, DriftIsNotCorrected) {
+    EXPECT_FALSE(windowsRouterPlatform(windowsAudioSystemCalls()).correctsDrift);
+}
+
 TEST_F(RenderTest, SoloPlaysOnAnEndpointWhoseTopologyHasAConnector) {
     scene.addSource(kSource);
     const TonePlayer player(scene.buffers, kSource, 700, 1100, kAmplitude);

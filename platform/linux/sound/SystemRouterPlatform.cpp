@@ -14,6 +14,7 @@ RouterPlatform systemRouterPlatform() {
     platform.makeOutputStream = [](std::uint32_t busId) {
         return std::make_unique<PulseOutputStream>(busId);
     };
+    platform.correctsDrift = true;
     platform.nameThisThread = nameThisThread;
     return platform;
 }

@@ -170,6 +170,7 @@ RouterPlatform FakeRouterPlatform::platform() {
         }
         return outputsThatCannotBeMade.contains(busId) ? nullptr : std::make_unique<FakeOutput>(busId, *this);
     };
+    platform.correctsDrift = correctsDrift;
     platform.nameThisThread = [this](const char* name) {
         threadNames.note(name);
     };

@@ -100,6 +100,7 @@ public:
     std::shared_ptr<FakeEndpoints> endpoints;
     SessionEntry sessionEntry = SessionEntry::Entered;
     bool capturesCanBeMade = true;
+    bool correctsDrift = false;
     std::map<std::uint32_t, SoundResult>
         startResults;                    ///< of startCapture() by process; kSoundDone for any other
     SoundResult stopResult = kSoundDone; ///< of every stopCapture()

@@ -1,6 +1,8 @@
-// A source whose clock runs fast against the output's. Nothing corrects the drift: the ring takes it up, the
-// delay grows, and when the writer laps the reader a whole ring of sound is skipped.
+// A source whose clock runs fast or slow against the output's, for a day. Where nothing corrects the drift
+// the ring takes it up, the delay grows, and when the writer laps the reader a whole ring of sound is
+// skipped.
 
+#include "tests/support/mixer/DriftRun.h"
 #include "tests/support/mixer/MixerFixture.h"
 
 #include <algorithm>
@@ -120,4 +122,25 @@ TEST_F(ClockDrift, ATenthOfADayOfASourceThatIsFiveHertzFastSkipsOneRing) {
     Outcome outcome;
     simulate(48005.0, hours, outcome);
     expectSkipsOfWholeRings(outcome, 5.0, hours);
+}
+
+// With the correction the delay stays, and what is heard is the source without a gap or a step.
+TEST(ClockDriftCorrected, ADayOfFiftyMillionthsKeepsTheDelay) {
+#ifdef VEXO_SANITIZED
+    const double hours = 0.2;
+#else
+    const double hours = longRun() ? 24.0 : 3.0;
+#endif
+    for (const double millionths : {50.0, -50.0}) {
+        DriftRun run({.sourceHz = 48'000.0 * (1.0 + millionths * 1e-6)});
+        run.play(hours * 3600.0);
+        const DriftHeard heard = run.take();
+        std::printf("a source %+.0f millionths off for %.1f h: delay %.1f to %.1f ms, largest step %.1f dB\n",
+                    millionths, hours, heard.shortestDelayFrames / 48.0, heard.longestDelayFrames / 48.0,
+                    20.0 * std::log10(heard.largestStep));
+        EXPECT_GT(heard.frames, static_cast<std::uint64_t>(hours * 3599.0 * kOutputHz));
+        EXPECT_LT(heard.longestDelayFrames, 60u * 48);
+        EXPECT_EQ(heard.silentFrames, 0u);
+        EXPECT_LT(heard.largestStep, 1e-4); // -80 dB
+    }
 }

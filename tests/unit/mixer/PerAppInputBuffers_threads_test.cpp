@@ -109,6 +109,40 @@ TEST_F(PerAppInputBuffersThreads, ProducersConsumersLevelReaderAndRecordChangesG
     EXPECT_GT(heard, 0u);
 }
 
+TEST_F(PerAppInputBuffersThreads,
+       CorrectedReadersLeaveWholeFramesWhileSourcesAreResetAndTheCorrectionSwitched) {
+    std::atomic<std::uint64_t> broken{0};
+    std::atomic<std::uint64_t> heard{0};
+    buffers.correctDrift(true);
+    for (std::uint32_t producer = 0; producer < kProducers; ++producer) {
+        const std::uint32_t source = kFirstSource + producer;
+        AppAudioConfig config = onBothBuses(source);
+        config.solo = producer == 0;
+        put(config);
+        start([this, source](Random& random) { feed(source, mirrored(1 + random() % 2'000, random)); });
+    }
+    for (const std::uint32_t output : {1u, 2u, 3u}) {
+        start([this, output, &broken, &heard](Random& random) {
+            const std::uint32_t frames = 1 + random() % 4'000;
+            const std::vector<float> mix = output == 3 ? solo(frames) : bus(output, frames);
+            expectMirrored(mix, broken);
+            heard.fetch_add(mix[0] != 0.0f ? 1 : 0, std::memory_order_relaxed);
+        });
+    }
+    start([this](Random& random) {
+        put({.processID = kBus1MasterProcessId, .solo = random() % 2 == 0});
+        if (random() % 256 == 0) {
+            buffers.resetProcessBuffers(kFirstSource + random() % kProducers);
+        }
+        if (random() % 4'096 == 0) {
+            buffers.correctDrift(random() % 4 != 0);
+        }
+    });
+    run();
+    EXPECT_EQ(broken, 0u);
+    EXPECT_GT(heard, 0u);
+}
+
 TEST_F(PerAppInputBuffersThreads, TwoWritersOnTheSoloRingLeaveWholeFrames) {
     std::atomic<std::uint64_t> broken{0};
     for (const std::uint32_t source : {20u, 21u}) {

@@ -7,11 +7,13 @@
 #include "tests/support/mixer/MixerFixture.h"
 #include "tests/unit/mixer/RenderGuard.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
+#include <cstdlib>
 #include <ctime>
 #include <functional>
 #include <iterator>
@@ -45,6 +47,33 @@ protected:
     [[noreturn]] void render(const RenderCallback& call, const Company& company = {}) {
         contend(company);
         renderUnderWatch(call);
+    }
+
+    // Render calls while the drift of a source is corrected, in a process of their own.
+    [[noreturn]] void renderCorrected(const RenderCallback& call) {
+        constexpr int kBlocks = 1'500;
+        const std::vector<float> packet = constant(480, 0.25f, -0.25f);
+        AppAudioConfig config = onBothBuses(20);
+        config.solo = true;
+        put(config);
+        buffers.correctDrift(true);
+        feed(20, constant(4'800, 0.25f, -0.25f)); // more than a reader begins with
+        const auto ring = buffers.getInputBuffer(20, 1);
+        std::array<float, 960> output{};
+        renderGuard::watchThisThread(std::array{renderGuard::AllowedObject{&buffers, sizeof(buffers)},
+                                                renderGuard::AllowedObject{&store, sizeof(store)}});
+        for (int block = 0; block < kBlocks; ++block) {
+            renderGuard::beginRender();
+            call(output.data(), 480);
+            renderGuard::endRender();
+            feed(20, packet);
+        }
+        // It was corrected: more frames were read than asked for.
+        const std::uint32_t read = std::max(ring->busReadPos.load(), ring->soloReadPos.load()) / 2;
+        if (read <= kBlocks * 480u % InputBuffer::kFrameCount + 50) {
+            std::abort();
+        }
+        renderGuard::finish();
     }
 
     // Sources, and two threads that feed them and change records for ever.
@@ -155,6 +184,18 @@ TEST_F(RealTimeDeathTest, MoreSourcesThanABusFirstHasRoomForMakeNoDifference) {
                     },
                     {.sources = 80}),
                 testing::ExitedWithCode(0), "[1-9][0-9]* locks, [1-9][0-9]* contended");
+}
+
+TEST_F(RealTimeDeathTest, CorrectedDriftMakesNoDifference) {
+    EXPECT_EXIT(
+        renderCorrected([this](float* output, std::uint32_t frames) { buffers.mixBus(output, frames, 1); }),
+        testing::ExitedWithCode(0), "[1-9][0-9]* locks");
+    put({.processID = kBus1MasterProcessId, .solo = true});
+    EXPECT_EXIT(renderCorrected([this](float* output, std::uint32_t frames) {
+                    buffers.mixSolo(output, frames);
+                    buffers.mixBus(output, frames, 2);
+                }),
+                testing::ExitedWithCode(0), "[1-9][0-9]* locks");
 }
 
 // The whole way of a render thread: what the forwarder hands to an output.

@@ -28,6 +28,30 @@ bool silent(PerAppInputBuffers& buffers, std::uint32_t processID) {
 
 // Start
 
+TEST_F(AudioRouterApiTest, DriftIsCorrectedWhereTheSystemSaysSo) {
+    constexpr std::uint32_t kFrames = 480;
+    constexpr std::uint32_t kBlocks = 1'500;
+    for (const bool corrects : {false, true}) {
+        system.correctsDrift = corrects;
+        AudioRouterAPI router(system.platform(), store, buffers, kShortPause);
+        ASSERT_TRUE(router.startAudioRouter({}, {}, {}, {}));
+        ASSERT_TRUE(router.applyAudioConfigs({onBothBuses(7)}));
+        feed(7, constant(10 * kFrames, 0.5f, 0.5f)); // more than a reader begins with
+        for (std::uint32_t block = 0; block < kBlocks; ++block) {
+            static_cast<void>(bus(1, kFrames));
+            feed(7, constant(kFrames, 0.5f, 0.5f));
+        }
+        const std::uint32_t exact = kBlocks * kFrames % InputBuffer::kFrameCount;
+        const std::uint32_t read = buffers.getInputBuffer(7, 1)->busReadPos / 2;
+        if (corrects) {
+            EXPECT_GT(read, exact + 50);
+        } else {
+            EXPECT_EQ(read, exact);
+        }
+        router.shutdownAudioRouter();
+    }
+}
+
 TEST_F(AudioRouterApiTest, InitSaysOnTheQtLoggerWhatCameOfIt) {
     LogCapture qtLog;
     api.initAudioRouter();
