@@ -183,6 +183,37 @@ void mixWarmBus(benchmark::State& state, bool wholeBusSolo) {
     }
 }
 
+// The mix of Bus 1 where the drift of clocks is corrected: with none, or while all sources have too long a
+// delay, which is pinned here so that the correction goes on for ever.
+void mixBusInStep(benchmark::State& state, bool drifting) {
+    const auto sources = static_cast<std::uint32_t>(state.range(0));
+    const auto frames = static_cast<std::uint32_t>(state.range(1));
+    AppAudioConfigStore store;
+    PerAppInputBuffers mixer(store);
+    mixer.correctDrift(true);
+    fillRings(mixer, store, sources, Sound::Quiet);
+    const auto rings = ringsOfBus1(mixer, sources);
+    std::vector<float> output(std::size_t{frames} * 2);
+    const auto mixWith = [&](std::uint32_t delayFrames) {
+        for (const auto& ring : rings) {
+            makeReadable(*ring, false, 2 * delayFrames);
+        }
+        mixer.mixBus(output.data(), frames, 1);
+    };
+    const std::uint32_t delay = 3 * frames;
+    for (std::uint32_t asked = 0; asked < 10 * kMixSampleRate; asked += frames) {
+        mixWith(delay);
+    }
+    const std::uint32_t laterDelay = drifting ? 6 * frames : delay;
+    for (std::uint32_t asked = 0; asked < 10 * kMixSampleRate; asked += frames) {
+        mixWith(laterDelay);
+    }
+    for (auto _ : state) {
+        mixWith(laterDelay);
+        benchmark::DoNotOptimize(output.data());
+    }
+}
+
 // Solo's mix of the sources that carry it.
 template <typename Mixer>
 void mixSoloRing(benchmark::State& state) {
@@ -445,6 +476,8 @@ void addMixer(const std::string& suffix) {
 void addAll() {
     addMixer<PerAppInputBuffers>("");
     addMixer<reference::Mixer>(" literal");
+    add("mixBus in step", mixBusInStep, false)->Args({8, 480});
+    add("mixBus drifting", mixBusInStep, true)->Args({8, 480});
     add("mixBus warm", mixWarmBus, false)->ArgsProduct({{1, 8, 64}, {64, 480, 4800}});
     add("mixSolo warm", mixWarmBus, true)->ArgsProduct({{1, 8, 64}, {64, 480, 4800}});
     add("mixBus memcpy", mixBusMemcpy)->ArgsProduct({{1, 8, 64}, {64, 480, 4800}});
@@ -526,6 +559,18 @@ void printMixes(BenchmarkTable& table) {
         }
     }
     printOddSounds(table, "mixBus", "/8/480", kBlockUs, true, 2.0);
+    table.print({.what = "mixBus 8 x 480, drift looked for",
+                 .measured = at("mixBus in step", 8, 480),
+                 .against = at("mixBus quiet", 8, 480),
+                 .againstWhat = "not looked for",
+                 .atMost = 1.3,
+                 .blockUs = kBlockUs});
+    table.print({.what = "mixBus 8 x 480, all sources drifting",
+                 .measured = at("mixBus drifting", 8, 480),
+                 .against = at("mixBus quiet literal", 8, 480),
+                 .againstWhat = "literal without",
+                 .blockUs = kBlockUs,
+                 .percentAtMost = 1.5});
     table.print({.what = "mixSolo, all of Bus 1, 8 x 480",
                  .measured = at("mixSolo Bus 1", 8, 480),
                  .literal = at("mixSolo Bus 1 literal", 8, 480),

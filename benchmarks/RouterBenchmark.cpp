@@ -11,6 +11,7 @@
 #include <QVariantList>
 #include <QVariantMap>
 
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -76,7 +77,7 @@ int main(int argc, char* argv[]) {
                  .measured = "setAudioConfig/200",
                  .against = "setAudioConfig/0",
                  .againstWhat = "without these",
-                 .atMost = 4.0,
+                 .atMost = 10.0,
                  .blockUs = kFrameUs,
                  .percentAtMost = 0.3});
     return table.allKept() ? 0 : 1;

@@ -19,6 +19,7 @@ constexpr double kLongestSceneSeconds = 3600.0;
 constexpr std::uint32_t kHighestRate = 768'000;
 constexpr std::uint16_t kMostChannels = 64;
 constexpr std::uint32_t kLongestPacketFrames = 1'000'000;
+constexpr double kMostClockMillionths = 100'000;
 constexpr std::uint16_t kWaveFormatExtensible = 0xFFFE;
 
 // What is wrong with the line at hand.
@@ -111,6 +112,14 @@ std::uint64_t timeOf(const std::string& text) {
         throw Wrong(quoted(text) + " is no time from 0s to 3600s");
     }
     return static_cast<std::uint64_t>(std::llround(*number * factor * kMixSampleRate));
+}
+
+double clockOf(const std::string& text) {
+    const double millionths = numberOf(text);
+    if (!(std::fabs(millionths) <= kMostClockMillionths)) {
+        throw Wrong(quoted(text) + " is no clock: write from -100000 to 100000 millionths");
+    }
+    return millionths;
 }
 
 std::uint32_t sourceIdOf(const std::string& text) {
@@ -215,6 +224,8 @@ public:
             scene.lengthFrames = timeOf(arguments.plain("the length"));
         } else if (first.key == "period") {
             scene.periodFrames = wholeNumber(arguments.plain("the number of frames"), 1, kMixSampleRate);
+        } else if (first.key == "correct-drift") {
+            scene.correctsDrift = true;
         } else if (first.key == "endpoint") {
             readEndpoint(arguments);
         } else if (first.key == "start") {
@@ -279,7 +290,8 @@ private:
                            std::move(sound),
                            wholeNumber(packet, 1, kLongestPacketFrames),
                            timeOf(arguments.value("from").value_or("0s")),
-                           timeOf(arguments.value("to").value_or("3600s"))};
+                           timeOf(arguments.value("to").value_or("3600s")),
+                           clockOf(arguments.value("clock").value_or("0"))};
         if (source.endFrame <= source.startFrame) {
             throw Wrong("the source ends before it begins");
         }

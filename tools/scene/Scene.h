@@ -25,6 +25,7 @@ struct SceneSource {
     std::uint32_t packetFrames = 0; ///< at the sound's own rate
     std::uint64_t startFrame = 0;
     std::uint64_t endFrame = 0; ///< a packet that would end later is not played
+    double clockMillionths = 0; ///< how much faster its clock runs than the outputs'
 };
 
 /// The complete record list as of one time.
@@ -44,6 +45,7 @@ struct SceneNames {
 struct Scene {
     std::uint64_t lengthFrames = 0;
     std::uint32_t periodFrames = 480; ///< what an output of 48000 Hz asks for at once
+    bool correctsDrift = false;       ///< the system asks for it
     std::vector<AudioEndpoint> endpoints;
     std::map<std::string, std::uint32_t> endpointRates; ///< Hz, by endpoint id
     SceneNames names;

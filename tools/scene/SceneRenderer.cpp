@@ -7,6 +7,7 @@
 #include "tests/support/mixer/OfflinePlatform.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace {
@@ -14,11 +15,23 @@ namespace {
 constexpr std::uint64_t kLevelFrames = kMixSampleRate / 20; // 50 ms
 
 OfflinePlatform::Setting settingOf(const Scene& scene) {
-    OfflinePlatform::Setting setting{scene.endpoints, scene.endpointRates, {}};
+    OfflinePlatform::Setting setting{scene.endpoints, scene.endpointRates, {}, scene.correctsDrift};
     for (const SceneSource& source : scene.sources) {
         setting.processFormats.emplace(source.processID, source.sound.format());
     }
     return setting;
+}
+
+// Rounded up: a packet is not there before its last frame was played.
+std::uint64_t endOfPacket(const SceneSource& source, std::uint64_t packet) {
+    const std::uint64_t rate = source.sound.format().samplesPerSecond;
+    const std::uint64_t frames = (packet + 1) * source.packetFrames;
+    const std::uint64_t length = (frames * kMixSampleRate + rate - 1) / rate;
+    if (source.clockMillionths == 0) {
+        return source.startFrame + length;
+    }
+    return source.startFrame + static_cast<std::uint64_t>(std::ceil(static_cast<double>(length) /
+                                                                    (1.0 + source.clockMillionths * 1e-6)));
 }
 
 class SceneRun {
@@ -77,12 +90,7 @@ private:
         for (std::size_t index = 0; index < scene.sources.size(); ++index) {
             const SceneSource& source = scene.sources[index];
             for (;;) {
-                // Rounded up: a packet is not there before its last frame was played.
-                const std::uint64_t rate = source.sound.format().samplesPerSecond;
-                const std::uint64_t framesAtEnd = (packetsDone[index] + 1) * source.packetFrames;
-                const std::uint64_t endFrame =
-                    source.startFrame + (framesAtEnd * kMixSampleRate + rate - 1) / rate;
-                if (endFrame > std::min(now, source.endFrame)) {
+                if (endOfPacket(source, packetsDone[index]) > std::min(now, source.endFrame)) {
                     break;
                 }
                 deliver(source, packetsDone[index] * source.packetFrames);

@@ -138,6 +138,7 @@ OfflinePlatform::OfflinePlatform(Setting systemSetting) : setting(std::move(syst
 RouterPlatform OfflinePlatform::platform() {
     RouterPlatform platform;
     platform.session = std::make_shared<OfflineSession>();
+    platform.correctsDrift = setting.correctsDrift;
     platform.endpoints = std::make_shared<ListedEndpoints>(endpoints);
     platform.makeProcessCapture = [this](PerAppInputBuffers& buffers) -> std::shared_ptr<ProcessCapture> {
         return std::make_shared<Capture>(buffers, *this);

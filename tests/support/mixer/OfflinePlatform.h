@@ -52,6 +52,7 @@ public:
         std::map<std::string, std::uint32_t> endpointRates;
         /// Formats of what processes play; that of a process that is missing here cannot be read.
         std::map<std::uint32_t, WaveFormat> processFormats;
+        bool correctsDrift = false; ///< as RouterPlatform asks for it
     };
     explicit OfflinePlatform(Setting systemSetting);
 

@@ -175,6 +175,25 @@ TEST_F(SceneTest, AProcessIsHeardOnlyWhileARecordNamesIt) {
     }
 }
 
+TEST_F(SceneTest, ASourceWithAClockOfItsOwnIsHeardWholeUnlessItsDelayIsKept) {
+    const std::string text = kPorts + R"(
+        length 101s
+        source 4711 constant=0.25 to=100s clock=2000
+        at 0s
+        record 4711 input1=1
+)";
+    const auto framesHeard = [this](const std::string& of) {
+        const std::vector<float> stereo = played(renderScene(scene(of)), 1);
+        return static_cast<std::uint64_t>(
+            std::ranges::count_if(stereo, [](float sample) { return sample > 0.2f; }) / 2);
+    };
+    constexpr std::uint64_t kPlayed = std::uint64_t{100} * 48'096 / 480 * 480;
+    EXPECT_EQ(framesHeard(text), kPlayed);
+    const std::uint64_t kept = framesHeard(text + "correct-drift\n");
+    EXPECT_LT(kept, kPlayed - 1'000); // of 1440 that the limit allows
+    EXPECT_GT(kept, kPlayed - 1'440);
+}
+
 TEST_F(SceneTest, OutputsAndCapturesSayTheirFormats) {
     static_cast<void>(renderScene(scene("endpoint Speakers id=spk rate=44100\n"
                                         R"(
@@ -411,6 +430,10 @@ TEST_F(SceneTest, AWrongSceneGivesOneErrorWithItsLine) {
         {"length 1h", "1: '1h' is no time: write 250ms or 1.5s"},
         {"length 9999s", "1: '9999s' is no time from 0s to 3600s"},
         {"length 1s 2s", "1: unknown or repeated word '2s'"},
+        {"correct-drift 5", "1: unknown or repeated word '5'"},
+        {"source 20 constant=1 clock=fast", "1: 'fast' is no number"},
+        {"source 20 constant=1 clock=-100001",
+         "1: '-100001' is no clock: write from -100000 to 100000 millionths"},
         {"period 0", "1: '0' is no whole number from 1 to 48000"},
         {"endpoint", "1: the endpoint's name is missing"},
         {"endpoint \"A", "1: a quotation mark is not closed"},
