@@ -60,6 +60,17 @@ std::uint32_t linkOpenChannel(LinkSendFunction sendFunction, void* context) {
     return 0;
 }
 
+void linkForgetConnection() {
+    for (vexo::link::Channel& channel : stack().channels) {
+        vexo::link::releaseFrame(channel.parser.frame);
+        channel.parser = {};
+    }
+    vexo::link::forgetReceivedFrames();
+    vexo::link::forgetQueuedFrames();
+    vexo::link::forgetPendingRequests();
+    vexo::link::forgetPeers();
+}
+
 void linkPoll() {
     vexo::link::processReceivedFrame();
     vexo::link::sendQueuedFrameWhenDue();

@@ -137,6 +137,12 @@ void linkInstallErrorCallback(LinkErrorCallback callback, void* context = nullpt
 // Returns the channel's number, or 0 with error 7. A channel stays taken until `linkInit`.
 [[nodiscard]] std::uint32_t linkOpenChannel(LinkSendFunction sendFunction, void* context = nullptr);
 
+// A new connection of the transport begins: forgets what belongs to the one before it, which is a frame that
+// has arrived in part, frames that wait to be processed or sent, peers, and pending requests (without their
+// onTimeout). No callback is called. Channels, handlers, callbacks, the host's address and all counters stay,
+// so that no answer to a request of the old connection fits one of the new.
+void linkForgetConnection();
+
 // The byte parser. Accepts any bytes in any portions: a frame may span portions, a portion may hold several
 // frames. Complete frames wait in a queue of 200 for `linkPoll`; only the error callback is called from here.
 // Returns 0; 26 for a channel above 2, 27 for a channel that is not open; 45 when a byte 0x55 was followed by

@@ -65,12 +65,18 @@ void unlink(std::uint16_t slot) {
     stack().peers[slot] = {};
 }
 
-void lose(std::uint16_t slot) {
-    Peer& peer = stack().peers[slot];
+// Calls back for a peer. False when the callback has forgotten it.
+bool tellLogin(Peer& peer, std::uint8_t type) {
     const LinkAddress address = peer.address;
     peer.used = kPeerChanging;
-    callLogin(kFromStack, kTimedOut, address);
-    unlink(slot);
+    callLogin(kFromStack, type, address);
+    return findPeer(address) == &peer && peer.used == kPeerChanging;
+}
+
+void lose(std::uint16_t slot) {
+    if (tellLogin(stack().peers[slot], kTimedOut)) {
+        unlink(slot);
+    }
 }
 
 void agePeers() {
@@ -134,7 +140,9 @@ Registration registerPeer(std::uint32_t channel, const LinkAddress& source, cons
     stack().peers[last].next = slot;
 
     sendDirectedHello(channel, source);
-    callLogin(kFromStack, kLoggedIn, source);
+    if (!tellLogin(peer, kLoggedIn)) {
+        return Registration::Dropped;
+    }
     sendLoginNotice(source);
     peer.used = kPeerUsed;
     return Registration::Added;
@@ -145,6 +153,10 @@ void losePeer(const LinkAddress& address) {
     if (peer != nullptr && peer->used == kPeerUsed) {
         lose(static_cast<std::uint16_t>(peer - stack().peers.data()));
     }
+}
+
+void forgetPeers() {
+    stack().peers.fill({});
 }
 
 std::uint32_t ticksToAgeing() {

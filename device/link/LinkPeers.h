@@ -11,7 +11,7 @@ enum class Registration {
     Refreshed, // known on this channel
     Moved,     // known on another channel
     Added,     // a new peer, logged in
-    Dropped,   // the host's own address, or no room (error 9)
+    Dropped,   // the host's own address, no room (error 9), or forgotten by its own login callback
 };
 
 // Registers the sender of a hello, or updates its entry.
@@ -23,6 +23,9 @@ Registration registerPeer(std::uint32_t channel, const LinkAddress& source, cons
 // Removes a peer, after the login callback with from 0 and type 1. Does nothing for an unknown address and
 // while a callback for this peer is running.
 void losePeer(const LinkAddress& address);
+
+// Empties the table without a callback, also while a callback for a peer is running.
+void forgetPeers();
 
 // The ticks from now to the next ageing; 0 when it is due.
 [[nodiscard]] std::uint32_t ticksToAgeing();

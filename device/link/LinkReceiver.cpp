@@ -126,6 +126,13 @@ void queueReceivedFrame(std::uint32_t channel, StoredFrame& stored) {
     }
 }
 
+void forgetReceivedFrames() {
+    ReceivedFrame received;
+    while (stack().receiveQueue.take(received)) {
+        releaseFrame(received.stored);
+    }
+}
+
 void processReceivedFrame() {
     ReceivedFrame received;
     if (!stack().receiveQueue.take(received) || !isIntact(received.stored)) {

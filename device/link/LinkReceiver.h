@@ -10,6 +10,9 @@ namespace vexo::link {
 // queue is full, releases it and reports error 8.
 void queueReceivedFrame(std::uint32_t channel, StoredFrame& stored);
 
+// Empties the receive queue.
+void forgetReceivedFrames();
+
 // Takes at most one frame from the receive queue and processes it.
 void processReceivedFrame();
 

@@ -77,6 +77,16 @@ void dispatchFrame(const LinkFrame& frame) {
     stack().dispatchedSequence = outerSequence;
 }
 
+void forgetPendingRequests() {
+    for (PendingRequest& entry : stack().pending) {
+        if (entry.used) {
+            ++stack().requestCounters.cancelled;
+            releaseFrame(entry.request);
+            entry = {};
+        }
+    }
+}
+
 std::uint32_t ticksToRetry() {
     std::uint32_t ticks = kRetryPauseTicks + 1;
     for (const PendingRequest& entry : stack().pending) {

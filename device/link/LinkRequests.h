@@ -7,6 +7,9 @@ namespace vexo::link {
 // Ends the pending requests that the frame answers and calls the handler of its message id.
 void dispatchFrame(const LinkFrame& frame);
 
+// Cancels all pending requests, without their onTimeout.
+void forgetPendingRequests();
+
 // The ticks from now to the next retry or time-out; 0 when one is due.
 [[nodiscard]] std::uint32_t ticksToRetry();
 

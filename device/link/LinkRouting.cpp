@@ -64,6 +64,14 @@ void routeFrame(const LinkFrame& frame) {
     queueFrame(channel, pacingIntervalMs, piece);
 }
 
+void forgetQueuedFrames() {
+    FrameToSend queued;
+    while (stack().sendQueue.take(queued)) {
+        releaseFrame(queued.stored);
+    }
+    stack().pacingIntervalMs = 0;
+}
+
 void sendQueuedFrameWhenDue() {
     if (stack().now - stack().lastSendAt < stack().pacingIntervalMs) {
         return;

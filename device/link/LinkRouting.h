@@ -9,6 +9,9 @@ namespace vexo::link {
 // peer the frame is dropped.
 void routeFrame(const LinkFrame& frame);
 
+// Empties the send queue, and with it the pacing interval in force.
+void forgetQueuedFrames();
+
 // Sends the next frame of the send queue if the pacing interval in force has passed.
 void sendQueuedFrameWhenDue();
 

@@ -152,6 +152,21 @@ TEST_F(LinkFragments, ALastPieceOfAnotherMessageDropsTheBuffer) {
     EXPECT_EQ(delivered[0].payload.size(), 20U);
 }
 
+TEST_F(LinkFragments, AMessageHasTheIdOfItsLastFragment) {
+    connect();
+    record(0x9001);
+    piece(kLinkFragment, 101, counting(40));
+    piece(kLinkFragment, 102, counting(40), 0x9001);
+    piece(kLinkNotification, 100 + 101 + 102, counting(20)); // not the last piece of 0x9001
+    EXPECT_TRUE(delivered.empty());
+    piece(kLinkFragment, 101, counting(40));
+    piece(kLinkFragment, 102, counting(40), 0x9001);
+    piece(kLinkNotification, 100 + 101 + 102, counting(20), 0x9001);
+    ASSERT_EQ(delivered.size(), 1U);
+    EXPECT_EQ(delivered[0].frame.messageId, 0x9001);
+    EXPECT_EQ(delivered[0].payload.size(), 100U);
+}
+
 TEST_F(LinkFragments, APieceThatWouldOverflowDeliversWhatIsBufferedFirst) {
     connect();
     piece(kLinkFragment, 101, counting(300));

@@ -153,6 +153,21 @@ TEST_F(LinkPoolDamage, CostsTheMessagesInItIsReportedOnceAndTheStackGoesOn) {
     EXPECT_EQ(delivered.size(), 1U);
 }
 
+TEST_F(LinkPoolDamage, AReleaseOfABlockOfBeforeAResetIsNoError) {
+    const std::uint8_t* former = takeMemory(10, 0x9001);
+    const std::uint32_t generation = stack().pool.generation;
+    stack().pool.records[0].byteCount = 0;
+    const std::uint8_t* present = takeMemory(10, 0x9002);
+    ASSERT_EQ(present, former) << "the same place, which belongs to somebody else now";
+    ASSERT_EQ(errors, (std::vector<Error>{{kLinkErrorPoolCorrupt, 0x9002}}));
+    releaseMemory(former, generation, 0x9003);
+    EXPECT_EQ(linkInspect().poolBlocksInUse, 1U);
+    releaseMemory(present, stack().pool.generation, 0x9004);
+    EXPECT_EQ(linkInspect().poolBlocksInUse, 0U);
+    releaseMemory(former, generation, 0x9003);
+    EXPECT_EQ(errors.size(), 1U);
+}
+
 TEST_F(LinkPoolDamage, AReleaseOfAnUnknownBlockIsReportedAsError13) {
     connect();
     linkSend(0, {.kind = 2, .destination = kDevice, .messageId = 0x9001});

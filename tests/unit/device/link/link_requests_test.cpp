@@ -235,6 +235,16 @@ TEST_F(LinkRequests, CancellingEndsThePendingRequestAndSendsNothing) {
     EXPECT_EQ(timedOut.size(), 1U);
 }
 
+TEST_F(LinkRequests, CancellingLeavesTheRequestsToOtherPeersAlone) {
+    const LinkAddress other{9, 3, 0x1234};
+    hello(other);
+    linkSend(kLinkTracked, {.destination = other, .messageId = kRequestMessage});
+    request({2});
+    request({9}, kLinkTracked | kLinkCancel);
+    ASSERT_EQ(timedOut.size(), 1U);
+    EXPECT_EQ(timedOut[0].frame.destination, kDevice);
+}
+
 TEST_F(LinkRequests, ATimeOutHandlerMayAskAgain) {
     linkRegisterMessage(
         0x9001, nullptr,
