@@ -3,6 +3,8 @@
 #include <QDebug>
 #include <QVarLengthArray>
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace {
@@ -10,61 +12,84 @@ namespace {
 /// One 64-byte report and its report id.
 constexpr qsizetype kReadBufferBytes = 65;
 
+/// What a write may still take at the end of the program.
+constexpr std::chrono::milliseconds kWriterEndLimit(200);
+
 QByteArray readBuffer() {
     return {kReadBufferBytes, Qt::Uninitialized};
 }
 
 } // namespace
 
-HIDDevice::HIDDevice(QObject* parent, int timeoutMs) : QObject(parent), readTimeoutMs(timeoutMs) {}
+HIDDevice::HIDDevice(QObject* parent, const HIDIntervals& chosen) : QObject(parent), intervals(chosen) {
+    writeWatch.setSingleShot(true);
+    connect(&writeWatch, &QTimer::timeout, this, &HIDDevice::giveUpHungInterfaces);
+}
 
 HIDDevice::~HIDDevice() {
     closeAll();
-    waitForReaders();
+    waitForThreads();
 }
 
 void HIDDevice::openDevice(std::uint16_t vid, std::uint16_t pid, int page) {
     vendorId = vid;
     productId = pid;
     usagePage = page;
+    gaveUp = false;
 
     hid_device_info* const list = hid_enumerate(vendorId, productId);
-    if (list == nullptr) {
+    for (const hid_device_info* info = list; info != nullptr; info = info->next) {
+        if (info->usage_page == usagePage) {
+            openInterface(info->path);
+        }
+    }
+    hid_free_enumeration(list);
+}
+
+void HIDDevice::openGivenUp() {
+    if (gaveUp) {
+        openDevice(vendorId, productId, usagePage);
+    }
+}
+
+void HIDDevice::openInterface(const char* hidPath) {
+    const QString path = QString::fromUtf8(hidPath);
+    {
+        const std::lock_guard lock(mutex);
+        if (devices.contains(path)) {
+            return;
+        }
+    }
+    std::erase_if(writers, [](const auto& former) { return former.second->hasEnded(); });
+    const auto [begin, end] = writers.equal_range(path);
+    if (std::any_of(begin, end, [](const auto& former) { return former.second->isWriting(); })) {
+        gaveUp = true;
         return;
     }
-    for (const hid_device_info* info = list; info != nullptr;) {
-        const QString path = QString::fromUtf8(info->path);
-        bool alreadyOpen = false;
-        {
-            const std::lock_guard lock(mutex);
-            alreadyOpen = devices.contains(path);
-        }
-        if (info->usage_page != usagePage || alreadyOpen) {
-            info = info->next;
-            continue;
-        }
+    hid_device* opened = nullptr;
+    int result = 0;
+    do {
         qDebug() << " hid_open_path ";
-        hid_device* const opened = hid_open_path(info->path);
+        opened = hid_open_path(hidPath);
         if (opened == nullptr) {
-            info = info->next;
-            continue;
+            return;
         }
-        const int result = hid_set_nonblocking(opened, 1);
+        result = hid_set_nonblocking(opened, 1);
         if (result < 0) {
             // Kept: this call is not expected to fail. The same interface is tried again and the handle
             // stays open.
             qDebug() << "hid_set_nonblocking failed:" << result;
-            continue;
         }
-        {
-            const std::lock_guard lock(mutex);
-            devices.insert(path, {std::shared_ptr<hid_device>(opened, hid_close), nullptr, true});
-        }
-        startDataReadThread(path);
-        emit deviceConnected(path);
-        info = info->next;
+    } while (result < 0);
+    {
+        std::shared_ptr<hid_device> handle(opened, hid_close);
+        const auto writer = std::make_shared<HIDWriter>(path, handle);
+        writers.emplace(path, writer);
+        const std::lock_guard lock(mutex);
+        devices.insert(path, {std::move(handle), writer, nullptr, true});
     }
-    hid_free_enumeration(list);
+    startDataReadThread(path);
+    emit deviceConnected(path);
 }
 
 void HIDDevice::startDataReadThread(const QString& path) {
@@ -103,7 +128,7 @@ void HIDDevice::readLoop(const QString& path, std::shared_ptr<hid_device> handle
         while (!QThread::currentThread()->isInterruptionRequested() && isConnected(path, handle)) {
             const int byteCount =
                 hid_read_timeout(handle.get(), reinterpret_cast<unsigned char*>(report.data()),
-                                 static_cast<std::size_t>(report.size()), readTimeoutMs);
+                                 static_cast<std::size_t>(report.size()), intervals.readTimeoutMs);
             if (byteCount < 0) {
                 readError = true;
                 break;
@@ -117,7 +142,7 @@ void HIDDevice::readLoop(const QString& path, std::shared_ptr<hid_device> handle
             qDebug() << "HIDDevice: 读取错误，设备可能已断开:" << path;
         }
         qDebug() << "HIDDevice:  ，设备可能已断开:" << path;
-        closeEntry(path, std::move(handle));
+        closeEntry(path, std::move(handle), HIDWriter::Waiting::Dropped);
     }
     handle.reset();
 
@@ -127,11 +152,13 @@ void HIDDevice::readLoop(const QString& path, std::shared_ptr<hid_device> handle
 }
 
 void HIDDevice::closeDevice(const QString& path) {
-    closeEntry(path, nullptr);
+    closeEntry(path, nullptr, HIDWriter::Waiting::Written);
 }
 
-void HIDDevice::closeEntry(const QString& path, std::shared_ptr<hid_device> only) {
+void HIDDevice::closeEntry(const QString& path, std::shared_ptr<hid_device> only,
+                           HIDWriter::Waiting waiting) {
     std::shared_ptr<hid_device> handle;
+    std::shared_ptr<HIDWriter> writer;
     {
         const std::lock_guard lock(mutex);
         const auto entry = devices.find(path);
@@ -146,9 +173,11 @@ void HIDDevice::closeEntry(const QString& path, std::shared_ptr<hid_device> only
         }
         entry->readThread.clear();
         handle = std::move(entry->handle);
+        writer = std::move(entry->writer);
     }
     only.reset();
     handle.reset();
+    writer->end(waiting);
     {
         const std::lock_guard lock(mutex);
         devices.remove(path);
@@ -203,26 +232,61 @@ bool HIDDevice::writeAll(const QByteArray& report) {
 
 bool HIDDevice::writeTo(const QString& path, const QByteArray& report) {
     bool known = false;
-    std::shared_ptr<hid_device> handle;
+    std::shared_ptr<HIDWriter> writer;
     {
         const std::lock_guard lock(mutex);
         const auto entry = devices.constFind(path);
         known = entry != devices.constEnd();
         if (known && entry->connected) {
-            handle = entry->handle;
+            writer = entry->writer;
         }
     }
-    if (handle == nullptr) {
+    if (writer == nullptr) {
         qDebug() << (known ? "Device not connected" : "Device not found");
         return false;
     }
-    const int result = hid_write(handle.get(), reinterpret_cast<const unsigned char*>(report.constData()),
-                                 static_cast<std::size_t>(report.size()));
-    if (result == -1) {
+    if (!writer->write(report)) {
         qDebug() << "Failed to write to device:" << path << "data: " << report.toHex();
         return false;
     }
+    if (!writeWatch.isActive()) {
+        writeWatch.start(intervals.writeLimitMs);
+    }
     return true;
+}
+
+bool HIDDevice::isWriting() const {
+    const std::lock_guard lock(mutex);
+    return std::any_of(devices.cbegin(), devices.cend(),
+                       [](const DeviceEntry& entry) { return entry.connected && entry.writer->isWriting(); });
+}
+
+void HIDDevice::giveUpHungInterfaces() {
+    const std::chrono::milliseconds limit(intervals.writeLimitMs);
+    std::chrono::milliseconds longest{};
+    QStringList hung;
+    {
+        const std::lock_guard lock(mutex);
+        for (auto entry = devices.cbegin(); entry != devices.cend(); ++entry) {
+            if (!entry->connected) {
+                continue;
+            }
+            const std::chrono::milliseconds lasted = entry->writer->writingFor();
+            if (lasted >= limit) {
+                hung.append(entry.key());
+            } else {
+                longest = std::max(longest, lasted);
+            }
+        }
+    }
+    for (const QString& path : std::as_const(hung)) {
+        qWarning() << "HIDDevice: 写入超时，放弃接口并重新打开:" << path;
+        gaveUp = true;
+        closeEntry(path, nullptr, HIDWriter::Waiting::Dropped);
+    }
+    if (isWriting()) {
+        writeWatch.start(limit - longest);
+    }
 }
 
 void HIDDevice::waitForReaders() {
@@ -236,5 +300,12 @@ void HIDDevice::waitForReaders() {
             reader->wait();
             delete reader;
         }
+    }
+}
+
+void HIDDevice::waitForThreads() {
+    waitForReaders();
+    for (const auto& [path, writer] : std::exchange(writers, {})) {
+        static_cast<void>(writer->waitForEnd(kWriterEndLimit));
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "device/HIDIntervals.h"
+#include "device/HIDWriter.h"
 
 #include <QByteArray>
 #include <QMap>
@@ -8,10 +9,12 @@
 #include <QPointer>
 #include <QString>
 #include <QThread>
+#include <QTimer>
 
 #include <condition_variable>
 #include <cstdint>
 #include <hidapi.h>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -21,9 +24,13 @@
 /// blocks of at most one report.
 ///
 /// The object lives on the main thread. Each open interface has one reader thread, which shares the map of
-/// interfaces under a lock. The lock is never held across a read or a write. Handles are counted references:
-/// the last holder closes the handle. So closing an interface does not wait for its reader, and no read uses
-/// a closed handle.
+/// interfaces under a lock, and one writer thread behind a queue. The lock is never held across a read or a
+/// write. Handles are counted references: the last holder closes the handle. So closing an interface does not
+/// wait for its threads, and no read or write uses a closed handle.
+///
+/// An interface that does not take a report within the limit is given up with one line in the log: it is
+/// closed, and openDevice opens it anew once the write that hangs has returned. (Until then the system may
+/// make every other opening wait, too.)
 class HIDDevice : public QObject {
     Q_OBJECT
 
@@ -31,6 +38,7 @@ public:
     /// One open interface.
     struct DeviceEntry {
         std::shared_ptr<hid_device> handle;
+        std::shared_ptr<HIDWriter> writer;
         /// Cleared when the thread object dies.
         QPointer<QThread> readThread;
         /// True from open until closeDevice begins.
@@ -39,15 +47,17 @@ public:
     /// Keyed and sorted by hidapi path.
     using Devices = QMap<QString, DeviceEntry>;
 
-    explicit HIDDevice(QObject* parent = nullptr, int timeoutMs = HIDIntervals{}.readTimeoutMs);
-    /// Closes all interfaces and waits for the readers: at most one read time-out.
+    explicit HIDDevice(QObject* parent = nullptr, const HIDIntervals& chosen = {});
+    /// Closes all interfaces and waits for their threads, see waitForThreads.
     ~HIDDevice() override;
 
     /// Opens all interfaces of `vid` and `pid` whose usage page is `usagePage` and that are not open yet.
-    /// If nothing is found or an interface cannot be opened, nothing happens: the caller's next scan tries
-    /// again.
+    /// If nothing is found, an interface cannot be opened or a write to it still hangs, nothing happens: the
+    /// caller's next scan tries again.
     void openDevice(std::uint16_t vid, std::uint16_t pid, int usagePage);
-    /// Closes one interface, from the main thread or its own reader; an unknown path is ignored.
+    /// Opens what has been given up, as openDevice did last; does nothing where nothing has.
+    void openGivenUp();
+    /// Closes one interface, from the main thread; an unknown path is ignored. Reports that wait are written.
     void closeDevice(const QString& path);
     void closeAll();
 
@@ -55,13 +65,21 @@ public:
     /// A copy of the map.
     [[nodiscard]] Devices devicePaths() const;
 
-    /// Writes the report, its report id first, to every connected interface. True if at least one took it.
+    /// Gives the report, its report id first, to the writer of every connected interface. True if at least
+    /// one took it.
     bool writeAll(const QByteArray& report);
-    /// True unless the path is unknown, closing, or hidapi reports -1. A short write counts as success.
+    /// True unless the path is unknown or closing, or 256 reports wait. The report is written later and in
+    /// its turn; where hidapi then reports -1, a line in the log tells it. A short write counts as success.
     bool writeTo(const QString& path, const QByteArray& report);
+    /// Whether a report is still to be written to an open interface.
+    [[nodiscard]] bool isWriting() const;
 
-    /// Joins all readers. Main thread, only for the end of the object or the process, after closeAll.
+    /// Joins all readers, within one read time-out. What they have read has then been signalled. Main thread,
+    /// when no interface is open.
     void waitForReaders();
+    /// Joins readers and writers. Main thread, only for the end of the object or the process, after closeAll.
+    /// A writer that hangs in a write is left behind.
+    void waitForThreads();
 
 signals:
     /// On the reader thread, for each report read: 1 to 65 bytes.
@@ -72,16 +90,21 @@ signals:
     void deviceDisconnected(const QString& path);
 
 private:
+    /// Opens the interface, unless it is open, is still written to, or the system refuses.
+    void openInterface(const char* path);
     void startDataReadThread(const QString& path);
     /// The reader thread's body; returns when the interface of this handle is closed or fails.
     void readLoop(const QString& path, std::shared_ptr<hid_device> handle);
     /// Closes the interface. With a handle given, only if the interface still has that one. Releases the
-    /// handle before the signal, so that the device is closed when the signal arrives. Any thread.
-    void closeEntry(const QString& path, std::shared_ptr<hid_device> only);
+    /// handle before the signal, so that the device is closed when the signal arrives, unless it is still
+    /// being written to. Any thread.
+    void closeEntry(const QString& path, std::shared_ptr<hid_device> only, HIDWriter::Waiting waiting);
+    /// Closes the interfaces whose present write has lasted too long; watches on while another is under way.
+    void giveUpHungInterfaces();
     /// Whether the path is connected with this handle: it may have been closed and opened again meanwhile.
     [[nodiscard]] bool isConnected(const QString& path, const std::shared_ptr<hid_device>& handle) const;
 
-    const int readTimeoutMs;
+    const HIDIntervals intervals;
     /// Identity and usage page of the last open request.
     std::uint16_t vendorId = 0;
     std::uint16_t productId = 0;
@@ -95,4 +118,10 @@ private:
     Devices devices;
     /// The readers that have not been joined; main thread only. Entries turn null as their threads end.
     std::vector<QPointer<QThread>> readers;
+    /// The writers that had not ended when an interface was opened last, and its own; main thread only.
+    std::multimap<QString, std::shared_ptr<HIDWriter>> writers;
+    /// Runs while reports are written; looks for those that hang.
+    QTimer writeWatch;
+    /// An interface has been given up and not been opened since.
+    bool gaveUp = false;
 };

@@ -73,10 +73,10 @@ const hid_device_info* firstKnownDevice(const hid_device_info* list) {
 HIDHotplugManager* HIDHotplugManager::instance() {
     // If a document used the object, the QML engine deletes it when the engine ends.
     static QPointer<HIDHotplugManager> manager = [] {
-        // Otherwise the readers end here.
+        // Otherwise the transport's threads end here.
         qAddPostRoutine([] {
             if (manager != nullptr) {
-                manager->waitForReaders();
+                manager->waitForThreads();
             }
         });
         return new HIDHotplugManager;
@@ -85,7 +85,7 @@ HIDHotplugManager* HIDHotplugManager::instance() {
 }
 
 HIDHotplugManager::HIDHotplugManager(QObject* parent, const HIDIntervals& chosen)
-    : QObject(parent), intervals(chosen), hidDevice(new HIDDevice(this, chosen.readTimeoutMs)) {
+    : QObject(parent), intervals(chosen), hidDevice(new HIDDevice(this, chosen)) {
     connectTransport();
 
     timers[0] = new QTimer(this);
@@ -144,6 +144,7 @@ void HIDHotplugManager::installLinkCallbacks() {
 
 void HIDHotplugManager::onScanTimer() {
     if (hidDevice->isOpen()) {
+        hidDevice->openGivenUp();
         return;
     }
     hid_device_info* const list = hid_enumerate(0, 0);
@@ -391,6 +392,6 @@ void HIDHotplugManager::sendPriMessage(std::uint32_t msgid, const QByteArray& by
     appendAttributeLog("发送", msgid, byteArray);
 }
 
-void HIDHotplugManager::waitForReaders() {
-    hidDevice->waitForReaders();
+void HIDHotplugManager::waitForThreads() {
+    hidDevice->waitForThreads();
 }

@@ -59,8 +59,8 @@ public:
     /// 0x8006. The link drops it when no device is logged in.
     Q_INVOKABLE void sendPriMessage(std::uint32_t msgid, const QByteArray& byteArray);
 
-    /// Returns when no reader thread runs any more; for the end of the process.
-    void waitForReaders();
+    /// Returns when no thread of the transport runs any more, see HIDDevice; for the end of the process.
+    void waitForThreads();
 
 public slots:
     /// Runs one scan.

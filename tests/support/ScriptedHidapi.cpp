@@ -27,7 +27,12 @@ struct Bus {
     std::map<std::string, std::vector<scriptedHidapi::Report>> written;
     std::set<std::string> openFails;
     std::set<std::string> writeFails;
+    std::set<std::string> writesShortened;
     int nonblockingFailures = 0;
+    int nonblockingMode = -1;
+    bool writesHeld = false;
+    int writesInside = 0;
+    scriptedHidapi::ReadCall lastRead;
     bool readsHeld = false;
     int readsInside = 0;
     int lists = 0;
@@ -97,10 +102,45 @@ void failWrite(const std::string& path, bool fail) {
     fail ? (void)bus.writeFails.insert(path) : (void)bus.writeFails.erase(path);
 }
 
+void shortenWrite(const std::string& path, bool shorten) {
+    const std::lock_guard lock(busMutex);
+    shorten ? (void)bus.writesShortened.insert(path) : (void)bus.writesShortened.erase(path);
+}
+
+void holdWrites(bool hold) {
+    const std::lock_guard lock(busMutex);
+    bus.writesHeld = hold;
+    busChanged.notify_all();
+}
+
+int writesInside() {
+    const std::lock_guard lock(busMutex);
+    return bus.writesInside;
+}
+
+ReadCall lastRead() {
+    const std::lock_guard lock(busMutex);
+    return bus.lastRead;
+}
+
+int lastNonblockingMode() {
+    const std::lock_guard lock(busMutex);
+    return bus.nonblockingMode;
+}
+
 void holdReads(bool hold) {
     const std::lock_guard lock(busMutex);
     bus.readsHeld = hold;
     busChanged.notify_all();
+}
+
+int reportsWaiting() {
+    const std::lock_guard lock(busMutex);
+    std::size_t count = 0;
+    for (const auto& handle : bus.handles) {
+        count += handle->reports.size();
+    }
+    return static_cast<int>(count);
 }
 
 int readsInside() {
@@ -187,8 +227,9 @@ hid_device* hid_open_path(const char* path) {
     return bus.handles.back().get();
 }
 
-int hid_set_nonblocking(hid_device* device, int) {
+int hid_set_nonblocking(hid_device* device, int nonblocking) {
     const std::lock_guard lock(busMutex);
+    bus.nonblockingMode = nonblocking;
     if (bus.nonblockingFailures > 0) {
         --bus.nonblockingFailures;
         return -1;
@@ -198,6 +239,7 @@ int hid_set_nonblocking(hid_device* device, int) {
 
 int hid_read_timeout(hid_device* device, unsigned char* data, size_t length, int milliseconds) {
     std::unique_lock lock(busMutex);
+    bus.lastRead = {length, milliseconds};
     ++bus.readsInside;
     busChanged.wait(lock, [] { return !bus.readsHeld; });
     busChanged.wait_for(lock, std::chrono::milliseconds(milliseconds),
@@ -217,12 +259,16 @@ int hid_read_timeout(hid_device* device, unsigned char* data, size_t length, int
 }
 
 int hid_write(hid_device* device, const unsigned char* data, size_t length) {
-    const std::lock_guard lock(busMutex);
+    std::unique_lock lock(busMutex);
+    ++bus.writesInside;
+    busChanged.wait(lock, [device] { return !bus.writesHeld || device->gone; });
+    --bus.writesInside;
     if (!usable(device) || bus.writeFails.contains(device->path)) {
         return -1;
     }
     bus.written[device->path].emplace_back(data, data + length);
-    return static_cast<int>(length);
+    const int shortage = bus.writesShortened.contains(device->path) ? 1 : 0;
+    return static_cast<int>(length) - shortage;
 }
 
 void hid_close(hid_device* device) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -34,13 +35,28 @@ void failNonblocking(int count);
 void failOpen(const std::string& path, bool fail);
 /// Whether hid_write on a path returns -1.
 void failWrite(const std::string& path, bool fail);
+/// Whether hid_write on a path returns one byte less than it wrote.
+void shortenWrite(const std::string& path, bool shorten);
+/// Holds every hid_write inside the call until released or its device is unplugged.
+void holdWrites(bool hold);
+/// How many writes are inside hid_write.
+[[nodiscard]] int writesInside();
 /// Holds every hid_read_timeout inside the call until released.
 void holdReads(bool hold);
+/// Reports that no read has taken yet.
+[[nodiscard]] int reportsWaiting();
 /// How many reads are inside hid_read_timeout.
 [[nodiscard]] int readsInside();
 
 /// The reports written to a path, oldest first.
 [[nodiscard]] std::vector<Report> written(const std::string& path);
+/// What the last hid_read_timeout asked for, and the mode that hid_set_nonblocking gave the last handle.
+struct ReadCall {
+    std::size_t length = 0;
+    int milliseconds = 0;
+};
+[[nodiscard]] ReadCall lastRead();
+[[nodiscard]] int lastNonblockingMode();
 /// Handles that are open now; handles opened since reset(); enumeration lists returned and not freed.
 [[nodiscard]] int openHandles();
 [[nodiscard]] int openedEver();

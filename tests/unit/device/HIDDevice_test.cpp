@@ -4,6 +4,7 @@
 #include "tests/support/ScriptedHidapi.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 
 #include <atomic>
 #include <gtest/gtest.h>
@@ -38,8 +39,9 @@ protected:
     }
     void TearDown() override {
         scriptedHidapi::holdReads(false);
+        scriptedHidapi::holdWrites(false);
         device.closeAll();
-        device.waitForReaders();
+        device.waitForThreads();
         EXPECT_EQ(scriptedHidapi::callsAfterClose(), 0);
         EXPECT_EQ(scriptedHidapi::listsOutstanding(), 0);
     }
@@ -52,14 +54,25 @@ protected:
 
     /// Bytes of the heap in use when no reader runs and the bus is empty; 0 under a sanitizer.
     qsizetype bytesTaken() {
-        device.waitForReaders();
+        device.waitForThreads();
         EXPECT_EQ(scriptedHidapi::openHandles(), 0);
         EXPECT_EQ(scriptedHidapi::callsAfterClose(), 0);
         scriptedHidapi::reset();
         return static_cast<qsizetype>(mallinfo2().uordblks);
     }
 
-    HIDDevice device{nullptr, 5};
+    /// Opens one interface at "/a".
+    void openOne() {
+        scriptedHidapi::plug(linkInterface("/a"));
+        device.openDevice(kVendor, kProduct, kPage);
+        ASSERT_TRUE(device.isOpen());
+    }
+
+    [[nodiscard]] bool awaitWritten() {
+        return await([this] { return !device.isWriting(); });
+    }
+
+    HIDDevice device{nullptr, {.readTimeoutMs = 5, .writeLimitMs = 300}};
     // What the signals said, queued to this thread as in the program.
     QStringList connected;
     QStringList disconnected;
@@ -247,18 +260,155 @@ TEST_F(HIDDeviceTest, IsOpenTurnsFalseOnlyWhenTheLastInterfaceHasGone) {
     EXPECT_EQ(allDisconnected().size(), 2);
 }
 
-TEST_F(HIDDeviceTest, WriteAllReachesEveryInterfaceAndSucceedsWithOne) {
+TEST_F(HIDDeviceTest, WriteAllReachesEveryInterfaceAndAFailureShowsInTheLog) {
     scriptedHidapi::plug(linkInterface("/a"));
     scriptedHidapi::plug(linkInterface("/b"));
     device.openDevice(kVendor, kProduct, kPage);
     scriptedHidapi::failWrite("/a", true);
     const LogCapture log;
     EXPECT_TRUE(device.writeAll(QByteArray("\x01\x02\xAB", 3)));
+    ASSERT_TRUE(awaitWritten());
     EXPECT_EQ(scriptedHidapi::written("/b"), (std::vector<scriptedHidapi::Report>{{1, 2, 0xAB}}));
     EXPECT_EQ(log.texts(QtDebugMsg), QStringList(R"(Failed to write to device: "/a" data:  "0102ab")"));
-    scriptedHidapi::failWrite("/b", true);
-    EXPECT_FALSE(device.writeAll("x"));
-    EXPECT_TRUE(device.isOpen()) << "a failed write leaves the interface open";
+    EXPECT_EQ(device.devicePaths().size(), 2) << "a failed write leaves the interface open";
+}
+
+TEST_F(HIDDeviceTest, ShortWriteIsNoFailure) {
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    scriptedHidapi::shortenWrite("/a", true);
+    const LogCapture log;
+    EXPECT_TRUE(device.writeTo("/a", "abc"));
+    ASSERT_TRUE(awaitWritten());
+    EXPECT_EQ(scriptedHidapi::written("/a").size(), 1u);
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST_F(HIDDeviceTest, WritesReachTheDeviceInTheirOrder) {
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    std::vector<scriptedHidapi::Report> expected;
+    for (std::uint8_t number = 0; number < 200; ++number) {
+        expected.push_back({number, 7});
+        ASSERT_TRUE(device.writeAll(QByteArray(1, static_cast<char>(number)) + '\x07'));
+    }
+    ASSERT_TRUE(awaitWritten());
+    EXPECT_EQ(scriptedHidapi::written("/a"), expected);
+}
+
+TEST_F(HIDDeviceTest, WriteThatHangsHoldsUpNeitherTheCallerNorAnotherInterface) {
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    scriptedHidapi::holdWrites(true);
+    EXPECT_TRUE(device.writeAll("x")) << "returns while the write is still on";
+    ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 1; }));
+    scriptedHidapi::plug(linkInterface("/b"));
+    device.openDevice(kVendor, kProduct, kPage);
+    EXPECT_TRUE(device.writeTo("/b", "y"));
+    ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 2; }));
+}
+
+TEST_F(HIDDeviceTest, FullQueueRefusesAReportWithALine) {
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    scriptedHidapi::holdWrites(true);
+    ASSERT_TRUE(device.writeTo("/a", "first"));
+    ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 1; }));
+    for (int count = 0; count < 256; ++count) {
+        ASSERT_TRUE(device.writeTo("/a", "next")) << count;
+    }
+    const LogCapture log;
+    EXPECT_FALSE(device.writeTo("/a", "x"));
+    EXPECT_EQ(log.texts(QtDebugMsg), QStringList(R"(Failed to write to device: "/a" data:  "78")"));
+    scriptedHidapi::holdWrites(false);
+    ASSERT_TRUE(awaitWritten());
+    EXPECT_EQ(scriptedHidapi::written("/a").size(), 257u);
+}
+
+TEST_F(HIDDeviceTest, InterfaceThatTakesNothingIsGivenUpWithOneLineAndOpenedAnew) {
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    scriptedHidapi::holdWrites(true);
+    const LogCapture log;
+    QElapsedTimer clock;
+    clock.start();
+    ASSERT_TRUE(device.writeAll("x"));
+    ASSERT_TRUE(device.writeAll("y"));
+    ASSERT_TRUE(await([this] { return !device.isOpen(); }));
+    EXPECT_GE(clock.elapsed(), 300);
+    EXPECT_EQ(disconnected, QStringList("/a"));
+    EXPECT_EQ(log.texts(QtWarningMsg), QStringList(R"(HIDDevice: 写入超时，放弃接口并重新打开: "/a")"));
+    device.openDevice(kVendor, kProduct, kPage);
+    EXPECT_FALSE(device.isOpen()) << "the write still hangs, and an opening might wait for it";
+    scriptedHidapi::holdWrites(false);
+    ASSERT_TRUE(await([this] {
+        device.openDevice(kVendor, kProduct, kPage);
+        return device.isOpen();
+    }));
+    EXPECT_EQ(scriptedHidapi::written("/a").size(), 1u) << "what had waited was dropped";
+    EXPECT_EQ(log.texts(QtWarningMsg).size(), 1);
+    ASSERT_TRUE(device.writeAll("z"));
+    ASSERT_TRUE(awaitWritten());
+    EXPECT_TRUE(device.isOpen());
+    EXPECT_EQ(scriptedHidapi::written("/a").size(), 2u);
+}
+
+TEST_F(HIDDeviceTest, OtherInterfacesStayOpenWhileOneIsGivenUpAndOpenedAnew) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::plug(linkInterface("/b"));
+    device.openDevice(kVendor, kProduct, kPage);
+    device.openGivenUp();
+    EXPECT_EQ(scriptedHidapi::enumerations(), 1) << "nothing has been given up";
+    scriptedHidapi::holdWrites(true);
+    ASSERT_TRUE(device.writeTo("/a", "x"));
+    ASSERT_TRUE(await([this] { return device.devicePaths().size() == 1; }));
+    EXPECT_EQ(device.devicePaths().firstKey(), "/b");
+    scriptedHidapi::holdWrites(false);
+    ASSERT_TRUE(await([this] {
+        device.openGivenUp();
+        return device.devicePaths().size() == 2;
+    }));
+    EXPECT_EQ(connected, QStringList({"/a", "/b", "/a"}));
+    EXPECT_EQ(disconnected, QStringList("/a"));
+    const int before = scriptedHidapi::enumerations();
+    device.openGivenUp();
+    EXPECT_EQ(scriptedHidapi::enumerations(), before);
+}
+
+TEST_F(HIDDeviceTest, CloseWritesWhatWaitsAndAnUnplugDropsIt) {
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    scriptedHidapi::holdWrites(true);
+    ASSERT_TRUE(device.writeAll("1"));
+    ASSERT_TRUE(device.writeAll("2"));
+    device.closeDevice("/a");
+    EXPECT_FALSE(device.isOpen());
+    scriptedHidapi::holdWrites(false);
+    ASSERT_TRUE(await([] { return scriptedHidapi::openHandles() == 0; }));
+    EXPECT_EQ(scriptedHidapi::written("/a").size(), 2u);
+
+    device.openDevice(kVendor, kProduct, kPage);
+    scriptedHidapi::holdWrites(true);
+    ASSERT_TRUE(device.writeAll("3"));
+    ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 1; }));
+    ASSERT_TRUE(device.writeAll("4"));
+    const LogCapture log;
+    scriptedHidapi::unplug("/a");
+    ASSERT_TRUE(await([] { return scriptedHidapi::openHandles() == 0; }));
+    EXPECT_FALSE(device.isOpen());
+    EXPECT_LE(log.count("Failed to write"), 2);
+    EXPECT_EQ(scriptedHidapi::written("/a").size(), 2u);
+}
+
+TEST_F(HIDDeviceTest, ReadsAskFor65BytesInNonblockingMode) {
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    ASSERT_TRUE(await([] { return scriptedHidapi::readsInside() == 1; }));
+    EXPECT_EQ(scriptedHidapi::lastRead().length, 65u);
+    EXPECT_EQ(scriptedHidapi::lastNonblockingMode(), 1);
+}
+
+TEST_F(HIDDeviceTest, ConnectedIsEmittedWhenTheReaderHasBeenStarted) {
+    bool runs = false;
+    QObject::connect(&device, &HIDDevice::deviceConnected, &device, [&](const QString& path) {
+        const QPointer<QThread> reader = device.devicePaths().value(path).readThread;
+        runs = reader != nullptr && (reader->isRunning() || reader->isFinished());
+    });
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    EXPECT_TRUE(runs);
 }
 
 TEST_F(HIDDeviceTest, WriteToAnUnknownPathFailsWithALine) {
@@ -297,7 +447,11 @@ TEST_F(HIDDeviceTest, FiveHundredPlugAndUnplugCyclesLeaveNothingBehind) {
 TEST_F(HIDDeviceTest, UnplugAndCloseAtOnceDisconnectExactlyOnce) {
     for (int cycle = 0; cycle < 200; ++cycle) {
         scriptedHidapi::plug(linkInterface("/a"));
-        device.openDevice(kVendor, kProduct, kPage);
+        // The report of the cycle before may still be on its way.
+        ASSERT_TRUE(await([this] {
+            device.openDevice(kVendor, kProduct, kPage);
+            return device.isOpen();
+        }));
         std::thread puller([] { scriptedHidapi::unplug("/a"); });
         if (cycle % 2 == 0) {
             device.closeDevice("/a");
@@ -312,6 +466,33 @@ TEST_F(HIDDeviceTest, UnplugAndCloseAtOnceDisconnectExactlyOnce) {
         ASSERT_FALSE(device.isOpen());
     }
     EXPECT_EQ(scriptedHidapi::openHandles(), 0);
+}
+
+TEST(HIDDeviceEndTest, ReadsWaitFor50MsUnlessATestSaysOtherwise) {
+    scriptedHidapi::reset();
+    scriptedHidapi::plug(linkInterface("/a"));
+    HIDDevice device;
+    device.openDevice(kVendor, kProduct, kPage);
+    ASSERT_TRUE(await([] { return scriptedHidapi::readsInside() == 1; }));
+    EXPECT_EQ(scriptedHidapi::lastRead().milliseconds, 50);
+    EXPECT_EQ(HIDIntervals{}.writeLimitMs, 2000);
+}
+
+TEST(HIDDeviceEndTest, EndLeavesAWriterBehindThatHangs) {
+    scriptedHidapi::reset();
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::holdWrites(true);
+    {
+        HIDDevice device;
+        device.openDevice(kVendor, kProduct, kPage);
+        ASSERT_TRUE(device.writeAll("x"));
+        ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 1; }));
+    }
+    EXPECT_EQ(scriptedHidapi::writesInside(), 1) << "the end has waited for the write";
+    EXPECT_EQ(scriptedHidapi::openHandles(), 1);
+    scriptedHidapi::holdWrites(false);
+    EXPECT_TRUE(await([] { return scriptedHidapi::openHandles() == 0; }));
+    EXPECT_EQ(scriptedHidapi::callsAfterClose(), 0);
 }
 
 TEST(HIDDeviceEndTest, DestructorClosesAllAndWaitsForTheReaders) {

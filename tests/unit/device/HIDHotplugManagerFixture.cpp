@@ -79,10 +79,21 @@ void HIDHotplugManagerTest::answer(std::uint16_t messageId, const Bytes& payload
         {kLinkResponse, requests.back().sequence, kDevice, wireFrame::kHost, messageId, payload}));
 }
 
+void HIDHotplugManagerTest::letLinkPause(int atLeastMs) {
+    manager->startAndConnectDevice();
+    ASSERT_TRUE(await([&] { return timers[1]->interval() > atLeastMs; }));
+}
+
+std::vector<Report> HIDHotplugManagerTest::writtenReports() const {
+    const auto* const device = manager->findChild<HIDDevice*>();
+    EXPECT_TRUE(awaitThread([device] { return !device->isWriting(); }));
+    return scriptedHidapi::written(path);
+}
+
 std::vector<WireFrame> HIDHotplugManagerTest::sentFrames() const {
     const std::ptrdiff_t header = reportForm == wireFrame::ReportForm::Mixer ? 2 : 1;
     Bytes stream;
-    for (const Report& report : scriptedHidapi::written(path)) {
+    for (const Report& report : writtenReports()) {
         stream.insert(stream.end(), report.begin() + header, report.end());
     }
     std::vector<WireFrame> frames;
@@ -112,14 +123,24 @@ std::vector<Bytes> HIDHotplugManagerTest::payloadsSentWith(std::uint16_t message
     return payloads;
 }
 
-void HIDHotplugManagerTest::connectFullyAndUnplug() {
+void HIDHotplugManagerTest::connectFully() {
     connectDevice(kR2);
     login();
     tick(20);
     answer(1, {0, 3, 'M', 'i', 'x'});
     answer(23, {0, 'S', 'N', '7', 0});
     answer(16, {0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 5});
+    answer(34, {0});
+    answer(14, {0});
+}
+
+void HIDHotplugManagerTest::unplug() {
     scriptedHidapi::unplug(path);
     ASSERT_TRUE(await([&] { return !connections.last().isConnected; }));
     connections.clear();
+}
+
+void HIDHotplugManagerTest::connectFullyAndUnplug() {
+    connectFully();
+    unplug();
 }

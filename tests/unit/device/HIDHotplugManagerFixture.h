@@ -65,13 +65,22 @@ protected:
         }
     }
 
+    /// Makes the tick's timer run, and waits until it pauses for at least so many milliseconds: the link has
+    /// nothing to do.
+    void letLinkPause(int atLeastMs = 2);
+
+    /// The reports written so far to the present path, with those on their way.
+    [[nodiscard]] std::vector<Report> writtenReports() const;
     /// The frames written so far, put together from the reports.
     [[nodiscard]] std::vector<WireFrame> sentFrames() const;
     [[nodiscard]] std::vector<WireFrame> sentWith(std::uint16_t messageId) const;
     [[nodiscard]] std::vector<Bytes> payloadsSentWith(std::uint16_t messageId) const;
 
-    /// Connects the mixer, lets it log in and say all about itself, and pulls it off.
+    /// Connects the mixer and lets it log in and say all about itself.
+    void connectFully();
+    /// The same, and pulls it off.
     void connectFullyAndUnplug();
+    void unplug();
 
     std::unique_ptr<HIDHotplugManager> manager;
     QList<QTimer*> timers;

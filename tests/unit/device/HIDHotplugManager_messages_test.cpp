@@ -8,10 +8,10 @@ TEST_F(HIDHotplugManagerTest, MixerReportsCarryIdLengthAndAtMost58Bytes) {
     connectDevice(kR2);
     login();
     tick(20);
-    const qsizetype before = static_cast<qsizetype>(scriptedHidapi::written("/r2").size());
+    const qsizetype before = static_cast<qsizetype>(writtenReports().size());
     manager->messageSend(10, QByteArray(120, '\x11'));
     tick(1);
-    const std::vector<Report> reports = scriptedHidapi::written("/r2");
+    const std::vector<Report> reports = writtenReports();
     ASSERT_EQ(static_cast<qsizetype>(reports.size()), before + 3);
     const auto at = static_cast<std::size_t>(before);
     // 16 header, 122 payload, 1 checksum: 139 bytes in 58 + 58 + 23.
@@ -29,10 +29,10 @@ TEST_F(HIDHotplugManagerTest, MicrophoneReportsCarryAZeroAndAtMost64Bytes) {
         connectDevice(interface);
         login();
         tick(20);
-        const std::size_t before = scriptedHidapi::written(path).size();
+        const std::size_t before = writtenReports().size();
         manager->messageSend(10, QByteArray(120, '\x11'));
         tick(1);
-        const std::vector<Report> reports = scriptedHidapi::written(path);
+        const std::vector<Report> reports = writtenReports();
         ASSERT_EQ(reports.size(), before + 3);
         EXPECT_EQ(reports[before].size(), 65u);
         EXPECT_EQ(reports[before][0], 0);
