@@ -26,6 +26,10 @@ constexpr std::size_t kVersionMinorOffset = 10;
 
 constexpr std::uint8_t kStatusTimedOut = 1;
 
+/// The login callback's `from` for messages 13 and 14, and its `type` for a new peer.
+constexpr std::uint8_t kLoginFromMessage = 1;
+constexpr std::uint8_t kLoginFound = 0;
+
 /// The bytes of an answer, not copied: valid as long as the answer is.
 QByteArray bytesOf(const LinkInfo& info, const std::uint8_t* bytes) {
     return QByteArray::fromRawData(reinterpret_cast<const char*>(bytes), info.length);
@@ -89,6 +93,7 @@ HIDHotplugManager::HIDHotplugManager(QObject* parent, const HIDIntervals& chosen
     connectTransport();
 
     timers[0] = new QTimer(this);
+    timers[0]->setTimerType(Qt::PreciseTimer);
     connect(timers[0], &QTimer::timeout, this, &HIDHotplugManager::onScanTimer);
     timers[0]->start(intervals.scanMs);
     timers[1] = new QTimer(this);
@@ -142,8 +147,27 @@ void HIDHotplugManager::installLinkCallbacks() {
     }
 }
 
-void HIDHotplugManager::onScanTimer() {
+bool HIDHotplugManager::endLastConnection() {
     if (hidDevice->isOpen()) {
+        return false;
+    }
+    // A reader tells of its interface after the map has lost it. The new connection must not hear of that.
+    hidDevice->waitForReaders();
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    return true;
+}
+
+void HIDHotplugManager::beginConnection(const UsbIdentity& identity) {
+    vendorId = identity.vendorId;
+    productId = identity.productId;
+    deviceInfo = {{QStringLiteral("dpid"), static_cast<uint>(productId)}};
+    peerAddress.reset();
+    peers.clear();
+    linkForgetConnection();
+}
+
+void HIDHotplugManager::onScanTimer() {
+    if (!endLastConnection()) {
         hidDevice->openGivenUp();
         return;
     }
@@ -159,9 +183,7 @@ void HIDHotplugManager::onScanTimer() {
             emit upgradeFirmwareSignal();
             return;
         }
-        vendorId = identity.vendorId;
-        productId = identity.productId;
-        deviceInfo[QStringLiteral("dpid")] = static_cast<uint>(productId);
+        beginConnection(identity);
     }
     hid_free_enumeration(list);
 
@@ -234,26 +256,55 @@ void HIDHotplugManager::emitDeviceConnected() {
 }
 
 void HIDHotplugManager::onLogin(std::uint8_t from, std::uint8_t type, const LinkAddress& address) {
-    if (from == 1) {
+    if (from == kLoginFromMessage) {
         return;
     }
-    // The type is not looked at: a peer that timed out takes the same path.
-    peerAddress = address;
-    if (address.chid != 0) {
-        linkQueryName(address);
-        linkQuerySerial(address);
-        linkQueryVersion(address);
-        linkSubscribe(address);
-        deviceInfo[QStringLiteral("pid")] = static_cast<uint>(address.pid);
-        deviceInfo[QStringLiteral("vid")] = static_cast<uint>(address.vid);
+    if (type == kLoginFound) {
+        onPeerFound(address);
+    } else {
+        onPeerLost(address);
     }
     qDebug() << "用户登录回调 from:" << from << "type:" << type
              << QStringLiteral("VID:0x%1 PID:0x%2 CHID:0x%3")
                     .arg(hexId(address.vid), hexId(address.pid), hexId(address.chid));
 }
 
+void HIDHotplugManager::onPeerFound(const LinkAddress& address) {
+    // While the device lives, no other address takes its place; one without an id gives way.
+    const bool leads = peers.empty() || peers.front().chid == 0;
+    peers.insert(leads ? peers.begin() : peers.end(), address);
+    if (leads) {
+        turnTo(address);
+    }
+}
+
+void HIDHotplugManager::onPeerLost(const LinkAddress& address) {
+    const bool led = !peers.empty() && peers.front() == address;
+    std::erase(peers, address);
+    if (led) {
+        // Kept: a device that has timed out is asked once more.
+        turnTo(address);
+    }
+    if (led && !peers.empty()) {
+        turnTo(peers.front());
+    }
+}
+
+void HIDHotplugManager::turnTo(const LinkAddress& address) {
+    peerAddress = address;
+    if (address.chid == 0) {
+        return;
+    }
+    linkQueryName(address);
+    linkQuerySerial(address);
+    linkQueryVersion(address);
+    linkSubscribe(address);
+    deviceInfo[QStringLiteral("pid")] = static_cast<uint>(address.pid);
+    deviceInfo[QStringLiteral("vid")] = static_cast<uint>(address.vid);
+}
+
 int HIDHotplugManager::onName(const LinkInfo& info, const std::uint8_t* bytes) {
-    if (info.status == kStatusTimedOut) {
+    if (info.status == kStatusTimedOut || !isFromPeer(info)) {
         return 0;
     }
     const QByteArray data = bytesOf(info, bytes);
@@ -268,7 +319,7 @@ int HIDHotplugManager::onName(const LinkInfo& info, const std::uint8_t* bytes) {
 }
 
 int HIDHotplugManager::onSerial(const LinkInfo& info, const std::uint8_t* bytes) {
-    if (info.status == kStatusTimedOut) {
+    if (info.status == kStatusTimedOut || !isFromPeer(info)) {
         return 0;
     }
     const QByteArray data = bytesOf(info, bytes);
@@ -283,7 +334,7 @@ int HIDHotplugManager::onSerial(const LinkInfo& info, const std::uint8_t* bytes)
 }
 
 int HIDHotplugManager::onVersion(const LinkInfo& info, const std::uint8_t* bytes) {
-    if (bytes == nullptr) {
+    if (bytes == nullptr || !isFromPeer(info)) {
         return 0;
     }
     const QString version =
@@ -297,7 +348,7 @@ int HIDHotplugManager::onVersion(const LinkInfo& info, const std::uint8_t* bytes
 }
 
 int HIDHotplugManager::onAttribute(const LinkInfo& info, std::uint16_t attID, const std::uint8_t* bytes) {
-    if (info.status == kStatusTimedOut || info.length == 0 || attID == 0) {
+    if (info.status == kStatusTimedOut || info.length == 0 || attID == 0 || !isFromPeer(info)) {
         return -1;
     }
     const QByteArray data = bytesOf(info, bytes);
@@ -325,9 +376,11 @@ void HIDHotplugManager::messageSend(std::uint16_t attID, const QByteArray& byteA
         return;
     }
     qDebug() << "属性发送 " << "attID:" << attID << "数据:" << byteArray.toHex();
-    wakeLink();
-    linkSetAttribute(peerAddress, static_cast<std::uint8_t>(attID),
-                     static_cast<std::uint8_t>(byteArray.size()), rawBytes(byteArray));
+    if (peerAddress) {
+        wakeLink();
+        linkSetAttribute(*peerAddress, static_cast<std::uint8_t>(attID),
+                         static_cast<std::uint8_t>(byteArray.size()), rawBytes(byteArray));
+    }
     appendAttributeLog("发送", attID, byteArray);
 }
 
@@ -336,8 +389,10 @@ void HIDHotplugManager::messageGet(std::uint16_t attID) {
         return;
     }
     qDebug() << "属性获取 " << "attID:" << attID;
-    wakeLink();
-    linkGetAttribute(peerAddress, static_cast<std::uint8_t>(attID));
+    if (peerAddress) {
+        wakeLink();
+        linkGetAttribute(*peerAddress, static_cast<std::uint8_t>(attID));
+    }
 }
 
 void HIDHotplugManager::messageGetAll() {
@@ -345,8 +400,10 @@ void HIDHotplugManager::messageGetAll() {
         return;
     }
     qDebug() << "获取所有属性";
-    wakeLink();
-    linkGetAttributes(peerAddress, 0, nullptr);
+    if (peerAddress) {
+        wakeLink();
+        linkGetAttributes(*peerAddress, 0, nullptr);
+    }
 }
 
 QVariantList HIDHotplugManager::byteArrayToVariantList(const QByteArray& byteArray) const {
@@ -381,14 +438,16 @@ void HIDHotplugManager::startAndConnectDevice() {
 }
 
 void HIDHotplugManager::sendPriMessage(std::uint32_t msgid, const QByteArray& byteArray) {
-    LinkFrame frame;
-    frame.kind = msgid == kPrivateUpgrade ? kLinkRequest : kLinkNotification;
-    frame.destination = peerAddress;
-    frame.messageId = static_cast<std::uint16_t>(msgid);
-    frame.length = static_cast<std::uint16_t>(byteArray.size());
-    frame.payload = rawBytes(byteArray);
-    wakeLink();
-    linkSend(kLinkTracked, frame);
+    if (peerAddress) {
+        LinkFrame frame;
+        frame.kind = msgid == kPrivateUpgrade ? kLinkRequest : kLinkNotification;
+        frame.destination = *peerAddress;
+        frame.messageId = static_cast<std::uint16_t>(msgid);
+        frame.length = static_cast<std::uint16_t>(byteArray.size());
+        frame.payload = rawBytes(byteArray);
+        wakeLink();
+        linkSend(kLinkTracked, frame);
+    }
     appendAttributeLog("发送", msgid, byteArray);
 }
 

@@ -12,15 +12,22 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
+#include <vector>
 
 class HIDDevice;
+struct UsbIdentity;
 
 /// The process-wide singleton through which everything reaches the device. It scans the HID bus for a known
 /// device, opens it, drives the link stack with a tick of one millisecond, keeps the device information map,
 /// and offers the attribute and private message operations to QML (module `VexoDeckHIDHotplug`).
 ///
-/// All of it runs on the main thread: scan, tick, parser (through the queued reports of the readers),
-/// callbacks and writes. There is one link stack in the process, so one manager at a time.
+/// A connection lasts from the first interface that opens to the last that closes. At the beginning of one,
+/// everything that is known of the device before it is forgotten: half a frame, its link address, values and
+/// requests. So every device is asked for all about itself, whatever its address and however soon it comes.
+///
+/// All of it runs on the main thread: scan, tick, parser (through the queued reports of the readers) and
+/// callbacks. There is one link stack in the process, so one manager at a time.
 class HIDHotplugManager : public QObject {
     Q_OBJECT
 
@@ -36,12 +43,13 @@ public:
 
     /// A copy of the map of what is known about the device found last. Keys: `dpid` (USB product id: 0x1396
     /// Voxmic M40, 0x1397 Voxmic T40, 0x9829 Mixdesk R2), `pid` and `vid` (of its link address, not USB ids),
-    /// `name`, `sn`, `version` ("V2.05"). Never cleared: after a disconnection the old values stay.
+    /// `name`, `sn`, `version` ("V2.05"). After a disconnection the old values stay until a scan finds a
+    /// device: then `dpid` is that device's and the others are gone.
     Q_INVOKABLE [[nodiscard]] QVariantMap getDeviceInfo() const;
 
     /// Writes an attribute; the link tracks and retries the write. The link cuts the size of `byteArray` to 8
     /// bits and drops a value of more than 200 bytes. Does nothing, and logs nothing, while no device is
-    /// open.
+    /// open. This and the reads below are lost before the device's login.
     Q_INVOKABLE void messageSend(std::uint16_t attID, const QByteArray& byteArray);
     /// Asks for one attribute; messageReceived brings the answer. Does nothing while no device is open.
     Q_INVOKABLE void messageGet(std::uint16_t attID);
@@ -93,7 +101,18 @@ private:
     /// Sends one frame of the link in the model's reports; -1 while no device is open, otherwise 1.
     int sendFrame(std::uint32_t channel, std::uint32_t length, const std::uint8_t* bytes);
 
+    /// Takes what the last connection still has queued. Returns whether no interface is open.
+    bool endLastConnection();
+    /// Forgets the device before this one.
+    void beginConnection(const UsbIdentity& identity);
+
     void onLogin(std::uint8_t from, std::uint8_t type, const LinkAddress& address);
+    void onPeerFound(const LinkAddress& address);
+    void onPeerLost(const LinkAddress& address);
+    /// Makes a peer the device that is spoken to, and asks it for all about itself if it has an id.
+    void turnTo(const LinkAddress& address);
+    /// Whether an answer or a report is of the device that is spoken to.
+    [[nodiscard]] bool isFromPeer(const LinkInfo& info) const { return info.address == peerAddress; }
     int onName(const LinkInfo& info, const std::uint8_t* bytes);
     int onSerial(const LinkInfo& info, const std::uint8_t* bytes);
     int onVersion(const LinkInfo& info, const std::uint8_t* bytes);
@@ -107,8 +126,10 @@ private:
     std::uint16_t productId = 0;
     /// "FIXED_USAGE": the usage page that an interface must have to be opened.
     std::uint16_t fixedUsage = 0;
-    /// Link address of the logged-in device.
-    LinkAddress peerAddress;
+    /// Link address of the device that has logged in on this connection and is spoken to.
+    std::optional<LinkAddress> peerAddress;
+    /// The peers of this connection, the one that is spoken to first.
+    std::vector<LinkAddress> peers;
     /// [0] the scan, [1] the tick.
     std::array<QTimer*, 2> timers{};
     /// The longest that the present pause may be; 0 while the timer runs each millisecond.

@@ -16,7 +16,8 @@ QtObject {
     // Attribute name to id.
     readonly property var attrs: Attributes.ids
 
-    // The last map from the manager: dpid, pid, vid, name, sn, version. It keeps old values after a disconnection.
+    // The last map from the manager: dpid, pid, vid, name, sn, version. It keeps old values from a disconnection to the
+    // next connection, which begins with dpid only.
     property var deviceInfo: ({})
     property bool deviceReady: false
     property var connectTime: new Date()

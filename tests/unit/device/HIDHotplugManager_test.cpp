@@ -1,11 +1,14 @@
 // The bus: scan, plugging, opening, the timers.
 
+#include "device/HIDDevice.h"
 #include "device/link/LinkInspection.h"
 #include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
 #include "tests/unit/device/HIDHotplugManagerFixture.h"
 
 #include <QElapsedTimer>
+
+#include <functional>
 
 TEST_F(HIDHotplugManagerTest, ConstructionStartsBothTimersAndLogsZeroIds) {
     const LogCapture log;
@@ -16,6 +19,8 @@ TEST_F(HIDHotplugManagerTest, ConstructionStartsBothTimersAndLogsZeroIds) {
     EXPECT_EQ(found[1]->interval(), 1);
     EXPECT_TRUE(found[0]->isActive() && found[1]->isActive());
     EXPECT_FALSE(found[0]->isSingleShot() || found[1]->isSingleShot());
+    EXPECT_EQ(found[0]->timerType(), Qt::PreciseTimer);
+    EXPECT_EQ(found[1]->timerType(), Qt::PreciseTimer);
     EXPECT_EQ(log.texts(QtDebugMsg), QStringList({"HIDHotplugManager 单例创建完成，开始监测设备",
                                                   R"(监测设备 VID: "0x0000" PID: "0x0000")"}));
 }
@@ -68,6 +73,18 @@ TEST_F(HIDHotplugManagerTest, OnlyTheFirstKnownDeviceOfTheListIsUsedAsLongAsItIs
     EXPECT_EQ(connections[2].info.value("dpid"), QVariant(0x9829u));
     EXPECT_EQ(log.count("FIXED_USAGE: 12"), 1);
     EXPECT_EQ(scriptedHidapi::openedEver(), 2);
+}
+
+TEST_F(HIDHotplugManagerTest, OtherProductsOfAKnownVendorAreLeftAlone) {
+    scriptedHidapi::plug({"/sibling", 0x3327, 0x9828, 0x0C});
+    scriptedHidapi::plug({"/crossed", 0x3327, 0x1396, 0x8C});
+    scriptedHidapi::plug({"/cousin", 0x2F05, 0x1398, 0x8C});
+    scriptedHidapi::plug({"/mixed", 0x2F05, 0x9829, 0x0C});
+    const LogCapture log;
+    manager->onScanTimer();
+    EXPECT_EQ(scriptedHidapi::openedEver(), 0);
+    EXPECT_TRUE(log.lines().isEmpty());
+    EXPECT_TRUE(manager->getDeviceInfo().isEmpty());
 }
 
 TEST_F(HIDHotplugManagerTest, OpenDeviceIsNotLookedFor) {
@@ -183,6 +200,97 @@ TEST_F(HIDHotplugManagerTest, TheTickPausesWhileTheLinkIsIdleAndWakesForWork) {
     EXPECT_TRUE(await([&] { return !sentWith(31).empty(); })) << "and it goes out";
 }
 
+TEST_F(HIDHotplugManagerTest, PauseCountsTheTimeThatHasPassedAndNoMore) {
+    connectFully();
+    manager->startAndConnectDevice();
+    QElapsedTimer clock;
+    std::uint32_t before = 0;
+    ASSERT_TRUE(await([&] {
+        if (timers[1]->interval() == 1) {
+            clock.start();
+            before = linkInspect().tickCount;
+        }
+        return timers[1]->interval() > 20;
+    }));
+    manager->messageGet(10);
+    EXPECT_LE(linkInspect().tickCount - before, clock.elapsed() + 2) << "time ran ahead";
+}
+
+TEST_F(HIDHotplugManagerTest, PauseThatOverrunsCountsOnlyItsLength) {
+    connectFully();
+    ASSERT_NO_FATAL_FAILURE(letLinkPause());
+    const std::uint32_t before = linkInspect().tickCount;
+    QElapsedTimer clock;
+    clock.start();
+    // The machine sleeps, or the main thread is busy.
+    ASSERT_TRUE(awaitThread([&clock] { return clock.elapsed() > 200; }));
+    manager->onTimeout();
+    EXPECT_LE(linkInspect().tickCount - before, 52u) << "a peer would age by the time that was slept";
+}
+
+TEST_F(HIDHotplugManagerTest, WhateverGivesTheLinkWorkEndsItsPause) {
+    connectFully();
+    const std::vector<std::pair<const char*, std::function<void()>>> works{
+        {"messageSend",
+         [this] {
+             manager->messageSend(5, QByteArray("\x07"));
+         }},
+        {"messageGet",
+         [this] {
+             manager->messageGet(5);
+         }},
+        {"messageGetAll",
+         [this] {
+             manager->messageGetAll();
+         }},
+        {"sendPriMessage",
+         [this] {
+             manager->sendPriMessage(0x8004, QByteArray("\x01"));
+         }},
+    };
+    for (const auto& [name, work] : works) {
+        ASSERT_NO_FATAL_FAILURE(letLinkPause()) << name;
+        work();
+        EXPECT_EQ(timers[1]->interval(), 1) << name;
+    }
+    int intervalAfterReport = 0;
+    // Connected after the manager's own slot, and so called after it.
+    QObject::connect(manager->findChild<HIDDevice*>(), &HIDDevice::dataReceived, manager.get(),
+                     [&] { intervalAfterReport = timers[1]->interval(); });
+    ASSERT_NO_FATAL_FAILURE(letLinkPause());
+    ASSERT_NO_FATAL_FAILURE(
+        receiveReport(wireFrame::deviceReports(reportForm, wireFrame::hello(kDevice))[0]));
+    EXPECT_EQ(intervalAfterReport, 1);
+}
+
+TEST_F(HIDHotplugManagerTest, StopEndsAPauseAndTheLinkStandsStill) {
+    connectFully();
+    ASSERT_NO_FATAL_FAILURE(letLinkPause(20));
+    manager->stopAndDisconnectDevice();
+    const std::uint32_t before = linkInspect().tickCount;
+    QElapsedTimer clock;
+    clock.start();
+    ASSERT_TRUE(awaitThread([&clock] { return clock.elapsed() > 60; }));
+    manager->onTimeout();
+    EXPECT_EQ(linkInspect().tickCount, before + 1);
+}
+
+TEST_F(HIDHotplugManagerTest, TickPollsTheLinkBeforeItCounts) {
+    connectDevice(kR2);
+    tick(1025); // the first hello is due when more than 1024 ticks have been counted
+    EXPECT_TRUE(sentFrames().empty());
+    tick(1);
+    EXPECT_EQ(sentWith(0).size(), 1u);
+}
+
+TEST_F(HIDHotplugManagerTest, NothingIsLoggedAsSentWhileNoInterfaceIsOpen) {
+    tick(1100); // a hello is due
+    EXPECT_TRUE(logLines("hid_data.log").isEmpty());
+    connectDevice(kR2);
+    tick(1100);
+    EXPECT_EQ(logLines("hid_data.log").size(), 1);
+}
+
 TEST_F(HIDHotplugManagerTest, RealTimersScanAndTick) {
     make({.scanMs = 50, .readTimeoutMs = 5});
     tick(900); // the first hello is due after 1024
@@ -192,7 +300,7 @@ TEST_F(HIDHotplugManagerTest, RealTimersScanAndTick) {
     manager->startAndConnectDevice();
     ASSERT_TRUE(await([&] { return !connections.isEmpty(); }));
     EXPECT_TRUE(connections[0].isConnected);
-    EXPECT_GE(clock.elapsed(), 47) << "a coarse timer is at most 5 % early";
+    EXPECT_GE(clock.elapsed(), 50) << "the scan came early";
     ASSERT_TRUE(await([] { return !scriptedHidapi::written("/r2").empty(); })) << "no hello went out";
 }
 
