@@ -74,6 +74,7 @@ std::span<const CommandInterpreter::Entry> CommandInterpreter::commands() {
          &Self::sendAttributeNotification},
         {"send-frame", "send-frame KIND MSGID [VALUE...]", &Self::sendFrame},
         {"send-raw", "send-raw VALUE...", &Self::sendRaw},
+        {"deaf", "deaf on|off", &Self::deaf},
         {"storm", "storm COUNT PER_SECOND ATTR|MSGID", &Self::storm},
         {"identity",
          "identity name|serial|version|address|max-payload|hello-interval|frame-rate|patience|up-time ...",

@@ -75,6 +75,7 @@ private:
     Json sendAttributeNotification(Arguments& arguments);
     Json sendFrame(Arguments& arguments);
     Json sendRaw(Arguments& arguments);
+    Json deaf(Arguments& arguments);
     Json storm(Arguments& arguments);
     Json identity(Arguments& arguments);
     Json answer(Arguments& arguments);

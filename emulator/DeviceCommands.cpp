@@ -99,6 +99,16 @@ Json CommandInterpreter::sendRaw(Arguments& arguments) {
     return Json::object();
 }
 
+Json CommandInterpreter::deaf(Arguments& arguments) {
+    const std::string_view word = arguments.word("on or off");
+    arguments.expectEnd();
+    if (word != "on" && word != "off") {
+        throw CommandError("the last word must be on or off");
+    }
+    bus.setDeaf(device, word == "on");
+    return {{"device", bus.deviceName(device)}, {"deaf", word == "on"}};
+}
+
 Json CommandInterpreter::storm(Arguments& arguments) {
     const std::uint64_t count = arguments.number("COUNT", 1, 1000000);
     const std::uint64_t perSecond = arguments.number("PER_SECOND", 1, 100000);

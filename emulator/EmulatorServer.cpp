@@ -20,6 +20,10 @@ constexpr int kConditionPeriodMs = 5;
 constexpr std::size_t kLongestLine = 1U << 16U;
 constexpr std::string_view kPrompt = "vexo> ";
 
+Bytes holdMessage(bool held) {
+    return wireMessage(WireType::Hold, Bytes{held ? std::uint8_t{1} : std::uint8_t{0}});
+}
+
 void print(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
@@ -59,6 +63,11 @@ void EmulatorServer::connectListeners() {
         if (Client* const client = clientOf(handle)) {
             client->handle.reset();
             client->socket.close();
+        }
+    };
+    busListener.held = [clientOf](VirtualBus::HandleId handle, bool held) {
+        if (Client* const client = clientOf(handle)) {
+            client->output.push_back(holdMessage(held));
         }
     };
     bus.setListener(std::move(busListener));
@@ -288,6 +297,9 @@ void EmulatorServer::onWireMessage(Client& client, const WireBuffer::Message& me
         return;
     }
     client.output.push_back(wireMessage(message.type, answer));
+    if (message.type == WireType::Open && client.handle && bus.isDeaf(*client.handle)) {
+        client.output.push_back(holdMessage(true));
+    }
 }
 
 void EmulatorServer::serveCommands(

@@ -32,6 +32,8 @@ enum class WireType : std::uint8_t {
     GetFeature = 5,
     // Emulator: a report.
     Input = 6,
+    // Emulator: 1 u8 when the device takes no more reports, 0 when it does again. A write waits meanwhile.
+    Hold = 7,
 };
 
 Bytes wireMessage(WireType type, BytesView body);

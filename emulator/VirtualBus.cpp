@@ -111,6 +111,22 @@ void VirtualBus::restart(std::size_t index, std::uint64_t awayMs) {
     slots[index]->plugAtMs = now + awayMs;
 }
 
+void VirtualBus::setDeaf(std::size_t index, bool deaf) {
+    Slot& slot = *slots[index];
+    slot.deaf = deaf;
+    for (const OpenHandle& handle : slot.handles) {
+        if (listener.held) {
+            listener.held(handle.id, deaf);
+        }
+    }
+}
+
+bool VirtualBus::isDeaf(HandleId handle) const {
+    return std::ranges::any_of(slots, [handle](const auto& slot) {
+        return slot->deaf && std::ranges::find(slot->handles, handle, &OpenHandle::id) != slot->handles.end();
+    });
+}
+
 InterfaceInfo VirtualBus::describe(const Slot& slot, const HidInterface& interface) const {
     const ModelInfo& info = modelInfo(slot.device->model);
     const auto bcd = [](std::uint8_t number) {

@@ -23,6 +23,8 @@ public:
         std::function<bool(HandleId handle, const Bytes& report)> inputReport;
         // The handle is gone.
         std::function<void(HandleId handle)> unplugged;
+        // From now on the device takes no reports of the handle, or does again.
+        std::function<void(HandleId handle, bool held)> held;
     };
 
     struct DeviceCounters {
@@ -62,6 +64,9 @@ public:
     bool unplug(std::size_t index);
     // Unplugs, loses settings, and plugs again after this time.
     void restart(std::size_t index, std::uint64_t awayMs);
+    // A deaf device takes no reports from the host; also a device that is not plugged can be deaf.
+    void setDeaf(std::size_t index, bool deaf);
+    bool isDeaf(HandleId handle) const;
     // Bytes in reports as they stand, without a frame around them.
     void sendRaw(std::size_t index, BytesView bytes);
 
@@ -91,6 +96,7 @@ private:
         std::string name;
         std::unique_ptr<VirtualDevice> device;
         bool plugged = false;
+        bool deaf = false;
         std::optional<std::uint64_t> plugAtMs;
         std::vector<OpenHandle> handles;
         ReportPipe toHost;

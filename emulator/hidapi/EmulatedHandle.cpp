@@ -15,6 +15,8 @@ constexpr int kAnswerMs = 2000;
 // The kernel takes output reports of 2 to 16384 bytes, the report id included.
 constexpr std::size_t kShortestReport = 2;
 constexpr std::size_t kLongestReport = 16384;
+// As long as a USB transfer may take before the kernel aborts it.
+constexpr std::chrono::seconds kWriteLimit(5);
 constexpr const wchar_t* kGone = L"the device is disconnected";
 
 int answerLimitMs() {
@@ -98,15 +100,32 @@ std::shared_ptr<EmulatedHandle> EmulatedHandle::open(const std::string& path) {
 }
 
 void EmulatedHandle::close() {
-    dead = true;
+    die();
     socket.shutDown();
 }
 
 bool EmulatedHandle::gone() {
     if (!dead && socket.waitReadable(0) == LocalSocket::Readiness::Closed) {
-        dead = true;
+        die();
     }
     return dead;
+}
+
+void EmulatedHandle::die() {
+    const std::lock_guard lock(holdMutex);
+    dead = true;
+    holdChanged.notify_all();
+}
+
+void EmulatedHandle::setHeld(bool isHeld) {
+    const std::lock_guard lock(holdMutex);
+    held = isHeld;
+    holdChanged.notify_all();
+}
+
+bool EmulatedHandle::waitUntilTaken() {
+    std::unique_lock lock(holdMutex);
+    return holdChanged.wait_for(lock, kWriteLimit, [this] { return !held || dead; });
 }
 
 void EmulatedHandle::setError(std::wstring text) {
@@ -184,11 +203,14 @@ int EmulatedHandle::receiveReport(std::span<std::uint8_t> buffer, bool forEver, 
             if (message->type == WireType::Input) {
                 return takeReport(buffer, message->body);
             }
+            if (message->type == WireType::Hold) {
+                setHeld(message->body == Bytes{1});
+            }
         } else if (!open) {
             break;
         }
     }
-    dead = true;
+    die();
     return fail(kGone);
 }
 
@@ -198,6 +220,9 @@ int EmulatedHandle::write(BytesView report) {
         return fail(L"a report has 2 to 16384 bytes, its report id included");
     }
     const std::lock_guard lock(writeMutex);
+    if (!waitUntilTaken()) {
+        return fail(L"the device took no report in time");
+    }
     if (gone()) {
         return fail(kGone);
     }

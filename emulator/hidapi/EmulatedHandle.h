@@ -47,6 +47,11 @@ private:
     using Clock = std::chrono::steady_clock;
 
     bool gone();
+    // The interface takes and gives nothing any more.
+    void die();
+    void setHeld(bool isHeld);
+    // Waits while the device takes no reports, as long as the kernel would. False when it still takes none.
+    bool waitUntilTaken();
     bool takeTurn(bool forEver, Clock::time_point deadline);
     void endTurn();
     int receiveReport(std::span<std::uint8_t> buffer, bool forEver, Clock::time_point deadline);
@@ -62,6 +67,10 @@ private:
     // A message that has arrived in part; belongs to the thread whose turn it is.
     WireBuffer incoming;
     std::mutex writeMutex;
+    std::mutex holdMutex;
+    std::condition_variable holdChanged;
+    // Under holdMutex.
+    bool held = false;
     mutable std::mutex errorMutex;
     std::wstring error;
 };

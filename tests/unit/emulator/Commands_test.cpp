@@ -68,6 +68,7 @@ TEST_F(Commands, ABadCommandIsExplainedAndChangesNothing) {
     EXPECT_EQ(error("fault lightning 1"), "there is no fault \"lightning\"");
     EXPECT_EQ(error("identity version 1 2 3"), "\"3\" is one word too many");
     EXPECT_EQ(host.device().identity.versionMinor, 7);
+    EXPECT_EQ(error("deaf maybe"), "the last word must be on or off");
     EXPECT_EQ(error("answer hello fail"), "a hello has no failure status");
     EXPECT_EQ(error("wait rain"), "there is nothing to wait for that is called \"rain\"");
     EXPECT_EQ(error("wait value 5 3"), "value wants an attribute, its bytes and a time-out");
@@ -94,6 +95,24 @@ TEST_F(Commands, PressSendsTheButtonMessage) {
     ASSERT_EQ(host.framesOf(kButtonPressed).size(), 1U);
     EXPECT_EQ(host.framesOf(kButtonPressed)[0].kind, kNotification);
     EXPECT_EQ(host.framesOf(kButtonPressed)[0].payload, Bytes{1});
+}
+
+TEST_F(Commands, DeafTellsTheHandlesOfTheDevice) {
+    std::vector<bool> told;
+    VirtualBus::Listener listener;
+    listener.held = [&](VirtualBus::HandleId, bool held) {
+        told.push_back(held);
+    };
+    host.bus.setListener(std::move(listener));
+    const std::optional<VirtualBus::HandleId> handle = host.bus.open("vexo-emulator/r2/3");
+    ASSERT_TRUE(handle.has_value());
+    host.bus.close(*handle);
+    EXPECT_EQ(run("deaf on").value("deaf", false), true);
+    EXPECT_EQ(told, std::vector<bool>{true}) << "the one handle that is open";
+    EXPECT_FALSE(host.bus.isDeaf(*handle));
+    EXPECT_TRUE(host.bus.isDeaf(*host.bus.open("vexo-emulator/r2/3")));
+    EXPECT_EQ(run("deaf off").value("deaf", true), false);
+    EXPECT_EQ(told.size(), 3U);
 }
 
 TEST_F(Commands, MessagesOfAnyShapeCanBeSent) {

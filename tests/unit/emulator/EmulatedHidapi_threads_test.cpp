@@ -41,6 +41,57 @@ TEST(EmulatedHidapiThreads, AReadWithATimeOutIsNotHeldUpByOneWithout) {
     blocking.join();
 }
 
+// Reads one report that the emulator sends now: the handle has then read all that it sent before.
+void readUpToNow(EmulatorProcess& emulator, hid_device* device) {
+    ReportBuffer report{};
+    emulator.command("send-raw 1");
+    ASSERT_EQ(hid_read_timeout(device, report.data(), report.size(), 5000), 64);
+}
+
+TEST(EmulatedHidapiThreads, AWriteToADeafDeviceWaitsUntilItHears) {
+    EmulatorProcess emulator({"--plug", "m40"});
+    emulator.command("answer hello off");
+    emulator.command("deaf on");
+    const Handle device(hid_open_path(kMicrophoneLink));
+    ASSERT_NO_FATAL_FAILURE(readUpToNow(emulator, device.get())) << "deaf when it was opened";
+    emulator.command("deaf off");
+    ASSERT_NO_FATAL_FAILURE(readUpToNow(emulator, device.get()));
+    emulator.command("deaf on");
+    ASSERT_NO_FATAL_FAILURE(readUpToNow(emulator, device.get()));
+    std::atomic<bool> begun = false;
+    std::atomic<bool> hears = false;
+    std::thread writer([&] {
+        begun = true;
+        const std::array<unsigned char, 3> report{0, 7, 7};
+        EXPECT_EQ(hid_write(device.get(), report.data(), report.size()), 3);
+        EXPECT_TRUE(hears) << "the write has not waited";
+    });
+    while (!begun) {
+        std::this_thread::yield();
+    }
+    EXPECT_TRUE(emulator.command("reports").at("reports").empty());
+    hears = true;
+    emulator.command("deaf off");
+    ASSERT_NO_FATAL_FAILURE(readUpToNow(emulator, device.get()));
+    writer.join();
+}
+
+TEST(EmulatedHidapiThreads, AnUnplugEndsAWriteToADeafDevice) {
+    EmulatorProcess emulator({"--plug", "m40"});
+    emulator.command("answer hello off");
+    const Handle device(hid_open_path(kMicrophoneLink));
+    emulator.command("deaf on");
+    ASSERT_NO_FATAL_FAILURE(readUpToNow(emulator, device.get()));
+    std::thread writer([&] {
+        const std::array<unsigned char, 3> report{0, 7, 7};
+        EXPECT_EQ(hid_write(device.get(), report.data(), report.size()), -1);
+    });
+    emulator.command("unplug");
+    ReportBuffer report{};
+    EXPECT_EQ(hid_read_timeout(device.get(), report.data(), report.size(), 5000), -1);
+    writer.join();
+}
+
 TEST(EmulatedHidapiThreads, OneThreadReadsWhileAnotherWrites) {
     EmulatorProcess emulator({"--plug", "r2"});
     const Handle device(hid_open_path(kMixerLink));
