@@ -13,6 +13,12 @@ class Panel:
 
     # ---- ways
 
+    def fill_screen(self):
+        """Makes the main window as large as the screen."""
+        # It may disappear for a moment while it gets its frame.
+        window = wait_until(lambda: self.stage.windows("Vexo Deck"), "the main window")[0]
+        self.stage.xdotool("windowmove", window, 0, 0, "windowsize", window, *self.stage.size)
+
     def open(self):
         """From the welcome page with a connected device to the open drawer."""
         open_main(self.stage)

@@ -28,9 +28,7 @@ class PanelWalk(SystemCase):
         super().setUp()
         self.panel = Panel(self.stage)
         self.program = self.start(environment=TYPED_LOG)
-        # The window may disappear for a moment while it gets its frame.
-        window = wait_until(lambda: self.stage.windows("Vexo Deck"), "the main window")[0]
-        self.stage.xdotool("windowmove", window, 0, 0, "windowsize", window, *SCREEN)
+        self.panel.fill_screen()
 
     def tearDown(self):
         # A failed test may have left the mouse pressed. The program quits before the stage ends.

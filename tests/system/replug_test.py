@@ -16,8 +16,6 @@ class Replugged(SystemCase):
         cycles = 500 if LONG else 30
         before = None
         for cycle in range(cycles):
-            # A new link address each time: the program does not ask a device that it still knows for its name again.
-            self.stage.emulator(f"identity address 2 3 {0x1001 + cycle}")
             self.stage.emulator("plug")
             self.stage.emulator("wait ready 20000")
             self.stage.emulator("unplug")
