@@ -452,6 +452,26 @@ LoggedTestCase {
         compare(HIDDeviceMgr.deviceReady, true);
     }
 
+    function test_each_connection_is_ready_and_read_when_it_has_told_all_about_itself() {
+        HIDHotplugManager.deviceConnected(mixer, true);
+        HIDHotplugManager.deviceConnected(mixer, false);
+        HIDHotplugManager.clearCalls();
+        const early = {
+            dpid: microphone.dpid
+        };
+        HIDHotplugManager.deviceConnected(early, true);
+        compare(HIDDeviceMgr.isM40(), true);
+        compare(HIDDeviceMgr.getDeviceName(), "N/A");
+        compare(HIDDeviceMgr.getDeviceSN(), "N/A");
+        compare(HIDDeviceMgr.deviceReady, false);
+        compare(callsOf("messageGet"), []);
+        HIDHotplugManager.deviceConnected(without(microphone, "version"), true);
+        compare(callsOf("messageGet"), []);
+        HIDHotplugManager.deviceConnected(microphone, true);
+        compare(HIDDeviceMgr.deviceReady, true);
+        compare(callsOf("messageGet").map(call => call.id), [1, 2, 3, 4, 5, 6, 7, 24, 26, 3]);
+    }
+
     // ---- reports
 
     function test_a_report_is_published_and_logged_data() {
