@@ -27,7 +27,7 @@ void HIDHotplugManagerTest::SetUp() {
 void HIDHotplugManagerTest::TearDown() {
     manager.reset();
     EXPECT_EQ(scriptedHidapi::callsAfterClose(), 0);
-    EXPECT_EQ(scriptedHidapi::openHandles(), 0);
+    EXPECT_TRUE(awaitThread([] { return scriptedHidapi::openHandles() == 0; }));
 }
 
 void HIDHotplugManagerTest::make(const HIDIntervals& intervals) {
