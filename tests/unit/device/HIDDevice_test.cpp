@@ -194,7 +194,8 @@ TEST_F(HIDDeviceTest, UnpluggedInterfaceIsClosedBeforeItsSignal) {
         &device, &HIDDevice::deviceDisconnected, &device,
         [&openAtSignal] { openAtSignal = scriptedHidapi::openHandles(); }, Qt::DirectConnection);
     scriptedHidapi::unplug("/a");
-    ASSERT_TRUE(await([&] { return !disconnected.isEmpty(); }));
+    // The queued signal may come before this one.
+    ASSERT_TRUE(await([&] { return openAtSignal >= 0; }));
     EXPECT_EQ(openAtSignal, 0);
 }
 
