@@ -63,6 +63,7 @@ std::span<const CommandInterpreter::Entry> CommandInterpreter::commands() {
         {"devices", "devices", &Self::devices},
         {"plug", "plug [DEVICE]", &Self::plug},
         {"unplug", "unplug [DEVICE]", &Self::unplug},
+        {"permission", "permission granted|denied", &Self::permission},
         {"reset", "reset [DEVICE] [AWAY_MS]", &Self::reset},
         {"state", "state [DEVICE]", &Self::state},
         {"set", "set ATTR VALUE...", &Self::set},
@@ -184,6 +185,16 @@ Json CommandInterpreter::unplug(Arguments& arguments) {
     arguments.expectEnd();
     const bool changed = bus.unplug(device);
     return {{"device", bus.deviceName(device)}, {"changed", changed}};
+}
+
+Json CommandInterpreter::permission(Arguments& arguments) {
+    const std::string_view word = arguments.word("granted or denied");
+    arguments.expectEnd();
+    if (word != "granted" && word != "denied") {
+        throw CommandError("the last word must be granted or denied");
+    }
+    bus.setPermission(device, word == "granted");
+    return {{"device", bus.deviceName(device)}, {"permission", word}};
 }
 
 Json CommandInterpreter::reset(Arguments& arguments) {

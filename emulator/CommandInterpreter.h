@@ -54,6 +54,7 @@ private:
     Json devices(Arguments& arguments);
     Json plug(Arguments& arguments);
     Json unplug(Arguments& arguments);
+    Json permission(Arguments& arguments);
     Json reset(Arguments& arguments);
     Json state(Arguments& arguments);
     Json quit(Arguments& arguments);

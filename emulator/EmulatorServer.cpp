@@ -262,8 +262,11 @@ void EmulatorServer::onWireMessage(Client& client, const WireBuffer::Message& me
         const std::string path = reader.takeText();
         const std::optional<InterfaceInfo> info = bus.interfaceAt(path);
         client.handle = client.handle ? client.handle : bus.open(path);
-        answer.push_back(client.handle && info ? 1 : 0);
-        if (client.handle && info) {
+        const OpenResult result = !info           ? OpenResult::NoInterface
+                                  : client.handle ? OpenResult::Opened
+                                                  : OpenResult::NoPermission;
+        answer.push_back(static_cast<std::uint8_t>(result));
+        if (result == OpenResult::Opened) {
             appendInterface(answer, *info);
         }
         break;

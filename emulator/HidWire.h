@@ -19,10 +19,13 @@ constexpr std::uint8_t kHidClient = 0xD1;
 constexpr std::size_t kWireHeaderSize = 5;
 constexpr std::size_t kMaxWireBody = 1U << 20U;
 
+// First byte of the answer to Open.
+enum class OpenResult : std::uint8_t { NoInterface = 0, Opened = 1, NoPermission = 2 };
+
 enum class WireType : std::uint8_t {
     // Client: vendor id u16, product id u16. Answer: count u16, interfaces.
     Enumerate = 1,
-    // Client: path text. Answer: 1 u8 and the interface, or 0 u8.
+    // Client: path text. Answer: 1 u8 and the interface, 0 u8 when there is none, or 2 u8 without permission.
     Open = 2,
     // Client: the report. No answer.
     Write = 3,

@@ -47,6 +47,7 @@ Json describeDevices(const VirtualBus& bus) {
                         {"model", info.word},
                         {"usb", usbId(info)},
                         {"plugged", bus.isPlugged(i)},
+                        {"permission", bus.isPermitted(i) ? "granted" : "denied"},
                         {"openHandles", bus.openHandles(i)}});
     }
     return list;
@@ -90,6 +91,7 @@ Json describeState(const VirtualBus& bus, std::size_t device) {
             {"model", info.word},
             {"usb", usbId(info)},
             {"plugged", bus.isPlugged(device)},
+            {"permission", bus.isPermitted(device) ? "granted" : "denied"},
             {"openHandles", bus.openHandles(device)},
             {"identity", describeIdentity(bus, device)},
             {"hosts", std::move(hosts)},
@@ -105,6 +107,7 @@ Json describeState(const VirtualBus& bus, std::size_t device) {
               {"reportsToHost", wire.reportsToHost},
               {"framesToDevice", reader.frames},
               {"framesToHost", wire.framesToHost},
+              {"refusedOpens", wire.refusedOpens},
               {"badReports", wire.badReports},
               {"badChecksums", reader.badChecksums},
               {"badLengths", reader.badLengths},

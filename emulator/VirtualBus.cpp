@@ -189,6 +189,10 @@ std::optional<VirtualBus::HandleId> VirtualBus::open(const std::string& path) {
     if (slot == nullptr) {
         return std::nullopt;
     }
+    if (!slot->permitted) {
+        ++slots[indexOf(*slot)]->counters.refusedOpens;
+        return std::nullopt;
+    }
     slots[indexOf(*slot)]->handles.push_back({++lastHandle, interface});
     return lastHandle;
 }

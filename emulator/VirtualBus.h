@@ -33,6 +33,8 @@ public:
         std::uint64_t framesToHost = 0;
         // Reports that the model does not know.
         std::uint64_t badReports = 0;
+        // Opens without permission.
+        std::uint64_t refusedOpens = 0;
     };
 
     VirtualBus(std::span<const Model> models, std::uint64_t seed);
@@ -54,6 +56,7 @@ public:
     const std::string& deviceName(std::size_t index) const { return slots[index]->name; }
     std::optional<std::size_t> deviceByName(std::string_view name) const;
     bool isPlugged(std::size_t index) const { return slots[index]->plugged; }
+    bool isPermitted(std::size_t index) const { return slots[index]->permitted; }
     std::size_t openHandles(std::size_t index) const { return slots[index]->handles.size(); }
     const DeviceCounters& counters(std::size_t index) const { return slots[index]->counters; }
     // When the host last sent a frame other than hello; 0 when it never did.
@@ -62,6 +65,9 @@ public:
     // True if that changed anything. Unplugging ends every open handle.
     bool plug(std::size_t index);
     bool unplug(std::size_t index);
+    // Whether programs may open the device: on the bus it is seen all the same. Handles that are open stay
+    // so.
+    void setPermission(std::size_t index, bool permitted) { slots[index]->permitted = permitted; }
     // Unplugs, loses settings, and plugs again after this time.
     void restart(std::size_t index, std::uint64_t awayMs);
     // A deaf device takes no reports from the host; also a device that is not plugged can be deaf.
@@ -73,6 +79,7 @@ public:
     // The interfaces of all plugged devices; 0 stands for any id.
     std::vector<InterfaceInfo> enumerate(std::uint16_t vendorId, std::uint16_t productId) const;
     std::optional<InterfaceInfo> interfaceAt(const std::string& path) const;
+    // Nothing when there is no such interface or its device may not be opened.
     std::optional<HandleId> open(const std::string& path);
     void close(HandleId handle);
     // A report from the host, report id first. False when the handle is gone.
@@ -97,6 +104,7 @@ private:
         std::unique_ptr<VirtualDevice> device;
         bool plugged = false;
         bool deaf = false;
+        bool permitted = true;
         std::optional<std::uint64_t> plugAtMs;
         std::vector<OpenHandle> handles;
         ReportPipe toHost;

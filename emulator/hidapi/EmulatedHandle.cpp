@@ -83,7 +83,8 @@ std::optional<Bytes> askEmulator(WireType type, BytesView body) {
     return askOn(socket, type, body);
 }
 
-std::shared_ptr<EmulatedHandle> EmulatedHandle::open(const std::string& path) {
+std::shared_ptr<EmulatedHandle> EmulatedHandle::open(const std::string& path, std::wstring& error) {
+    error = L"Failed to open the device";
     LocalSocket socket = LocalSocket::connectTo(socketPath());
     Bytes body;
     appendText(body, path);
@@ -92,7 +93,12 @@ std::shared_ptr<EmulatedHandle> EmulatedHandle::open(const std::string& path) {
         return nullptr;
     }
     WireReader reader(*answer);
-    if (reader.takeU8() == 0) {
+    const auto result = static_cast<OpenResult>(reader.takeU8());
+    if (result == OpenResult::NoPermission) {
+        error = L"Failed to open a device with path '" + std::wstring(path.begin(), path.end()) +
+                L"': Permission denied";
+    }
+    if (result != OpenResult::Opened) {
         return nullptr;
     }
     InterfaceInfo info = reader.takeInterface();

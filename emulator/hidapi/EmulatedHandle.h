@@ -21,8 +21,8 @@ std::optional<Bytes> askEmulator(WireType type, BytesView body);
 
 class EmulatedHandle {
 public:
-    // Null when there is no such interface.
-    static std::shared_ptr<EmulatedHandle> open(const std::string& path);
+    // Null with the reason when there is no such interface or no permission.
+    static std::shared_ptr<EmulatedHandle> open(const std::string& path, std::wstring& error);
 
     EmulatedHandle(LocalSocket connection, InterfaceInfo interfaceInfo)
         : info(std::move(interfaceInfo)), socket(std::move(connection)) {}

@@ -175,9 +175,10 @@ hid_device* hid_open(unsigned short vendor_id, unsigned short product_id, const 
 
 hid_device* hid_open_path(const char* path) {
     setGlobalError({});
-    std::shared_ptr<EmulatedHandle> handle = path == nullptr ? nullptr : EmulatedHandle::open(path);
+    std::wstring error = L"Failed to open the device";
+    std::shared_ptr<EmulatedHandle> handle = path == nullptr ? nullptr : EmulatedHandle::open(path, error);
     if (handle == nullptr) {
-        setGlobalError(L"Failed to open the device");
+        setGlobalError(std::move(error));
         return nullptr;
     }
     Library& the = library();

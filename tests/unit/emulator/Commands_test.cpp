@@ -238,6 +238,18 @@ TEST_F(Commands, IdentityAndAnswersOutliveARestart) {
     EXPECT_EQ(host.ask(kNameQuery, {}).substr(0, 6), "000100");
 }
 
+TEST_F(Commands, PermissionIsToldAndOutlivesARestart) {
+    EXPECT_EQ(run("state").at("permission"), "granted");
+    EXPECT_EQ(error("permission never"), "the last word must be granted or denied");
+    EXPECT_EQ(error("permission"), "granted or denied is missing");
+    EXPECT_EQ(toLine(run("permission denied")), R"({"ok":true,"device":"r2","permission":"denied"})");
+    run("reset 0");
+    host.advance(1);
+    EXPECT_EQ(run("devices").at("devices")[0].at("permission"), "denied");
+    run("permission granted");
+    EXPECT_EQ(run("state").at("permission"), "granted");
+}
+
 TEST_F(Commands, HelloOffMakesTheDeviceSilent) {
     run("answer hello off");
     host.sendHello();

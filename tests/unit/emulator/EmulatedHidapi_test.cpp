@@ -68,6 +68,23 @@ TEST(EmulatedHidapi, AnUnpluggedDeviceIsNotThere) {
     EXPECT_STREQ(hid_error(nullptr), L"Failed to open the device");
 }
 
+TEST(EmulatedHidapi, ADeviceWithoutPermissionIsSeenAndNotOpened) {
+    EmulatorProcess emulator({"--plug", "r2", "m40"});
+    const Handle before(hid_open_path(kMixerLink));
+    ASSERT_NE(before, nullptr);
+    emulator.command("permission denied");
+    EXPECT_EQ(lengthOf(enumerate(0x3327, 0x9829).get()), 2);
+    EXPECT_EQ(hid_open_path(kMixerLink), nullptr);
+    EXPECT_STREQ(hid_error(nullptr),
+                 L"Failed to open a device with path 'vexo-emulator/r2/3': Permission denied");
+    EXPECT_EQ(hid_open(0x3327, 0x9829, nullptr), nullptr);
+    EXPECT_EQ(emulator.command("state").at("counters").at("refusedOpens"), 2);
+    EXPECT_NE(Handle(hid_open_path(kMicrophoneLink)), nullptr) << "the other device is open to all";
+    EXPECT_TRUE(writeFrame(before.get(), hello())) << "what is open stays so";
+    emulator.command("permission granted");
+    EXPECT_NE(Handle(hid_open_path(kMixerLink)), nullptr);
+}
+
 TEST(EmulatedHidapi, OpensByIdsAndSerialNumber) {
     EmulatorProcess emulator({"--plug", "r2", "m40", "m40"});
     const Handle mixer(hid_open(0x3327, 0x9829, nullptr));
