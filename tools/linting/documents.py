@@ -1,4 +1,4 @@
-"""QML documents: qmlformat, qmllint, and that every object that shows text shows it as plain text."""
+"""QML documents: qmlformat, qmllint, and that all text is shown as plain text, since it may come from outside."""
 
 import pathlib
 import re
@@ -7,9 +7,22 @@ import tempfile
 
 from linting.tree import ROOT, Result, files, qt_tool, run
 
-# These types take markup for markup unless they are told; what is shown may come from outside.
+# These types take markup for markup unless they are told.
 TEXT_OBJECT = re.compile(r"\b(?:[A-Z]\w*\.)?(Text|Label|TextArea|TextEdit)\s*\{")
 PLAIN = re.compile(r"^\s*textFormat\s*:\s*(?:[A-Z]\w*\.)?[A-Z]\w*\.PlainText\s*;?\s*$", re.MULTILINE)
+# A format that is bound or set, and what it is bound to.
+FORMAT = re.compile(r"\btextFormat\s*(?::|=(?!=))[ \t]*([^;}\n]*)")
+PLAIN_VALUE = re.compile(r"(?:[A-Z]\w*\.)*PlainText\s*")
+# The style's controls that draw a text of theirs by themselves, markup included. Their templates draw nothing.
+STYLED = ("Button|CheckBox|CheckDelegate|ComboBox|DelayButton|Dialog|DialogButtonBox|GroupBox|HorizontalHeaderView|"
+          "ItemDelegate|Menu|MenuBar|MenuBarItem|MenuItem|RadioButton|RadioDelegate|RoundButton|SpinBox|SwipeDelegate|"
+          "Switch|SwitchDelegate|TabButton|TextField|ToolButton|ToolTip|TreeViewDelegate|Tumbler|VerticalHeaderView")
+STYLED_OBJECT = re.compile(rf"\b(?:([A-Z]\w*)\.)?({STYLED})\s*\{{")
+TEMPLATES = re.compile(r"^[ \t]*import[ \t]+QtQuick\.Templates[ \t]+as[ \t]+(\w+)", re.MULTILINE)
+# Other ways to a text that the documents do not draw: the style's shared tool tip, the system's windows and messages, and
+# a document that is made of a text.
+FOREIGN_TEXT = re.compile(r"\bToolTip\s*\.\s*(?:text|show|toolTip)\b|\bcreateQmlObject\b|"
+                          r"^[ \t]*import[ \t]+(?:QtQuick\.Dialogs|Qt\.labs\.platform|QtWeb\w+)\b", re.MULTILINE)
 # Comments and texts, in the order in which one hides the other.
 HIDDEN = re.compile(r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\'|`(?:\\.|[^`\\])*`', re.DOTALL)
 
@@ -33,20 +46,26 @@ def own_part(code, start):
     return "".join(parts)
 
 
-def texts_without_format(text):
-    """Line and type of each object of a document that shows text and does not say that it is plain."""
+def ways_around_plain_text(text):
+    """Line and reason of each place where a text could be shown as more than plain text."""
     code = blank(text)
-    return [(code.count("\n", 0, match.start()) + 1, match[1]) for match in TEXT_OBJECT.finditer(code)
-            if not PLAIN.search(own_part(code, match.end()))]
+    templates = set(TEMPLATES.findall(code))
+    found = [(match, f"{match[1]} without textFormat: {match[1]}.PlainText") for match in TEXT_OBJECT.finditer(code)
+             if not PLAIN.search(own_part(code, match.end()))]
+    found += [(match, f"another text format than PlainText: {match[1].strip()}") for match in FORMAT.finditer(code)
+              if not PLAIN_VALUE.fullmatch(match[1])]
+    found += [(match, f"{match[2]} of the style draws its text itself: use its template with a text of your own")
+              for match in STYLED_OBJECT.finditer(code) if match[1] not in templates]
+    found += [(match, f"shows a text that no document draws: {match[0].strip()}") for match in FOREIGN_TEXT.finditer(code)]
+    return sorted((code.count("\n", 0, match.start()) + 1, reason) for match, reason in found)
 
 
 def plain_text(root=ROOT):
-    documents = files(".qml", root=root)
+    documents = files(".qml", ".js", root=root)
     result = Result(f"{len(documents)} files")
     for document in documents:
-        for line, kind in texts_without_format(document.read_text(encoding="utf-8")):
-            name = document.relative_to(root)
-            result.problems.append(f"{name}:{line}: {kind} without textFormat: {kind}.PlainText")
+        for line, reason in ways_around_plain_text(document.read_text(encoding="utf-8")):
+            result.problems.append(f"{document.relative_to(root)}:{line}: {reason}")
     return result
 
 

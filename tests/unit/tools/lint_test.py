@@ -133,30 +133,58 @@ class IncludeTable(Tree):
 
 
 class PlainText(unittest.TestCase):
-    """Every text of a document says that it is plain."""
+    """Every text of a document is shown as plain text."""
+
+    def found(self, text):
+        """Line and first word of each finding."""
+        return [(line, reason.split(" ")[0]) for line, reason in documents.ways_around_plain_text(text)]
 
     def test_a_text_without_a_format_is_told_with_its_line(self):
-        self.assertEqual(documents.texts_without_format('Item {\n    Label {\n        text: "a"\n    }\n}\n'),
-                         [(2, "Label")])
+        self.assertEqual(documents.ways_around_plain_text('Item {\n    Label {\n        text: "a"\n    }\n}\n'),
+                         [(2, "Label without textFormat: Label.PlainText")])
 
     def test_a_text_that_says_so_is_clean(self):
         for value in ("Text.PlainText", "TextEdit.PlainText", "Controls.TextArea.PlainText;"):
-            self.assertEqual(documents.texts_without_format(f"Text {{\n    textFormat: {value}\n}}\n"), [])
+            self.assertEqual(self.found(f"Text {{\n    textFormat: {value}\n}}\n"), [])
 
-    def test_another_format_does_not_count(self):
+    def test_another_format_is_told_and_does_not_count(self):
         for value in ("Text.RichText", "Text.AutoText", "plain ? Text.PlainText : Text.StyledText"):
-            self.assertEqual(documents.texts_without_format(f"Text {{\n    textFormat: {value}\n}}\n"), [(1, "Text")])
+            self.assertEqual(self.found(f"Text {{\n    textFormat: {value}\n}}\n"), [(1, "Text"), (2, "another")])
+
+    def test_another_format_of_a_type_of_ones_own_is_told(self):
+        self.assertEqual(self.found("VxText {\n    textFormat: Text.StyledText\n}\n"), [(2, "another")])
+        self.assertEqual(self.found("function f() {\n    label.textFormat = 1;\n}\n"), [(2, "another")])
+        self.assertEqual(self.found("verify(label.textFormat === Text.PlainText);\n"), [])
 
     def test_the_format_of_an_object_inside_or_outside_does_not_count(self):
         text = "Text {\n    Text {\n        textFormat: Text.PlainText\n    }\n}\n"
-        self.assertEqual(documents.texts_without_format(text), [(1, "Text")])
+        self.assertEqual(self.found(text), [(1, "Text")])
         text = "Text {\n    textFormat: Text.PlainText\n    component Tip: T.TextArea {\n    }\n}\n"
-        self.assertEqual(documents.texts_without_format(text), [(3, "TextArea")])
+        self.assertEqual(self.found(text), [(3, "TextArea")])
+
+    def test_a_control_of_the_style_that_draws_its_text_is_told(self):
+        for kind in ("Button", "ToolTip", "ComboBox", "MenuItem", "Dialog", "TextField"):
+            self.assertEqual(self.found(f"Item {{\n    {kind} {{\n    }}\n}}\n"), [(2, kind)])
+            self.assertEqual(self.found(f"import QtQuick.Controls as C\nC.{kind} {{\n}}\n"), [(2, kind)])
+            self.assertEqual(self.found(f"import QtQuick.Templates as T\nT.{kind} {{\n}}\n"), [])
+
+    def test_texts_that_no_document_draws_are_told(self):
+        for line in ("ToolTip.text: name", "ToolTip.show(name)", "import QtQuick.Dialogs", "import Qt.labs.platform",
+                     'Qt.createQmlObject("Item", this)'):
+            self.assertEqual(self.found(f"Item {{\n{line}\n}}\n"), [(2, "shows")], line)
 
     def test_comments_and_strings_are_no_objects(self):
         text = ('// Text {\n/* Label {\n*/ Item { property string a: "Text { \\" }"; property string b: \'}\'\n'
                 'Text { // textFormat: Text.PlainText\n} }\n')
-        self.assertEqual(documents.texts_without_format(text), [(4, "Text")])
+        self.assertEqual(self.found(text), [(4, "Text")])
+
+    def test_documents_and_scripts_of_the_tree_are_read(self):
+        with tempfile.TemporaryDirectory(prefix="vexo-lint-") as folder:
+            root = pathlib.Path(folder)
+            (root / "A.qml").write_text("Text {}\n", encoding="utf-8")
+            (root / "b.js").write_text("a.textFormat = 2\n", encoding="utf-8")
+            self.assertEqual(documents.plain_text(root).problems, [
+                "A.qml:1: Text without textFormat: Text.PlainText", "b.js:1: another text format than PlainText: 2"])
 
 
 class Groups(unittest.TestCase):
