@@ -144,7 +144,8 @@ QImage loadIcon(const QString& nameOrPath, int drawnSize) {
     const QString path = QFileInfo(nameOrPath).isAbsolute()
                              ? nameOrPath
                              : findIconFile(nameOrPath, iconFolders(), userThemes());
-    if (path.isEmpty()) {
+    // The name comes from outside: a device or a pipe could keep its reader for ever.
+    if (!QFileInfo(path).isFile()) {
         return {};
     }
     QImageReader reader(path);

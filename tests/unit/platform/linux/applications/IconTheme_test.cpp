@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -67,6 +68,13 @@ TEST_F(IconThemeTest, UnknownEmptyAndClimbingNamesFindNothing) {
 TEST_F(IconThemeTest, ThemesThatInheritEachOtherEnd) {
     write(file("parent/index.theme"), "[Icon Theme]\nInherits=mine\nDirectories=s32\n[s32]\nSize=32\n");
     EXPECT_EQ(findIconFile("nothing", {folder.path()}, {"mine"}), "");
+}
+
+TEST_F(IconThemeTest, WhatIsNoFileIsNotOpened) {
+    ASSERT_EQ(mkfifo(file("pipe.png").toLocal8Bit().constData(), 0600), 0);
+    EXPECT_TRUE(loadIcon(file("pipe.png"), 128).isNull());
+    EXPECT_TRUE(loadIcon("/dev/ptmx", 128).isNull());
+    EXPECT_TRUE(loadIcon(folder.path(), 128).isNull());
 }
 
 TEST_F(IconThemeTest, AbsolutePathIsReadAsItIsAndRubbishIsNull) {
