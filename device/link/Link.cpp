@@ -11,12 +11,11 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
 
 using vexo::link::stack;
 
 void linkInit() {
-    std::construct_at(&stack());
+    vexo::link::resetStack();
     stack().hostChid = vexo::link::kHostFirstChid;
     // Seeded with the time of the build, so that two builds pick different ids in an address conflict.
     std::srand(vexo::link::seedOf(__DATE__, __TIME__));

@@ -84,6 +84,11 @@ int poolRelease(Pool& pool, const std::uint8_t* block) {
     return 0;
 }
 
+void poolClear(Pool& pool) {
+    pool.usedRecords = 0;
+    pool.generation = 0;
+}
+
 std::uint32_t poolBytesInUse(const Pool& pool) {
     std::uint32_t byteCount = 0;
     for (std::uint32_t index = 0; index < pool.usedRecords && index < kPoolRecordCount; ++index) {

@@ -37,6 +37,9 @@ struct PoolBlock {
 // in use. With 11 and 13 the pool was reset.
 [[nodiscard]] int poolRelease(Pool& pool, const std::uint8_t* block);
 
+// Makes the pool as new. Its bytes keep their content: they have none before they are taken.
+void poolClear(Pool& pool);
+
 [[nodiscard]] std::uint32_t poolBytesInUse(const Pool& pool);
 
 } // namespace vexo::link

@@ -1,12 +1,20 @@
 #include "device/link/LinkState.h"
 
 #include <cstring>
+#include <new>
 
 namespace vexo::link {
 
 Stack& stack() {
-    static constinit Stack instance;
+    static constinit Pool pool;
+    static constinit Stack instance(pool);
     return instance;
+}
+
+void resetStack() {
+    Pool& pool = stack().pool;
+    poolClear(pool);
+    new (&stack()) Stack(pool);
 }
 
 LinkAddress hostAddress() {

@@ -131,6 +131,8 @@ struct RequestCounters {
 };
 
 struct Stack {
+    explicit constexpr Stack(Pool& memory) : pool(memory) {}
+
     std::uint32_t now = 0; // ticks; every time below is a value of it
     std::uint32_t lastSendAt = 0;
     std::uint32_t pacingIntervalMs = 0; // in force since the last frame of the send queue
@@ -149,11 +151,13 @@ struct Stack {
     LinkQueue<ReceivedFrame, kQueueLength> receiveQueue;
     LinkQueue<FrameToSend, kQueueLength> sendQueue;
     std::array<Peer, kPeerCount + 1> peers{}; // slot 0 is the list's head and no peer
-    Pool pool;
+    Pool& pool;
 };
 
 // The one stack of the process.
 [[nodiscard]] Stack& stack();
+// Makes it as new, but for the pool's bytes: they are most of it and need not be cleared.
+void resetStack();
 
 [[nodiscard]] LinkAddress hostAddress();
 
