@@ -1,10 +1,11 @@
 #include "device/DeviceLogs.h"
 
+#include "device/LogFile.h"
+
 #include <QByteArray>
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
-#include <QFile>
 #include <QStandardPaths>
 
 namespace {
@@ -31,13 +32,12 @@ QByteArray upperHex(QByteArrayView bytes) {
 
 void appendLine(const QString& fileName, const QByteArray& line, const char* openFailed,
                 const char* writeFailed) {
-    QFile file(logPath(fileName));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
-        qWarning() << openFailed << file.fileName() << "错误:" << file.errorString();
-        return;
-    }
-    if (file.write(line) != line.size() || !file.flush()) {
-        qWarning() << writeFailed << file.errorString();
+    const QString path = logPath(fileName);
+    const LogAppend append = appendToLog(path, line);
+    if (append.result == LogAppend::Result::OpenFailed) {
+        qWarning() << openFailed << path << "错误:" << append.error;
+    } else if (append.result == LogAppend::Result::WriteFailed) {
+        qWarning() << writeFailed << append.error;
     }
 }
 

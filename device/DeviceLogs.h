@@ -6,8 +6,9 @@
 
 /// The two diagnostic logs of the device link: "hid_data.log" and "hid_attribute.log" in the application data
 /// folder, which is created if it is missing. Every call opens the file, appends one line, flushes and
-/// closes, so that what was logged survives a crash. There is no size limit and no rotation. A failure is
-/// logged as a warning and changes nothing else. Main thread.
+/// closes, so that what was logged survives a crash. Each log is at most 10 MB long and has one old file of
+/// the same length beside it, see LogFile.h. A failure is logged as a warning and changes nothing else. Any
+/// thread.
 ///
 /// Timestamps are local time, "yyyy-MM-dd hh:mm:ss.zzz"; bytes are upper-case hexadecimal; texts are UTF-8.
 

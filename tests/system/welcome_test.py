@@ -2,6 +2,7 @@
 
 import os
 import random
+import re
 import unittest
 
 from log_check import TYPED_LOG, warnings_of
@@ -9,6 +10,8 @@ from screens import CONNECTED, START_BUTTON, WAITING_TITLE
 from stage import wait_until
 from system_case import SystemCase
 
+# Bytes of a diagnostic log.
+LOG_LIMIT = 10_000_000
 DESCRIPTION = "Vexo Deck 可将你的兼容设备变身为强大中枢\n支持低延迟混音，体验高清音质，享受每一次声音表达"
 
 
@@ -119,6 +122,28 @@ class MixdeskR2(Welcome):
         self.stage.emulator("unplug")
         self.wait_waiting()
         self.assertIsNone(program.process.poll())
+
+    def test_full_logs_begin_anew_beside_their_old_files(self):
+        old_line = b"." * 99 + b"\n"
+        logs = [self.stage.data_file(name) for name in ("hid_data.log", "hid_attribute.log")]
+        logs[0].parent.mkdir(parents=True)
+        for log in logs:
+            log.write_bytes(old_line * (LOG_LIMIT // len(old_line)))
+        programs = [self.stage.start_program() for _ in range(2)]
+        wait_until(lambda: [program.process.poll() for program in programs].count(1) == 1, "one of two programs to end")
+        self.stage.emulator("plug")
+        self.wait_ready("VEXO Mixdesk R2")
+        self.stage.emulator("storm 500 1000 mic_gain")
+        self.stage.emulator("wait storm 20000")
+        for log in logs:
+            wait_until(lambda log=log: log.with_name(log.name + ".1").exists() and log.stat().st_size < LOG_LIMIT,
+                       f"a new {log.name}")
+            self.assertEqual(log.with_name(log.name + ".1").stat().st_size, LOG_LIMIT)
+            lines = log.read_bytes().split(b"\n")
+            self.assertEqual(lines.pop(), b"")
+            self.assertTrue(all(re.fullmatch(rb"\[[^]]+\] \[[^]]+\] .*[0-9A-F]", line) for line in lines))
+        self.assertEqual(sorted(path.name for path in logs[0].parent.glob("hid_*")),
+                         ["hid_attribute.log", "hid_attribute.log.1", "hid_data.log", "hid_data.log.1"])
 
     def test_idle_program_says_hello_often_enough_for_the_patience_of_a_device(self):
         # The link rests most of the time and catches up afterwards. A device waits for three of its hello intervals.
