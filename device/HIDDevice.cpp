@@ -31,7 +31,7 @@ HIDDevice::~HIDDevice() {
     waitForThreads();
 }
 
-void HIDDevice::openDevice(std::uint16_t vid, std::uint16_t pid, int page) {
+void HIDDevice::openDevice(std::uint16_t vid, std::uint16_t pid, int page, bool isRetry) {
     vendorId = vid;
     productId = pid;
     usagePage = page;
@@ -40,7 +40,7 @@ void HIDDevice::openDevice(std::uint16_t vid, std::uint16_t pid, int page) {
     hid_device_info* const list = hid_enumerate(vendorId, productId);
     for (const hid_device_info* info = list; info != nullptr; info = info->next) {
         if (info->usage_page == usagePage) {
-            openInterface(info->path);
+            openInterface(info->path, isRetry);
         }
     }
     hid_free_enumeration(list);
@@ -52,7 +52,7 @@ void HIDDevice::openGivenUp() {
     }
 }
 
-void HIDDevice::openInterface(const char* hidPath) {
+void HIDDevice::openInterface(const char* hidPath, bool isRetry) {
     const QString path = QString::fromUtf8(hidPath);
     {
         const std::lock_guard lock(mutex);
@@ -69,9 +69,13 @@ void HIDDevice::openInterface(const char* hidPath) {
     hid_device* opened = nullptr;
     int result = 0;
     do {
-        qDebug() << " hid_open_path ";
+        if (!isRetry) {
+            qDebug() << " hid_open_path ";
+        }
         opened = hid_open_path(hidPath);
         if (opened == nullptr) {
+            const wchar_t* const reason = hid_error(nullptr);
+            emit openFailed(path, reason == nullptr ? QString() : QString::fromWCharArray(reason));
             return;
         }
         result = hid_set_nonblocking(opened, 1);

@@ -52,9 +52,10 @@ public:
     ~HIDDevice() override;
 
     /// Opens all interfaces of `vid` and `pid` whose usage page is `usagePage` and that are not open yet.
-    /// If nothing is found, an interface cannot be opened or a write to it still hangs, nothing happens: the
-    /// caller's next scan tries again.
-    void openDevice(std::uint16_t vid, std::uint16_t pid, int usagePage);
+    /// An interface that cannot be opened is reported by `openFailed` and left closed: the caller's next scan
+    /// tries again, as it does after an interface to which a write still hangs. `isRetry` keeps the attempts
+    /// out of the log.
+    void openDevice(std::uint16_t vid, std::uint16_t pid, int usagePage, bool isRetry = false);
     /// Opens what has been given up, as openDevice did last; does nothing where nothing has.
     void openGivenUp();
     /// Closes one interface, from the main thread; an unknown path is ignored. Reports that wait are written.
@@ -84,6 +85,8 @@ public:
 signals:
     /// On the reader thread, for each report read: 1 to 65 bytes.
     void dataReceived(const QString& path, const QByteArray& data);
+    /// On the caller's thread, with the reason that hidapi gives.
+    void openFailed(const QString& path, const QString& reason);
     /// On the caller's thread, after the reader has been started.
     void deviceConnected(const QString& path);
     /// On the thread that closed the interface: the main thread or the reader. Once for each interface.
@@ -91,7 +94,7 @@ signals:
 
 private:
     /// Opens the interface, unless it is open, is still written to, or the system refuses.
-    void openInterface(const char* path);
+    void openInterface(const char* path, bool isRetry);
     void startDataReadThread(const QString& path);
     /// The reader thread's body; returns when the interface of this handle is closed or fails.
     void readLoop(const QString& path, std::shared_ptr<hid_device> handle);

@@ -15,6 +15,8 @@
 namespace {
 
 constexpr int kTickIntervalMs = 1;
+/// A new device may refuse the first one: the system gives it to the user a moment after it has come.
+constexpr int kRefusedScansToTell = 2;
 
 constexpr std::uint16_t kPrivateGainLevel = 0x8002;
 constexpr std::uint16_t kPrivateButton = 0x8003;
@@ -64,8 +66,7 @@ QString hexId(std::uint32_t id) {
 const hid_device_info* firstKnownDevice(const hid_device_info* list) {
     for (const hid_device_info* info = list; info != nullptr; info = info->next) {
         const UsbIdentity identity{info->vendor_id, info->product_id};
-        if (identity == kVoxmicM40 || identity == kVoxmicT40 || identity == kMixdeskR2 ||
-            identity == kMixdeskR2Bootloader) {
+        if (std::ranges::find(kKnownDevices, identity) != kKnownDevices.end()) {
             return info;
         }
     }
@@ -121,6 +122,9 @@ void HIDHotplugManager::connectTransport() {
     connect(hidDevice, &HIDDevice::deviceConnected, this, [this](const QString& path) {
         qDebug() << "HIDDevice 连接成功:" << path;
         emitDeviceConnected();
+    });
+    connect(hidDevice, &HIDDevice::openFailed, this, [this](const QString& path, const QString& reason) {
+        refusal = QStringLiteral("%1 (%2)").arg(path, reason);
     });
     connect(hidDevice, &HIDDevice::deviceDisconnected, this, [this](const QString& path) {
         qDebug() << "HIDDevice 断开连接:" << path;
@@ -194,12 +198,40 @@ void HIDHotplugManager::onScanTimer() {
         online = false;
         qDebug() << "设备已离线";
     }
-    if (!online || hidDevice->isOpen()) {
+    if (!online) {
+        countRefusedScan(false);
         return;
     }
+    if (!hidDevice->isOpen()) {
+        openFoundDevice();
+    }
+}
+
+void HIDHotplugManager::openFoundDevice() {
+    const bool isRetry = refusedScans > 0;
     fixedUsage = productId == kMixdeskR2.productId ? kMixerUsagePage : kMicrophoneUsagePage;
-    qDebug() << "设备在线，尝试连接" << "FIXED_USAGE:" << fixedUsage;
-    hidDevice->openDevice(vendorId, productId, fixedUsage);
+    if (!isRetry) {
+        qDebug() << "设备在线，尝试连接" << "FIXED_USAGE:" << fixedUsage;
+    }
+    refusal.clear();
+    hidDevice->openDevice(vendorId, productId, fixedUsage, isRetry);
+    countRefusedScan(!refusal.isEmpty() && !hidDevice->isOpen());
+}
+
+bool HIDHotplugManager::isAccessMissing() const {
+    return refusedScans == kRefusedScansToTell;
+}
+
+void HIDHotplugManager::countRefusedScan(bool isRefused) {
+    const bool wasMissing = isAccessMissing();
+    refusedScans = isRefused ? std::min(refusedScans + 1, kRefusedScansToTell) : 0;
+    if (isAccessMissing() == wasMissing) {
+        return;
+    }
+    if (!wasMissing) {
+        qWarning() << "无法打开设备，没有访问权限:" << refusal;
+    }
+    emit accessMissingChanged();
 }
 
 void HIDHotplugManager::onTimeout() {
@@ -419,6 +451,7 @@ void HIDHotplugManager::stopAndDisconnectDevice() {
     qDebug() << "HIDHotplugManager::stopAndDisconnectDevice 停止监测并断开设备";
     hidDevice->closeAll();
     online = false;
+    countRefusedScan(false);
     wakeLink();
     for (QTimer* timer : timers) {
         if (timer->isActive()) {

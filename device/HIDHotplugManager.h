@@ -30,6 +30,10 @@ struct UsbIdentity;
 /// callbacks. There is one link stack in the process, so one manager at a time.
 class HIDHotplugManager : public QObject {
     Q_OBJECT
+    /// A known device is on the bus and none of its interfaces opens: on Linux the udev rule of the program
+    /// is not installed. True from the second scan in a row that meets it, since the system gives a new
+    /// device to its user a moment after it has come; false when the device opens or goes.
+    Q_PROPERTY(bool accessMissing READ isAccessMissing NOTIFY accessMissingChanged)
 
 public:
     /// The process-wide object. The first call creates it and is made on the main thread.
@@ -46,6 +50,8 @@ public:
     /// `name`, `sn`, `version` ("V2.05"). After a disconnection the old values stay until a scan finds a
     /// device: then `dpid` is that device's and the others are gone.
     Q_INVOKABLE [[nodiscard]] QVariantMap getDeviceInfo() const;
+
+    [[nodiscard]] bool isAccessMissing() const;
 
     /// Writes an attribute; the link tracks and retries the write. The link cuts the size of `byteArray` to 8
     /// bits and drops a value of more than 200 bytes. Does nothing, and logs nothing, while no device is
@@ -88,11 +94,16 @@ signals:
     void upgradeFirmwareProgress(int progress, const QString& message);
     /// The scan saw a mixer in its bootloader. The manager has stopped itself.
     void upgradeFirmwareSignal();
+    void accessMissingChanged();
 
 private:
     void connectTransport();
     void installLinkCallbacks();
     void onReport(const QByteArray& report);
+    /// Opens the device that the scan found. What keeps it closed is logged once, and its retries not at all.
+    void openFoundDevice();
+    /// `isRefused`: this scan found a device that did not open.
+    void countRefusedScan(bool isRefused);
     /// Pauses the tick's timer, if it runs, for as long as the link has nothing to do.
     void pauseLink();
     /// Ends a pause: counts its ticks and lets the timer run each millisecond again. Call it before anything
@@ -137,6 +148,10 @@ private:
     QElapsedTimer pauseClock;
     /// The last scan saw a known device.
     bool online = false;
+    /// Scans in a row that found a device which did not open, counted up to the one that tells.
+    int refusedScans = 0;
+    /// Why the last interface did not open, with its path; empty when all of the last scan opened.
+    QString refusal;
     /// The link's channel number for this transport.
     std::int32_t linkChannel = 0;
     QVariantMap deviceInfo;

@@ -30,6 +30,8 @@ QtObject {
     }
 
     readonly property var manager: HIDHotplugManager // qmllint disable unqualified
+    // A device is on the bus and cannot be opened.
+    readonly property bool accessMissing: manager.accessMissing
 
     readonly property Timer flushTimer: Timer {
         interval: 500

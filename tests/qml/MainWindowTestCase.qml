@@ -23,6 +23,7 @@ ConfigTestCase {
     function initMainWindow() {
         initConfig();
         HIDHotplugManager.deviceConnected({}, false);
+        HIDHotplugManager.accessMissing = false;
         // Drops the pending writes of the test before.
         HIDDeviceMgr.messageCache = {};
         HIDHotplugManager.clearCalls();

@@ -60,6 +60,10 @@ MainWindowTestCase {
         resize(row);
         verifyFits(stackView, longText("连接你的 VEXO 设备"));
         verifyFits(stackView, longText("Vexo Deck 可将你的兼容设备变身为强大中枢\n支持低延迟混音，体验高清音质，享受每一次声音表达"));
+        HIDHotplugManager.accessMissing = true;
+        verifyFits(stackView, longText("没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备"));
+        verify(child("accessNotice").y > child("description").mapToItem(child("accessNotice").parent, 0, child("description").height).y);
+        HIDHotplugManager.accessMissing = false;
         connectDevice(mixdeskR2);
         verifyFits(stackView, longText("已连接"));
         verifyFits(stackView, longText("开启高清音质之旅"));

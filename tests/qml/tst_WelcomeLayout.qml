@@ -232,6 +232,23 @@ MainWindowTestCase {
         compare(child("startButton").Accessible.role, Accessible.Button);
     }
 
+    function test_a_device_that_cannot_be_opened_is_told_in_one_line() {
+        const notice = child("accessNotice");
+        compare(notice.visible, false);
+        HIDHotplugManager.accessMissing = true;
+        compare(notice.visible, true);
+        compare(notice.Accessible.name, "没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备");
+        compareWaiting();
+        HIDHotplugManager.accessMissing = false;
+        compare(notice.visible, false);
+    }
+
+    function test_the_line_gives_way_to_a_device() {
+        HIDHotplugManager.accessMissing = true;
+        connectMixer();
+        compare(child("accessNotice").visible, false);
+    }
+
     function test_no_text_is_cut_off_data() {
         return [[800, 500], [1300, 800], [2560, 1400]].map(size => ({
                     tag: size.join("x"),

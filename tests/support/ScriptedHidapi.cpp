@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <utility>
 
 struct hid_device_ {
     std::string path;
@@ -153,6 +154,11 @@ std::vector<Report> written(const std::string& path) {
     return bus.written[path];
 }
 
+std::vector<Report> takeWritten(const std::string& path) {
+    const std::lock_guard lock(busMutex);
+    return std::exchange(bus.written[path], {});
+}
+
 int openHandles() {
     const std::lock_guard lock(busMutex);
     return static_cast<int>(
@@ -225,6 +231,10 @@ hid_device* hid_open_path(const char* path) {
     bus.handles.push_back(std::make_unique<hid_device>());
     bus.handles.back()->path = path;
     return bus.handles.back().get();
+}
+
+const wchar_t* hid_error(hid_device*) {
+    return L"Permission denied";
 }
 
 int hid_set_nonblocking(hid_device* device, int nonblocking) {

@@ -57,6 +57,8 @@ struct ReadCall {
 };
 [[nodiscard]] ReadCall lastRead();
 [[nodiscard]] int lastNonblockingMode();
+/// The same, and forgets them.
+[[nodiscard]] std::vector<Report> takeWritten(const std::string& path);
 /// Handles that are open now; handles opened since reset(); enumeration lists returned and not freed.
 [[nodiscard]] int openHandles();
 [[nodiscard]] int openedEver();

@@ -136,6 +136,7 @@ Page {
         visible: !welcomeLayout.isUpdateFirmware
         ready: view.ready
         deviceName: view.deviceName
+        accessMissing: HIDDeviceMgr.accessMissing
         zoom: view.zoom
         onStarted: welcomeLayout.stackView.push("MainLayout.qml")
     }

@@ -8,6 +8,8 @@ Item {
 
     required property bool ready
     required property string deviceName
+    // A device is plugged in and cannot be opened.
+    required property bool accessMissing
     // Scale of type and spacing.
     required property real zoom
 
@@ -165,6 +167,15 @@ Item {
                 }
             }
         }
+    }
+
+    AccessNotice {
+        objectName: "accessNotice"
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: 24 * welcomeView.zoom
+        anchors.horizontalCenter: parent.horizontalCenter
+        maximumWidth: parent.width - 48
+        visible: welcomeView.accessMissing && !welcomeView.ready
     }
 
     // Last, after the bindings that the change enables.

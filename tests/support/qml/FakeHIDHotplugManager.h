@@ -11,6 +11,7 @@ class FakeHIDHotplugManager : public QObject {
     // The calls since the last clearCalls(), in order: maps with "name" and, by call, "id" and "bytes" (a
     // list of numbers 0 to 255).
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
+    Q_PROPERTY(bool accessMissing MEMBER accessMissing NOTIFY accessMissingChanged)
 
 public:
     using QObject::QObject;
@@ -32,6 +33,7 @@ public:
 
 signals:
     void callsChanged();
+    void accessMissingChanged();
     void deviceConnected(QVariantMap deviceInfo, bool isConnected);
     void messageReceived(uint16_t attID, QVariantList byteArray);
     void priMsgCallback(uint32_t msgid, uint8_t value);
@@ -42,6 +44,7 @@ private:
     void record(const QString& name, const QVariantMap& arguments = {});
 
     QVariantMap deviceInfo;
+    bool accessMissing = false;
     QVariantList recordedCalls;
 };
 
