@@ -5,71 +5,18 @@
 
 #include "device/link/Link.h"
 #include "device/link/LinkInspection.h"
+#include "tests/fuzz/FuzzProgram.h"
 #include "tests/support/WireFrame.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <vector>
 
 namespace {
 
+using fuzz::frameFrom;
+using fuzz::Program;
+using fuzz::require;
 using wireFrame::Bytes;
-
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "not so: %s\n", what);
-        std::abort();
-    }
-}
-
-// The fuzzer's bytes, zeros once they are used up.
-class Program {
-public:
-    Program(const std::uint8_t* bytes, std::size_t size) : next(bytes), end(bytes + size) {}
-
-    [[nodiscard]] bool isOver() const { return next == end; }
-    std::uint8_t byte() { return isOver() ? 0 : *next++; }
-    std::uint16_t word() {
-        const std::uint8_t low = byte();
-        return static_cast<std::uint16_t>(low | byte() << 8);
-    }
-    Bytes bytes(std::size_t count) {
-        Bytes taken(count);
-        std::generate(taken.begin(), taken.end(), [this] { return byte(); });
-        return taken;
-    }
-    LinkAddress address() {
-        constexpr std::array<LinkAddress, 6> kUsual{
-            {{1, 1, 28}, {7, 3, 0x1234}, {8, 3, 0x1234}, {0, 0, 0}, {2, 1, 28}, {0, 3, 1}}};
-        const std::uint8_t choice = byte();
-        return choice < 250 ? kUsual[choice % kUsual.size()]
-                            : LinkAddress{byte(), static_cast<std::uint8_t>(choice % 3), byte()};
-    }
-    std::uint16_t messageId() {
-        constexpr std::array<std::uint16_t, 14> kUsual{0,  1,  13, 14, 16,     23,     30,
-                                                       31, 32, 33, 34, 0x8002, 0x8006, 0x9000};
-        const std::uint8_t choice = byte();
-        return choice < 250 ? kUsual[choice % kUsual.size()] : word();
-    }
-
-private:
-    const std::uint8_t* next;
-    const std::uint8_t* end;
-};
-
-// Frames of the fuzzer's choice with a sound header and checksum.
-Bytes frameFrom(Program& program) {
-    const std::uint8_t kind = program.byte() & 0x0F;
-    const std::uint16_t messageId = program.messageId();
-    const LinkAddress source = program.address();
-    const LinkAddress destination = program.address();
-    const std::uint16_t sequence = program.word();
-    const std::uint16_t length = program.byte() < 200 ? program.byte() % 40 : program.word() % 501;
-    return wireFrame::encode({kind, sequence, source, destination, messageId, program.bytes(length)});
-}
 
 int checkSent(std::uint32_t channel, std::uint32_t length, const std::uint8_t* bytes, void*) {
     require(channel == 1 || channel == 2, "a frame is sent on an open channel");
@@ -113,6 +60,23 @@ void login(std::uint8_t from, std::uint8_t, const LinkAddress& address, void*) {
     }
 }
 
+void tick(std::uint32_t count, std::uint32_t milliseconds) {
+    for (std::uint32_t done = 0; done < count; ++done) {
+        linkPoll();
+        linkTick(milliseconds);
+    }
+}
+
+// Ticks of a millisecond, of which the idle ones are counted at once, as the program does.
+void pass(std::uint32_t milliseconds) {
+    while (milliseconds > 0) {
+        linkPoll();
+        const std::uint32_t counted = std::min(milliseconds, 1 + linkIdleTicks());
+        linkTick(counted);
+        milliseconds -= counted;
+    }
+}
+
 int pollDepth = 0;
 
 // A handler with a nested event loop in it.
@@ -120,18 +84,8 @@ void pollAgain(const LinkFrame& frame, void*) {
     touch(frame.payload, frame.length);
     if (pollDepth < 3) {
         ++pollDepth;
-        for (int count = 0; count < 60; ++count) {
-            linkPoll();
-            linkTick(1);
-        }
+        pass(60);
         --pollDepth;
-    }
-}
-
-void tick(std::uint32_t count, std::uint32_t milliseconds) {
-    for (std::uint32_t done = 0; done < count; ++done) {
-        linkPoll();
-        linkTick(milliseconds);
     }
 }
 
@@ -175,7 +129,7 @@ void step(Program& program) {
         linkPoll();
         break;
     case 7:
-        tick(program.byte(), 1);
+        pass(program.byte());
         break;
     case 8:
         tick(1 + program.byte() % 8, program.word());

@@ -1,0 +1,70 @@
+#pragma once
+
+// What the fuzz targets share: the fuzzer's bytes as a small program, and frames of its choice.
+
+#include "tests/support/WireFrame.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+namespace fuzz {
+
+inline void require(bool condition, const char* what) {
+    if (!condition) {
+        std::fprintf(stderr, "not so: %s\n", what);
+        std::abort();
+    }
+}
+
+/// The fuzzer's bytes, zeros once they are used up.
+class Program {
+public:
+    Program(const std::uint8_t* bytes, std::size_t size) : next(bytes), end(bytes + size) {}
+
+    [[nodiscard]] bool isOver() const { return next == end; }
+    std::uint8_t byte() { return isOver() ? 0 : *next++; }
+    std::uint16_t word() {
+        const std::uint8_t low = byte();
+        return static_cast<std::uint16_t>(low | byte() << 8);
+    }
+    wireFrame::Bytes bytes(std::size_t count) {
+        wireFrame::Bytes taken(count);
+        const std::size_t given = std::min(count, static_cast<std::size_t>(end - next));
+        std::copy_n(next, given, taken.begin());
+        next += given;
+        return taken;
+    }
+    LinkAddress address() {
+        constexpr std::array<LinkAddress, 6> kUsual{
+            {{1, 1, 28}, {7, 3, 0x1234}, {8, 3, 0x1234}, {0, 0, 0}, {2, 1, 28}, {0, 3, 1}}};
+        const std::uint8_t choice = byte();
+        return choice < 250 ? kUsual[choice % kUsual.size()]
+                            : LinkAddress{byte(), static_cast<std::uint8_t>(choice % 3), byte()};
+    }
+    std::uint16_t messageId() {
+        constexpr std::array<std::uint16_t, 14> kUsual{0,  1,  13, 14, 16,     23,     30,
+                                                       31, 32, 33, 34, 0x8002, 0x8006, 0x9000};
+        const std::uint8_t choice = byte();
+        return choice < 250 ? kUsual[choice % kUsual.size()] : word();
+    }
+
+private:
+    const std::uint8_t* next;
+    const std::uint8_t* end;
+};
+
+/// A frame of the fuzzer's choice with a sound header and checksum.
+inline wireFrame::Bytes frameFrom(Program& program) {
+    const std::uint8_t kind = program.byte() & 0x0F;
+    const std::uint16_t messageId = program.messageId();
+    const LinkAddress source = program.address();
+    const LinkAddress destination = program.address();
+    const std::uint16_t sequence = program.word();
+    const std::uint16_t length = program.byte() < 200 ? program.byte() % 40 : program.word() % 501;
+    return wireFrame::encode({kind, sequence, source, destination, messageId, program.bytes(length)});
+}
+
+} // namespace fuzz
