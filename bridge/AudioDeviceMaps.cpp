@@ -1,5 +1,6 @@
 #include "bridge/AudioDeviceMaps.h"
 
+#include <QByteArray>
 #include <QMap>
 
 #include <algorithm>
@@ -27,7 +28,7 @@ void addDirection(QMap<QByteArray, AudioDeviceEntry>& devices, const QList<Audio
             AudioDeviceEntry entry;
             entry.index = static_cast<std::int32_t>(devices.size());
             entry.name = facts.description.toStdString();
-            entry.hostApi = "Qt Multimedia";
+            entry.hostApi = "Qt Multimedia"; // of a device from the system's list, whoever gave that
             entry.defaultSampleRate = facts.preferredSampleRate;
             found = devices.insert(facts.id, entry);
         } else if (facts.preferredSampleRate > 0.0) {

@@ -4,24 +4,15 @@
 // "maxOutputChannels", "defaultSampleRate", "isInput", "isOutput". Plain functions for any thread.
 
 #include "audio/capture/AudioRouterConfig.h"
+#include "platform/InventorySources.h"
 
-#include <QByteArray>
 #include <QList>
-#include <QString>
 #include <QVariantList>
 
 #include <vector>
 
 inline constexpr int kInputDeviceList = 1;
 inline constexpr int kOutputDeviceList = 2;
-
-/// One device in one direction, from the system's device list.
-struct AudioDeviceFacts {
-    QByteArray id;
-    QString description;
-    int maxChannels = 0;
-    double preferredSampleRate = 0.0; ///< Hz; 0 or less: none
-};
 
 /// Appends the maps of kind `type` (1 inputs, 2 outputs, else all) in the order of the ids. A device that is
 /// in both lists under one id is one map, with the larger of its rates. "index" counts devices in the order

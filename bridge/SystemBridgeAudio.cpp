@@ -7,15 +7,14 @@
 #include "bridge/SystemBridge.h"
 #include "mixer/PerAppInputBuffers.h"
 #include "mixer/router/AudioRouterAPI.h"
-#include "platform/SoundLibraries.h"
+#include "platform/InventorySources.h"
+#include "platform/SoundInputs.h"
 
-#include <QAudioDevice>
 #include <QDebug>
 #include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QMediaDevices>
 #include <QPermissions>
 #include <QPointer>
 
@@ -39,16 +38,6 @@ void forwardFormat(std::int32_t channels, double rate) {
     if (SystemBridge* const bridge = blockReceiver) {
         bridge->prepareEqualizer(channels, rate);
     }
-}
-
-QList<AudioDeviceFacts> factsOf(const QList<QAudioDevice>& devices) {
-    QList<AudioDeviceFacts> facts;
-    facts.reserve(devices.size());
-    for (const QAudioDevice& device : devices) {
-        facts.append({device.id(), device.description(), device.maximumChannelCount(),
-                      static_cast<double>(device.preferredFormat().sampleRate())});
-    }
-    return facts;
 }
 
 // The gains of a stored preset, in dB. Nothing for a text that is no object or an empty one; an object
@@ -92,8 +81,8 @@ void SystemBridge::restartRouter() {
 }
 
 // A router that was started without a sound server, or before the server had its outputs, has no output and
-// is started again. Missing inputs stay configured and are searched for again; this reopens the other inputs,
-// which are silent for a moment. Open outputs are not touched.
+// is started again. Missing inputs stay configured and are searched for again. What plays and records is not
+// touched.
 void SystemBridge::useNewSoundDevices() {
     guarded("SystemBridge::useNewSoundDevices: Exception:", [this] {
         if (AudioRouterAPI::instance().isSoloWorthARestart()) {
@@ -146,7 +135,6 @@ void SystemBridge::initializeNativeBridge() {
     if (audioRouterService) {
         return;
     }
-    prepareSoundLibraries();
     audioRouterService = std::make_unique<AudioRouterService>(PerAppInputBuffers::instance());
     blockReceiver = this;
     audioRouterService->SetAudioCallback(forwardBlock);
@@ -298,10 +286,10 @@ QVariantList SystemBridge::GetInputDevices() const {
 QVariantList SystemBridge::GetDeviceList(int type) const {
     QVariantList devices; // an exception leaves what has been gathered
     guarded("SystemBridge::GetDeviceList: Exception:", [&] {
-        const QList<QAudioDevice> inputs = QMediaDevices::audioInputs();
-        const QList<QAudioDevice> outputs = QMediaDevices::audioOutputs();
+        const QList<AudioDeviceFacts> inputs = audioInputDevices();
+        const QList<AudioDeviceFacts> outputs = audioOutputDevices();
         if (!inputs.isEmpty() || !outputs.isEmpty()) {
-            appendAudioDeviceMaps(devices, factsOf(inputs), factsOf(outputs), type);
+            appendAudioDeviceMaps(devices, inputs, outputs, type);
             return;
         }
         if (!audioRouterService) {
@@ -317,7 +305,7 @@ QVariantList SystemBridge::GetDeviceList(int type) const {
 
 bool SystemBridge::SetDeviceSampleRate(const QString& deviceName, double sampleRate) const {
     return guarded("SystemBridge::SetDeviceSampleRate: Exception:", false,
-                   [&] { return probeDeviceSampleRate(deviceName, sampleRate); });
+                   [&] { return probeDeviceSampleRate(systemSoundInputs(), deviceName, sampleRate); });
 }
 
 // ---- the monitor equaliser

@@ -2,6 +2,7 @@
 
 // What the inventories ask of the operating system.
 
+#include <QByteArray>
 #include <QImage>
 #include <QList>
 #include <QString>
@@ -21,6 +22,19 @@ struct RawAudioSession {
 
 /// The sessions of the sound system, in its order; empty without one. Waits for nothing. The UI thread.
 [[nodiscard]] QList<RawAudioSession> rawAudioSessions();
+
+/// One audio device in one direction, from the system's device list.
+struct AudioDeviceFacts {
+    QByteArray id;
+    QString description;
+    int maxChannels = 0;
+    double preferredSampleRate = 0.0; ///< Hz; 0 or less: none
+};
+
+/// The inputs and the outputs of the system. Empty where it has none, or no sound system; on Linux waits for
+/// nothing. The UI thread.
+[[nodiscard]] QList<AudioDeviceFacts> audioInputDevices();
+[[nodiscard]] QList<AudioDeviceFacts> audioOutputDevices();
 
 /// Makes the PNG of a running program, unless it is there; its path, or empty. Any thread.
 QString extractIconToFile(const QString& executablePath, std::uint32_t processId);

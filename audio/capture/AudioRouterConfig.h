@@ -1,7 +1,7 @@
 #pragma once
 
 // The records of the capture service: its configuration, requested inputs, and the devices that it lists.
-// Plain values. All names are 8-bit text, as in PortAudio's device records.
+// Plain values. All names are 8-bit text, as in the sound system's device records.
 
 #include <cstdint>
 #include <string>
@@ -23,9 +23,9 @@ struct AudioRouterConfig {
     std::vector<InputDeviceRequest> inputs;
 };
 
-/// One device of PortAudio's list.
+/// One device of the sound system's list.
 struct AudioDeviceEntry {
-    std::int32_t index = 0; ///< in PortAudio's list
+    std::int32_t index = 0; ///< in the sound system's list
     std::string name;
     std::string hostApi;
     std::int32_t maxInputChannels = 0;

@@ -6,11 +6,11 @@
 #include "platform/ThreadName.h"
 
 #include <algorithm>
-#include <portaudio.h>
 #include <utility>
 
-AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers, Pause pause)
-    : buffers(inputBuffers), state(std::make_unique<AudioRouterState>()) {
+AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers, Pause pause,
+                                       SoundInputs& soundInputs)
+    : buffers(inputBuffers), inputs(soundInputs), state(std::make_unique<AudioRouterState>()) {
     state->pause = std::move(pause);
     state->sampleRate = state->config.sampleRate;
 }
@@ -27,7 +27,7 @@ void AudioRouterService::startWorker(const AudioRouterConfig& config) {
     state->loopActive = true;
     state->worker = std::thread([this] {
         nameThisThread("Capture");
-        CaptureWorker(*state, buffers).run();
+        CaptureWorker(*state, inputs, buffers).run();
     });
 }
 
@@ -49,6 +49,7 @@ void AudioRouterService::Stop() {
         state->running = false;
         state->loopActive = false;
     }
+    inputs.wake();
     if (state->worker.joinable()) {
         state->worker.join();
     }
@@ -79,6 +80,7 @@ bool AudioRouterService::SetSampleRate(double sampleRate) {
         return false;
     }
     state->pendingSampleRate = sampleRate;
+    inputs.wake();
     return true;
 }
 
@@ -103,6 +105,7 @@ bool AudioRouterService::AddInputDevice(const std::string& name, std::int32_t ch
         return false;
     }
     state->pendingAdds.push_back({name, channels, index});
+    inputs.wake();
     return true;
 }
 
@@ -112,6 +115,7 @@ bool AudioRouterService::RemoveInputDevice(const std::string& name) {
     }
     const std::lock_guard lock(state->mutex);
     state->pendingRemovals.push_back(name);
+    inputs.wake();
     return true;
 }
 
@@ -126,6 +130,7 @@ bool AudioRouterService::SetOutputDevice(const std::string& name) {
     }
     const std::lock_guard lock(state->mutex);
     state->pendingOutputDevice = name;
+    inputs.wake();
     return true;
 }
 
@@ -139,6 +144,7 @@ bool AudioRouterService::RefreshDevices() {
         return false;
     }
     state->refreshRequested = true;
+    inputs.wake();
     return true;
 }
 
@@ -147,13 +153,13 @@ bool AudioRouterService::HasMissingInput() const {
 }
 
 std::vector<AudioDeviceEntry> AudioRouterService::GetDeviceList(std::int32_t type) const {
-    const bool initializeHere = !state->running;
-    if (initializeHere && Pa_Initialize() != paNoError) {
+    const bool initialiseHere = !state->running && !inputs.isListLive();
+    if (initialiseHere && inputs.initialise() != kInputDone) {
         return {};
     }
-    std::vector<AudioDeviceEntry> entries = listDevices(type);
-    if (initializeHere) {
-        Pa_Terminate();
+    std::vector<AudioDeviceEntry> entries = listDevices(inputs, type);
+    if (initialiseHere) {
+        inputs.terminate();
     }
     return entries;
 }

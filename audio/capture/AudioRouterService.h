@@ -1,19 +1,20 @@
 #pragma once
 
-// The microphone side of the audio engine. One worker thread, "Capture", opens the PortAudio input streams of
-// the devices that were named and reads them in blocking mode, block after block. The audio callback changes
-// the blocks of the input with index 0 in place. Every block goes to PerAppInputBuffers, with the input's
-// index in the place of a process id. No sound leaves the service through PortAudio.
+// The microphone side of the audio engine. One worker thread, "Capture", opens streams of the inputs that
+// were named (SoundInputs) and reads them, block after block. The audio callback changes the blocks of the
+// input with index 0 in place. Every block goes to PerAppInputBuffers, with the input's index in the place of
+// a process id.
 //
 // All operations belong to the UI thread. They only note a request; the worker carries it out between two
 // blocks, and no other thread touches a stream. There are no error codes: failures are lines of the debug
 // log.
 //
-// A worker that ends by itself (PortAudio failed to initialise, or a rebuild failed) leaves the service
-// "running": requests are accepted and never honoured, and only Stop() or Restart() lead out.
+// A worker that ends by itself (the sound system failed to initialise, or a rebuild failed) leaves the
+// service "running": requests are accepted and never honoured, and only Stop() or Restart() lead out.
 
 #include "audio/capture/AudioRouterConfig.h"
 #include "audio/capture/Pause.h"
+#include "platform/SoundInputs.h"
 
 #include <memory>
 #include <string>
@@ -24,8 +25,9 @@ struct AudioRouterState;
 
 class AudioRouterService {
 public:
-    /// Hands its blocks to `inputBuffers`, which outlives it. The worker waits by `pause`.
-    explicit AudioRouterService(PerAppInputBuffers& inputBuffers, Pause pause = pauseThread);
+    /// Hands its blocks to `inputBuffers`. The worker waits by `pause`. Buffers and inputs outlive it.
+    explicit AudioRouterService(PerAppInputBuffers& inputBuffers, Pause pause = pauseThread,
+                                SoundInputs& soundInputs = systemSoundInputs());
     /// Stops the worker.
     ~AudioRouterService();
     AudioRouterService(const AudioRouterService&) = delete;
@@ -33,7 +35,8 @@ public:
 
     /// Starts the worker with this configuration; false while running.
     [[nodiscard]] bool Start(const AudioRouterConfig& config);
-    /// Ends the worker and waits for it: one block at most, or until PortAudio gives up a dead device.
+    /// Ends the worker and waits for it: one block at most, or until a system whose reads cannot be woken
+    /// gives up a dead device.
     /// Nothing while stopped.
     void Stop();
     /// Stops where running, and starts with the configuration as it is now.
@@ -59,14 +62,13 @@ public:
     /// Names the output device of the channel plan; false while stopped. An empty name changes nothing.
     [[nodiscard]] bool SetOutputDevice(const std::string& name);
     [[nodiscard]] std::string GetOutputDevice() const;
-    /// Requests that the worker initialises PortAudio again, which is the only way to see new devices. False
-    /// while stopped.
+    /// Requests that the worker looks for new devices. False while stopped.
     [[nodiscard]] bool RefreshDevices();
     /// Whether a configured input has no open stream: its device is not there, does not open, or is being
     /// opened.
     [[nodiscard]] bool HasMissingInput() const;
-    /// The devices of PortAudio's WASAPI host, on the caller's thread: type 1 the inputs, 2 the outputs, any
-    /// other value all. Empty when PortAudio fails.
+    /// The system's preferred devices, on the caller's thread: type 1 the inputs, 2 the outputs, any other
+    /// value all. Empty when the sound system fails.
     [[nodiscard]] std::vector<AudioDeviceEntry> GetDeviceList(std::int32_t type) const;
 
     /// Sets the function that receives the blocks of the input with index 0; null for none. Before Start().
@@ -80,5 +82,6 @@ private:
     void startWorker(const AudioRouterConfig& config);
 
     PerAppInputBuffers& buffers;
+    SoundInputs& inputs;
     std::unique_ptr<AudioRouterState> state;
 };

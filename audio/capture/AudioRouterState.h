@@ -10,7 +10,7 @@
 #include <vector>
 
 /// What AudioRouterService and its worker share. The worker holds the mutex for copies, never across a call
-/// of PortAudio.
+/// of the sound system.
 struct AudioRouterState {
     mutable std::mutex mutex; ///< config, the three pending lists, start and stop
     AudioRouterConfig config; ///< as started, changed by the worker as requests are honoured
@@ -22,7 +22,7 @@ struct AudioRouterState {
     std::vector<InputDeviceRequest> pendingAdds;
     std::vector<std::string> pendingRemovals;
     std::string pendingOutputDevice;           ///< empty: none
-    std::atomic<bool> refreshRequested{false}; ///< the next idle pass initialises PortAudio again
+    std::atomic<bool> refreshRequested{false}; ///< the next idle pass makes the list of devices anew
     std::atomic<bool> inputMissing{false};     ///< a configured input has no open stream
     std::atomic<AudioBlockCallback> audioCallback{nullptr};
     std::atomic<AudioPrepareCallback> prepareCallback{nullptr};

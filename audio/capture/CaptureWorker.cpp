@@ -20,6 +20,7 @@ namespace {
 constexpr double kRateToleranceHz = 1.0; // a rate that is nearer is no change
 constexpr milliseconds kIdlePause(10);   // of a pass that hands nothing over
 constexpr milliseconds kRetryPause(200);
+constexpr milliseconds kBlockWait(50); // a request ends it earlier
 
 // For the packet's format. Any rate above 0 can be requested, infinity too, and a device may accept it. NaN
 // counts as the largest.
@@ -39,13 +40,14 @@ void removeInputs(std::vector<InputDeviceRequest>& inputs, const std::string& na
 
 } // namespace
 
-CaptureWorker::CaptureWorker(AudioRouterState& routerState, PerAppInputBuffers& inputBuffers)
-    : service(routerState), buffers(inputBuffers), streams{routerState, {}} {}
+CaptureWorker::CaptureWorker(AudioRouterState& routerState, SoundInputs& soundInputs,
+                             PerAppInputBuffers& inputBuffers)
+    : service(routerState), buffers(inputBuffers), streams{routerState, soundInputs, {}, {}} {}
 
 void CaptureWorker::run() {
-    const PaError error = Pa_Initialize();
-    if (error != paNoError) {
-        qDebug().noquote() << "PortAudio initialization failed:" << Pa_GetErrorText(error);
+    const int error = streams.inputs.initialise();
+    if (error != kInputDone) {
+        qDebug().noquote() << "PortAudio initialization failed:" << streams.inputs.errorText(error);
         return;
     }
     streams.currentRate = service.sampleRate;
@@ -66,8 +68,8 @@ void CaptureWorker::run() {
         }
     }
 
-    closeStreams(streams.inputSlots, streams.outputStream, service.pause);
-    terminatePortAudio();
+    closeStreams(streams);
+    terminateInputs(streams.inputs);
     qDebug() << "Audio routing service stopped";
 }
 
@@ -103,6 +105,9 @@ CaptureWorker::Pass CaptureWorker::honourSampleRate() {
         qDebug() << "Failed to reopen streams";
         return Pass::Leave;
     }
+    if (streams.inputs.isListLive()) {
+        service.pause(kRetryPause); // elsewhere the initialisation takes such a time
+    }
     return Pass::Next;
 }
 
@@ -132,7 +137,7 @@ CaptureWorker::Requests CaptureWorker::takeRequests() {
         requests.removals.swap(service.pendingRemovals);
         requests.outputDevice.swap(service.pendingOutputDevice);
     }
-    // A device that was plugged in after Pa_Initialize is not in PortAudio's list.
+    // A device that came after the initialisation may not be in the list.
     requests.refresh = service.refreshRequested.exchange(false) || !requests.additions.empty();
     return requests;
 }
@@ -173,16 +178,27 @@ bool CaptureWorker::hasSlotToRetry() const {
 }
 
 void CaptureWorker::readAndHandOver() {
+    streams.inputs.awaitBlock(kBlockWait);
     if (streams.inputSlots.empty() || !allActive()) {
-        service.pause(kIdlePause);
+        rest();
         return;
     }
     if (!readBlocks()) {
         service.refreshRequested = true;
-        service.pause(kIdlePause);
+        rest();
         return;
     }
     handOver();
+}
+
+// Where the list is live, the wait for a block serves while there is no input, and an input that has gone is
+// left out at once, so that the others are not held up.
+void CaptureWorker::rest() {
+    const bool allOpen =
+        std::ranges::all_of(streams.inputSlots, [](const auto& slot) { return slot.stream != nullptr; });
+    if (!streams.inputs.isListLive() || !allOpen) {
+        service.pause(kIdlePause);
+    }
 }
 
 // All or nothing: one input that could not be opened silences all, until it is rebuilt or removed.
@@ -191,7 +207,7 @@ bool CaptureWorker::allActive() const {
         if (slot.stream == nullptr) {
             return false;
         }
-        const PaError active = Pa_IsStreamActive(slot.stream);
+        const int active = slot.stream->activity();
         if (active > 0) {
             continue;
         }
@@ -200,7 +216,7 @@ bool CaptureWorker::allActive() const {
                                          << "), device may be disconnected";
         } else {
             qDebug().noquote().nospace() << "[Warning] Failed to check input stream status (" << slot.name
-                                         << "): " << Pa_GetErrorText(active);
+                                         << "): " << streams.inputs.errorText(active);
         }
         service.refreshRequested = true;
         return false;
@@ -213,6 +229,10 @@ bool CaptureWorker::readBlocks() {
     const AudioBlockCallback callback = service.audioCallback;
     const auto frames = static_cast<std::int32_t>(streams.framesPerBuffer);
     for (InputStreamSlot& slot : streams.inputSlots) {
+        slot.hasBlock = slot.stream->hasBlock();
+        if (!slot.hasBlock) {
+            continue;
+        }
         if (!readBlock(slot)) {
             return false;
         }
@@ -226,7 +246,7 @@ bool CaptureWorker::readBlocks() {
 bool CaptureWorker::readBlock(InputStreamSlot& slot) const {
     // What a host that has overflowed leaves out is silence, not the block before.
     std::ranges::fill(slot.buffer, 0.0f);
-    const PaError active = Pa_IsStreamActive(slot.stream);
+    const int active = slot.stream->activity();
     if (active == 0) {
         qDebug().noquote().nospace() << "[Warning] Input stream inactive detected before reading ("
                                      << slot.name << "), skipping this read";
@@ -234,13 +254,13 @@ bool CaptureWorker::readBlock(InputStreamSlot& slot) const {
     }
     if (active < 0) {
         qDebug().noquote().nospace() << "[Warning] Failed to check input stream status before reading ("
-                                     << slot.name << "): " << Pa_GetErrorText(active);
+                                     << slot.name << "): " << streams.inputs.errorText(active);
         return false;
     }
-    const PaError read = Pa_ReadStream(slot.stream, slot.buffer.data(), streams.framesPerBuffer);
-    if (read != paNoError && read != paInputOverflowed) {
+    const int read = slot.stream->read(slot.buffer.data());
+    if (read != kInputDone && read != kInputOverflowed) {
         qDebug().noquote().nospace() << "Failed to read input device (" << slot.name
-                                     << "): " << Pa_GetErrorText(read);
+                                     << "): " << streams.inputs.errorText(read);
         return false;
     }
     return true;
@@ -248,7 +268,7 @@ bool CaptureWorker::readBlock(InputStreamSlot& slot) const {
 
 void CaptureWorker::handOver() const {
     for (const InputStreamSlot& slot : streams.inputSlots) {
-        if (slot.buffer.empty() || slot.index < 0) {
+        if (!slot.hasBlock || slot.index < 0) {
             continue;
         }
         const WaveFormat format =

@@ -12,11 +12,11 @@ struct AudioRouterState;
 /// The capture service's worker: honours requests and reads blocks, pass after pass, until the service stops
 /// or its streams cannot be rebuilt. It lives on the stack of its thread.
 ///
-/// A block stays in the buffer of its input until the mixer has taken it: it is read from PortAudio into that
-/// buffer, and the audio callback changes it there.
+/// A block stays in the buffer of its input until the mixer has taken it: it is read into that buffer, and
+/// the audio callback changes it there.
 class CaptureWorker {
 public:
-    CaptureWorker(AudioRouterState& routerState, PerAppInputBuffers& inputBuffers);
+    CaptureWorker(AudioRouterState& routerState, SoundInputs& soundInputs, PerAppInputBuffers& inputBuffers);
 
     /// The thread's body.
     void run();
@@ -30,7 +30,7 @@ private:
         std::vector<InputDeviceRequest> additions;
         std::vector<std::string> removals;
         std::string outputDevice; ///< empty: none
-        bool refresh = false;     ///< PortAudio is initialised again
+        bool refresh = false;     ///< the list of devices is made anew
     };
 
     [[nodiscard]] bool rebuild(bool reinitialise);
@@ -40,6 +40,7 @@ private:
     void apply(const Requests& requests);
     [[nodiscard]] bool hasSlotToRetry() const;
     void readAndHandOver();
+    void rest();
     [[nodiscard]] bool allActive() const;
     [[nodiscard]] bool readBlocks();
     [[nodiscard]] bool readBlock(InputStreamSlot& slot) const;

@@ -8,7 +8,9 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -20,44 +22,35 @@ constexpr double kSameRateHz = 1.0; // rates that are nearer count as the same
 // Before each attempt to initialise PortAudio again.
 constexpr std::array kInitializePauses = {milliseconds(100), milliseconds(100), milliseconds(200)};
 constexpr milliseconds kSearchPause(100);
-constexpr int kSearchAttempts = 3;
+constexpr int kSearchAttempts = 3; // of a list that is not live
 constexpr milliseconds kClosePause(10);
 
 // Marks of a device that has gone away behind PortAudio's back: only a new initialisation helps.
 constexpr std::array<const char*, 3> kDeviceErrorMarks = {"Internal PortAudio error", "-10851",
                                                           "Invalid Property Value"};
 
-std::string deviceName(const PaDeviceInfo& info) {
-    return info.name != nullptr ? info.name : "";
-}
-
-bool isPreferredHost(const PaDeviceInfo& info) {
-    const PaHostApiInfo* const host = Pa_GetHostApiInfo(info.hostApi);
-    return host != nullptr && host->type == paWASAPI;
-}
-
 bool hasDeviceErrorMark(const std::string& text) {
     return std::ranges::any_of(kDeviceErrorMarks,
                                [&text](const char* mark) { return text.find(mark) != std::string::npos; });
 }
 
-bool reinitialisePortAudio(const Pause& pause) {
-    terminatePortAudio();
+bool initialiseAgain(SoundInputs& inputs, const Pause& pause) {
+    terminateInputs(inputs);
     pause(kInitializePauses[0]);
-    PaError error = Pa_Initialize();
-    if (error == paNoError) {
+    int error = inputs.initialise();
+    if (error == kInputDone) {
         return true;
     }
-    qDebug().noquote().nospace() << "[Warning] Failed to reinitialize PortAudio: " << Pa_GetErrorText(error)
+    qDebug().noquote().nospace() << "[Warning] Failed to reinitialize PortAudio: " << inputs.errorText(error)
                                  << ", retrying...";
     pause(kInitializePauses[1]);
-    error = Pa_Initialize();
-    if (error == paNoError) {
+    error = inputs.initialise();
+    if (error == kInputDone) {
         return true;
     }
-    qDebug().noquote() << "[Error] Unable to reinitialize PortAudio:" << Pa_GetErrorText(error);
+    qDebug().noquote() << "[Error] Unable to reinitialize PortAudio:" << inputs.errorText(error);
     pause(kInitializePauses[2]);
-    if (Pa_Initialize() == paNoError) {
+    if (inputs.initialise() == kInputDone) {
         return true;
     }
     qDebug() << "[Error] Finally unable to reinitialize PortAudio, service will stop";
@@ -66,24 +59,24 @@ bool reinitialisePortAudio(const Pause& pause) {
 
 // The slots of the configured inputs whose device is there. An input that is left out stays configured, so
 // that it comes back with its device.
-std::vector<InputStreamSlot> findSlots(const AudioRouterConfig& config) {
+std::vector<InputStreamSlot> findSlots(const SoundDeviceList& devices, const AudioRouterConfig& config) {
     std::vector<InputStreamSlot> inputSlots;
     for (const InputDeviceRequest& request : config.inputs) {
         InputStreamSlot slot;
         slot.name = request.name;
         slot.requestedChannels = request.channels;
         slot.index = request.index;
-        slot.deviceIndex = findDevice(request.name, false);
+        slot.deviceIndex = findDevice(devices, request.name, false);
         if (slot.deviceIndex == -1) {
             qDebug().noquote() << "Input device not found:" << request.name;
             continue;
         }
-        const PaDeviceInfo* const info = Pa_GetDeviceInfo(slot.deviceIndex);
-        if (info == nullptr) {
+        const SoundDeviceRecord* const record = devices.find(slot.deviceIndex);
+        if (record == nullptr) {
             qDebug().noquote() << "Failed to get input device info:" << request.name;
             continue;
         }
-        slot.channels = chosenChannels(request.channels, info->maxInputChannels);
+        slot.channels = chosenChannels(request.channels, record->maxInputChannels);
         inputSlots.push_back(std::move(slot));
     }
     if (inputSlots.empty()) {
@@ -98,19 +91,21 @@ struct OpenOutcome {
     double rate = 0.0; // Hz, for the service
     int opened = 0;
     bool deviceError = false;
+    bool goneFromList = false; // a live list shows it at the next rebuild
 };
 
 // Opens one slot; whether it has a stream now. `rate` becomes the rate of the device where that does not
 // support the wanted one, also when it then fails to open.
 bool openSlot(const InputStreamSet& set, InputStreamSlot& slot, double& rate, OpenOutcome& outcome) {
     try {
-        slot.stream = openInputStream(slot, rate, set.framesPerBuffer, set.service.pause);
+        slot.stream = openInputStream(set, slot, rate);
     } catch (const std::exception& failure) {
         qDebug().noquote().nospace() << "Failed to open input stream (" << slot.name
                                      << "): " << failure.what() << " (skipping this input)";
-        slot.stream = nullptr;
+        slot.stream.reset();
         slot.deviceIndex = -1;
         outcome.deviceError = outcome.deviceError || hasDeviceErrorMark(failure.what());
+        outcome.goneFromList = outcome.goneFromList || set.inputs.isListLive();
         return false;
     }
     if (slot.stream == nullptr) {
@@ -146,9 +141,9 @@ OpenOutcome openSlots(InputStreamSet& set) {
 }
 
 // The output channels of the set, and the device that they are meant for.
-void planOutput(InputStreamSet& set, const std::string& outputDevice) {
+void planOutput(InputStreamSet& set, const SoundDeviceList& devices, const std::string& outputDevice) {
     set.outputChannels = planOutputChannels(set.inputSlots);
-    set.outputDeviceIndex = set.outputChannels > 0 ? findDevice(outputDevice, true) : -1;
+    set.outputDeviceIndex = set.outputChannels > 0 ? findDevice(devices, outputDevice, true) : -1;
     if (set.outputChannels > 0 && set.outputDeviceIndex == -1) {
         qDebug().noquote() << "Output device not found:" << outputDevice
                            << "(will keep running to wait for subsequent correction)";
@@ -156,16 +151,19 @@ void planOutput(InputStreamSet& set, const std::string& outputDevice) {
 }
 
 // Finds the slot's device and stores its index. Throws where there is none that records.
-const PaDeviceInfo& findInputDevice(InputStreamSlot& slot, const Pause& pause) {
+SoundDeviceRecord findInputDevice(const InputStreamSet& set, InputStreamSlot& slot) {
+    const int attempts = set.inputs.isListLive() ? 1 : kSearchAttempts;
     std::int32_t device = -1;
-    const PaDeviceInfo* info = nullptr;
-    for (int attempt = 0; attempt < kSearchAttempts; ++attempt) {
+    std::optional<SoundDeviceRecord> record;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
         if (attempt > 0) {
-            pause(kSearchPause);
+            set.service.pause(kSearchPause);
         }
-        device = findDevice(slot.name, false);
-        info = device != -1 ? Pa_GetDeviceInfo(device) : nullptr;
-        if (info != nullptr && info->maxInputChannels > 0) {
+        const SoundDeviceList devices = set.inputs.devices();
+        device = findDevice(devices, slot.name, false);
+        const SoundDeviceRecord* const found = devices.find(device);
+        record = found != nullptr ? std::optional(*found) : std::nullopt;
+        if (record && record->maxInputChannels > 0) {
             break;
         }
     }
@@ -173,53 +171,52 @@ const PaDeviceInfo& findInputDevice(InputStreamSlot& slot, const Pause& pause) {
         throw std::runtime_error("Unable to find input device: " + slot.name);
     }
     slot.deviceIndex = device;
-    if (info == nullptr) {
+    if (!record) {
         throw std::runtime_error("Unable to get input device info: " + slot.name);
     }
-    if (info->maxInputChannels < 1) {
+    if (record->maxInputChannels < 1) {
         throw std::runtime_error("Device is not a valid input device: " + slot.name);
     }
-    return *info;
+    return *std::move(record);
 }
 
 // The rate to open with: the wanted one, or the device's own where it does not support that.
-double agreedRate(const std::string& name, const PaStreamParameters& parameters, const PaDeviceInfo& info,
-                  double wanted) {
-    const PaError supported = Pa_IsFormatSupported(&parameters, nullptr, wanted);
-    if (supported == paInvalidSampleRate) {
+double agreedRate(SoundInputs& inputs, const std::string& name, const SoundStreamParameters& parameters,
+                  const SoundDeviceRecord& record) {
+    const double wanted = parameters.sampleRate;
+    const int supported = inputs.checkFormat(parameters);
+    if (supported == kInputInvalidRate) {
         qDebug().noquote().nospace() << "[Info] Device " << name << " does not support sample rate " << wanted
                                      << " Hz, automatically using device default sample rate "
-                                     << info.defaultSampleRate << " Hz";
-        return info.defaultSampleRate;
+                                     << record.defaultSampleRate << " Hz";
+        return record.defaultSampleRate;
     }
-    if (supported != paFormatIsSupported) {
-        qDebug().noquote() << "[Warning] Warning when checking device format:" << Pa_GetErrorText(supported);
+    if (supported != kInputDone) {
+        qDebug().noquote() << "[Warning] Warning when checking device format:" << inputs.errorText(supported);
     }
     return wanted;
 }
 
 } // namespace
 
-std::int32_t findDevice(const std::string& name, bool forOutput) {
+std::int32_t findDevice(const SoundDeviceList& devices, const std::string& name, bool forOutput) {
     const std::string wanted = lowerAscii(name);
     if (wanted == "default") {
-        return forOutput ? Pa_GetDefaultOutputDevice() : Pa_GetDefaultInputDevice();
+        return forOutput ? devices.defaultOutput : devices.defaultInput;
     }
-    const PaDeviceIndex count = Pa_GetDeviceCount();
     std::int32_t first = -1;
-    for (PaDeviceIndex index = 0; index < count; ++index) {
-        const PaDeviceInfo* const info = Pa_GetDeviceInfo(index);
-        if (info == nullptr || (forOutput ? info->maxOutputChannels : info->maxInputChannels) < 1) {
+    for (const SoundDeviceRecord& record : devices.records) {
+        if ((forOutput ? record.maxOutputChannels : record.maxInputChannels) < 1) {
             continue;
         }
-        if (lowerAscii(deviceName(*info)).find(wanted) == std::string::npos) {
+        if (lowerAscii(record.name.value_or("")).find(wanted) == std::string::npos) {
             continue;
         }
-        if (isPreferredHost(*info)) {
-            return index;
+        if (record.isPreferred) {
+            return record.index;
         }
         if (first == -1) {
-            first = index;
+            first = record.index;
         }
     }
     return first;
@@ -252,64 +249,59 @@ std::int32_t planOutputChannels(std::vector<InputStreamSlot>& inputSlots) {
     return outputChannels;
 }
 
-PaStream* openInputStream(InputStreamSlot& slot, double& rate, std::uint32_t framesPerBuffer,
-                          const Pause& pause) {
-    const PaDeviceInfo& info = findInputDevice(slot, pause);
-    slot.channels = chosenChannels(slot.requestedChannels, info.maxInputChannels);
+std::unique_ptr<SoundInputStream> openInputStream(const InputStreamSet& set, InputStreamSlot& slot,
+                                                  double& rate) {
+    const SoundDeviceRecord record = findInputDevice(set, slot);
+    slot.channels = chosenChannels(slot.requestedChannels, record.maxInputChannels);
     if (slot.channels < 1) {
         throw std::runtime_error("Invalid input channel count");
     }
-    if (slot.channels > info.maxInputChannels) {
+    if (slot.channels > record.maxInputChannels) {
         throw std::runtime_error("Input device has insufficient channels");
     }
-    PaStreamParameters parameters{};
-    parameters.device = slot.deviceIndex;
-    parameters.channelCount = slot.channels;
-    parameters.sampleFormat = paFloat32;
-    parameters.suggestedLatency = info.defaultLowInputLatency;
-    rate = agreedRate(slot.name, parameters, info, rate);
+    SoundStreamParameters parameters{.device = slot.deviceIndex,
+                                     .isOutput = false,
+                                     .channels = slot.channels,
+                                     .latency = record.lowInputLatency,
+                                     .sampleRate = rate};
+    rate = agreedRate(set.inputs, slot.name, parameters, record);
+    parameters.sampleRate = rate;
 
-    PaStream* stream = nullptr;
-    const PaError opened =
-        Pa_OpenStream(&stream, &parameters, nullptr, rate, framesPerBuffer, paClipOff, nullptr, nullptr);
-    if (opened != paNoError) {
-        throw std::runtime_error(std::string("Failed to open input stream: ") + Pa_GetErrorText(opened) +
+    std::unique_ptr<SoundInputStream> stream;
+    const int opened = set.inputs.open(parameters, set.framesPerBuffer, stream);
+    if (opened != kInputDone) {
+        throw std::runtime_error("Failed to open input stream: " + set.inputs.errorText(opened) +
                                  " (device index: " + std::to_string(slot.deviceIndex) + ")");
     }
-    const PaError started = Pa_StartStream(stream);
-    if (started != paNoError) {
-        Pa_CloseStream(stream);
-        throw std::runtime_error(std::string("Failed to start input stream: ") + Pa_GetErrorText(started));
+    const int started = stream ? stream->start() : kInputDone;
+    if (started != kInputDone) {
+        throw std::runtime_error("Failed to start input stream: " + set.inputs.errorText(started));
     }
-    slot.buffer.assign(static_cast<std::size_t>(slot.channels) * framesPerBuffer, 0.0f);
+    slot.buffer.assign(static_cast<std::size_t>(slot.channels) * set.framesPerBuffer, 0.0f);
     return stream;
 }
 
-void closeStreams(std::vector<InputStreamSlot>& inputSlots, PaStream* outputStream, const Pause& pause) {
-    for (const InputStreamSlot& slot : inputSlots) {
-        if (slot.stream != nullptr) {
-            Pa_StopStream(slot.stream);
+void closeStreams(InputStreamSet& set) {
+    for (const InputStreamSlot& slot : set.inputSlots) {
+        if (slot.stream) {
+            slot.stream->stop();
         }
     }
-    if (outputStream != nullptr) {
-        Pa_StopStream(outputStream);
+    if (set.outputStream) {
+        set.outputStream->stop();
     }
-    pause(kClosePause);
-    for (InputStreamSlot& slot : inputSlots) {
-        if (slot.stream != nullptr) {
-            Pa_CloseStream(slot.stream);
-            slot.stream = nullptr;
-        }
+    if (!set.inputs.isListLive()) {
+        set.service.pause(kClosePause);
     }
-    if (outputStream != nullptr) {
-        Pa_CloseStream(outputStream);
+    for (InputStreamSlot& slot : set.inputSlots) {
+        slot.stream.reset();
     }
+    set.outputStream.reset();
 }
 
 bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
-    closeStreams(set.inputSlots, set.outputStream, set.service.pause);
-    set.outputStream = nullptr;
-    if (reinitialise && !reinitialisePortAudio(set.service.pause)) {
+    closeStreams(set);
+    if (reinitialise && !set.inputs.isListLive() && !initialiseAgain(set.inputs, set.service.pause)) {
         return false;
     }
 
@@ -321,8 +313,9 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
     }
     set.framesPerBuffer = config.framesPerBuffer;
     set.service.inputMissing = !config.inputs.empty();
-    set.inputSlots = findSlots(config);
-    planOutput(set, config.outputDevice);
+    const SoundDeviceList devices = set.inputs.devices();
+    set.inputSlots = findSlots(devices, config);
+    planOutput(set, devices, config.outputDevice);
     const OpenOutcome outcome = openSlots(set);
     {
         const std::lock_guard lock(set.service.mutex);
@@ -335,6 +328,9 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
             << "[Info] Device-related error detected, will automatically refresh device list in next loop";
         set.service.refreshRequested = true;
     }
+    if (outcome.goneFromList) {
+        set.service.refreshRequested = true;
+    }
     if (outcome.opened == 0) {
         qDebug()
             << "Currently no successfully opened input streams (will keep running to wait for subsequent "
@@ -345,34 +341,31 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
     return true;
 }
 
-void terminatePortAudio() {
-    const PaError error = Pa_Terminate();
-    if (error != paNoError && error != paNotInitialized) {
-        qDebug().noquote() << "[Warning] Warning when terminating PortAudio:" << Pa_GetErrorText(error);
+void terminateInputs(SoundInputs& inputs) {
+    const int error = inputs.terminate();
+    if (error != kInputDone && error != kInputNotInitialised) {
+        qDebug().noquote() << "[Warning] Warning when terminating PortAudio:" << inputs.errorText(error);
     }
 }
 
-std::vector<AudioDeviceEntry> listDevices(std::int32_t type) {
+std::vector<AudioDeviceEntry> listDevices(SoundInputs& inputs, std::int32_t type) {
     std::vector<AudioDeviceEntry> entries;
-    const PaDeviceIndex count = Pa_GetDeviceCount();
-    for (PaDeviceIndex index = 0; index < count; ++index) {
-        const PaDeviceInfo* const info = Pa_GetDeviceInfo(index);
-        if (info == nullptr || !isPreferredHost(*info)) {
+    for (const SoundDeviceRecord& record : inputs.devices().records) {
+        if (!record.isPreferred) {
             continue;
         }
         AudioDeviceEntry entry;
-        entry.isInput = info->maxInputChannels > 0;
-        entry.isOutput = info->maxOutputChannels > 0;
+        entry.isInput = record.maxInputChannels > 0;
+        entry.isOutput = record.maxOutputChannels > 0;
         if ((type == 1 && !entry.isInput) || (type == 2 && !entry.isOutput)) {
             continue;
         }
-        const char* const hostName = Pa_GetHostApiInfo(info->hostApi)->name;
-        entry.index = index;
-        entry.name = info->name != nullptr ? info->name : "(null)";
-        entry.hostApi = hostName != nullptr ? hostName : "Unknown";
-        entry.maxInputChannels = info->maxInputChannels;
-        entry.maxOutputChannels = info->maxOutputChannels;
-        entry.defaultSampleRate = info->defaultSampleRate;
+        entry.index = record.index;
+        entry.name = record.name.value_or("(null)");
+        entry.hostApi = record.hostApi;
+        entry.maxInputChannels = record.maxInputChannels;
+        entry.maxOutputChannels = record.maxOutputChannels;
+        entry.defaultSampleRate = record.defaultSampleRate;
         entries.push_back(std::move(entry));
     }
     return entries;

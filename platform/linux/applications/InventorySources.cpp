@@ -15,6 +15,7 @@
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -69,6 +70,15 @@ bool makePrivateFolder(const QString& path) {
     return lstat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == getuid();
 }
 
+QList<AudioDeviceFacts> factsOf(const std::vector<PulseDevice>& devices) {
+    QList<AudioDeviceFacts> facts;
+    for (const PulseDevice& device : devices) {
+        facts.append({QByteArray::fromStdString(device.name), QString::fromStdString(device.description),
+                      static_cast<int>(device.channelCount), static_cast<double>(device.sampleRate)});
+    }
+    return facts;
+}
+
 } // namespace
 
 QList<RawAudioSession> rawAudioSessions() {
@@ -95,6 +105,16 @@ QList<RawAudioSession> rawAudioSessions() {
              playing.contains(playback.processId) ? QStringLiteral("Active") : QStringLiteral("Inactive")});
     }
     return sessions;
+}
+
+QList<AudioDeviceFacts> audioInputDevices() {
+    std::vector<PulseDevice> sources = PulseServer::shared()->sources();
+    std::erase_if(sources, [](const PulseDevice& source) { return !source.isInput(); });
+    return factsOf(sources);
+}
+
+QList<AudioDeviceFacts> audioOutputDevices() {
+    return factsOf(PulseServer::shared()->sinks());
 }
 
 QString getFileDisplayName(const QString& path) {

@@ -37,6 +37,7 @@ void PulseRelease::operator()(pa_context* context) const {
 void PulseRelease::operator()(pa_stream* stream) const {
     pa_stream_set_read_callback(stream, nullptr, nullptr);
     pa_stream_set_write_callback(stream, nullptr, nullptr);
+    pa_stream_set_moved_callback(stream, nullptr, nullptr);
     if (pa_stream_get_state(stream) == PA_STREAM_CREATING) {
         pa_stream_set_state_callback(stream, onAbandonedState, nullptr);
         return;

@@ -35,6 +35,8 @@ PulseDevice describe(const Info& info) {
     device.deviceApi = property(info.proplist, PA_PROP_DEVICE_API);
     device.hasAlsaCard = pa_proplist_contains(info.proplist, "alsa.card") == 1;
     device.portCount = info.n_ports;
+    device.channelCount = info.sample_spec.channels;
+    device.sampleRate = info.sample_spec.rate;
     device.unplugged = info.active_port != nullptr && info.active_port->available == PA_PORT_AVAILABLE_NO;
     return device;
 }
@@ -107,6 +109,11 @@ std::vector<PulseDevice> PulseServer::sources() {
 std::string PulseServer::defaultSink() {
     const Lock lock(*this);
     return defaultSinkName;
+}
+
+std::string PulseServer::defaultSource() {
+    const Lock lock(*this);
+    return defaultSourceName;
 }
 
 std::vector<PulsePlayback> PulseServer::playbacks() {
@@ -183,6 +190,8 @@ void PulseServer::onLost() {
     clientProcesses.clear();
     playbackMap.clear();
     defaultSinkName.clear();
+    defaultSourceName.clear();
+    ++deviceChangeCount;
     setPhase(Phase::Absent);
     if (!wasKnown) {
         return;
@@ -235,6 +244,7 @@ void PulseServer::keepDevice(std::map<std::uint32_t, PulseDevice>& devices, Puls
     const bool wasThere = before != devices.end() && !before->second.unplugged;
     const bool came = !wasThere && !device.unplugged && !device.isMonitor;
     devices[device.index] = std::move(device);
+    ++deviceChangeCount;
     if (came) {
         notify(&Observer::devicesCame);
     }
@@ -249,6 +259,7 @@ void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t
     case PA_SUBSCRIPTION_EVENT_SINK:
         if (removed) {
             server->sinkMap.erase(index);
+            ++server->deviceChangeCount;
         } else {
             start(pa_context_get_sink_info_by_index(context, index, onSink, self));
         }
@@ -256,6 +267,7 @@ void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t
     case PA_SUBSCRIPTION_EVENT_SOURCE:
         if (removed) {
             server->sourceMap.erase(index);
+            ++server->deviceChangeCount;
         } else {
             start(pa_context_get_source_info_by_index(context, index, onSource, self));
         }
@@ -289,6 +301,7 @@ void PulseServer::onServer(pa_context*, const pa_server_info* info, void* self) 
     }
     auto* const server = static_cast<PulseServer*>(self);
     server->defaultSinkName = info->default_sink_name != nullptr ? info->default_sink_name : "";
+    server->defaultSourceName = info->default_source_name != nullptr ? info->default_source_name : "";
     // "PulseAudio (on PipeWire 1.4.2)"
     server->pipeWire = info->server_name != nullptr && std::strstr(info->server_name, "PipeWire") != nullptr;
 }

@@ -11,6 +11,7 @@
 #include "platform/linux/sound/PulseConnection.h"
 #include "platform/linux/sound/PulseHandles.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -34,6 +35,11 @@ struct PulseDevice {
     bool isMonitor = false; ///< what a sink plays, as a source
     bool unplugged = false; ///< nothing is plugged into its active port
     std::uint32_t portCount = 0;
+    std::uint32_t channelCount = 0;
+    std::uint32_t sampleRate = 0; ///< Hz
+
+    /// Whether a source is an input to people: no sink's monitor, and something is plugged in.
+    [[nodiscard]] bool isInput() const { return !isMonitor && !unplugged; }
 };
 
 /// A stream that plays, or could at once.
@@ -94,7 +100,10 @@ public:
     [[nodiscard]] std::vector<PulseDevice> sinks();
     [[nodiscard]] std::vector<PulseDevice> sources();
     [[nodiscard]] std::string defaultSink();
+    [[nodiscard]] std::string defaultSource();
     [[nodiscard]] std::vector<PulsePlayback> playbacks();
+    /// Grows with each change of the sinks and sources. Any thread.
+    [[nodiscard]] std::uint64_t deviceChanges() const { return deviceChangeCount; }
 
     /// Makes a sink or source the server's default, and waits for the answer, at most kAnswerLimit. Not on
     /// the server's thread.
@@ -144,6 +153,8 @@ private:
     std::map<std::uint32_t, std::uint32_t> clientProcesses; // process ids by client
     std::map<std::uint32_t, PulsePlayback> playbackMap;
     std::string defaultSinkName;
+    std::string defaultSourceName;
+    std::atomic<std::uint64_t> deviceChangeCount{0};
     bool pipeWire = false;
     std::optional<std::chrono::steady_clock::time_point> lastLine;
     bool wasReady = false;

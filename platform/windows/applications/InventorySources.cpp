@@ -5,18 +5,40 @@
 #include "platform/windows/applications/IconExtraction.h"
 #include "platform/windows/applications/VersionName.h"
 
+#include <QAudioDevice>
 #include <QDir>
 #include <QFileIconProvider>
 #include <QFileInfo>
+#include <QMediaDevices>
 #include <QPixmap>
 
 namespace {
+
 // Levels of folders that are searched for programs, the root among them.
 constexpr int kProgramDepth = 3;
+
+QList<AudioDeviceFacts> factsOf(const QList<QAudioDevice>& devices) {
+    QList<AudioDeviceFacts> facts;
+    facts.reserve(devices.size());
+    for (const QAudioDevice& device : devices) {
+        facts.append({device.id(), device.description(), device.maximumChannelCount(),
+                      static_cast<double>(device.preferredFormat().sampleRate())});
+    }
+    return facts;
+}
+
 } // namespace
 
 QList<RawAudioSession> rawAudioSessions() {
     return audioSessions(windowsAudioSystemCalls(), windowsInventorySystemCalls());
+}
+
+QList<AudioDeviceFacts> audioInputDevices() {
+    return factsOf(QMediaDevices::audioInputs());
+}
+
+QList<AudioDeviceFacts> audioOutputDevices() {
+    return factsOf(QMediaDevices::audioOutputs());
 }
 
 QString getFileDisplayName(const QString& path) {

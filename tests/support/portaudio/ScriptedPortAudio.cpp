@@ -16,6 +16,8 @@ namespace {
 
 // A block takes this long, whatever its rate: tests wait for blocks, not for time.
 constexpr std::chrono::microseconds kBlockTime(300);
+// Long enough for another thread to come in between while a device is looked at.
+constexpr std::chrono::microseconds kLookUpTime(100);
 constexpr double kLowLatencySeconds = 0.008;
 
 struct Stream {
@@ -207,7 +209,10 @@ PaError Pa_Terminate() {
     if (machine.initialized == 0) {
         return paNotInitialized;
     }
-    --machine.initialized;
+    if (--machine.initialized == 0) {
+        machine.records = {};
+        machine.seen = {};
+    }
     return scripted(Call::Terminate, {});
 }
 
@@ -238,6 +243,7 @@ const PaHostApiInfo* Pa_GetHostApiInfo(PaHostApiIndex index) {
         {1, paALSA, "ALSA", 0, paNoDevice, paNoDevice},
         {1, paWASAPI, "Windows WASAPI", 0, paNoDevice, paNoDevice},
     }};
+    std::this_thread::sleep_for(kLookUpTime);
     const auto at = static_cast<std::size_t>(index);
     return index >= 0 && at < hosts.size() ? &hosts[at] : nullptr;
 }

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-/// A PortAudio with devices under a test's control: a shared library with the name and the functions of the
-/// real one, so that a program which is linked against PortAudio uses these devices unchanged. One in a
-/// process; reset() before each test, while no stream is open. Any thread.
+/// A PortAudio with devices under a test's control: the functions of the real one, so that what is linked
+/// against PortAudio uses these devices unchanged. As with the real one, the records of devices are freed
+/// when it is terminated. One in a process; reset() before each test, while no stream is open. Any thread.
 namespace scriptedPortAudio {
 
 struct Device {

@@ -47,8 +47,8 @@ int thrownCount() {
 // ---- the capture service
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): declared so
-AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers, Pause)
-    : buffers(inputBuffers), state(answer(std::make_unique<AudioRouterState>())) {}
+AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers, Pause, SoundInputs& soundInputs)
+    : buffers(inputBuffers), inputs(soundInputs), state(answer(std::make_unique<AudioRouterState>())) {}
 AudioRouterService::~AudioRouterService() = default;
 
 bool AudioRouterService::Start(const AudioRouterConfig&) {
@@ -125,6 +125,6 @@ QVariantList installedProgramMaps() {
     return answer(QVariantList{1});
 }
 
-bool probeDeviceSampleRate(const QString&, double) {
+bool probeDeviceSampleRate(SoundInputs&, const QString&, double) {
     return answer(true);
 }

@@ -239,3 +239,18 @@ TEST_F(AudioRouterServiceTest, DeviceListIsEmptyWhenPortAudioFails) {
     scriptedPortAudio::fail(Call::Initialize, -9999);
     EXPECT_TRUE(service.GetDeviceList(0).empty());
 }
+
+TEST_F(AudioRouterServiceTest, DeviceListIsReadSafelyWhileTheWorkerMakesItAnew) {
+    Device input = device("in");
+    input.hostApi = paWASAPI;
+    scriptedPortAudio::setDevices({input});
+    startWith({});
+    for (int round = 1; round <= 50; ++round) {
+        EXPECT_TRUE(service.RefreshDevices());
+        while (scriptedPortAudio::initializations() <= round) {
+            for (const AudioDeviceEntry& entry : service.GetDeviceList(1)) {
+                ASSERT_EQ(entry.name, "in");
+            }
+        }
+    }
+}

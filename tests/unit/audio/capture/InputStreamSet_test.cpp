@@ -18,13 +18,17 @@ protected:
 
     void initializeWith(const std::vector<Device>& devices) {
         scriptedPortAudio::setDevices(devices);
-        ASSERT_EQ(Pa_Initialize(), paNoError);
+        ASSERT_EQ(soundInputs.initialise(), kInputDone);
     }
 
     void TearDown() override {
-        closeStreams(streams.inputSlots, nullptr, state.pause);
-        Pa_Terminate();
+        closeStreams(streams);
+        soundInputs.terminate();
         CaptureFixture::TearDown();
+    }
+
+    std::int32_t find(const std::string& name, bool forOutput) {
+        return findDevice(soundInputs.devices(), name, forOutput);
     }
 
     bool rebuild(const std::vector<InputDeviceRequest>& inputs, bool reinitialise = false) {
@@ -34,7 +38,8 @@ protected:
     }
 
     AudioRouterState state;
-    InputStreamSet streams{state, {}};
+    SoundInputs& soundInputs = systemSoundInputs();
+    InputStreamSet streams{state, soundInputs, {}, {}};
 };
 
 constexpr int kDeviceGone = -9999;
@@ -44,8 +49,8 @@ constexpr int kDeviceGone = -9999;
 TEST_F(InputStreamSetTest, NameDefaultFindsTheDefaultDevicesOfBothDirections) {
     initializeWith({device("a"), device("b"), device("c")});
     scriptedPortAudio::setDefaultDevices(2, 1);
-    EXPECT_EQ(findDevice("Default", false), 2);
-    EXPECT_EQ(findDevice("DEFAULT", true), 1);
+    EXPECT_EQ(find("Default", false), 2);
+    EXPECT_EQ(find("DEFAULT", true), 1);
 }
 
 TEST_F(InputStreamSetTest, RequestNamedDefaultOpensTheDefaultInputAndItsSlotKeepsTheName) {
@@ -64,33 +69,33 @@ TEST_F(InputStreamSetTest, WasapiDeviceWinsOverAnEarlierOneOfAnotherHost) {
     devices[7] = device("Mic of WASAPI");
     devices[7].hostApi = paWASAPI;
     initializeWith(devices);
-    EXPECT_EQ(findDevice("mic", false), 7);
+    EXPECT_EQ(find("mic", false), 7);
 }
 
 TEST_F(InputStreamSetTest, FirstMatchServesWhereNoWasapiDeviceHoldsTheName) {
     Device elsewhere = device("speakers");
     elsewhere.hostApi = paWASAPI;
     initializeWith({elsewhere, device("usb MIC a"), device("usb mic b")});
-    EXPECT_EQ(findDevice("Mic", false), 1);
+    EXPECT_EQ(find("Mic", false), 1);
 }
 
 TEST_F(InputStreamSetTest, LowestIndexWinsAmongWasapiDevices) {
     Device wasapi = device("VEXO Voxmic M40");
     wasapi.hostApi = paWASAPI;
     initializeWith({device("VEXO Voxmic M40"), wasapi, wasapi});
-    EXPECT_EQ(findDevice("voxmic", false), 1);
+    EXPECT_EQ(find("voxmic", false), 1);
 }
 
 TEST_F(InputStreamSetTest, ProductNameFindsTheLongerNameThatHoldsIt) {
     initializeWith({device("Microphone (VEXO Voxmic M40)")});
-    EXPECT_EQ(findDevice("VEXO Voxmic M40", false), 0);
-    EXPECT_EQ(findDevice("VEXO Voxmic M41", false), -1);
+    EXPECT_EQ(find("VEXO Voxmic M40", false), 0);
+    EXPECT_EQ(find("VEXO Voxmic M41", false), -1);
 }
 
 TEST_F(InputStreamSetTest, OnlyAsciiLettersAreLowered) {
     initializeWith({device("Mikrofon ÄÖ 麦克风")});
-    EXPECT_EQ(findDevice("MIKROFON ÄÖ 麦克风", false), 0);
-    EXPECT_EQ(findDevice("mikrofon äö", false), -1);
+    EXPECT_EQ(find("MIKROFON ÄÖ 麦克风", false), 0);
+    EXPECT_EQ(find("mikrofon äö", false), -1);
 }
 
 TEST_F(InputStreamSetTest, DevicesWithoutARecordOrAChannelInTheDirectionAreSkipped) {
@@ -101,13 +106,13 @@ TEST_F(InputStreamSetTest, DevicesWithoutARecordOrAChannelInTheDirectionAreSkipp
     Device nameless = device("mic");
     nameless.nullName = true;
     initializeWith({gone, speaker, nameless, device("mic")});
-    EXPECT_EQ(findDevice("mic", false), 3);
-    EXPECT_EQ(findDevice("mic", true), 1);
+    EXPECT_EQ(find("mic", false), 3);
+    EXPECT_EQ(find("mic", true), 1);
 }
 
 TEST_F(InputStreamSetTest, NoDeviceIsFoundBeforePortAudioIsInitialised) {
     scriptedPortAudio::setDevices({device("mic")});
-    EXPECT_EQ(findDevice("mic", false), -1);
+    EXPECT_EQ(find("mic", false), -1);
 }
 
 TEST(ChosenChannels, AutomaticTakesOneOfAMonoDeviceAndTwoOfASixChannelDevice) {
@@ -275,13 +280,13 @@ TEST_F(InputStreamSetTest, EachMarkOfAGoneDeviceAsksForARefresh) {
         initializeWith({device("mic")});
         ASSERT_TRUE(rebuild({{"mic", 0, 0}}));
         EXPECT_TRUE(state.refreshRequested);
-        Pa_Terminate();
+        soundInputs.terminate();
     }
     EXPECT_EQ(
         log.count(
             "[Info] Device-related error detected, will automatically refresh device list in next loop"),
         3);
-    ASSERT_EQ(Pa_Initialize(), paNoError);
+    ASSERT_EQ(soundInputs.initialise(), kInputDone);
 }
 
 TEST_F(InputStreamSetTest, GoneDeviceOnAFreshStartAsksForNoRefresh) {
@@ -299,7 +304,7 @@ TEST_F(InputStreamSetTest, DeviceThatVanishesBetweenListingAndOpeningIsSearchedT
     slot.name = "mic";
     double rate = 48000.0;
     try {
-        static_cast<void>(openInputStream(slot, rate, 256, state.pause));
+        static_cast<void>(openInputStream(streams, slot, rate));
         FAIL() << "no exception";
     } catch (const std::exception& failure) {
         EXPECT_STREQ(failure.what(), "Unable to find input device: mic");
@@ -317,7 +322,7 @@ TEST_F(InputStreamSetTest, DefaultDeviceWithoutInputChannelsIsNoInputDevice) {
 TEST_F(InputStreamSetTest, StreamsStopInOrderBeforeTheFirstIsClosed) {
     initializeWith({device("a"), device("b")});
     ASSERT_TRUE(rebuild({{"a", 0, 0}, {"b", 0, 1}}));
-    closeStreams(streams.inputSlots, nullptr, state.pause);
+    closeStreams(streams);
     EXPECT_EQ(scriptedPortAudio::streamCalls(),
               (std::vector<std::string>{"open a", "start a", "open b", "start b", "stop a", "stop b",
                                         "close a", "close b"}));
@@ -358,7 +363,7 @@ TEST_F(InputStreamSetTest, TerminationErrorOtherThanNotInitializedIsLogged) {
     EXPECT_TRUE(rebuild({}, true));
     EXPECT_EQ(log.count("[Warning] Warning when terminating PortAudio: host in a huff"), 1);
     scriptedPortAudio::recover(Call::Terminate);
-    Pa_Terminate();
+    soundInputs.terminate();
     log.clear();
     EXPECT_TRUE(rebuild({}, true));
     EXPECT_EQ(log.count("terminating"), 0);

@@ -1,0 +1,6 @@
+#include "platform/linux/inputs/PulseInputs.h"
+
+SoundInputs& systemSoundInputs() {
+    static PulseInputs inputs;
+    return inputs;
+}

@@ -1,0 +1,6 @@
+#include "platform/windows/inputs/PortAudioInputs.h"
+
+SoundInputs& systemSoundInputs() {
+    static PortAudioInputs inputs;
+    return inputs;
+}

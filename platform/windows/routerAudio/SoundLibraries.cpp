@@ -1,4 +1,0 @@
-#include "platform/SoundLibraries.h"
-
-// Windows' sound interfaces write nothing.
-void prepareSoundLibraries() {}
