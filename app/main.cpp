@@ -4,6 +4,7 @@
 #include "bridge/SystemBridge.h"
 #include "device/HIDHotplugManager.h"
 #include "platform/GraphicsCard.h"
+#include "platform/SoundServerWatch.h"
 #include "platform/WideOutput.h"
 
 #include <QDebug>
@@ -12,6 +13,8 @@
 #include <QQuickWindow>
 #include <QSharedMemory>
 #include <QtQml>
+
+#include <memory>
 
 namespace {
 
@@ -39,6 +42,7 @@ int main(int argc, char* argv[]) {
         return 1;
     }
 
+    const std::shared_ptr<void> soundServer = holdSoundServer();
     applyDarkLook(application);
     if (!hasGraphicsCard()) {
         QQuickWindow::setSceneGraphBackend(QStringLiteral("software"));

@@ -25,6 +25,12 @@ namespace {
 // New devices often come several at once: they are used together.
 constexpr std::chrono::milliseconds kSoundDevicesPause(200);
 
+// Of a program with windows; else none.
+QWindowList applicationWindows() {
+    const bool hasWindows = qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr;
+    return hasWindows ? QGuiApplication::allWindows() : QWindowList();
+}
+
 } // namespace
 
 SystemBridge* SystemBridge::instance() {
@@ -33,7 +39,6 @@ SystemBridge* SystemBridge::instance() {
 }
 
 SystemBridge::SystemBridge(QObject* parent) : QObject(parent) {
-    startRouter();
     soundDevicesTimer.setSingleShot(true);
     soundDevicesTimer.setInterval(kSoundDevicesPause);
     connect(&soundDevicesTimer, &QTimer::timeout, this, &SystemBridge::useNewSoundDevices);
@@ -41,12 +46,13 @@ SystemBridge::SystemBridge(QObject* parent) : QObject(parent) {
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [bridge] {
-                if (bridge && !bridge->soundDevicesTimer.isActive()) {
-                    bridge->soundDevicesTimer.start();
+                if (bridge) {
+                    bridge->noteSoundDevices();
                 }
             },
             Qt::QueuedConnection);
     });
+    startRouterWhenDevicesAreKnown();
 }
 
 SystemBridge::~SystemBridge() {
@@ -132,10 +138,13 @@ QString SystemBridge::getTempDirectory() const {
     return {};
 }
 
-// The device is disconnected first, while the event loop still runs. Then the audio stops, and the windows
-// close last.
+// To the user the program is gone at once. The device is disconnected first, while the event loop still runs.
+// Then the audio stops, and the windows close last.
 void SystemBridge::quitApplication() {
     qDebug() << "SystemBridge::quitApplication 正在退出应用程序";
+    for (QWindow* const window : applicationWindows()) {
+        window->hide();
+    }
     if (HIDHotplugManager* const manager = HIDHotplugManager::instance()) {
         manager->stopAndDisconnectDevice();
     }
@@ -143,10 +152,8 @@ void SystemBridge::quitApplication() {
         // An exception of the audio must not keep the program from ending.
         guarded("SystemBridge::quitApplication: Exception:", [this] { audioRouterService->Stop(); });
     }
-    if (qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr) {
-        for (QWindow* const window : QGuiApplication::allWindows()) {
-            window->close();
-        }
+    for (QWindow* const window : applicationWindows()) {
+        window->close();
     }
     QCoreApplication::exit(0);
 }

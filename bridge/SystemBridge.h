@@ -38,7 +38,8 @@ public:
     /// not to be called after that.
     static SystemBridge* instance();
 
-    /// Starts the router and reports its levels as audioInputLevelChanged. The capture service comes later.
+    /// Starts the router and reports its levels as audioInputLevelChanged. Where the sound server is still
+    /// silent, that follows from the event loop, within half a second. The capture service comes later.
     explicit SystemBridge(QObject* parent = nullptr);
     /// Ends the capture service, then the router.
     ~SystemBridge() override;
@@ -70,7 +71,7 @@ public:
     Q_INVOKABLE void openSystemPreferences() const;
     /// The writable temporary folder, else that of caches, else that of the program's data.
     Q_INVOKABLE [[nodiscard]] QString getTempDirectory() const;
-    /// Stops the device and the audio, closes every window and ends the program with 0.
+    /// Hides every window, stops the device and the audio, closes the windows and ends the program with 0.
     Q_INVOKABLE void quitApplication();
     Q_INVOKABLE void requestNotificationPermission() const;
     /// Input devices, then the programs that play sound; see ApplicationInventory.h.
@@ -131,6 +132,9 @@ protected:
 private:
     void startRouter();
     void restartRouter();
+    void startRouterWhenDevicesAreKnown();
+    void startLateRouter();
+    void noteSoundDevices();
     void useNewSoundDevices();
     void initializeNativeBridge();
     void endCaptureService();

@@ -9,6 +9,7 @@
 #include "mixer/router/AudioRouterAPI.h"
 #include "platform/InventorySources.h"
 #include "platform/SoundInputs.h"
+#include "platform/SoundServerWatch.h"
 
 #include <QDebug>
 #include <QGuiApplication>
@@ -17,13 +18,18 @@
 #include <QJsonObject>
 #include <QPermissions>
 #include <QPointer>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <optional>
 
 namespace {
+
+// How long the router's start waits for what the sound server has.
+constexpr std::chrono::milliseconds kSoundServerLimit(500);
 
 // Tells the plain functions that the service calls for its blocks which bridge to forward to.
 std::atomic<SystemBridge*> blockReceiver{nullptr};
@@ -78,6 +84,33 @@ void SystemBridge::restartRouter() {
     AudioRouterAPI::instance().shutdownAudioRouter();
     startRouter();
     AudioRouterAPI::instance().setAudioConfig(lastConfigs);
+}
+
+// While the sound server has not said what it has, the start waits for that in the event loop: a start
+// without outputs would have to be repeated.
+void SystemBridge::startRouterWhenDevicesAreKnown() {
+    if (soundDevicesKnown()) {
+        startRouter();
+    } else {
+        QTimer::singleShot(kSoundServerLimit, this, &SystemBridge::startLateRouter);
+    }
+}
+
+void SystemBridge::startLateRouter() {
+    guarded("SystemBridge::startLateRouter: Exception:", [this] {
+        if (!AudioRouterAPI::instance().isAudioRouterRunning()) {
+            restartRouter();
+        }
+    });
+}
+
+void SystemBridge::noteSoundDevices() {
+    if (!AudioRouterAPI::instance().isAudioRouterRunning()) {
+        startLateRouter();
+    }
+    if (!soundDevicesTimer.isActive()) {
+        soundDevicesTimer.start();
+    }
 }
 
 // A router that was started without a sound server, or before the server had its outputs, has no output and

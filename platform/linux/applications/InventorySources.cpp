@@ -83,7 +83,7 @@ QList<AudioDeviceFacts> factsOf(const std::vector<PulseDevice>& devices) {
 
 QList<RawAudioSession> rawAudioSessions() {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
-    if (!server->awaitReady()) {
+    if (!server->isReady()) {
         return {};
     }
     const std::vector<PulsePlayback> playbacks = server->playbacks();

@@ -60,7 +60,7 @@ std::uint32_t pulseConnectorCount(const PulseDevice& device) {
 EndpointEnumeration PulseEndpoints::activeEndpoints(EndpointFlow flow) {
     EndpointEnumeration enumeration;
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
-    if (!server->awaitReady()) {
+    if (!server->isReady()) {
         enumeration.reached = EnumerationStep::Enumerator;
         enumeration.result = SoundError::NoServer;
         return enumeration;
@@ -75,7 +75,7 @@ EndpointEnumeration PulseEndpoints::activeEndpoints(EndpointFlow flow) {
 
 std::string PulseEndpoints::defaultRenderEndpointId() {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
-    if (!server->awaitReady()) {
+    if (!server->isReady()) {
         return {};
     }
     const std::string name = server->defaultSink();
@@ -90,7 +90,7 @@ std::string PulseEndpoints::defaultRenderEndpointId() {
 SoundResult PulseEndpoints::probeActivation(const AudioEndpoint& endpoint) {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
     const PulseEndpointHandle* const handle = handleOf(endpoint);
-    if (handle == nullptr || !server->awaitReady()) {
+    if (handle == nullptr || !server->isReady()) {
         return SoundError::NoServer;
     }
     const bool there = std::ranges::any_of(
@@ -101,7 +101,7 @@ SoundResult PulseEndpoints::probeActivation(const AudioEndpoint& endpoint) {
 SetDefaultOutcome PulseEndpoints::setDefaultEndpoint(EndpointFlow flow, const AudioEndpoint& endpoint) {
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
     const PulseEndpointHandle* const handle = handleOf(endpoint);
-    if (handle == nullptr || !server->awaitReady()) {
+    if (handle == nullptr || !server->isReady()) {
         return {SetDefaultStep::Policy, SoundError::NoServer};
     }
     const bool done = flow == EndpointFlow::Render ? server->setDefaultSink(handle->name)

@@ -4,7 +4,9 @@
 #include "platform/linux/sound/RealTimeThread.h"
 
 #include <charconv>
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
 #include <ranges>
 #include <utility>
 
@@ -88,12 +90,6 @@ PulseServer::PulseServer() : mainloop(pa_threaded_mainloop_new()) {
 PulseServer::~PulseServer() {
     const Lock lock(*this);
     connection.reset();
-}
-
-bool PulseServer::awaitReady() {
-    std::unique_lock lock(phaseMutex);
-    phaseChanged.wait_until(lock, firstAnswerBy, [this] { return phase != Phase::Connecting; });
-    return phase == Phase::Ready;
 }
 
 std::vector<PulseDevice> PulseServer::sinks() {
@@ -192,7 +188,7 @@ void PulseServer::onLost() {
     defaultSinkName.clear();
     defaultSourceName.clear();
     ++deviceChangeCount;
-    setPhase(Phase::Absent);
+    phase = Phase::Absent;
     if (!wasKnown) {
         return;
     }
@@ -208,15 +204,9 @@ void PulseServer::finishListing() {
         logRarely("[INFO] Sound server is back");
     }
     wasReady = true;
-    setPhase(Phase::Ready);
+    phase = Phase::Ready;
     notify(&Observer::playbacksChanged);
     notify(&Observer::devicesCame);
-}
-
-void PulseServer::setPhase(Phase next) {
-    const std::lock_guard lock(phaseMutex);
-    phase = next;
-    phaseChanged.notify_all();
 }
 
 // A server that restarts again and again does not fill the log.

@@ -13,11 +13,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -90,10 +88,10 @@ public:
     PulseServer(const PulseServer&) = delete;
     PulseServer& operator=(const PulseServer&) = delete;
 
-    /// Whether the server's lists are known. Waits for them while the first attempt is under way, until
-    /// kAnswerLimit after the constructor at most. False at once without a server, and with one that has not
-    /// answered by then. Not on the server's thread.
-    [[nodiscard]] bool awaitReady();
+    /// Whether the server's lists are known. Any thread; waits for nothing.
+    [[nodiscard]] bool isReady() const { return phase == Phase::Ready; }
+    /// False only until the first attempt has come to an end: its lists are known, or there is no server.
+    [[nodiscard]] bool hasAnswered() const { return phase != Phase::Connecting; }
 
     /// Copies, in the server's order; empty while not connected. Any thread but the server's; the caller does
     /// not hold the lock.
@@ -130,7 +128,6 @@ private:
     void onReady(pa_context& context);
     void onLost();
     void finishListing();
-    void setPhase(Phase next);
     void logRarely(const char* line);
     void notify(void (Observer::*change)());
     void keepDevice(std::map<std::uint32_t, PulseDevice>& devices, PulseDevice device);
@@ -158,12 +155,7 @@ private:
     bool pipeWire = false;
     std::optional<std::chrono::steady_clock::time_point> lastLine;
     bool wasReady = false;
-
-    const std::chrono::steady_clock::time_point firstAnswerBy =
-        std::chrono::steady_clock::now() + kAnswerLimit;
-    std::mutex phaseMutex;
-    std::condition_variable phaseChanged;
-    Phase phase = Phase::Connecting;
+    std::atomic<Phase> phase{Phase::Connecting};
 
     PulseThreadedMainloopHandle mainloop; // the first to end: its thread uses the rest
 };

@@ -33,6 +33,14 @@ private:
 
 } // namespace
 
+std::shared_ptr<void> holdSoundServer() {
+    return PulseServer::shared();
+}
+
+bool soundDevicesKnown() {
+    return PulseServer::shared()->hasAnswered();
+}
+
 std::shared_ptr<void> watchSoundDevices(std::function<void()> devicesCame) {
     return std::make_shared<Watch>(PulseServer::shared(), std::move(devicesCame));
 }

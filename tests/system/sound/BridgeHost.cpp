@@ -17,6 +17,7 @@
 #include "mixer/router/AudioRouterAPI.h"
 
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -89,6 +90,9 @@ public:
                 });
         connect(&notifier, &QSocketNotifier::activated, this, &Host::readInput);
         bridge->initializeMonitorDevice();
+        while (!AudioRouterAPI::instance().isAudioRouterRunning()) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
         answer(true);
     }
 

@@ -65,7 +65,7 @@ protected:
             folder + "/native' -L 'module-null-sink sink_name=null norewinds=1'");
         setenv("PULSE_SERVER", ("unix:" + folder + "/native").c_str(), 1);
         connection = PulseServer::shared();
-        ASSERT_TRUE(await([this] { return connection->awaitReady(); }));
+        ASSERT_TRUE(await([this] { return connection->isReady(); }));
     }
 
     /// Two streams of one process tree, each at a level of 1/8, play until the returned command ends.
