@@ -105,7 +105,6 @@ def processor_share(processes, seconds):
 
 
 def measure_engine(build, sound, folder, seconds, players):
-    sound.write_alsa_devices({DEVICE: "mic"})
     bridge = new_bridge(build, sound, folder, "engine")
     bridge.call("AddInputDevice", DEVICE, 0)
     bridge.route(source(0), *[source(player.pid) for player in players])

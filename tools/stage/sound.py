@@ -12,6 +12,7 @@ Signals are numpy arrays of shape (frames, 2), float, at 48000 Hz.
 import os
 import pathlib
 import shutil
+import signal
 import socket
 import subprocess
 import sys
@@ -146,6 +147,19 @@ class Recorder:
 FOLLOW = "import subprocess, sys\nfor line in sys.stdin: subprocess.run(line, shell=True)"
 
 
+# What feeds a source that has no clock of its own: the frames of a file, as fast as they are heard.
+FEED = f"""import sys, time
+frames, written, began = open(sys.argv[1], "rb").read(), 0, time.monotonic()
+with open(sys.argv[2], "wb", buffering=0) as pipe:
+    while True:
+        due = int((time.monotonic() - began) * {RATE})
+        while written < due:
+            at = written * 8 % len(frames)
+            written += pipe.write(frames[at:at + min(due - written, 480) * 8]) // 8
+        time.sleep(0.005)
+"""
+
+
 def sound_environment(folder):
     """The environment of a sound server's clients that know no display, and whose home is the folder."""
     env = dict(os.environ, HOME=str(folder), TMPDIR=str(folder), LANG="C.UTF-8", LC_ALL="C.UTF-8",
@@ -168,6 +182,7 @@ class SoundServer:
         self.clients = []
         self.servers = []
         self.modules = []
+        self.numbers = {}  # by which the server knows them, as of its last start
         self.bus = None
         runtime = self.folder / "sound-runtime"
         runtime.mkdir(mode=0o700, exist_ok=True)
@@ -254,9 +269,19 @@ class SoundServer:
             env.pop(name, None)
         return env
 
+    def freeze(self):
+        """The server goes on taking connections and says nothing more, until thaw() or its end."""
+        for server in self.servers:
+            server.send_signal(signal.SIGSTOP)
+
+    def thaw(self):
+        for server in self.servers:
+            server.send_signal(signal.SIGCONT)
+
     def stop(self, kill=False):
         for server in reversed(self.servers):
             (server.kill if kill else server.terminate)()
+        self.thaw()
         for server in self.servers:
             try:
                 server.wait(5)
@@ -281,6 +306,7 @@ class SoundServer:
     def load(self, *words):
         number = self.pactl("load-module", *words).strip()
         self.modules.append(words)
+        self.numbers[words] = number
         return number
 
     def unload(self, number, *words):
@@ -308,8 +334,28 @@ class SoundServer:
         self.load("module-remap-source", f"master={name}_in.monitor", f"source_name={name}",
                   f"source_properties=\"device.description='{description}'\"")
 
+    def remove_microphone(self, name):
+        """Takes a source of add_microphone() away, with what it hears."""
+        for words in reversed([words for words in self.modules if f"source_name={name}" in words or f"sink_name={name}_in" in words]):
+            self.unload(self.numbers[words], *words)
+
+    def add_plain_microphone(self, name, description, signal):
+        """A source of its own, which no sink stands behind: it records a signal again and again."""
+        path = self.folder / f"{name}.raw"
+        path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
+        pipe = self.folder / f"{name}.pipe"
+        self.load("module-pipe-source", f"source_name={name}", f"file={pipe}", "format=float32le", f"rate={RATE}", "channels=2",
+                  f"source_properties=\"device.description='{description}'\"")
+        self.client([sys.executable, "-c", FEED, path, pipe])
+
+    def recordings(self):
+        """What records: the index of each stream and the name of its source, in order."""
+        sources = {line.split()[0]: line.split()[1] for line in self.pactl("list", "short", "sources").splitlines()}
+        lines = [line.split() for line in self.pactl("list", "short", "source-outputs").splitlines()]
+        return sorted((words[0], sources.get(words[1])) for words in lines)
+
     def add_virtual_microphone(self, *signal, model="r2"):
-        """The virtual device's microphone with this signal, and what lets programs find it by the device's name."""
+        """The virtual device's microphone with this signal, under the device's name."""
         folder = self.folder / "virtual-microphone"
         folder.mkdir()
         process = self.client([sys.executable, pathlib.Path(__file__).with_name("virtual_microphone.py"),
@@ -317,19 +363,11 @@ class SoundServer:
                               stdout=subprocess.PIPE)
         if not process.stdout.readline():
             raise RuntimeError("the virtual microphone did not start")
-        self.env["ALSA_CONFIG_PATH"] = str(folder / "asound.conf")
         return process
 
     def change_virtual_microphone(self, signal):
         """Another signal for the virtual device's microphone."""
         (self.folder / "virtual-microphone" / "microphone").write_text(signal + "\n", encoding="utf-8")
-
-    def write_alsa_devices(self, devices):
-        """ALSA devices by name, each on a source of the server: what PortAudio sees."""
-        lines = [f'pcm."{name}" {{ type asym capture.pcm {{ type pulse device {source} }} '
-                 f'hint {{ show on description "{name}" }} }}'
-                 for name, source in devices.items()]
-        (pathlib.Path(self.env["HOME"]) / ".asoundrc").write_text("\n".join(lines) + "\n", encoding="utf-8")
 
     def set_default_sink(self, name):
         """Where streams go that name no sink; again after a restart."""
@@ -397,9 +435,13 @@ class SoundServer:
 
     def recorder(self, sink, rate=RATE):
         """Records what a sink plays, from now on."""
+        return self.source_recorder(f"{sink}.monitor", rate)
+
+    def source_recorder(self, source, rate=RATE):
+        """Records what a source hears, from now on."""
         before = self._pactl("list", "short", "source-outputs").stdout
         recorder = Recorder(["parec", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
-                             f"--device={sink}.monitor", "--latency-msec=20", "--client-name=recorder"], self.env, rate)
+                             f"--device={source}", "--latency-msec=20", "--client-name=recorder"], self.env, rate)
         self.clients.append(recorder.process)
         wait_until(lambda: recorder.frames() > 0 or self._pactl("list", "short", "source-outputs").stdout != before,
                    "the recorder to record")

@@ -2,12 +2,11 @@
 
     virtual_microphone.py [--model r2|m40|t40] FOLDER [SIGNAL]
 
-Makes a source with the name of a device of that model (r2 is the rule) on the sound server of this session, and an ALSA
-device of the same name in FOLDER/asound.conf, by which the program finds it (ALSA_CONFIG_PATH). SIGNAL is `silence`, `tone
-[HERTZ]`, `speech` (sounds that come and go like a voice; the rule) or `file PATH`: a WAV file (48000 Hz, mono or stereo,
-whole numbers of 8 to 32 bits), or raw frames (48000 Hz, stereo, 32-bit float). It can be changed at any time by writing
-another one into FOLDER/microphone. Prints a line when it is ready. Lives until it is ended, and takes the source away
-then.
+Makes a source with the name of a device of that model (r2 is the rule) on the sound server of this session, by which
+the program finds it. SIGNAL is `silence`, `tone [HERTZ]`, `speech` (sounds that come and go like a voice; the rule) or
+`file PATH`: a WAV file (48000 Hz, mono or stereo, whole numbers of 8 to 32 bits), or raw frames (48000 Hz, stereo, 32-bit
+float). It can be changed at any time by writing another one into FOLDER/microphone. Prints a line when it is ready. Lives
+until it is ended, and takes the source away then.
 """
 
 import argparse
@@ -108,12 +107,6 @@ def load(*words):
     return subprocess.run(["pactl", "load-module", *words], check=True, capture_output=True, text=True).stdout.strip()
 
 
-def write_alsa_device(folder, name):
-    lines = ["pcm.!default { type pulse }", "ctl.!default { type pulse }",
-             f'pcm."{name}" {{ type pulse device {SOURCE} hint {{ show on description "{name}" }} }}']
-    (folder / "asound.conf").write_text("\n".join(lines) + "\n", encoding="utf-8")
-
-
 def read_words(control):
     """What the control file says; nothing while it is being written or replaced."""
     try:
@@ -158,7 +151,6 @@ def main():
                             "sink_properties=\"device.description='Virtual microphone'\""))
         modules.append(load("module-remap-source", f"master={SINK}.monitor", f"source_name={SOURCE}",
                             f"source_properties=\"device.description='{name}'\""))
-        write_alsa_device(folder, name)
         control = folder / "microphone"
         control.write_text(words + "\n", encoding="utf-8")
         player = subprocess.Popen(["pacat", "--playback", "--raw", "--format=float32le", f"--rate={RATE}", "--channels=2",

@@ -28,6 +28,9 @@ EIGHT_TONES = [300 + 200 * at for at in range(8)]
 CLIENT_LIBRARY_SECONDS = 30
 
 
+AWAY_SECONDS = 6
+
+
 def threads_of(pid):
     return sorted(path.read_text().strip() for path in pathlib.Path(f"/proc/{pid}/task").glob("*/comm"))
 
@@ -48,7 +51,7 @@ class WithoutServer(SoundCase):
 
     def test_start_without_a_server_succeeds_and_says_so(self):
         bridge = self.start_bridge()
-        self.assertIn("[ERROR] No devices available, Solo forwarding will be disabled.", bridge.log)
+        bridge.wait_log("[ERROR] No devices available, Solo forwarding will be disabled.")
         self.assertEqual(bridge.call("getRunningApplications"), [])
         self.assertEqual(bridge.end(), 0)
 
@@ -58,12 +61,15 @@ class WithoutServer(SoundCase):
         started = time.monotonic()
         bridge = self.start_bridge()
         bridge.route(source(4711))
+        self.assertEqual(bridge.call("GetDeviceList"), [])
+        self.assertEqual(bridge.call("getRunningApplications"), [])
+        self.assertTrue(bridge.call("AddInputDevice", "Desk Microphone", 0))
+        wait_until(lambda: "Input device not found: Desk Microphone" in bridge.log, "the microphone to be missed")
+        bridge.call("Stop")
+        self.assertEqual(bridge.end(), 0)
         self.assertLess(time.monotonic() - started, CLIENT_LIBRARY_SECONDS / 2)
-        # Its destructor would wait: PortAudio's worker waits for the silent server in the system's library.
-        bridge.kill()
 
     def test_server_that_comes_later_is_used_for_applications_and_microphones(self):
-        self.sound.write_alsa_devices({"Desk Microphone": "mic"})
         bridge = self.start_bridge()
         self.assertTrue(bridge.call("AddInputDevice", "Desk Microphone", 0))
         wait_until(lambda: "Input device not found: Desk Microphone" in bridge.log, "the microphone to be missed")
@@ -75,6 +81,23 @@ class WithoutServer(SoundCase):
         player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
         bridge.route(source(player.pid), source(0))
         self.wait_for_tones(TONE, OTHER_TONE)
+
+    def test_list_heals_when_the_server_comes_late_and_when_it_was_away(self):
+        bridge = self.start_bridge()
+        self.assertEqual(bridge.call("GetDeviceList", 1), [])
+        self.assertEqual(bridge.call("GetDeviceList", 2), [])
+        for _ in range(2):
+            self.sound.start()
+            self.sound.add_microphone("mic", "Desk Microphone")
+            wait_until(lambda: "Desk Microphone" in [device["name"] for device in bridge.call("GetDeviceList", 1)], "the microphone in the list")
+            wait_until(lambda: "Speakers" in [device["name"] for device in bridge.call("GetDeviceList", 2)], "the output in the list")
+            self.assertIn("Desk Microphone", [entry["name"] for entry in bridge.call("getRunningApplications")])
+            self.sound.stop(kill=True)
+            self.sound.modules = [words for words in self.sound.modules if "mic" not in " ".join(words)]
+            wait_until(lambda: bridge.call("GetDeviceList") == [], "the list without a server")
+            # Longer than a library that asks again would do so.
+            away = time.monotonic()
+            wait_until(lambda: time.monotonic() - away > AWAY_SECONDS, "the server to have been away")
 
     def test_outputs_that_come_after_their_server_are_used(self):
         modules, self.sound.modules = self.sound.modules, []
@@ -144,6 +167,8 @@ class Endurance(SoundCase):
             bridge.route()
             if cycle == cycles // 2:
                 settled = bridge.open_files(), threads_of(bridge.pid), bridge.resident_kib()
+        # The router's lines come after its work.
+        bridge.wait_log("[INFO] Started capture for PID", cycles)
         self.assertEqual(bridge.log.count("[INFO] Started capture for PID"), cycles)
         self.assertNotIn("[ERROR]", bridge.log)
         wait_until(lambda: "Vexo Deck capture" not in self.sound.pactl("list", "source-outputs"), "the captures to be gone")

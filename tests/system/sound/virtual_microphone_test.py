@@ -10,8 +10,9 @@ import wave
 
 import numpy
 
+from bridge_host import source
 from sound import RATE, Recorder, level_db, rms_db
-from sound_case import ROOT, SoundCase
+from sound_case import ROOT, SPEAKERS, SoundCase
 from stage import wait_until
 from virtual_microphone import signal_of
 
@@ -113,9 +114,11 @@ class VirtualMicrophone(SoundCase):
     def test_it_has_the_name_that_it_is_given(self):
         self.start_microphone("tone", "1000")
         self.assertIn(f"Description: {NAME}\n", self.sound.pactl("list", "sources"))
-        self.env["ALSA_CONFIG_PATH"] = str(self.folder / "asound.conf")
-        heard = Recorder(["rec", "-q", "-t", "raw", "-e", "floating-point", "-b", "32", "-c", "2", "-r", str(RATE), "-"],
-                         dict(self.env, AUDIODRIVER="alsa", AUDIODEV=NAME))
+        self.sound.add_sink(SPEAKERS, "Speakers")
+        bridge = self.start_bridge()
+        self.assertTrue(bridge.call("AddInputDevice", NAME, 0))
+        bridge.route(source(0))
+        heard = self.sound.recorder(SPEAKERS)
         self.addCleanup(heard.stop)
         self.wait_heard(heard, lambda heard: abs(level_db(heard, 1000) - TONE_DB) < 0.1, "1000 Hz")
 
