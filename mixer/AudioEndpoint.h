@@ -72,6 +72,11 @@ public:
     /// The active endpoints of one direction, each with its record.
     [[nodiscard]] virtual EndpointEnumeration activeEndpoints(EndpointFlow flow) = 0;
 
+    /// The endpoint that Bus 2 plays into where no other is named: what is played into it is heard by other
+    /// programs as a microphone. Null where the system has none. It is none of activeEndpoints(), and its
+    /// output stream waits for the sound system by itself.
+    [[nodiscard]] virtual AudioEndpointPointer liveEndpoint() { return nullptr; }
+
     /// The id of the default output; empty on any failure.
     [[nodiscard]] virtual std::string defaultRenderEndpointId() = 0;
 

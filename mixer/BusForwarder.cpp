@@ -46,6 +46,10 @@ void BusForwarder::setSoloDevice(const std::string& deviceGuid) {
     outputOf(kSoloId).deviceGuid = deviceGuid;
 }
 
+void BusForwarder::setBus2Endpoint(AudioEndpointPointer endpoint) {
+    outputOf(kBus2Id).endpoint = std::move(endpoint);
+}
+
 bool BusForwarder::start() {
     if (running) {
         return true;
@@ -112,10 +116,13 @@ bool BusForwarder::openAndRun(BusChannel& bus) {
 }
 
 bool BusForwarder::initBusChannel(BusChannel& bus) {
-    if (bus.deviceGuid.empty()) {
+    AudioEndpointPointer endpoint = bus.endpoint;
+    if (!endpoint && bus.deviceGuid.empty()) {
         return false;
     }
-    const AudioEndpointPointer endpoint = findBusEndpoint(bus.deviceGuid, bus.busId != kSoloId);
+    if (!endpoint) {
+        endpoint = findBusEndpoint(bus.deviceGuid, bus.busId != kSoloId);
+    }
     if (!endpoint) {
         routerLog("[BusForwarder] Bus{}: Device not found with GUID/Name: {}", bus.busId, bus.deviceGuid);
         listAvailableDevices(bus);

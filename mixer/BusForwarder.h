@@ -33,6 +33,9 @@ public:
     void setBus1Device(const std::string& deviceGuid);
     void setBus2Device(const std::string& deviceGuid);
     void setSoloDevice(const std::string& deviceGuid);
+    /// An endpoint that is known already and not searched for; null: the one of setBus2Device(). Before
+    /// start().
+    void setBus2Endpoint(AudioEndpointPointer endpoint);
 
     /// Opens the named outputs and starts their threads. Always true: an output that fails is logged and
     /// stays off. Throws when memory or threads run out, after it has ended the outputs that ran already.
@@ -49,6 +52,7 @@ private:
     struct BusChannel {
         std::uint32_t busId = 0;
         std::string deviceGuid;
+        AudioEndpointPointer endpoint; // null: searched for by deviceGuid
         std::atomic<bool> running{false};
         std::unique_ptr<OutputStream> stream; // null: not opened
         std::thread thread;

@@ -64,6 +64,7 @@ bool AudioRouterAPI::startAudioRouter(const std::string& defaultDevice, const st
     // Names of an earlier start do not hold any more.
     forwarder.setBus1Device({});
     forwarder.setBus2Device({});
+    forwarder.setBus2Endpoint(nullptr);
     forwarder.setSoloDevice({});
     selectSoloDevice(soloDevice);
     selectInput1Device(input1Device);
@@ -114,6 +115,12 @@ void AudioRouterAPI::selectInput1Device(const std::string& input1Device) {
 
 void AudioRouterAPI::selectInput2Device(const std::string& input2Device) {
     if (input2Device.empty()) {
+        if (const AudioEndpointPointer live = platform.endpoints->liveEndpoint()) {
+            forwarder.setBus2Endpoint(live);
+            routerLog("[INFO] Input2 plays into the virtual microphone: {}",
+                      GetDeviceFriendlyName(live.get()));
+            return;
+        }
         routerLog("[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled");
         return;
     }

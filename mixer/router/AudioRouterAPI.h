@@ -50,8 +50,8 @@ public:
     AudioRouterAPI(const AudioRouterAPI&) = delete;
     AudioRouterAPI& operator=(const AudioRouterAPI&) = delete;
 
-    /// Starts with no names: Solo on the first real output, no bus forwarded. The outcome is only logged, to
-    /// the Qt logger.
+    /// Starts with no names: Solo on the first real output, Bus 2 in the system's live endpoint where there
+    /// is one, Bus 1 not forwarded. The outcome is only logged, to the Qt logger.
     void initAudioRouter();
 
     /// Finds the endpoints, each given as a name, an id or empty, and starts forwarding. True once the router

@@ -43,6 +43,7 @@ public:
     explicit FakeEndpoints(CallJournal& callJournal) : journal(callJournal) {}
 
     [[nodiscard]] EndpointEnumeration activeEndpoints(EndpointFlow flow) override;
+    [[nodiscard]] AudioEndpointPointer liveEndpoint() override { return live; }
     [[nodiscard]] std::string defaultRenderEndpointId() override { return defaultId; }
     [[nodiscard]] SoundResult probeActivation(const AudioEndpoint& endpoint) override;
     [[nodiscard]] SetDefaultOutcome setDefaultEndpoint(EndpointFlow flow,
@@ -54,6 +55,7 @@ public:
     void fail(EndpointFlow flow, EnumerationStep step, SoundResult result = SoundError::Refused);
     void failBothFlows(EnumerationStep step, SoundResult result = SoundError::Refused);
 
+    AudioEndpointPointer live;
     std::string defaultId;
     std::map<std::string, SoundResult> probeResults; ///< by id; kSoundDone for any other
     SetDefaultOutcome setDefaultOutcome;

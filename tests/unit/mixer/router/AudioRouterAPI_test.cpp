@@ -11,6 +11,7 @@
 #include <array>
 #include <atomic>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 
 namespace {
@@ -258,6 +259,31 @@ TEST_F(AudioRouterApiTest, ASoloDeviceThatIsNotFoundFallsBackToTheFirstRealOne) 
     ASSERT_TRUE(api.startAudioRouter({}, "missing", {}, {}));
     EXPECT_TRUE(log.contains("[FindDeviceGuidByNameOrGuid] Device not found by name/GUID: missing"));
     EXPECT_TRUE(log.contains("[INFO] Auto-selected first real hardware device for Solo output."));
+}
+
+TEST_F(AudioRouterApiTest, Input2WithoutANamePlaysIntoTheLiveEndpointWhereTheSystemHasOne) {
+    endpoints.live = std::make_shared<const AudioEndpoint>(fakeEndpoint("Live Microphone", "live", 0));
+    endpoints.failBothFlows(EnumerationStep::Enumerator); // it is not searched for
+    start();
+    EXPECT_NE(system.outputOf(2), nullptr);
+    EXPECT_EQ(system.outputOf(1), nullptr);
+    EXPECT_TRUE(log.contains("[INFO] Input2 plays into the virtual microphone: Live Microphone"));
+    EXPECT_TRUE(log.contains("[BusForwarder] Bus2 using device: Live Microphone (Output) (ClassGuid: live)"));
+    EXPECT_FALSE(log.contains("[INFO] Input2 device GUID/Name is empty, Input2 forwarding will be disabled"));
+}
+
+TEST_F(AudioRouterApiTest, ANamedInput2TakesThePlaceOfTheLiveEndpoint) {
+    endpoints.live = std::make_shared<const AudioEndpoint>(fakeEndpoint("Live Microphone", "live", 0));
+    endpoints.add(kRender, fakeEndpoint("Point B", "{b}", 0));
+    start();
+    api.shutdownAudioRouter();
+    static_cast<void>(log.take());
+    ASSERT_TRUE(api.startAudioRouter({}, {}, {}, "point b"));
+    EXPECT_TRUE(log.contains("[BusForwarder] Bus2 using device: Point B (Output) (ClassGuid: {b})"));
+    api.shutdownAudioRouter();
+    ASSERT_TRUE(api.startAudioRouter({}, {}, {}, "missing"));
+    EXPECT_TRUE(log.contains("[ERROR] Input2 forwarding will be disabled"));
+    EXPECT_EQ(system.outputOf(2), nullptr);
 }
 
 // Apply
