@@ -166,6 +166,8 @@ def sound_environment(folder):
                **{f"XDG_{name.upper()}_HOME": str(folder / name) for name in ("config", "data", "cache", "state")})
     for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS"):
         env.pop(name, None)
+    # The services of this machine stay out of it.
+    env["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={folder}/no-system-bus"
     return env
 
 
@@ -182,7 +184,6 @@ class SoundServer:
         self.clients = []
         self.servers = []
         self.modules = []
-        self.numbers = {}  # by which the server knows them, as of its last start
         self.bus = None
         runtime = self.folder / "sound-runtime"
         runtime.mkdir(mode=0o700, exist_ok=True)
@@ -306,7 +307,6 @@ class SoundServer:
     def load(self, *words):
         number = self.pactl("load-module", *words).strip()
         self.modules.append(words)
-        self.numbers[words] = number
         return number
 
     def unload(self, number, *words):
@@ -336,8 +336,10 @@ class SoundServer:
 
     def remove_microphone(self, name):
         """Takes a source of add_microphone() away, with what it hears."""
-        for words in reversed([words for words in self.modules if f"source_name={name}" in words or f"sink_name={name}_in" in words]):
-            self.unload(self.numbers[words], *words)
+        for words in [words for words in self.modules if f"source_name={name}" in words or f"sink_name={name}_in" in words][::-1]:
+            number = next(line.split()[0] for line in self.pactl("list", "short", "modules").splitlines()
+                          if line.split("\t")[1] == words[0] and words[1] in line and words[2] in line)
+            self.unload(number, *words)
 
     def add_plain_microphone(self, name, description, signal):
         """A source of its own, which no sink stands behind: it records a signal again and again."""

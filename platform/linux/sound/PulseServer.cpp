@@ -1,7 +1,6 @@
 #include "platform/linux/sound/PulseServer.h"
 
 #include "mixer/RouterLog.h"
-#include "platform/linux/sound/RealTimeThread.h"
 
 #include <charconv>
 #include <condition_variable>
@@ -83,7 +82,8 @@ PulseServer::PulseServer() : mainloop(pa_threaded_mainloop_new()) {
     connection->connect();
     // Captures live on this thread: a packet that is late is a gap, and the sound behind it stays late.
     pa_mainloop_api_once(
-        &api(), [](pa_mainloop_api*, void*) { static_cast<void>(makeThisThreadRealTime()); }, nullptr);
+        &api(), [](pa_mainloop_api*, void* self) { static_cast<PulseServer*>(self)->realTime.emplace(); },
+        this);
     pa_threaded_mainloop_start(mainloop.get());
 }
 

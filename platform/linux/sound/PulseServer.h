@@ -10,6 +10,7 @@
 
 #include "platform/linux/sound/PulseConnection.h"
 #include "platform/linux/sound/PulseHandles.h"
+#include "platform/linux/sound/RealTimeThread.h"
 
 #include <atomic>
 #include <chrono>
@@ -157,5 +158,6 @@ private:
     bool wasReady = false;
     std::atomic<Phase> phase{Phase::Connecting};
 
-    PulseThreadedMainloopHandle mainloop; // the first to end: its thread uses the rest
+    std::optional<RealTimeThread> realTime; // of the main loop's thread
+    PulseThreadedMainloopHandle mainloop;   // the first to end: its thread uses the rest
 };

@@ -1,10 +1,12 @@
 #pragma once
 
-/// Sets real-time scheduling for the calling thread, from now on. Returns whether the system granted it.
-/// Threads that it starts are ordinary ones.
-[[nodiscard]] bool makeThisThreadRealTime();
+#include "platform/linux/system/RealtimeKit.h"
 
-/// Sets real-time scheduling for the calling thread for as long as this lives, if the system grants it.
+#include <optional>
+
+/// Gives the thread that makes it real-time scheduling for as long as this lives, if the system grants it:
+/// the kernel at once, or RealtimeKit soon after. Threads that it starts are ordinary ones. May end on
+/// another thread, once that one has ended.
 class RealTimeThread {
 public:
     RealTimeThread();
@@ -13,5 +15,6 @@ public:
     RealTimeThread& operator=(const RealTimeThread&) = delete;
 
 private:
-    bool granted = false;
+    const pid_t thread;
+    std::optional<RealtimeKitRequest> request; // where the kernel refused
 };
