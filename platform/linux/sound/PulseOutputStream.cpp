@@ -55,7 +55,7 @@ void PulseOutputStream::run(const std::atomic<bool>& running, const RenderCallba
     const RealTimeThread realTime;
     callback = &render;
     pa_mainloop_api& api = *pa_mainloop_get_api(mainloop.get());
-    retry.emplace(api, [this] { connectStream(); });
+    retry.emplace(api, [this] { lookForSink(); });
     connection = std::make_unique<PulseConnection>(
         api, PulseConnection::Events{
                  .ready = [this](pa_context& context) { handleReady(context); },
@@ -86,25 +86,39 @@ void PulseOutputStream::stopClient() {
 void PulseOutputStream::handleReady(pa_context& context) {
     pa_context_set_subscribe_callback(&context, onSinkEvent, this);
     const PulseOperation started(pa_context_subscribe(&context, PA_SUBSCRIPTION_MASK_SINK, nullptr, nullptr));
-    connectStream();
+    lookForSink();
 }
 
-// PipeWire leaves a stream whose sink went alive and unconnected: when a sink comes, it may be ours.
-void PulseOutputStream::onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t,
+// A sink that comes may be ours: the first of its name, or a new one behind a stream that PipeWire left alive
+// and unconnected when its sink went.
+void PulseOutputStream::onSinkEvent(pa_context*, pa_subscription_event_type_t type, std::uint32_t,
                                     void* self) {
-    if ((type & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_NEW) {
-        return;
+    if ((type & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_NEW) {
+        static_cast<PulseOutputStream*>(self)->lookForSink();
     }
-    const auto* const output = static_cast<PulseOutputStream*>(self);
-    const PulseOperation started(
-        pa_context_get_sink_info_by_name(context, output->sinkName.c_str(), onSinkFound, self));
+}
+
+void PulseOutputStream::lookForSink() {
+    if (sinkIndex == PA_INVALID_INDEX && !isCreating()) {
+        dropStream();
+    }
+    if (pa_context* const context = connection->readyContext()) {
+        const PulseOperation started(
+            pa_context_get_sink_info_by_name(context, sinkName.c_str(), onSinkFound, this));
+    }
 }
 
 void PulseOutputStream::onSinkFound(pa_context*, const pa_sink_info* info, int end, void* self) {
     auto* const output = static_cast<PulseOutputStream*>(self);
-    if (end == 0 && output->sinkIndex != PA_INVALID_INDEX && info->index != output->sinkIndex) {
+    // Servers give another sink for names of their own, such as that of the default one.
+    if (end == 0 && info->name == output->sinkName && info->index != output->sinkIndex &&
+        !output->isCreating()) {
         output->connectStream();
     }
+}
+
+bool PulseOutputStream::isCreating() const {
+    return stream && pa_stream_get_state(stream.get()) == PA_STREAM_CREATING;
 }
 
 void PulseOutputStream::connectStream() {
@@ -113,12 +127,17 @@ void PulseOutputStream::connectStream() {
     if (context == nullptr) {
         return; // its return makes the stream anew
     }
-    stream.reset(pa_stream_new(context, streamNameOf(bus), &kSampleSpec, nullptr));
+    const PulsePropertyList properties(pa_proplist_new());
+    // PipeWire plays on another sink where the named one is gone, unless it is told this.
+    pa_proplist_sets(properties.get(), "node.dont-fallback", "true");
+    stream.reset(
+        pa_stream_new_with_proplist(context, streamNameOf(bus), &kSampleSpec, nullptr, properties.get()));
     if (!stream) {
         scheduleRetry();
         return;
     }
     pa_stream_set_state_callback(stream.get(), onState, this);
+    pa_stream_set_moved_callback(stream.get(), onMoved, this);
     pa_stream_set_write_callback(stream.get(), onWrite, this);
     const pa_buffer_attr attributes{.maxlength = static_cast<std::uint32_t>(kOutputBufferDuration.count()) *
                                                  kBytesPerMs,
@@ -127,10 +146,32 @@ void PulseOutputStream::connectStream() {
                                     .minreq = kPeriodMs * kBytesPerMs,
                                     .fragsize = kServersChoice};
     // An output stays where it is: when its sink goes, it waits for it.
-    constexpr auto kFlags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
+    constexpr auto kFlags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE |
+                                                           PA_STREAM_START_CORKED);
     if (pa_stream_connect_playback(stream.get(), sinkName.c_str(), &attributes, kFlags, nullptr, nullptr) <
         0) {
         scheduleRetry();
+    }
+}
+
+// A stream on another sink stays corked, and so unheard, until it is dropped.
+void PulseOutputStream::handleStreamReady() {
+    const char* const playsInto = pa_stream_get_device_name(stream.get());
+    if (playsInto == nullptr || playsInto != sinkName) {
+        scheduleRetry();
+        return;
+    }
+    sinkIndex = pa_stream_get_device_index(stream.get());
+    const PulseOperation started(pa_stream_cork(stream.get(), 0, nullptr, nullptr));
+}
+
+void PulseOutputStream::onMoved(pa_stream* moved, void* self) {
+    auto* const output = static_cast<PulseOutputStream*>(self);
+    const char* const playsInto = pa_stream_get_device_name(moved);
+    if (playsInto == nullptr || playsInto != output->sinkName) {
+        const PulseOperation started(pa_stream_cork(moved, 1, nullptr, nullptr));
+        output->sinkIndex = PA_INVALID_INDEX;
+        output->scheduleRetry();
     }
 }
 
@@ -145,19 +186,24 @@ void PulseOutputStream::dropStream() {
     sinkIndex = PA_INVALID_INDEX;
 }
 
-// While the sink is gone, the stream is tried again until the sink is back.
+// A stream that failed is tried again while its sink is there; one whose sink went waits for it.
 void PulseOutputStream::onState(pa_stream* changed, void* self) {
     const pa_stream_state_t state = pa_stream_get_state(changed);
     auto* const output = static_cast<PulseOutputStream*>(self);
     if (state == PA_STREAM_READY) {
-        output->sinkIndex = pa_stream_get_device_index(changed);
+        output->handleStreamReady();
     } else if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED) {
+        output->sinkIndex = PA_INVALID_INDEX;
         output->scheduleRetry();
     }
 }
 
 void PulseOutputStream::onWrite(pa_stream* asking, std::size_t byteCount, void* self) {
-    const RenderCallback& render = *static_cast<PulseOutputStream*>(self)->callback;
+    const auto* const output = static_cast<const PulseOutputStream*>(self);
+    if (output->sinkIndex == PA_INVALID_INDEX) {
+        return; // not on its own sink
+    }
+    const RenderCallback& render = *output->callback;
     while (byteCount >= kFrameBytes) {
         void* data = nullptr;
         std::size_t size = byteCount;

@@ -12,7 +12,8 @@
 /// Plays into a sink of the sound server, by a connection and a main loop of its own that run on the render
 /// thread. The server asks for frames, and the callback writes them into the server's own memory. The stream
 /// is 48000 Hz stereo float on every sink; the server converts. When the server or the sink goes, the stream
-/// is made anew as soon as it is back.
+/// is made anew as soon as it is back. Meanwhile nothing is heard elsewhere: a stream begins to play when it
+/// is found on its own sink.
 class PulseOutputStream final : public OutputStream {
 public:
     /// `busId` names the stream.
@@ -26,12 +27,16 @@ public:
 
 private:
     static void onState(pa_stream* changed, void* self);
+    static void onMoved(pa_stream* moved, void* self);
     static void onWrite(pa_stream* asking, std::size_t byteCount, void* self);
     static void onSinkEvent(pa_context* context, pa_subscription_event_type_t type, std::uint32_t index,
                             void* self);
     static void onSinkFound(pa_context* context, const pa_sink_info* info, int end, void* self);
     void handleReady(pa_context& context);
+    void lookForSink();
     void connectStream();
+    [[nodiscard]] bool isCreating() const;
+    void handleStreamReady();
     void dropStream();
     void scheduleRetry();
 
@@ -41,7 +46,7 @@ private:
     // While run() is on, on its thread.
     std::unique_ptr<PulseConnection> connection;
     PulseStreamHandle stream;
-    std::uint32_t sinkIndex = PA_INVALID_INDEX; // of the sink that the stream was made on
+    std::uint32_t sinkIndex = PA_INVALID_INDEX; // of the sink that the stream plays into
     std::optional<PulseTimer> retry;
     const RenderCallback* callback = nullptr;
 };

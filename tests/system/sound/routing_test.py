@@ -284,14 +284,48 @@ class Routing(SoundCase):
         player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
         self.bridge.route(source(player.pid))
         self.wait_tone(TONE)
-        words = self.sound.sink_words(SPEAKERS, "Speakers")
-        number = next(line.split()[0] for line in self.sound.pactl("list", "short", "modules").splitlines() if f"sink_name={SPEAKERS} " in line)
-        self.sound.unload(number, *words)
-        self.speakers.stop()
+        words = self.unload_speakers()
         self.sound.load(*words)
         self.speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(self.speakers.stop)
         self.wait_tone(TONE)
+
+    def unload_speakers(self):
+        """Takes the sink of Solo away; the words that bring it back."""
+        words = self.sound.sink_words(SPEAKERS, "Speakers")
+        number = next(line.split()[0] for line in self.sound.pactl("list", "short", "modules").splitlines() if f"sink_name={SPEAKERS} " in line)
+        self.sound.unload(number, *words)
+        self.speakers.stop()
+        return words
+
+    def test_another_sink_stays_silent_while_that_of_solo_is_gone(self):
+        self.sound.add_sink("other", "Other Speakers")
+        # Where PipeWire plays what names a sink that is not there. Servers move streams of the old default sink to a new
+        # one, so the application comes later.
+        self.sound.set_default_sink("other")
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        self.bridge.route(source(player.pid))
+        self.wait_tone(TONE)
+        words = self.unload_speakers()
+        self.assert_silent("other")
+        # A server that comes back without the sink, too.
+        self.sound.stop(kill=True)
+        follower = self.sound.follower()
+        self.bridge.route(source(follower.pid))
+        self.sound.start()
+        self.sound.play_in(follower, tone(TONE, 60, AMPLITUDE), APPS)
+        wait_until(lambda: any(level["processID"] == follower.pid for report in self.bridge.take_reports() for level in report["levels"]),
+                   "the application to be captured")
+        self.assert_silent("other")
+        self.sound.load(*words)
+        self.speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(self.speakers.stop)
+        self.wait_tone(TONE)
+        self.assert_silent("other")
+
+    def assert_silent(self, sink):
+        """Nothing is played into a sink for as long as the bridge needs for three more attempts."""
+        self.assertFalse(numpy.any(self.sound.record(sink, 2.0)))
 
     def test_captures_and_outputs_run_in_real_time_where_that_is_granted(self):
         policy = os.SCHED_RR if self.real_time_is_granted() else os.SCHED_OTHER
