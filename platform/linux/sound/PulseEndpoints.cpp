@@ -1,6 +1,7 @@
 #include "platform/linux/sound/PulseEndpoints.h"
 
 #include "mixer/Utf8.h"
+#include "platform/linux/sound/LiveMicrophone.h"
 
 #include <algorithm>
 #include <string_view>
@@ -31,7 +32,7 @@ AudioEndpointPointer endpointOf(const PulseDevice& device, EndpointFlow flow) {
         endpoint->connectorCount = connectors;
     }
     endpoint->flow = flow;
-    endpoint->handle = std::make_shared<PulseEndpointHandle>(PulseEndpointHandle{device.name});
+    endpoint->handle = std::make_shared<PulseEndpointHandle>(PulseEndpointHandle{device.name, false});
     return endpoint;
 }
 
@@ -71,6 +72,16 @@ EndpointEnumeration PulseEndpoints::activeEndpoints(EndpointFlow flow) {
         }
     }
     return enumeration;
+}
+
+AudioEndpointPointer PulseEndpoints::liveEndpoint() {
+    auto endpoint = std::make_shared<AudioEndpoint>();
+    endpoint->id = LiveMicrophone::kSinkName;
+    endpoint->friendlyName = LiveMicrophone::kName;
+    endpoint->flow = EndpointFlow::Render;
+    endpoint->handle =
+        std::make_shared<PulseEndpointHandle>(PulseEndpointHandle{LiveMicrophone::kSinkName, true});
+    return endpoint;
 }
 
 std::string PulseEndpoints::defaultRenderEndpointId() {

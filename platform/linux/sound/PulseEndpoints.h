@@ -10,7 +10,8 @@
 
 /// What an endpoint of the sound server carries for those who open it.
 struct PulseEndpointHandle {
-    std::string name; ///< of the sink or source
+    std::string name;              ///< of the sink or source
+    bool isLiveMicrophone = false; ///< the sink is made by LiveMicrophone
 };
 
 /// The id of a device: its name in the server, behind a mark of the bus that it hangs on, in the spelling
@@ -23,10 +24,11 @@ struct PulseEndpointHandle {
 [[nodiscard]] std::uint32_t pulseConnectorCount(const PulseDevice& device);
 
 /// The server's sinks and sources as endpoints. Sources that only record a sink, and devices in which nothing
-/// is plugged, are none.
+/// is plugged, are none; nor are those of the live microphone, which is the live endpoint.
 class PulseEndpoints final : public AudioEndpointSystem {
 public:
     [[nodiscard]] EndpointEnumeration activeEndpoints(EndpointFlow flow) override;
+    [[nodiscard]] AudioEndpointPointer liveEndpoint() override;
     [[nodiscard]] std::string defaultRenderEndpointId() override;
     [[nodiscard]] SoundResult probeActivation(const AudioEndpoint& endpoint) override;
     [[nodiscard]] SetDefaultOutcome setDefaultEndpoint(EndpointFlow flow,

@@ -47,6 +47,10 @@ bool PulseOutputStream::open(const AudioEndpoint& endpoint) {
         return false;
     }
     sinkName = device->name;
+    if (device->isLiveMicrophone) {
+        liveMicrophoneServer = PulseServer::shared();
+        liveMicrophoneServer->keepLiveMicrophone();
+    }
     static_cast<void>(chooseOutputFormat(kSoundDone, floatWaveFormat(2, kMixSampleRate)));
     return true;
 }

@@ -3,6 +3,7 @@
 #include "mixer/OutputStream.h"
 #include "platform/linux/sound/PulseConnection.h"
 #include "platform/linux/sound/PulseHandles.h"
+#include "platform/linux/sound/PulseServer.h"
 
 #include <cstdint>
 #include <memory>
@@ -42,6 +43,7 @@ private:
 
     const std::uint32_t bus;
     std::string sinkName;
+    std::shared_ptr<PulseServer> liveMicrophoneServer; // where the sink is that of the live microphone
     PulseMainloopHandle mainloop;
     // While run() is on, on its thread.
     std::unique_ptr<PulseConnection> connection;

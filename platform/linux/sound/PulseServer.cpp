@@ -2,6 +2,7 @@
 
 #include "mixer/RouterLog.h"
 
+#include <algorithm>
 #include <charconv>
 #include <condition_variable>
 #include <cstring>
@@ -88,6 +89,7 @@ PulseServer::PulseServer() : mainloop(pa_threaded_mainloop_new()) {
 }
 
 PulseServer::~PulseServer() {
+    removeLiveMicrophone();
     const Lock lock(*this);
     connection.reset();
 }
@@ -162,6 +164,55 @@ bool PulseServer::setDefault(const std::string& name, SetDefault call) {
     return came && answer->success.value_or(false);
 }
 
+void PulseServer::keepLiveMicrophone() {
+    const Lock lock(*this);
+    if (liveMicrophone) {
+        return;
+    }
+    liveMicrophone.emplace([this] {
+        const std::lock_guard removalLock(removalMutex);
+        liveMicrophoneIsRemoved = true;
+        removalDone.notify_all();
+    });
+    if (pa_context* const context = readyContext()) {
+        liveMicrophone->begin(*context, pictureForLiveMicrophone());
+    }
+}
+
+void PulseServer::removeLiveMicrophone() {
+    {
+        const Lock lock(*this);
+        if (!liveMicrophone) {
+            return;
+        }
+        liveMicrophone->remove();
+        if (liveMicrophone->isRemoved()) {
+            return;
+        }
+    }
+    std::unique_lock lock(removalMutex);
+    removalDone.wait_for(lock, kAnswerLimit, [this] { return liveMicrophoneIsRemoved; });
+}
+
+LiveMicrophone::ServerPicture PulseServer::pictureForLiveMicrophone() const {
+    return {
+        .hasOutput = std::ranges::any_of(
+            sinkMap, [](const auto& sink) { return !LiveMicrophone::isSubstitute(sink.second.name); }),
+        .hasMicrophone = std::ranges::any_of(
+            sourceMap,
+            [](const auto& source) { return !source.second.isMonitor && !source.second.unplugged; }),
+        .isPipeWire = isPipeWire(),
+        .defaultSink = defaultSinkName,
+        .defaultSource = defaultSourceName,
+    };
+}
+
+void PulseServer::updateLiveMicrophone() {
+    if (known && liveMicrophone) {
+        liveMicrophone->update(pictureForLiveMicrophone());
+    }
+}
+
 void PulseServer::onReady(pa_context& context) {
     pa_context_set_subscribe_callback(&context, onSubscribed, this);
     start(pa_context_subscribe(
@@ -187,8 +238,10 @@ void PulseServer::onLost() {
     playbackMap.clear();
     defaultSinkName.clear();
     defaultSourceName.clear();
-    ++deviceChangeCount;
-    phase = Phase::Absent;
+    if (liveMicrophone) {
+        liveMicrophone->forget();
+    }
+    setPhase(Phase::Absent);
     if (!wasKnown) {
         return;
     }
@@ -204,7 +257,10 @@ void PulseServer::finishListing() {
         logRarely("[INFO] Sound server is back");
     }
     wasReady = true;
-    phase = Phase::Ready;
+    setPhase(Phase::Ready);
+    if (liveMicrophone) {
+        liveMicrophone->begin(*connection->readyContext(), pictureForLiveMicrophone());
+    }
     notify(&Observer::playbacksChanged);
     notify(&Observer::devicesCame);
 }
@@ -234,7 +290,7 @@ void PulseServer::keepDevice(std::map<std::uint32_t, PulseDevice>& devices, Puls
     const bool wasThere = before != devices.end() && !before->second.unplugged;
     const bool came = !wasThere && !device.unplugged && !device.isMonitor;
     devices[device.index] = std::move(device);
-    ++deviceChangeCount;
+    updateLiveMicrophone();
     if (came) {
         notify(&Observer::devicesCame);
     }
@@ -249,7 +305,7 @@ void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t
     case PA_SUBSCRIPTION_EVENT_SINK:
         if (removed) {
             server->sinkMap.erase(index);
-            ++server->deviceChangeCount;
+            server->updateLiveMicrophone();
         } else {
             start(pa_context_get_sink_info_by_index(context, index, onSink, self));
         }
@@ -257,7 +313,7 @@ void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t
     case PA_SUBSCRIPTION_EVENT_SOURCE:
         if (removed) {
             server->sourceMap.erase(index);
-            ++server->deviceChangeCount;
+            server->updateLiveMicrophone();
         } else {
             start(pa_context_get_source_info_by_index(context, index, onSource, self));
         }
@@ -294,17 +350,18 @@ void PulseServer::onServer(pa_context*, const pa_server_info* info, void* self) 
     server->defaultSourceName = info->default_source_name != nullptr ? info->default_source_name : "";
     // "PulseAudio (on PipeWire 1.4.2)"
     server->pipeWire = info->server_name != nullptr && std::strstr(info->server_name, "PipeWire") != nullptr;
+    server->updateLiveMicrophone();
 }
 
 void PulseServer::onSink(pa_context*, const pa_sink_info* info, int end, void* self) {
-    if (end == 0) {
+    if (end == 0 && !LiveMicrophone::isOurs(*info->proplist)) {
         auto* const server = static_cast<PulseServer*>(self);
         server->keepDevice(server->sinkMap, describe(*info));
     }
 }
 
 void PulseServer::onSource(pa_context*, const pa_source_info* info, int end, void* self) {
-    if (end == 0) {
+    if (end == 0 && !LiveMicrophone::isOurs(*info->proplist)) {
         PulseDevice device = describe(*info);
         device.isMonitor = info->monitor_of_sink != PA_INVALID_INDEX;
         auto* const server = static_cast<PulseServer*>(self);

@@ -8,6 +8,7 @@
 // restart of the server. The first attempt begins in the constructor; nothing waits for a server that is not
 // there.
 
+#include "platform/linux/sound/LiveMicrophone.h"
 #include "platform/linux/sound/PulseConnection.h"
 #include "platform/linux/sound/PulseHandles.h"
 #include "platform/linux/sound/RealTimeThread.h"
@@ -84,7 +85,8 @@ public:
     [[nodiscard]] static std::shared_ptr<PulseServer> shared();
 
     PulseServer();
-    /// Ends the connection and joins the thread.
+    /// Takes the live microphone away, for which it waits kAnswerLimit at most, ends the connection and joins
+    /// the thread.
     ~PulseServer();
     PulseServer(const PulseServer&) = delete;
     PulseServer& operator=(const PulseServer&) = delete;
@@ -94,8 +96,8 @@ public:
     /// False only until the first attempt has come to an end: its lists are known, or there is no server.
     [[nodiscard]] bool hasAnswered() const { return phase != Phase::Connecting; }
 
-    /// Copies, in the server's order; empty while not connected. Any thread but the server's; the caller does
-    /// not hold the lock.
+    /// Copies, in the server's order, without the devices of the live microphone; empty while not connected.
+    /// Any thread but the server's; the caller does not hold the lock.
     [[nodiscard]] std::vector<PulseDevice> sinks();
     [[nodiscard]] std::vector<PulseDevice> sources();
     [[nodiscard]] std::string defaultSink();
@@ -108,6 +110,10 @@ public:
     /// the server's thread.
     [[nodiscard]] bool setDefaultSink(const std::string& name);
     [[nodiscard]] bool setDefaultSource(const std::string& name);
+
+    /// From now on the server has the live microphone, until this object ends. Any thread but the server's;
+    /// the caller does not hold the lock.
+    void keepLiveMicrophone();
 
     // ---- under the lock, or on the server's thread
 
@@ -131,6 +137,9 @@ private:
     void finishListing();
     void logRarely(const char* line);
     void notify(void (Observer::*change)());
+    [[nodiscard]] LiveMicrophone::ServerPicture pictureForLiveMicrophone() const;
+    void updateLiveMicrophone();
+    void removeLiveMicrophone();
     void keepDevice(std::map<std::uint32_t, PulseDevice>& devices, PulseDevice device);
     [[nodiscard]] bool setDefault(const std::string& name, SetDefault call);
 
@@ -152,11 +161,15 @@ private:
     std::map<std::uint32_t, PulsePlayback> playbackMap;
     std::string defaultSinkName;
     std::string defaultSourceName;
-    std::atomic<std::uint64_t> deviceChangeCount{0};
     bool pipeWire = false;
+    std::optional<LiveMicrophone> liveMicrophone;
     std::optional<std::chrono::steady_clock::time_point> lastLine;
     bool wasReady = false;
     std::atomic<Phase> phase{Phase::Connecting};
+
+    std::mutex removalMutex; // of the two below
+    std::condition_variable removalDone;
+    bool liveMicrophoneIsRemoved = false;
 
     std::optional<RealTimeThread> realTime; // of the main loop's thread
     PulseThreadedMainloopHandle mainloop;   // the first to end: its thread uses the rest

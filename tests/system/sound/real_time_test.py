@@ -18,7 +18,7 @@ from sound_case import APPS, BUILD, SPEAKERS, SoundCase, main
 from stage import wait_until
 
 ACCOUNT = "nobody"  # a bus takes only accounts that the system knows
-SOUND_THREADS = {"SoundServer", "Mixer solo"}
+SOUND_THREADS = {"SoundServer", "Mixer solo", "Mixer bus 2"}
 RTTIME_US = 200000
 PRIORITY = 5
 TONE = 1000

@@ -20,6 +20,9 @@ LEVEL_DB = 20 * numpy.log10(AMPLITUDE)
 # A tone below this level counts as gone.
 GONE_DB = LEVEL_DB - 60
 
+# The playback that virtual microphones hear.
+LIVE_MIX = ("Stream mix", "vexo_live_mix")
+
 # A program that plays two tones in two streams of one process, as a browser does.
 TWO_STREAMS = """
 import array, ctypes, math, sys, threading
@@ -74,7 +77,8 @@ class Routing(SoundCase):
         return self.wait_heard(self.speakers, lambda heard: not numpy.any(heard), "silence", seconds=1.0)
 
     def test_solo_output_opens_on_the_real_sink(self):
-        wait_until(lambda: self.sound.playbacks() == [("Solo", SPEAKERS)], "Solo at the speakers alone")
+        wait_until(lambda: self.sound.playbacks() == [("Solo", SPEAKERS), LIVE_MIX],
+                   "Solo at the speakers alone, and the live mix")
 
     def test_application_is_heard_at_its_level_and_another_is_not(self):
         wanted = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS, "wanted")
@@ -388,7 +392,8 @@ class Endpoints(SoundCase):
         self.bridge = self.start_bridge()
 
     def test_solo_prefers_the_built_in_sink_to_the_usb_one_before_it(self):
-        wait_until(lambda: self.sound.playbacks() == [("Solo", SPEAKERS)], "Solo at the speakers alone")
+        wait_until(lambda: self.sound.playbacks() == [("Solo", SPEAKERS), LIVE_MIX],
+                   "Solo at the speakers alone, and the live mix")
 
     def test_buses_play_to_the_virtual_sinks_of_their_names(self):
         one = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS, "one")
