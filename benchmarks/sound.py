@@ -1,11 +1,12 @@
 """The sound engine on a private server: latency, render callback, reports, dropouts, processor time.
 
-    tools/env python3 benchmarks/sound.py --build build/dev [--seconds 20] [--server pulseaudio|pipewire]
+    tools/env python3 benchmarks/sound.py --build build/dev [--seconds 20] [--runs 5] [--server pulseaudio|pipewire]
 
-Latency is from an application to the sink, less that of the application itself: both are heard on one sink, and the
-distance is found by correlation. Processor time and dropouts of the engine with 8 applications (and a microphone) stand
-beside those of chains of a plain recorder and a plain player, processor time with a crowd of applications beside that of
-plain recorders. Ends with 1 when a budget is missed. Run it alone on the machine.
+The delay is from an application, or a microphone, to the sink, less that of the application itself: both are heard on one
+sink, and the distance is found by correlation. It stands beside that of a chain of a plain recorder and a plain player with
+the same buffers, as do the dropouts with 8 applications, and the processor time with 8 applications, a microphone with 12
+bands and three outputs. Processor time with a crowd of applications stands beside that of plain recorders. Ends with 1 when
+a budget is missed. Run it alone on the machine.
 """
 
 import argparse
@@ -16,6 +17,7 @@ import subprocess
 import sys
 import tempfile
 import time
+from dataclasses import dataclass
 
 import numpy
 
@@ -28,10 +30,16 @@ from sound import PIPEWIRE, PULSEAUDIO, RATE, SoundServer, sound_environment, to
 from stage import cpu_seconds, wait_until  # noqa: E402
 
 APPLICATIONS = 8
-LATENCY_BUDGET_MS = 60
+# Of the engine's delay over that of a plain chain, and of any single one.
+ADDED_BUDGET_MS = 10
+WORST_BUDGET_MS = 60
 CALLBACK_BUDGET = 0.20
-LEAST_STRETCHES = 15  # of 20, in which the copy has to be found
-PROCESSOR_BUDGET = 1.5
+STRETCHES = 4  # of each run of a delay
+LEAST_FOUND = 0.75  # of all stretches, in which the copy has to be found
+COPY_GAIN = 0.5
+BANDS = 12
+OUTPUTS = ("Monitor mix", "Stream mix", "Solo")
+PROCESSOR_BUDGET = 0.6
 CROWD_BUDGET_PERCENT = 100
 REPORT_MS = 50
 REPORT_BUDGET_MS = 56
@@ -63,29 +71,83 @@ def delay_ms(signal):
     return at * 1000 / RATE, correlation[at] / correlation[0]
 
 
+@dataclass(frozen=True)
+class Delay:
+    """Milliseconds."""
+    median: float
+    worst: float
+    chain: float  # the median of the plain chains
+
+    def rows(self, what):
+        return [Row(f"{what} to output, ms more than plain", self.median - self.chain, None, ADDED_BUDGET_MS,
+                    f"{self.median:.1f} beside {self.chain:.1f}"),
+                Row(f"{what} to output, worst, ms", self.worst, None, WORST_BUDGET_MS)]
+
+
 def new_bridge(build, sound, folder, number):
     return BridgeHost(build / "tests" / "system" / "vexo_bridge_host", sound.env, folder / f"bridge-{number}.log")
 
 
-def measure_latency(build, sound, folder):
-    player = sound.play(clicks(20), "spk", "clicks")
+def delays(sound):
+    """The delays in short stretches of what the sink plays, once the copy of the clicks is in it: a dropout on a busy machine
+    moves it."""
+    time.sleep(2.0)
+    recorder = sound.recorder("spk")
     values = []
-    for run in range(5):
-        bridge = new_bridge(build, sound, folder, f"latency{run}")
-        bridge.route(source(player.pid, volume=0.5))
-        time.sleep(2.0)
-        recorder = sound.recorder("spk")
-        for _ in range(4):
-            # In short stretches: a dropout on a busy machine moves the copy.
-            milliseconds, likeness = delay_ms(recorder.next(1.5))
-            if likeness > 0.2:
-                values.append(milliseconds)
-        recorder.stop()
-        bridge.end()
+    for _ in range(STRETCHES):
+        milliseconds, likeness = delay_ms(recorder.next(1.5))
+        if likeness > 0.2:
+            values.append(milliseconds)
+    recorder.stop()
+    return values
+
+
+def measure_delay(sound, runs, ways):
+    """Delays of the engine and of a plain chain, each set up anew for every run. `ways` are two functions that set one up
+    and return what ends it."""
+    ours, theirs = [], []
+    for _ in range(runs):
+        for begin, values in zip(ways, (ours, theirs)):
+            stop = begin()
+            values += delays(sound)
+            stop()
+    if min(len(ours), len(theirs)) < LEAST_FOUND * STRETCHES * runs:
+        raise RuntimeError(f"the copy was found in {len(ours)} and {len(theirs)} of {STRETCHES * runs} stretches only: "
+                           "this machine is too busy to measure on")
+    return Delay(statistics.median(ours), max(ours), statistics.median(theirs))
+
+
+def measure_delays(build, sound, folder, runs):
+    """The delay of an application, and that of a microphone that hears the sink."""
+    player = sound.play(clicks(20), "spk", "clicks")
+
+    def begin_application():
+        bridge = new_bridge(build, sound, folder, "delay")
+        bridge.route(source(player.pid, volume=COPY_GAIN))
+        return bridge.end
+
+    def begin_microphone():
+        bridge = bridge_with_microphone(build, sound, folder, "delay", "ears")
+        bridge.route(source(0, volume=COPY_GAIN))
+        return bridge.end
+
+    def begin_chain(what):
+        processes = plain_chain(sound, what(), "spk", f"--volume={round(65536 * COPY_GAIN ** (1 / 3))}")
+        return lambda: end(processes)
+
+    application = measure_delay(sound, runs, (begin_application, lambda: begin_chain(lambda: stream_of(sound, player))))
+    microphone = measure_delay(sound, runs, (begin_microphone, lambda: begin_chain(lambda: "--device=ears")))
     player.kill()
-    if len(values) < LEAST_STRETCHES:
-        raise RuntimeError(f"the copy was found in {len(values)} of 20 stretches only: this machine is too busy to measure on")
-    return statistics.median(values), max(values), len(values)
+    return application, microphone
+
+
+def bridge_with_microphone(build, sound, folder, number, source_name):
+    """A bridge that reads a source of the server as the device's own microphone."""
+    sound.write_alsa_devices({DEVICE: source_name})
+    bridge = new_bridge(build, sound, folder, number)
+    bridge.call("AddInputDevice", DEVICE, 0)
+    wait_until(lambda: bridge.log.count("Audio stream initialized") >= 2, "the microphone")
+    return bridge
 
 
 def measure_callback(build, sound, seconds, players):
@@ -105,19 +167,23 @@ def processor_share(processes, seconds):
 
 
 def measure_engine(build, sound, folder, seconds, players):
-    bridge = new_bridge(build, sound, folder, "engine")
-    bridge.call("AddInputDevice", DEVICE, 0)
+    bridge = bridge_with_microphone(build, sound, folder, "engine", "mic")
+    bridge.store(device_equalizer=True, device_equalizer_current=json.dumps({"value": [3.0, -3.0] * (BANDS // 2)}))
+    bridge.call("updateMonitorDevice")
+    # Solo at the speakers, Bus 1 at a virtual sink, Bus 2 in the live microphone.
+    bridge.start_router(bus1="Plain")
     bridge.route(source(0), *[source(player.pid) for player in players])
-    wait_until(lambda: bridge.log.count("Audio stream initialized") >= 2, "the microphone")
+    wait_until(lambda: len([name for name, _ in sound.playbacks() if name in OUTPUTS]) == len(OUTPUTS), "three outputs")
     share = processor_share([bridge.process], seconds)
     bridge.end()
     return share
 
 
-def plain_chain(sound, what, sink):
-    """A plain recorder piped into a plain player, with the latencies of the engine; both processes."""
+def plain_chain(sound, what, sink, *words):
+    """A plain recorder piped into a plain player, with the buffers of the engine; both processes."""
     recorder = sound.client(["parec", *FORMAT.split(), "--latency-msec=20", what], stdout=subprocess.PIPE)
-    player = sound.client(["pacat", *FORMAT.split(), "--latency-msec=30", f"--device={sink}"], stdin=recorder.stdout)
+    player = sound.client(["pacat", *FORMAT.split(), "--latency-msec=30", "--process-time-msec=5", f"--device={sink}", *words],
+                          stdin=recorder.stdout)
     recorder.stdout.close()
     return [recorder, player]
 
@@ -236,6 +302,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", required=True, type=pathlib.Path)
     parser.add_argument("--seconds", type=int, default=20)
+    parser.add_argument("--runs", type=int, default=5)
     parser.add_argument("--server", choices=(PULSEAUDIO, PIPEWIRE), default=PULSEAUDIO)
     arguments = parser.parse_args()
     build, seconds = arguments.build.resolve(), arguments.seconds
@@ -246,7 +313,8 @@ def main():
             sound.add_sink("spk", "Speakers")
             sound.add_sink("plain", "Plain", hardware=False)
             sound.add_microphone("mic", DEVICE)
-            latency, worst_latency, stretches = measure_latency(build, sound, folder)
+            sound.load("module-remap-source", "master=spk.monitor", "source_name=ears")
+            application, microphone = measure_delays(build, sound, folder, arguments.runs)
             ours, theirs = measure_dropouts(build, sound, folder, seconds)
             players = [sound.play(tone(frequency, 10, AMPLITUDE), "apps", f"player{frequency}") for frequency in FREQUENCIES]
             callback = measure_callback(build, sound, seconds, players)
@@ -256,12 +324,14 @@ def main():
             end(players)
             crowd, recorders = measure_crowd(build, sound, folder, seconds, arguments.server)
     return print_table(f"{arguments.server}, {APPLICATIONS} applications", [
-        Row("latency, ms", latency, None, LATENCY_BUDGET_MS, f"worst {worst_latency:.1f}, of {stretches} stretches"),
+        *application.rows("application"),
+        *microphone.rows("microphone"),
         Row("callback p99.9, of its period", callback["p999_share"], None, CALLBACK_BUDGET,
             f"{callback['p999_us']:.0f} us, median {callback['median_us']:.0f} us, {callback['calls']} calls"),
         Row("between reports of levels, ms", period, None, REPORT_BUDGET_MS, f"{REPORT_MS} are meant"),
         Row(f"dropouts in {seconds} s", ours, None, most_dropouts(theirs), f"{theirs} through plain chains"),
-        Row("processor, % of a core", engine, chains, PROCESSOR_BUDGET, "beside plain chains"),
+        Row("processor, % of a core", engine, chains, PROCESSOR_BUDGET,
+            f"microphone, {BANDS} bands, {len(OUTPUTS)} outputs; beside {APPLICATIONS + 1} plain chains"),
         Row(f"{CROWD[arguments.server]} captures, % of a core", crowd, None, CROWD_BUDGET_PERCENT,
             f"{crowd / recorders:.2f} times plain recorders, which mix and play nothing"),
     ])
