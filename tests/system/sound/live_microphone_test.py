@@ -84,6 +84,16 @@ class Sound(LiveMicrophone):
         # Programs that leave monitors out show it.
         self.assertNotEqual(sources[MICROPHONE]["properties"].get("device.class"), "monitor")
 
+    def test_it_is_in_none_of_our_lists(self):
+        self.sound.add_microphone("mic", "Desk Microphone")
+        bridge = self.start_bridge()
+        bridge.route(source(self.play().pid))
+        self.wait_tone(self.listen())
+        for listed in (bridge.call("getRunningApplications"), *(bridge.call("GetDeviceList", kind) for kind in (0, 1, 2))):
+            self.assertTrue(listed)
+            self.assertNotIn(NAME, json.dumps(listed))
+            self.assertNotIn(MICROPHONE, json.dumps(listed))
+
     def test_it_is_none_of_our_outputs(self):
         bridge = self.start_bridge()
         self.wait_ours(MICROPHONE, MIX)
