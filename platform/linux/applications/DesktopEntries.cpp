@@ -193,7 +193,7 @@ const DesktopEntry* entryOfExecutable(const QList<DesktopEntry>& entries, const 
         if (entry.program.isEmpty() || entry.name.isEmpty()) {
             continue;
         }
-        if (entry.program == path) {
+        if (entry.program == path || entry.path == path) {
             return &entry;
         }
         // An entry that is shown comes before one that is not.

@@ -29,5 +29,6 @@ struct DesktopEntry {
 /// hides. Reads the files at each call. Any thread.
 [[nodiscard]] QList<DesktopEntry> readDesktopEntries();
 
-/// The entry that starts this executable, by its path or by its file name; null when none does.
+/// The entry of this path, or else the one that starts this executable, by its path or by its file name; null
+/// when there is none.
 [[nodiscard]] const DesktopEntry* entryOfExecutable(const QList<DesktopEntry>& entries, const QString& path);

@@ -46,6 +46,20 @@ QList<DesktopEntry> recentDesktopEntries() {
     return entries;
 }
 
+// What stands for a program: its image, or, of one in a Flatpak, its desktop entry, since images have the
+// same paths in many of those.
+QString pathOfProgram(std::uint32_t processId) {
+    const QString application = QString::fromStdString(flatpakApplication(processId));
+    if (!application.isEmpty()) {
+        for (const DesktopEntry& entry : recentDesktopEntries()) {
+            if (QFileInfo(entry.path).completeBaseName() == application) {
+                return entry.path;
+            }
+        }
+    }
+    return QFile::decodeName(processImagePath(processId).c_str());
+}
+
 QImage runningProgramIcon(const QString& executablePath, std::uint32_t processId) {
     const QList<DesktopEntry> entries = readDesktopEntries();
     const DesktopEntry* const entry = entryOfExecutable(entries, executablePath);
@@ -93,15 +107,15 @@ QList<RawAudioSession> rawAudioSessions() {
             playing.insert(playback.processId);
         }
     }
+    const std::uint32_t own = ownProcess();
     QList<RawAudioSession> sessions;
     for (const PulsePlayback& playback : playbacks) {
-        if (playback.processId == static_cast<std::uint32_t>(getpid())) {
-            continue; // our own outputs
+        if (playback.processId == own || playback.processId == 0) {
+            continue; // our own outputs, and what is nobody's
         }
         sessions.append(
             {playback.processId, QString::fromStdString(playback.applicationName),
-             QFile::decodeName(processImagePath(playback.processId).c_str()),
-             QString::fromStdString(processFileName(playback.processId)),
+             pathOfProgram(playback.processId), QString::fromStdString(processFileName(playback.processId)),
              playing.contains(playback.processId) ? QStringLiteral("Active") : QStringLiteral("Inactive")});
     }
     return sessions;

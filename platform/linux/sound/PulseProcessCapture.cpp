@@ -9,7 +9,6 @@
 
 #include <map>
 #include <span>
-#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -111,7 +110,7 @@ bool PulseProcessCapture::Session::isTarget(const PulsePlayback& playback) {
         return false; // it may be said later
     }
     // Our own sound is never captured, or it would go round in circles.
-    const bool own = playback.processId == static_cast<std::uint32_t>(getpid());
+    const bool own = playback.processId == ownProcess();
     const bool wanted = !own && (playback.processId == target.processId ||
                                  (target.wholeTree && isInProcessTree(playback.processId, target.processId)));
     decided.emplace(playback.index, wanted);

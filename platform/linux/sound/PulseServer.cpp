@@ -8,6 +8,7 @@
 #include <cstring>
 #include <mutex>
 #include <ranges>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -19,11 +20,25 @@ std::string property(const pa_proplist* properties, const char* key) {
     return value != nullptr ? value : "";
 }
 
-std::uint32_t processIdOf(const pa_proplist* properties) {
-    const std::string text = property(properties, PA_PROP_APPLICATION_PROCESS_ID);
-    std::uint32_t id = 0;
-    std::from_chars(text.data(), text.data() + text.size(), id);
-    return id;
+std::uint32_t numberOf(const pa_proplist* properties, const char* key) {
+    const std::string text = property(properties, key);
+    std::uint32_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+// What a client or a stream says of its process.
+ClientClaim claimIn(const pa_proplist* properties) {
+    return {.processId = numberOf(properties, PA_PROP_APPLICATION_PROCESS_ID),
+            .binary = property(properties, PA_PROP_APPLICATION_PROCESS_BINARY),
+            .peerProcess = 0};
+}
+
+// The path in "/run/user/1000/pulse/native", "unix:/..." or "{...}unix:/..."; empty for a server elsewhere.
+std::string socketPathIn(const char* server) {
+    const std::string_view name = server != nullptr ? server : "";
+    const std::size_t path = name.find('/');
+    return std::string(path != std::string_view::npos ? name.substr(path) : std::string_view());
 }
 
 template <typename Info>
@@ -214,6 +229,7 @@ void PulseServer::updateLiveMicrophone() {
 }
 
 void PulseServer::onReady(pa_context& context) {
+    clientProcesses.setServerPath(socketPathIn(pa_context_get_server(&context)));
     pa_context_set_subscribe_callback(&context, onSubscribed, this);
     start(pa_context_subscribe(
         &context,
@@ -320,7 +336,7 @@ void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t
         break;
     case PA_SUBSCRIPTION_EVENT_CLIENT:
         if (removed) {
-            server->clientProcesses.erase(index);
+            server->clientProcesses.remove(index);
         } else {
             start(pa_context_get_client_info(context, index, onClient, self));
         }
@@ -370,9 +386,15 @@ void PulseServer::onSource(pa_context*, const pa_source_info* info, int end, voi
 }
 
 void PulseServer::onClient(pa_context*, const pa_client_info* info, int end, void* self) {
-    if (end == 0) {
-        static_cast<PulseServer*>(self)->clientProcesses[info->index] = processIdOf(info->proplist);
+    if (end != 0) {
+        return;
     }
+    ClientClaim claim = claimIn(info->proplist);
+    // PipeWire knows who is connected to it. Of a client of its Pulse server that is the Pulse server.
+    if (property(info->proplist, "client.api") != "pipewire-pulse") {
+        claim.peerProcess = numberOf(info->proplist, "pipewire.sec.pid");
+    }
+    static_cast<PulseServer*>(self)->clientProcesses.put(info->index, std::move(claim));
 }
 
 void PulseServer::onPlayback(pa_context*, const pa_sink_input_info* info, int end, void* self) {
@@ -385,11 +407,7 @@ void PulseServer::onPlayback(pa_context*, const pa_sink_input_info* info, int en
     playback.paused = info->corked != 0;
     playback.applicationName = property(info->proplist, PA_PROP_APPLICATION_NAME);
     playback.iconName = property(info->proplist, PA_PROP_APPLICATION_ICON_NAME);
-    playback.processId = processIdOf(info->proplist);
-    if (playback.processId == 0) {
-        const auto client = server->clientProcesses.find(info->client);
-        playback.processId = client != server->clientProcesses.end() ? client->second : 0;
-    }
+    playback.processId = server->clientProcesses.processOf(info->client, claimIn(info->proplist));
     server->notify(&Observer::playbacksChanged);
 }
 

@@ -8,7 +8,7 @@
 // restart of the server. The first attempt begins in the constructor; nothing waits for a server that is not
 // there.
 
-#include "platform/linux/sound/LiveMicrophone.h"
+#include "platform/linux/sound/ClientProcesses.h"
 #include "platform/linux/sound/PulseConnection.h"
 #include "platform/linux/sound/PulseHandles.h"
 #include "platform/linux/sound/RealTimeThread.h"
@@ -45,7 +45,7 @@ struct PulseDevice {
 /// A stream that plays, or could at once.
 struct PulsePlayback {
     std::uint32_t index = 0;
-    std::uint32_t processId = 0; ///< 0: unknown
+    std::uint32_t processId = 0; ///< as /proc numbers it; 0: unknown
     bool paused = false;
     std::string applicationName;
     std::string iconName;
@@ -157,7 +157,7 @@ private:
     bool known = false; // all lists have come
     std::map<std::uint32_t, PulseDevice> sinkMap;
     std::map<std::uint32_t, PulseDevice> sourceMap;
-    std::map<std::uint32_t, std::uint32_t> clientProcesses; // process ids by client
+    ClientProcesses clientProcesses;
     std::map<std::uint32_t, PulsePlayback> playbackMap;
     std::string defaultSinkName;
     std::string defaultSourceName;

@@ -1,9 +1,15 @@
 #include "platform/linux/system/ProcessInfo.h"
 
+#include <algorithm>
+#include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <sstream>
+#include <string_view>
 #include <system_error>
+#include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -16,18 +22,39 @@ std::string processFile(std::uint32_t processId, const char* name) {
     return "/proc/" + std::to_string(processId) + "/" + name;
 }
 
-} // namespace
-
-std::optional<std::uint32_t> parentProcess(std::uint32_t processId) {
+// What follows "pid (name) " in the process's status line; the name may hold anything. Empty without one.
+std::istringstream statusBehindName(std::uint32_t processId) {
     std::ifstream file(processFile(processId, "stat"));
     std::string line;
     std::getline(file, line);
-    // "pid (name) state parent": the name may hold anything.
     const std::size_t end = line.rfind(')');
-    if (end == std::string::npos) {
-        return std::nullopt;
+    return std::istringstream(end != std::string::npos ? line.substr(end + 1) : std::string());
+}
+
+// In ticks since the start of the system; the largest number for a process that is not there.
+std::uint64_t startTime(std::uint32_t processId) {
+    constexpr int kFieldsBefore = 19; // state is the third field, the start the twenty-second
+    std::istringstream fields = statusBehindName(processId);
+    std::string skipped;
+    for (int field = 0; field < kFieldsBefore; ++field) {
+        fields >> skipped;
     }
-    std::istringstream rest(line.substr(end + 1));
+    std::uint64_t start = 0;
+    fields >> start;
+    return fields ? start : std::numeric_limits<std::uint64_t>::max();
+}
+
+// Nothing for a name that is no number.
+std::optional<std::uint32_t> numberOf(std::string_view text) {
+    std::uint32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<std::uint32_t> parentProcess(std::uint32_t processId) {
+    std::istringstream rest = statusBehindName(processId);
     char state = 0;
     std::uint32_t parent = 0;
     rest >> state >> parent;
@@ -43,6 +70,50 @@ bool isInProcessTree(std::uint32_t processId, std::uint32_t root) {
         at = parentProcess(*at);
     }
     return false;
+}
+
+std::uint32_t ownProcess() {
+    std::error_code error;
+    const std::string self = std::filesystem::read_symlink("/proc/self", error).string();
+    return numberOf(self).value_or(static_cast<std::uint32_t>(getpid()));
+}
+
+std::vector<std::uint32_t> namespaceIds(std::uint32_t processId) {
+    constexpr std::string_view kMark = "NSpid:";
+    std::ifstream file(processFile(processId, "status"));
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with(kMark)) {
+            std::istringstream numbers(line.substr(kMark.size()));
+            std::vector<std::uint32_t> ids;
+            for (std::uint32_t id = 0; numbers >> id;) {
+                ids.push_back(id);
+            }
+            return ids;
+        }
+    }
+    return {};
+}
+
+std::vector<std::uint32_t> processesWithOwnId(std::uint32_t ownId) {
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> found; // start and id
+    std::error_code error;
+    for (std::filesystem::directory_iterator at("/proc", error); at != std::filesystem::directory_iterator();
+         at.increment(error)) {
+        const std::optional<std::uint32_t> processId = numberOf(at->path().filename().native());
+        if (!processId) {
+            continue;
+        }
+        const std::vector<std::uint32_t> ids = namespaceIds(*processId);
+        if (!ids.empty() && ids.back() == ownId) {
+            found.emplace_back(startTime(*processId), *processId);
+        }
+    }
+    std::ranges::sort(found);
+    std::vector<std::uint32_t> processes;
+    for (const auto& [start, processId] : found) {
+        processes.push_back(processId);
+    }
+    return processes;
 }
 
 std::string processImagePath(std::uint32_t processId) {
@@ -62,4 +133,19 @@ std::string processFileName(std::uint32_t processId) {
     std::string name;
     std::getline(file, name);
     return name;
+}
+
+std::string flatpakApplication(std::uint32_t processId) {
+    constexpr std::string_view kKey = "name=";
+    // What the sandbox is made of, in the root folder that the process sees.
+    std::ifstream file(processFile(processId, "root/.flatpak-info"));
+    bool inSection = false;
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with('[')) {
+            inSection = line == "[Application]";
+        } else if (inSection && line.starts_with(kKey)) {
+            return line.substr(kKey.size());
+        }
+    }
+    return {};
 }

@@ -3,8 +3,8 @@
 import pathlib
 import struct
 import sys
-import zlib
 
+from desktop_files import desktop_entry, png
 from sound import tone
 from sound_case import APPS, SoundCase, main
 from stage import wait_until
@@ -28,20 +28,6 @@ START_CORKED = 1
 pulse.pa_stream_connect_playback(stream, sys.argv[1].encode(), None, START_CORKED, None, None)
 pulse.pa_mainloop_run(mainloop, None)
 """
-
-
-def png(red, green, blue, size):
-    """A square of one colour."""
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-    rows = (b"\0" + bytes((red, green, blue)) * size) * size
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", size, size, 8, 2, 0, 0, 0)) +
-            chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
-
-
-def desktop_entry(name, *lines):
-    return "\n".join(["[Desktop Entry]", "Type=Application", f"Name={name}", *lines]) + "\n"
 
 
 class Inventory(SoundCase):
