@@ -43,13 +43,13 @@ PROCESSOR_BUDGET = 0.6
 CROWD_BUDGET_PERCENT = 100
 REPORT_MS = 50
 REPORT_BUDGET_MS = 56
-# PipeWire's Pulse server takes 64 clients in all; each capture is one of them.
-CROWD = {PULSEAUDIO: 50, PIPEWIRE: 8}
+CROWD = 50
 # The applications: an amplitude, and frequencies with whole periods of all of them in 10 ms.
 AMPLITUDE = 0.05
 FREQUENCIES = [300 + 100 * at for at in range(APPLICATIONS)]
 FORMAT = "--raw --format=float32le --rate=48000 --channels=2"
 DEVICE = "VEXO Mixdesk R2"
+EARS = "Ears"
 
 
 def clicks(seconds):
@@ -127,7 +127,7 @@ def measure_delays(build, sound, folder, runs):
         return bridge.end
 
     def begin_microphone():
-        bridge = bridge_with_microphone(build, sound, folder, "delay", "ears")
+        bridge = bridge_with_microphone(build, sound, folder, "delay", EARS)
         bridge.route(source(0, volume=COPY_GAIN))
         return bridge.end
 
@@ -141,11 +141,10 @@ def measure_delays(build, sound, folder, runs):
     return application, microphone
 
 
-def bridge_with_microphone(build, sound, folder, number, source_name):
-    """A bridge that reads a source of the server as the device's own microphone."""
-    sound.write_alsa_devices({DEVICE: source_name})
+def bridge_with_microphone(build, sound, folder, number, device):
+    """A bridge that reads an input of the server as input 0."""
     bridge = new_bridge(build, sound, folder, number)
-    bridge.call("AddInputDevice", DEVICE, 0)
+    bridge.call("AddInputDevice", device, 0)
     wait_until(lambda: bridge.log.count("Audio stream initialized") >= 2, "the microphone")
     return bridge
 
@@ -167,7 +166,7 @@ def processor_share(processes, seconds):
 
 
 def measure_engine(build, sound, folder, seconds, players):
-    bridge = bridge_with_microphone(build, sound, folder, "engine", "mic")
+    bridge = bridge_with_microphone(build, sound, folder, "engine", DEVICE)
     bridge.store(device_equalizer=True, device_equalizer_current=json.dumps({"value": [3.0, -3.0] * (BANDS // 2)}))
     bridge.call("updateMonitorDevice")
     # Solo at the speakers, Bus 1 at a virtual sink, Bus 2 in the live microphone.
@@ -278,13 +277,13 @@ def most_dropouts(theirs):
     return theirs + max(2 * (2 * theirs) ** 0.5, theirs / 2)
 
 
-def measure_crowd(build, sound, folder, seconds, kind):
+def measure_crowd(build, sound, folder, seconds):
     """Percent of a core with many applications, and that of as many plain recorders."""
     path = folder / "quiet.raw"
     with open(path, "wb") as quiet:
         quiet.truncate(600 * RATE * 8)
     players = []
-    for number in range(CROWD[kind]):
+    for number in range(CROWD):
         players.append(sound.client(["pacat", *FORMAT.split(), "--device=apps", path]))
         # PulseAudio refuses a client while 5 others are connecting.
         wait_until(lambda number=number: sound.playback_of(players[number].pid), f"{number + 1} programs to play")
@@ -313,7 +312,8 @@ def main():
             sound.add_sink("spk", "Speakers")
             sound.add_sink("plain", "Plain", hardware=False)
             sound.add_microphone("mic", DEVICE)
-            sound.load("module-remap-source", "master=spk.monitor", "source_name=ears")
+            sound.load("module-remap-source", "master=spk.monitor", "source_name=ears",
+                       f"source_properties=device.description={EARS}")
             application, microphone = measure_delays(build, sound, folder, arguments.runs)
             ours, theirs = measure_dropouts(build, sound, folder, seconds)
             players = [sound.play(tone(frequency, 10, AMPLITUDE), "apps", f"player{frequency}") for frequency in FREQUENCIES]
@@ -322,7 +322,7 @@ def main():
             chains = measure_chains(sound, seconds, players)
             period = measure_reports(build, sound, folder, players)
             end(players)
-            crowd, recorders = measure_crowd(build, sound, folder, seconds, arguments.server)
+            crowd, recorders = measure_crowd(build, sound, folder, seconds)
     return print_table(f"{arguments.server}, {APPLICATIONS} applications", [
         *application.rows("application"),
         *microphone.rows("microphone"),
@@ -332,7 +332,7 @@ def main():
         Row(f"dropouts in {seconds} s", ours, None, most_dropouts(theirs), f"{theirs} through plain chains"),
         Row("processor, % of a core", engine, chains, PROCESSOR_BUDGET,
             f"microphone, {BANDS} bands, {len(OUTPUTS)} outputs; beside {APPLICATIONS + 1} plain chains"),
-        Row(f"{CROWD[arguments.server]} captures, % of a core", crowd, None, CROWD_BUDGET_PERCENT,
+        Row(f"{CROWD} captures, % of a core", crowd, None, CROWD_BUDGET_PERCENT,
             f"{crowd / recorders:.2f} times plain recorders, which mix and play nothing"),
     ])
 

@@ -3,11 +3,11 @@
 #include "mixer/WaveFormat.h"
 #include "platform/linux/sound/CaptureFeed.h"
 #include "platform/linux/sound/PlaybackMerge.h"
-#include "platform/linux/sound/PulseFormat.h"
-#include "platform/linux/sound/PulseRecording.h"
+#include "platform/linux/sound/PlaybackRecording.h"
 #include "platform/linux/system/ProcessInfo.h"
 
 #include <map>
+#include <memory>
 #include <span>
 #include <utility>
 
@@ -16,9 +16,8 @@ namespace {
 // Two packets fill the buffer: each waits no longer than it must before the mixer has it.
 constexpr std::int64_t kPacketsOfABuffer = 2;
 
-std::uint32_t bytesOf(std::chrono::milliseconds duration) {
-    return static_cast<std::uint32_t>(duration.count() * kMixSampleRate / 1000 *
-                                      static_cast<std::int64_t>(kFrameBytes));
+std::uint32_t framesOf(std::chrono::milliseconds duration) {
+    return static_cast<std::uint32_t>(duration.count() * kMixSampleRate / 1000);
 }
 
 } // namespace
@@ -32,8 +31,9 @@ public:
         bool wholeTree = true;
     };
 
-    Session(PulseServer& soundServer, PerAppInputBuffers& buffers, Target captured, std::uint32_t packetSize)
-        : server(soundServer), target(captured), packetBytes(packetSize),
+    Session(PulseServer& soundServer, PerAppInputBuffers& buffers, Target captured,
+            std::uint32_t packetLength)
+        : server(soundServer), target(captured), packetFrames(packetLength),
           feed(server.api(), buffers, target.processId),
           merge([this](std::span<const float> stereo) { feed.push(stereo); }),
           retry(server.api(), [this] { playbacksChanged(); }) {
@@ -52,12 +52,12 @@ private:
 
     PulseServer& server;
     const Target target;
-    const std::uint32_t packetBytes;
+    const std::uint32_t packetFrames;
     CaptureFeed feed;
     PlaybackMerge merge;
     std::map<std::uint32_t, bool> decided; // by sink input: whether it is a target's
     PulseTimer retry;
-    std::map<std::uint32_t, PulseRecording> recordings; // by sink input
+    std::map<std::uint32_t, std::unique_ptr<PlaybackRecording>> recordings; // by sink input
 };
 
 // Brings the record streams in line with what plays.
@@ -68,7 +68,7 @@ void PulseProcessCapture::Session::playbacksChanged() {
     const auto& playbacks = server.livePlaybacks();
     std::erase_if(decided, [&playbacks](const auto& entry) { return !playbacks.contains(entry.first); });
     for (auto at = recordings.begin(); at != recordings.end();) {
-        if (!playbacks.contains(at->first) || at->second.hasFailed()) {
+        if (!playbacks.contains(at->first) || at->second->hasFailed()) {
             merge.remove(at->first);
             at = recordings.erase(at);
         } else {
@@ -87,9 +87,18 @@ void PulseProcessCapture::Session::playbacksChanged() {
 }
 
 void PulseProcessCapture::Session::record(std::uint32_t playback) {
-    merge.add(playback);
-    recordings.try_emplace(playback, server, merge, playback, packetBytes,
-                           [this] { retry.start(PulseConnection::kRetryInterval); });
+    std::unique_ptr<PlaybackRecording> recording =
+        PlaybackRecording::make({.server = server,
+                                 .merge = merge,
+                                 .playbackIndex = playback,
+                                 .packetFrames = packetFrames,
+                                 .onFailure = [this] {
+                                     retry.start(PulseConnection::kRetryInterval);
+                                 }});
+    if (recording) {
+        merge.add(playback);
+        recordings.emplace(playback, std::move(recording));
+    }
 }
 
 void PulseProcessCapture::Session::connectionLost() {
@@ -126,14 +135,13 @@ PulseProcessCapture::~PulseProcessCapture() {
 }
 
 SoundResult PulseProcessCapture::startCapture(std::uint32_t targetProcessId, bool includeProcessTree) {
-    const std::uint32_t bufferBytes = bytesOf(bufferDuration);
     logCaptureFormat(floatWaveFormat(2, kMixSampleRate));
     logCapturingProcess(targetProcessId);
-    logCaptureStarted(targetProcessId, bufferBytes / kFrameBytes);
+    logCaptureStarted(targetProcessId, framesOf(bufferDuration));
     const PulseServer::Lock lock(*server);
     session =
         std::make_unique<Session>(*server, buffers, Session::Target{targetProcessId, includeProcessTree},
-                                  bytesOf(bufferDuration / kPacketsOfABuffer));
+                                  framesOf(bufferDuration / kPacketsOfABuffer));
     return kSoundDone;
 }
 

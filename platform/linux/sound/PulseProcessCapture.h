@@ -9,9 +9,8 @@
 class PerAppInputBuffers;
 
 /// Captures one process by recording what each of its streams, and those of its children, sends to its sink:
-/// a record stream on the monitor of every such sink input, made and ended as they come and go. What the user
-/// hears of the process is not touched and no stream is moved. All packets are 48000 Hz stereo float; the
-/// server converts.
+/// a recording of every such stream, made and ended as they come and go. What the user hears of the process
+/// is not touched and no stream is moved. All packets are 48000 Hz stereo float; the server converts.
 ///
 /// A capture stays in force while the server is away and records again when it is back. Packets are handed
 /// over on the server's thread; start and stop belong to the router's.

@@ -11,15 +11,12 @@
 
 namespace {
 
-constexpr const char* kStreamName = "Vexo Deck capture";
 constexpr std::array<float, 480> kGap{};
 
 } // namespace
 
-PulseRecording::PulseRecording(PulseServer& server, PlaybackMerge& playbackMerge, std::uint32_t playbackIndex,
-                               std::uint32_t packetSize, std::function<void()> onFailure)
-    : merge(playbackMerge), playback(playbackIndex), packetBytes(packetSize),
-      notifyFailure(std::move(onFailure)) {
+PulseRecording::PulseRecording(Stream recorded) : PlaybackRecording(std::move(recorded)) {
+    PulseServer& server = stream.server;
     if (!server.isPipeWire()) {
         connectStream(*server.readyContext());
         return;
@@ -27,11 +24,18 @@ PulseRecording::PulseRecording(PulseServer& server, PlaybackMerge& playbackMerge
     // PipeWire's Pulse server sends nothing of a client's stream while something else still waits for that
     // client: many streams of one connection starve each other. PulseAudio itself does not, and counts
     // connections.
-    ownConnection = std::make_unique<PulseConnection>(
-        server.api(), PulseConnection::Events{
-                          .ready = [this](pa_context& context) { connectStream(context); },
-                          .lost = [this] { stream.reset(); },
-                      });
+    ownConnection = std::make_unique<PulseConnection>(server.api(), PulseConnection::Events{
+                                                                        .ready =
+                                                                            [this](pa_context& context) {
+                                                                                refused = false;
+                                                                                connectStream(context);
+                                                                            },
+                                                                        .lost =
+                                                                            [this] {
+                                                                                monitor.reset();
+                                                                                tellOfRefusal();
+                                                                            },
+                                                                    });
     ownConnection->connect();
 }
 
@@ -40,29 +44,34 @@ void PulseRecording::connectStream(pa_context& context) {
     pa_proplist_sets(properties.get(), PA_PROP_MEDIA_NAME, kStreamName);
     // Kept out of the volume controls' lists of recorders.
     pa_proplist_sets(properties.get(), PA_PROP_MEDIA_ROLE, "filter");
-    stream.reset(pa_stream_new_with_proplist(&context, kStreamName, &kSampleSpec, nullptr, properties.get()));
-    if (!stream) {
+    monitor.reset(
+        pa_stream_new_with_proplist(&context, kStreamName, &kSampleSpec, nullptr, properties.get()));
+    if (!monitor) {
         fail();
         return;
     }
-    pa_stream_set_state_callback(stream.get(), onState, this);
-    pa_stream_set_read_callback(stream.get(), onData, this);
+    pa_stream_set_state_callback(monitor.get(), onState, this);
+    pa_stream_set_read_callback(monitor.get(), onData, this);
     const pa_buffer_attr attributes{.maxlength = kServersChoice,
                                     .tlength = kServersChoice,
                                     .prebuf = kServersChoice,
                                     .minreq = kServersChoice,
-                                    .fragsize = packetBytes};
+                                    .fragsize = stream.packetFrames * kFrameBytes};
     constexpr auto kFlags =
         static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_INHIBIT_AUTO_SUSPEND);
-    if (pa_stream_set_monitor_stream(stream.get(), playback) < 0 ||
-        pa_stream_connect_record(stream.get(), nullptr, &attributes, kFlags) < 0) {
+    if (pa_stream_set_monitor_stream(monitor.get(), stream.playbackIndex) < 0 ||
+        pa_stream_connect_record(monitor.get(), nullptr, &attributes, kFlags) < 0) {
         fail();
     }
 }
 
-void PulseRecording::fail() {
-    failed = true;
-    notifyFailure();
+// The server itself is there: it takes no more clients. The connection is tried again and again.
+void PulseRecording::tellOfRefusal() {
+    if (!refused && stream.server.readyContext() != nullptr) {
+        refused = true;
+        stream.server.logRarely(
+            "[WARNING] The sound server takes no more clients, an application stays silent");
+    }
 }
 
 void PulseRecording::onState(pa_stream* changed, void* self) {
@@ -79,7 +88,8 @@ void PulseRecording::onData(pa_stream* source, std::size_t, void* self) {
     while (pa_stream_peek(source, &data, &byteCount) == 0 && byteCount > 0) {
         const std::size_t sampleCount = byteCount / sizeof(float);
         if (data != nullptr) {
-            recording->merge.push(recording->playback, {static_cast<const float*>(data), sampleCount});
+            recording->stream.merge.push(recording->stream.playbackIndex,
+                                         {static_cast<const float*>(data), sampleCount});
         } else {
             recording->pushSilence(sampleCount);
         }
@@ -91,7 +101,7 @@ void PulseRecording::onData(pa_stream* source, std::size_t, void* self) {
 void PulseRecording::pushSilence(std::size_t sampleCount) {
     while (sampleCount > 0) {
         const std::size_t count = std::min(sampleCount, kGap.size());
-        merge.push(playback, std::span(kGap).first(count));
+        stream.merge.push(stream.playbackIndex, std::span(kGap).first(count));
         sampleCount -= count;
     }
 }

@@ -1,6 +1,7 @@
 #include "platform/linux/sound/PulseServer.h"
 
 #include "mixer/RouterLog.h"
+#include "platform/linux/sound/PipeWireConnection.h"
 
 #include <algorithm>
 #include <charconv>
@@ -106,6 +107,7 @@ PulseServer::PulseServer() : mainloop(pa_threaded_mainloop_new()) {
 PulseServer::~PulseServer() {
     removeLiveMicrophone();
     const Lock lock(*this);
+    pipeWireConnection.reset();
     connection.reset();
 }
 
@@ -257,14 +259,25 @@ void PulseServer::onLost() {
     if (liveMicrophone) {
         liveMicrophone->forget();
     }
-    setPhase(Phase::Absent);
+    ++deviceChangeCount;
+    phase = Phase::Absent;
     if (!wasKnown) {
+        pipeWireConnection.reset();
         return;
     }
     for (Observer* const observer : observers) {
         observer->connectionLost();
     }
+    pipeWireConnection.reset();
     logRarely("[WARNING] Sound server lost, waiting for its return");
+}
+
+// Once for each time that the server is there.
+void PulseServer::connectToPipeWire(std::uint32_t cookie) {
+    if (!pipeWireConnection) {
+        pipeWireConnection =
+            PipeWireConnection::open(api(), cookie, [this] { notify(&Observer::playbacksChanged); });
+    }
 }
 
 void PulseServer::finishListing() {
@@ -273,7 +286,7 @@ void PulseServer::finishListing() {
         logRarely("[INFO] Sound server is back");
     }
     wasReady = true;
-    setPhase(Phase::Ready);
+    phase = Phase::Ready;
     if (liveMicrophone) {
         liveMicrophone->begin(*connection->readyContext(), pictureForLiveMicrophone());
     }
@@ -306,6 +319,7 @@ void PulseServer::keepDevice(std::map<std::uint32_t, PulseDevice>& devices, Puls
     const bool wasThere = before != devices.end() && !before->second.unplugged;
     const bool came = !wasThere && !device.unplugged && !device.isMonitor;
     devices[device.index] = std::move(device);
+    ++deviceChangeCount;
     updateLiveMicrophone();
     if (came) {
         notify(&Observer::devicesCame);
@@ -321,6 +335,7 @@ void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t
     case PA_SUBSCRIPTION_EVENT_SINK:
         if (removed) {
             server->sinkMap.erase(index);
+            ++server->deviceChangeCount;
             server->updateLiveMicrophone();
         } else {
             start(pa_context_get_sink_info_by_index(context, index, onSink, self));
@@ -329,6 +344,7 @@ void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t
     case PA_SUBSCRIPTION_EVENT_SOURCE:
         if (removed) {
             server->sourceMap.erase(index);
+            ++server->deviceChangeCount;
             server->updateLiveMicrophone();
         } else {
             start(pa_context_get_source_info_by_index(context, index, onSource, self));
@@ -365,7 +381,11 @@ void PulseServer::onServer(pa_context*, const pa_server_info* info, void* self) 
     server->defaultSinkName = info->default_sink_name != nullptr ? info->default_sink_name : "";
     server->defaultSourceName = info->default_source_name != nullptr ? info->default_source_name : "";
     // "PulseAudio (on PipeWire 1.4.2)"
-    server->pipeWire = info->server_name != nullptr && std::strstr(info->server_name, "PipeWire") != nullptr;
+    server->onPipeWire =
+        info->server_name != nullptr && std::strstr(info->server_name, "PipeWire") != nullptr;
+    if (server->onPipeWire) {
+        server->connectToPipeWire(info->cookie);
+    }
     server->updateLiveMicrophone();
 }
 

@@ -23,6 +23,8 @@
 #include <string>
 #include <vector>
 
+class PipeWireConnection;
+
 /// A sink or source, as the server describes it.
 struct PulseDevice {
     std::uint32_t index = 0;
@@ -123,7 +125,13 @@ public:
     /// Null while not connected or not yet known.
     [[nodiscard]] pa_context* readyContext() const { return known ? connection->readyContext() : nullptr; }
     /// Whether the server is PipeWire's; false until it is known.
-    [[nodiscard]] bool isPipeWire() const { return pipeWire; }
+    [[nodiscard]] bool isPipeWire() const { return onPipeWire; }
+    /// PipeWire's own connection beside this one; null where there is none. Its state is notified like a
+    /// change of the playbacks.
+    [[nodiscard]] const std::shared_ptr<PipeWireConnection>& pipeWire() const { return pipeWireConnection; }
+    /// Writes the line to the router's log, at most one a second: a server that restarts again and again does
+    /// not fill it.
+    void logRarely(const char* line);
     [[nodiscard]] pa_mainloop_api& api() const { return *pa_threaded_mainloop_get_api(mainloop.get()); }
 
     static constexpr std::chrono::milliseconds kAnswerLimit{500};
@@ -134,8 +142,9 @@ private:
 
     void onReady(pa_context& context);
     void onLost();
+    void connectToPipeWire(std::uint32_t cookie);
     void finishListing();
-    void logRarely(const char* line);
+    void setPhase(Phase next);
     void notify(void (Observer::*change)());
     [[nodiscard]] LiveMicrophone::ServerPicture pictureForLiveMicrophone() const;
     void updateLiveMicrophone();
@@ -160,9 +169,8 @@ private:
     ClientProcesses clientProcesses;
     std::map<std::uint32_t, PulsePlayback> playbackMap;
     std::string defaultSinkName;
-    std::string defaultSourceName;
-    bool pipeWire = false;
-    std::optional<LiveMicrophone> liveMicrophone;
+    bool onPipeWire = false;
+    std::shared_ptr<PipeWireConnection> pipeWireConnection;
     std::optional<std::chrono::steady_clock::time_point> lastLine;
     bool wasReady = false;
     std::atomic<Phase> phase{Phase::Connecting};

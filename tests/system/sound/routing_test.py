@@ -9,7 +9,7 @@ import sys
 import numpy
 
 from bridge_host import LISTEN_BUS, LIVE_BUS, source
-from sound import PULSEAUDIO, held_level_db, level_db, tone
+from sound import PIPEWIRE, PULSEAUDIO, held_level_db, level_db, tone
 from sound_case import APPS, SPEAKERS, SoundCase, main
 from stage import wait_until
 
@@ -357,6 +357,31 @@ class Routing(SoundCase):
         self.assertIn("SystemBridge::cleanupNativeBridge() - Cleaning up", lines[0])
         self.assertIn("Audio routing service stopped", lines[1])
         wait_until(lambda: "Vexo Deck" not in self.sound.pactl("list", "clients"), "the connections to be gone")
+
+
+class WithoutPipeWireItself(SoundCase):
+    """Where PipeWire's own connection does not serve, its Pulse server does."""
+
+    def hear_application(self, remote):
+        if self.kind != PIPEWIRE:
+            self.skipTest("there is no PipeWire")
+        player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
+        bridge = self.start_bridge(PIPEWIRE_REMOTE=str(remote))
+        bridge.route(source(player.pid))
+        speakers = self.sound.recorder(SPEAKERS)
+        self.addCleanup(speakers.stop)
+        self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the tone")
+
+    def test_application_is_heard_where_it_takes_no_connection(self):
+        self.hear_application(self.folder / "nowhere")
+
+    def test_application_is_heard_where_it_is_another_server(self):
+        other = self.folder / "other"
+        other.mkdir(mode=0o700)
+        if self.kind == PIPEWIRE:
+            self.sound.client(["pipewire"], env_extra={"XDG_RUNTIME_DIR": str(other), "PIPEWIRE_RUNTIME_DIR": str(other)})
+            wait_until((other / "pipewire-0").exists, "the other server")
+        self.hear_application(other / "pipewire-0")
 
 
 class SlowSink(SoundCase):

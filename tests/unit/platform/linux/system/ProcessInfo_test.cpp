@@ -2,7 +2,6 @@
 #include "tests/support/Await.h"
 #include "tests/unit/platform/linux/ShellCommand.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 

@@ -4,68 +4,29 @@
 #include "platform/linux/sound/PulseProcessCapture.h"
 #include "tests/support/Await.h"
 #include "tests/support/mixer/RouterLogCapture.h"
-
-#include <QDir>
-#include <QStandardPaths>
-#include <QTemporaryDir>
+#include "tests/unit/platform/linux/ShellCommand.h"
+#include "tests/unit/platform/linux/sound/LiveSoundServer.h"
 
 #include <atomic>
-#include <cerrno>
 #include <chrono>
-#include <csignal>
-#include <cstdlib>
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
-/// A shell command in a process group of its own, which ends with this object.
-class ShellCommand {
-public:
-    explicit ShellCommand(const std::string& command) : id(fork()) {
-        if (id == 0) {
-            setpgid(0, 0);
-            execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
-            _exit(127);
-        }
-        setpgid(id, id);
-    }
-    ~ShellCommand() {
-        kill(-id, SIGKILL);
-        while (waitpid(id, nullptr, 0) < 0 && errno == EINTR) {
-        }
-    }
-    ShellCommand(const ShellCommand&) = delete;
-    ShellCommand& operator=(const ShellCommand&) = delete;
-
-    [[nodiscard]] std::uint32_t processId() const { return static_cast<std::uint32_t>(id); }
-
-private:
-    const pid_t id;
-};
-
-// Captures on a sound server of the test's own, with one null sink.
-class PulseCaptureOnServer : public testing::Test {
+// Captures on a sound server of the test's own.
+class CaptureOnServer : public testing::TestWithParam<LiveSoundServer::Kind> {
 protected:
     void SetUp() override {
-        if (QStandardPaths::findExecutable("pulseaudio").isEmpty()) {
-            GTEST_SKIP() << "pulseaudio is not installed";
+        if (!LiveSoundServer::isInstalled(GetParam())) {
+            GTEST_SKIP() << "the sound server is not installed";
         }
-        const std::string folder = runtime.path().toStdString();
-        setenv("PULSE_RUNTIME_PATH", folder.c_str(), 1);
-        setenv("PULSE_STATE_PATH", folder.c_str(), 1);
-        setenv("PULSE_COOKIE", (folder + "/cookie").c_str(), 1);
-        server = std::make_unique<ShellCommand>(
-            "exec pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no --high-priority=no "
-            "--log-level=0 -L 'module-native-protocol-unix auth-anonymous=1 socket=" +
-            folder + "/native' -L 'module-null-sink sink_name=null norewinds=1'");
-        setenv("PULSE_SERVER", ("unix:" + folder + "/native").c_str(), 1);
-        connection = PulseServer::shared();
-        ASSERT_TRUE(await([this] { return connection->isReady(); }));
+        server = std::make_unique<LiveSoundServer>(GetParam());
+        connection = server->connection;
+        ASSERT_TRUE(server->isReady());
     }
 
     /// Two streams of one process tree, each at a level of 1/8, play until the returned command ends.
@@ -75,6 +36,13 @@ protected:
         auto command = std::make_unique<ShellCommand>(std::string(kStream) + kStream + "wait");
         EXPECT_TRUE(await([this] { return connection->playbacks().size() == 2; }));
         return command;
+    }
+
+    void enable(std::uint32_t processId) {
+        AppAudioConfig record;
+        record.processID = processId;
+        record.input1Enabled = true;
+        store.putConfig(processId, record);
     }
 
     void awaitBothStreams(std::uint32_t processId) const {
@@ -94,10 +62,8 @@ protected:
         timer.reset();
     }
 
-    // The server's module takes no space in the name of its socket.
-    const QTemporaryDir runtime{QDir::tempPath() + QStringLiteral("/vexo-sound-XXXXXX")};
     RouterLogCapture lines;
-    std::unique_ptr<ShellCommand> server;
+    std::unique_ptr<LiveSoundServer> server;
     std::shared_ptr<PulseServer> connection;
     AppAudioConfigStore store;
     PerAppInputBuffers buffers{store};
@@ -107,14 +73,11 @@ protected:
 
 // Streams that are added up have frames waiting for each other at most times: each round stops at another
 // one.
-TEST_F(PulseCaptureOnServer, StoppedCaptureOfSeveralStreamsLeavesNothingBehindOnTheServersThread) {
+TEST_P(CaptureOnServer, FiftyStoppedCapturesOfSeveralStreamsLeaveNothingBehindOnTheServersThread) {
     const std::unique_ptr<ShellCommand> application = playTwoStreams();
     const std::uint32_t processId = application->processId();
-    AppAudioConfig record;
-    record.processID = processId;
-    record.input1Enabled = true;
-    store.putConfig(processId, record);
-    for (int round = 0; round < 10; ++round) {
+    enable(processId);
+    for (int round = 0; round < 50; ++round) {
         auto capture = std::make_unique<PulseProcessCapture>(connection, buffers);
         ASSERT_EQ(capture->startCapture(processId, true), kSoundDone);
         awaitBothStreams(processId);
@@ -124,7 +87,25 @@ TEST_F(PulseCaptureOnServer, StoppedCaptureOfSeveralStreamsLeavesNothingBehindOn
         if (round % 2 == 1) {
             capture.reset();
         }
-        passOnServerThread(2 * CaptureFeed::kRestAfter);
+        passOnServerThread(CaptureFeed::kRestAfter);
         EXPECT_EQ(buffers.getInputBuffer(processId, 1)->writePos, 0u) << "in round " << round;
     }
 }
+
+TEST_P(CaptureOnServer, ServerThatEndsUnderACaptureLeavesItInForce) {
+    const std::unique_ptr<ShellCommand> application = playTwoStreams();
+    enable(application->processId());
+    PulseProcessCapture capture(connection, buffers);
+    ASSERT_EQ(capture.startCapture(application->processId(), true), kSoundDone);
+    awaitBothStreams(application->processId());
+    server->process.reset();
+    EXPECT_TRUE(await([this] { return connection->playbacks().empty(); }));
+    EXPECT_EQ(capture.stopCapture(), kSoundDone);
+}
+
+INSTANTIATE_TEST_SUITE_P(, CaptureOnServer,
+                         testing::Values(LiveSoundServer::Kind::PulseAudio, LiveSoundServer::Kind::PipeWire),
+                         [](const auto& test) {
+                             return test.param == LiveSoundServer::Kind::PulseAudio ? "PulseAudio"
+                                                                                    : "PipeWire";
+                         });

@@ -1,0 +1,134 @@
+#include "platform/linux/sound/PipeWireConnection.h"
+
+#include <cerrno>
+#include <spa/utils/dict.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+pw_properties* applicationProperties(const PipeWireLibrary& library) {
+    const spa_dict_item name = SPA_DICT_ITEM_INIT(PW_KEY_APP_NAME, "Vexo Deck");
+    const spa_dict properties = SPA_DICT_INIT(&name, 1);
+    return library.propertiesNewDict(&properties);
+}
+
+} // namespace
+
+std::shared_ptr<PipeWireConnection> PipeWireConnection::open(pa_mainloop_api& mainloopApi,
+                                                             std::uint32_t serverCookie,
+                                                             std::function<void()> onDecided) {
+    const PipeWireLibrary* const library = PipeWireLibrary::get();
+    if (library == nullptr) {
+        return nullptr;
+    }
+    std::shared_ptr<PipeWireConnection> connection(
+        new PipeWireConnection(*library, mainloopApi, serverCookie, std::move(onDecided)));
+    return connection->connect() ? connection : nullptr;
+}
+
+PipeWireConnection::PipeWireConnection(const PipeWireLibrary& pipeWire, pa_mainloop_api& mainloopApi,
+                                       std::uint32_t serverCookie, std::function<void()> onDecided)
+    : library(pipeWire), api(mainloopApi), cookie(serverCookie), notifyDecided(std::move(onDecided)),
+      answerLimit(mainloopApi, [this] { decide(State::Lost); }),
+      threadLoop(nullptr, Release{.library = &pipeWire}), context(nullptr, Release{.library = &pipeWire}) {}
+
+bool PipeWireConnection::connect() {
+    wakeDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    threadLoop.reset(library.threadLoopNew("PipeWire", nullptr));
+    if (wakeDescriptor < 0 || !threadLoop) {
+        return false;
+    }
+    context.reset(
+        library.contextNew(library.threadLoopGetLoop(threadLoop.get()), applicationProperties(library), 0));
+    if (!context) {
+        return false;
+    }
+    connectedCore = library.contextConnect(context.get(), applicationProperties(library), 0);
+    if (connectedCore == nullptr) {
+        return false;
+    }
+    static constexpr pw_core_events kEvents = [] {
+        pw_core_events events{};
+        events.version = PW_VERSION_CORE_EVENTS;
+        events.info = onInfo;
+        events.error = onError;
+        return events;
+    }();
+    pw_core_add_listener(connectedCore, &coreListener, &kEvents, this);
+    wakeEvent = api.io_new(&api, wakeDescriptor, PA_IO_EVENT_INPUT, onSignal, this);
+    answerLimit.start(kAnswerLimit);
+    return library.threadLoopStart(threadLoop.get()) == 0;
+}
+
+PipeWireConnection::~PipeWireConnection() {
+    if (threadLoop) {
+        library.threadLoopStop(threadLoop.get());
+    }
+    // From here on this is the only thread that uses the library's loop.
+    if (connectedCore != nullptr) {
+        spa_hook_remove(&coreListener);
+        library.coreDisconnect(connectedCore);
+    }
+    context.reset();
+    threadLoop.reset();
+    if (wakeEvent != nullptr) {
+        api.io_free(wakeEvent);
+    }
+    if (wakeDescriptor >= 0) {
+        close(wakeDescriptor);
+    }
+}
+
+void PipeWireConnection::signal() {
+    // Pairs with the exchange in attend(): what is left here before a signal that is saved is seen there.
+    if (!signalled.exchange(true)) {
+        eventfd_write(wakeDescriptor, 1);
+    }
+}
+
+void PipeWireConnection::onSignal(pa_mainloop_api*, pa_io_event*, int descriptor, pa_io_event_flags_t,
+                                  void* self) {
+    eventfd_t count = 0;
+    eventfd_read(descriptor, &count);
+    static_cast<PipeWireConnection*>(self)->attend();
+}
+
+void PipeWireConnection::attend() {
+    signalled.exchange(false);
+    for (Recording* const recording : recordings) {
+        recording->attend();
+    }
+    decide(reported.load());
+}
+
+void PipeWireConnection::decide(State state) {
+    if (state == State::Connecting || decidedState == State::Lost || state == decidedState) {
+        return;
+    }
+    decidedState = state;
+    answerLimit.cancel();
+    for (Recording* const recording : recordings) {
+        recording->attend();
+    }
+    notifyDecided();
+}
+
+// The program may find another PipeWire than the one behind the Pulse server, whose streams are others.
+void PipeWireConnection::onInfo(void* self, const pw_core_info* info) {
+    auto* const connection = static_cast<PipeWireConnection*>(self);
+    State connecting = State::Connecting;
+    connection->reported.compare_exchange_strong(
+        connecting, info->cookie == connection->cookie ? State::Ready : State::Lost);
+    connection->signal();
+}
+
+// Other errors are those of single objects, which tell of them.
+void PipeWireConnection::onError(void* self, std::uint32_t id, int, int result, const char*) {
+    if (id == PW_ID_CORE && result == -EPIPE) {
+        auto* const connection = static_cast<PipeWireConnection*>(self);
+        connection->reported = State::Lost;
+        connection->signal();
+    }
+}
