@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <spa/param/audio/format-utils.h>
@@ -19,7 +20,9 @@ pw_properties* propertiesOf(const PipeWireLibrary& library, const char* name, st
                             std::uint32_t packetFrames) {
     // The Pulse server's index of a stream is the serial number of its node.
     const std::string target = std::to_string(playbackIndex);
-    const std::string latency = std::to_string(packetFrames) + "/" + std::to_string(kMixSampleRate);
+    // PipeWire rounds down to a power of two: 480 would be 256, and its whole graph would run twice as often.
+    const std::string latency =
+        std::to_string(std::bit_ceil(packetFrames)) + "/" + std::to_string(kMixSampleRate);
     const std::array items{
         SPA_DICT_ITEM_INIT(PW_KEY_MEDIA_TYPE, "Audio"),
         SPA_DICT_ITEM_INIT(PW_KEY_MEDIA_CATEGORY, "Capture"),
