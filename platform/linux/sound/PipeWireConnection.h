@@ -24,7 +24,8 @@ public:
         Ready,
         Lost ///< for good: refused, gone, not answered within kAnswerLimit, or another server
     };
-    static constexpr std::chrono::milliseconds kAnswerLimit{500};
+    /// Until then nothing is recorded; a server that answers at all does so within milliseconds.
+    static constexpr std::chrono::milliseconds kAnswerLimit{2000};
 
     /// One that records over this connection.
     class Recording {

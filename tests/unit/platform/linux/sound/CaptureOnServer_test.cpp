@@ -1,6 +1,7 @@
 #include "mixer/AppAudioConfigStore.h"
 #include "mixer/PerAppInputBuffers.h"
 #include "platform/linux/sound/CaptureFeed.h"
+#include "platform/linux/sound/PipeWireConnection.h"
 #include "platform/linux/sound/PulseProcessCapture.h"
 #include "tests/support/Await.h"
 #include "tests/support/mixer/RouterLogCapture.h"
@@ -27,6 +28,12 @@ protected:
         server = std::make_unique<LiveSoundServer>(GetParam());
         connection = server->connection;
         ASSERT_TRUE(server->isReady());
+        // On PipeWire the captures are to go over its own connection.
+        ASSERT_TRUE(GetParam() == LiveSoundServer::Kind::PulseAudio || await([this] {
+                        const PulseServer::Lock lock(*connection);
+                        const auto& pipeWire = connection->pipeWire();
+                        return pipeWire && pipeWire->state() == PipeWireConnection::State::Ready;
+                    }));
     }
 
     /// Two streams of one process tree, each at a level of 1/8, play until the returned command ends.
