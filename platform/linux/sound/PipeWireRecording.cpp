@@ -1,6 +1,6 @@
 #include "platform/linux/sound/PipeWireRecording.h"
 
-#include "mixer/Resampler.h"
+#include "mixer/WaveFormat.h"
 #include "platform/linux/sound/PlaybackMerge.h"
 
 #include <algorithm>
