@@ -9,15 +9,18 @@
 // there.
 
 #include "platform/linux/sound/ClientProcesses.h"
+#include "platform/linux/sound/LiveMicrophone.h"
 #include "platform/linux/sound/PulseConnection.h"
 #include "platform/linux/sound/PulseHandles.h"
 #include "platform/linux/sound/RealTimeThread.h"
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -144,7 +147,6 @@ private:
     void onLost();
     void connectToPipeWire(std::uint32_t cookie);
     void finishListing();
-    void setPhase(Phase next);
     void notify(void (Observer::*change)());
     [[nodiscard]] LiveMicrophone::ServerPicture pictureForLiveMicrophone() const;
     void updateLiveMicrophone();
@@ -169,6 +171,9 @@ private:
     ClientProcesses clientProcesses;
     std::map<std::uint32_t, PulsePlayback> playbackMap;
     std::string defaultSinkName;
+    std::string defaultSourceName;
+    std::atomic<std::uint64_t> deviceChangeCount{0};
+    std::optional<LiveMicrophone> liveMicrophone;
     bool onPipeWire = false;
     std::shared_ptr<PipeWireConnection> pipeWireConnection;
     std::optional<std::chrono::steady_clock::time_point> lastLine;
