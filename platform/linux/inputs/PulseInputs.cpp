@@ -152,14 +152,9 @@ void PulseInputs::awaitBlock(std::chrono::milliseconds limit) {
     const auto end = steady_clock::now() + limit;
     // What is due is done in any case, or a reader that always finds a block would never hear of a failure.
     static_cast<void>(pa_mainloop_iterate(mainloop.get(), 0, nullptr));
-<<<<<<< ours
-    while (!hasNews()) {
-        const auto left = std::chrono::ceil<std::chrono::microseconds>(end - steady_clock::now());
-=======
     while (!hasNews() && !woken.exchange(false)) {
         const std::chrono::microseconds left =
             std::min(std::chrono::ceil<std::chrono::microseconds>(end - steady_clock::now()), kLongestPoll);
->>>>>>> theirs
         if (left.count() <= 0 || pa_mainloop_prepare(mainloop.get(), static_cast<int>(left.count())) < 0) {
             return;
         }
