@@ -69,7 +69,6 @@ class Sandboxes(SoundCase):
     def make_devices(self):
         super().make_devices()
         self.sound.add_microphone("mic", MICROPHONE)
-        self.sound.write_alsa_devices({MICROPHONE: "mic"})
         self.keep_applications_apart()
 
     def setUp(self):
