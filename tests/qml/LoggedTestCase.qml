@@ -18,6 +18,23 @@ TestCase {
         property: "referenceValue"
     }
 
+    // Whether the time of startReferenceTime() is over.
+    property bool referenceTimeOver: false
+
+    Timer {
+        id: referenceTimer
+
+        onTriggered: loggedTestCase.referenceTimeOver = true
+    }
+
+    // Starts a time beside the one under test, before it: timers of one length end in the order of their starts. Their
+    // clock stands still within a frame, so that a busy machine's wall clock measures less than a timer waited.
+    function startReferenceTime(durationMs) {
+        referenceTimeOver = false;
+        referenceTimer.interval = durationMs;
+        referenceTimer.restart();
+    }
+
     // Verifies that a change animates a property from one value to another: at each step the property has the value of
     // this duration and easing, however slow the machine is. `find` returns the object after the change. Returns the
     // number of steps on the way; a busy machine makes few.
