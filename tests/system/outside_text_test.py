@@ -150,7 +150,6 @@ class OutsideTexts(SystemCase):
             appList=[self.record(stored), self.record(self.bait.link("fetched")), self.record("", file_name)],
             device_equalizer_values=[{"name": preset, "value": [0] * 12, "img": str(self.bait.path)}] * 8)
         self.sound.add_microphone("mic", microphone)
-        self.sound.write_alsa_devices({microphone: "mic"})
         self.describe_program("entry", entry)
         self.play("entry", "another")
         self.play("played", played)
