@@ -87,10 +87,9 @@ void HIDWriter::end(Waiting waiting) {
 
 std::chrono::milliseconds HIDWriter::writingFor() const {
     const std::lock_guard lock(queue->mutex);
-    if (!queue->writingSince) {
-        return {};
-    }
-    return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - *queue->writingSince);
+    const std::optional<steady_clock::time_point> since = queue->writingSince;
+    return since ? std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - *since)
+                 : std::chrono::milliseconds::zero();
 }
 
 bool HIDWriter::isWriting() const {

@@ -262,11 +262,12 @@ void EmulatorServer::onWireMessage(Client& client, const WireBuffer::Message& me
         const std::string path = reader.takeText();
         const std::optional<InterfaceInfo> info = bus.interfaceAt(path);
         client.handle = client.handle ? client.handle : bus.open(path);
-        const OpenResult result = !info           ? OpenResult::NoInterface
-                                  : client.handle ? OpenResult::Opened
-                                                  : OpenResult::NoPermission;
-        answer.push_back(static_cast<std::uint8_t>(result));
-        if (result == OpenResult::Opened) {
+        if (!info) {
+            answer.push_back(static_cast<std::uint8_t>(OpenResult::NoInterface));
+        } else if (!client.handle) {
+            answer.push_back(static_cast<std::uint8_t>(OpenResult::NoPermission));
+        } else {
+            answer.push_back(static_cast<std::uint8_t>(OpenResult::Opened));
             appendInterface(answer, *info);
         }
         break;

@@ -58,6 +58,18 @@ float busGain(const AppAudioConfig& master, std::uint32_t bus) {
     return master.input2Muted ? 0.0f : master.input2Volume;
 }
 
+// Frames of a packet of stereo float at 48000 Hz, from `first` on. `room` takes them where the rate is
+// another.
+std::span<const float> framesAt48k(std::span<const float> packet, std::uint32_t rate, std::uint64_t first,
+                                   std::size_t frames, std::span<float> room) {
+    if (rate == kMixSampleRate) {
+        return packet.subspan(2 * static_cast<std::size_t>(first), 2 * frames);
+    }
+    const std::span<float> resampled = room.first(2 * frames);
+    resampleTo48k(packet, rate, first, resampled);
+    return resampled;
+}
+
 void storeMeter(InputBuffer& ring, const StereoLevel& raw, float volume) {
     ring.levelLeft.store(std::min(1.0f, raw.left * volume), std::memory_order_relaxed);
     ring.levelRight.store(std::min(1.0f, raw.right * volume), std::memory_order_relaxed);
@@ -133,14 +145,7 @@ void PerAppInputBuffers::addInputData(std::uint32_t processID, const void* data,
         const bool heard = done >= unheardFrames;
         const auto pieceFrames =
             static_cast<std::size_t>(std::min(kPieceFrames, (heard ? frameCount : unheardFrames) - done));
-        std::span<const float> piece;
-        if (rate == kMixSampleRate) {
-            piece = converted.subspan(2 * static_cast<std::size_t>(done), 2 * pieceFrames);
-        } else {
-            const std::span<float> resampled = std::span(scratch.piece).first(2 * pieceFrames);
-            resampleTo48k(converted, rate, done, resampled);
-            piece = resampled;
-        }
+        const std::span<const float> piece = framesAt48k(converted, rate, done, pieceFrames, scratch.piece);
         meter.add(piece);
         if (heard) {
             bus1.write(piece);

@@ -114,8 +114,9 @@ std::size_t PulseInputRecording::readableBytes() const {
 }
 
 std::size_t PulseInputRecording::readableFrames() {
-    const std::size_t longest = wanted.rate / 1000 * kLongestDelayMs * frameBytes(wanted);
-    if (readableBytes() > std::max(longest, 2 * wanted.packetFrames * frameBytes(wanted))) {
+    const std::size_t longestFrames = std::size_t{wanted.rate} / 1000 * kLongestDelayMs;
+    const std::size_t twoPackets = std::size_t{2} * wanted.packetFrames;
+    if (readableBytes() > std::max(longestFrames, twoPackets) * frameBytes(wanted)) {
         dropOldest();
     }
     return readableBytes() / frameBytes(wanted);

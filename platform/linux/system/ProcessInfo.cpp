@@ -109,10 +109,8 @@ std::vector<std::uint32_t> processesWithOwnId(std::uint32_t ownId) {
         }
     }
     std::ranges::sort(found);
-    std::vector<std::uint32_t> processes;
-    for (const auto& [start, processId] : found) {
-        processes.push_back(processId);
-    }
+    std::vector<std::uint32_t> processes(found.size());
+    std::ranges::transform(found, processes.begin(), [](const auto& process) { return process.second; });
     return processes;
 }
 

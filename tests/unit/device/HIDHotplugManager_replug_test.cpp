@@ -25,6 +25,7 @@ protected:
     std::vector<std::ptrdiff_t> queriesTo(const LinkAddress& address) const {
         const std::vector<WireFrame> frames = sentFrames();
         std::vector<std::ptrdiff_t> counts;
+        counts.reserve(kQueries.size());
         for (const std::uint16_t messageId : kQueries) {
             counts.push_back(std::ranges::count_if(frames, [&](const WireFrame& frame) {
                 return frame.messageId == messageId && frame.destination == address;

@@ -168,6 +168,7 @@ TEST_P(LogFile, ProgramsThatWriteAtTheSameTimeLoseNoLine) {
     constexpr int kLines = 300;
     fill(path, kLogFullBytes - 20'000);
     std::vector<pid_t> writers;
+    writers.reserve(kWriters);
     for (int writer = 0; writer < kWriters; ++writer) {
         writers.push_back(start([writer] {
             for (int line = 0; line < kLines; ++line) {

@@ -30,7 +30,7 @@ bool silent(PerAppInputBuffers& buffers, std::uint32_t processID) {
 // Start
 
 TEST_F(AudioRouterApiTest, DriftIsCorrectedWhereTheSystemSaysSo) {
-    constexpr std::uint32_t kFrames = 480;
+    constexpr std::size_t kFrames = 480;
     constexpr std::uint32_t kBlocks = 1'500;
     for (const bool corrects : {false, true}) {
         system.correctsDrift = corrects;
@@ -42,7 +42,7 @@ TEST_F(AudioRouterApiTest, DriftIsCorrectedWhereTheSystemSaysSo) {
             static_cast<void>(bus(1, kFrames));
             feed(7, constant(kFrames, 0.5f, 0.5f));
         }
-        const std::uint32_t exact = kBlocks * kFrames % InputBuffer::kFrameCount;
+        const std::size_t exact = kBlocks * kFrames % InputBuffer::kFrameCount;
         const std::uint32_t read = buffers.getInputBuffer(7, 1)->busReadPos / 2;
         if (corrects) {
             EXPECT_GT(read, exact + 50);

@@ -182,7 +182,7 @@ protected:
 
 TEST_F(PulseInputsTest, SourceIsListedUnderItsNameAndReadAsItIs) {
     const Background player = playInto("mic_in");
-    const SoundDeviceRecord device = deviceNamed(kMicrophone).value();
+    const SoundDeviceRecord device = deviceNamed(kMicrophone).value_or(SoundDeviceRecord{});
     EXPECT_EQ(device.maxInputChannels, 2);
     EXPECT_EQ(device.maxOutputChannels, 0);
     EXPECT_EQ(device.defaultSampleRate, 48000.0);
@@ -208,8 +208,9 @@ TEST_F(PulseInputsTest, MonitorsAreNoInputsAndSinksAreOutputs) {
     const SoundDeviceList devices = inputs.devices();
     EXPECT_EQ(devices.deviceCount, static_cast<std::int32_t>(devices.records.size()));
     for (const SoundDeviceRecord& record : devices.records) {
-        EXPECT_NE(record.maxInputChannels > 0, record.maxOutputChannels > 0) << *record.name;
-        EXPECT_FALSE(record.name->starts_with("Monitor of")) << *record.name;
+        const std::string name = record.name.value_or("");
+        EXPECT_NE(record.maxInputChannels > 0, record.maxOutputChannels > 0) << name;
+        EXPECT_FALSE(name.starts_with("Monitor of")) << name;
         EXPECT_EQ(devices.find(record.index), &record);
     }
     EXPECT_EQ(std::ranges::count(devices.records, std::optional<std::string>("Desk Microphone in"),
@@ -289,7 +290,7 @@ TEST_F(PulseInputsTest, FramesThatNobodyReadsAreLostTheOldestFirst) {
     PulseMainloopHandle mainloop(pa_mainloop_new());
     PulseInputRecording recording(*pa_mainloop_get_api(mainloop.get()), {"mic", 48000, 2, kBlockFrames});
     recording.follow(1);
-    constexpr std::size_t kLongest = 48 * PulseInputRecording::kLongestDelayMs;
+    constexpr std::size_t kLongest = std::size_t{48} * PulseInputRecording::kLongestDelayMs;
     std::size_t most = 0;
     bool lost = false;
     ASSERT_TRUE(await([&] {

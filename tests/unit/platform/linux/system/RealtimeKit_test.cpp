@@ -50,6 +50,7 @@ TEST(RealtimeKit, QuestionsToASilentBusAreGivenUpAtAnyTime) {
     const SilentBus bus;
     for (int round = 0; round < 5; ++round) {
         std::vector<std::unique_ptr<RealtimeKitRequest>> requests;
+        requests.reserve(3);
         for (int number = 0; number < 3; ++number) {
             requests.push_back(std::make_unique<RealtimeKitRequest>(gettid(), kPriority));
         }
