@@ -9,8 +9,8 @@
 namespace {
 
 pw_properties* applicationProperties(const PipeWireLibrary& library) {
-    const spa_dict_item name = SPA_DICT_ITEM_INIT(PW_KEY_APP_NAME, "Vexo Deck");
-    const spa_dict properties = SPA_DICT_INIT(&name, 1);
+    const spa_dict_item name{.key = PW_KEY_APP_NAME, .value = "Vexo Deck"};
+    const spa_dict properties{.flags = 0, .n_items = 1, .items = &name};
     return library.propertiesNewDict(&properties);
 }
 

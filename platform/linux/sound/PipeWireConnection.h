@@ -78,8 +78,8 @@ public:
 private:
     struct Release {
         const PipeWireLibrary* library = nullptr;
-        void operator()(pw_thread_loop* loop) const { library->threadLoopDestroy(loop); }
-        void operator()(pw_context* context) const { library->contextDestroy(context); }
+        void operator()(pw_thread_loop* owned) const { library->threadLoopDestroy(owned); }
+        void operator()(pw_context* owned) const { library->contextDestroy(owned); }
     };
 
     PipeWireConnection(const PipeWireLibrary& pipeWire, pa_mainloop_api& mainloopApi,

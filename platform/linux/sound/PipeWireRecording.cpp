@@ -23,26 +23,27 @@ pw_properties* propertiesOf(const PipeWireLibrary& library, const char* name, st
     // PipeWire rounds down to a power of two: 480 would be 256, and its whole graph would run twice as often.
     const std::string latency =
         std::to_string(std::bit_ceil(packetFrames)) + "/" + std::to_string(kMixSampleRate);
-    const std::array items{
-        SPA_DICT_ITEM_INIT(PW_KEY_MEDIA_TYPE, "Audio"),
-        SPA_DICT_ITEM_INIT(PW_KEY_MEDIA_CATEGORY, "Capture"),
+    const auto items = std::to_array<spa_dict_item>({
+        {PW_KEY_MEDIA_TYPE, "Audio"},
+        {PW_KEY_MEDIA_CATEGORY, "Capture"},
         // Kept out of the volume controls' lists of recorders.
-        SPA_DICT_ITEM_INIT(PW_KEY_MEDIA_ROLE, "filter"),
-        SPA_DICT_ITEM_INIT(PW_KEY_MEDIA_NAME, name),
-        SPA_DICT_ITEM_INIT(PW_KEY_NODE_NAME, name),
-        SPA_DICT_ITEM_INIT(PW_KEY_TARGET_OBJECT, target.c_str()),
-        SPA_DICT_ITEM_INIT(PW_KEY_NODE_LATENCY, latency.c_str()),
+        {PW_KEY_MEDIA_ROLE, "filter"},
+        {PW_KEY_MEDIA_NAME, name},
+        {PW_KEY_NODE_NAME, name},
+        {PW_KEY_TARGET_OBJECT, target.c_str()},
+        {PW_KEY_NODE_LATENCY, latency.c_str()},
         // A node that goes, or is not known yet, is waited for and not replaced by a microphone, and neither
         // a volume nor a target that was once set for a recorder of this program is applied.
-        SPA_DICT_ITEM_INIT("node.dont-fallback", "true"),
-        SPA_DICT_ITEM_INIT("node.linger", "true"),
-        SPA_DICT_ITEM_INIT("node.dont-move", "true"),
-        SPA_DICT_ITEM_INIT("state.restore-props", "false"),
-        SPA_DICT_ITEM_INIT("state.restore-target", "false"),
+        {"node.dont-fallback", "true"},
+        {"node.linger", "true"},
+        {"node.dont-move", "true"},
+        {"state.restore-props", "false"},
+        {"state.restore-target", "false"},
         // What is paused does not run for being recorded.
-        SPA_DICT_ITEM_INIT(PW_KEY_NODE_PASSIVE, "true"),
-    };
-    const spa_dict properties = SPA_DICT_INIT(items.data(), static_cast<std::uint32_t>(items.size()));
+        {PW_KEY_NODE_PASSIVE, "true"},
+    });
+    const spa_dict properties{
+        .flags = 0, .n_items = static_cast<std::uint32_t>(items.size()), .items = items.data()};
     return library.propertiesNewDict(&properties);
 }
 
