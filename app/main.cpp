@@ -1,5 +1,6 @@
 #include "app/DarkLook.h"
 #include "app/InstanceGuard.h"
+#include "app/ScriptEngines.h"
 #include "app/SettingsManager.h"
 #include "bridge/SystemBridge.h"
 #include "device/HIDHotplugManager.h"
@@ -32,6 +33,7 @@ void registerService(const char* module, const char* typeName) {
 /// instance runs; -1 when the root document cannot be loaded.
 int main(int argc, char* argv[]) {
     makeWideOutputUtf8();
+    collectGarbageInOneGo();
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Vexo Deck"));
     QGuiApplication::setOrganizationName(QStringLiteral("VEXO"));

@@ -63,6 +63,18 @@ class StartUp(StartUpCase):
         # The device scan started before the document was read.
         self.assertLess(program.log.index("单例创建完成，开始监测设备"), program.log.index("noSuchProperty"))
 
+    def test_garbage_of_the_documents_is_collected_in_one_go(self):
+        program = self.start(environment={"QT_LOGGING_RULES": "qt.qml.gc.stateTransitions=true",
+                                          "QT_MESSAGE_PATTERN": "%{threadid} %{category}: %{message}"})
+        end = "qt.qml.gc.stateTransitions: Transitioning to the Invalid state\n"
+        program.wait_log(end)
+        collection = program.log.partition(end)[0].splitlines()[:-1]
+        while "Preparing to execute the MarkStart state" not in collection[0]:
+            collection.pop(0)
+        # A collector that works in steps lets the documents go on in between, and they tell of it.
+        main_thread = collection[0].split()[0] + " "
+        self.assertEqual([line for line in collection if line.startswith(main_thread) and " qt.qml.gc." not in line], [])
+
     def test_start_up_and_clean_up_run_once_and_in_order(self):
         program = self.start()
         self.stage.wait_text(WAITING_TITLE)

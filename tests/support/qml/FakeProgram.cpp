@@ -1,5 +1,6 @@
 #include "tests/support/qml/FakeProgram.h"
 
+#include "app/ScriptEngines.h"
 #include "tests/support/qml/FakeHIDHotplugManager.h"
 #include "tests/support/qml/FakeSystemBridge.h"
 #include "tests/support/qml/StoreFile.h"
@@ -17,6 +18,7 @@ constexpr int kLevelPeriodMs = 50;
 } // namespace
 
 void setUpFakeProgram() {
+    collectGarbageInOneGo();
     QQuickStyle::setStyle("Material");
     QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
     registerFakeHIDHotplugManager();
