@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <charconv>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <sstream>
 #include <string_view>
+#include <sys/stat.h>
+#include <sys/types.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -42,6 +45,25 @@ std::uint64_t startTime(std::uint32_t processId) {
     std::uint64_t start = 0;
     fields >> start;
     return fields ? start : std::numeric_limits<std::uint64_t>::max();
+}
+
+// The text of a regular file, as far as the limit; empty where anything else stands: a pipe or a device could
+// keep its reader for ever, and a link of another root leads elsewhere in ours.
+std::string regularFile(const std::string& path) {
+    constexpr std::size_t kLargestBytes = 1 << 16;
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK);
+    if (file < 0) {
+        return {};
+    }
+    struct stat status{};
+    std::string text;
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+        text.resize(kLargestBytes);
+        const ssize_t count = read(file, text.data(), text.size());
+        text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    close(file);
+    return text;
 }
 
 // Nothing for a name that is no number.
@@ -136,7 +158,7 @@ std::string processFileName(std::uint32_t processId) {
 std::string flatpakApplication(std::uint32_t processId) {
     constexpr std::string_view kKey = "name=";
     // What the sandbox is made of, in the root folder that the process sees.
-    std::ifstream file(processFile(processId, "root/.flatpak-info"));
+    std::istringstream file(regularFile(processFile(processId, "root/.flatpak-info")));
     bool inSection = false;
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with('[')) {
