@@ -166,17 +166,25 @@ QString programOfExec(const QString& exec) {
     return {};
 }
 
+std::optional<QByteArray> readDesktopFile(const QString& path) {
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) {
+        return std::nullopt;
+    }
+    return file.read(kLargestEntryBytes);
+}
+
 QList<DesktopEntry> readDesktopEntries() {
     const QStringList languages = userLanguages();
     const QStringList desktops = runningDesktops();
     QList<DesktopEntry> entries;
     const QStringList roots = QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
     for (const QString& path : programFiles(roots, QStringLiteral("desktop"), kScanDepth)) {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly)) {
+        const std::optional<QByteArray> text = readDesktopFile(path);
+        if (!text) {
             continue;
         }
-        DesktopEntry entry = parseDesktopEntry(file.read(kLargestEntryBytes), languages, desktops);
+        DesktopEntry entry = parseDesktopEntry(*text, languages, desktops);
         entry.path = path;
         entries.append(entry);
     }

@@ -8,6 +8,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 /// What is used of one ".desktop" file.
 struct DesktopEntry {
     QString path;      ///< of the file
@@ -24,6 +26,10 @@ struct DesktopEntry {
 
 /// The program of an Exec line: its first word, unquoted; the one behind "env" and its assignments.
 [[nodiscard]] QString programOfExec(const QString& exec);
+
+/// The text of one ".desktop" file, at most its first MiB; nothing where it cannot be read or is no file: a
+/// pipe could keep its reader for ever. Any thread.
+[[nodiscard]] std::optional<QByteArray> readDesktopFile(const QString& path);
 
 /// All entries of the user and the system, in the order of the folders, without those that an earlier folder
 /// hides. Reads the files at each call. Any thread.

@@ -166,10 +166,10 @@ QList<InstalledProgram> installedPrograms() {
 }
 
 std::optional<QImage> installedProgramIcon(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    const std::optional<QByteArray> text = readDesktopFile(path);
+    if (!text) {
         return std::nullopt;
     }
-    const QString icon = parseDesktopEntry(file.readAll(), {}, {}).icon;
+    const QString icon = parseDesktopEntry(*text, {}, {}).icon;
     return icon.isEmpty() ? std::nullopt : std::optional(loadIcon(icon, kIconFileSize));
 }

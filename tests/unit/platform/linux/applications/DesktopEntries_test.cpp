@@ -1,6 +1,17 @@
 #include "platform/linux/applications/DesktopEntries.h"
+#include "tests/support/Await.h"
 
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <chrono>
+#include <fcntl.h>
+#include <future>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -79,4 +90,29 @@ TEST(EntryOfExecutable, PathComesBeforeFileNameAndAShownOneBeforeAHidden) {
     EXPECT_EQ(entryOfExecutable({hidden}, "/usr/bin/player")->name, "Hidden");
     EXPECT_EQ(entryOfExecutable({hidden, shown}, "/usr/bin/other"), nullptr);
     EXPECT_EQ(entryOfExecutable({hidden, shown}, ""), nullptr);
+}
+
+TEST(DesktopEntries, LinkToAPipeDoesNotKeepTheReader) {
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation);
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const QByteArray pipe = QFile::encodeName(folder + "/pipe");
+    ASSERT_EQ(mkfifo(pipe.constData(), S_IRUSR | S_IWUSR), 0);
+    const QString link = folder + "/link.desktop";
+    ASSERT_TRUE(QFile::link(QFile::decodeName(pipe), link));
+    QFile file(folder + "/player.desktop");
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("[Desktop Entry]\nType=Application\nName=Player behind the pipe\n");
+    file.close();
+
+    auto answer = std::async(std::launch::async, readDesktopEntries);
+    EXPECT_TRUE(await([&] { return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+    // Ends a reader that waits.
+    close(open(pipe.constData(), O_WRONLY | O_NONBLOCK));
+    const QList<DesktopEntry> entries = answer.get();
+    EXPECT_TRUE(std::ranges::any_of(
+        entries, [](const DesktopEntry& entry) { return entry.name == "Player behind the pipe"; }));
+    EXPECT_FALSE(std::ranges::any_of(entries, [&](const DesktopEntry& entry) { return entry.path == link; }));
+    for (const QString& made : {QFile::decodeName(pipe), link, file.fileName()}) {
+        EXPECT_TRUE(QFile::remove(made));
+    }
 }
