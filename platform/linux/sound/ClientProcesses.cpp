@@ -10,6 +10,9 @@
 
 namespace {
 
+// Remembered of one client, which may name new ones for ever.
+constexpr std::size_t kMostOthers = 32;
+
 // Whether the process may run the program of this file name; an image that may not be read is known by the
 // name that the kernel keeps of it, which is cut.
 bool mayRun(std::uint32_t process, const std::string& binary) {
@@ -30,7 +33,7 @@ std::uint32_t checked(std::uint32_t process) {
 void ClientProcesses::put(std::uint32_t client, ClientClaim claim) {
     Client& kept = clients[client];
     if (kept.claim != claim) {
-        kept = {.claim = std::move(claim), .process = std::nullopt};
+        kept = {.claim = std::move(claim), .process = std::nullopt, .others = {}};
     }
 }
 
@@ -43,13 +46,25 @@ std::uint32_t ClientProcesses::processOf(std::uint32_t client, const ClientClaim
     // A client may play in the name of another process.
     if (ofStream.processId != 0 && known.claim.processId != 0 &&
         ofStream.processId != known.claim.processId) {
-        return find(ofStream);
+        return processOfOther(known, ofStream);
     }
     if (!known.process) {
         known.process =
             find(known.claim.processId != 0 || known.claim.peerProcess != 0 ? known.claim : ofStream);
     }
     return *known.process;
+}
+
+// The server tells of each change of a stream, as of its volume, and a search takes milliseconds.
+std::uint32_t ClientProcesses::processOfOther(Client& client, const ClientClaim& ofStream) const {
+    const auto before = std::ranges::find(client.others, ofStream, &Found::claim);
+    if (before != client.others.end()) {
+        return before->process;
+    }
+    if (client.others.size() == kMostOthers) {
+        client.others.clear();
+    }
+    return client.others.emplace_back(ofStream, find(ofStream)).process;
 }
 
 std::uint32_t ClientProcesses::find(const ClientClaim& claim) const {

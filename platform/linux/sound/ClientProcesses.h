@@ -44,11 +44,17 @@ public:
     [[nodiscard]] std::uint32_t processOf(std::uint32_t client, const ClientClaim& ofStream);
 
 private:
+    struct Found {
+        ClientClaim claim;
+        std::uint32_t process = 0;
+    };
     struct Client {
         ClientClaim claim;
         std::optional<std::uint32_t> process; // found already
+        std::vector<Found> others;            // found already: in whose name it plays, too
     };
 
+    [[nodiscard]] std::uint32_t processOfOther(Client& client, const ClientClaim& ofStream) const;
     [[nodiscard]] std::uint32_t find(const ClientClaim& claim) const;
     [[nodiscard]] std::uint32_t chooseFor(const ClientClaim& claim,
                                           const std::vector<std::uint32_t>& candidates) const;

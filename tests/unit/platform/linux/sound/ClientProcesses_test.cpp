@@ -134,6 +134,17 @@ TEST_F(ClientProcessesTest, NumberOfANamespaceIsTheProcessThatHasIt) {
     EXPECT_EQ(processOf(1), process);
 }
 
+TEST_F(ClientProcessesTest, ProcessInWhoseNameAClientPlaysIsLookedForOnce) {
+    const std::uint32_t process = runInNamespace(0);
+    processes.put(1,
+                  {.processId = static_cast<std::uint32_t>(getpid()), .binary = "player", .peerProcess = 0});
+    const ClientClaim ofStream{.processId = 2, .binary = python, .peerProcess = 0};
+    EXPECT_EQ(processes.processOf(1, ofStream), process);
+    sandboxes.clear();
+    ASSERT_TRUE(await([&] { return processImagePath(process).empty(); }));
+    EXPECT_EQ(processes.processOf(1, ofStream), process);
+}
+
 TEST_F(ClientProcessesTest, ProcessesOfOneNumberGetAsManyClientsAsTheyHaveConnections) {
     ASSERT_TRUE(listener.isListening());
     const std::uint32_t silent = runInNamespace(0);
