@@ -114,6 +114,8 @@ class Storm(Disturbed):
         for attribute in EVERY_KIND:
             self.stage.emulator(f"storm 300 1000 {attribute}")
             self.stage.emulator("wait storm 20000")
+        # What the storms left on its way has been read once a later report shows.
+        self.wait_followed("mic_gain", 3, table.SLIDER, "增益", 3)
         self.wait_followed("mute", 0, table.SWITCH, "静音", False)
         self.panel.clear()
         self.panel.click(table.SWITCH, "静音")
