@@ -16,9 +16,9 @@ LinkInspection linkInspect() {
     seen.sendQueueLength = tables.sendQueue.size();
     seen.poolBytesInUse = poolBytesInUse(tables.pool);
     seen.poolBlocksInUse = tables.pool.usedRecords;
-    seen.pendingCount =
-        static_cast<std::uint32_t>(std::count_if(tables.pending.begin(), tables.pending.end(),
-                                                 [](const PendingRequest& entry) { return entry.used; }));
+    seen.pendingCount = static_cast<std::uint32_t>(
+        std::count_if(tables.pending.begin(), tables.pending.begin() + tables.pendingEnd,
+                      [](const PendingRequest& entry) { return entry.used; }));
     seen.pendingStarted = tables.requestCounters.started;
     seen.pendingAnswered = tables.requestCounters.answered;
     seen.pendingTimedOut = tables.requestCounters.timedOut;

@@ -23,9 +23,33 @@ const Handler* findHandler(std::uint16_t messageId) {
     return handler == handlers.end() ? nullptr : handler;
 }
 
+// Calls `visit(entry)` for each pending request, with those that a visit puts behind it.
+template <typename Visitor>
+void visitPending(Visitor&& visit) {
+    for (std::uint32_t index = 0; index < stack().pendingEnd; ++index) {
+        if (stack().pending[index].used) {
+            visit(stack().pending[index]);
+        }
+    }
+}
+
+// Frees the entry. Its request still holds its memory.
+StoredFrame takeOut(PendingRequest& entry) {
+    const StoredFrame request = std::exchange(entry, {}).request;
+    while (stack().pendingEnd > 0 && !stack().pending[stack().pendingEnd - 1].used) {
+        --stack().pendingEnd;
+    }
+    return request;
+}
+
+void forget(PendingRequest& entry) {
+    StoredFrame request = takeOut(entry);
+    releaseFrame(request);
+}
+
 void endWithTimeout(PendingRequest& entry) {
     // Frees the entry first: the handler may send a request.
-    StoredFrame request = std::exchange(entry, {}).request;
+    StoredFrame request = takeOut(entry);
     if (request.frame.payload == nullptr || !isIntact(request)) {
         request.frame.length = 0;
         request.frame.payload = nullptr;
@@ -38,15 +62,14 @@ void endWithTimeout(PendingRequest& entry) {
 }
 
 void endAnsweredRequests(const LinkFrame& response) {
-    for (PendingRequest& entry : stack().pending) {
+    visitPending([&response](PendingRequest& entry) {
         const LinkFrame& request = entry.request.frame;
-        if (entry.used && request.messageId == response.messageId && request.sequence == response.sequence &&
+        if (request.messageId == response.messageId && request.sequence == response.sequence &&
             request.destination == response.source) {
             ++stack().requestCounters.answered;
-            releaseFrame(entry.request);
-            entry = {};
+            forget(entry);
         }
-    }
+    });
 }
 
 void cancelRequest(const LinkFrame& frame) {
@@ -78,29 +101,24 @@ void dispatchFrame(const LinkFrame& frame) {
 }
 
 void forgetPendingRequests() {
-    for (PendingRequest& entry : stack().pending) {
-        if (entry.used) {
-            ++stack().requestCounters.cancelled;
-            releaseFrame(entry.request);
-            entry = {};
-        }
-    }
+    visitPending([](PendingRequest& entry) {
+        ++stack().requestCounters.cancelled;
+        forget(entry);
+    });
 }
 
 std::uint32_t ticksToRetry() {
     std::uint32_t ticks = kRetryPauseTicks + 1;
-    for (const PendingRequest& entry : stack().pending) {
-        if (entry.used) {
-            ticks = std::min(ticks, ticksUntilOver(entry.sentAt, kRetryPauseTicks));
-        }
-    }
+    visitPending([&ticks](const PendingRequest& entry) {
+        ticks = std::min(ticks, ticksUntilOver(entry.sentAt, kRetryPauseTicks));
+    });
     return ticks;
 }
 
 void retryPendingRequests() {
-    for (PendingRequest& entry : stack().pending) {
-        if (!entry.used || stack().now - entry.sentAt <= kRetryPauseTicks) {
-            continue;
+    visitPending([](PendingRequest& entry) {
+        if (stack().now - entry.sentAt <= kRetryPauseTicks) {
+            return;
         }
         entry.sentAt = stack().now;
         if (entry.retriesLeft == 0 || !isIntact(entry.request)) {
@@ -110,7 +128,7 @@ void retryPendingRequests() {
             --entry.retriesLeft;
             routeFrame(entry.request.frame);
         }
-    }
+    });
 }
 
 } // namespace vexo::link
@@ -156,6 +174,8 @@ int linkSend(std::uint32_t flags, const LinkFrame& frame) {
         return kSendOutOfMemory;
     }
     *entry = {true, stack().now, kRetryCount, request};
+    stack().pendingEnd =
+        std::max(stack().pendingEnd, static_cast<std::uint32_t>(entry - pending.begin()) + 1);
     ++stack().requestCounters.started;
     routeFrame(outgoing);
     return 0;

@@ -148,6 +148,7 @@ struct Stack {
     std::array<Channel, kChannelCount> channels{};
     std::array<Handler, kHandlerCount> handlers{};
     std::array<PendingRequest, kPendingCount> pending{};
+    std::uint32_t pendingEnd = 0; // behind the last entry of `pending` in use
     LinkQueue<ReceivedFrame, kQueueLength> receiveQueue;
     LinkQueue<FrameToSend, kQueueLength> sendQueue;
     std::array<Peer, kPeerCount + 1> peers{}; // slot 0 is the list's head and no peer
