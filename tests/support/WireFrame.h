@@ -84,11 +84,16 @@ inline Bytes encode(const WireFrame& frame) {
     return bytes;
 }
 
+/// Whether `bytes` are exactly one valid frame.
+inline bool isFrame(std::span<const std::uint8_t> bytes) {
+    return bytes.size() >= kFrameBytes && bytes[0] == 0x55 && bytes[1] / 16 == 1 &&
+           bytes.size() == kFrameBytes + readU16(bytes, 2) &&
+           bytes.back() == checksum(bytes.first(bytes.size() - 1));
+}
+
 /// Nothing unless `bytes` are exactly one valid frame.
 inline std::optional<WireFrame> decode(const Bytes& bytes) {
-    if (bytes.size() < kFrameBytes || bytes[0] != 0x55 || bytes[1] / 16 != 1 ||
-        bytes.size() != kFrameBytes + readU16(bytes, 2) ||
-        bytes.back() != checksum(std::span(bytes).first(bytes.size() - 1))) {
+    if (!isFrame(bytes)) {
         return std::nullopt;
     }
     return WireFrame{.kind = static_cast<std::uint8_t>(bytes[1] % 16),
