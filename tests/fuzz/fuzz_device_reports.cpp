@@ -3,16 +3,20 @@
 // with a correct checksum, answers to what the host asked, time, other devices, requests of the screens.
 //
 // It fails when a sanitizer reports, when a document warns, when something of a device is left over after its
-// end, and when an honest device that comes next does not show with its own name, number and version.
+// end, when an honest device that comes next does not show with its own name, number and version or is not
+// asked for its values, and when the screens show anything of another device in its place.
 
 #include "device/HIDDevice.h"
 #include "device/HIDHotplugManager.h"
+#include "device/HIDWriter.h"
 #include "device/link/Link.h"
 #include "device/link/LinkInspection.h"
 #include "device/link/LinkState.h"
 #include "tests/fuzz/FuzzProgram.h"
+#include "tests/support/Await.h"
 #include "tests/support/ScriptedHidapi.h"
 #include "tests/support/WireFrame.h"
+#include "tests/support/qml/FakeSystemBridge.h"
 #include "tests/support/qml/StoreFile.h"
 
 #include <QCoreApplication>
@@ -32,9 +36,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -51,18 +58,27 @@ struct Model {
     ReportForm form;
 };
 
-const std::array<Model, 3> kModels{{{{"/r2", 0x3327, 0x9829, 0x0C}, ReportForm::mixer},
-                                    {{"/m40", 0x2F05, 0x1396, 0x8C}, ReportForm::microphone},
-                                    {{"/t40", 0x2F05, 0x1397, 0x8C}, ReportForm::microphone}}};
+const std::array<Model, 3> kModels{{{{"/r2", 0x3327, 0x9829, 0x0C}, ReportForm::Mixer},
+                                    {{"/m40", 0x2F05, 0x1396, 0x8C}, ReportForm::Microphone},
+                                    {{"/t40", 0x2F05, 0x1397, 0x8C}, ReportForm::Microphone}}};
 const scriptedHidapi::Interface kBootloader{"/boot", 0x3327, 0x0820, 0xFF00};
 
-/// Of the honest device, which no other device of a program has.
-constexpr LinkAddress kHonestAddress{9, 3, 0x1777};
+/// Of an honest device: one that no other device has, and one that others have, too.
+constexpr LinkAddress kOwnAddress{9, 3, 0x1777};
+constexpr LinkAddress kSharedAddress{7, 3, 0x1234};
+
+/// Bits of an input's first byte.
+constexpr std::uint8_t kAfterSilence = 0x80;
+constexpr std::uint8_t kAtSharedAddress = 0x40;
 
 /// More than any request of the link waits.
 constexpr int kLongestSilenceSteps = 3000;
 constexpr std::uint32_t kSilenceStepMs = 1001;
 constexpr int kHonestTicks = 20000;
+/// The values that the façade reads when a device is ready.
+constexpr int kReadsAtConnection = 10;
+/// The façade's text for what it does not know.
+constexpr const char* kUnknown = "N/A";
 
 /// A warning of a document or of the program is a defect.
 void failOnWarning(QtMsgType type, const QMessageLogContext&, const QString& text) {
@@ -86,6 +102,7 @@ public:
         qmlRegisterSingletonType<HIDHotplugManager>(
             "VexoDeckHIDHotplug", 1, 0, "HIDHotplugManager",
             [](QQmlEngine*, QJSEngine*) -> QObject* { return served; });
+        registerFakeSystemBridge();
         registerTemporarySettings();
         QQmlComponent component(&engine);
         component.setData("import QtQml\nimport MediaControls\n"
@@ -114,15 +131,18 @@ public:
         if (model == nullptr) {
             return;
         }
+        // An interface that is still written to would not open again at once.
+        waitForWriter();
         scriptedHidapi::unplug(model->interface.path);
         transport.closeDevice(QString::fromStdString(model->interface.path));
         transport.waitForReaders();
-        (void)scriptedHidapi::takeWritten(model->interface.path);
         requests.clear();
-        stream.clear();
         model = nullptr;
         manager.onScanTimer();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        require(scriptedHidapi::openHandles() == 0, "the handles of a device that is gone are closed");
+        require(scriptedHidapi::callsAfterClose() == 0, "no closed handle is used");
+        scriptedHidapi::reset();
     }
 
     /// The scan stops and starts again.
@@ -159,6 +179,14 @@ public:
         takeRequests();
     }
 
+    /// What the host asks waits for an answer.
+    void takeRequests() {
+        if (model != nullptr) {
+            std::ranges::copy_if(takeFrames(), std::back_inserter(requests),
+                                 [](const WireFrame& frame) { return frame.kind == kLinkRequest; });
+        }
+    }
+
     /// Answers the oldest request; false when there is none.
     template <typename PayloadOf>
     bool answer(const LinkAddress& source, PayloadOf payloadOf) {
@@ -168,17 +196,13 @@ public:
         const WireFrame request = requests.front();
         requests.erase(requests.begin());
         frame(wireFrame::encode({kLinkResponse, request.sequence, source, request.source, request.messageId,
-                                 payloadOf(request.messageId)}));
+                                 payloadOf(request)}));
         return true;
     }
 
     /// Nothing of what the wire carried is left after a long silence on it.
     void silence() {
         unplug();
-        // A peer may ask for a patience of years.
-        for (vexo::link::Peer& peer : vexo::link::stack().peers) {
-            peer.timeLeft = std::min(peer.timeLeft, 1);
-        }
         const auto isQuiet = [](const LinkInspection& seen) {
             return seen.pendingCount == 0 && seen.receiveQueueLength == 0 && seen.sendQueueLength == 0 &&
                    seen.peerCount == 0;
@@ -186,12 +210,19 @@ public:
         for (int step = 0; step < kLongestSilenceSteps && !isQuiet(linkInspect()); ++step) {
             linkTick(kSilenceStepMs);
             manager.onTimeout();
+            // A peer may ask for a patience of years, also by a hello that has just been taken from the
+            // queue.
+            for (vexo::link::Peer& peer : vexo::link::stack().peers) {
+                peer.timeLeft = std::min(peer.timeLeft, 1);
+            }
         }
         require(isQuiet(linkInspect()), "everything ends");
         // In a conflict of addresses the host has taken another one.
         vexo::link::stack().hostChid = vexo::link::kHostFirstChid;
         require(!facade->property("deviceReady").toBool(), "no device is ready when none is there");
         QMetaObject::invokeMethod(facade, "flushMessages");
+        // The documents' own work, as collecting what they no longer use.
+        QCoreApplication::processEvents();
     }
 
     [[nodiscard]] std::string text(const char* getter) const {
@@ -209,31 +240,35 @@ public:
     const Model* model = nullptr;
 
 private:
-    /// Takes the frames that the host has written since the last call; its requests wait for an answer.
-    void takeRequests() {
-        if (model == nullptr) {
-            return;
-        }
-        const std::ptrdiff_t header = model->form == ReportForm::mixer ? 2 : 1;
-        for (const Report& written : scriptedHidapi::takeWritten(model->interface.path)) {
-            stream.insert(stream.end(), written.begin() + header, written.end());
-        }
-        while (stream.size() >= wireFrame::kFrameBytes) {
-            const std::size_t size = wireFrame::kFrameBytes + wireFrame::readU16(stream, 2);
-            if (stream.size() < size) {
-                return;
-            }
-            const auto end = stream.begin() + static_cast<std::ptrdiff_t>(size);
-            const std::optional<WireFrame> sent = wireFrame::decode(Bytes(stream.begin(), end));
-            require(sent.has_value(), "the host writes whole frames");
-            stream.erase(stream.begin(), end);
-            if (sent->kind == kLinkRequest) {
-                requests.push_back(*sent);
-            }
-        }
+    /// The writer has a thread of its own.
+    void waitForWriter() {
+        require(awaitStepping([this] { return !transport.isWriting(); }, [] { std::this_thread::yield(); }),
+                "what the host queues is written");
     }
 
-    Bytes stream;
+    /// Takes the reports that the host has written since the last call, as frames.
+    std::vector<WireFrame> takeFrames() {
+        waitForWriter();
+        const std::vector<Report> written = scriptedHidapi::takeWritten(model->interface.path);
+        if (written.size() >= HIDWriter::kQueueLength) {
+            return {}; // The queue may have been full, and reports are missing.
+        }
+        const std::ptrdiff_t header = model->form == ReportForm::Mixer ? 2 : 1;
+        std::vector<WireFrame> frames;
+        std::vector<Report> described;
+        Bytes stream;
+        for (const Report& report : written) {
+            stream.insert(stream.end(), report.begin() + header, report.end());
+            if (const std::optional<WireFrame> frame = wireFrame::decode(stream); frame.has_value()) {
+                std::ranges::copy(wireFrame::hostReports(model->form, stream), std::back_inserter(described));
+                frames.push_back(*frame);
+                stream.clear();
+            }
+        }
+        require(written == described, "the host writes whole frames in the form of the model");
+        return frames;
+    }
+
     std::vector<WireFrame> requests;
 };
 
@@ -247,8 +282,14 @@ Host& host() {
 struct Honest {
     std::string name;
     std::string serial;
+    std::string usbProductId;
+    LinkAddress address;
+    int readCount = 0;
 
-    [[nodiscard]] Bytes answerTo(std::uint16_t messageId) const {
+    [[nodiscard]] Bytes answerTo(const WireFrame& request) {
+        require(request.destination == address, "the host asks the device that is there");
+        const std::uint16_t messageId = request.messageId;
+        readCount += messageId == kLinkMessageGetAttribute ? 1 : 0;
         Bytes payload{0};
         if (messageId == kLinkMessageName) {
             payload.push_back(static_cast<std::uint8_t>(name.size()));
@@ -260,26 +301,39 @@ struct Honest {
         }
         return payload;
     }
+
+    /// Whether the screens show all of this device. They never show anything of another one.
+    [[nodiscard]] bool isShown(const Host& the) const {
+        const std::array<std::pair<const char*, std::string>, 5> values{
+            {{"getDeviceName", name},
+             {"getDeviceSN", serial},
+             {"getDeviceVersion", "V2.05"},
+             {"getDevicePID", std::to_string(address.pid)},
+             {"getDeviceDPID", usbProductId}}};
+        std::size_t shown = 0;
+        for (const auto& [getter, value] : values) {
+            const std::string text = the.text(getter);
+            require(text == value || text == kUnknown, "the screens show the device that is there");
+            shown += text == value ? 1 : 0;
+        }
+        const bool isReady = the.facade->property("deviceReady").toBool();
+        require(!isReady || shown == values.size(), "a device is ready when all of it is known");
+        return isReady && readCount == kReadsAtConnection;
+    }
 };
 
 /// Also brings the objects back to one state, so that each input meets the same.
-void showHonestDevice(const Model& model) {
+void showHonestDevice(const Model& model, const LinkAddress& address) {
     static unsigned count = 0;
     const std::string number = std::to_string(++count);
-    const Honest honest{"Honest " + number, "H-" + number};
+    Honest honest{"Honest " + number, "H-" + number, std::to_string(model.interface.productId), address};
     Host& the = host();
     the.plug(model);
-    the.frame(wireFrame::hello(kHonestAddress));
-    const auto isShown = [&the, &honest, &model] {
-        return the.facade->property("deviceReady").toBool() && the.text("getDeviceName") == honest.name &&
-               the.text("getDeviceSN") == honest.serial && the.text("getDeviceVersion") == "V2.05" &&
-               the.text("getDevicePID") == std::to_string(kHonestAddress.pid) &&
-               the.text("getDeviceDPID") == std::to_string(model.interface.productId);
-    };
-    for (int ticks = 0; !isShown(); ++ticks) {
+    the.frame(wireFrame::hello(address));
+    for (int ticks = 0; !honest.isShown(the); ++ticks) {
         require(ticks < kHonestTicks, "an honest device shows with its own name, number and version");
         the.tick();
-        the.answer(kHonestAddress, [&honest](std::uint16_t id) { return honest.answerTo(id); });
+        the.answer(address, [&honest](const WireFrame& request) { return honest.answerTo(request); });
     }
     the.silence();
 }
@@ -297,7 +351,7 @@ void feedFromDevice(Host& the, Program& program, std::uint8_t code) {
         break;
     case 2: {
         const LinkAddress source = program.address();
-        the.answer(source, [&program](std::uint16_t) { return program.bytes(program.byte()); });
+        the.answer(source, [&program](const WireFrame&) { return program.bytes(program.byte()); });
         break;
     }
     default:
@@ -332,6 +386,7 @@ void askFromScreen(Host& the, Program& program, std::uint8_t code) {
         the.manager.messageGet(program.byte());
         break;
     }
+    the.takeRequests();
 }
 
 void step(Host& the, Program& program) {
@@ -368,6 +423,12 @@ void step(Host& the, Program& program) {
 
 } // namespace
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer's own name
+extern "C" const char* __asan_default_options() {
+    // Whatever only a document's own heap points to, which the sanitizer cannot read, would be a leak.
+    return "detect_leaks=0";
+}
+
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     static const QTemporaryDir home;
     qputenv("HOME", home.path().toLocal8Bit());
@@ -377,8 +438,11 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     static const QGuiApplication& application = *new QGuiApplication(*argc, *argv);
     static_cast<void>(application);
     qInstallMessageHandler(failOnWarning);
+    // The end of the process with these objects in it is none of a program's.
+    (void)std::atexit(
+        [] { qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {}); });
     for (const Model& model : kModels) {
-        showHonestDevice(model);
+        showHonestDevice(model, kOwnAddress);
     }
     return 0;
 }
@@ -386,12 +450,15 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     Host& the = host();
     Program program(bytes, size);
-    const Model& model = kModels[program.byte() % kModels.size()];
+    const std::uint8_t kind = program.byte();
+    const Model& model = kModels[kind % kModels.size()];
     the.plug(model);
     while (!program.isOver()) {
         step(the, program);
     }
-    the.silence();
-    showHonestDevice(model);
+    if ((kind & kAfterSilence) != 0) {
+        the.silence();
+    }
+    showHonestDevice(model, (kind & kAtSharedAddress) != 0 ? kSharedAddress : kOwnAddress);
     return 0;
 }
