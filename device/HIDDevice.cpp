@@ -1,11 +1,13 @@
 #include "device/HIDDevice.h"
 
 #include <QDebug>
+#include <QSet>
 #include <QVarLengthArray>
 
 #include <algorithm>
 #include <chrono>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -21,9 +23,10 @@ QByteArray readBuffer() {
 
 } // namespace
 
-HIDDevice::HIDDevice(QObject* parent, const HIDIntervals& chosen) : QObject(parent), intervals(chosen) {
-    writeWatch.setSingleShot(true);
-    connect(&writeWatch, &QTimer::timeout, this, &HIDDevice::giveUpHungInterfaces);
+HIDDevice::HIDDevice(QObject* parent, const HIDIntervals& chosen)
+    : QObject(parent), intervals(chosen), writeWatch(new QTimer(this)) {
+    writeWatch->setSingleShot(true);
+    connect(writeWatch, &QTimer::timeout, this, &HIDDevice::giveUpHungWriters);
 }
 
 HIDDevice::~HIDDevice() {
@@ -35,21 +38,28 @@ void HIDDevice::openDevice(std::uint16_t vid, std::uint16_t pid, int page, bool 
     vendorId = vid;
     productId = pid;
     usagePage = page;
-    gaveUp = false;
+    givenUp.clear();
+    openMatchingInterfaces(isRetry);
+}
 
+void HIDDevice::openGivenUp() {
+    if (!givenUp.isEmpty()) {
+        openMatchingInterfaces(false);
+    }
+}
+
+void HIDDevice::openMatchingInterfaces(bool isRetry) {
+    QSet<QString> present;
     hid_device_info* const list = hid_enumerate(vendorId, productId);
     for (const hid_device_info* info = list; info != nullptr; info = info->next) {
         if (info->usage_page == usagePage) {
+            present.insert(QString::fromUtf8(info->path));
             openInterface(info->path, isRetry);
         }
     }
     hid_free_enumeration(list);
-}
-
-void HIDDevice::openGivenUp() {
-    if (gaveUp) {
-        openDevice(vendorId, productId, usagePage);
-    }
+    givenUp.removeIf(
+        [&present](QHash<QString, bool>::iterator known) { return !present.contains(known.key()); });
 }
 
 void HIDDevice::openInterface(const char* hidPath, bool isRetry) {
@@ -61,19 +71,22 @@ void HIDDevice::openInterface(const char* hidPath, bool isRetry) {
         }
     }
     std::erase_if(writers, [](const auto& former) { return former.second->hasEnded(); });
-    const auto [begin, end] = writers.equal_range(path);
-    if (std::any_of(begin, end, [](const auto& former) { return former.second->isWriting(); })) {
-        gaveUp = true;
+    if (isWriting()) {
+        givenUp.insert(path, givenUp.value(path));
         return;
     }
+    const bool isQuiet = isRetry || givenUp.value(path);
     hid_device* opened = nullptr;
     int result = 0;
     do {
-        if (!isRetry) {
+        if (!isQuiet) {
             qDebug() << " hid_open_path ";
         }
         opened = hid_open_path(hidPath);
         if (opened == nullptr) {
+            if (const auto refused = givenUp.find(path); refused != givenUp.end()) {
+                *refused = true;
+            }
             const wchar_t* const reason = hid_error(nullptr);
             emit openFailed(path, reason == nullptr ? QString() : QString::fromWCharArray(reason));
             return;
@@ -85,6 +98,7 @@ void HIDDevice::openInterface(const char* hidPath, bool isRetry) {
             qDebug() << "hid_set_nonblocking failed:" << result;
         }
     } while (result < 0);
+    givenUp.remove(path);
     {
         std::shared_ptr<hid_device> handle(opened, hid_close);
         const auto writer = std::make_shared<HIDWriter>(path, handle);
@@ -217,6 +231,10 @@ HIDDevice::Devices HIDDevice::devicePaths() const {
 }
 
 bool HIDDevice::writeAll(const QByteArray& report) {
+    return writeAll(QByteArrayList{report});
+}
+
+bool HIDDevice::writeAll(const QByteArrayList& reports) {
     // The paths of the moment: an interface may close during the writes.
     QVarLengthArray<QString, 4> paths;
     {
@@ -229,12 +247,16 @@ bool HIDDevice::writeAll(const QByteArray& report) {
     }
     bool written = false;
     for (const QString& path : paths) {
-        written = writeTo(path, report) || written;
+        written = writeTogether(path, reports) || written;
     }
     return written;
 }
 
 bool HIDDevice::writeTo(const QString& path, const QByteArray& report) {
+    return writeTogether(path, QByteArrayList{report});
+}
+
+bool HIDDevice::writeTogether(const QString& path, const QByteArrayList& reports) {
     bool known = false;
     std::shared_ptr<HIDWriter> writer;
     {
@@ -249,47 +271,57 @@ bool HIDDevice::writeTo(const QString& path, const QByteArray& report) {
         qDebug() << (known ? "Device not connected" : "Device not found");
         return false;
     }
-    if (!writer->write(report)) {
-        qDebug() << "Failed to write to device:" << path << "data: " << report.toHex();
+    if (!writer->write(reports)) {
+        for (const QByteArray& report : reports) {
+            qDebug() << "Failed to write to device:" << path << "data: " << report.toHex();
+        }
         return false;
     }
-    if (!writeWatch.isActive()) {
-        writeWatch.start(intervals.writeLimitMs);
+    if (!writeWatch->isActive()) {
+        writeWatch->start(intervals.writeLimitMs);
     }
     return true;
 }
 
 bool HIDDevice::isWriting() const {
-    const std::lock_guard lock(mutex);
-    return std::any_of(devices.cbegin(), devices.cend(),
-                       [](const DeviceEntry& entry) { return entry.connected && entry.writer->isWriting(); });
+    return std::ranges::any_of(writers, [](const auto& writer) { return writer.second->isWriting(); });
 }
 
-void HIDDevice::giveUpHungInterfaces() {
+void HIDDevice::giveUpHungWriters() {
     const std::chrono::milliseconds limit(intervals.writeLimitMs);
     std::chrono::milliseconds longest{};
-    QStringList hung;
-    {
-        const std::lock_guard lock(mutex);
-        for (auto entry = devices.cbegin(); entry != devices.cend(); ++entry) {
-            if (!entry->connected) {
-                continue;
-            }
-            const std::chrono::milliseconds lasted = entry->writer->writingFor();
-            if (lasted >= limit) {
-                hung.append(entry.key());
-            } else {
-                longest = std::max(longest, lasted);
-            }
+    bool isWatching = false;
+    std::vector<std::pair<QString, std::shared_ptr<HIDWriter>>> hung;
+    for (const auto& [path, writer] : writers) {
+        const std::chrono::milliseconds lasted = writer->writingFor();
+        if (lasted >= limit) {
+            hung.emplace_back(path, writer);
+        } else if (writer->isWriting()) {
+            isWatching = true;
+            longest = std::max(longest, lasted);
         }
     }
-    for (const QString& path : std::as_const(hung)) {
-        qWarning() << "HIDDevice: 写入超时，放弃接口并重新打开:" << path;
-        gaveUp = true;
-        closeEntry(path, nullptr, HIDWriter::Waiting::Dropped);
+    for (const auto& [path, writer] : hung) {
+        giveUp(path, *writer);
     }
-    if (isWriting()) {
-        writeWatch.start(limit - longest);
+    if (isWatching) {
+        writeWatch->start(limit - longest);
+    }
+}
+
+void HIDDevice::giveUp(const QString& path, HIDWriter& writer) {
+    bool isOpen = false;
+    {
+        const std::lock_guard lock(mutex);
+        const auto entry = devices.constFind(path);
+        isOpen = entry != devices.constEnd() && entry->connected && entry->writer.get() == &writer;
+    }
+    if (isOpen) {
+        qWarning() << "HIDDevice: 写入超时，放弃接口并重新打开:" << path;
+        givenUp.insert(path, false);
+        closeEntry(path, nullptr, HIDWriter::Waiting::Dropped);
+    } else if (const std::size_t dropped = writer.end(HIDWriter::Waiting::Dropped); dropped > 0) {
+        qWarning() << "HIDDevice: 写入超时，放弃未写的报告:" << path << dropped;
     }
 }
 

@@ -4,6 +4,8 @@
 #include "device/HIDWriter.h"
 
 #include <QByteArray>
+#include <QByteArrayList>
+#include <QHash>
 #include <QMap>
 #include <QObject>
 #include <QPointer>
@@ -29,8 +31,8 @@
 /// wait for its threads, and no read or write uses a closed handle.
 ///
 /// An interface that does not take a report within the limit is given up with one line in the log: it is
-/// closed, and openDevice opens it anew once the write that hangs has returned. (Until then the system may
-/// make every other opening wait, too.)
+/// closed, and openDevice opens it anew. While a report is being written to any interface, none is opened:
+/// the system may make an opening wait for that write, whichever device it is for.
 class HIDDevice : public QObject {
     Q_OBJECT
 
@@ -52,13 +54,14 @@ public:
     ~HIDDevice() override;
 
     /// Opens all interfaces of `vid` and `pid` whose usage page is `usagePage` and that are not open yet.
-    /// An interface that cannot be opened is reported by `openFailed` and left closed: the caller's next scan
-    /// tries again, as it does after an interface to which a write still hangs. `isRetry` keeps the attempts
-    /// out of the log.
+    /// Opens none while a report waits or is being written. An interface that cannot be opened is reported by
+    /// `openFailed`. Either is left to the caller's next scan. `isRetry` keeps the attempts out of the log.
     void openDevice(std::uint16_t vid, std::uint16_t pid, int usagePage, bool isRetry = false);
-    /// Opens what has been given up, as openDevice did last; does nothing where nothing has.
+    /// Opens what has been given up and is still on the bus, as openDevice did last. Does nothing where
+    /// nothing has. Of attempts that the system refuses the first one is in the log.
     void openGivenUp();
-    /// Closes one interface, from the main thread; an unknown path is ignored. Reports that wait are written.
+    /// Closes one interface, from the main thread; an unknown path is ignored. Reports that wait are written,
+    /// until one of them hangs.
     void closeDevice(const QString& path);
     void closeAll();
 
@@ -69,14 +72,16 @@ public:
     /// Gives the report, its report id first, to the writer of every connected interface. True if at least
     /// one took it.
     bool writeAll(const QByteArray& report);
+    /// The same for reports that belong together: a writer takes all of them or none.
+    bool writeAll(const QByteArrayList& reports);
     /// True unless the path is unknown or closing, or 256 reports wait. The report is written later and in
     /// its turn; where hidapi then reports -1, a line in the log tells it. A short write counts as success.
     bool writeTo(const QString& path, const QByteArray& report);
-    /// Whether a report is still to be written to an open interface.
+    /// Whether a report is still to be written, to an open interface or one that was closed. Main thread.
     [[nodiscard]] bool isWriting() const;
 
     /// Joins all readers, within one read time-out. What they have read has then been signalled. Main thread,
-    /// when no interface is open.
+    /// when no interface is open; while something is still written, a reader may have to wait for that, too.
     void waitForReaders();
     /// Joins readers and writers. Main thread, only for the end of the object or the process, after closeAll.
     /// A writer that hangs in a write is left behind.
@@ -93,8 +98,10 @@ signals:
     void deviceDisconnected(const QString& path);
 
 private:
-    /// Opens the interface, unless it is open, is still written to, or the system refuses.
-    void openInterface(const char* path, bool isRetry);
+    /// Opens the interface, unless it is open, something is still written, or the system refuses.
+    void openInterface(const char* hidPath, bool isRetry);
+    void openMatchingInterfaces(bool isRetry);
+    bool writeTogether(const QString& path, const QByteArrayList& reports);
     void startDataReadThread(const QString& path);
     /// The reader thread's body; returns when the interface of this handle is closed or fails.
     void readLoop(const QString& path, std::shared_ptr<hid_device> handle);
@@ -102,8 +109,10 @@ private:
     /// handle before the signal, so that the device is closed when the signal arrives, unless it is still
     /// being written to. Any thread.
     void closeEntry(const QString& path, std::shared_ptr<hid_device> only, HIDWriter::Waiting waiting);
-    /// Closes the interfaces whose present write has lasted too long; watches on while another is under way.
-    void giveUpHungInterfaces();
+    /// Ends the writers whose present write has lasted too long, of open interfaces and of closed ones;
+    /// watches on while another is under way.
+    void giveUpHungWriters();
+    void giveUp(const QString& path, HIDWriter& writer);
     /// Whether the path is connected with this handle: it may have been closed and opened again meanwhile.
     [[nodiscard]] bool isConnected(const QString& path, const std::shared_ptr<hid_device>& handle) const;
 
@@ -124,7 +133,8 @@ private:
     /// The writers that had not ended when an interface was opened last, and its own; main thread only.
     std::multimap<QString, std::shared_ptr<HIDWriter>> writers;
     /// Runs while reports are written; looks for those that hang.
-    QTimer writeWatch;
-    /// An interface has been given up and not been opened since.
-    bool gaveUp = false;
+    QTimer* const writeWatch;
+    /// The interfaces that have been given up and not been opened since, and whether the system has refused
+    /// one of them meanwhile. Main thread only.
+    QHash<QString, bool> givenUp;
 };

@@ -151,14 +151,10 @@ void HIDHotplugManager::installLinkCallbacks() {
     }
 }
 
-bool HIDHotplugManager::endLastConnection() {
-    if (hidDevice->isOpen()) {
-        return false;
-    }
+void HIDHotplugManager::endLastConnection() {
     // A reader tells of its interface after the map has lost it. The new connection must not hear of that.
     hidDevice->waitForReaders();
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
-    return true;
 }
 
 void HIDHotplugManager::beginConnection(const UsbIdentity& identity) {
@@ -171,10 +167,15 @@ void HIDHotplugManager::beginConnection(const UsbIdentity& identity) {
 }
 
 void HIDHotplugManager::onScanTimer() {
-    if (!endLastConnection()) {
+    if (hidDevice->isOpen()) {
         hidDevice->openGivenUp();
         return;
     }
+    if (hidDevice->isWriting()) {
+        // The last connection lasts until its writes end, and nothing can be opened before.
+        return;
+    }
+    endLastConnection();
     hid_device_info* const list = hid_enumerate(0, 0);
     const hid_device_info* const found = firstKnownDevice(list);
     const bool present = found != nullptr;

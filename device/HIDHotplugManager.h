@@ -112,8 +112,8 @@ private:
     /// Sends one frame of the link in the model's reports; -1 while no device is open, otherwise 1.
     int sendFrame(std::uint32_t channel, std::uint32_t length, const std::uint8_t* bytes);
 
-    /// Takes what the last connection still has queued. Returns whether no interface is open.
-    bool endLastConnection();
+    /// Takes what the last connection still has queued, when no interface is open.
+    void endLastConnection();
     /// Forgets the device before this one.
     void beginConnection(const UsbIdentity& identity);
 

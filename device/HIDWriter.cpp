@@ -62,27 +62,31 @@ void HIDWriter::run(Queue& queue, const QString& path) {
     lock.unlock();
 }
 
-bool HIDWriter::write(const QByteArray& report) {
+bool HIDWriter::write(const QByteArrayList& reports) {
     const std::lock_guard lock(queue->mutex);
-    if (queue->ending || queue->reports.size() == kQueueLength) {
+    const auto count = static_cast<std::size_t>(reports.size());
+    if (queue->ending || count > kQueueLength - queue->reports.size()) {
         return false;
     }
-    queue->reports.push_back(report);
+    queue->reports.insert(queue->reports.end(), reports.begin(), reports.end());
     queue->changed.notify_all();
     return true;
 }
 
-void HIDWriter::end(Waiting waiting) {
+std::size_t HIDWriter::end(Waiting waiting) {
     Handle released;
     const std::lock_guard lock(queue->mutex);
     queue->ending = true;
+    std::size_t dropped = 0;
     if (waiting == Waiting::Dropped) {
+        dropped = queue->reports.size();
         queue->reports.clear();
     }
     if (queue->reports.empty()) {
         released = std::exchange(queue->handle, nullptr);
     }
     queue->changed.notify_all();
+    return dropped;
 }
 
 std::chrono::milliseconds HIDWriter::writingFor() const {

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QPointer>
 #include <QString>
 #include <QThread>
 
 #include <chrono>
+#include <cstddef>
 #include <hidapi.h>
 #include <memory>
 
@@ -31,12 +33,13 @@ public:
     HIDWriter(const HIDWriter&) = delete;
     HIDWriter& operator=(const HIDWriter&) = delete;
 
-    /// Takes a report to be written. False when the queue is full, or after end().
-    [[nodiscard]] bool write(const QByteArray& report);
+    /// Takes reports to be written, all or none. False when the queue has no room for them, or after end().
+    [[nodiscard]] bool write(const QByteArrayList& reports);
 
     /// Takes no more reports. Lets the handle go before it returns, unless reports are still to be written or
-    /// a write is under way; then the thread does so as it ends.
-    void end(Waiting waiting);
+    /// a write is under way; then the thread does so as it ends. Returns how many reports were dropped. A
+    /// writer that ends may be told again to drop what waits.
+    std::size_t end(Waiting waiting);
 
     /// How long the present write has lasted; 0 while none is under way.
     [[nodiscard]] std::chrono::milliseconds writingFor() const;

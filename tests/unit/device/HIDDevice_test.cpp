@@ -5,11 +5,13 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QTimer>
 
 #include <atomic>
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -296,14 +298,46 @@ TEST_F(HIDDeviceTest, WritesReachTheDeviceInTheirOrder) {
 }
 
 TEST_F(HIDDeviceTest, WriteThatHangsHoldsUpNeitherTheCallerNorAnotherInterface) {
+    scriptedHidapi::plug(linkInterface("/b"));
     ASSERT_NO_FATAL_FAILURE(openOne());
     scriptedHidapi::holdWrites(true);
-    EXPECT_TRUE(device.writeAll("x")) << "returns while the write is still on";
+    EXPECT_TRUE(device.writeTo("/a", "x")) << "returns while the write is still on";
     ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 1; }));
-    scriptedHidapi::plug(linkInterface("/b"));
-    device.openDevice(kVendor, kProduct, kPage);
     EXPECT_TRUE(device.writeTo("/b", "y"));
     ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 2; }));
+}
+
+TEST_F(HIDDeviceTest, NothingIsOpenedWhileAWriteHangsOnAnyInterface) {
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    scriptedHidapi::holdWrites(true);
+    ASSERT_TRUE(device.writeAll("x"));
+    ASSERT_TRUE(await([this] { return !device.isOpen(); }));
+    scriptedHidapi::plug(linkInterface("/b"));
+    device.openDevice(kVendor, kProduct, kPage);
+    EXPECT_EQ(scriptedHidapi::openedEver(), 1) << "an opening waits for the write, whichever interface it is";
+    EXPECT_FALSE(device.isOpen());
+    scriptedHidapi::holdWrites(false);
+    ASSERT_TRUE(await([this] {
+        device.openGivenUp();
+        return device.devicePaths().size() == 2;
+    }));
+}
+
+TEST_F(HIDDeviceTest, WriterThatHangsWhileItEndsIsGivenUpToo) {
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    scriptedHidapi::holdWrites(true);
+    for (const char* report : {"1", "2", "3"}) {
+        ASSERT_TRUE(device.writeAll(report));
+    }
+    ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 1; }));
+    const LogCapture log;
+    device.closeAll();
+    ASSERT_TRUE(await([&log] { return !log.texts(QtWarningMsg).isEmpty(); })) << "each write would hang anew";
+    EXPECT_EQ(log.texts(QtWarningMsg), QStringList(R"(HIDDevice: 写入超时，放弃未写的报告: "/a" 2)"));
+    scriptedHidapi::holdWrites(false);
+    ASSERT_TRUE(await([] { return scriptedHidapi::openHandles() == 0; }));
+    EXPECT_EQ(scriptedHidapi::written("/a").size(), 1u);
+    EXPECT_EQ(log.texts(QtWarningMsg).size(), 1);
 }
 
 TEST_F(HIDDeviceTest, FullQueueRefusesAReportWithALine) {
@@ -320,6 +354,27 @@ TEST_F(HIDDeviceTest, FullQueueRefusesAReportWithALine) {
     scriptedHidapi::holdWrites(false);
     ASSERT_TRUE(awaitWritten());
     EXPECT_EQ(scriptedHidapi::written("/a").size(), 257u);
+}
+
+TEST_F(HIDDeviceTest, ReportsThatBelongTogetherAreTakenTogetherOrNotAtAll) {
+    ASSERT_NO_FATAL_FAILURE(openOne());
+    scriptedHidapi::holdWrites(true);
+    ASSERT_TRUE(device.writeTo("/a", "first"));
+    ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 1; }));
+    for (int count = 0; count < 254; ++count) {
+        ASSERT_TRUE(device.writeTo("/a", "next")) << count;
+    }
+    const LogCapture log;
+    EXPECT_FALSE(device.writeAll(QByteArrayList({"1", "2", "3"})));
+    EXPECT_EQ(log.count("Failed to write to device:"), 3);
+    EXPECT_TRUE(device.writeAll(QByteArrayList({"4", "5"})));
+    EXPECT_FALSE(device.writeAll(QByteArrayList({"6"})));
+    scriptedHidapi::holdWrites(false);
+    ASSERT_TRUE(awaitWritten());
+    const std::vector<scriptedHidapi::Report> written = scriptedHidapi::written("/a");
+    ASSERT_EQ(written.size(), 257u);
+    EXPECT_EQ(written[255], scriptedHidapi::Report{'4'});
+    EXPECT_EQ(written[256], scriptedHidapi::Report{'5'});
 }
 
 TEST_F(HIDDeviceTest, InterfaceThatTakesNothingIsGivenUpWithOneLineAndOpenedAnew) {
@@ -366,6 +421,44 @@ TEST_F(HIDDeviceTest, OtherInterfacesStayOpenWhileOneIsGivenUpAndOpenedAnew) {
     }));
     EXPECT_EQ(connected, QStringList({"/a", "/b", "/a"}));
     EXPECT_EQ(disconnected, QStringList("/a"));
+    const int before = scriptedHidapi::enumerations();
+    device.openGivenUp();
+    EXPECT_EQ(scriptedHidapi::enumerations(), before);
+}
+
+TEST_F(HIDDeviceTest, InterfaceThatIsGivenUpIsTriedUntilItOpensWithOneLine) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::plug(linkInterface("/b"));
+    device.openDevice(kVendor, kProduct, kPage);
+    scriptedHidapi::holdWrites(true);
+    ASSERT_TRUE(device.writeTo("/a", "x"));
+    ASSERT_TRUE(await([this] { return device.devicePaths().size() == 1; }));
+    scriptedHidapi::failOpen("/a", true);
+    scriptedHidapi::holdWrites(false);
+    int refusals = 0;
+    QObject::connect(&device, &HIDDevice::openFailed, &device, [&refusals] { ++refusals; });
+    const LogCapture log;
+    ASSERT_TRUE(await([&] {
+        device.openGivenUp();
+        return refusals == 3;
+    })) << "only "
+        << refusals << " tries";
+    EXPECT_EQ(log.count(" hid_open_path "), 1);
+    scriptedHidapi::failOpen("/a", false);
+    device.openGivenUp();
+    EXPECT_EQ(device.devicePaths().size(), 2);
+}
+
+TEST_F(HIDDeviceTest, InterfaceThatIsGivenUpAndLeavesTheBusIsForgotten) {
+    scriptedHidapi::plug(linkInterface("/a"));
+    scriptedHidapi::plug(linkInterface("/b"));
+    device.openDevice(kVendor, kProduct, kPage);
+    scriptedHidapi::holdWrites(true);
+    ASSERT_TRUE(device.writeTo("/a", "x"));
+    ASSERT_TRUE(await([this] { return device.devicePaths().size() == 1; }));
+    scriptedHidapi::unplug("/a");
+    scriptedHidapi::holdWrites(false);
+    device.openGivenUp();
     const int before = scriptedHidapi::enumerations();
     device.openGivenUp();
     EXPECT_EQ(scriptedHidapi::enumerations(), before);
@@ -478,6 +571,35 @@ TEST(HIDDeviceEndTest, ReadsWaitFor50MsUnlessATestSaysOtherwise) {
     ASSERT_TRUE(await([] { return scriptedHidapi::readsInside() == 1; }));
     EXPECT_EQ(scriptedHidapi::lastRead().milliseconds, 50);
     EXPECT_EQ(HIDIntervals{}.writeLimitMs, 2000);
+}
+
+TEST(HIDDeviceEndTest, WatchComesAgainWhenTheLongestWriteReachesTheLimit) {
+    constexpr int kLimitMs = 1000;
+    scriptedHidapi::reset();
+    scriptedHidapi::plug(linkInterface("/a"));
+    HIDDevice device(nullptr, {.readTimeoutMs = 5, .writeLimitMs = kLimitMs});
+    device.openDevice(kVendor, kProduct, kPage);
+    auto* const watch = device.findChild<QTimer*>();
+    ASSERT_NE(watch, nullptr);
+    QElapsedTimer clock;
+    clock.start();
+    ASSERT_TRUE(device.writeAll("1"));
+    // The watch cannot come before the second write: no event is processed.
+    ASSERT_TRUE(awaitThread([&clock] { return clock.elapsed() > kLimitMs / 5; }));
+    scriptedHidapi::holdWrites(true);
+    ASSERT_TRUE(device.writeAll("2"));
+    ASSERT_TRUE(awaitThread([] { return scriptedHidapi::writesInside() == 1; }));
+    std::vector<int> intervals;
+    // Connected after the device's own slot, and so called after it.
+    QObject::connect(watch, &QTimer::timeout, &device, [&] {
+        if (watch->isActive()) {
+            intervals.push_back(watch->interval());
+        }
+    });
+    EXPECT_TRUE(await([&device] { return !device.isOpen(); }));
+    scriptedHidapi::holdWrites(false);
+    ASSERT_FALSE(intervals.empty());
+    EXPECT_LT(intervals[0], kLimitMs) << "a write that began before the watch came is given up too late";
 }
 
 TEST(HIDDeviceEndTest, EndLeavesAWriterBehindThatHangs) {

@@ -33,7 +33,7 @@ void HIDHotplugManagerTest::TearDown() {
 void HIDHotplugManagerTest::make(const HIDIntervals& intervals) {
     manager.reset();
     manager = std::make_unique<HIDHotplugManager>(nullptr, intervals);
-    timers = manager->findChildren<QTimer*>();
+    timers = manager->findChildren<QTimer*>(Qt::FindDirectChildrenOnly);
     for (QTimer* timer : std::as_const(timers)) {
         timer->stop();
     }
@@ -55,6 +55,7 @@ void HIDHotplugManagerTest::connectDevice(const scriptedHidapi::Interface& inter
     path = interface.path;
     reportForm = interface.productId == kR2.productId ? wireFrame::ReportForm::Mixer
                                                       : wireFrame::ReportForm::Microphone;
+    ASSERT_TRUE(awaitWritten());
     manager->onScanTimer();
     ASSERT_FALSE(connections.isEmpty());
 }
@@ -84,9 +85,13 @@ void HIDHotplugManagerTest::letLinkPause(int atLeastMs) {
     ASSERT_TRUE(await([&] { return timers[1]->interval() > atLeastMs; }));
 }
 
-std::vector<Report> HIDHotplugManagerTest::writtenReports() const {
+bool HIDHotplugManagerTest::awaitWritten() const {
     const auto* const device = manager->findChild<HIDDevice*>();
-    EXPECT_TRUE(awaitThread([device] { return !device->isWriting(); }));
+    return awaitThread([device] { return !device->isWriting(); });
+}
+
+std::vector<Report> HIDHotplugManagerTest::writtenReports() const {
+    EXPECT_TRUE(awaitWritten());
     return scriptedHidapi::written(path);
 }
 
@@ -137,6 +142,7 @@ void HIDHotplugManagerTest::connectFully() {
 void HIDHotplugManagerTest::unplug() {
     scriptedHidapi::unplug(path);
     ASSERT_TRUE(await([&] { return !connections.last().isConnected; }));
+    ASSERT_TRUE(awaitWritten());
     connections.clear();
 }
 

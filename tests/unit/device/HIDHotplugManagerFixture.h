@@ -69,6 +69,8 @@ protected:
     /// nothing to do.
     void letLinkPause(int atLeastMs = 2);
 
+    /// Waits until nothing is on its way to a device: a scan opens nothing before.
+    [[nodiscard]] bool awaitWritten() const;
     /// The reports written so far to the present path, with those on their way.
     [[nodiscard]] std::vector<Report> writtenReports() const;
     /// The frames written so far, put together from the reports.

@@ -13,7 +13,7 @@
 TEST_F(HIDHotplugManagerTest, ConstructionStartsBothTimersAndLogsZeroIds) {
     const LogCapture log;
     const HIDHotplugManager other;
-    const QList<QTimer*> found = other.findChildren<QTimer*>();
+    const QList<QTimer*> found = other.findChildren<QTimer*>(Qt::FindDirectChildrenOnly);
     ASSERT_EQ(found.size(), 2);
     EXPECT_EQ(found[0]->interval(), 2000);
     EXPECT_EQ(found[1]->interval(), 1);
