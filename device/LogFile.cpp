@@ -39,19 +39,20 @@ bool becomeOldFile(const QString& path) {
 }
 
 void makeRoom(const QString& path, qint64 byteCount) {
-    const auto isFull = [&] {
+    const auto wouldPass = [&](qint64 length) {
         const qint64 size = QFileInfo(path).size();
-        return size > 0 && size + byteCount > kLogFullBytes;
+        return size > 0 && size + byteCount > length;
     };
-    if (!isFull()) {
+    if (!wouldPass(kLogFullBytes)) {
         return;
     }
     QLockFile lock(path + QStringLiteral(".lock"));
-    if (!lock.tryLock() && lock.error() == QLockFile::LockFailedError) {
+    if (!lock.tryLock() && lock.error() == QLockFile::LockFailedError && !wouldPass(kLogLimitBytes)) {
+        // Its holder makes room.
         return;
     }
     // Another program may have been faster.
-    if (!isFull() || becomeOldFile(path)) {
+    if (!wouldPass(kLogFullBytes) || becomeOldFile(path)) {
         return;
     }
     qWarning() << "无法轮转日志文件，已清空:" << path;

@@ -23,5 +23,6 @@ struct LogAppend {
 /// does not fit on the disk as a whole is left out. Where the line would fill the log, the log first
 /// becomes the old file, in the place of the one before, or what stands there under its name; of a log
 /// that is longer than the limit the old file gets the last lines. Where that cannot be, because of a folder
-/// of that name or a folder that takes no files, the log is emptied instead, with a warning.
+/// of that name or a folder that takes no files, the log is emptied instead, with a warning. Programs settle
+/// it by a lock file; one that is never let go, or a folder of its name, is waited for up to the limit only.
 [[nodiscard]] LogAppend appendToLog(const QString& path, const QByteArray& line);

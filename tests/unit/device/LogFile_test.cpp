@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QSet>
 #include <QStandardPaths>
 
@@ -83,6 +84,21 @@ protected:
                     line.sliced(line.lastIndexOf(line.contains("attID") ? ':' : ' ') + 1)));
         }
         return numbers;
+    }
+
+    /// A log that is nearly as long as it may be takes what fits, and then begins anew.
+    void checkThatTheLimitHolds() {
+        fill(path, kLogLimitBytes - kOldLineBytes);
+        int number = 0;
+        while (!QFile::exists(old) && number < 10) {
+            append(++number);
+            ASSERT_LE(QFileInfo(path).size(), kLogLimitBytes);
+        }
+        ASSERT_TRUE(QFile::exists(old));
+        EXPECT_GT(number, 1) << "the holder of the lock has not had its turn";
+        EXPECT_LE(QFileInfo(old).size(), kLogLimitBytes);
+        EXPECT_EQ(numbersOf(linesOf(old)).size(), number - 1);
+        EXPECT_EQ(numbersOf(linesOf(path)), QByteArrayList{QByteArray::number(number)});
     }
 
     [[nodiscard]] QStringList filesOfFolder() const {
@@ -209,6 +225,18 @@ TEST_P(LogFile, FolderInThePlaceOfTheOldFileEmptiesTheLogWithAWarning) {
     EXPECT_EQ(numbersOf(linesOf(path)), QByteArrayList({"0", "1", "2", "3", "4"}));
     EXPECT_TRUE(QFileInfo(old + "/inside").isDir());
     EXPECT_EQ(log.texts(QtWarningMsg), QStringList("无法轮转日志文件，已清空: \"" + path + '"'));
+}
+
+TEST_P(LogFile, FolderInThePlaceOfTheLockDoesNotKeepTheLogFromItsLimit) {
+    ASSERT_TRUE(QDir().mkpath(path + ".lock/inside"));
+    checkThatTheLimitHolds();
+    EXPECT_TRUE(QFileInfo(path + ".lock/inside").isDir());
+}
+
+TEST_P(LogFile, LockThatAnotherHoldsForEverDoesNotKeepTheLogFromItsLimit) {
+    QLockFile foreign(path + ".lock");
+    ASSERT_TRUE(foreign.tryLock());
+    checkThatTheLimitHolds();
 }
 
 TEST_P(LogFile, FolderThatTakesNoFilesEmptiesTheLog) {
