@@ -5,6 +5,7 @@
 #include "device/ReportFormat.h"
 #include "device/UsbIdentity.h"
 
+#include <QByteArrayList>
 #include <QCoreApplication>
 #include <QDebug>
 #include <QPointer>
@@ -266,12 +267,16 @@ int HIDHotplugManager::sendFrame(std::uint32_t, std::uint32_t length, const std:
         return -1;
     }
     const qsizetype capacity = reportCapacity(productId);
+    QByteArrayList reports;
     for (QByteArrayView rest(bytes, static_cast<qsizetype>(length)); !rest.isEmpty();) {
         const qsizetype count = std::min(capacity, rest.size());
-        const QByteArray report = reportOf(productId, rest.first(count));
-        hidDevice->writeAll(report);
-        appendDataLog("TX", report);
+        reports.append(reportOf(productId, rest.first(count)));
         rest = rest.sliced(count);
+    }
+    // The device cannot use a part of a frame.
+    hidDevice->writeAll(reports);
+    for (const QByteArray& report : std::as_const(reports)) {
+        appendDataLog("TX", report);
     }
     return 1;
 }

@@ -1,5 +1,6 @@
 // What goes over the link to an open device and comes back.
 
+#include "device/HIDDevice.h"
 #include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
 #include "tests/unit/device/HIDHotplugManagerFixture.h"
@@ -22,6 +23,24 @@ TEST_F(HIDHotplugManagerTest, MixerReportsCarryIdLengthAndAtMost58Bytes) {
     EXPECT_EQ(reports[at + 1].size(), 60u);
     EXPECT_EQ(reports[at + 2].size(), 25u);
     EXPECT_EQ(reports[at + 2][1], 23);
+}
+
+TEST_F(HIDHotplugManagerTest, FrameThatTheQueueHasNoRoomForIsNotSentInPart) {
+    connectDevice(kR2);
+    login();
+    tick(20);
+    auto* const device = manager->findChild<HIDDevice*>();
+    const std::size_t before = writtenReports().size();
+    scriptedHidapi::holdWrites(true);
+    ASSERT_TRUE(device->writeAll("x"));
+    ASSERT_TRUE(awaitThread([] { return scriptedHidapi::writesInside() == 1; }));
+    for (int count = 0; count < 254; ++count) {
+        ASSERT_TRUE(device->writeAll("x"));
+    }
+    manager->messageSend(10, QByteArray(120, '\x11')); // three reports, and room for two
+    tick(1);
+    scriptedHidapi::holdWrites(false);
+    EXPECT_EQ(writtenReports().size(), before + 255);
 }
 
 TEST_F(HIDHotplugManagerTest, MicrophoneReportsCarryAZeroAndAtMost64Bytes) {
