@@ -11,6 +11,7 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -221,19 +222,25 @@ void HIDHotplugManager::openFoundDevice() {
 }
 
 bool HIDHotplugManager::isAccessMissing() const {
-    return refusedScans == kRefusedScansToTell;
+    return accessMissing;
 }
 
 void HIDHotplugManager::countRefusedScan(bool isRefused) {
-    const bool wasMissing = isAccessMissing();
     refusedScans = isRefused ? std::min(refusedScans + 1, kRefusedScansToTell) : 0;
-    if (isAccessMissing() == wasMissing) {
+    const QString told = refusedScans == kRefusedScansToTell ? refusal : QString();
+    if (told == toldRefusal) {
         return;
     }
-    if (!wasMissing) {
-        qWarning() << "无法打开设备，没有访问权限:" << refusal;
+    toldRefusal = told;
+    // hidapi gives the system's own text, in the language of the system.
+    const bool isMissing =
+        told.contains(QString::fromStdString(std::make_error_code(std::errc::permission_denied).message()));
+    if (!told.isEmpty()) {
+        qWarning() << (isMissing ? "无法打开设备，没有访问权限:" : "无法打开设备:") << told;
     }
-    emit accessMissingChanged();
+    if (std::exchange(accessMissing, isMissing) != isMissing) {
+        emit accessMissingChanged();
+    }
 }
 
 void HIDHotplugManager::onTimeout() {

@@ -30,9 +30,10 @@ struct UsbIdentity;
 /// callbacks. There is one link stack in the process, so one manager at a time.
 class HIDHotplugManager : public QObject {
     Q_OBJECT
-    /// A known device is on the bus and none of its interfaces opens: on Linux the udev rule of the program
-    /// is not installed. True from the second scan in a row that meets it, since the system gives a new
-    /// device to its user a moment after it has come; false when the device opens or goes.
+    /// A known device is on the bus and the user may not open it: on Linux the udev rule of the program is
+    /// not installed. True from the second scan in a row that meets it, since the system gives a new device
+    /// to its user a moment after it has come; false when the device opens or goes, or is refused for another
+    /// reason.
     Q_PROPERTY(bool accessMissing READ isAccessMissing NOTIFY accessMissingChanged)
 
 public:
@@ -152,6 +153,9 @@ private:
     int refusedScans = 0;
     /// Why the last interface did not open, with its path; empty when all of the last scan opened.
     QString refusal;
+    /// The refusal that has been told; empty while there is none.
+    QString toldRefusal;
+    bool accessMissing = false;
     /// The link's channel number for this transport.
     std::int32_t linkChannel = 0;
     QVariantMap deviceInfo;

@@ -26,7 +26,9 @@ struct Bus {
     /// Kept after hid_close, so that a late call is counted and does not crash.
     std::vector<std::unique_ptr<hid_device>> handles;
     std::map<std::string, std::vector<scriptedHidapi::Report>> written;
-    std::set<std::string> openFails;
+    /// With the reason, a text that lasts.
+    std::map<std::string, const wchar_t*> openFails;
+    const wchar_t* lastError = nullptr;
     std::set<std::string> writeFails;
     std::set<std::string> writesShortened;
     int nonblockingFailures = 0;
@@ -93,9 +95,9 @@ void failNonblocking(int count) {
     bus.nonblockingFailures = count;
 }
 
-void failOpen(const std::string& path, bool fail) {
+void failOpen(const std::string& path, bool fail, const wchar_t* reason) {
     const std::lock_guard lock(busMutex);
-    fail ? (void)bus.openFails.insert(path) : (void)bus.openFails.erase(path);
+    fail ? (void)bus.openFails.insert_or_assign(path, reason) : (void)bus.openFails.erase(path);
 }
 
 void failWrite(const std::string& path, bool fail) {
@@ -225,7 +227,9 @@ hid_device* hid_open_path(const char* path) {
     const std::lock_guard lock(busMutex);
     const bool present =
         std::ranges::any_of(bus.interfaces, [path](const auto& interface) { return interface.path == path; });
-    if (!present || bus.openFails.contains(path)) {
+    const auto refused = bus.openFails.find(path);
+    if (!present || refused != bus.openFails.end()) {
+        bus.lastError = present ? refused->second : L"No such file or directory";
         return nullptr;
     }
     bus.handles.push_back(std::make_unique<hid_device>());
@@ -234,7 +238,8 @@ hid_device* hid_open_path(const char* path) {
 }
 
 const wchar_t* hid_error(hid_device*) {
-    return L"Permission denied";
+    const std::lock_guard lock(busMutex);
+    return bus.lastError;
 }
 
 int hid_set_nonblocking(hid_device* device, int nonblocking) {

@@ -31,8 +31,8 @@ void deliver(const std::string& path, const Report& report);
 
 /// Makes the next `count` calls of hid_set_nonblocking return -1.
 void failNonblocking(int count);
-/// Whether hid_open_path of a path returns null.
-void failOpen(const std::string& path, bool fail);
+/// Whether hid_open_path of a path returns null, and what hid_error then says.
+void failOpen(const std::string& path, bool fail, const wchar_t* reason = L"Permission denied");
 /// Whether hid_write on a path returns -1.
 void failWrite(const std::string& path, bool fail);
 /// Whether hid_write on a path returns one byte less than it wrote.
@@ -50,6 +50,8 @@ void holdReads(bool hold);
 
 /// The reports written to a path, oldest first.
 [[nodiscard]] std::vector<Report> written(const std::string& path);
+/// The same, and forgets them.
+[[nodiscard]] std::vector<Report> takeWritten(const std::string& path);
 /// What the last hid_read_timeout asked for, and the mode that hid_set_nonblocking gave the last handle.
 struct ReadCall {
     std::size_t length = 0;
@@ -57,8 +59,6 @@ struct ReadCall {
 };
 [[nodiscard]] ReadCall lastRead();
 [[nodiscard]] int lastNonblockingMode();
-/// The same, and forgets them.
-[[nodiscard]] std::vector<Report> takeWritten(const std::string& path);
 /// Handles that are open now; handles opened since reset(); enumeration lists returned and not freed.
 [[nodiscard]] int openHandles();
 [[nodiscard]] int openedEver();

@@ -84,3 +84,22 @@ TEST_F(MissingAccessTest, IsNotToldOfADeviceWithoutTheInterface) {
     scan(3);
     EXPECT_TRUE(changes.isEmpty());
 }
+
+TEST_F(MissingAccessTest, IsNotToldOfARefusalOfAnotherKindWhoseReasonIsLoggedOnce) {
+    const LogCapture log;
+    scriptedHidapi::failOpen(kR2.path, true, L"Device or resource busy");
+    scan(5);
+    EXPECT_FALSE(manager->isAccessMissing());
+    EXPECT_TRUE(changes.isEmpty());
+    EXPECT_EQ(log.texts(QtWarningMsg), QStringList("无法打开设备: \"/r2 (Device or resource busy)\""));
+    EXPECT_EQ(log.count(" hid_open_path "), 1);
+
+    scriptedHidapi::failOpen(kR2.path, true);
+    scan(5);
+    EXPECT_EQ(changes, QList<bool>({true}));
+    EXPECT_EQ(log.count(kTold), 1);
+    scriptedHidapi::failOpen(kR2.path, true, L"Input/output error");
+    scan(1);
+    EXPECT_EQ(changes, QList<bool>({true, false}));
+    EXPECT_EQ(log.count("无法打开设备: \"/r2 (Input/output error)\""), 1);
+}
