@@ -319,7 +319,7 @@ void HIDHotplugManager::onPeerFound(const LinkAddress& address) {
     const bool leads = peers.empty() || peers.front().chid == 0;
     peers.insert(leads ? peers.begin() : peers.end(), address);
     if (leads) {
-        turnTo(address);
+        follow(address);
     }
 }
 
@@ -331,7 +331,21 @@ void HIDHotplugManager::onPeerLost(const LinkAddress& address) {
         turnTo(address);
     }
     if (led && !peers.empty()) {
-        turnTo(peers.front());
+        follow(peers.front());
+    }
+}
+
+void HIDHotplugManager::follow(const LinkAddress& address) {
+    const bool isKnown = isPeer(address);
+    const qsizetype before = deviceInfo.size();
+    deviceInfo.removeIf([isKnown](QVariantMap::iterator value) {
+        return value.key() != QLatin1String("dpid") &&
+               !(isKnown && (value.key() == QLatin1String("name") || value.key() == QLatin1String("sn")));
+    });
+    const bool hasForgotten = deviceInfo.size() != before;
+    turnTo(address);
+    if (hasForgotten) {
+        emitDeviceConnected();
     }
 }
 
@@ -349,7 +363,7 @@ void HIDHotplugManager::turnTo(const LinkAddress& address) {
 }
 
 int HIDHotplugManager::onName(const LinkInfo& info, const std::uint8_t* bytes) {
-    if (info.status == kStatusTimedOut || !isFromPeer(info)) {
+    if (info.status == kStatusTimedOut || !isPeer(info.address)) {
         return 0;
     }
     const QByteArray data = bytesOf(info, bytes);
@@ -364,7 +378,7 @@ int HIDHotplugManager::onName(const LinkInfo& info, const std::uint8_t* bytes) {
 }
 
 int HIDHotplugManager::onSerial(const LinkInfo& info, const std::uint8_t* bytes) {
-    if (info.status == kStatusTimedOut || !isFromPeer(info)) {
+    if (info.status == kStatusTimedOut || !isPeer(info.address)) {
         return 0;
     }
     const QByteArray data = bytesOf(info, bytes);
@@ -379,7 +393,7 @@ int HIDHotplugManager::onSerial(const LinkInfo& info, const std::uint8_t* bytes)
 }
 
 int HIDHotplugManager::onVersion(const LinkInfo& info, const std::uint8_t* bytes) {
-    if (bytes == nullptr || !isFromPeer(info)) {
+    if (bytes == nullptr || !isPeer(info.address)) {
         return 0;
     }
     const QString version =
@@ -393,7 +407,7 @@ int HIDHotplugManager::onVersion(const LinkInfo& info, const std::uint8_t* bytes
 }
 
 int HIDHotplugManager::onAttribute(const LinkInfo& info, std::uint16_t attID, const std::uint8_t* bytes) {
-    if (info.status == kStatusTimedOut || info.length == 0 || attID == 0 || !isFromPeer(info)) {
+    if (info.status == kStatusTimedOut || info.length == 0 || attID == 0 || !isPeer(info.address)) {
         return -1;
     }
     const QByteArray data = bytesOf(info, bytes);
@@ -406,7 +420,7 @@ int HIDHotplugManager::onAttribute(const LinkInfo& info, std::uint16_t attID, co
 }
 
 void HIDHotplugManager::onPrivateMessage(const LinkFrame& frame) {
-    if (frame.messageId == kPrivateUpgrade) {
+    if (frame.messageId == kPrivateUpgrade || !isPeer(frame.source)) {
         return;
     }
     emit priMsgCallback(frame.messageId, frame.length > 0 ? frame.payload[0] : std::uint8_t{0});

@@ -84,12 +84,14 @@ public slots:
     void onTimeout();
 
 signals:
-    /// An interface opened or closed, or the name, serial number or version came. `isConnected`: whether any
-    /// interface is open at that moment.
+    /// An interface opened or closed; the name, serial number or version came; or the device logged in again
+    /// or another took its place, and has to tell anew what it had told. `isConnected`: whether any interface
+    /// is open at that moment.
     void deviceConnected(const QVariantMap& deviceInfo, bool isConnected);
     /// The device reported an attribute, as an answer or by itself.
     void messageReceived(uint16_t attID, const QVariantList& byteArray);
-    /// A private message other than 0x8006 came; `value` is its first byte, 0 where it has none.
+    /// A private message of the device other than 0x8006 came; `value` is its first byte, 0 where it has
+    /// none.
     void priMsgCallback(uint32_t msgid, uint8_t value);
     /// Progress of a firmware transfer, 0 to 100, and its text.
     void upgradeFirmwareProgress(int progress, const QString& message);
@@ -121,10 +123,13 @@ private:
     void onLogin(std::uint8_t from, std::uint8_t type, const LinkAddress& address);
     void onPeerFound(const LinkAddress& address);
     void onPeerLost(const LinkAddress& address);
+    /// A peer that has logged in becomes the device that is spoken to. What the one before has told is
+    /// forgotten; of the same address the name and the serial number stay until they are told anew.
+    void follow(const LinkAddress& address);
     /// Makes a peer the device that is spoken to, and asks it for all about itself if it has an id.
     void turnTo(const LinkAddress& address);
-    /// Whether an answer or a report is of the device that is spoken to.
-    [[nodiscard]] bool isFromPeer(const LinkInfo& info) const { return info.address == peerAddress; }
+    /// Whether what came from an address is of the device that is spoken to.
+    [[nodiscard]] bool isPeer(const LinkAddress& address) const { return address == peerAddress; }
     int onName(const LinkInfo& info, const std::uint8_t* bytes);
     int onSerial(const LinkInfo& info, const std::uint8_t* bytes);
     int onVersion(const LinkInfo& info, const std::uint8_t* bytes);

@@ -186,6 +186,64 @@ TEST_F(HIDConnectionTest, ForeignAddressThatGoesLeavesTheLiveDevice) {
     ASSERT_EQ(sentWith(30).size(), 1u);
     EXPECT_EQ(sentWith(30)[0].destination, kDevice);
     EXPECT_EQ(queriesTo(kOther), (std::vector<std::ptrdiff_t>(4, 0)));
+    EXPECT_EQ(queriesTo(kDevice), (std::vector<std::ptrdiff_t>(4, 1))) << "the live device has told all";
+    EXPECT_EQ(manager->getDeviceInfo().value("name"), QVariant("Mix"));
+}
+
+TEST_F(HIDConnectionTest, PrivateMessagesOfAForeignAddressOrBeforeTheLoginAreNotTaken) {
+    connectDevice(kR2);
+    receive(frameFrom(kDevice, 2, 0x8003, {1}));
+    login();
+    login(kOther);
+    receive(frameFrom(kOther, 2, 0x8003, {1}));
+    receive(frameFrom(kOther, 2, 0x8002, {9}));
+    EXPECT_TRUE(privates.empty());
+    receive(frameFrom(kDevice, 2, 0x8002, {17}));
+    EXPECT_EQ(privates, (std::vector<std::pair<std::uint32_t, std::uint8_t>>{{0x8002, 17}}));
+}
+
+TEST_F(HIDConnectionTest, DeviceThatSaysHelloAgainIsNotReadyUntilItHasToldItsVersion) {
+    connectFully();
+    tick(3300); // it times out
+    connections.clear();
+    login();
+    ASSERT_EQ(connections.size(), 1);
+    EXPECT_TRUE(connections[0].isConnected);
+    // What the screens call it by stays: it is the same device.
+    const QVariantMap early{{"dpid", 0x9829u}, {"pid", 0x1234u}, {"vid", 3u}, {"name", "Mix"}, {"sn", "SN7"}};
+    EXPECT_EQ(connections[0].info, early);
+    EXPECT_EQ(manager->getDeviceInfo(), early);
+    tick(20);
+    answer(1, {0, 3, 'N', 'e', 'w'});
+    answer(16, {0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 6});
+    EXPECT_EQ(connections.last().info.value("name"), QVariant("New"));
+    EXPECT_EQ(connections.last().info.value("version"), QVariant("V2.06"));
+}
+
+TEST_F(HIDConnectionTest, AddressThatTakesOverHasNothingOfTheOneBeforeIt) {
+    connectFully();
+    login(kOther);
+    for (int second = 0; second < 3; ++second) {
+        login(kOther);
+        tick(1000);
+    }
+    connections.clear();
+    tick(500);
+    ASSERT_EQ(connections.size(), 1) << "at the loss of the first";
+    EXPECT_EQ(connections[0].info, QVariantMap({{"dpid", 0x9829u}, {"pid", 0x4321u}, {"vid", 3u}}));
+    EXPECT_TRUE(connections[0].isConnected);
+    receive(frameFrom(kOther, 1, 1, {0, 3, 'N', 'e', 'w'}));
+    EXPECT_EQ(manager->getDeviceInfo().value("name"), QVariant("New"));
+    EXPECT_FALSE(manager->getDeviceInfo().contains("sn"));
+}
+
+TEST_F(HIDConnectionTest, AddressThatComesAfterTheLossHasNothingOfTheOneBeforeIt) {
+    connectFully();
+    tick(3300);
+    connections.clear();
+    login(kOther);
+    ASSERT_EQ(connections.size(), 1);
+    EXPECT_EQ(connections[0].info, QVariantMap({{"dpid", 0x9829u}, {"pid", 0x4321u}, {"vid", 3u}}));
 }
 
 TEST_F(HIDConnectionTest, DeviceThatGoesOnWithAnotherAddressIsFollowed) {
