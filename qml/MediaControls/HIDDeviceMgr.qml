@@ -17,10 +17,13 @@ QtObject {
     readonly property var attrs: Attributes.ids
 
     // The last map from the manager: dpid, pid, vid, name, sn, version. It keeps old values from a disconnection to the
-    // next connection, which begins with dpid only.
+    // next connection, which begins with dpid only. A device that logs in again on the same connection tells its version
+    // anew, another one everything.
     property var deviceInfo: ({})
     property bool deviceReady: false
     property var connectTime: new Date()
+    // The device that was found last is a mixer in its bootloader. It is not in deviceInfo.
+    property bool bootloaderFound: false
     // Pending writes: attribute id to value bytes.
     property var messageCache: ({})
 
@@ -56,6 +59,7 @@ QtObject {
         }
 
         function onUpgradeFirmwareSignal() {
+            deviceMgr.bootloaderFound = true;
             deviceMgr.upgradeFirmwareSignal();
         }
     }
@@ -80,8 +84,9 @@ QtObject {
             manager.stopAndDisconnectDevice();
     }
 
+    // For a mixer. One in its bootloader has stopped the search for devices.
     function startAndConnectDevice() {
-        if (isR2())
+        if (isR2() || bootloaderFound)
             manager.startAndConnectDevice();
     }
 
@@ -164,10 +169,19 @@ QtObject {
 
     function handleDeviceConnected(info: var, connected: bool) {
         deviceInfo = info;
+        bootloaderFound = bootloaderFound && !connected;
+        // The device has yet to say who it is: what was meant for the one before must not reach it.
+        if (connected && getDeviceName() === "N/A")
+            messageCache = {};
         deviceConnected(info, connected);
         const values = [getDeviceVersion(), getDevicePID(), getDeviceSN(), getDeviceVID(), getDeviceName()];
         if (connected) {
-            if (deviceReady || values.includes("N/A"))
+            if (values.includes("N/A")) {
+                // Of what it told before, nothing holds.
+                deviceReady = false;
+                return;
+            }
+            if (deviceReady)
                 return;
             console.log("=== HIDDeviceMgr.qml: 设备连接成功 ===");
             syncDeviceInfo();

@@ -80,6 +80,8 @@ LoggedTestCase {
     }
 
     function init() {
+        // A connection that ends: the next one begins with nothing.
+        HIDHotplugManager.deviceConnected({}, true);
         HIDHotplugManager.deviceConnected({}, false);
         HIDHotplugManager.setDeviceInfo({});
         HIDHotplugManager.clearCalls();
@@ -352,6 +354,31 @@ LoggedTestCase {
         compare(callsOf("startAndConnectDevice").length, row.count);
     }
 
+    function test_the_search_that_a_bootloader_has_stopped_is_started_again_data() {
+        return [
+            {
+                tag: "at the start",
+                info: {}
+            },
+            {
+                tag: "after a microphone",
+                info: microphone
+            }
+        ];
+    }
+
+    function test_the_search_that_a_bootloader_has_stopped_is_started_again(row) {
+        HIDHotplugManager.deviceConnected(row.info, false);
+        HIDHotplugManager.upgradeFirmwareSignal();
+        HIDDeviceMgr.stopAndDisconnectDevice();
+        compare(callsOf("stopAndDisconnectDevice"), []);
+        HIDDeviceMgr.startAndConnectDevice();
+        compare(callsOf("startAndConnectDevice").length, 1);
+        HIDHotplugManager.deviceConnected(microphone, true);
+        HIDDeviceMgr.startAndConnectDevice();
+        compare(callsOf("startAndConnectDevice").length, 1, "a microphone has not stopped it");
+    }
+
     function test_an_upgrade_that_nothing_carries_out_has_failed_at_once() {
         HIDDeviceMgr.upgradeFirmware("/firmware/m40.bin");
         compare(progressSpy.count, 1);
@@ -470,6 +497,67 @@ LoggedTestCase {
         HIDHotplugManager.deviceConnected(microphone, true);
         compare(HIDDeviceMgr.deviceReady, true);
         compare(callsOf("messageGet").map(call => call.id), [1, 2, 3, 4, 5, 6, 7, 24, 26, 3]);
+    }
+
+    function test_a_device_that_logs_in_again_is_read_again_when_it_has_told_its_version() {
+        HIDHotplugManager.deviceConnected(mixer, true);
+        HIDHotplugManager.clearCalls();
+        HIDDeviceMgr.sendMessage(5, [4]);
+        HIDHotplugManager.deviceConnected(without(mixer, "version"), true);
+        compare(HIDDeviceMgr.deviceReady, false);
+        compare(callsOf("messageGet"), []);
+        HIDHotplugManager.deviceConnected(mixer, true);
+        compare(HIDDeviceMgr.deviceReady, true);
+        compare(callsOf("messageGet").map(call => call.id), [1, 2, 3, 4, 5, 6, 7, 24, 26, 3]);
+        waitForFlush();
+        compare(callsOf("messageSend").map(call => call.id), [5], "it is the device that was written to");
+    }
+
+    function test_another_device_on_the_same_connection_is_read_when_it_has_told_all_about_itself() {
+        HIDHotplugManager.deviceConnected(mixer, true);
+        HIDHotplugManager.clearCalls();
+        HIDHotplugManager.deviceConnected({
+            dpid: mixer.dpid,
+            pid: 0x0103,
+            vid: 7
+        }, true);
+        compare(HIDDeviceMgr.deviceReady, false);
+        compare(HIDDeviceMgr.getDeviceName(), "N/A");
+        HIDHotplugManager.deviceConnected(Object.assign({}, mixer, {
+            name: "another"
+        }), true);
+        compare(HIDDeviceMgr.deviceReady, true);
+        compare(callsOf("messageGet").length, 10);
+    }
+
+    function test_a_write_for_one_device_does_not_reach_the_next_data() {
+        return [
+            {
+                tag: "after a loss",
+                lost: true
+            },
+            {
+                tag: "on the same connection",
+                lost: false
+            }
+        ];
+    }
+
+    function test_a_write_for_one_device_does_not_reach_the_next(row) {
+        HIDHotplugManager.deviceConnected(mixer, true);
+        waitForFlush();
+        HIDDeviceMgr.sendMessage(5, [4]);
+        if (row.lost)
+            HIDHotplugManager.deviceConnected(mixer, false);
+        HIDHotplugManager.deviceConnected({
+            dpid: microphone.dpid
+        }, true);
+        HIDHotplugManager.deviceConnected(microphone, true);
+        waitForFlush();
+        compare(callsOf("messageSend"), []);
+        HIDDeviceMgr.sendMessage(6, [3]);
+        waitForFlush();
+        compare(callsOf("messageSend").map(call => call.id), [6]);
     }
 
     // ---- reports
