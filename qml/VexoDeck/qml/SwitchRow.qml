@@ -2,8 +2,8 @@ import QtQuick
 import MediaControls
 
 /*
-    A row with a switch of the device, which is kept in the settings. Only the user's hand emits toggled, so that only the user's changes
-    are sent. A report of the device moves the switch and is not echoed.
+    A row with a switch of the device, which is kept in the settings. Only the user's hand emits toggled, so that only
+    the user's changes are sent. A report of the device moves the switch and is not echoed.
 */
 SettingRow {
     id: switchRow
