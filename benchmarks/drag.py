@@ -31,6 +31,8 @@ FRAME_BUDGET_MS = 1000 / 60
 STALL_BUDGET_MS = 50
 HUNG_STALL_BUDGET_MS = 100
 HUNG = "a device that takes nothing"
+# The line of a write of the user's.
+WRITTEN = "发送消息到设备:"
 # The lines of Qt's two render loops at the end of a frame.
 FRAME = re.compile(r"^ *([0-9.]+) .*?(?:[Ff]rame rendered).*? in (\d+)ms", re.MULTILINE)
 # A longer pause is not a late frame: nothing had changed.
@@ -43,6 +45,14 @@ EVERY_KIND = ("mute", "auto_gain_on", "listen_volume", "mic_listen_ratio", "anti
 def percentile(numbers, share):
     ordered = sorted(numbers)
     return ordered[min(len(ordered) - 1, math.ceil(share * len(ordered)) - 1)]
+
+
+def press(stage, slider):
+    """The mouse, down on the slider's handle."""
+    left, top, width, height = slider["extents"]
+    low, high = slider["range"]
+    handle = left + 7 + (slider["value"] - low) / (high - low) * (width - 14)
+    stage.xdotool("mousemove", round(handle), top + height // 2, "mousedown", 1)
 
 
 def drag(stage, slider, seconds):
@@ -90,10 +100,7 @@ def main():
         open_drawer(stage)
         stage.steady_screenshot(stage.folder / "drawer.png")
         slider = stage.wait_text("增益", "slider")
-        left, top, _, height = slider["extents"]
-        low, high = slider["range"]
-        handle = left + 7 + (slider["value"] - low) / (high - low) * (slider["extents"][2] - 14)
-        stage.xdotool("mousemove", round(handle), top + height // 2, "mousedown", 1)
+        press(stage, slider)
         drag(stage, slider, 1)
         phases["drag"] = measure(program, stalls, lambda: drag(stage, slider, arguments.seconds))
         count = round(1000 * (arguments.seconds + 1))
@@ -103,8 +110,14 @@ def main():
         stage.emulator("wait storm 60000")
         phases["all kinds, 1000 reports/s"] = measure(program, stalls, lambda: storm_of_every_kind(stage, arguments.seconds))
 
+        # The user's writes are among those that the device does not take.
+        press(stage, stage.wait_text("增益", "slider"))
+        drag(stage, slider, 1)
         stage.emulator("deaf on")
+        written = program.log.count(WRITTEN)
         phases[HUNG] = measure(program, stalls, lambda: drag(stage, slider, 2 * arguments.seconds))
+        if program.log.count(WRITTEN) == written:
+            raise SystemExit("the device that takes nothing was written nothing")
 
     rows = []
     plain_work, _, plain_waits = phases["drag"]
