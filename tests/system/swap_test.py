@@ -28,9 +28,9 @@ SHARDS = 5
 AWAY_WEIGHTS = (3, 3, 3, 3, 3, 3, 3) if LONG else (4, 3, 3, 3, 2, 1, 0.2)
 # The beginning of a notification of 500 bytes, as much as fits in one report of any model.
 HALF_FRAME = "5512F401"
-# What has no control, or a control that takes the device's value only while its page exists: attribute and the word of
-# its line in the log.
-UNSEEN = {"listen_output": "监听输出", "other_light_off": "其他灯光开关", "ai_jianzao": "AI降噪"}
+# What no screen shows when it is read: attribute and the word of its line in the log. The switch of the noise reduction
+# takes what comes while its page exists; the mixer's automatic gain shows while it runs.
+UNSEEN = {"listen_output": "监听输出", "other_light_off": "其他灯光开关", "ai_jianzao": "AI降噪", "auto_gain": "自动增益"}
 
 
 @dataclass(frozen=True)
@@ -80,11 +80,11 @@ class Swapping(SystemCase):
         ranges = {"mute": (0, 1), "mic_gain": (1, 30) if r2 else (0, 18), "listen_output": (0, 9),
                   "other_light_off": (0, 1), "listen_volume": (1, 30) if r2 else (0, 13),
                   "mic_listen_ratio": (1, 30) if r2 else (0, 13)}
-        ranges |= {"power": (0, 1)} if r2 else {"auto_gain_on": (0, 1), "ai_jianzao": (0, 2)}
+        ranges |= {"power": (0, 1), "auto_gain": (0, 0)} if r2 else {"auto_gain_on": (0, 1), "ai_jianzao": (0, 2)}
         drawn = {}
         for attribute, (low, high) in ranges.items():
             choices = [value for value in range(low, high + 1) if value != self.values.get(attribute)]
-            drawn[attribute] = self.random.choice(choices)
+            drawn[attribute] = self.random.choice(choices or [low])
         return drawn
 
     def change(self, change):
@@ -159,6 +159,11 @@ class Swapping(SystemCase):
         self.assertEqual(answer["notified"], 1, "nobody has subscribed")
         self.panel.wait_shown({(table.SLIDER, "增益"): value})
         self.values["mic_gain"] = value
+        if "ai_jianzao" in self.values:
+            strength = (self.values["ai_jianzao"] + 1) % 3
+            self.on(self.present, f"set ai_jianzao {strength}")
+            self.panel.wait_shown(table.noise_reduction(strength))
+            self.values["ai_jianzao"] = strength
 
     def check_control(self):
         muted = 1 - self.values["mute"]
