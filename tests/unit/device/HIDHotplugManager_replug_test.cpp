@@ -276,6 +276,27 @@ TEST_F(HIDConnectionTest, InterfaceThatIsGivenUpIsOpenedAnewWithinTheConnection)
     EXPECT_EQ(connections.last().info.value("name"), QVariant("Mix"));
 }
 
+TEST_F(HIDConnectionTest, LastConnectionLastsUntilItsWritesEnd) {
+    make({.scanMs = 2000, .readTimeoutMs = 5, .writeLimitMs = 100});
+    connectFully();
+    const QVariantMap old = manager->getDeviceInfo();
+    scriptedHidapi::holdWrites(true);
+    auto* const device = manager->findChild<HIDDevice*>();
+    ASSERT_TRUE(device->writeAll("x"));
+    ASSERT_TRUE(await([device] { return !device->isOpen(); }));
+    const LogCapture log;
+    for (int scan = 0; scan < 3; ++scan) {
+        manager->onScanTimer();
+    }
+    EXPECT_TRUE(log.lines().isEmpty());
+    EXPECT_EQ(manager->getDeviceInfo(), old);
+    scriptedHidapi::holdWrites(false);
+    ASSERT_TRUE(awaitWritten());
+    manager->onScanTimer();
+    EXPECT_TRUE(device->isOpen());
+    EXPECT_EQ(manager->getDeviceInfo(), QVariantMap({{"dpid", 0x9829u}}));
+}
+
 TEST_F(HIDConnectionTest, AddressWithoutAnIdGivesWay) {
     connectDevice(kR2);
     login({0, 3, 0x1234});
