@@ -6,7 +6,8 @@
 namespace {
 
 std::mutex captureMutex;
-QList<LogCapture::Line> captured;
+// Never destroyed: a thread of Qt's pools may log until the process ends.
+QList<LogCapture::Line>& captured = *new QList<LogCapture::Line>;
 QtMessageHandler previousHandler = nullptr;
 
 void capture(QtMsgType type, const QMessageLogContext&, const QString& text) {
