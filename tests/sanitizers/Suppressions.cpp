@@ -15,9 +15,15 @@ extern "C" const char* __tsan_default_suppressions() {
            "race:pa_mutex_lock\n"
            "race:pa_mutex_unlock\n"
            // It also hands used memory from one main loop's thread to another's, by lists that are free of
-           // locks: a packet is written where another thread's has been.
-           "race:^pa_packet_new_data$\n"
-           "race:^pa_iochannel_read_with_ancil_data$\n"
+           // locks: a packet or what it is made of is written where another thread's has been. None of these
+           // functions calls back.
+           "race:^pa_iochannel_read\n"
+           "race:^pa_iochannel_write\n"
+           "race:^pa_memblock\n"
+           "race:^pa_packet_\n"
+           "race:^pa_srbchannel_read$\n"
+           "race:^pa_srbchannel_write$\n"
+           "race:^pa_tagstruct_\n"
            // A report is read into the array that Qt's event queue hands to the main thread, which then looks
            // into it: the scripted device writes, and the queue's locks are invisible.
            "race:^hid_read_timeout$\n";
