@@ -1,16 +1,26 @@
 #include "platform/linux/sound/PipeWireConnection.h"
 
+#include <array>
 #include <cerrno>
 #include <spa/utils/dict.h>
 #include <sys/eventfd.h>
+#include <sys/types.h>
 #include <unistd.h>
 #include <utility>
 
 namespace {
 
 pw_properties* applicationProperties(const PipeWireLibrary& library) {
-    const spa_dict_item name{.key = PW_KEY_APP_NAME, .value = "Vexo Deck"};
-    const spa_dict properties{.flags = 0, .n_items = 1, .items = &name};
+    const std::array<spa_dict_item, 3> items{{
+        {.key = PW_KEY_APP_NAME, .value = "Vexo Deck"},
+        // The library would ask for real time over D-Bus, wait for each answer where it stands, up to 25 s,
+        // and set limits of its own. RealTimeThread asks instead. The second is for versions that do not know
+        // the first.
+        {.key = "module.rt", .value = "false"},
+        {.key = "support.dbus", .value = "false"},
+    }};
+    const spa_dict properties{
+        .flags = 0, .n_items = static_cast<std::uint32_t>(items.size()), .items = items.data()};
     return library.propertiesNewDict(&properties);
 }
 
@@ -73,12 +83,20 @@ PipeWireConnection::~PipeWireConnection() {
     }
     context.reset();
     threadLoop.reset();
+    realTime.reset(); // its thread has ended
     if (wakeEvent != nullptr) {
         api.io_free(wakeEvent);
     }
     if (wakeDescriptor >= 0) {
         close(wakeDescriptor);
     }
+}
+
+void PipeWireConnection::signalData() {
+    if (dataThread.load(std::memory_order_relaxed) == 0) {
+        dataThread = gettid();
+    }
+    signal();
 }
 
 void PipeWireConnection::signal() {
@@ -97,6 +115,9 @@ void PipeWireConnection::onSignal(pa_mainloop_api*, pa_io_event*, int descriptor
 
 void PipeWireConnection::attend() {
     signalled.exchange(false);
+    if (const pid_t thread = dataThread; thread != 0 && !realTime) {
+        realTime.emplace(thread);
+    }
     for (Recording* const recording : recordings) {
         recording->attend();
     }

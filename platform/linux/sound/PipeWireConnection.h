@@ -4,18 +4,21 @@
 // and starves the streams that share one.
 //
 // The library has two threads of its own. On one it reads the server's messages; on the other, in real time
-// where the system grants that, the packets come. Both only leave word here: what follows happens on the
-// thread of the sound server's main loop. All calls belong to that thread, or under its lock.
+// where the system grants that (RealTimeThread), the packets come. Both only leave word here: what follows
+// happens on the thread of the sound server's main loop. All calls belong to that thread, or under its lock.
 
 #include "platform/linux/sound/PipeWireLibrary.h"
 #include "platform/linux/sound/PulseHandles.h"
+#include "platform/linux/sound/RealTimeThread.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
+#include <sys/types.h>
 
 class PipeWireConnection {
 public:
@@ -74,6 +77,8 @@ public:
     /// Lets the main loop's thread attend to the connection and its recordings. Any thread; neither waits nor
     /// allocates.
     void signal();
+    /// The same, on the library's thread of the packets.
+    void signalData();
 
 private:
     struct Release {
@@ -102,6 +107,8 @@ private:
     PulseTimer answerLimit;
 
     std::atomic<State> reported = State::Connecting; // by the library's thread
+    std::atomic<pid_t> dataThread = 0;               // the thread of the packets, from the first one on
+    std::optional<RealTimeThread> realTime;          // of that thread
     std::atomic<bool> signalled = false;
     int wakeDescriptor = -1;
     pa_io_event* wakeEvent = nullptr;

@@ -136,5 +136,5 @@ void PipeWireRecording::onProcess(void* self) {
         recording->samples.push(samplesOf(*buffer));
         library.streamQueueBuffer(recording->source, buffer);
     }
-    recording->connection->signal();
+    recording->connection->signalData();
 }

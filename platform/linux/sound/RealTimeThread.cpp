@@ -1,6 +1,5 @@
 #include "platform/linux/sound/RealTimeThread.h"
 
-#include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
 
@@ -9,17 +8,19 @@ namespace {
 // The priority of the sound servers' own threads: above all ordinary work, below the kernel's threads.
 constexpr int kPriority = 5;
 
-// Threads that this one starts are ordinary ones. An ordinary account may not take that flag away again.
-bool setPolicy(int policy, int priority) {
+// Threads that the thread starts are ordinary ones. An ordinary account may not take that flag away again.
+bool setPolicy(pid_t thread, int policy, int priority) {
     sched_param parameters{};
     parameters.sched_priority = priority;
-    return pthread_setschedparam(pthread_self(), policy | SCHED_RESET_ON_FORK, &parameters) == 0;
+    return sched_setscheduler(thread, policy | SCHED_RESET_ON_FORK, &parameters) == 0;
 }
 
 } // namespace
 
-RealTimeThread::RealTimeThread() : thread(gettid()) {
-    if (!setPolicy(SCHED_RR, kPriority)) {
+RealTimeThread::RealTimeThread() : RealTimeThread(gettid()) {}
+
+RealTimeThread::RealTimeThread(pid_t ofThread) : thread(ofThread) {
+    if (!setPolicy(thread, SCHED_RR, kPriority)) {
         request.emplace(thread, kPriority);
     }
 }
@@ -27,6 +28,6 @@ RealTimeThread::RealTimeThread() : thread(gettid()) {
 RealTimeThread::~RealTimeThread() {
     request.reset();
     if (gettid() == thread) {
-        setPolicy(SCHED_OTHER, 0);
+        setPolicy(thread, SCHED_OTHER, 0);
     }
 }

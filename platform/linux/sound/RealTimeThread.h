@@ -3,13 +3,17 @@
 #include "platform/linux/system/RealtimeKit.h"
 
 #include <optional>
+#include <sys/types.h>
 
-/// Gives the thread that makes it real-time scheduling for as long as this lives, if the system grants it:
+/// Gives a thread of this process real-time scheduling for as long as this lives, if the system grants it:
 /// the kernel at once, or RealtimeKit soon after. Threads that it starts are ordinary ones. May end on
-/// another thread, once that one has ended.
+/// another thread than the one that it is for, once that one has ended.
 class RealTimeThread {
 public:
+    /// For the calling thread.
     RealTimeThread();
+    /// For a thread as gettid() numbers it. Any thread.
+    explicit RealTimeThread(pid_t ofThread);
     ~RealTimeThread();
     RealTimeThread(const RealTimeThread&) = delete;
     RealTimeThread& operator=(const RealTimeThread&) = delete;

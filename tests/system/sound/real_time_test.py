@@ -9,16 +9,20 @@ import signal
 import socket
 import subprocess
 import sys
+import time
 
 import numpy
 
 from bridge_host import BridgeHost, source
-from sound import level_db, tone
+from sound import PIPEWIRE, level_db, tone
 from sound_case import APPS, BUILD, SPEAKERS, SoundCase, main
 from stage import wait_until
 
 ACCOUNT = "nobody"  # a bus takes only accounts that the system knows
 SOUND_THREADS = {"SoundServer", "Mixer solo", "Mixer bus 2"}
+PACKETS_THREAD = "data-loop.0"  # of PipeWire's library
+# How long libdbus waits for an answer: who asks it is held up that long.
+MESSAGE_BUS_SECONDS = 25
 RTTIME_US = 200000
 PRIORITY = 5
 TONE = 1000
@@ -43,6 +47,8 @@ class RealTime(SoundCase):
         for path, mode in ((self.folder, 0o755), (self.sound.runtime, 0o755), (self.sound.runtime / "pulse", 0o755),
                            (self.sound.runtime / "pulse" / "native", 0o777)):
             path.chmod(mode)
+        if self.kind == PIPEWIRE:
+            (self.sound.runtime / "pipewire-0").chmod(0o777)
         # The build folder may be closed to other accounts.
         self.host = self.folder / "bridge-host"
         shutil.copy(BUILD / "tests" / "system" / "vexo_bridge_host", self.host)
@@ -97,6 +103,12 @@ class RealTime(SoundCase):
                 found[(task / "comm").read_text().strip()] = int(task.name)
         return found
 
+    def limits(self, bridge):
+        """The soft and the hard limit on real time, in microseconds."""
+        line = next(line for line in pathlib.Path(f"/proc/{bridge.pid}/limits").read_text().splitlines()
+                    if line.startswith("Max realtime timeout"))
+        return [int(word) for word in line.split()[3:5]]
+
     def policies(self, bridge):
         """Policy and priority of the threads of the sound."""
         threads = self.threads(bridge)
@@ -109,6 +121,7 @@ class RealTime(SoundCase):
         speakers = self.sound.recorder(SPEAKERS)
         self.addCleanup(speakers.stop)
         self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
+        self.assertEqual(PACKETS_THREAD in self.threads(bridge), self.kind == PIPEWIRE)
 
     def test_threads_of_the_sound_get_it_within_the_limits_that_the_service_demands(self):
         self.start_service()
@@ -123,6 +136,21 @@ class RealTime(SoundCase):
         self.assertEqual(os.sched_getscheduler(bridge.pid), os.SCHED_OTHER)
         wait_until(lambda: "RealtimeKit" not in self.threads(bridge), "the questions to end")
         self.wait_heard_tone(bridge)
+        self.assertEqual(bridge.end(), 0)
+
+    def test_thread_of_pipewires_packets_gets_it_and_the_limits_stay(self):
+        if self.kind != PIPEWIRE:
+            self.skipTest("PulseAudio's packets come on the thread of the sound server")
+        self.start_service()
+        bridge = self.start_ordinary_bridge()
+        self.wait_requests()
+        self.wait_heard_tone(bridge)
+        wait_until(lambda: self.said_by_service()[-1].get("thread") == PACKETS_THREAD, "the request of the packets' thread")
+        request = self.said_by_service()[-1]
+        self.assertEqual((request["priority"], request["granted"]), (PRIORITY, True), request)
+        wait_until(lambda: os.sched_getscheduler(self.threads(bridge)[PACKETS_THREAD]) & ~os.SCHED_RESET_ON_FORK == os.SCHED_RR,
+                   "real time for the packets' thread")
+        self.assertEqual(self.limits(bridge), [RTTIME_US // 2, RTTIME_US])
         self.assertEqual(bridge.end(), 0)
 
     def test_lower_limits_of_the_service_are_kept(self):
@@ -173,6 +201,20 @@ class RealTime(SoundCase):
             listener.accept()[0].close()
             self.wait_heard_tone(bridge)
             self.assertEqual(bridge.end(), 0)
+
+    def test_silent_buses_hold_up_neither_the_lists_nor_the_end(self):
+        with socket.socket(socket.AF_UNIX) as listener:
+            path = self.folder / "silent-bus"
+            listener.bind(str(path))
+            path.chmod(0o777)
+            listener.listen(50)
+            self.env.update(DBUS_SYSTEM_BUS_ADDRESS=f"unix:path={path}", DBUS_SESSION_BUS_ADDRESS=f"unix:path={path}")
+            began = time.monotonic()
+            bridge = self.start_ordinary_bridge()
+            wait_until(lambda: bridge.call("GetDeviceList"), "the devices")
+            self.wait_heard_tone(bridge)
+            self.assertEqual(bridge.end(), 0)
+            self.assertLess(time.monotonic() - began, MESSAGE_BUS_SECONDS / 2)
 
     def test_service_that_is_not_there_changes_nothing(self):
         self.start_message_bus()
