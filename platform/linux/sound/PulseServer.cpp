@@ -261,6 +261,7 @@ void PulseServer::onLost() {
     }
     ++deviceChangeCount;
     phase = Phase::Absent;
+    triedPipeWire = false;
     if (!wasKnown) {
         pipeWireConnection.reset();
         return;
@@ -274,7 +275,8 @@ void PulseServer::onLost() {
 
 // Once for each time that the server is there.
 void PulseServer::connectToPipeWire(std::uint32_t cookie) {
-    if (!pipeWireConnection) {
+    if (!triedPipeWire) {
+        triedPipeWire = true;
         pipeWireConnection =
             PipeWireConnection::open(api(), cookie, [this] { notify(&Observer::playbacksChanged); });
     }

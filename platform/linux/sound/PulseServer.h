@@ -175,6 +175,7 @@ private:
     std::atomic<std::uint64_t> deviceChangeCount{0};
     std::optional<LiveMicrophone> liveMicrophone;
     bool onPipeWire = false;
+    bool triedPipeWire = false; // since this server came
     std::shared_ptr<PipeWireConnection> pipeWireConnection;
     std::optional<std::chrono::steady_clock::time_point> lastLine;
     bool wasReady = false;
