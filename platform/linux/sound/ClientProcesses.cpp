@@ -4,6 +4,7 @@
 #include "platform/linux/system/SocketPeers.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <set>
 #include <utility>
@@ -33,81 +34,107 @@ std::uint32_t checked(std::uint32_t process) {
 void ClientProcesses::put(std::uint32_t client, ClientClaim claim) {
     Client& kept = clients[client];
     if (kept.claim != claim) {
-        kept = {.claim = std::move(claim), .process = std::nullopt, .others = {}};
+        kept = {.claim = std::move(claim), .place = std::nullopt, .ofStreams = {}};
     }
+    forgetRead();
 }
 
 std::uint32_t ClientProcesses::processOf(std::uint32_t client, const ClientClaim& ofStream) {
     const auto found = clients.find(client);
     if (found == clients.end()) {
-        return find(ofStream);
+        return processNamedIn(ofStream);
     }
     Client& known = found->second;
+    if (known.claim.peerProcess != 0) {
+        return checked(known.claim.peerProcess);
+    }
     // A client may play in the name of another process.
-    if (ofStream.processId != 0 && known.claim.processId != 0 &&
-        ofStream.processId != known.claim.processId) {
-        return processOfOther(known, ofStream);
+    const bool named = known.claim.processId != 0;
+    if (named && (ofStream.processId == 0 || ofStream.processId == known.claim.processId)) {
+        if (!known.place) {
+            placeClients(known.claim);
+        }
+        return known.place ? known.place->process : 0;
     }
-    if (!known.process) {
-        known.process =
-            find(known.claim.processId != 0 || known.claim.peerProcess != 0 ? known.claim : ofStream);
+    // The server tells of each change of a stream, as of its volume, and a search takes milliseconds.
+    if (known.ofStreams.size() >= kMostOthers) {
+        known.ofStreams.clear();
     }
-    return *known.process;
+    const auto [at, isNew] = known.ofStreams.try_emplace({ofStream.processId, ofStream.binary}, 0);
+    if (isNew) {
+        at->second = processNamedIn(ofStream);
+    }
+    return at->second;
 }
 
-// The server tells of each change of a stream, as of its volume, and a search takes milliseconds.
-std::uint32_t ClientProcesses::processOfOther(Client& client, const ClientClaim& ofStream) const {
-    const auto before = std::ranges::find(client.others, ofStream, &Found::claim);
-    if (before != client.others.end()) {
-        return before->process;
-    }
-    if (client.others.size() == kMostOthers) {
-        client.others.clear();
-    }
-    return client.others.emplace_back(ofStream, find(ofStream)).process;
-}
-
-std::uint32_t ClientProcesses::find(const ClientClaim& claim) const {
-    if (claim.peerProcess != 0) {
-        return checked(claim.peerProcess);
-    }
+// What lives where we do is known at once. Else all processes are candidates that know themselves by the
+// number and may run the program, the oldest first.
+std::vector<std::uint32_t> ClientProcesses::candidatesOf(const ClientClaim& claim) {
     if (claim.processId == 0) {
-        return 0;
+        return {};
     }
-    // As it mostly is: the client lives where we do.
     if (namespaceIds(claim.processId).size() == 1 && mayRun(claim.processId, claim.binary)) {
-        return checked(claim.processId);
+        return {claim.processId};
     }
-    std::vector<std::uint32_t> candidates = processesWithOwnId(claim.processId);
+    if (!namespaced) {
+        namespaced = namespacedProcesses();
+    }
+    const auto found = namespaced->find(claim.processId);
+    std::vector<std::uint32_t> candidates =
+        found != namespaced->end() ? found->second : std::vector<std::uint32_t>();
     std::erase_if(candidates, [&claim](std::uint32_t process) {
         return process < kFirstProcessId || !mayRun(process, claim.binary);
     });
-    return candidates.empty() ? checked(claim.processId) : chooseFor(claim, candidates);
+    return candidates;
 }
 
-std::uint32_t ClientProcesses::chooseFor(const ClientClaim& claim,
-                                         const std::vector<std::uint32_t>& candidates) const {
-    if (candidates.size() == 1) {
-        return candidates.front();
-    }
-    const std::set<std::uint32_t> sockets = socketsConnectedTo(serverPath);
-    std::map<std::uint32_t, std::size_t> connections;
-    std::size_t all = 0;
-    for (const std::uint32_t process : candidates) {
-        all += connections[process] = countOfSockets(process, sockets);
-    }
-    for (const std::uint32_t process : candidates) {
-        // Where connections cannot be seen, each process counts as one client.
-        const std::size_t room = all > 0 ? connections[process] : 1;
-        if (clientsOf(process, claim) < room) {
-            return process;
+std::uint32_t ClientProcesses::processNamedIn(const ClientClaim& claim) {
+    const std::vector<std::uint32_t> candidates = candidatesOf(claim);
+    return checked(candidates.empty() ? claim.processId : candidates.front());
+}
+
+// All clients with one claim at once, in the order in which they connected, whichever plays first. Those that
+// have a place keep it.
+void ClientProcesses::placeClients(const ClientClaim& claim) {
+    const std::vector<std::uint32_t> candidates = candidatesOf(claim);
+    std::vector<Place> places = placesOf(candidates);
+    for (const auto& [index, client] : clients) {
+        if (client.claim == claim && client.place) {
+            std::erase(places, *client.place);
         }
     }
-    return candidates.back();
+    auto next = places.begin();
+    for (auto& [index, client] : clients) {
+        if (client.claim != claim || client.place) {
+            continue;
+        }
+        if (next != places.end()) {
+            client.place = *next++;
+        } else {
+            client.place = Place{.process = checked(candidates.empty() ? claim.processId : candidates.back()),
+                                 .socket = 0};
+        }
+    }
 }
 
-std::size_t ClientProcesses::clientsOf(std::uint32_t process, const ClientClaim& claim) const {
-    return static_cast<std::size_t>(std::ranges::count_if(clients, [&](const auto& entry) {
-        return entry.second.process == process && entry.second.claim == claim;
-    }));
+// The kernel gives out the numbers of sockets in blocks for each processor: they tell the order in one
+// process, and not among several.
+std::vector<ClientProcesses::Place>
+ClientProcesses::placesOf(const std::vector<std::uint32_t>& candidates) const {
+    std::vector<Place> places;
+    if (candidates.size() > 1) {
+        const std::set<std::uint32_t> connected = socketsConnectedTo(serverPath);
+        for (const std::uint32_t process : candidates) {
+            for (const std::uint32_t socket : socketsAmong(connected, process)) {
+                places.push_back({.process = process, .socket = socket});
+            }
+        }
+    }
+    if (places.empty()) {
+        // Where connections cannot be seen, each process counts as one client.
+        for (const std::uint32_t process : candidates) {
+            places.push_back({.process = process, .socket = 0});
+        }
+    }
+    return places;
 }

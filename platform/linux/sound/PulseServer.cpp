@@ -420,10 +420,11 @@ void PulseServer::onClient(pa_context*, const pa_client_info* info, int end, voi
 }
 
 void PulseServer::onPlayback(pa_context*, const pa_sink_input_info* info, int end, void* self) {
+    auto* const server = static_cast<PulseServer*>(self);
     if (end != 0) {
+        server->clientProcesses.forgetRead();
         return;
     }
-    auto* const server = static_cast<PulseServer*>(self);
     PulsePlayback& playback = server->playbackMap[info->index];
     playback.index = info->index;
     playback.paused = info->corked != 0;
@@ -435,9 +436,8 @@ void PulseServer::onPlayback(pa_context*, const pa_sink_input_info* info, int en
 
 void PulseServer::onPlaybacksListed(pa_context* context, const pa_sink_input_info* info, int end,
                                     void* self) {
-    if (end == 0) {
-        onPlayback(context, info, end, self);
-    } else {
+    onPlayback(context, info, end, self);
+    if (end != 0) {
         static_cast<PulseServer*>(self)->finishListing();
     }
 }

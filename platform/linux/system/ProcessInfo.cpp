@@ -116,8 +116,13 @@ std::vector<std::uint32_t> namespaceIds(std::uint32_t processId) {
     return {};
 }
 
-std::vector<std::uint32_t> processesWithOwnId(std::uint32_t ownId) {
-    std::vector<std::pair<std::uint64_t, std::uint32_t>> found; // start and id
+std::map<std::uint32_t, std::vector<std::uint32_t>> namespacedProcesses() {
+    struct Process {
+        std::uint64_t start;
+        std::uint32_t id;
+        std::uint32_t ownId;
+    };
+    std::vector<Process> found;
     std::error_code error;
     for (std::filesystem::directory_iterator at("/proc", error); at != std::filesystem::directory_iterator();
          at.increment(error)) {
@@ -126,13 +131,15 @@ std::vector<std::uint32_t> processesWithOwnId(std::uint32_t ownId) {
             continue;
         }
         const std::vector<std::uint32_t> ids = namespaceIds(*processId);
-        if (!ids.empty() && ids.back() == ownId) {
-            found.emplace_back(startTime(*processId), *processId);
+        if (ids.size() > 1) {
+            found.push_back({.start = startTime(*processId), .id = *processId, .ownId = ids.back()});
         }
     }
-    std::ranges::sort(found);
-    std::vector<std::uint32_t> processes(found.size());
-    std::ranges::transform(found, processes.begin(), [](const auto& process) { return process.second; });
+    std::ranges::sort(found, {}, [](const Process& process) { return std::pair(process.start, process.id); });
+    std::map<std::uint32_t, std::vector<std::uint32_t>> processes;
+    for (const Process& process : found) {
+        processes[process.ownId].push_back(process.id);
+    }
     return processes;
 }
 

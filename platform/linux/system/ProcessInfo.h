@@ -4,6 +4,7 @@
 // belongs to somebody else, is no error.
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,9 +22,9 @@
 /// it knows itself. Empty when there is no such process.
 [[nodiscard]] std::vector<std::uint32_t> namespaceIds(std::uint32_t processId);
 
-/// The processes that know themselves by this id, each in its own pid namespace; the oldest first. Reads all
-/// of /proc: some milliseconds.
-[[nodiscard]] std::vector<std::uint32_t> processesWithOwnId(std::uint32_t ownId);
+/// The processes in pid namespaces other than that of /proc, by the id by which they know themselves; of one
+/// id the oldest first. Reads all of /proc: some milliseconds.
+[[nodiscard]] std::map<std::uint32_t, std::vector<std::uint32_t>> namespacedProcesses();
 
 /// Full path of the process's image; empty when it may not be read.
 [[nodiscard]] std::string processImagePath(std::uint32_t processId);

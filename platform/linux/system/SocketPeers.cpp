@@ -93,9 +93,9 @@ std::set<std::uint32_t> socketsConnectedTo(const std::string& path) {
     }
 }
 
-std::size_t countOfSockets(std::uint32_t processId, const std::set<std::uint32_t>& inodes) {
+std::set<std::uint32_t> socketsAmong(const std::set<std::uint32_t>& inodes, std::uint32_t processId) {
     constexpr std::string_view kMark = "socket:[";
-    std::size_t count = 0;
+    std::set<std::uint32_t> held;
     std::error_code error;
     const std::string folder = "/proc/" + std::to_string(processId) + "/fd";
     for (std::filesystem::directory_iterator at(folder, error); at != std::filesystem::directory_iterator();
@@ -107,7 +107,9 @@ std::size_t countOfSockets(std::uint32_t processId, const std::set<std::uint32_t
         }
         std::uint32_t inode = 0;
         std::from_chars(target.data() + kMark.size(), target.data() + target.size(), inode);
-        count += inodes.contains(inode) ? 1U : 0U;
+        if (inodes.contains(inode)) {
+            held.insert(inode);
+        }
     }
-    return count;
+    return held;
 }

@@ -23,6 +23,10 @@ std::string fileNameOf(const std::string& program) {
     return std::filesystem::path(program).filename().string();
 }
 
+std::vector<std::uint32_t> processesOfNumber2() {
+    return namespacedProcesses()[2];
+}
+
 // A listening local socket that keeps every connection.
 class Listener {
 public:
@@ -61,6 +65,7 @@ protected:
         if (!ShellCommand(std::string(kNamespace) + "true 2> /dev/null").succeeded()) {
             GTEST_SKIP() << "this user makes no pid namespaces";
         }
+        ASSERT_TRUE(std::filesystem::copy_file(std::filesystem::canonical("/usr/bin/python3"), program));
     }
 
     /// A program that is process 2 in a pid namespace of its own, connected this often to the socket.
@@ -69,12 +74,13 @@ protected:
             "import socket, time\nkept = [socket.socket(socket.AF_UNIX) for _ in range(" +
             std::to_string(connections) + ")]\nfor each in kept: each.connect('" + path +
             "')\ntime.sleep(600)";
-        const std::vector<std::uint32_t> before = processesWithOwnId(2);
-        sandboxes.push_back(std::make_unique<ShellCommand>(
-            std::string(kNamespace) + "sh -c 'python3 -c \"$0\" & wait' \"" + script + "\""));
+        const std::vector<std::uint32_t> before = processesOfNumber2();
+        sandboxes.push_back(std::make_unique<ShellCommand>(std::string(kNamespace) +
+                                                           "sh -c '\"$1\" -c \"$0\" & wait' \"" + script +
+                                                           "\" \"" + program + "\""));
         std::uint32_t process = 0;
         EXPECT_TRUE(await([&] {
-            for (const std::uint32_t each : processesWithOwnId(2)) {
+            for (const std::uint32_t each : processesOfNumber2()) {
                 if (std::ranges::find(before, each) == before.end() &&
                     fileNameOf(processImagePath(each)) == python) {
                     process = each;
@@ -92,7 +98,9 @@ protected:
     const std::string path = folder.filePath("socket").toStdString();
     Listener listener{path};
     std::vector<std::unique_ptr<ShellCommand>> sandboxes;
-    const std::string python = fileNameOf(std::filesystem::canonical("/usr/bin/python3").string());
+    // A file name of its own: tests that run at the same time have processes of the same numbers.
+    const std::string python = "python-" + std::to_string(getpid());
+    const std::string program = folder.filePath(QString::fromStdString(python)).toStdString();
     ClientProcesses processes;
 };
 
@@ -143,6 +151,37 @@ TEST_F(ClientProcessesTest, ProcessInWhoseNameAClientPlaysIsLookedForOnce) {
     sandboxes.clear();
     ASSERT_TRUE(await([&] { return processImagePath(process).empty(); }));
     EXPECT_EQ(processes.processOf(1, ofStream), process);
+}
+
+TEST_F(ClientProcessesTest, StreamOfAClientThatTheServerVouchesForIsItsWhateverItSays) {
+    processes.put(1, {.processId = 2, .binary = "player", .peerProcess = 4711});
+    EXPECT_EQ(processes.processOf(1, {.processId = 4712, .binary = "other", .peerProcess = 0}), 4711u);
+    processes.put(2, {.processId = 0, .binary = "", .peerProcess = 4711});
+    EXPECT_EQ(processes.processOf(2, {.processId = 4712, .binary = "other", .peerProcess = 0}), 4711u);
+}
+
+TEST_F(ClientProcessesTest, StreamMaySpeakForAnotherProcessThanAClientThatNobodyVouchesFor) {
+    const auto own = static_cast<std::uint32_t>(getpid());
+    const std::string binary = fileNameOf(processImagePath(own));
+    processes.put(1, {.processId = 4711, .binary = "of-nobody", .peerProcess = 0});
+    EXPECT_EQ(processes.processOf(1, {.processId = own, .binary = binary, .peerProcess = 0}), own);
+    EXPECT_EQ(processOf(1), 4711u);
+}
+
+TEST_F(ClientProcessesTest, ProcessesOfOneNumberAreToldApartWhicheverPlaysFirst) {
+    ASSERT_TRUE(listener.isListening());
+    const std::uint32_t first = runInNamespace(1);
+    const std::uint32_t second = runInNamespace(1);
+    processes.setServerPath(path);
+    processes.put(1, {.processId = 2, .binary = python, .peerProcess = 0});
+    processes.put(2, {.processId = 2, .binary = python, .peerProcess = 0});
+    EXPECT_EQ(processOf(2), second);
+    EXPECT_EQ(processOf(1), first);
+    // One that comes later is the process whose connection has come, though others are older.
+    const std::uint32_t third = runInNamespace(1);
+    processes.put(3, {.processId = 2, .binary = python, .peerProcess = 0});
+    EXPECT_EQ(processOf(3), third);
+    EXPECT_EQ(processOf(2), second);
 }
 
 TEST_F(ClientProcessesTest, ProcessesOfOneNumberGetAsManyClientsAsTheyHaveConnections) {

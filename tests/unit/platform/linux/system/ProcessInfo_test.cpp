@@ -49,12 +49,12 @@ TEST(ProcessInfo, ProcessIsFoundByTheIdThatItHasInItsOwnNamespace) {
     if (!ShellCommand(command + "true 2> /dev/null").succeeded()) {
         GTEST_SKIP() << "this user makes no pid namespaces";
     }
-    const std::vector<std::uint32_t> before = processesWithOwnId(kOwnId);
+    const std::vector<std::uint32_t> before = namespacedProcesses()[kOwnId];
     const ShellCommand first(command + "sh -c 'true & sleep 600 & wait'");
     const ShellCommand second(command + "sh -c 'true & sleep 600 & wait'");
     std::vector<std::uint32_t> found;
     EXPECT_TRUE(await([&] {
-        found = processesWithOwnId(kOwnId);
+        found = namespacedProcesses()[kOwnId];
         std::erase_if(
             found, [&before](std::uint32_t each) { return std::ranges::find(before, each) != before.end(); });
         return found.size() == 2;
