@@ -14,6 +14,8 @@ constexpr const char* kMark = "vexo.live";
 constexpr const char* kSpareName = "vexo_spare";
 // A name that makes PulseAudio choose its default input by itself again.
 constexpr const char* kServersChoiceOfSource = "@NONE@";
+// Somebody who takes our modules away again and again means it, or the server cannot keep them.
+constexpr int kMostLosses = 10;
 
 // The device class and the two priorities are the lowest that PulseAudio and PipeWire know. A virtual node is
 // none that PipeWire switches to when it comes.
@@ -73,7 +75,20 @@ void LiveMicrophone::forget() {
         part->index = PA_INVALID_INDEX;
         part->underWay = false;
         part->refused = false;
+        part->losses = 0;
     }
+}
+
+void LiveMicrophone::noteUnloaded(std::uint32_t moduleIndex) {
+    const auto gone = std::ranges::find(parts, moduleIndex, &Part::index);
+    if (gone == parts.end() || moduleIndex == PA_INVALID_INDEX) {
+        return;
+    }
+    (*gone)->index = PA_INVALID_INDEX;
+    if (++(*gone)->losses > kMostLosses) {
+        refuse(**gone, "it is taken away again and again");
+    }
+    reconcile();
 }
 
 void LiveMicrophone::remove() {
@@ -181,11 +196,14 @@ void LiveMicrophone::onLoaded(pa_context* context, std::uint32_t index, void* pa
     made->underWay = false;
     made->index = index;
     if (index == PA_INVALID_INDEX) {
-        made->refused = true;
-        routerLog("[WARNING] Virtual microphone {} cannot be made: {}", kName,
-                  pa_strerror(pa_context_errno(context)));
+        refuse(*made, pa_strerror(pa_context_errno(context)));
     }
     made->owner->reconcile();
+}
+
+void LiveMicrophone::refuse(Part& part, const char* reason) {
+    part.refused = true;
+    routerLog("[WARNING] Virtual microphone {} cannot be made: {}", kName, reason);
 }
 
 // Also when somebody else has taken the module away before.

@@ -8,7 +8,9 @@
 // The server's default output and input never move to them. They have the lowest priority, which leaves two
 // cases: without another output, a spare one is made beside them, as the server itself has one then; and
 // PulseAudio prefers any microphone to what an output plays, so that without another microphone its default
-// input is held where it is.
+// input is held at what the default output plays. A default that somebody has chosen is left alone.
+//
+// Whatever somebody else takes away of them while the program runs is made anew.
 //
 // All calls are on the thread of the connection's main loop, or under its lock.
 
@@ -47,6 +49,8 @@ public:
     void begin(pa_context& newContext, const ServerPicture& picture);
     /// Something of the picture has changed.
     void update(const ServerPicture& picture);
+    /// A module has gone from the server: one of ours is made anew.
+    void noteUnloaded(std::uint32_t moduleIndex);
     /// The connection is gone, and no answer comes any more.
     void forget();
     /// Takes everything away again; what the server is asked to make meanwhile goes, too.
@@ -62,6 +66,7 @@ private:
         std::uint32_t index = PA_INVALID_INDEX;
         bool underWay = false; // it is being made or taken away
         bool refused = false;  // not asked for again on this connection
+        int losses = 0;        // how often somebody else has taken it away
     };
 
     static void onModule(pa_context* context, const pa_module_info* info, int end, void* self);
@@ -74,6 +79,7 @@ private:
     void removeAll();
     void want(Part& part);
     void unwant(Part& part);
+    static void refuse(Part& part, const char* reason);
     void keepDefaultSource();
     void setDefaultSource(const std::string& name);
     void releaseDefaultSource();

@@ -237,7 +237,7 @@ void PulseServer::onReady(pa_context& context) {
         &context,
         static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
                                             PA_SUBSCRIPTION_MASK_SINK_INPUT | PA_SUBSCRIPTION_MASK_CLIENT |
-                                            PA_SUBSCRIPTION_MASK_SERVER),
+                                            PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_MODULE),
         nullptr, nullptr));
     // Answers come in the order of the questions; with the last one all lists are known.
     start(pa_context_get_server_info(&context, onServer, this));
@@ -365,6 +365,11 @@ void PulseServer::onSubscribed(pa_context* context, pa_subscription_event_type_t
             server->notify(&Observer::playbacksChanged);
         } else {
             start(pa_context_get_sink_input_info(context, index, onPlayback, self));
+        }
+        break;
+    case PA_SUBSCRIPTION_EVENT_MODULE:
+        if (removed && server->liveMicrophone) {
+            server->liveMicrophone->noteUnloaded(index);
         }
         break;
     case PA_SUBSCRIPTION_EVENT_SERVER:

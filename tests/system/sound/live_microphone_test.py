@@ -27,6 +27,15 @@ class LiveMicrophone(SoundCase):
         """What there is of the microphone on the server."""
         return sorted(name for name in [*self.names("sinks"), *self.names("sources")] if name in (MIX, MICROPHONE, SPARE))
 
+    def number(self, kind, name):
+        """That of a sink or source; None: there is none."""
+        return next((line.split("\t")[0] for line in self.sound.pactl("list", "short", kind).splitlines() if line.split("\t")[1] == name),
+                    None)
+
+    def module(self, words):
+        """The number of the module with these words; None: there is none."""
+        return next((line.split()[0] for line in self.sound.pactl("list", "short", "modules").splitlines() if words in line), None)
+
     def wait_ours(self, *names):
         wait_until(lambda: self.ours() == sorted(names), f"{names} on the server, and no more of the microphone")
 
@@ -111,6 +120,18 @@ class Sound(LiveMicrophone):
         self.sound.play_in(follower, tone(TONE, 60, AMPLITUDE), APPS)
         self.wait_tone(heard)
 
+    def test_it_is_made_anew_when_somebody_takes_it_away(self):
+        bridge = self.start_bridge()
+        self.wait_ours(MICROPHONE, MIX)
+        bridge.route(source(self.play().pid))
+        for kind, name, mark in (("sources", MICROPHONE, "source_name"), ("sinks", MIX, "sink_name")):
+            number = self.number(kind, name)
+            self.sound.pactl("unload-module", self.module(f"{mark}={name} "))
+            wait_until(lambda: self.number(kind, name) not in (None, number), "another one in its place")
+            self.wait_tone(self.listen())
+        self.assertEqual(bridge.end(), 0)
+        self.wait_ours()
+
     def test_server_that_comes_later_gets_it(self):
         self.sound.stop(kill=True)
         bridge = self.start_bridge()
@@ -153,9 +174,7 @@ class Traces(LiveMicrophone):
 
     def test_half_of_what_was_left_is_completed(self):
         self.start_and_kill_bridge()
-        number = next(line.split()[0] for line in self.sound.pactl("list", "short", "modules").splitlines()
-                      if f"source_name={MICROPHONE} " in line)
-        self.sound.pactl("unload-module", number)
+        self.sound.pactl("unload-module", self.module(f"source_name={MICROPHONE} "))
         # And one that is not as this program makes it.
         self.sound.load("module-null-sink", "sink_name=old", "sink_properties=vexo.live=1")
         self.wait_ours(MIX)
