@@ -26,6 +26,10 @@ constexpr const char* kLowestPriority =
 // Blocks of PulseAudio's null sink are up to 2 s long where they can be rewound.
 constexpr const char* kNullSinkFormat = "format=float32le rate=48000 channels=2 norewinds=1";
 
+std::string monitorOf(const std::string& sinkName) {
+    return sinkName + ".monitor";
+}
+
 std::string markedProperties(const char* description, const char* more) {
     return std::format("device.description='{}' {}=1 {}", description, kMark, more);
 }
@@ -129,7 +133,7 @@ void LiveMicrophone::keepModule(const pa_module_info& info) {
     }
     (*same)->index = info.index;
     // A killed program may have held the default input.
-    if (*same == &source && server.defaultSource.ends_with(".monitor")) {
+    if (*same == &source && server.defaultSource == monitorOf(server.defaultSink)) {
         heldSource = server.defaultSource;
     }
 }
@@ -213,7 +217,8 @@ void LiveMicrophone::onUnloaded(pa_context*, int, void* part) {
     gone->owner->reconcile();
 }
 
-// PulseAudio would choose our microphone for its default input while there is no other one.
+// PulseAudio would choose our microphone for its default input while there is no other one, instead of what
+// its default output plays. Any other default is somebody's choice, from which it does not move.
 void LiveMicrophone::keepDefaultSource() {
     if (server.isPipeWire) {
         return;
@@ -222,11 +227,13 @@ void LiveMicrophone::keepDefaultSource() {
         releaseDefaultSource();
         return;
     }
-    std::string wanted = server.defaultSource;
-    if (wanted == kSourceName) {
-        wanted = server.defaultSink + ".monitor"; // the last microphone was taken away
+    const std::string wanted = monitorOf(server.defaultSink);
+    const std::string& current = server.defaultSource;
+    const bool isHeld = !heldSource.empty() && current == heldSource;
+    if (server.defaultSink.empty() || (current != wanted && current != kSourceName && !isHeld)) {
+        return;
     }
-    if (wanted != heldSource && !wanted.empty()) {
+    if (heldSource != wanted) {
         setDefaultSource(wanted);
         heldSource = wanted;
     }

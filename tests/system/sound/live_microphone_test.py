@@ -224,6 +224,35 @@ class Defaults(LiveMicrophone):
         self.sound.load("module-null-source", "source_name=plugged")
         wait_until(lambda: self.defaults()[1] == "plugged", "the microphone to be the default without the program")
 
+    def test_output_that_was_chosen_for_the_default_input_stays_it(self):
+        if self.kind != PULSEAUDIO:
+            self.skipTest("PipeWire's default is not held")
+        # Not what the default output plays.
+        self.sound.pactl("set-default-source", f"{SPEAKERS}.monitor")
+        before = self.defaults()
+        self.assertEqual(before, [APPS, f"{SPEAKERS}.monitor"])
+        bridge = self.start_bridge()
+        self.listen()
+        self.assertEqual(self.defaults(), before)
+        self.assertEqual(bridge.end(), 0)
+        self.wait_ours()
+        self.assertEqual(self.defaults(), before)
+        # The server itself would prefer a microphone.
+        self.sound.load("module-null-source", "source_name=plugged")
+        wait_until(lambda: "plugged" in self.names("sources"), "the microphone")
+        self.assertEqual(self.defaults(), before)
+
+    def test_default_input_follows_the_default_output(self):
+        if self.kind != PULSEAUDIO:
+            self.skipTest("PipeWire's default is not held")
+        bridge = self.start_bridge()
+        self.listen()
+        self.sound.pactl("set-default-sink", SPEAKERS)
+        wait_until(lambda: self.defaults() == [SPEAKERS, f"{SPEAKERS}.monitor"], "what the new default output plays")
+        self.assertEqual(bridge.end(), 0)
+        self.wait_ours()
+        wait_until(lambda: self.defaults() == [SPEAKERS, f"{SPEAKERS}.monitor"], "the same without the program")
+
     def test_default_that_a_killed_program_held_is_free_again(self):
         if self.kind != PULSEAUDIO:
             self.skipTest("PipeWire's default is not held")
