@@ -114,14 +114,15 @@ void SystemBridge::noteSoundDevices() {
 }
 
 // A router that was started without a sound server, or before the server had its outputs, has no output and
-// is started again. Missing inputs stay configured and are searched for again. What plays and records is not
-// touched.
+// is started again. Missing inputs stay configured and are searched for again, and an input that found
+// another device in the place of its own gets that when it comes. What plays and records is not touched.
 void SystemBridge::useNewSoundDevices() {
     guarded("SystemBridge::useNewSoundDevices: Exception:", [this] {
         if (AudioRouterAPI::instance().isSoloWorthARestart()) {
             restartRouter();
         }
-        if (audioRouterService && audioRouterService->HasMissingInput()) {
+        if (audioRouterService &&
+            (audioRouterService->HasMissingInput() || audioRouterService->HasMisplacedInput())) {
             static_cast<void>(audioRouterService->RefreshDevices());
         }
     });

@@ -6,6 +6,7 @@
 #include "platform/ThreadName.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 AudioRouterService::AudioRouterService(PerAppInputBuffers& inputBuffers, Pause pause,
@@ -150,6 +151,18 @@ bool AudioRouterService::RefreshDevices() {
 
 bool AudioRouterService::HasMissingInput() const {
     return state->inputMissing;
+}
+
+bool AudioRouterService::HasMisplacedInput() const {
+    if (!inputs.isListLive()) {
+        return false;
+    }
+    const SoundDeviceList devices = inputs.devices();
+    const std::lock_guard lock(state->mutex);
+    return std::ranges::any_of(state->openInputs, [&devices](const OpenInput& input) {
+        const std::int32_t now = findDevice(devices, input.name, false);
+        return now != -1 && now != input.device;
+    });
 }
 
 std::vector<AudioDeviceEntry> AudioRouterService::GetDeviceList(std::int32_t type) const {

@@ -67,6 +67,9 @@ public:
     /// Whether a configured input has no open stream: its device is not there, does not open, or is being
     /// opened.
     [[nodiscard]] bool HasMissingInput() const;
+    /// Whether the name of an open input would find another device now: one that came since, and matches
+    /// better. Only where the list of devices is live, and from there.
+    [[nodiscard]] bool HasMisplacedInput() const;
     /// The system's preferred devices, on the caller's thread: type 1 the inputs, 2 the outputs, any other
     /// value all. Empty when the sound system fails.
     [[nodiscard]] std::vector<AudioDeviceEntry> GetDeviceList(std::int32_t type) const;

@@ -4,10 +4,17 @@
 #include "audio/capture/Pause.h"
 
 #include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
+
+/// An input that has an open stream.
+struct OpenInput {
+    std::string name;         ///< as configured
+    std::int32_t device = -1; ///< of the system's list
+};
 
 /// What AudioRouterService and its worker share. The worker holds the mutex for copies, never across a call
 /// of the sound system.
@@ -24,6 +31,7 @@ struct AudioRouterState {
     std::string pendingOutputDevice;           ///< empty: none
     std::atomic<bool> refreshRequested{false}; ///< the next idle pass makes the list of devices anew
     std::atomic<bool> inputMissing{false};     ///< a configured input has no open stream
+    std::vector<OpenInput> openInputs;         ///< those of the last build; under the mutex
     std::atomic<AudioBlockCallback> audioCallback{nullptr};
     std::atomic<AudioPrepareCallback> prepareCallback{nullptr};
     Pause pause = pauseThread; ///< how the worker waits; set before the worker starts

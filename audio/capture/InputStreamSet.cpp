@@ -140,6 +140,16 @@ OpenOutcome openSlots(InputStreamSet& set) {
     return outcome;
 }
 
+std::vector<OpenInput> openInputsOf(const std::vector<InputStreamSlot>& inputSlots) {
+    std::vector<OpenInput> openInputs;
+    for (const InputStreamSlot& slot : inputSlots) {
+        if (slot.stream != nullptr) {
+            openInputs.push_back({.name = slot.name, .device = slot.deviceIndex});
+        }
+    }
+    return openInputs;
+}
+
 // The output channels of the set, and the device that they are meant for.
 void planOutput(InputStreamSet& set, const SoundDeviceList& devices, const std::string& outputDevice) {
     set.outputChannels = planOutputChannels(set.inputSlots);
@@ -320,6 +330,7 @@ bool rebuildStreams(InputStreamSet& set, bool reinitialise) {
     {
         const std::lock_guard lock(set.service.mutex);
         set.service.sampleRate = outcome.rate;
+        set.service.openInputs = openInputsOf(set.inputSlots);
     }
     set.service.inputMissing = static_cast<std::size_t>(outcome.opened) < config.inputs.size();
     // Not after a fresh start: a device that fails right after one would be retried for ever.

@@ -59,6 +59,19 @@ class Microphones(SoundCase):
         self.wait_heard(self.speakers, lambda heard: all(abs(level_db(heard, frequency) - LEVEL_DB) < 0.1 for frequency in (500, 2000)),
                         "microphone and application")
 
+    def test_microphone_that_comes_is_heard_instead_of_one_whose_name_only_holds_its_own(self):
+        self.sound.add_microphone("house", f"{LATE} of the house")
+        self.keep_applications_apart()
+        self.speak(2000, "house")
+        self.assertTrue(self.bridge.call("AddInputDevice", LATE, 0))
+        self.bridge.route(source(0))
+        self.wait_tone(2000)
+        self.sound.add_microphone("late", LATE)
+        self.keep_applications_apart()
+        self.speak(500, "late")
+        self.wait_heard(self.speakers, lambda heard: abs(level_db(heard, 500) - LEVEL_DB) < 0.1 and held_level_db(heard, 2000) < GONE_DB,
+                        "the one of that name alone")
+
     def test_name_is_found_in_any_case(self):
         self.speak(500)
         self.assertTrue(self.bridge.call("AddInputDevice", DEVICE.upper(), 0))

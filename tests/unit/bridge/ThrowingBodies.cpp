@@ -91,6 +91,10 @@ bool AudioRouterService::HasMissingInput() const {
     return answer(true);
 }
 
+bool AudioRouterService::HasMisplacedInput() const {
+    return answer(true);
+}
+
 bool AudioRouterService::RefreshDevices() {
     return answer(true);
 }

@@ -217,6 +217,24 @@ TEST_F(LiveInputsTest, InputThatComesAndGoesMakesTheServiceWaitForNothing) {
     EXPECT_EQ(inputs.at("desk").opens, 4) << "one for each build of the streams";
 }
 
+TEST_F(LiveInputsTest, InputWhoseOwnDeviceComesBackIsMisplacedOnAnother) {
+    inputs.set("desk", false);
+    inputs.set("desk of the house", true);
+    inputs.set("other", true);
+    startWith({{"desk", 0, 0}, {"other", 0, 1}});
+    ASSERT_TRUE(awaitBlocks("desk of the house")) << "its name holds the one that is asked for";
+    EXPECT_FALSE(service.HasMisplacedInput());
+    inputs.set("desk", true);
+    EXPECT_TRUE(service.HasMisplacedInput());
+    EXPECT_FALSE(service.HasMissingInput());
+    EXPECT_TRUE(service.RefreshDevices());
+    ASSERT_TRUE(awaitBlocks("desk"));
+    EXPECT_TRUE(await([this] { return inputs.at("desk of the house").openStreams == 0; }));
+    EXPECT_FALSE(service.HasMisplacedInput());
+    EXPECT_TRUE(awaitBlocks("other"));
+    EXPECT_EQ(pauses(), std::vector<std::chrono::milliseconds>());
+}
+
 TEST_F(LiveInputsTest, InputWithoutABlockIsLeftOutWhileTheOthersGoOn) {
     inputs.set("desk", true);
     inputs.set("stuck", true, true);
