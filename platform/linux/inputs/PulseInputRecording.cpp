@@ -1,6 +1,7 @@
 #include "platform/linux/inputs/PulseInputRecording.h"
 
 #include "platform/linux/sound/PulseFormat.h"
+#include "platform/linux/sound/PulseServer.h"
 
 #include <algorithm>
 #include <cstring>
@@ -27,6 +28,7 @@ PulseInputRecording::PulseInputRecording(pa_mainloop_api& mainloopApi, PulseInpu
       connection(mainloopApi, {
                                   .ready = [this](pa_context&) { connectStream(); },
                                   .lost = [this] { dropStream(); },
+                                  .refused = [] { PulseServer::tellOfRefusedClient("a microphone"); },
                               }),
       retry(mainloopApi, [this] { connectStream(); }) {
     connection.connect();

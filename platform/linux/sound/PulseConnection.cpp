@@ -37,6 +37,8 @@ void PulseConnection::onState(pa_context* changed, void* self) {
     auto* const connection = static_cast<PulseConnection*>(self);
     switch (pa_context_get_state(changed)) {
     case PA_CONTEXT_READY:
+        connection->connected = true;
+        connection->toldOfRefusal = false;
         connection->events.ready(*changed);
         break;
     case PA_CONTEXT_FAILED:
@@ -55,4 +57,7 @@ void PulseConnection::handleLoss() {
     }
     retry.start(kRetryInterval);
     events.lost();
+    if (!std::exchange(connected, false) && !std::exchange(toldOfRefusal, true) && events.refused) {
+        events.refused();
+    }
 }

@@ -20,6 +20,8 @@ public:
     struct Events {
         std::function<void(pa_context& context)> ready; ///< connected; the context is good until lost()
         std::function<void()> lost;                     ///< the connection is gone, or was refused
+        /// After lost(), where it was refused: once, until the connection has been there. May be empty.
+        std::function<void()> refused = nullptr;
     };
 
     /// The destructor disconnects; no event comes of it.
@@ -40,5 +42,7 @@ private:
     pa_mainloop_api& api;
     const Events events;
     PulseContextHandle context;
+    bool connected = false;
+    bool toldOfRefusal = false;
     PulseTimer retry;
 };

@@ -64,6 +64,7 @@ void PulseOutputStream::run(const std::atomic<bool>& running, const RenderCallba
         api, PulseConnection::Events{
                  .ready = [this](pa_context& context) { handleReady(context); },
                  .lost = [this] { dropStream(); },
+                 .refused = [] { PulseServer::tellOfRefusedClient("an output"); },
              });
     connection->connect();
     while (running) {

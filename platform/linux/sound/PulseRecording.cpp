@@ -24,18 +24,12 @@ PulseRecording::PulseRecording(Stream recorded) : PlaybackRecording(std::move(re
     // PipeWire's Pulse server sends nothing of a client's stream while something else still waits for that
     // client: many streams of one connection starve each other. PulseAudio itself does not, and counts
     // connections.
-    ownConnection = std::make_unique<PulseConnection>(server.api(), PulseConnection::Events{
-                                                                        .ready =
-                                                                            [this](pa_context& context) {
-                                                                                refused = false;
-                                                                                connectStream(context);
-                                                                            },
-                                                                        .lost =
-                                                                            [this] {
-                                                                                monitor.reset();
-                                                                                tellOfRefusal();
-                                                                            },
-                                                                    });
+    ownConnection = std::make_unique<PulseConnection>(
+        server.api(), PulseConnection::Events{
+                          .ready = [this](pa_context& context) { connectStream(context); },
+                          .lost = [this] { monitor.reset(); },
+                          .refused = [&server] { server.noteRefusedClient("an application"); },
+                      });
     ownConnection->connect();
 }
 
@@ -62,15 +56,6 @@ void PulseRecording::connectStream(pa_context& context) {
     if (pa_stream_set_monitor_stream(monitor.get(), stream.playbackIndex) < 0 ||
         pa_stream_connect_record(monitor.get(), nullptr, &attributes, kFlags) < 0) {
         fail();
-    }
-}
-
-// The server itself is there: it takes no more clients. The connection is tried again and again.
-void PulseRecording::tellOfRefusal() {
-    if (!refused && stream.server.readyContext() != nullptr) {
-        refused = true;
-        stream.server.logRarely(
-            "[WARNING] The sound server takes no more clients, an application stays silent");
     }
 }
 

@@ -17,9 +17,7 @@ private:
     static void onData(pa_stream* source, std::size_t byteCount, void* self);
     void connectStream(pa_context& context);
     void pushSilence(std::size_t sampleCount);
-    void tellOfRefusal();
 
     std::unique_ptr<PulseConnection> ownConnection;
     PulseStreamHandle monitor;
-    bool refused = false; // and told
 };

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <condition_variable>
 #include <cstring>
+#include <format>
 #include <mutex>
 #include <ranges>
 #include <string_view>
@@ -14,7 +15,18 @@
 
 namespace {
 
-constexpr std::chrono::seconds kLinePause(1); // between two lines about the connection
+constexpr std::chrono::seconds kLinePause(1); // before the same line about the connection comes again
+
+// The server that somebody holds.
+struct Held {
+    std::mutex mutex;
+    std::weak_ptr<PulseServer> server;
+};
+
+Held& held() {
+    static Held one;
+    return one;
+}
 
 std::string property(const pa_proplist* properties, const char* key) {
     const char* const value = pa_proplist_gets(properties, key);
@@ -77,15 +89,25 @@ void start(pa_operation* operation) {
 } // namespace
 
 std::shared_ptr<PulseServer> PulseServer::shared() {
-    static std::mutex mutex;
-    static std::weak_ptr<PulseServer> current;
-    const std::lock_guard lock(mutex);
-    std::shared_ptr<PulseServer> server = current.lock();
+    const std::lock_guard lock(held().mutex);
+    std::shared_ptr<PulseServer> server = held().server.lock();
     if (!server) {
         server = std::make_shared<PulseServer>();
-        current = server;
+        held().server = server;
     }
     return server;
+}
+
+void PulseServer::tellOfRefusedClient(const char* who) {
+    std::shared_ptr<PulseServer> server;
+    {
+        const std::lock_guard lock(held().mutex);
+        server = held().server.lock();
+    }
+    if (server) {
+        const Lock lock(*server);
+        server->noteRefusedClient(who);
+    }
 }
 
 PulseServer::PulseServer() : mainloop(pa_threaded_mainloop_new()) {
@@ -297,11 +319,18 @@ void PulseServer::finishListing() {
 }
 
 // A server that restarts again and again does not fill the log.
-void PulseServer::logRarely(const char* line) {
+void PulseServer::logRarely(const std::string& line) {
     const auto now = std::chrono::steady_clock::now();
-    if (!lastLine || now - *lastLine >= kLinePause) {
-        lastLine = now;
+    const auto [last, isNew] = lastLines.try_emplace(line, now);
+    if (isNew || now - last->second >= kLinePause) {
+        last->second = now;
         routerLog("{}", line);
+    }
+}
+
+void PulseServer::noteRefusedClient(const char* who) {
+    if (known) {
+        logRarely(std::format("[WARNING] The sound server takes no more clients, {} stays silent", who));
     }
 }
 

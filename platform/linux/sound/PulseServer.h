@@ -101,6 +101,10 @@ public:
     /// False only until the first attempt has come to an end: its lists are known, or there is no server.
     [[nodiscard]] bool hasAnswered() const { return phase != Phase::Connecting; }
 
+    /// noteRefusedClient() of the server that somebody holds. Any thread but the server's; the caller does
+    /// not hold the lock.
+    static void tellOfRefusedClient(const char* who);
+
     /// Copies, in the server's order, without the devices of the live microphone; empty while not connected.
     /// Any thread but the server's; the caller does not hold the lock.
     [[nodiscard]] std::vector<PulseDevice> sinks();
@@ -132,9 +136,9 @@ public:
     /// PipeWire's own connection beside this one; null where there is none. Its state is notified like a
     /// change of the playbacks.
     [[nodiscard]] const std::shared_ptr<PipeWireConnection>& pipeWire() const { return pipeWireConnection; }
-    /// Writes the line to the router's log, at most one a second: a server that restarts again and again does
-    /// not fill it.
-    void logRarely(const char* line);
+    /// Another connection of this process was refused. While the server itself is there, it takes no more
+    /// clients: a line of the router's log says that `who` stays silent, at most one a second.
+    void noteRefusedClient(const char* who);
     [[nodiscard]] pa_mainloop_api& api() const { return *pa_threaded_mainloop_get_api(mainloop.get()); }
 
     static constexpr std::chrono::milliseconds kAnswerLimit{500};
@@ -147,6 +151,7 @@ private:
     void onLost();
     void connectToPipeWire(std::uint32_t cookie);
     void finishListing();
+    void logRarely(const std::string& line);
     void notify(void (Observer::*change)());
     [[nodiscard]] LiveMicrophone::ServerPicture pictureForLiveMicrophone() const;
     void updateLiveMicrophone();
@@ -177,7 +182,7 @@ private:
     bool onPipeWire = false;
     bool triedPipeWire = false; // since this server came
     std::shared_ptr<PipeWireConnection> pipeWireConnection;
-    std::optional<std::chrono::steady_clock::time_point> lastLine;
+    std::map<std::string, std::chrono::steady_clock::time_point> lastLines; // when each was written
     bool wasReady = false;
     std::atomic<Phase> phase{Phase::Connecting};
 

@@ -10,9 +10,15 @@ from stage import wait_until
 AMPLITUDE = 0.25
 LEVEL_DB = 20 * numpy.log10(AMPLITUDE)
 TONE = 1000
+MICROPHONE = "Desk Microphone"
 
 
 class Crowd(SoundCase):
+    def make_devices(self):
+        super().make_devices()
+        self.sound.add_microphone("mic", MICROPHONE)
+        self.keep_applications_apart()
+
     def test_fifty_programs_are_listed_and_captured_at_once(self):
         # PulseAudio mixes the first 32 streams of a sink, so this one comes first.
         heard_player = self.sound.play(tone(TONE, 2, AMPLITUDE), APPS)
@@ -48,7 +54,10 @@ class Crowd(SoundCase):
             # Its Pulse server alone takes 64 clients in all.
             bridge = self.start_bridge(PIPEWIRE_REMOTE="nowhere")
             bridge.route(*map(source, routed))
-            wait_until(lambda: "[WARNING] The sound server takes no more clients" in bridge.log, "the line about it")
+            line = "[WARNING] The sound server takes no more clients, {} stays silent"
+            wait_until(lambda: line.format("an application") in bridge.log, "the line about the applications")
+            bridge.call("AddInputDevice", MICROPHONE, 0)
+            wait_until(lambda: line.format("a microphone") in bridge.log, "the line about the microphone")
 
 
 if __name__ == "__main__":
