@@ -65,6 +65,8 @@ int PulseInputs::initialise() {
     if (!mainloop) {
         return kNoLoop;
     }
+    // A block that is read late leaves a gap.
+    realTime.emplace();
     server = PulseServer::shared();
     followedChanges = server->deviceChanges();
     return kInputDone;
@@ -76,6 +78,7 @@ int PulseInputs::terminate() {
     }
     recordings.clear();
     server.reset();
+    realTime.reset();
     return kInputDone;
 }
 

@@ -4,15 +4,18 @@
 #include "platform/linux/inputs/PulseInputRecording.h"
 #include "platform/linux/sound/PulseHandles.h"
 #include "platform/linux/sound/PulseServer.h"
+#include "platform/linux/sound/RealTimeThread.h"
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 /// The sound server's sources, under the names that people see. The list is the picture that PulseServer
 /// keeps; the server is asked for nothing, and nothing waits for it. The streams live on a main loop that
-/// awaitBlock() runs, on the thread of its caller.
+/// awaitBlock() runs, on the thread of its caller, which runs in real time from initialise() to
+/// terminate() where the system grants that.
 ///
 /// A stream is active for as long as its source is there; while the server makes it, or is silent, it only
 /// has no block. One that is closed goes on until awaitBlock(), so that it can be opened again without a gap.
@@ -40,7 +43,8 @@ private:
     [[nodiscard]] bool hasNews();
 
     PulseMainloopHandle mainloop;
-    std::shared_ptr<PulseServer> server; // from initialise() to terminate()
+    std::shared_ptr<PulseServer> server;    // from initialise() to terminate()
+    std::optional<RealTimeThread> realTime; // at the same time
     std::uint64_t followedChanges = 0;
     std::atomic<bool> woken{false};
     std::vector<std::shared_ptr<PulseInputRecording>> recordings; // a stream that is open holds its own, too

@@ -19,7 +19,7 @@ from sound_case import APPS, BUILD, SPEAKERS, SoundCase, main
 from stage import wait_until
 
 ACCOUNT = "nobody"  # a bus takes only accounts that the system knows
-SOUND_THREADS = {"SoundServer", "Mixer solo", "Mixer bus 2"}
+SOUND_THREADS = {"SoundServer", "Mixer solo", "Mixer bus 2", "Capture"}
 PACKETS_THREAD = "data-loop.0"  # of PipeWire's library
 # How long libdbus waits for an answer: who asks it is held up that long.
 MESSAGE_BUS_SECONDS = 25
