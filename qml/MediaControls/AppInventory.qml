@@ -52,15 +52,24 @@ QtObject {
 
     // Leaves out members of the wrong type.
     function reduced(record: var): var {
-        const id = record?.processIdentifier;
         return {
             name: textOf(record?.name),
             iconFilePath: textOf(record?.iconFilePath),
             bundleIdentifier: textOf(record?.bundleIdentifier),
-            processIdentifier: typeof id === "string" || typeof id === "number" ? id : undefined,
+            processIdentifier: identifierOf(record),
             isInput: record?.isInput === true,
             streamID: 0
         };
+    }
+
+    // In the engine, ids below 10 are those of the device and of inputs, and the last two those of the buses: an
+    // application with such a one, as from a damaged or foreign store, would take their place.
+    function identifierOf(record: var): var {
+        const id = record?.processIdentifier;
+        if (typeof id !== "string" && typeof id !== "number")
+            return undefined;
+        const number = Number(id);
+        return record.isInput === true || (Number.isInteger(number) && number >= 10 && number < 0xFFFFFFFE) ? id : undefined;
     }
 
     // The name of an entry on the screen. Without a name, that of its file.

@@ -162,6 +162,23 @@ MixerTestCase {
         compare(lastList()[0].processID, 0);
     }
 
+    function test_a_process_id_that_is_no_applications_is_missing_data() {
+        return ["0", "1", "2", "9", 2, "-1", "2.5", "music", "", "4294967294", "4294967295"].map(id => ({
+                    tag: JSON.stringify(id),
+                    id: id
+                }));
+    }
+
+    // Such an id would take the place of the second microphone, which is 2, of the device or of a bus.
+    function test_a_process_id_that_is_no_applications_is_missing(data) {
+        openMixer([Object.assign({}, music, {
+                processIdentifier: data.id
+            }), secondMic]);
+        compare(recordOf("file:///opt/music").processID, 0);
+        compare(recordOf("2").processID, 2);
+        compare(row().processIDMap["2"], 2);
+    }
+
     function test_the_list_without_a_device_name() {
         connectDevice({});
         openMixer([]);
