@@ -1,5 +1,9 @@
 """The whole program beside a sound server that is stopped (SIGSTOP), which takes connections and says nothing, or gone."""
 
+import contextlib
+import ctypes
+import os
+import pathlib
 import time
 import unittest
 
@@ -13,6 +17,31 @@ DEVICE = "VEXO Mixdesk R2"
 SPEAKERS = "spk"
 # How long the client library waits for an answer of the server: who asks it is held up that long.
 CLIENT_LIBRARY_SECONDS = 30
+# Requests of ptrace().
+SEIZE, INTERRUPT, DETACH = 0x4206, 0x4207, 17
+WAIT_FOR_THREADS = 0x40000000  # __WALL
+
+
+def thread_of(program, name):
+    return next(int(task.name) for task in pathlib.Path(f"/proc/{program.pid}/task").iterdir()
+                if (task / "comm").read_text().strip() == name)
+
+
+@contextlib.contextmanager
+def held(thread):
+    """A single thread of a program stands still meanwhile."""
+    def trace(request):
+        if library.ptrace(request, thread, None, None) != 0:
+            raise OSError(ctypes.get_errno(), f"ptrace({request:#x}) of thread {thread}")
+
+    library = ctypes.CDLL(None, use_errno=True)
+    trace(SEIZE)
+    trace(INTERRUPT)
+    os.waitpid(thread, WAIT_FOR_THREADS)
+    try:
+        yield
+    finally:
+        trace(DETACH)
 
 
 class SilentServer(SystemCase):
@@ -73,6 +102,16 @@ class SilentServer(SystemCase):
         open_drawer(self.stage)
         close_drawer(self.stage)
         self.expect_swift_end(program, began)
+
+    def test_windows_hide_before_the_sound_is_stopped(self):
+        program = self.start()
+        open_main(self.stage)
+        program.wait_log("AudioRouterAPI initialized successfully")
+        with held(thread_of(program, "Mixer solo")):
+            self.stage.close_window(self.stage.windows("Vexo Deck")[0])
+            wait_until(lambda: not self.stage.windows("Vexo Deck"), "the window to hide")
+            self.assertIsNone(program.process.poll(), "it waits for the thread of an output")
+        self.assertEqual(program.wait_exit(), 0, program.log)
 
     def test_killed_in_use(self):
         program = self.start_measured()

@@ -1,5 +1,7 @@
 """A sound server that is stopped (SIGSTOP), which takes connections and says nothing: before the start, in use, at the end."""
 
+import contextlib
+import threading
 import time
 
 import numpy
@@ -34,6 +36,42 @@ class StoppedServer(SoundCase):
     def wait_tones(self, speakers):
         self.wait_heard(speakers, lambda heard: all(abs(level_db(heard, frequency) - LEVEL_DB) < 0.1 for frequency in (500, 2000)),
                         "microphone and application")
+
+    @contextlib.contextmanager
+    def slow_server(self):
+        """The server answers now and then."""
+        ended = threading.Event()
+
+        def work():
+            while not ended.wait(0.05):
+                self.sound.freeze()
+                ended.wait(0.3)
+                self.sound.thaw()
+
+        worker = threading.Thread(target=work)
+        worker.start()
+        try:
+            yield
+        finally:
+            ended.set()
+            worker.join()
+
+    def test_slow_from_the_start_to_the_end(self):
+        self.sound.play(tone(500, 2, AMPLITUDE), "mic_in", "speaker")
+        player = self.sound.play(tone(2000, 2, AMPLITUDE), APPS)
+        speakers = self.listen()
+        with self.slow_server():
+            bridge = self.start_bridge()
+            self.assertTrue(bridge.call("AddInputDevice", DEVICE, 0))
+            bridge.route(source(player.pid), source(0))
+            wait_until(lambda: DEVICE in [device["name"] for device in bridge.call("GetDeviceList")], "the microphone in the list")
+            wait_until(lambda: str(player.pid) in [entry["processIdentifier"] for entry in bridge.call("getRunningApplications")],
+                       "the application in the list")
+        self.wait_tones(speakers)
+        with self.slow_server():
+            began = time.monotonic()
+            self.assertEqual(bridge.end(), 0)
+            self.assertLess(time.monotonic() - began, CLIENT_LIBRARY_SECONDS / 2)
 
     def test_stopped_before_the_start(self):
         self.sound.play(tone(500, 2, AMPLITUDE), "mic_in", "speaker")
