@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -71,6 +73,7 @@ void forgetGranted(pid_t thread) {
 // Without a thread that was granted, the signal comes of a limit that somebody else has set, and means what
 // it usually does.
 void onTimeIsUp(int signalNumber) {
+    const int errorOfInterrupted = errno;
     bool any = false;
     for (std::atomic<pid_t>& place : grantedThreads) {
         const pid_t thread = place.exchange(0);
@@ -84,6 +87,7 @@ void onTimeIsUp(int signalNumber) {
         std::signal(signalNumber, SIG_DFL);
         std::raise(signalNumber);
     }
+    errno = errorOfInterrupted;
 }
 
 // False where the limit cannot be set.
