@@ -103,7 +103,8 @@ public:
     /// Waits until a stream has a block or goes, until wake(), and `limit` at most. Returns at once where
     /// read() waits.
     virtual void awaitBlock(std::chrono::milliseconds limit) = 0;
-    /// Ends the wait of awaitBlock() that is under way, or else the next one.
+    /// Ends the wait of awaitBlock() that is under way, or else the next one: a call that finds a block at
+    /// once leaves it to a later one. Any thread.
     virtual void wake() = 0;
 };
 
