@@ -183,7 +183,7 @@ class SoundServer:
         self.sinks = []
         self.clients = []
         self.servers = []
-        self.modules = []
+        self.modules = {}  # the number of each, by the words it was loaded with
         self.bus = None
         runtime = self.folder / "sound-runtime"
         runtime.mkdir(mode=0o700, exist_ok=True)
@@ -247,7 +247,7 @@ class SoundServer:
         ended = [server.args[0] for server in self.servers if server.poll() is not None]
         if ended:
             raise RuntimeError(f"{', '.join(ended)} ended at once:\n{self.log}")
-        modules, self.modules = self.modules, []
+        modules, self.modules = self.modules, {}
         for words in modules:
             self.load(*words)
         if self.default_sink:
@@ -306,12 +306,11 @@ class SoundServer:
 
     def load(self, *words):
         number = self.pactl("load-module", *words).strip()
-        self.modules.append(words)
+        self.modules[words] = number
         return number
 
-    def unload(self, number, *words):
-        self.pactl("unload-module", number)
-        self.modules.remove(words)
+    def unload(self, *words):
+        self.pactl("unload-module", self.modules.pop(words))
 
     def sink_words(self, name, description, hardware=True, properties="", rate=None):
         said = f"device.description='{description}'"
@@ -337,9 +336,7 @@ class SoundServer:
     def remove_microphone(self, name):
         """Takes a source of add_microphone() away, with what it hears."""
         for words in [words for words in self.modules if f"source_name={name}" in words or f"sink_name={name}_in" in words][::-1]:
-            number = next(line.split()[0] for line in self.pactl("list", "short", "modules").splitlines()
-                          if line.split("\t")[1] == words[0] and words[1] in line and words[2] in line)
-            self.unload(number, *words)
+            self.unload(*words)
 
     def add_plain_microphone(self, name, description, signal):
         """A source of its own, which no sink stands behind: it records a signal again and again."""

@@ -216,9 +216,9 @@ class Defaults(LiveMicrophone):
         bridge = self.start_bridge()
         self.listen()
         for _ in range(2):
-            number = self.sound.load("module-null-source", "source_name=plugged")
+            self.sound.load("module-null-source", "source_name=plugged")
             wait_until(lambda: self.defaults()[1] == "plugged", "the microphone to be the default")
-            self.sound.unload(number, "module-null-source", "source_name=plugged")
+            self.sound.unload("module-null-source", "source_name=plugged")
             wait_until(lambda: self.defaults() == before, "the default as before")
         self.assertEqual(bridge.end(), 0)
         self.sound.load("module-null-source", "source_name=plugged")

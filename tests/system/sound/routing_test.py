@@ -297,8 +297,7 @@ class Routing(SoundCase):
     def unload_speakers(self):
         """Takes the sink of Solo away; the words that bring it back."""
         words = self.sound.sink_words(SPEAKERS, "Speakers")
-        number = next(line.split()[0] for line in self.sound.pactl("list", "short", "modules").splitlines() if f"sink_name={SPEAKERS} " in line)
-        self.sound.unload(number, *words)
+        self.sound.unload(*words)
         self.speakers.stop()
         return words
 

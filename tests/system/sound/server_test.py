@@ -93,14 +93,14 @@ class WithoutServer(SoundCase):
             wait_until(lambda: "Speakers" in [device["name"] for device in bridge.call("GetDeviceList", 2)], "the output in the list")
             self.assertIn("Desk Microphone", [entry["name"] for entry in bridge.call("getRunningApplications")])
             self.sound.stop(kill=True)
-            self.sound.modules = [words for words in self.sound.modules if "mic" not in " ".join(words)]
+            self.sound.modules = {words: number for words, number in self.sound.modules.items() if "mic" not in " ".join(words)}
             wait_until(lambda: bridge.call("GetDeviceList") == [], "the list without a server")
             # Longer than a library that asks again would do so.
             away = time.monotonic()
             wait_until(lambda: time.monotonic() - away > AWAY_SECONDS, "the server to have been away")
 
     def test_outputs_that_come_after_their_server_are_used(self):
-        modules, self.sound.modules = self.sound.modules, []
+        modules, self.sound.modules = self.sound.modules, {}
         self.sound.default_sink = None
         self.sound.start()
         bridge = self.start_bridge()
