@@ -2,13 +2,17 @@
 
 #include <array>
 #include <cerrno>
+#include <ctime>
 #include <spa/utils/dict.h>
-#include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <sys/types.h>
 #include <unistd.h>
 #include <utility>
 
 namespace {
+
+// From the first packet of the server's cycle to the hand-over of all of them.
+constexpr itimerspec kGatherTime{.it_interval = {}, .it_value = {.tv_sec = 0, .tv_nsec = 2000000}};
 
 pw_properties* applicationProperties(const PipeWireLibrary& library) {
     const std::array<spa_dict_item, 3> items{{
@@ -45,7 +49,7 @@ PipeWireConnection::PipeWireConnection(const PipeWireLibrary& pipeWire, pa_mainl
       threadLoop(nullptr, Release{.library = &pipeWire}), context(nullptr, Release{.library = &pipeWire}) {}
 
 bool PipeWireConnection::connect() {
-    wakeDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    wakeDescriptor = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
     threadLoop.reset(library.threadLoopNew("PipeWire", nullptr));
     if (wakeDescriptor < 0 || !threadLoop) {
         return false;
@@ -102,15 +106,16 @@ void PipeWireConnection::signalData() {
 void PipeWireConnection::signal() {
     // Pairs with the exchange in attend(): what is left here before a signal that is saved is seen there.
     if (!signalled.exchange(true)) {
-        eventfd_write(wakeDescriptor, 1);
+        timerfd_settime(wakeDescriptor, 0, &kGatherTime, nullptr);
     }
 }
 
 void PipeWireConnection::onSignal(pa_mainloop_api*, pa_io_event*, int descriptor, pa_io_event_flags_t,
                                   void* self) {
-    eventfd_t count = 0;
-    eventfd_read(descriptor, &count);
-    static_cast<PipeWireConnection*>(self)->attend();
+    std::uint64_t count = 0;
+    if (read(descriptor, &count, sizeof(count)) == sizeof(count)) {
+        static_cast<PipeWireConnection*>(self)->attend();
+    }
 }
 
 void PipeWireConnection::attend() {

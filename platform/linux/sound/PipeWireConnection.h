@@ -6,6 +6,9 @@
 // The library has two threads of its own. On one it reads the server's messages; on the other, in real time
 // where the system grants that (RealTimeThread), the packets come. Both only leave word here: what follows
 // happens on the thread of the sound server's main loop. All calls belong to that thread, or under its lock.
+//
+// The streams' packets of one cycle of the server come one by one, within a millisecond or so. The main
+// loop's thread is woken once for all of them, a little later.
 
 #include "platform/linux/sound/PipeWireLibrary.h"
 #include "platform/linux/sound/PulseHandles.h"
@@ -74,8 +77,8 @@ public:
     /// Under the lock of the library's thread.
     [[nodiscard]] pw_core* core() const { return connectedCore; }
 
-    /// Lets the main loop's thread attend to the connection and its recordings. Any thread; neither waits nor
-    /// allocates.
+    /// Lets the main loop's thread attend to the connection and its recordings, 2 ms from now. Any thread;
+    /// neither waits nor allocates.
     void signal();
     /// The same, on the library's thread of the packets.
     void signalData();
@@ -110,7 +113,7 @@ private:
     std::atomic<pid_t> dataThread = 0;               // the thread of the packets, from the first one on
     std::optional<RealTimeThread> realTime;          // of that thread
     std::atomic<bool> signalled = false;
-    int wakeDescriptor = -1;
+    int wakeDescriptor = -1; // a timer
     pa_io_event* wakeEvent = nullptr;
 
     std::unique_ptr<pw_thread_loop, Release> threadLoop;
