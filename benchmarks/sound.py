@@ -37,6 +37,7 @@ CALLBACK_BUDGET = 0.20
 STRETCHES = 4  # of each run of a delay
 LEAST_FOUND = 0.75  # of all stretches, in which the copy has to be found
 COPY_GAIN = 0.5
+PULSE_FRAMES = RATE // 500
 BANDS = 12
 OUTPUTS = ("Monitor mix", "Stream mix", "Solo")
 PROCESSOR_BUDGET = 0.6
@@ -53,10 +54,12 @@ EARS = "Ears"
 
 
 def clicks(seconds):
-    """One short click every half second, none like its neighbour in length of silence."""
+    """One short pulse every half second, none like its neighbour in length of silence. It is longer than the distance by which
+    the correction of drift moves the copy in one stretch."""
     signal = numpy.zeros((seconds * RATE, 2), numpy.float32)
     for at in range(0, len(signal) - RATE, RATE // 2):
-        signal[at + (at // 7) % 4000] = 0.8
+        start = at + (at // 7) % 4000
+        signal[start:start + PULSE_FRAMES] = 0.8 * numpy.hanning(PULSE_FRAMES)[:, None]
     return signal
 
 
@@ -66,7 +69,7 @@ def delay_ms(signal):
     size = 1 << (2 * len(mono) - 1).bit_length()
     spectrum = numpy.fft.rfft(mono, size)
     correlation = numpy.fft.irfft(numpy.abs(spectrum) ** 2, size)[:RATE // 5]
-    first = RATE // 1000  # nothing is copied faster than a millisecond
+    first = 2 * PULSE_FRAMES  # nothing is copied faster than that, and the pulse itself is over
     at = int(numpy.argmax(correlation[first:])) + first
     return at * 1000 / RATE, correlation[at] / correlation[0]
 
