@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 
 namespace {
@@ -65,7 +66,9 @@ void PulseInputRecording::connectStream() {
                                     .minreq = kServersChoice,
                                     .fragsize = packetBytes};
     constexpr auto kFlags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
-    if (pa_stream_connect_record(stream.get(), wanted.source.c_str(), &attributes, kFlags) < 0) {
+    // By its number: PipeWire gives a stream of that name in the place of the source.
+    const std::string number = std::to_string(sourceIndex);
+    if (pa_stream_connect_record(stream.get(), number.c_str(), &attributes, kFlags) < 0) {
         retry.start(PulseConnection::kRetryInterval);
     }
 }

@@ -4,6 +4,7 @@
 #include "mixer/AppAudioConfigStore.h"
 #include "mixer/PerAppInputBuffers.h"
 #include "platform/linux/inputs/PulseInputs.h"
+#include "platform/linux/sound/PulseServer.h"
 #include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
 
@@ -293,7 +294,11 @@ TEST_F(PulseInputsTest, FramesThatNobodyReadsAreLostTheOldestFirst) {
     const Background player = playInto("mic_in");
     PulseMainloopHandle mainloop(pa_mainloop_new());
     PulseInputRecording recording(*pa_mainloop_get_api(mainloop.get()), {"mic", 48000, 2, kBlockFrames});
-    recording.follow(1);
+    for (const PulseDevice& source : PulseServer::shared()->sources()) {
+        if (source.name == "mic") {
+            recording.follow(source.index);
+        }
+    }
     constexpr std::size_t kLongest = std::size_t{48} * PulseInputRecording::kLongestDelayMs;
     std::size_t most = 0;
     bool lost = false;
