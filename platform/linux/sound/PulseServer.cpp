@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr std::chrono::seconds kLinePause(1); // before the same line about the connection comes again
+constexpr std::chrono::seconds kLinePause(1); // before another line about the same subject
 
 // The server that somebody holds.
 struct Held {
@@ -292,7 +292,7 @@ void PulseServer::onLost() {
         observer->connectionLost();
     }
     pipeWireConnection.reset();
-    logRarely("[WARNING] Sound server lost, waiting for its return");
+    logRarely("connection", "[WARNING] Sound server lost, waiting for its return");
 }
 
 // Once for each time that the server is there.
@@ -307,7 +307,7 @@ void PulseServer::connectToPipeWire(std::uint32_t cookie) {
 void PulseServer::finishListing() {
     known = true;
     if (wasReady) {
-        logRarely("[INFO] Sound server is back");
+        logRarely("connection", "[INFO] Sound server is back");
     }
     wasReady = true;
     phase = Phase::Ready;
@@ -319,9 +319,9 @@ void PulseServer::finishListing() {
 }
 
 // A server that restarts again and again does not fill the log.
-void PulseServer::logRarely(const std::string& line) {
+void PulseServer::logRarely(const std::string& subject, const std::string& line) {
     const auto now = std::chrono::steady_clock::now();
-    const auto [last, isNew] = lastLines.try_emplace(line, now);
+    const auto [last, isNew] = lastLines.try_emplace(subject, now);
     if (isNew || now - last->second >= kLinePause) {
         last->second = now;
         routerLog("{}", line);
@@ -330,7 +330,7 @@ void PulseServer::logRarely(const std::string& line) {
 
 void PulseServer::noteRefusedClient(const char* who) {
     if (known) {
-        logRarely(std::format("[WARNING] The sound server takes no more clients, {} stays silent", who));
+        logRarely(who, std::format("[WARNING] The sound server takes no more clients, {} stays silent", who));
     }
 }
 

@@ -151,7 +151,8 @@ private:
     void onLost();
     void connectToPipeWire(std::uint32_t cookie);
     void finishListing();
-    void logRarely(const std::string& line);
+    /// Writes a line, unless one about the same subject was written within the last second.
+    void logRarely(const std::string& subject, const std::string& line);
     void notify(void (Observer::*change)());
     [[nodiscard]] LiveMicrophone::ServerPicture pictureForLiveMicrophone() const;
     void updateLiveMicrophone();
@@ -182,7 +183,7 @@ private:
     bool onPipeWire = false;
     bool triedPipeWire = false; // since this server came
     std::shared_ptr<PipeWireConnection> pipeWireConnection;
-    std::map<std::string, std::chrono::steady_clock::time_point> lastLines; // when each was written
+    std::map<std::string, std::chrono::steady_clock::time_point> lastLines; // by subject
     bool wasReady = false;
     std::atomic<Phase> phase{Phase::Connecting};
 
