@@ -1,5 +1,6 @@
 #include "app/ScriptEngines.h"
 
+#include <QByteArrayView>
 #include <QtEnvironmentVariables>
 
 // Qt's incremental collector works in steps between events, each with a time limit. When the system takes the
