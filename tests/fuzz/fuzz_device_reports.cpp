@@ -423,13 +423,14 @@ void step(Host& the, Program& program) {
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer's own name
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming): the sanitizer's own name
 extern "C" const char* __asan_default_options() {
     // Whatever only a document's own heap points to, which the sanitizer cannot read, would be a leak. With
     // the usual quarantine of freed memory the process would grow by 3 GB in an hour.
     return "detect_leaks=0:quarantine_size_mb=8";
 }
 
+// NOLINTNEXTLINE(readability-identifier-naming): the fuzzer's own name
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     static const QTemporaryDir home;
     qputenv("HOME", home.path().toLocal8Bit());

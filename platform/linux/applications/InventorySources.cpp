@@ -1,5 +1,6 @@
 #include "platform/InventorySources.h"
 
+#include "inventory/ProgramFiles.h"
 #include "platform/linux/applications/DesktopEntries.h"
 #include "platform/linux/applications/IconTheme.h"
 #include "platform/linux/sound/PulseServer.h"
