@@ -33,6 +33,16 @@ MainWindowTestCase {
         verifyFade(() => HIDHotplugManager.deviceConnected(mixdeskR2, false), () => [welcome, layout]);
     }
 
+    function test_a_button_that_is_pressed_twice_opens_one_working_screen() {
+        connectMixer();
+        tryCompare(child("startButton"), "visible", true);
+        const button = child("startButton");
+        button.clicked();
+        button.clicked();
+        tryCompare(stackView, "busy", false);
+        compare(stackView.depth, 2);
+    }
+
     // During the transition the two pages differ in opacity only.
     function verifyFade(change, pages) {
         const sums = [];

@@ -138,7 +138,11 @@ Page {
         deviceName: view.deviceName
         accessMissing: HIDDeviceMgr.accessMissing
         zoom: view.zoom
-        onStarted: welcomeLayout.stackView.push("MainLayout.qml")
+        // While the page fades away its button still takes a press.
+        onStarted: {
+            if (welcomeLayout.stackView.currentItem === welcomeLayout)
+                welcomeLayout.stackView.push("MainLayout.qml");
+        }
     }
 
     UpgradeView {
