@@ -51,8 +51,8 @@ void PulseInputRecording::connectStream() {
     const PulsePropertyList properties(pa_proplist_new());
     pa_proplist_sets(properties.get(), kNoFallback, "true");
     pa_proplist_sets(properties.get(), kRestoreTarget, "false");
-    const pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, wanted.rate, wanted.channels};
-    stream.reset(pa_stream_new_with_proplist(context, kStreamName, &spec, nullptr, properties.get()));
+    const pa_sample_spec format{PA_SAMPLE_FLOAT32NE, wanted.rate, wanted.channels};
+    stream.reset(pa_stream_new_with_proplist(context, kStreamName, &format, nullptr, properties.get()));
     if (!stream) {
         retry.start(PulseConnection::kRetryInterval);
         return;
