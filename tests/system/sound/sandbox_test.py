@@ -164,11 +164,8 @@ class Sandboxes(SoundCase):
         bridge.route(source(programs["beta"]))
         self.wait_alone(OTHER_TONE, TONE)
 
-    def test_two_runs_of_one_program_are_two(self):
-        programs = []
-        for frequency in (TONE, OTHER_TONE):
-            programs.append(self.play_in_sandbox(frequency))
-            wait_until(lambda: self.sound.pactl("list", "short", "sink-inputs").count("\n") == len(programs), "it to play")
+    def check_told_apart(self, programs):
+        """Two programs that play TONE and OTHER_TONE: each is listed, and heard alone."""
         bridge = self.start_bridge()
         wait_until(lambda: len(self.applications(bridge)) == 2, "both in the list")
         self.assertEqual(sorted(self.applications(bridge)), sorted(programs))
@@ -176,6 +173,13 @@ class Sandboxes(SoundCase):
         self.wait_alone(TONE, OTHER_TONE)
         bridge.route(source(programs[1]))
         self.wait_alone(OTHER_TONE, TONE)
+
+    def test_two_runs_of_one_program_are_two(self):
+        programs = []
+        for frequency in (TONE, OTHER_TONE):
+            programs.append(self.play_in_sandbox(frequency))
+            wait_until(lambda: self.sound.pactl("list", "short", "sink-inputs").count("\n") == len(programs), "it to play")
+        self.check_told_apart(programs)
 
     def test_muted_microphone_stays_muted_beside_a_program_of_its_number(self):
         speaker = self.sound.play(tone(VOICE, 2, AMPLITUDE), "mic_in", "speaker")
@@ -198,13 +202,7 @@ class Sandboxes(SoundCase):
             subprocess.run(["sox", "-n", "-r", "48000", "-e", "floating-point", "-b", "32", "-c", "2", path, "synth", "120",
                             "sine", str(frequency), "vol", str(AMPLITUDE)], check=True)
             programs.append(self.sandbox("pw-play", f"--target={APPS}", path))
-        bridge = self.start_bridge()
-        wait_until(lambda: len(self.applications(bridge)) == 2, "both in the list")
-        self.assertEqual(sorted(self.applications(bridge)), sorted(programs))
-        bridge.route(source(programs[0]))
-        self.wait_alone(TONE, OTHER_TONE)
-        bridge.route(source(programs[1]))
-        self.wait_alone(OTHER_TONE, TONE)
+        self.check_told_apart(programs)
 
 
 if __name__ == "__main__":

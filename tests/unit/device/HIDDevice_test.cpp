@@ -48,6 +48,16 @@ protected:
         EXPECT_EQ(scriptedHidapi::listsOutstanding(), 0);
     }
 
+    /// Lets a write to "/a" hang, and queues so many reports behind it.
+    void queueBehindAHungWrite(int reports) {
+        scriptedHidapi::holdWrites(true);
+        ASSERT_TRUE(device.writeTo("/a", "first"));
+        ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 1; }));
+        for (int count = 0; count < reports; ++count) {
+            ASSERT_TRUE(device.writeTo("/a", "next")) << count;
+        }
+    }
+
     /// The paths disconnected so far, with those whose signal is still queued.
     const QStringList& allDisconnected() {
         QCoreApplication::processEvents();
@@ -342,12 +352,7 @@ TEST_F(HIDDeviceTest, WriterThatHangsWhileItEndsIsGivenUpToo) {
 
 TEST_F(HIDDeviceTest, FullQueueRefusesAReportWithALine) {
     ASSERT_NO_FATAL_FAILURE(openOne());
-    scriptedHidapi::holdWrites(true);
-    ASSERT_TRUE(device.writeTo("/a", "first"));
-    ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 1; }));
-    for (int count = 0; count < 256; ++count) {
-        ASSERT_TRUE(device.writeTo("/a", "next")) << count;
-    }
+    ASSERT_NO_FATAL_FAILURE(queueBehindAHungWrite(256));
     const LogCapture log;
     EXPECT_FALSE(device.writeTo("/a", "x"));
     EXPECT_EQ(log.texts(QtDebugMsg), QStringList(R"(Failed to write to device: "/a" data:  "78")"));
@@ -358,12 +363,7 @@ TEST_F(HIDDeviceTest, FullQueueRefusesAReportWithALine) {
 
 TEST_F(HIDDeviceTest, ReportsThatBelongTogetherAreTakenTogetherOrNotAtAll) {
     ASSERT_NO_FATAL_FAILURE(openOne());
-    scriptedHidapi::holdWrites(true);
-    ASSERT_TRUE(device.writeTo("/a", "first"));
-    ASSERT_TRUE(await([] { return scriptedHidapi::writesInside() == 1; }));
-    for (int count = 0; count < 254; ++count) {
-        ASSERT_TRUE(device.writeTo("/a", "next")) << count;
-    }
+    ASSERT_NO_FATAL_FAILURE(queueBehindAHungWrite(254));
     const LogCapture log;
     EXPECT_FALSE(device.writeAll(QByteArrayList({"1", "2", "3"})));
     EXPECT_EQ(log.count("Failed to write to device:"), 3);
