@@ -10,7 +10,7 @@ import numpy
 
 from bridge_host import LISTEN_BUS, LIVE_BUS, source
 from sound import PIPEWIRE, PULSEAUDIO, held_level_db, level_db, tone
-from sound_case import APPS, SPEAKERS, SoundCase, main
+from sound_case import APPS, SIMPLE_CLIENT, SPEAKERS, SoundCase, main
 from stage import wait_until
 
 TONE = 1000
@@ -24,15 +24,8 @@ GONE_DB = LEVEL_DB - 60
 LIVE_MIX = ("Stream mix", "vexo_live_mix")
 
 # A program that plays two tones in two streams of one process, as a browser does.
-TWO_STREAMS = """
-import array, ctypes, math, sys, threading
-pulse = ctypes.CDLL("libpulse-simple.so.0")
-class SampleFormat(ctypes.Structure):
-    _fields_ = [("format", ctypes.c_int), ("rate", ctypes.c_uint32), ("channels", ctypes.c_uint8)]
-pulse.pa_simple_new.restype = ctypes.c_void_p
-pulse.pa_simple_new.argtypes = [ctypes.c_char_p, ctypes.c_char_p, ctypes.c_int, ctypes.c_char_p, ctypes.c_char_p,
-                                ctypes.POINTER(SampleFormat), ctypes.c_void_p, ctypes.c_void_p, ctypes.c_void_p]
-pulse.pa_simple_write.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_size_t, ctypes.c_void_p]
+TWO_STREAMS = SIMPLE_CLIENT + """
+import array, math, sys, threading
 def play(frequency):
     sample_format = SampleFormat(5, 48000, 2)
     stream = pulse.pa_simple_new(None, b"two", 1, sys.argv[1].encode(), b"tone",

@@ -13,7 +13,7 @@ import numpy
 from bridge_host import source
 from desktop_files import desktop_entry, png
 from sound import PIPEWIRE, held_level_db, level_db, tone
-from sound_case import APPS, SPEAKERS, SoundCase, main
+from sound_case import APPS, SIMPLE_CLIENT, SPEAKERS, SoundCase, main
 from stage import wait_until
 
 TONE = 1000
@@ -33,15 +33,8 @@ SECOND = '"$@" & wait'
 
 
 # A program that plays a tone from inside of another root folder.
-CONFINED = """
-import array, ctypes, math, os, sys
-pulse = ctypes.CDLL("libpulse-simple.so.0")
-class SampleFormat(ctypes.Structure):
-    _fields_ = [("format", ctypes.c_int), ("rate", ctypes.c_uint32), ("channels", ctypes.c_uint8)]
-pulse.pa_simple_new.restype = ctypes.c_void_p
-pulse.pa_simple_new.argtypes = [ctypes.c_char_p, ctypes.c_char_p, ctypes.c_int, ctypes.c_char_p, ctypes.c_char_p,
-                                ctypes.POINTER(SampleFormat), ctypes.c_void_p, ctypes.c_void_p, ctypes.c_void_p]
-pulse.pa_simple_write.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_size_t, ctypes.c_void_p]
+CONFINED = SIMPLE_CLIENT + """
+import array, math, os, sys
 sample_format = SampleFormat(5, 48000, 2)
 stream = pulse.pa_simple_new(None, b"confined", 1, sys.argv[1].encode(), b"tone", ctypes.byref(sample_format), None, None, None)
 os.chroot(sys.argv[2])

@@ -19,6 +19,18 @@ LONG = "VEXO_LONG" in os.environ
 APPS = "apps"
 SPEAKERS = "spk"
 
+# How a program in Python plays by PulseAudio's simple interface: what its text begins with.
+SIMPLE_CLIENT = """
+import ctypes
+pulse = ctypes.CDLL("libpulse-simple.so.0")
+class SampleFormat(ctypes.Structure):
+    _fields_ = [("format", ctypes.c_int), ("rate", ctypes.c_uint32), ("channels", ctypes.c_uint8)]
+pulse.pa_simple_new.restype = ctypes.c_void_p
+pulse.pa_simple_new.argtypes = [ctypes.c_char_p, ctypes.c_char_p, ctypes.c_int, ctypes.c_char_p, ctypes.c_char_p,
+                                ctypes.POINTER(SampleFormat), ctypes.c_void_p, ctypes.c_void_p, ctypes.c_void_p]
+pulse.pa_simple_write.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_size_t, ctypes.c_void_p]
+"""
+
 
 class SoundCase(unittest.TestCase):
     # main() sets it.
