@@ -135,7 +135,9 @@ TEST_F(CaptureTest, EndpointRemovedUnderARunningCaptureIsWaitedForUntilTheStop) 
         }
         return cable.seconds() > since + 0.5;
     }));
-    EXPECT_EQ(capture->captureState(), CaptureState::Capturing);
+    // A packet that still lay there is an error when it is taken; without one the capture waits on.
+    const bool packetLay = script->given("GetBuffer").starts_with("-");
+    EXPECT_EQ(capture->captureState(), packetLay ? CaptureState::Error : CaptureState::Capturing);
     EXPECT_TRUE(log.take().empty());
     EXPECT_EQ(capture->stopCapture(), S_OK);
     EXPECT_EQ(capture->captureState(), CaptureState::Stopped);

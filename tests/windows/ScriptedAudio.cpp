@@ -60,6 +60,7 @@ public:
             return *failure;
         }
         const HRESULT result = real->GetBuffer(data, frames, flags, position, time);
+        script->note("GetBuffer", result);
         before = allocationsOfThisThread();
         return result;
     }

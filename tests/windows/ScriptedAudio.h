@@ -48,8 +48,8 @@ public:
         const std::lock_guard lock(mutex);
         arguments[call] = text.str();
     }
-    /// What the last call of this name was given, numbers in decimal; of GetNextPacketSize the thread. Under
-    /// "locked queue" and "queue of the packets" stand the queues' ids.
+    /// What the last call of this name was given, numbers in decimal; of GetNextPacketSize the thread, of a
+    /// capture's GetBuffer its result. Under "locked queue" and "queue of the packets" stand the queues' ids.
     [[nodiscard]] std::string given(const std::string& call) const;
 
     /// Of the last activation: path, type of the variant, its bytes.
