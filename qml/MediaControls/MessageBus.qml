@@ -4,8 +4,8 @@ import QtQml
 
 /*
     Messages between the screens: a named topic with one payload. publish() calls all subscribers at once, on the
-    caller's stack, in order of subscription. The bus keeps no state: a later subscriber does not get the message. A
-    callback takes (topic, payload).
+    caller's stack, in order of subscription. The bus keeps no state: who subscribes later, even during the delivery, does
+    not get the message, and neither does who leaves before its turn. A callback takes (topic, payload).
 */
 QtObject {
     id: messageBus
@@ -38,7 +38,8 @@ QtObject {
             UPDATE_CONFIG_MESSAGE: "update_config_message"
         })
 
-    // Topic to callbacks. It has no prototype, since any text may be a topic: the ids of strips are.
+    // Topic to callbacks. It has no prototype, since any text may be a topic: the ids of strips are. An array is replaced and
+    // never changed: a delivery walks the one with which it began.
     property var subscribers: Object.create(null)
     property var globalInstance: null
 
@@ -51,9 +52,7 @@ QtObject {
     }
 
     function subscribe(messageType: string, callback: var) {
-        if (!subscribers[messageType])
-            subscribers[messageType] = [];
-        subscribers[messageType].push(callback);
+        subscribers[messageType] = [...(subscribers[messageType] ?? []), callback];
         console.log("订阅消息:", messageType, "订阅者数量:", subscribers[messageType].length);
     }
 
@@ -63,18 +62,20 @@ QtObject {
         const index = callbacks ? callbacks.indexOf(callback) : -1;
         if (index < 0)
             return;
-        callbacks.splice(index, 1);
-        console.log("取消订阅:", messageType, "剩余订阅者:", callbacks.length);
+        subscribers[messageType] = callbacks.filter((other, place) => place !== index);
+        console.log("取消订阅:", messageType, "剩余订阅者:", subscribers[messageType].length);
     }
 
-    // Iterates the live array: when a callback unsubscribes itself, this round skips the next one.
     function publish(messageType: string, data: var) {
         const callbacks = subscribers[messageType];
         if (!callbacks)
             return;
-        for (let index = 0; index < callbacks.length; index++) {
+        for (const callback of callbacks) {
+            // A callback that has left meanwhile may belong to a document that is gone.
+            if (subscribers[messageType] !== callbacks && !subscribers[messageType].includes(callback))
+                continue;
             try {
-                callbacks[index](messageType, data);
+                callback(messageType, data);
             } catch (error) {
                 console.error("消息回调执行错误:", error);
             }

@@ -209,21 +209,57 @@ LoggedTestCase {
         MessageBus.unsubscribe("throwing", later);
     }
 
-    function test_a_callback_that_leaves_during_delivery_makes_the_round_skip_the_next() {
+    function test_a_callback_that_leaves_during_delivery_keeps_nobody_from_the_message() {
         const calls = [];
         const leaving = (topic, payload) => {
             calls.push("leaving");
             MessageBus.unsubscribe(topic, leaving);
         };
-        const skipped = () => calls.push("skipped");
+        const next = () => calls.push("next");
         const last = () => calls.push("last");
         MessageBus.subscribe("shrinking", leaving);
-        MessageBus.subscribe("shrinking", skipped);
+        MessageBus.subscribe("shrinking", next);
         MessageBus.subscribe("shrinking", last);
         MessageBus.publish("shrinking", 1);
-        compare(calls, ["leaving", "last"]);
-        MessageBus.unsubscribe("shrinking", skipped);
+        compare(calls, ["leaving", "next", "last"]);
+        MessageBus.publish("shrinking", 2);
+        compare(calls.slice(3), ["next", "last"]);
+        MessageBus.unsubscribe("shrinking", next);
         MessageBus.unsubscribe("shrinking", last);
+    }
+
+    function test_a_callback_that_joins_during_delivery_gets_the_next_message() {
+        const calls = [];
+        const joining = record(calls, "joining");
+        const host = (topic, payload) => {
+            calls.push(["host", topic, payload]);
+            if (payload === 1)
+                MessageBus.subscribe(topic, joining);
+        };
+        MessageBus.subscribe("growing", host);
+        MessageBus.publish("growing", 1);
+        compare(calls, [["host", "growing", 1]]);
+        MessageBus.publish("growing", 2);
+        compare(calls.slice(1), [["host", "growing", 2], ["joining", "growing", 2]]);
+        MessageBus.unsubscribe("growing", joining);
+        MessageBus.unsubscribe("growing", host);
+    }
+
+    function test_a_callback_that_is_removed_before_its_turn_gets_nothing() {
+        const calls = [];
+        const removed = record(calls, "removed");
+        const remover = (topic, payload) => {
+            calls.push(["remover", topic, payload]);
+            MessageBus.unsubscribe(topic, removed);
+        };
+        const last = record(calls, "last");
+        MessageBus.subscribe("cut", remover);
+        MessageBus.subscribe("cut", removed);
+        MessageBus.subscribe("cut", last);
+        MessageBus.publish("cut", 1);
+        compare(calls, [["remover", "cut", 1], ["last", "cut", 1]]);
+        MessageBus.unsubscribe("cut", remover);
+        MessageBus.unsubscribe("cut", last);
     }
 
     function test_a_publish_in_a_callback_nests_a_further_round() {
