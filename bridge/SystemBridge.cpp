@@ -141,6 +141,10 @@ QString SystemBridge::getTempDirectory() const {
 // To the user the program is gone at once. The device is disconnected first, while the event loop still runs.
 // Then the audio stops, and the windows close last.
 void SystemBridge::quitApplication() {
+    // The windows that are closed here ask for the end again.
+    if (std::exchange(quitting, true)) {
+        return;
+    }
     qDebug() << "SystemBridge::quitApplication 正在退出应用程序";
     for (QWindow* const window : applicationWindows()) {
         window->hide();

@@ -72,6 +72,7 @@ public:
     /// The writable temporary folder, else that of caches, else that of the program's data.
     Q_INVOKABLE [[nodiscard]] QString getTempDirectory() const;
     /// Hides every window, stops the device and the audio, closes the windows and ends the program with 0.
+    /// Once: a later call has no effect.
     Q_INVOKABLE void quitApplication();
     Q_INVOKABLE void requestNotificationPermission() const;
     /// Input devices, then the programs that play sound; see ApplicationInventory.h.
@@ -149,4 +150,5 @@ private:
     QTimer soundDevicesTimer;
     std::shared_ptr<void> soundDevicesWatch;
     QVariantList lastConfigs; // of the last setAudioConfig()
+    bool quitting = false;
 };

@@ -12,6 +12,7 @@ from stage import wait_until
 from system_case import BUILD, CLEANUP_BEGIN, CLEANUP_END, SystemCase
 
 ALREADY_RUNNING = "共享内存已存在，直接退出"
+QUIT = "SystemBridge::quitApplication 正在退出应用程序"
 
 BRIDGE_END = "SystemBridge::cleanupNativeBridge() - Cleaning up"
 CAPTURE_END = "Audio routing service stopped"
@@ -203,7 +204,11 @@ class StartUpWithDevice(StartUpCase):
         self.stage.wait_text(CONNECTED)
         self.assertEqual(self.quit(program), 0)
         # The close button disconnects the device first, while the event loop still runs.
-        end = program.log[program.log.index("SystemBridge::quitApplication 正在退出应用程序"):]
+        end = program.log[program.log.index(QUIT):]
+        # The windows that are closed meanwhile do not begin anew; the clean-up finds nothing open.
+        self.assertEqual(end.count(QUIT), 1, end)
+        self.assertEqual(end.count("HIDDevice 断开连接:"), 1, end)
+        self.assertEqual(end.count("停止监测并断开设备"), 2, end)
         self.assertIn("HIDDevice 断开连接:", end)
         self.assertLess(end.index("HIDDevice 断开连接:"), end.index(CLEANUP_BEGIN))
         self.assertIn(CLEANUP_END, end)
