@@ -1,15 +1,34 @@
 #include "app/SettingsManager.h"
 
+#include "app/SettingsFile.h"
+#include "platform/FolderSync.h"
+
 #include <QCoreApplication>
 #include <QDebug>
 #include <QEvent>
+#include <QFileInfo>
 #include <QJSValue>
+#include <QMetaType>
+
+#include <algorithm>
+#include <utility>
 
 namespace {
 
 // The engine hands arrays and objects over as values of its own, which no store can write.
 QVariant plainValue(const QVariant& value) {
     return value.metaType() == QMetaType::fromType<QJSValue>() ? value.value<QJSValue>().toVariant() : value;
+}
+
+// A value that is no list counts as one of one: the store returns those of one as such.
+qsizetype lengthOf(const QVariant& value) {
+    const int type = value.typeId();
+    return type == QMetaType::QStringList || type == QMetaType::QVariantList ? value.toList().size() : 1;
+}
+
+QEvent::Type writeEvent() {
+    static const int type = QEvent::registerEventType();
+    return static_cast<QEvent::Type>(type);
 }
 
 } // namespace
@@ -19,19 +38,21 @@ SettingsManager* SettingsManager::instance() {
     return manager;
 }
 
-SettingsManager::SettingsManager(std::chrono::milliseconds writeDelay, QObject* parent) : QObject(parent) {
+SettingsManager::SettingsManager(std::chrono::milliseconds delay, QObject* parent)
+    : QObject(parent), writeDelay(delay) {
     // The store is named after the product, not after the organisation that the application object carries.
     const QString product = QCoreApplication::applicationName();
-    settings = new QSettings(product.isEmpty() ? QStringLiteral("Vexo Deck") : product,
-                             QStringLiteral("Settings"), this);
+    openStore(product.isEmpty() ? QStringLiteral("Vexo Deck") : product);
     // Kept without effect: the store above already has the platform's native format, which holds the users'
     // settings.
     QSettings::setDefaultFormat(QSettings::IniFormat);
     qDebug() << "QSettings file path: " << settings->fileName();
+    removeEmptyLock(settings->fileName());
+    FormerFile::finish(settings->fileName());
+    settings->sync();
 
-    settings->installEventFilter(this);
     writeTimer.setSingleShot(true);
-    writeTimer.setInterval(writeDelay);
+    writeTimer.setTimerType(Qt::PreciseTimer);
     connect(&writeTimer, &QTimer::timeout, this, &SettingsManager::sync);
     if (QCoreApplication::instance() != nullptr) {
         connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &SettingsManager::sync);
@@ -39,18 +60,151 @@ SettingsManager::SettingsManager(std::chrono::milliseconds writeDelay, QObject* 
 }
 
 SettingsManager::~SettingsManager() {
-    if (settings != nullptr) {
-        settings->sync();
+    sync();
+    if (settings == nullptr || !changed) {
+        return;
     }
+    // The object writes what is pending once more at its end.
+    const FormerFile former(settings->fileName());
+    const qsizetype count = keyCount();
+    delete settings;
+    if (!former.isReplacedWhole(count)) {
+        former.putBack();
+    }
+}
+
+/// Takes the place of the former object, with which it shares what is pending.
+void SettingsManager::openStore(const QString& product) {
+    const QSettings* const former = settings;
+    settings = new QSettings(product, QStringLiteral("Settings"), this);
+    settings->installEventFilter(this);
+    delete former;
+}
+
+bool SettingsManager::event(QEvent* event) {
+    if (event->type() != writeEvent()) {
+        return QObject::event(event);
+    }
+    writePosted = false;
+    sync();
+    return true;
 }
 
 bool SettingsManager::eventFilter(QObject* watched, QEvent* event) {
     if (watched != settings || event->type() != QEvent::UpdateRequest) {
         return QObject::eventFilter(watched, event);
     }
-    if (!writeTimer.isActive()) {
-        writeTimer.start();
+    if (changed) {
+        writeStepsLater();
     }
+    return true;
+}
+
+bool SettingsManager::isStep(const QString& key, const QVariant& oldValue, const QVariant& newValue) {
+    const auto now = Clock::now();
+    const auto last = lastChanges.constFind(key);
+    const bool follows = last != lastChanges.constEnd() && now - *last < writeDelay;
+    lastChanges.insert(key, now);
+    return follows && newValue.typeId() != QMetaType::Bool && lengthOf(oldValue) == lengthOf(newValue);
+}
+
+void SettingsManager::writeThisTurn() {
+    const auto pause = std::chrono::ceil<std::chrono::milliseconds>(pauseEnd - Clock::now());
+    if (pause > std::chrono::milliseconds::zero()) {
+        writeWithin(std::min(pause, writeDelay));
+    } else if (!std::exchange(writePosted, true)) {
+        QCoreApplication::postEvent(this, new QEvent(writeEvent()), Qt::HighEventPriority);
+    }
+}
+
+void SettingsManager::writeStepsLater() {
+    writeWithin(std::chrono::floor<std::chrono::milliseconds>(writeDelay * kWaitingPart));
+}
+
+void SettingsManager::writeWithin(std::chrono::milliseconds limit) {
+    if (!writeTimer.isActive() || writeTimer.remainingTimeAsDuration() > limit) {
+        writeTimer.start(limit);
+    }
+}
+
+/// False where the changes are not on the disk.
+bool SettingsManager::writeStore() {
+    if (changed && !keepLinesOfOthers()) {
+        return false;
+    }
+    if (!changed) {
+        return writeFile();
+    }
+    {
+        const FormerFile former(settings->fileName());
+        if (!writeFile()) {
+            return false;
+        }
+        if (!former.isReplacedWhole(keyCount())) {
+            takeBack(former);
+            return false;
+        }
+    }
+    changed = false;
+    syncFolderOf(settings->fileName());
+    const QFileInfo file(settings->fileName());
+    seenSize = file.size();
+    seenTime = file.lastModified();
+    return true;
+}
+
+bool SettingsManager::writeFile() {
+    settings->sync();
+    // The status of an object keeps the first error, be it of reading: a new one has the status of its own
+    // write.
+    if (settings->status() != QSettings::NoError) {
+        openStore(settings->organizationName());
+        settings->sync();
+    }
+    return settings->status() != QSettings::AccessError;
+}
+
+/// Of the file itself, without those that QSettings finds in others.
+qsizetype SettingsManager::keyCount() {
+    const bool others = settings->fallbacksEnabled();
+    settings->setFallbacksEnabled(false);
+    const qsizetype count = settings->allKeys().size();
+    settings->setFallbacksEnabled(others);
+    return count;
+}
+
+/// The former file is there again, and the values are as they were before, and pending.
+void SettingsManager::takeBack(const FormerFile& former) {
+    const bool others = settings->fallbacksEnabled();
+    settings->setFallbacksEnabled(false);
+    QHash<QString, QVariant> values;
+    for (const QString& key : settings->allKeys()) {
+        values.insert(key, settings->value(key));
+    }
+    former.putBack();
+    settings->sync();
+    for (const QString& key : settings->allKeys()) {
+        if (!values.contains(key)) {
+            settings->remove(key);
+        }
+    }
+    for (const auto& [key, value] : values.asKeyValueRange()) {
+        settings->setValue(key, value);
+    }
+    settings->setFallbacksEnabled(others);
+}
+
+/// Before a write, of a file that is not as it was left. False where they cannot be kept.
+bool SettingsManager::keepLinesOfOthers() {
+    const QFileInfo file(settings->fileName());
+    if (file.size() == seenSize && file.lastModified() == seenTime) {
+        return true;
+    }
+    if (!keepForeignLines(settings->fileName())) {
+        return false;
+    }
+    seenSize = file.size();
+    seenTime = file.lastModified();
     return true;
 }
 
@@ -61,7 +215,11 @@ void SettingsManager::setValue(const QString& key, const QVariant& value) {
     const QVariant plain = plainValue(value);
     const QVariant oldValue = settings->value(key);
     settings->setValue(key, plain);
+    changed = true;
     if (oldValue != plain) {
+        if (!isStep(key, oldValue, plain)) {
+            writeThisTurn();
+        }
         emit valueChanged(key, plain);
     }
 }
@@ -75,6 +233,8 @@ void SettingsManager::removeValue(const QString& key) {
         return;
     }
     settings->remove(key);
+    changed = true;
+    writeThisTurn();
     emit valueChanged(key, QVariant());
 }
 
@@ -102,8 +262,34 @@ QStringList SettingsManager::getStringList(const QString& key, const QStringList
 }
 
 void SettingsManager::sync() {
-    if (settings != nullptr) {
-        settings->sync();
+    if (settings == nullptr) {
+        return;
+    }
+    writeTimer.stop();
+    const auto begin = Clock::now();
+    const bool written = writeStore();
+    const auto end = Clock::now();
+    pauseEnd = end + kPauseLengths * (end - begin);
+    const bool failedBefore = std::exchange(failing, !written);
+    if (written && failedBefore) {
+        qInfo() << "SettingsManager: the settings are written again";
+    } else if (!written && !failedBefore) {
+        qWarning() << "SettingsManager: the settings cannot be written, trying again:"
+                   << settings->fileName();
+    }
+    if (!written) {
+        writeWithin(kRetryDelay);
+    }
+}
+
+void SettingsManager::rescue() {
+    if (settings == nullptr || !changed || !keepForeignLines(settings->fileName())) {
+        return;
+    }
+    const FormerFile former(settings->fileName());
+    settings->sync();
+    if (!former.isReplacedWhole(keyCount())) {
+        former.putBack();
     }
 }
 
@@ -112,6 +298,8 @@ void SettingsManager::clear() {
         return;
     }
     settings->clear();
+    changed = true;
+    writeThisTurn();
     emit valueChanged(QString(), QVariant());
 }
 

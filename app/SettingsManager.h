@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QColor>
+#include <QDateTime>
+#include <QHash>
 #include <QObject>
 #include <QSettings>
 #include <QString>
@@ -10,13 +12,29 @@
 
 #include <chrono>
 
+class FormerFile;
+
 /// The program's one persistent key-value store, a process-wide singleton over one QSettings object.
 ///
 /// It stores whatever it is given and knows neither keys nor defaults. QML has it as singleton type
-/// `SettingsManager` of module `VexoDeckSettings`. Main thread only; QSettings does the locking against other
-/// processes. No operation fails: a damaged store reads as empty, and a store that cannot be written keeps
-/// its values for the rest of the run. Changes are written together, at most `writeDelay` after the first of
-/// them and when the program quits, since a dragged slider changes a value with each of its steps.
+/// `SettingsManager` of module `VexoDeckSettings`. Main thread only, but for rescue(); QSettings does the
+/// locking against other processes. No operation fails: a damaged store reads as empty where it is damaged.
+///
+/// When a change is on the disk (`delay` is that of the constructor):
+/// - At once: in the same turn of the event loop, before any other posted event. What one turn changes is
+///   written together, since a write replaces the whole file and waits for the disk. Each write is followed
+///   by a pause of three times its length, so that the screens get most of the time, however slow the disk
+///   is.
+/// - Within `delay`, where it is a step of a slider. The store sees no sliders: a further change of a key
+///   within `delay` of the last one is taken for a step, unless the new value is a switch (a boolean) or a
+///   list of another length. So the first step of a drag is written at once.
+/// - Within `delay`, too, where a value is set again as it is.
+/// What kills the process costs at most the steps of the last `delay`, and never the file, which is replaced
+/// as a whole.
+///
+/// A write that fails is told once in the log and tried again every `kRetryDelay` and at the end of the
+/// program until it succeeds; meanwhile the values hold for the run. Lines of the file that a write would
+/// drop, because they are no settings, are kept in one file beside it; see SettingsFile.h.
 class SettingsManager : public QObject {
     Q_OBJECT
 
@@ -25,10 +43,14 @@ public:
     /// first call is on the main thread.
     static SettingsManager* instance();
 
-    /// Changes are collected, since a write replaces the whole file and waits for the disk.
     static constexpr std::chrono::milliseconds kWriteDelay{500};
+    static constexpr std::chrono::milliseconds kRetryDelay{1000};
+    /// Of the length of the write before it.
+    static constexpr int kPauseLengths = 3;
+    /// The part of the delay that a step waits for its write. The rest is for the write.
+    static constexpr double kWaitingPart = 0.8;
 
-    explicit SettingsManager(std::chrono::milliseconds writeDelay = kWriteDelay, QObject* parent = nullptr);
+    explicit SettingsManager(std::chrono::milliseconds delay = kWriteDelay, QObject* parent = nullptr);
     /// Writes what is pending.
     ~SettingsManager() override;
 
@@ -63,10 +85,14 @@ public:
     Q_INVOKABLE void clear();
     Q_INVOKABLE [[nodiscard]] QStringList getAllKeys() const;
 
+    /// Writes what is pending, on any thread, where the process ends in the midst of its run.
+    void rescue();
+
 signals:
     void valueChanged(const QString& key, const QVariant& value);
 
 protected:
+    bool event(QEvent* event) override;
     /// Takes the event by which the store asks itself to be written, after each turn of the event loop with a
     /// change, and starts the delay in its place.
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -75,5 +101,26 @@ protected:
     QSettings* settings = nullptr;
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    void openStore(const QString& product);
+    [[nodiscard]] bool isStep(const QString& key, const QVariant& oldValue, const QVariant& newValue);
+    void writeThisTurn();
+    void writeStepsLater();
+    void writeWithin(std::chrono::milliseconds limit);
+    [[nodiscard]] bool writeStore();
+    [[nodiscard]] bool writeFile();
+    [[nodiscard]] qsizetype keyCount();
+    void takeBack(const FormerFile& former);
+    [[nodiscard]] bool keepLinesOfOthers();
+
+    const std::chrono::milliseconds writeDelay;
     QTimer writeTimer;
+    QHash<QString, Clock::time_point> lastChanges; // of each key, for isStep()
+    Clock::time_point pauseEnd;                    // of the pause after the last write
+    bool writePosted = false;                      // an event that writes is under way to this object
+    bool changed = false;                          // since the last write that succeeded
+    bool failing = false;                          // the last write failed
+    qint64 seenSize = -1;                          // of the file, as it was checked or written last
+    QDateTime seenTime;
 };

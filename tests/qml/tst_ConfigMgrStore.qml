@@ -348,5 +348,7 @@ ConfigTestCase {
         compare(ConfigMgr.getValue("share_data"), true);
         ConfigMgr.setValue("auto_gain", 4);
         compare(ConfigMgr.getValue("auto_gain"), 4);
+        TestLog.expect("lines that are no settings are kept in");
+        SettingsManager.sync();
     }
 }

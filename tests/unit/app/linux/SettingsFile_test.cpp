@@ -1,5 +1,6 @@
 // The store as the file that it is on Linux.
 
+#include "app/SettingsFile.h"
 #include "app/SettingsManager.h"
 #include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
@@ -7,6 +8,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJSEngine>
 #include <QSignalSpy>
 
@@ -25,26 +27,48 @@ public:
 /// A manager on an emptied store.
 class SettingsFileTest : public testing::Test {
 protected:
-    void SetUp() override { manager.clear(); }
+    void SetUp() override {
+        manager.clear();
+        manager.sync();
+        QCoreApplication::processEvents();
+    }
 
     /// The store's file, which exists and has no line of the key.
     QString fileWithout(const QString& key) {
         manager.setValue("other", 1);
         manager.removeValue(key);
         manager.sync();
+        QCoreApplication::processEvents();
         return SettingsManagerFile().fileName();
     }
 
-    /// The line of "volume" in the file, empty where there is none.
-    static QByteArray written(const QString& path) {
+    /// The line of a key in the file, empty where there is none.
+    static QByteArray written(const QString& path, const QByteArray& key = "volume") {
         QFile file(path);
         EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
         for (const QByteArray& line : file.readAll().split('\n')) {
-            if (line.startsWith("volume=")) {
+            if (line.startsWith(key + '=')) {
                 return line;
             }
         }
         return {};
+    }
+
+    /// The store's file with this content, which nobody has read yet.
+    static QString fileWith(const QByteArray& content) {
+        const QString path = SettingsManagerFile().fileName();
+        EXPECT_TRUE(QDir().mkpath(QFileInfo(path).path()));
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(content);
+        file.close();
+        QFile::remove(foreignLinesFile(path));
+        return path;
+    }
+
+    static QByteArray contentOf(const QString& path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
     // All managers share the store in this process: this one writes nothing by itself.
@@ -80,26 +104,73 @@ TEST_F(SettingsFileTest, ChangeIsWrittenHalfASecondLater) {
     EXPECT_EQ(SettingsManager::kWriteDelay, std::chrono::milliseconds(500));
 }
 
-TEST_F(SettingsFileTest, ChangesWaitForTheDelay) {
+TEST_F(SettingsFileTest, FirstStepOfADragIsWrittenAtOnceAndTheOthersWait) {
     const QString path = fileWithout("volume");
     SettingsManager patient(std::chrono::hours(1));
-    // As a dragged slider does, with turns of the event loop in between.
     for (int step = 0; step < 20; ++step) {
         patient.setValue("volume", step);
         QCoreApplication::processEvents();
-        EXPECT_EQ(written(path), "") << "step " << step;
+        EXPECT_EQ(written(path), "volume=0") << "step " << step;
     }
     patient.sync();
     EXPECT_EQ(written(path), "volume=19");
 }
 
+TEST_F(SettingsFileTest, TextAndListOfTheSameLengthThatChangeAgainAreSteps) {
+    const QString path = fileWithout("volume");
+    SettingsManager patient(std::chrono::hours(1));
+    patient.setValue("text", "first");
+    patient.setStringList("list", {"a", "b"});
+    ASSERT_TRUE(await([&] { return written(path, "list") == "list=a, b"; }));
+    EXPECT_EQ(written(path, "text"), "text=first");
+    patient.setValue("text", "second");
+    patient.setStringList("list", {"a", "c"});
+    QCoreApplication::processEvents();
+    EXPECT_EQ(written(path, "text"), "text=first");
+    EXPECT_EQ(written(path, "list"), "list=a, b");
+}
+
+TEST_F(SettingsFileTest, SwitchIsWrittenAtOnceHoweverOftenItChanges) {
+    const QString path = fileWithout("mute");
+    SettingsManager patient(std::chrono::hours(1));
+    for (const bool on : {true, false, true, false}) {
+        patient.setValue("mute", on);
+        EXPECT_TRUE(await([&] { return written(path, "mute") == (on ? "mute=true" : "mute=false"); })) << on;
+    }
+}
+
+TEST_F(SettingsFileTest, EntryThatComesToAListOrGoesIsWrittenAtOnce) {
+    const QString path = fileWithout("list");
+    SettingsManager patient(std::chrono::hours(1));
+    patient.setStringList("list", {"a", "b"});
+    EXPECT_TRUE(await([&] { return written(path, "list") == "list=a, b"; }));
+    patient.setStringList("list", {"a", "b", "c"});
+    EXPECT_TRUE(await([&] { return written(path, "list") == "list=a, b, c"; }));
+    patient.setStringList("list", {"c"});
+    EXPECT_TRUE(await([&] { return written(path, "list") == "list=c"; }));
+}
+
+TEST_F(SettingsFileTest, RemovalIsWrittenAtOnce) {
+    const QString path = fileWithout("volume");
+    SettingsManager patient(std::chrono::hours(1));
+    patient.setValue("volume", 1);
+    patient.setValue("other", 1);
+    ASSERT_TRUE(await([&] { return written(path) == "volume=1"; }));
+    patient.removeValue("volume");
+    EXPECT_TRUE(await([&] { return written(path).isEmpty(); }));
+    patient.clear();
+    EXPECT_TRUE(await([&] { return written(path, "other").isEmpty(); }));
+}
+
 TEST_F(SettingsFileTest, ChangesThatGoOnDoNotPutOffTheWrite) {
     const QString path = fileWithout("volume");
     SettingsManager quick(std::chrono::milliseconds(20));
+    quick.setValue("volume", 0);
+    ASSERT_TRUE(await([&] { return written(path) == "volume=0"; }));
     int step = 0;
-    ASSERT_TRUE(await([&] {
+    EXPECT_TRUE(await([&] {
         quick.setValue("volume", ++step);
-        return !written(path).isEmpty();
+        return written(path) != "volume=0";
     }));
     // And the next change is written in its turn.
     quick.setValue("volume", -1);
@@ -129,6 +200,103 @@ TEST_F(SettingsFileTest, DamagedStoreReadsAsEmptyAndTakesNewValues) {
     damaged.setValue("volume", 6);
     damaged.sync();
     EXPECT_EQ(damaged.getValue("volume"), QVariant(6));
+}
+
+TEST_F(SettingsFileTest, WriteThatFailsIsToldOnceAndTriedAgainUntilItSucceeds) {
+    const QString path = fileWithout("volume");
+    // A folder has the file's name.
+    ASSERT_TRUE(QFile::remove(path));
+    ASSERT_TRUE(QDir().mkpath(path + QStringLiteral("/occupied")));
+    const LogCapture log;
+    SettingsManager store;
+    const QString told = QStringLiteral("the settings cannot be written");
+    store.setValue("volume", 5);
+    EXPECT_TRUE(await([&] { return log.count(told) == 1; }));
+    store.setValue("volume", 6);
+    store.sync();
+    store.setValue("mute", true);
+    store.sync();
+    EXPECT_EQ(log.count(told), 1);
+    EXPECT_EQ(store.getValue("volume"), QVariant(6));
+    ASSERT_TRUE(QDir(path).removeRecursively());
+    // No further change.
+    ASSERT_TRUE(await([&] { return QFileInfo(path).isFile(); }));
+    EXPECT_EQ(written(path), "volume=6");
+    EXPECT_EQ(written(path, "mute"), "mute=true");
+    EXPECT_EQ(log.count(QStringLiteral("the settings are written again")), 1);
+    // The next failure is another one.
+    ASSERT_TRUE(QFile::remove(path));
+    ASSERT_TRUE(QDir().mkpath(path));
+    store.setValue("volume", 7);
+    EXPECT_TRUE(await([&] { return log.count(told) == 2; }));
+    ASSERT_TRUE(QDir(path).removeRecursively());
+    store.sync();
+    EXPECT_EQ(written(path), "volume=7");
+}
+
+TEST_F(SettingsFileTest, LinesThatAreNoSettingsAreKeptBesideTheFileBeforeTheFirstWrite) {
+    const QByteArray garbage("[General]\nvolume=3\nhalf a li\n\x00\xff=\x01\n[unclosed\n", 44);
+    const QString path = fileWith(garbage);
+    const QString kept = foreignLinesFile(path);
+    const LogCapture log;
+    SettingsManager store;
+    EXPECT_EQ(store.getValue("volume").toInt(), 3);
+    store.sync();
+    EXPECT_FALSE(QFile::exists(kept)) << "kept without a write";
+    store.setValue("volume", 4);
+    ASSERT_TRUE(await([&] { return written(path) == "volume=4"; }));
+    EXPECT_EQ(contentOf(kept), garbage);
+    EXPECT_EQ(log.count(kept), 1);
+    // What is written over it later is the program's own.
+    store.setValue("other", 5);
+    store.sync();
+    EXPECT_EQ(contentOf(kept), garbage);
+    EXPECT_EQ(log.count(kept), 1);
+    QFile::remove(kept);
+}
+
+TEST_F(SettingsFileTest, FileOfTheProgramsOwnIsNotKept) {
+    const QString path = fileWithout("volume");
+    QFile::remove(foreignLinesFile(path));
+    for (const QVariant& value : {QVariant(0.25), QVariant(QStringLiteral("三\n\x01;=[\"\\")), QVariant(true),
+                                  QVariant(QStringList{"a", QString()}), QVariant(QVariantMap{{"a", 1}})}) {
+        manager.setValue("volume", value);
+        manager.setValue(QStringLiteral("group/[三]=;\n"), value);
+        manager.sync();
+        EXPECT_FALSE(hasForeignLines(contentOf(path))) << contentOf(path).toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(foreignLinesFile(path)));
+}
+
+TEST_F(SettingsFileTest, FileThatWasReplacedByAPartOfItIsPutBackAtTheNextStart) {
+    const QByteArray whole("[General]\nvolume=3\nother=4\n");
+    const QString path = fileWith("[General]\nvolu");
+    const QString former = path + QStringLiteral(".former");
+    const auto keepFormer = [&] {
+        QFile file(former);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(whole);
+    };
+    keepFormer();
+    EXPECT_EQ(SettingsManager().getValue("volume").toInt(), 3);
+    EXPECT_EQ(contentOf(path), whole);
+    EXPECT_FALSE(QFile::exists(former));
+    // A whole file stays.
+    const QByteArray newer("[General]\nvolume=5\n");
+    ASSERT_EQ(fileWith(newer), path);
+    keepFormer();
+    EXPECT_EQ(SettingsManager().getValue("volume").toInt(), 5);
+    EXPECT_EQ(contentOf(path), newer);
+    EXPECT_FALSE(QFile::exists(former));
+}
+
+TEST_F(SettingsFileTest, LockThatAKilledProcessLeftEmptyIsRemoved) {
+    const QString lock = fileWithout("volume") + QStringLiteral(".lock");
+    QFile file(lock);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    SettingsManager store;
+    EXPECT_FALSE(QFile::exists(lock));
 }
 
 TEST_F(SettingsFileTest, ArrayOfTheScriptLanguageSetAgainDoesNotEmit) {

@@ -1,0 +1,132 @@
+#include "app/SettingsFile.h"
+
+#include <QByteArrayView>
+#include <QDebug>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+namespace {
+
+bool isSettingsLine(QByteArrayView line) {
+    const QByteArrayView text = line.trimmed();
+    if (text.isEmpty()) {
+        return true;
+    }
+    if (text.front() == '[') {
+        return text.back() == ']';
+    }
+    return text.front() != ';' && text.indexOf('=') > 0;
+}
+
+bool isTextByte(char byte) {
+    const auto code = static_cast<unsigned char>(byte);
+    return code >= 0x20 ? code != 0x7F : byte == '\t' || byte == '\r' || byte == '\n';
+}
+
+/// What QSettings writes ends with a line's end.
+bool endsWhole(const QByteArray& text) {
+    return text.endsWith('\n');
+}
+
+bool isKeyLine(QByteArrayView line) {
+    return !line.trimmed().isEmpty() && line.front() != '[';
+}
+
+std::filesystem::path pathOf(const QString& file) {
+    return QFileInfo(file).filesystemFilePath();
+}
+
+std::filesystem::path formerPath(const QString& file) {
+    return pathOf(file + QStringLiteral(".former"));
+}
+
+} // namespace
+
+bool hasForeignLines(const QByteArray& text) {
+    if (!QByteArrayView(text).isValidUtf8() || !std::ranges::all_of(text, isTextByte)) {
+        return true;
+    }
+    return !std::ranges::all_of(text.split('\n'), isSettingsLine);
+}
+
+QString foreignLinesFile(const QString& settingsFile) {
+    return settingsFile + QStringLiteral(".damaged");
+}
+
+bool keepForeignLines(const QString& settingsFile) {
+    QFile file(settingsFile);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return true;
+    }
+    const QByteArray text = file.readAll();
+    if (!hasForeignLines(text)) {
+        return true;
+    }
+    const QString copyName = foreignLinesFile(settingsFile);
+    if (QFileInfo(copyName).isDir()) {
+        qWarning() << "SettingsFile: lines that are no settings are lost, since this is a folder:"
+                   << copyName;
+        return true;
+    }
+    QSaveFile copy(copyName);
+    if (!copy.open(QIODevice::WriteOnly) || !copy.setPermissions(file.permissions()) ||
+        copy.write(text) != text.size() || !copy.flush() || !copy.commit()) {
+        return false;
+    }
+    qWarning() << "SettingsFile: lines that are no settings are kept in" << copyName;
+    return true;
+}
+
+FormerFile::FormerFile(const QString& settingsFile) : file(settingsFile) {
+    std::error_code failure;
+    std::filesystem::remove(formerPath(file), failure);
+    std::filesystem::create_hard_link(pathOf(file), formerPath(file), failure);
+}
+
+FormerFile::~FormerFile() {
+    std::error_code failure;
+    std::filesystem::remove(formerPath(file), failure);
+}
+
+bool FormerFile::isReplacedWhole(qsizetype keyCount) const {
+    QFile written(file);
+    if (keyCount == 0 || !written.open(QIODevice::ReadOnly)) {
+        return true;
+    }
+    const QByteArray text = written.readAll();
+    return endsWhole(text) && std::ranges::count_if(text.split('\n'), isKeyLine) >= keyCount;
+}
+
+// Neither step takes room.
+void FormerFile::putBack() const {
+    std::error_code failure;
+    if (std::filesystem::exists(formerPath(file), failure)) {
+        std::filesystem::rename(formerPath(file), pathOf(file), failure);
+    } else {
+        std::filesystem::remove(pathOf(file), failure);
+    }
+}
+
+void FormerFile::finish(const QString& settingsFile) {
+    std::error_code failure;
+    if (!std::filesystem::exists(formerPath(settingsFile), failure)) {
+        return;
+    }
+    QFile written(settingsFile);
+    if (!written.open(QIODevice::ReadOnly) || !endsWhole(written.readAll())) {
+        std::filesystem::rename(formerPath(settingsFile), pathOf(settingsFile), failure);
+    }
+    std::filesystem::remove(formerPath(settingsFile), failure);
+}
+
+void removeEmptyLock(const QString& settingsFile) {
+    const QFileInfo lock(settingsFile + QStringLiteral(".lock"));
+    if (lock.isFile() && lock.size() == 0) {
+        QFile::remove(lock.filePath());
+    }
+}
