@@ -1,13 +1,44 @@
 #include "app/InstanceGuard.h"
 
 #include "platform/AbandonedSegment.h"
+#include "platform/ThreadName.h"
 
 #include <QDebug>
 #include <QSharedMemory>
 
+#include <future>
+#include <optional>
+#include <thread>
+#include <type_traits>
+#include <utility>
+
 namespace {
+
 constexpr int kSegmentBytes = 1;
+
+void tellOfAnother() {
+    qDebug() << "共享内存已存在，直接退出";
 }
+
+/// What `work` at the segment returns; nothing where it does not come back in time. It runs on a thread of
+/// its own, which is left alone then: whoever holds the segment's semaphore holds up all others, without a
+/// limit.
+template <typename Work>
+std::optional<std::invoke_result_t<Work>> withPatience(Work work) {
+    std::packaged_task<std::invoke_result_t<Work>()> task([work = std::move(work)] {
+        nameThisThread("Instance guard");
+        return work();
+    });
+    std::future<std::invoke_result_t<Work>> result = task.get_future();
+    std::thread(std::move(task)).detach();
+    if (result.wait_for(InstanceGuard::kSegmentPatience) != std::future_status::ready) {
+        qWarning() << "InstanceGuard: the segment is held up, the lock decides alone";
+        return std::nullopt;
+    }
+    return result.get();
+}
+
+} // namespace
 
 InstanceDecision decideInstance(QSharedMemory& guard) {
     releaseAbandonedSegment(guard);
@@ -19,7 +50,7 @@ InstanceDecision decideInstance(QSharedMemory& guard) {
         return InstanceDecision::Run;
     }
     if (guard.attach(QSharedMemory::ReadWrite)) {
-        qDebug() << "共享内存已存在，直接退出";
+        tellOfAnother();
         return InstanceDecision::AlreadyRunning;
     }
     // The segment cannot be attached: it is stale.
@@ -28,4 +59,35 @@ InstanceDecision decideInstance(QSharedMemory& guard) {
     }
     return guard.create(kSegmentBytes, QSharedMemory::ReadWrite) ? InstanceDecision::Run
                                                                  : InstanceDecision::AlreadyRunning;
+}
+
+InstanceGuard::InstanceGuard(const QString& segmentKey)
+    : key(segmentKey), segment(std::make_shared<QSharedMemory>(segmentKey)) {}
+
+InstanceGuard::~InstanceGuard() {
+    release();
+}
+
+InstanceDecision InstanceGuard::decide() {
+    if (lock.take(key + QStringLiteral(".lock")) == UserLock::Answer::HeldByAnother) {
+        tellOfAnother();
+        return InstanceDecision::AlreadyRunning;
+    }
+    if (belongsToAnotherUser(*segment)) {
+        segment.reset();
+        return InstanceDecision::Run;
+    }
+    const auto decision = withPatience([held = segment] { return decideInstance(*held); });
+    if (!decision.has_value()) {
+        segment.reset();
+    }
+    return decision.value_or(InstanceDecision::Run);
+}
+
+void InstanceGuard::release() {
+    if (segment != nullptr && segment->isAttached() &&
+        !withPatience([held = segment] { return held->detach(); }).has_value()) {
+        segment.reset();
+    }
+    lock.release();
 }

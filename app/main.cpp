@@ -12,7 +12,6 @@
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
-#include <QSharedMemory>
 #include <QtQml>
 
 #include <memory>
@@ -39,8 +38,8 @@ int main(int argc, char* argv[]) {
     QGuiApplication::setOrganizationName(QStringLiteral("VEXO"));
     QGuiApplication::setOrganizationDomain(QStringLiteral("vexo.example"));
 
-    QSharedMemory guard(QStringLiteral("VEXO_Deck_SingleInstance"));
-    if (decideInstance(guard) == InstanceDecision::AlreadyRunning) {
+    InstanceGuard guard(QStringLiteral("VEXO_Deck_SingleInstance"));
+    if (guard.decide() == InstanceDecision::AlreadyRunning) {
         return 1;
     }
 
@@ -74,9 +73,7 @@ int main(int argc, char* argv[]) {
         if (HIDHotplugManager* const manager = HIDHotplugManager::instance()) {
             manager->stopAndDisconnectDevice();
         }
-        if (guard.isAttached()) {
-            guard.detach();
-        }
+        guard.release();
         qInfo() << "资源清理完成";
     });
     return QGuiApplication::exec();
