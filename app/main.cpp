@@ -2,8 +2,10 @@
 #include "app/InstanceGuard.h"
 #include "app/ScriptEngines.h"
 #include "app/SettingsManager.h"
+#include "app/UnexpectedExit.h"
 #include "bridge/SystemBridge.h"
 #include "device/HIDHotplugManager.h"
+#include "platform/EndSignals.h"
 #include "platform/GraphicsCard.h"
 #include "platform/SoundServerWatch.h"
 #include "platform/WideOutput.h"
@@ -12,6 +14,7 @@
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
+#include <QThread>
 #include <QtQml>
 
 #include <memory>
@@ -26,10 +29,21 @@ void registerService(const char* module, const char* typeName) {
         module, 1, 0, typeName, [](QQmlEngine*, QJSEngine*) -> QObject* { return Service::instance(); });
 }
 
+/// What is left to do when the program ends.
+void cleanUp(InstanceGuard& guard) {
+    qInfo() << "应用程序即将退出，开始清理资源...";
+    if (HIDHotplugManager* const manager = HIDHotplugManager::instance()) {
+        manager->stopAndDisconnectDevice();
+    }
+    guard.release();
+    qInfo() << "资源清理完成";
+}
+
 } // namespace
 
-/// Builds the whole process in one fixed order and runs it. Exit codes: the event loop's; 1 when another
-/// instance runs; -1 when the root document cannot be loaded.
+/// Builds the whole process in one fixed order and runs it. Exit codes: the event loop's, which is 0 where
+/// the user or a signal (see EndSignals.h) ended it; 1 when another instance runs, or the display was lost;
+/// -1 when the root document cannot be loaded.
 int main(int argc, char* argv[]) {
     makeWideOutputUtf8();
     collectGarbageInOneGo();
@@ -42,6 +56,8 @@ int main(int argc, char* argv[]) {
     if (guard.decide() == InstanceDecision::AlreadyRunning) {
         return 1;
     }
+    const std::shared_ptr<void> endSignals =
+        watchEndSignals([] { SystemBridge::instance()->quitApplication(); });
 
     const std::shared_ptr<void> soundServer = holdSoundServer();
     applyDarkLook(application);
@@ -68,13 +84,18 @@ int main(int argc, char* argv[]) {
         [] { QCoreApplication::exit(-1); }, Qt::QueuedConnection);
     engine.loadFromModule("VexoDeck", "Main");
 
-    QObject::connect(&application, &QCoreApplication::aboutToQuit, [&guard] {
-        qInfo() << "应用程序即将退出，开始清理资源...";
-        if (HIDHotplugManager* const manager = HIDHotplugManager::instance()) {
-            manager->stopAndDisconnectDevice();
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, [&guard] { cleanUp(guard); });
+    // The session manager may end the program without a further word.
+    const auto save = [] {
+        SettingsManager::instance()->sync();
+    };
+    QObject::connect(&application, &QGuiApplication::commitDataRequest, save);
+    QObject::connect(&application, &QGuiApplication::saveStateRequest, save);
+    const UnexpectedExit rescue([&guard] {
+        SettingsManager::instance()->rescue();
+        if (QThread::isMainThread()) {
+            cleanUp(guard);
         }
-        guard.release();
-        qInfo() << "资源清理完成";
     });
     return QGuiApplication::exec();
 }
