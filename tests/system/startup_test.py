@@ -1,7 +1,6 @@
 """Start-up and shutdown, with the real executable as a process."""
 
 import pathlib
-import shutil
 import signal
 import subprocess
 import unittest
@@ -9,29 +8,13 @@ import unittest
 from log_check import TYPED_LOG, warnings_of
 from screens import CONNECTED, WAITING_TITLE
 from stage import wait_until
-from system_case import BUILD, CLEANUP_BEGIN, CLEANUP_END, SystemCase
-
-ALREADY_RUNNING = "共享内存已存在，直接退出"
-QUIT = "SystemBridge::quitApplication 正在退出应用程序"
+from system_case import ALREADY_RUNNING, BUILD, CLEANUP_BEGIN, CLEANUP_END, QUIT, SystemCase
 
 BRIDGE_END = "SystemBridge::cleanupNativeBridge() - Cleaning up"
 CAPTURE_END = "Audio routing service stopped"
 
 
-class StartUpCase(SystemCase):
-    def program_with_root_document(self, document, **words):
-        """Starts the program with another root document: the engine looks beside the executable before it looks
-        into the program's resources."""
-        folder = self.stage.folder / "other-root"
-        (folder / "VexoDeck").mkdir(parents=True)
-        executable = folder / "program"
-        shutil.copy(BUILD / "app" / "VexoDeck", executable)
-        (folder / "VexoDeck" / "qmldir").write_text("module VexoDeck\nMain 1.0 Main.qml\n")
-        (folder / "VexoDeck" / "Main.qml").write_text(document)
-        return self.stage.start_program(executable=executable, **words)
-
-
-class StartUp(StartUpCase):
+class StartUp(SystemCase):
     def test_second_start_exits_with_1_prints_its_line_and_opens_no_window(self):
         first = self.start()
         second = self.stage.start_program()
@@ -189,7 +172,7 @@ class StartUp(StartUpCase):
                           f'warning 无法打开属性日志文件: "{folder}/hid_attribute.log" 错误: "Not a directory"'})
 
 
-class StartUpWithDevice(StartUpCase):
+class StartUpWithDevice(SystemCase):
     plugged = True
 
     def test_device_present_at_start_connects_and_logs_its_traffic(self):

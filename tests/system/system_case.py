@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import shutil
 import sys
 import unittest
 
@@ -12,6 +13,8 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ["VEXO_BUILD"])
 LONG = "VEXO_LONG" in os.environ
 
+ALREADY_RUNNING = "共享内存已存在，直接退出"
+QUIT = "SystemBridge::quitApplication 正在退出应用程序"
 CLEANUP_BEGIN = "应用程序即将退出，开始清理资源..."
 CLEANUP_END = "资源清理完成"
 
@@ -61,3 +64,19 @@ class SystemCase(StageCase):
         """Closes the main window with its own button; the exit code."""
         self.stage.click(CLOSE_BUTTON, "button")
         return program.wait_exit()
+
+    def program_with_root_document(self, document, **words):
+        """Starts the program with another root document: the engine looks beside the executable before it looks
+        into the program's resources."""
+        return self.stage.start_program(executable=program_beside(self.stage.folder / "other-root", document), **words)
+
+
+def program_beside(folder, document):
+    """A copy of the program in a folder, with this root document; its path."""
+    (folder / "VexoDeck").mkdir(parents=True, exist_ok=True)
+    executable = folder / "program"
+    if not executable.exists():
+        shutil.copy(BUILD / "app" / "VexoDeck", executable)
+    (folder / "VexoDeck" / "qmldir").write_text("module VexoDeck\nMain 1.0 Main.qml\n")
+    (folder / "VexoDeck" / "Main.qml").write_text(document)
+    return executable
