@@ -212,6 +212,17 @@ class Entering(EnvCase):
         self.env["XAUTHORITY"] = "/mnt/nobody/.Xauthority"
         self.assertEqual(self.inside("echo here"), "here\n")
 
+    def test_files_that_this_system_lacks_are_no_matter(self):
+        self.assertEqual(self.inside("echo here", "mount -t tmpfs none /etc"), "here\n")
+        for name in ("hosts", "resolv.conf", "localtime"):
+            seen = self.inside(f'read -r line < /etc/{name}; echo "$line"',
+                               f"mount -t tmpfs none /etc && echo {name} of here > /etc/{name}")
+            self.assertEqual(seen, f"{name} of here\n")
+
+    def test_a_command_runs_in_the_root_folder_too(self):
+        (self.root / "mark").touch()
+        self.assertEqual(self.use("sh", "-c", "pwd; echo mark*", cwd="/").stdout, "/\nmark\n")
+
     def test_what_lies_in_the_folder_of_a_user_is_seen(self):
         # The folder is a mount of its own below /run/user.
         seen = self.inside("read -r line < /run/user/4242/wayland-0; echo \"$line\"",
