@@ -108,6 +108,46 @@ class Creation(EnvCase):
             self.assertTrue(used.is_dir())
             self.assertFalse(unused.exists())
 
+    def renewals(self):
+        return [call for call in " ".join(self.called()).split("unshare ") if "dist-upgrade" in call]
+
+    def test_the_packages_of_a_root_are_renewed(self):
+        self.use("--prepare")
+        self.calls.write_text("")
+        result = self.use("--update")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(self.creations(), [])
+        self.assertEqual(len(self.renewals()), 1)
+        self.assertRegex(self.renewals()[0], r"apt-get update && dpkg --configure -a .*dist-upgrade")
+        self.assertEqual(result.stderr.splitlines()[-1], "env: the build environment is up to date")
+
+    def test_where_there_is_no_root_its_renewal_makes_one(self):
+        result = self.use("--update")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertTrue(self.root.is_dir())
+        self.assertEqual(len(self.creations()), 1)
+        self.assertEqual(len(self.renewals()), 1)
+
+    def test_a_root_is_renewed_when_no_command_runs_in_it(self):
+        self.use("--prepare")
+        self.calls.write_text("")
+        with open(f"{self.root}.lock", "w", encoding="utf-8") as lock:
+            fcntl.flock(lock, fcntl.LOCK_SH)
+            update = self.start_script(ENV, "--update")
+            self.assertIn("waiting for the commands that run in the build environment", update.stdout.readline())
+            self.assertEqual(self.renewals(), [])
+        self.assertEqual(update.wait(60), 0, update.stdout.read())
+        self.assertEqual(len(self.renewals()), 1)
+
+    def test_a_renewal_that_fails_leaves_the_root(self):
+        self.use("--prepare")
+        self.stub("unshare", "echo \"Err: Could not resolve 'mirror'\"", "exit 1")
+        self.assert_refused(self.use("--update"), f"{MIRROR} (log: {self.cache}/env.log).")
+        self.assertTrue(self.root.is_dir())
+        self.stub("id", "echo 1000")
+        self.assert_refused(self.use("--update"),
+                            "renewing the build environment needs root: run the command again with sudo.")
+
     def test_without_root_it_says_so(self):
         self.stub("id", "echo 1000")
         self.assert_refused(self.use("--prepare"),
@@ -223,6 +263,33 @@ class Entering(EnvCase):
         (self.root / "mark").touch()
         self.assertEqual(self.use("sh", "-c", "pwd; echo mark*", cwd="/").stdout, "/\nmark\n")
 
+    def test_under_sudo_a_command_is_that_of_the_caller_where_it_is_asked_for(self):
+        home = self.folder / "home of a friend"
+        home.mkdir()
+        (home / "letter").write_text("dear\n")
+        for folder in (self.folder, home):
+            folder.chmod(0o755)
+        self.stub("getent", f"echo 'friend:x:4711:4712::{home}:/bin/zsh'")
+        self.stub("id", 'if [ "$1" = -G ]; then echo 4712 29; else echo 0; fi')
+        self.env["SUDO_UID"] = "4711"
+        who = ('while read -r key value rest; do case $key in Uid: | Gid: | Groups:) echo $key $value $rest ;; esac; done '
+               '< /proc/self/status; echo "$HOME $USER"; read -r line < "$HOME/letter"; echo "$line"; '
+               'while read -r line; do echo "$line"; done < /etc/passwd')
+        for _ in range(2):
+            result = self.use("--as-caller", "sh", "-c", who, cwd="/")
+            self.assertEqual(result.stdout.splitlines(), [
+                "Uid: 4711 4711 4711 4711", "Gid: 4712 4712 4712 4712", "Groups: 29 4712", f"{home} friend", "dear",
+                f"friend:x:4711:4712::{home}:/bin/sh"], result.stderr)
+        self.assertIn("Uid: 0 0 0 0\n", self.use("sh", "-c", who, cwd="/").stdout)
+        del self.env["SUDO_UID"]
+        self.assertIn("Uid: 0 0 0 0\n", self.use("--as-caller", "sh", "-c", who, cwd="/").stdout)
+
+    def test_a_caller_whom_this_system_does_not_know_is_told(self):
+        self.stub("getent", "exit 2")
+        self.env["SUDO_UID"] = "4711"
+        self.assert_refused(self.use("--as-caller", "sh", "-c", "echo here"),
+                            "the user 4711, who called sudo, is not known to this system.")
+
     def test_what_lies_in_the_folder_of_a_user_is_seen(self):
         # The folder is a mount of its own below /run/user.
         seen = self.inside("read -r line < /run/user/4242/wayland-0; echo \"$line\"",
@@ -254,6 +321,23 @@ class System(EnvCase):
         self.assertEqual([" install " in run for run in self.package_runs()], [False, True])
         self.assertEqual(self.package_runs()[0], "apt-get update")
         self.assertIn("DPkg::Lock::Timeout=", self.package_runs()[1])
+
+    def test_under_sudo_a_command_is_that_of_the_caller_where_it_is_asked_for(self):
+        self.stub("getent", f"echo 'friend:x:4711:4712::{self.folder}:/bin/sh'")
+        self.stub("id", 'if [ "$1" = -G ]; then echo 4712 29; else echo 0; fi')
+        self.stub("chroot", 'echo "$HOME $VEXO_ENV"')
+        self.env["SUDO_UID"] = "4711"
+        self.assertEqual(self.use("--as-caller", "true").stdout, f"{self.folder} system\n")
+        self.assertEqual(self.called()[-1], "chroot --userspec=+4711:+4712 --groups=4712,29 --skip-chdir / true")
+        self.calls.write_text("")
+        self.assertEqual(self.use("true").returncode, 0)
+        self.assertFalse(any(call.startswith("chroot") for call in self.called()))
+
+    def test_its_packages_are_renewed_by_the_system_itself(self):
+        result = self.use("--update")
+        self.assertEqual((result.returncode, result.stderr),
+                         (0, "env: the packages are those of this system: renew them as all others of it\n"))
+        self.assertEqual(self.package_runs(), [])
 
     def test_what_is_there_is_not_installed_again(self):
         self.use("--prepare")

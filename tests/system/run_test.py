@@ -77,6 +77,29 @@ class Run(ScriptCase):
             self.env["DISPLAY"] = ":7"
             self.assertRegex(self.last_call("m40"), r"tools/stage/desktop .* \[:7wayland-1\]$")
 
+    def test_under_sudo_root_builds_and_the_program_is_that_of_the_caller(self):
+        self.script(self.stubs / "id", "echo 0")
+        self.stub("chown")
+        (self.tree / "build").mkdir()
+        self.env.update(SUDO_UID="4711", SUDO_GID="4712", DISPLAY=":7")
+        start = "env --as-caller tools/stage/desktop build/release/app/VexoDeck build/release/emulator m40 [:7]"
+        self.assertEqual(self.last_call("m40"), start)
+        self.assertEqual(self.called(), ["env --prepare [:7]", "build release VexoDeck vexo-emulator vexo_hidapi_emulated [:7]",
+                                         "chown -hR 4711:4712 build", start])
+        self.assertEqual(self.last_call("--real"), "env --as-caller build/release/app/VexoDeck [:7]")
+        del self.env["DISPLAY"]
+        self.assertRegex(self.last_call(), r"^env --as-caller python3 tools/pictures/tour\.py ")
+
+    def test_root_who_calls_sudo_stays_root(self):
+        self.stub("id", "echo 0")
+        self.env.update(SUDO_UID="0", SUDO_GID="0", DISPLAY=":7")
+        self.assertEqual(self.last_call("--real"), "env build/release/app/VexoDeck [:7]")
+
+    def test_what_sudo_left_behind_means_nothing_to_another_user(self):
+        self.stub("id", "echo 4711")
+        self.env.update(SUDO_UID="4712", SUDO_GID="4712", DISPLAY=":7")
+        self.assertEqual(self.last_call("--real"), "env build/release/app/VexoDeck [:7]")
+
 
 class Desktop(ScriptCase):
     """The end of the program, beside the real emulator."""

@@ -31,7 +31,7 @@ class ScriptCase(unittest.TestCase):
         self.calls = self.folder / "calls"
         self.calls.touch()
         self.env = dict(os.environ, PATH=f"{self.stubs}:{os.environ['PATH']}", CALLS=str(self.calls), LC_ALL="C.UTF-8")
-        for name in ("VEXO_ENV", "VEXO_CACHE", "DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "SUDO_UID"):
+        for name in ("VEXO_ENV", "VEXO_CACHE", "DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "SUDO_UID", "SUDO_GID"):
             self.env.pop(name, None)
 
     def script(self, path, *lines):
