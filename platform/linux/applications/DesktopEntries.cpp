@@ -1,6 +1,8 @@
 #include "platform/linux/applications/DesktopEntries.h"
 
 #include "inventory/ProgramFiles.h"
+#include "platform/linux/applications/KeyFile.h"
+#include "platform/linux/system/ForeignFile.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -9,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 
 namespace {
 
@@ -18,7 +21,7 @@ constexpr std::array<QByteArrayView, 9> kUsedKeys = {
 
 // Levels of folders that are searched: the root and those below it.
 constexpr int kScanDepth = 3;
-constexpr qint64 kLargestEntryBytes = 1 << 20;
+constexpr std::size_t kLargestEntryBytes = 1 << 20;
 
 QString unescaped(const QByteArray& value) {
     QByteArray text;
@@ -51,26 +54,13 @@ QString unescaped(const QByteArray& value) {
 // The raw values of the used keys. A translated key has its language in brackets behind its name.
 QHash<QByteArray, QByteArray> usedValues(QByteArrayView text) {
     QHash<QByteArray, QByteArray> values;
-    bool inEntry = false;
-    for (qsizetype begin = 0; begin < text.size();) {
-        const qsizetype newline = text.indexOf('\n', begin);
-        const qsizetype end = newline < 0 ? text.size() : newline;
-        const QByteArrayView line = text.sliced(begin, end - begin).trimmed();
-        begin = end + 1;
-        if (line.startsWith('[')) {
-            inEntry = line == "[Desktop Entry]";
-            continue;
-        }
-        const qsizetype equals = line.indexOf('=');
-        if (!inEntry || line.startsWith('#') || equals < 1) {
-            continue;
-        }
-        const QByteArrayView key = line.first(equals).trimmed();
+    readKeyFile(text, [&values](QByteArrayView group, QByteArrayView key, QByteArrayView value) {
         const qsizetype bracket = key.indexOf('[');
-        if (std::ranges::find(kUsedKeys, bracket < 0 ? key : key.first(bracket)) != kUsedKeys.end()) {
-            values.insert(key.toByteArray(), line.sliced(equals + 1).trimmed().toByteArray());
+        if (group == "Desktop Entry" &&
+            std::ranges::find(kUsedKeys, bracket < 0 ? key : key.first(bracket)) != kUsedKeys.end()) {
+            values.insert(key.toByteArray(), value.toByteArray());
         }
-    }
+    });
     return values;
 }
 
@@ -166,12 +156,10 @@ QString programOfExec(const QString& exec) {
     return {};
 }
 
-std::optional<QByteArray> readDesktopFile(const QString& path) {
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) {
-        return std::nullopt;
-    }
-    return file.read(kLargestEntryBytes);
+std::optional<QByteArray> desktopEntryText(const QString& path) {
+    const std::optional<std::string> text =
+        readForeignFile(QFile::encodeName(path).toStdString(), kLargestEntryBytes);
+    return text ? std::optional(QByteArray::fromStdString(*text)) : std::nullopt;
 }
 
 QList<DesktopEntry> readDesktopEntries() {
@@ -180,7 +168,7 @@ QList<DesktopEntry> readDesktopEntries() {
     QList<DesktopEntry> entries;
     const QStringList roots = QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
     for (const QString& path : programFiles(roots, QStringLiteral("desktop"), kScanDepth)) {
-        const std::optional<QByteArray> text = readDesktopFile(path);
+        const std::optional<QByteArray> text = desktopEntryText(path);
         if (!text) {
             continue;
         }

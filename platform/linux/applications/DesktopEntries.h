@@ -24,12 +24,11 @@ struct DesktopEntry {
 [[nodiscard]] DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& languages,
                                              const QStringList& desktops);
 
+/// The text of the entry at this path; nothing unless it is a regular file of at most 1 MB. Any thread.
+[[nodiscard]] std::optional<QByteArray> desktopEntryText(const QString& path);
+
 /// The program of an Exec line: its first word, unquoted; the one behind "env" and its assignments.
 [[nodiscard]] QString programOfExec(const QString& exec);
-
-/// The text of one ".desktop" file, at most its first MiB; nothing where it cannot be read or is no file: a
-/// pipe could keep its reader for ever. Any thread.
-[[nodiscard]] std::optional<QByteArray> readDesktopFile(const QString& path);
 
 /// All entries of the user and the system, in the order of the folders, without those that an earlier folder
 /// hides. Reads the files at each call. Any thread.

@@ -22,10 +22,12 @@ namespace {
 
 const QString kAnyProgramIcon = QStringLiteral("application-x-executable");
 
+// A client of the sound server names its icon as it likes. A path would have any file opened.
 QString iconNameOfSession(std::uint32_t processId) {
     for (const PulsePlayback& playback : PulseServer::shared()->playbacks()) {
         if (playback.processId == processId) {
-            return QString::fromStdString(playback.iconName);
+            QString name = QString::fromStdString(playback.iconName);
+            return isIconName(name) ? name : QString();
         }
     }
     return {};
@@ -167,10 +169,7 @@ QList<InstalledProgram> installedPrograms() {
 }
 
 std::optional<QImage> installedProgramIcon(const QString& path) {
-    const std::optional<QByteArray> text = readDesktopFile(path);
-    if (!text) {
-        return std::nullopt;
-    }
-    const QString icon = parseDesktopEntry(*text, {}, {}).icon;
+    const std::optional<QByteArray> text = desktopEntryText(path);
+    const QString icon = text ? parseDesktopEntry(*text, {}, {}).icon : QString();
     return icon.isEmpty() ? std::nullopt : std::optional(loadIcon(icon, kIconFileSize));
 }

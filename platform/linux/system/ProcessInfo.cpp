@@ -1,14 +1,13 @@
 #include "platform/linux/system/ProcessInfo.h"
 
+#include "platform/linux/system/ForeignFile.h"
+
 #include <algorithm>
 #include <charconv>
-#include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <sstream>
 #include <string_view>
-#include <sys/stat.h>
 #include <sys/types.h>
 #include <system_error>
 #include <unistd.h>
@@ -25,11 +24,17 @@ std::string processFile(std::uint32_t processId, const char* name) {
     return "/proc/" + std::to_string(processId) + "/" + name;
 }
 
+// A record of the process, to be read line by line; without lines when there is none.
+std::istringstream recordOf(std::uint32_t processId, const char* name, Links links = Links::Followed) {
+    // The longest, "status", names all groups of its user: 65536 of 11 bytes at most.
+    constexpr std::size_t kLongestRecordBytes = 1 << 20;
+    return std::istringstream(
+        readForeignFile(processFile(processId, name), kLongestRecordBytes, links).value_or(std::string()));
+}
+
 // What follows "pid (name) " in the process's status line; the name may hold anything. Empty without one.
 std::istringstream statusBehindName(std::uint32_t processId) {
-    std::ifstream file(processFile(processId, "stat"));
-    std::string line;
-    std::getline(file, line);
+    const std::string line = recordOf(processId, "stat").str();
     const std::size_t end = line.rfind(')');
     return std::istringstream(end != std::string::npos ? line.substr(end + 1) : std::string());
 }
@@ -45,25 +50,6 @@ std::uint64_t startTime(std::uint32_t processId) {
     std::uint64_t start = 0;
     fields >> start;
     return fields ? start : std::numeric_limits<std::uint64_t>::max();
-}
-
-// The text of a regular file, as far as the limit; empty where anything else stands: a pipe or a device could
-// keep its reader for ever, and a link of another root leads elsewhere in ours.
-std::string regularFile(const std::string& path) {
-    constexpr std::size_t kLargestBytes = 1 << 16;
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK);
-    if (file < 0) {
-        return {};
-    }
-    struct stat status{};
-    std::string text;
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
-        text.resize(kLargestBytes);
-        const ssize_t count = read(file, text.data(), text.size());
-        text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    }
-    close(file);
-    return text;
 }
 
 // Nothing for a name that is no number.
@@ -102,7 +88,7 @@ std::uint32_t ownProcess() {
 
 std::vector<std::uint32_t> namespaceIds(std::uint32_t processId) {
     constexpr std::string_view kMark = "NSpid:";
-    std::ifstream file(processFile(processId, "status"));
+    std::istringstream file = recordOf(processId, "status");
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with(kMark)) {
             std::istringstream numbers(line.substr(kMark.size()));
@@ -156,7 +142,7 @@ std::string processImagePath(std::uint32_t processId) {
 }
 
 std::string processFileName(std::uint32_t processId) {
-    std::ifstream file(processFile(processId, "comm"));
+    std::istringstream file = recordOf(processId, "comm");
     std::string name;
     std::getline(file, name);
     return name;
@@ -165,7 +151,7 @@ std::string processFileName(std::uint32_t processId) {
 std::string flatpakApplication(std::uint32_t processId) {
     constexpr std::string_view kKey = "name=";
     // What the sandbox is made of, in the root folder that the process sees.
-    std::istringstream file(regularFile(processFile(processId, "root/.flatpak-info")));
+    std::istringstream file = recordOf(processId, "root/.flatpak-info", Links::Refused);
     bool inSection = false;
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with('[')) {

@@ -1,5 +1,7 @@
 #include "platform/linux/system/SocketPeers.h"
 
+#include "platform/linux/system/FileDescriptor.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
@@ -11,26 +13,9 @@
 #include <string_view>
 #include <sys/socket.h>
 #include <system_error>
-#include <unistd.h>
 #include <vector>
 
 namespace {
-
-class Socket {
-public:
-    Socket() : descriptor(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG)) {}
-    ~Socket() {
-        if (descriptor >= 0) {
-            close(descriptor);
-        }
-    }
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
-    operator int() const { return descriptor; }
-
-private:
-    const int descriptor;
-};
 
 // Asks the kernel for all connected local sockets, each with its path and its other end.
 bool askForSockets(int descriptor) {
@@ -72,13 +57,13 @@ void addPeer(const nlmsghdr& message, std::string_view path, std::set<std::uint3
 
 std::set<std::uint32_t> socketsConnectedTo(const std::string& path) {
     std::set<std::uint32_t> peers;
-    const Socket kernel;
-    if (kernel < 0 || !askForSockets(kernel)) {
+    const FileDescriptor kernel(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
+    if (!kernel.isOpen() || !askForSockets(kernel.get())) {
         return peers;
     }
     std::vector<nlmsghdr> buffer(4096); // 64 kB, aligned for messages
     while (true) {
-        const ssize_t received = recv(kernel, buffer.data(), buffer.size() * sizeof(nlmsghdr), 0);
+        const ssize_t received = recv(kernel.get(), buffer.data(), buffer.size() * sizeof(nlmsghdr), 0);
         if (received <= 0) {
             return peers;
         }

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 
 #include <algorithm>
 #include <chrono>
@@ -63,6 +64,22 @@ TEST(DesktopEntry, KeysThatOnlyBeginLikeAUsedOneDoNotCount) {
 
 TEST(DesktopEntry, TheLastLineNeedsNoEnd) {
     EXPECT_EQ(parse("Icon=player").icon, "player");
+}
+
+TEST(DesktopEntry, FileIsReadUpToItsLimitAndAPipeIsNot) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("a.desktop");
+    EXPECT_EQ(desktopEntryText(path), std::nullopt);
+    for (const qsizetype size : {0, 1 << 20, (1 << 20) + 1}) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(size, '#'));
+        file.close();
+        EXPECT_EQ(desktopEntryText(path).has_value(), size <= 1 << 20) << size;
+    }
+    ASSERT_TRUE(QFile::remove(path));
+    ASSERT_EQ(mkfifo(path.toLocal8Bit().constData(), 0600), 0);
+    EXPECT_EQ(desktopEntryText(path), std::nullopt);
 }
 
 TEST(DesktopEntry, EscapesOfAValueAreUndone) {

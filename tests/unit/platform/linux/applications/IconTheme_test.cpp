@@ -70,6 +70,29 @@ TEST_F(IconThemeTest, ThemesThatInheritEachOtherEnd) {
     EXPECT_EQ(findIconFile("nothing", {folder.path()}, {"mine"}), "");
 }
 
+TEST_F(IconThemeTest, FoldersAndThemesOutsideOfTheBaseFoldersAreNotSearched) {
+    write(file("outside/a.png"), "");
+    write(file("base/mine/index.theme"),
+          "[Icon Theme]\nInherits=../../outside\nDirectories=../../outside,/tmp\n"
+          "[../../outside]\nSize=48\n");
+    write(file("outside/index.theme"), "[Icon Theme]\nDirectories=.\n[.]\nSize=48\n");
+    EXPECT_EQ(findIconFile("a", {file("base")}, {"mine"}), "");
+    EXPECT_EQ(findIconFile("a", {file("base")}, {"../../outside", "..", "."}), "");
+}
+
+TEST_F(IconThemeTest, IndexThatIsNoFileOrTooLargeIsNotRead) {
+    write(file("mine/s48/a.png"), "");
+    QFile::remove(file("mine/index.theme"));
+    ASSERT_EQ(mkfifo(file("mine/index.theme").toLocal8Bit().constData(), 0600), 0);
+    EXPECT_EQ(find("a"), "");
+    QFile::remove(file("mine/index.theme"));
+    const QByteArray index = "[Icon Theme]\nDirectories=s48\n[s48]\nSize=48\n";
+    write(file("mine/index.theme"), index + QByteArray((1 << 20) - index.size(), '#'));
+    EXPECT_EQ(find("a"), "mine/s48/a.png");
+    write(file("mine/index.theme"), index + QByteArray((1 << 20) - index.size() + 1, '#'));
+    EXPECT_EQ(find("a"), "");
+}
+
 TEST_F(IconThemeTest, WhatIsNoFileIsNotOpened) {
     ASSERT_EQ(mkfifo(file("pipe.png").toLocal8Bit().constData(), 0600), 0);
     EXPECT_TRUE(loadIcon(file("pipe.png"), 128).isNull());
@@ -85,4 +108,45 @@ TEST_F(IconThemeTest, AbsolutePathIsReadAsItIsAndRubbishIsNull) {
     write(file("bad.png"), "no picture");
     EXPECT_TRUE(loadIcon(file("bad.png"), 128).isNull());
     EXPECT_TRUE(loadIcon(file("gone.png"), 128).isNull());
+}
+
+TEST_F(IconThemeTest, PictureThatTakesTooMuchMemoryIsNull) {
+    for (const int edge : {4000, 4200}) {
+        QImage large(edge, edge, QImage::Format_Mono); // few bytes in the file
+        large.fill(0);
+        ASSERT_TRUE(large.save(file("large.png")));
+        EXPECT_EQ(loadIcon(file("large.png"), 128).isNull(), edge > 4096) << edge;
+    }
+    write(file("huge.svg"), "<svg xmlns='http://www.w3.org/2000/svg' width='1e9' height='1e3'/>");
+    EXPECT_EQ(loadIcon(file("huge.svg"), 128).size(), QSize(128, 1));
+    write(file("long.png"), QByteArray((8 << 20) + 1, 'x'));
+    EXPECT_TRUE(loadIcon(file("long.png"), 128).isNull());
+}
+
+TEST(IconThemeIndex, HasItsFoldersInOrderAndItsParents) {
+    const IconThemeIndex index = parseIconTheme(
+        "[Icon Theme]\nName=a\nInherits=b, c,\nDirectories=48x48/apps,large,48x48@2/apps, "
+        "scalable/apps,none\n"
+        "[scalable/apps]\nType=Scalable\nSize=16\n[48x48@2/apps]\nSize=48\nScale=2\n[48x48/apps]\nSize=48\n"
+        "[large]\nSize=x\n");
+    EXPECT_EQ(index.parents, (QStringList{"b", "c"}));
+    QStringList folders;
+    for (const IconThemeFolder& folder : index.folders) {
+        folders.append(QStringLiteral("%1 %2 %3").arg(folder.name).arg(folder.size).arg(folder.scalable));
+    }
+    EXPECT_EQ(folders.join(';').toStdString(), "48x48/apps 48 0;large 0 0;scalable/apps 16 1;none 0 0");
+    EXPECT_TRUE(parseIconTheme("").folders.isEmpty());
+    EXPECT_TRUE(parseIconTheme(QByteArray(4096, '[')).folders.isEmpty());
+}
+
+TEST(IconName, IsNoPathAndNothingElse) {
+    for (const char* const name : {"player", "org.example.Player", "audio-volume-high", "gtk+", "x_1@2"}) {
+        EXPECT_TRUE(isIconName(name)) << name;
+    }
+    for (const QString& text :
+         {QString(), QStringLiteral("/usr/share/icons/a.png"), QStringLiteral("a/b"), QStringLiteral("../a"),
+          QStringLiteral(".hidden"), QStringLiteral("a b"), QStringLiteral("a\n"), QStringLiteral("~"),
+          QStringLiteral("file:///a"), QStringLiteral("音乐"), QString(129, 'a'), QString(QChar(0))}) {
+        EXPECT_FALSE(isIconName(text)) << text.toStdString();
+    }
 }

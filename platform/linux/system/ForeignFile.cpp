@@ -1,0 +1,51 @@
+#include "platform/linux/system/ForeignFile.h"
+
+#include "platform/linux/system/FileDescriptor.h"
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Opens the file for reading if it is a regular one.
+FileDescriptor openRegularFile(const std::string& path, Links links) {
+    // Its place first: to open a pipe or a device for reading already does something there.
+    const FileDescriptor place(
+        open(path.c_str(), O_PATH | O_CLOEXEC | (links == Links::Refused ? O_NOFOLLOW : 0)));
+    struct stat status{};
+    if (!place.isOpen() || fstat(place.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return {};
+    }
+    // The same file, whatever stands at its path by now. Without O_NONBLOCK another program's lease would be
+    // waited for.
+    const std::string itself = "/proc/self/fd/" + std::to_string(place.get());
+    return FileDescriptor(open(itself.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+}
+
+} // namespace
+
+std::optional<std::string> readForeignFile(const std::string& path, std::size_t limitBytes, Links links) {
+    const FileDescriptor file = openRegularFile(path, links);
+    if (!file.isOpen()) {
+        return std::nullopt;
+    }
+    // Read to its end: the size of a record of /proc is 0, and any file may grow meanwhile.
+    std::string content;
+    std::array<char, 16384> block{};
+    while (true) {
+        const ssize_t count = read(file.get(), block.data(), block.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count == 0) {
+            return content;
+        }
+        if (count < 0 || content.size() + static_cast<std::size_t>(count) > limitBytes) {
+            return std::nullopt;
+        }
+        content.append(block.data(), static_cast<std::size_t>(count));
+    }
+}
