@@ -7,6 +7,7 @@
 #include "device/HIDHotplugManager.h"
 #include "platform/EndSignals.h"
 #include "platform/GraphicsCard.h"
+#include "platform/IconHelper.h"
 #include "platform/SoundServerWatch.h"
 #include "platform/WideOutput.h"
 
@@ -18,6 +19,7 @@
 #include <QtQml>
 
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -45,6 +47,9 @@ void cleanUp(InstanceGuard& guard) {
 /// the user or a signal (see EndSignals.h) ended it; 1 when another instance runs, or the display was lost;
 /// -1 when the root document cannot be loaded.
 int main(int argc, char* argv[]) {
+    if (const std::optional<int> served = serveAsIconHelper(argc, argv)) {
+        return *served;
+    }
     makeWideOutputUtf8();
     collectGarbageInOneGo();
     QGuiApplication application(argc, argv);

@@ -2,6 +2,7 @@
 
 #include "inventory/ProgramFiles.h"
 #include "platform/linux/applications/DesktopEntries.h"
+#include "platform/linux/applications/IconHelper.h"
 #include "platform/linux/applications/IconTheme.h"
 #include "platform/linux/sound/PulseServer.h"
 #include "platform/linux/system/ProcessInfo.h"
@@ -68,7 +69,7 @@ QImage runningProgramIcon(const QString& executablePath, std::uint32_t processId
     const DesktopEntry* const entry = entryOfExecutable(entries, executablePath);
     for (const QString& name : {entry != nullptr ? entry->icon : QString(), iconNameOfSession(processId),
                                 fileStem(executablePath), kAnyProgramIcon}) {
-        const QImage picture = name.isEmpty() ? QImage() : loadIcon(name, kIconFileSize);
+        const QImage picture = name.isEmpty() ? QImage() : loadIconInHelper(name);
         if (!picture.isNull()) {
             return picture;
         }
@@ -171,5 +172,5 @@ QList<InstalledProgram> installedPrograms() {
 std::optional<QImage> installedProgramIcon(const QString& path) {
     const std::optional<QByteArray> text = desktopEntryText(path);
     const QString icon = text ? parseDesktopEntry(*text, {}, {}).icon : QString();
-    return icon.isEmpty() ? std::nullopt : std::optional(loadIcon(icon, kIconFileSize));
+    return icon.isEmpty() ? std::nullopt : std::optional(loadIconInHelper(icon));
 }

@@ -15,6 +15,7 @@
 #include "mixer/EndpointClassification.h"
 #include "mixer/RouterLog.h"
 #include "mixer/router/AudioRouterAPI.h"
+#include "platform/IconHelper.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -159,6 +160,9 @@ private:
 } // namespace
 
 int main(int argc, char* argv[]) {
+    if (const std::optional<int> served = serveAsIconHelper(argc, argv)) {
+        return *served;
+    }
     setRouterLogSink([](std::string_view line) { std::cerr << line << '\n' << std::flush; });
     const QGuiApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Vexo Deck"));
