@@ -1,17 +1,20 @@
 #include "bridge/ApplicationInventory.h"
 
 #include "inventory/ProgramFiles.h"
+#include "platform/IconFiles.h"
+#include "platform/IconHelper.h"
 
+#include <QDeadlineTimer>
 #include <QDebug>
-#include <QDir>
-#include <QFileInfo>
 #include <QImage>
 #include <QPromise>
 #include <QSet>
 #include <QStandardPaths>
 #include <QThreadPool>
+#include <QUrl>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -19,6 +22,14 @@
 namespace {
 
 constexpr qsizetype kIconThreads = 8;
+
+std::atomic<bool> iconWorkEnds{false};
+
+// The coordinating threads, one for each list. Never destroyed: that would wait for them without a limit.
+QThreadPool& coordinators() {
+    static auto* const pool = new QThreadPool;
+    return *pool;
+}
 
 // Makes the icons on threads of their own, a chunk of the sessions on each, and waits for them.
 void extractIcons(const QList<AudioSessionInfo>& sessions, const IconReady& onIconReady) {
@@ -31,6 +42,9 @@ void extractIcons(const QList<AudioSessionInfo>& sessions, const IconReady& onIc
     for (qsizetype first = 0; first < sessions.size(); first += chunkSize) {
         threads.emplace_back([chunk = sessions.mid(first, chunkSize), &onIconReady] {
             for (const AudioSessionInfo& session : chunk) {
+                if (iconWorkEnds) {
+                    return;
+                }
                 onIconReady(session.processId, extractIconToFile(session.executablePath, session.processId));
             }
         });
@@ -39,11 +53,11 @@ void extractIcons(const QList<AudioSessionInfo>& sessions, const IconReady& onIc
 
 void startIconExtraction(const QList<AudioSessionInfo>& sessions, const IconReady& onIconReady,
                          const AllIconsReady& onAllIconsReady) {
-    // The coordinating threads, one for each list; joined at the end of the process.
-    static QThreadPool coordinators;
-    coordinators.start([sessions, onIconReady, onAllIconsReady] {
+    coordinators().start([sessions, onIconReady, onAllIconsReady, helper = holdIconHelper()] {
         extractIcons(sessions, onIconReady);
-        onAllIconsReady();
+        if (!iconWorkEnds) {
+            onAllIconsReady();
+        }
     });
 }
 
@@ -53,18 +67,21 @@ bool isOwnProgram(const QString& name) {
 }
 
 void generateIcon(const QString& exePath, const QString& iconPath, const QString& name) {
-    if (QFileInfo::exists(iconPath)) {
+    if (iconWorkEnds || isIconFile(iconPath)) {
         return;
     }
     const std::optional<QImage> picture = installedProgramIcon(exePath);
     if (!picture) {
         return;
     }
+    if (iconWorkEnds) {
+        return;
+    }
     if (picture->isNull()) {
         qWarning() << "未能生成图标:" << name;
         return;
     }
-    static_cast<void>(saveIcon(*picture, iconPath));
+    static_cast<void>(writeIconFile(iconPath, iconFileOf(*picture)));
 }
 
 QString programIconFolder() {
@@ -166,7 +183,7 @@ QVariantList installedProgramMaps() {
         {QStringLiteral("isSystemBrowser"), true},
     }};
     const QString iconFolder = programIconFolder();
-    const bool iconsCanBeKept = QDir().mkpath(iconFolder);
+    const bool iconsCanBeKept = prepareIconFolder(iconFolder);
     for (const InstalledProgram& program : installedPrograms()) {
         QVariantMap map{
             {QStringLiteral("name"), program.name},
@@ -186,9 +203,41 @@ QVariantList installedProgramMaps() {
 QFuture<void> generateIconAsync(const QString& exePath, const QString& iconPath, const QString& name) {
     const auto promise = std::make_shared<QPromise<void>>();
     promise->start();
-    QThreadPool::globalInstance()->start([promise, exePath, iconPath, name] {
+    QThreadPool::globalInstance()->start([promise, exePath, iconPath, name, helper = holdIconHelper()] {
         generateIcon(exePath, iconPath, name);
         promise->finish();
     });
     return promise->future();
+}
+
+// ---- icons
+
+QString ownIconAddress(const QString& iconFilePath) {
+    const qsizetype slash = iconFilePath.lastIndexOf(QLatin1Char('/'));
+    const QString folderAddress = iconFilePath.left(slash);
+    const QString name = iconFilePath.mid(slash + 1);
+    QString folder;
+    if (folderAddress == fileUrl(programIconFolder())) {
+        folder = programIconFolder();
+    } else if (folderAddress.startsWith(QLatin1String("file:///")) &&
+               folderAddress.endsWith(kSessionIconFolder)) {
+        // Entries that were stored when the folder lay elsewhere name the same icons.
+        folder = sessionIconFolder(temporaryFolder());
+    }
+    const QString path = folder + QLatin1Char('/') + name;
+    const bool isOwn = !folder.isEmpty() && !name.contains(QLatin1Char('\\')) && isIconFile(path);
+    return isOwn ? QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded) : QString();
+}
+
+bool endIconWork(std::chrono::milliseconds limit) {
+    iconWorkEnds = true;
+    giveUpIcons(true);
+    const QDeadlineTimer deadline(limit);
+    const bool ended =
+        coordinators().waitForDone(deadline) && QThreadPool::globalInstance()->waitForDone(deadline);
+    if (ended) {
+        giveUpIcons(false);
+        iconWorkEnds = false;
+    }
+    return ended;
 }

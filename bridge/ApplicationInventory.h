@@ -6,7 +6,7 @@
 //
 // The UI thread. Nothing fails: what cannot be read makes the list shorter or leaves an entry without an
 // icon. Only the icons are made on other threads: for programs that play sound on up to 8 threads for each
-// list, for installed programs on the global thread pool.
+// list, for installed programs on the global thread pool. endIconWork() ends these threads.
 
 #include "platform/InventorySources.h"
 
@@ -15,6 +15,7 @@
 #include <QString>
 #include <QVariantList>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 
@@ -52,6 +53,16 @@ using AllIconsReady = std::function<void()>;
 /// with the work and may be ignored.
 [[nodiscard]] QFuture<void> generateIconAsync(const QString& exePath, const QString& iconPath,
                                               const QString& name);
+
+/// The address of an icon that an entry names ("iconFilePath"), for an image. Empty while the file is not
+/// there, and for any file but the icons that the inventories make: stored entries may name anything. One
+/// that names an icon in another "VexoDeck/icons" gets that of the same name in today's.
+[[nodiscard]] QString ownIconAddress(const QString& iconFilePath);
+
+/// Leaves out the icons that are still to be made, gives up those that are being made, and waits for the
+/// threads, `limit` at most; false when one of them still runs then. If all have ended, later lists get icons
+/// again.
+bool endIconWork(std::chrono::milliseconds limit);
 
 // ---- steps, plain functions
 

@@ -24,6 +24,8 @@ namespace {
 
 // New devices often come several at once: they are used together.
 constexpr std::chrono::milliseconds kSoundDevicesPause(200);
+// An icon that is being made ends sooner, unless the disk does not answer.
+constexpr std::chrono::seconds kIconEndLimit(2);
 
 // Of a program with windows; else none.
 QWindowList applicationWindows() {
@@ -60,6 +62,9 @@ SystemBridge::~SystemBridge() {
     cleanupNativeBridge();
     endCaptureService();
     AudioRouterAPI::instance().shutdownAudioRouter();
+    if (!endIconWork(kIconEndLimit)) {
+        qWarning() << "Icons are still being made at the end of the program";
+    }
 }
 
 void SystemBridge::setSettingsReader(SettingsReader reader) {

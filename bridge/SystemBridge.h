@@ -41,7 +41,7 @@ public:
     /// Starts the router and reports its levels as audioInputLevelChanged. Where the sound server is still
     /// silent, that follows from the event loop, within half a second. The capture service comes later.
     explicit SystemBridge(QObject* parent = nullptr);
-    /// Ends the capture service, then the router.
+    /// Ends the capture service, then the router and the making of icons.
     ~SystemBridge() override;
 
     [[nodiscard]] bool isMacOS() const { return false; }

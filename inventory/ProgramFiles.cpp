@@ -1,11 +1,11 @@
 #include "inventory/ProgramFiles.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
 #include <QPainter>
 #include <QRegularExpression>
-#include <QSaveFile>
 #include <QSet>
 
 #include <algorithm>
@@ -54,6 +54,10 @@ QString fileStem(const QString& path) {
     return dot >= 0 ? name.left(dot) : name;
 }
 
+QString sessionIconFolder(const QString& temporaryFolder) {
+    return temporaryFolder.isEmpty() ? QString() : temporaryFolder + kSessionIconFolder;
+}
+
 QString sessionIconPath(const QString& temporaryFolder, const QString& executablePath,
                         std::uint32_t processId) {
     if (temporaryFolder.isEmpty()) {
@@ -63,7 +67,7 @@ QString sessionIconPath(const QString& temporaryFolder, const QString& executabl
     if (stem.isEmpty()) {
         stem = QStringLiteral("process_%1").arg(processId);
     }
-    return temporaryFolder + QStringLiteral("/VexoDeck/icons/") + stem + QStringLiteral(".png");
+    return sessionIconFolder(temporaryFolder) + QLatin1Char('/') + stem + QStringLiteral(".png");
 }
 
 QString programIconFileName(const QString& baseName) {
@@ -81,7 +85,7 @@ QStringList programFiles(const QStringList& roots, const QString& suffix, int de
     return files;
 }
 
-bool saveIcon(const QImage& picture, const QString& path) {
+QByteArray iconFileOf(const QImage& picture) {
     QImage canvas(kIconFileSize, kIconFileSize, QImage::Format_ARGB32);
     canvas.fill(Qt::transparent);
     QImage fitted =
@@ -91,7 +95,7 @@ bool saveIcon(const QImage& picture, const QString& path) {
     QPainter painter(&canvas);
     painter.drawImage((kIconFileSize - fitted.width()) / 2, (kIconFileSize - fitted.height()) / 2, fitted);
     painter.end();
-    // Written whole or not at all: no reader finds half a picture.
-    QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && canvas.save(&file, "PNG") && file.commit();
+    QByteArray png;
+    QBuffer buffer(&png);
+    return buffer.open(QIODevice::WriteOnly) && canvas.save(&buffer, "PNG") ? png : QByteArray();
 }

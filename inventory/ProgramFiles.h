@@ -3,6 +3,7 @@
 // Names, paths and icons of program files, shared by the inventories of all systems. Plain functions that use
 // no service of the system but its files. Any thread.
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -17,7 +18,13 @@ class QImage;
 /// The last part of a path, between its last separator and its last dot; either kind of separator.
 [[nodiscard]] QString fileStem(const QString& path);
 
-/// The path of a running program's icon: the stem of its executable, "process_" and the id without one.
+/// Where the icons of running programs lie in the temporary folder.
+inline constexpr QLatin1StringView kSessionIconFolder("/VexoDeck/icons");
+
+/// The folder of the icons of running programs; empty without a temporary folder.
+[[nodiscard]] QString sessionIconFolder(const QString& temporaryFolder);
+
+/// The path of a running program's icon there: the stem of its executable, "process_" and the id without one.
 /// Empty without a temporary folder.
 [[nodiscard]] QString sessionIconPath(const QString& temporaryFolder, const QString& executablePath,
                                       std::uint32_t processId);
@@ -35,6 +42,6 @@ inline constexpr std::array<int, 5> kIconSizes = {256, 128, 64, 48, 32};
 /// Edge length of the PNG.
 inline constexpr int kIconFileSize = 128;
 
-/// Writes the picture, fitted into a square of kIconFileSize, as PNG; false when it cannot be written. The
-/// picture's device pixel ratio is ignored.
-[[nodiscard]] bool saveIcon(const QImage& picture, const QString& path);
+/// The content of an icon's file: the picture as PNG, fitted into a square of kIconFileSize. Its device pixel
+/// ratio is ignored.
+[[nodiscard]] QByteArray iconFileOf(const QImage& picture);

@@ -42,10 +42,6 @@ QString extractIconToFile(const QString& executablePath, std::uint32_t processId
 /// The name that a program gives itself, in the user's language; empty when it has none.
 [[nodiscard]] QString getFileDisplayName(const QString& path);
 
-/// The folder for temporary files, without a separator at its end; empty when the system has none. Any
-/// thread.
-[[nodiscard]] QString temporaryFolder();
-
 /// One installed program.
 struct InstalledProgram {
     QString name;     ///< for people

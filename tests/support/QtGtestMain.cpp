@@ -11,6 +11,7 @@ int main(int argc, char* argv[]) {
         return 1;
     }
     qputenv("HOME", home.path().toLocal8Bit());
+    qputenv("XDG_CACHE_HOME", home.filePath("cache").toLocal8Bit());
     qputenv("XDG_CONFIG_HOME", home.filePath("config").toLocal8Bit());
     qputenv("XDG_DATA_HOME", home.filePath("data").toLocal8Bit());
     testing::InitGoogleTest(&argc, argv);

@@ -383,16 +383,18 @@ class SoundServer:
         self.clients.append(process)
         return process
 
-    def play(self, signal, sink, name="player", rate=RATE, loop=True, latency_ms=20):
-        """Plays a signal into a sink with pacat, again and again; returns the process. Its file, `signal_path`, can be
-        replaced by another signal, which is played next."""
+    def play(self, signal, sink, name="player", rate=RATE, loop=True, latency_ms=20, program="pacat", properties=()):
+        """Plays a signal into a sink with pacat, or a copy of it, again and again; returns the process. Its file,
+        `signal_path`, can be replaced by another signal, which is played next. `properties` are words such as
+        "application.icon_name=x"."""
         path = self.folder / f"signal-{len(self.clients)}.raw"
         path.write_bytes(numpy.asarray(signal, dtype=numpy.float32).tobytes())
         repeat = f'while cat "{path}"; do :; done' if loop else f'cat "{path}"'
         feeder = subprocess.Popen(["sh", "-c", repeat], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.clients.append(feeder)
-        player = self.client(["pacat", "--playback", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
-                              f"--device={sink}", f"--client-name={name}", f"--latency-msec={latency_ms}"], stdin=feeder.stdout)
+        player = self.client([program, "--playback", "--raw", "--format=float32le", f"--rate={rate}", "--channels=2",
+                              f"--device={sink}", f"--client-name={name}", f"--latency-msec={latency_ms}",
+                              *(f"--property={each}" for each in properties)], stdin=feeder.stdout)
         feeder.stdout.close()
         player.signal_path = path
         wait_until(lambda: self.playback_of(player.pid) or player.poll() is not None, f"{name} to play")

@@ -1,22 +1,21 @@
 #include "platform/InventorySources.h"
 
 #include "inventory/ProgramFiles.h"
+#include "platform/IconFiles.h"
 #include "platform/linux/applications/DesktopEntries.h"
 #include "platform/linux/applications/IconHelper.h"
 #include "platform/linux/applications/IconTheme.h"
 #include "platform/linux/sound/PulseServer.h"
 #include "platform/linux/system/ProcessInfo.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QSet>
 
 #include <chrono>
 #include <mutex>
 #include <optional>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -77,15 +76,30 @@ QImage runningProgramIcon(const QString& executablePath, std::uint32_t processId
     return {};
 }
 
-// Makes a folder for this user alone, with those above it; false when somebody else's is in its place.
-bool makePrivateFolder(const QString& path) {
-    if (!QDir().mkpath(path)) {
-        return false;
+// Paths of icons that were looked for in vain a short time ago: the screens ask for all icons every ten
+// seconds, and a search in all themes takes its time. Any thread.
+class VainSearches {
+public:
+    bool contain(const QString& path) {
+        constexpr std::chrono::minutes kForgottenAfter{5};
+        const std::lock_guard lock(mutex);
+        const auto found = times.constFind(path);
+        return found != times.constEnd() && Clock::now() - *found < kForgottenAfter;
     }
-    // Everybody may write into the temporary folder: one that somebody else made there first is not used.
-    struct stat status{};
-    const QByteArray name = QFile::encodeName(path);
-    return lstat(name.constData(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == getuid();
+    void add(const QString& path) {
+        const std::lock_guard lock(mutex);
+        times.insert(path, Clock::now());
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    std::mutex mutex;
+    QHash<QString, Clock::time_point> times;
+};
+
+VainSearches& vainSearches() {
+    static auto* const searches = new VainSearches; // outlives threads that hang
+    return *searches;
 }
 
 QList<AudioDeviceFacts> factsOf(const std::vector<PulseDevice>& devices) {
@@ -141,21 +155,24 @@ QString getFileDisplayName(const QString& path) {
     return entry != nullptr ? entry->name : QString();
 }
 
-QString temporaryFolder() {
-    return QDir::tempPath();
-}
-
 QString extractIconToFile(const QString& executablePath, std::uint32_t processId) {
     QString path = sessionIconPath(temporaryFolder(), executablePath, processId);
-    if (!makePrivateFolder(QFileInfo(path).absolutePath())) {
+    if (path.isEmpty() || !prepareIconFolder(QFileInfo(path).path())) {
         return {};
     }
-    // Made once: an icon stays until the temporary folder is cleared.
-    if (QFileInfo(path).isFile()) {
+    // Made once: an icon stays until the folder is cleared.
+    if (isIconFile(path)) {
         return path;
     }
+    if (vainSearches().contain(path)) {
+        return {};
+    }
     const QImage picture = runningProgramIcon(executablePath, processId);
-    return !picture.isNull() && saveIcon(picture, path) ? path : QString();
+    if (picture.isNull()) {
+        vainSearches().add(path);
+        return {};
+    }
+    return writeIconFile(path, iconFileOf(picture)) ? path : QString();
 }
 
 QList<InstalledProgram> installedPrograms() {

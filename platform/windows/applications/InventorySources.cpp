@@ -2,7 +2,6 @@
 
 #include "inventory/ProgramFiles.h"
 #include "platform/windows/applications/AudioSessions.h"
-#include "platform/windows/applications/IconExtraction.h"
 #include "platform/windows/applications/VersionName.h"
 
 #include <QAudioDevice>
@@ -43,10 +42,6 @@ QList<AudioDeviceFacts> audioOutputDevices() {
 
 QString getFileDisplayName(const QString& path) {
     return QString::fromStdWString(versionDisplayName(windowsInventorySystemCalls(), path.toStdWString()));
-}
-
-QString temporaryFolder() {
-    return temporaryFolder(windowsInventorySystemCalls());
 }
 
 QList<InstalledProgram> installedPrograms() {

@@ -1,10 +1,14 @@
 """The inventories of a server and a home folder of one's own: names, order, activity, and the icons as files."""
 
+import errno
+import os
 import pathlib
+import shutil
+import stat
 import struct
 import sys
 
-from desktop_files import desktop_entry, png
+from desktop_files import desktop_entry, endless_svg, png
 from sound import tone
 from sound_case import APPS, SoundCase, main
 from stage import wait_until
@@ -66,23 +70,83 @@ class Inventory(SoundCase):
         self.assertEqual([found[pid]["isActive"] for pid in (player.pid, paused.pid)], [True, False])
         self.assertEqual(found[player.pid]["bundleIdentifier"], "file:///usr/bin/pacat")
         icons = [self.icon_of(found[pid]) for pid in (player.pid, paused.pid)]
-        self.assertEqual(icons[0], self.folder / "VexoDeck" / "icons" / "pacat.png")
+        self.assertEqual(icons[0], self.folder / "cache" / "VexoDeck" / "icons" / "pacat.png")
         self.assertEqual(icons[1].parent, icons[0].parent)
         for icon in icons:
             wait_until(icon.exists, f"the icon {icon.name}")
             self.assertEqual(self.size_of(icon), (128, 128))
         self.assertNotEqual(*(icon.read_bytes() for icon in icons))
+        # They are nobody else's.
+        for path in (icons[0], icons[0].parent, icons[0].parent.parent):
+            self.assertEqual(stat.S_IMODE(path.stat().st_mode), 0o600 if path == icons[0] else 0o700, path)
+        self.assertFalse((self.folder / "VexoDeck").exists(), "a folder for all users")
+        # And no file stays beside them.
+        self.assertEqual(sorted(icons[0].parent.iterdir()), sorted(icons))
 
     def test_no_icon_is_written_through_a_link_that_somebody_else_may_have_made(self):
-        elsewhere = self.folder / "elsewhere"
-        elsewhere.mkdir()
-        (self.folder / "VexoDeck").mkdir()
-        (self.folder / "VexoDeck" / "icons").symlink_to(elsewhere)
         player = self.sound.play(tone(1000, 2), APPS)
+        for link in ("VexoDeck", "VexoDeck/icons"):
+            elsewhere = self.folder / f"elsewhere of {link.replace('/', ' ')}"
+            elsewhere.mkdir()
+            (self.folder / "cache" / link).parent.mkdir(parents=True, exist_ok=True)
+            (self.folder / "cache" / link).symlink_to(elsewhere)
+            bridge = self.start_bridge()
+            wait_until(lambda: self.entry_of(bridge, player), "the player")
+            wait_until(lambda: "All icons extracted" in bridge.log, "the attempt")
+            self.assertEqual(list(elsewhere.iterdir()), [], link)
+            self.assertEqual(bridge.end(), 0)
+            (self.folder / "cache" / link).unlink()
+
+    def test_a_client_of_the_server_names_an_icon_and_no_file(self):
+        self.write("secret.png", png(255, 255, 0, 64))
+        os.mkfifo(self.folder / "pipe.png")
+        named, *nameless = [self.play_as(name, icon) for name, icon in (
+            ("named", "noise"), ("path", self.folder / "secret.png"), ("pipe", self.folder / "pipe.png"),
+            ("climbing", "../../../../secret"), ("none", "no-such-icon"))]
         bridge = self.start_bridge()
-        wait_until(lambda: any(entry["processIdentifier"] == str(player.pid) for entry in bridge.call("getRunningApplications")), "the player")
-        wait_until(lambda: "All icons extracted" in bridge.log, "the attempt")
-        self.assertEqual(list(elsewhere.iterdir()), [])
+        for player in (named, *nameless):
+            wait_until(lambda player=player: self.entry_of(bridge, player), "the programs")
+        icons = [self.icon_of(self.entry_of(bridge, player)) for player in (named, *nameless)]
+        for icon in icons:
+            wait_until(icon.exists, f"the icon {icon.name}")
+        noise, *others = [icon.read_bytes() for icon in icons]
+        self.assertNotIn(noise, others)
+        self.assertEqual(others, others[-1:] * len(others), "the icon of any program")
+        with self.assertRaises(OSError) as nobody_reads:
+            os.open(self.folder / "pipe.png", os.O_WRONLY | os.O_NONBLOCK)
+        self.assertEqual(nobody_reads.exception.errno, errno.ENXIO)
+
+    def test_a_picture_that_takes_for_ever_holds_neither_other_icons_nor_the_end(self):
+        self.write("endless.svg", endless_svg())
+        for number in range(3):
+            self.write(f"data/applications/org.example.endless{number}.desktop",
+                       desktop_entry("Endless", f"Exec=endless{number}", f"Icon={self.folder / 'endless.svg'}"))
+        players = [self.play_as(f"endless{number}", "") for number in range(3)]
+        other = self.play_as("other", "noise")
+        bridge = self.start_bridge()
+        for player in (*players, other):
+            wait_until(lambda player=player: self.entry_of(bridge, player), "the programs")
+        wait_until(self.icon_of(self.entry_of(bridge, other)).exists, "the other program's icon")
+        # In its place there is the icon of any program.
+        for player in players:
+            wait_until(self.icon_of(self.entry_of(bridge, player)).exists, "an icon")
+        self.assertEqual(bridge.log.count("Icon left out, it cannot be read in time:"), 1)
+        self.assertEqual(bridge.end(), 0)
+        # Nor when the program ends before that.
+        shutil.rmtree(self.folder / "cache" / "VexoDeck")
+        bridge = self.start_bridge()
+        wait_until(lambda: self.entry_of(bridge, players[0]), "the program")
+        self.assertEqual(bridge.end(), 0)
+        self.assertNotIn("Icons are still being made", bridge.log)
+
+    def test_entries_that_are_no_files_hold_nobody(self):
+        os.mkfifo(self.folder / "data" / "applications" / "org.example.pipe.desktop")
+        (self.folder / "data" / "applications" / "org.example.link.desktop").symlink_to("/dev/zero")
+        self.write("data/applications/org.example.long.desktop", desktop_entry("Long", "Exec=long", "#" * (1 << 20)))
+        bridge = self.start_bridge()
+        programs = [program["name"] for program in bridge.call("getRunningApplicationsByQt")]
+        self.assertEqual(sorted(programs[1:]), ["Faceless", "Noise Maker", "Plain"])
+        self.assertEqual(bridge.end(), 0)
 
     def test_installed_programs_follow_the_browser_and_get_their_icons(self):
         bridge = self.start_bridge(LC_ALL="zh_CN.UTF-8")
@@ -97,6 +161,18 @@ class Inventory(SoundCase):
         self.assertEqual(self.size_of(icon), (128, 128))
         wait_until(lambda: '未能生成图标: "Faceless"' in bridge.log, "the icon that no theme has to be missed")
         self.assertFalse(self.icon_of(by_name["Faceless"]).exists())
+
+    def play_as(self, name, icon):
+        """A program of this name that plays, and names an icon of its own to the server."""
+        program = self.folder / name
+        shutil.copy(shutil.which("pacat"), program)
+        return self.sound.play(tone(1000, 2), APPS, name, program=program, properties=[f"application.icon_name={icon}"])
+
+    @staticmethod
+    def entry_of(bridge, player):
+        """The entry of a program that plays; None while it is not listed."""
+        entries = bridge.call("getRunningApplications")
+        return next((entry for entry in entries if entry["processIdentifier"] == str(player.pid)), None)
 
     def icon_of(self, entry):
         return pathlib.Path(entry["iconFilePath"].removeprefix("file://"))

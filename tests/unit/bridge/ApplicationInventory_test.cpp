@@ -1,5 +1,11 @@
 #include "bridge/ApplicationInventory.h"
 #include "inventory/ProgramFiles.h"
+#include "platform/IconFiles.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -106,4 +112,51 @@ TEST(InputDevicesInTheInventory, NameWithVexoInExactCaseIsLeftOut) {
     const QVariantList maps = withInputDevices({}, {device("VEXO Mixdesk R2"), device("vexo mixdesk")});
     ASSERT_EQ(maps.size(), 1);
     EXPECT_EQ(maps[0].toMap()["name"], "vexo mixdesk");
+}
+
+TEST(OwnIconAddress, IsThatOfAnIconThatTheInventoryHasWritten) {
+    for (const char* const program : {"/opt/x/address", "/opt/x/C# 50%2F 音乐"}) {
+        const QString path = sessionIconPath(temporaryFolder(), program, 7);
+        QFile::remove(path);
+        EXPECT_EQ(ownIconAddress(fileUrl(path)), QString());
+        ASSERT_TRUE(writeIconFile(path, "picture"));
+        EXPECT_EQ(QUrl(ownIconAddress(fileUrl(path))).toLocalFile(), path);
+        QFile::remove(path);
+    }
+}
+
+TEST(OwnIconAddress, IsThatOfTodaysFolderWhereverItLayBefore) {
+    const QString path = sessionIconPath(temporaryFolder(), "/opt/x/address", 7);
+    ASSERT_TRUE(writeIconFile(path, "picture"));
+    EXPECT_EQ(QUrl(ownIconAddress("file:///tmp/VexoDeck/icons/address.png")).toLocalFile(), path);
+    QFile::remove(path);
+    EXPECT_EQ(ownIconAddress("file:///tmp/VexoDeck/icons/address.png"), QString());
+}
+
+TEST(OwnIconAddress, IsEmptyForAnyOtherFile) {
+    const QTemporaryDir elsewhere;
+    QFile foreign(elsewhere.filePath("foreign.png"));
+    ASSERT_TRUE(foreign.open(QIODevice::WriteOnly));
+    const QString icon = sessionIconPath(temporaryFolder(), "/opt/x/address", 7);
+    ASSERT_TRUE(writeIconFile(icon, "picture"));
+    const QString folder = fileUrl(sessionIconFolder(temporaryFolder()));
+    const QString climbing = QDir(sessionIconFolder(temporaryFolder())).relativeFilePath(foreign.fileName());
+    for (const QString& text :
+         {QString(), QStringLiteral("file:///"), fileUrl(foreign.fileName()), foreign.fileName(), icon,
+          folder, folder + "/", folder + "/.", folder + "/..", folder + '/' + climbing,
+          folder + '/' + QString(climbing).replace("/", "%2F"), folder + "/../icons/address.png",
+          QStringLiteral("http://localhost/icon.png"), QStringLiteral("qrc:/icon.png")}) {
+        EXPECT_EQ(ownIconAddress(text), QString()) << text.toStdString();
+    }
+    QFile::remove(icon);
+}
+
+TEST(EndIconWork, LaterListsGetIconsAgain) {
+    EXPECT_TRUE(endIconWork(std::chrono::seconds(30)));
+    bool made = false;
+    const QFuture<void> icon =
+        generateIconAsync("/no/such/entry", "/no/such/icon.png", "none").then([&made] { made = true; });
+    EXPECT_TRUE(endIconWork(std::chrono::seconds(30)));
+    EXPECT_TRUE(icon.isFinished());
+    EXPECT_TRUE(made);
 }

@@ -9,6 +9,7 @@
 #include "mixer/router/AudioRouterAPI.h"
 #include "tests/support/mixer/FakeRouterPlatform.h"
 
+#include <chrono>
 #include <stdexcept>
 
 namespace {
@@ -127,6 +128,14 @@ QVariantList withInputDevices(QVariantList applications, const QVariantList&) {
 
 QVariantList installedProgramMaps() {
     return answer(QVariantList{1});
+}
+
+QString ownIconAddress(const QString&) {
+    return {};
+}
+
+bool endIconWork(std::chrono::milliseconds) {
+    return true;
 }
 
 bool probeDeviceSampleRate(SoundInputs&, const QString&, double) {
