@@ -187,6 +187,10 @@ QVariantList SystemBridge::getRunningApplicationsByQt() const {
     });
 }
 
+QString SystemBridge::iconSource(const QString& iconFilePath) const {
+    return ownIconAddress(iconFilePath);
+}
+
 QString SystemBridge::getPlatform() const {
     const QString name = QOperatingSystemVersion::current().name();
     // Systems that Qt has no name for.

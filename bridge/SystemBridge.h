@@ -79,6 +79,8 @@ public:
     Q_INVOKABLE [[nodiscard]] QVariantList getRunningApplications() const;
     /// The system's browser, then the installed programs; see ApplicationInventory.h.
     Q_INVOKABLE [[nodiscard]] QVariantList getRunningApplicationsByQt() const;
+    /// The address of an entry's icon for an image; empty while there is none. See ownIconAddress().
+    Q_INVOKABLE [[nodiscard]] QString iconSource(const QString& iconFilePath) const;
     /// Always empty.
     Q_INVOKABLE [[nodiscard]] QVariantList getOutputStreamIDs() const { return {}; }
     /// The operating system's name.

@@ -1,12 +1,37 @@
 import QtQuick
 
-/* The icon of an application, or a general one where the file is missing or no picture. */
+/*
+    The icon of an application, or a general one where there is none. The inventory names an icon's file before it has
+    written it: the icon shows as soon as the file is there.
+*/
 Item {
     id: appIcon
 
-    // A file's address.
+    // Of an entry of AppInventory.
     property string iconFilePath: ""
     property int size: 22
+
+    QtObject {
+        id: wait
+
+        readonly property int shortestMs: 100
+        readonly property int longestMs: 12800
+    }
+
+    // Shows the file, or looks again after a time that doubles.
+    function look() {
+        const file = AppInventory.iconSource(iconFilePath);
+        // A new address each time, since the file may have changed.
+        picture.source = file === "" ? "" : file + "?cache=" + Date.now();
+        if (file === "" && iconFilePath !== "" && again.interval <= wait.longestMs)
+            again.start();
+    }
+
+    function lookAnew() {
+        again.stop();
+        again.interval = wait.shortestMs;
+        look();
+    }
 
     implicitWidth: size
     implicitHeight: size
@@ -22,8 +47,6 @@ Item {
         sourceSize: Qt.size(appIcon.size * 2, appIcon.size * 2)
         fillMode: Image.PreserveAspectFit
         mipmap: true
-        // A new address each time, since the file may have changed.
-        source: appIcon.iconFilePath.startsWith("file:") ? appIcon.iconFilePath + "?cache=" + Date.now() : ""
     }
 
     VxIcon {
@@ -32,4 +55,15 @@ Item {
         visible: !picture.visible
         source: "icons/audio.svg"
     }
+
+    Timer {
+        id: again
+
+        onTriggered: {
+            interval *= 2;
+            appIcon.look();
+        }
+    }
+
+    onIconFilePathChanged: lookAnew()
 }

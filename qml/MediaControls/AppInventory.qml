@@ -38,6 +38,12 @@ QtObject {
         return running().filter(app => !taken.has(app.bundleIdentifier));
     }
 
+    // The address of the icon that an entry names. Empty while its file is not there, and for any file but the icons
+    // that the inventory makes.
+    function iconSource(iconFilePath: string): string {
+        return iconFilePath === "" ? "" : bridge.iconSource(iconFilePath);
+    }
+
     // Parses a text of appList. Null for a text that is no entry.
     function parsed(text: string): var {
         let record = null;

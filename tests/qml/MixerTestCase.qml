@@ -54,6 +54,7 @@ ScreenTestCase {
     function initMixer() {
         initConfig();
         SystemBridge.applications = [];
+        SystemBridge.iconsThere = true;
         HIDDeviceMgr.messageCache = {};
         published = [];
         connectDevice(mixdeskR2);

@@ -465,20 +465,12 @@ MixerTestCase {
     function test_an_icon_that_is_no_picture_falls_back_to_that_of_sound_data() {
         return [
             {
-                tag: "no file",
-                icon: "file:///no/such/icon.png"
-            },
-            {
                 tag: "no picture in it",
                 icon: String(Qt.resolvedUrl("tst_MixerSources.qml"))
             },
             {
                 tag: "a picture that breaks off",
                 icon: String(Qt.resolvedUrl("truncated.png"))
-            },
-            {
-                tag: "a folder",
-                icon: String(Qt.resolvedUrl("gallery"))
             }
         ];
     }
@@ -497,6 +489,32 @@ MixerTestCase {
         compare(icons.map(icon => findChild(icon, "fallback").visible), [true, true]);
         mouseClick(part(child("strip0"), "liveMute"));
         compare(recordOf("file:///opt/music").input2.muted, true);
+    }
+
+    function test_an_icon_shows_as_soon_as_its_file_is_there() {
+        SystemBridge.iconsThere = false;
+        const icon = String(Qt.resolvedUrl("../../qml/MediaControls/icons/audio.svg"));
+        openMixer([Object.assign({}, talk, {
+                iconFilePath: icon
+            })]);
+        const picture = findChild(part(child("strip0"), "appIcon"), "picture");
+        const fallback = findChild(part(child("strip0"), "appIcon"), "fallback");
+        compare(String(picture.source), "");
+        compare(fallback.visible, true);
+        SystemBridge.iconsThere = true;
+        tryVerify(() => String(picture.source).startsWith(icon + "?cache="));
+        tryCompare(picture, "status", Image.Ready);
+        compare(fallback.visible, false);
+    }
+
+    function test_an_icon_that_is_none_of_the_inventory_is_not_read() {
+        SystemBridge.iconsThere = false;
+        openMixer([Object.assign({}, talk, {
+                iconFilePath: String(Qt.resolvedUrl("truncated.png"))
+            })]);
+        const icon = part(child("strip0"), "appIcon");
+        compare(String(findChild(icon, "picture").source), "");
+        compare(findChild(icon, "fallback").visible, true);
     }
 
     function test_nothing_is_fetched_from_elsewhere() {

@@ -169,10 +169,10 @@ class OutsideTexts(SystemCase):
         self.check_equalizer(preset)
         self.assertEqual(warnings_of(program.log), [])
 
-    @staticmethod
-    def record(name, file_name="program"):
+    def record(self, name, file_name="program"):
+        # No icon of the inventory.
         return {"name": name, "bundleIdentifier": f"file:///opt/{name or 'nameless'}/{file_name}",
-                "processIdentifier": "4711", "isInput": False, "iconFilePath": name}
+                "processIdentifier": "4711", "isInput": False, "iconFilePath": f"file://{self.bait.path}"}
 
     def check_equalizer(self, preset):
         panel = Panel(self.stage)

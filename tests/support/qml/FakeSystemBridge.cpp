@@ -2,7 +2,9 @@
 
 #include "audio/equalizer/EqualizerBands.h"
 
+#include <QFileInfo>
 #include <QQmlEngine>
+#include <QUrl>
 
 QList<double> FakeSystemBridge::equalizerFrequencies() {
     QList<double> frequencies;
@@ -24,6 +26,10 @@ void FakeSystemBridge::clearCalls() {
 QVariantList FakeSystemBridge::getRunningApplications() {
     record("getRunningApplications");
     return applications;
+}
+
+QString FakeSystemBridge::iconSource(const QString& iconFilePath) const {
+    return iconsThere && QFileInfo(QUrl(iconFilePath).toLocalFile()).isFile() ? iconFilePath : QString();
 }
 
 void FakeSystemBridge::setAudioConfig(const QVariantList& configs) {

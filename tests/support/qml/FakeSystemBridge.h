@@ -12,6 +12,8 @@ class FakeSystemBridge : public QObject {
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
     // What getRunningApplications() returns.
     Q_PROPERTY(QVariantList applications MEMBER applications NOTIFY applicationsChanged)
+    // Whether any file that is there counts as an icon of the inventory, or none.
+    Q_PROPERTY(bool iconsThere MEMBER iconsThere)
     Q_PROPERTY(QList<double> equalizerFrequencies READ equalizerFrequencies CONSTANT)
 
 public:
@@ -22,6 +24,7 @@ public:
     Q_INVOKABLE void clearCalls();
 
     Q_INVOKABLE QVariantList getRunningApplications();
+    Q_INVOKABLE [[nodiscard]] QString iconSource(const QString& iconFilePath) const;
     Q_INVOKABLE void setAudioConfig(const QVariantList& configs);
     Q_INVOKABLE bool AddInputDevice(const QString& deviceName, int index = -1);
     Q_INVOKABLE bool RemoveInputDevice(const QString& deviceName);
@@ -37,6 +40,7 @@ private:
     void record(const QString& name, const QVariantMap& arguments = {});
 
     QVariantList applications;
+    bool iconsThere = true;
     QVariantList recordedCalls;
 };
 
