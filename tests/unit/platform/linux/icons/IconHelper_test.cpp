@@ -10,10 +10,10 @@
 #include <QImage>
 #include <QTemporaryDir>
 
-#include <cerrno>
+#include <cstddef>
 #include <gtest/gtest.h>
+#include <memory>
 #include <optional>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -135,8 +135,10 @@ TEST_F(IconHelperTest, ProcessLastsAsLongAsItIsHeld) {
 }
 
 TEST_F(IconHelperTest, ManyThreadsGetTheirIcons) {
+    constexpr std::size_t kThreads = 8;
     std::vector<std::thread> threads;
-    for (int at = 0; at < 8; ++at) {
+    threads.reserve(kThreads);
+    for (std::size_t at = 0; at < kThreads; ++at) {
         threads.emplace_back([this] { expectPicture(); });
     }
     for (std::thread& thread : threads) {
