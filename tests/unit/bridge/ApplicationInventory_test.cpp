@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QUrl>
 
+#include <atomic>
+#include <chrono>
 #include <gtest/gtest.h>
 
 namespace {
@@ -153,7 +155,7 @@ TEST(OwnIconAddress, IsEmptyForAnyOtherFile) {
 
 TEST(EndIconWork, LaterListsGetIconsAgain) {
     EXPECT_TRUE(endIconWork(std::chrono::seconds(30)));
-    bool made = false;
+    std::atomic<bool> made{false};
     const QFuture<void> icon =
         generateIconAsync("/no/such/entry", "/no/such/icon.png", "none").then([&made] { made = true; });
     EXPECT_TRUE(endIconWork(std::chrono::seconds(30)));
