@@ -1,6 +1,8 @@
 #include "platform/UserLock.h"
 
-UserLock::~UserLock() = default;
+UserLock::~UserLock() {
+    release();
+}
 
 UserLock::Answer UserLock::take(const QString& /*name*/) {
     return Answer::Unavailable;
