@@ -12,9 +12,9 @@ from PIL import Image
 
 from log_check import TYPED_LOG, warnings_of
 from screens import open_main
-from sound import SoundServer, available, tone
+from sound import tone
+from sound_case import SoundCase
 from stage import wait_until
-from system_case import SystemCase
 
 sys.path.append(str(pathlib.Path(__file__).parent / "sound"))
 from desktop_files import desktop_entry, endless_svg  # noqa: E402
@@ -23,15 +23,11 @@ ADD_BUTTON = "添加应用"
 MAGENTA = (255, 0, 255)
 
 
-@unittest.skipUnless(available("pulseaudio"), "pulseaudio is not installed")
-class Icons(SystemCase):
+class Icons(SoundCase):
     plugged = True
 
     def setUp(self):
         super().setUp()
-        self.sound = SoundServer(self.stage.folder, self.stage.env)
-        self.addCleanup(self.sound.__exit__, None, None, None)
-        self.sound.start()
         self.sound.add_sink("spk", "Speakers")
         self.picture = self.stage.folder / "magenta.png"
         subprocess.run(["convert", "-size", "64x64", "xc:#ff00ff", str(self.picture)], check=True)

@@ -11,9 +11,9 @@ import numpy
 
 from panel import Panel
 from screens import SETTINGS_BUTTON, open_main
-from sound import SoundServer, available, held_level_db, highest_level_db, level_db, tone
+from sound import held_level_db, highest_level_db, level_db, tone
+from sound_case import SoundCase
 from stage import wait_until
-from system_case import SystemCase
 
 ADD_BUTTON = "添加应用"
 APPS = "apps"
@@ -30,15 +30,11 @@ EQUALIZER = "均衡器"
 HIGHEST_GAIN_DB = 6
 
 
-@unittest.skipUnless(available("pulseaudio"), "pulseaudio is not installed")
-class Mixer(SystemCase):
+class Mixer(SoundCase):
     plugged = True
 
     def setUp(self):
         super().setUp()
-        self.sound = SoundServer(self.stage.folder, self.stage.env)
-        self.addCleanup(self.sound.__exit__, None, None, None)
-        self.sound.start()
         self.sound.add_sink(APPS, "Applications", hardware=False)
         self.sound.add_sink(SPEAKERS, "Speakers")
         self.players = {name: self.play(name, frequency) for name, frequency in TONES.items()}

@@ -16,9 +16,10 @@ import numpy
 from log_check import TYPED_LOG, warnings_of
 from panel import Panel
 from screens import CONNECTED, open_drawer, open_main
-from sound import SoundServer, available, tone
+from sound import tone
+from sound_case import SoundCase
 from stage import wait_until
-from system_case import BUILD, SystemCase
+from system_case import BUILD
 
 ADD_BUTTON = "添加应用"
 EQUALIZER = "均衡器"
@@ -67,8 +68,7 @@ class Bait:
             return False
 
 
-@unittest.skipUnless(available("pulseaudio"), "pulseaudio is not installed")
-class OutsideTexts(SystemCase):
+class OutsideTexts(SoundCase):
     def setUp(self):
         super().setUp()
         self.bait = Bait(self.stage.folder)
@@ -76,9 +76,6 @@ class OutsideTexts(SystemCase):
         with open(self.bait.path, "rb"):
             pass
         self.assertEqual(self.bait.opened(), 1, "the watch tells an open")
-        self.sound = SoundServer(self.stage.folder, self.stage.env)
-        self.addCleanup(self.sound.__exit__, None, None, None)
-        self.sound.start()
 
     def play(self, file_name, name):
         """A program that plays under a name of its own."""
