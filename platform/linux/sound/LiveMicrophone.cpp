@@ -81,6 +81,9 @@ void LiveMicrophone::forget() {
         part->refused = false;
         part->losses = 0;
     }
+    if (removing) {
+        removed();
+    }
 }
 
 void LiveMicrophone::noteUnloaded(std::uint32_t moduleIndex) {

@@ -40,7 +40,7 @@ public:
     /// Whether a sink of this name is what a server plays into when it has no other.
     [[nodiscard]] static bool isSubstitute(const std::string& sinkName);
 
-    /// `onRemoved` is called when the last module is gone after remove().
+    /// `onRemoved` is called when the last module is gone after remove(), or the connection with them.
     explicit LiveMicrophone(std::function<void()> onRemoved);
     LiveMicrophone(const LiveMicrophone&) = delete;
     LiveMicrophone& operator=(const LiveMicrophone&) = delete;

@@ -1,5 +1,6 @@
 #include "platform/linux/sound/LiveMicrophone.h"
 #include "platform/linux/sound/PulseEndpoints.h"
+#include "platform/linux/sound/PulseHandles.h"
 #include "platform/linux/sound/PulseOutputStream.h"
 #include "tests/support/Await.h"
 #include "tests/support/mixer/RouterLogCapture.h"
@@ -86,4 +87,17 @@ TEST_F(LiveMicrophoneTest, EndsWhileItIsBeingMade) {
         EXPECT_FALSE(isListed("sinks", LiveMicrophone::kSinkName)) << "in round " << round;
         EXPECT_FALSE(isListed("sources", LiveMicrophone::kSourceName)) << "in round " << round;
     }
+}
+
+TEST_F(LiveMicrophoneTest, IsRemovedWhenItsConnectionGoesMeanwhile) {
+    const PulseMainloopHandle mainloop(pa_mainloop_new());
+    const PulseContextHandle unanswered(pa_context_new(pa_mainloop_get_api(mainloop.get()), "test"));
+    int notices = 0;
+    LiveMicrophone microphone([&notices] { ++notices; });
+    microphone.begin(*unanswered, {});
+    microphone.remove();
+    EXPECT_EQ(notices, 0);
+    microphone.forget();
+    EXPECT_TRUE(microphone.isRemoved());
+    EXPECT_EQ(notices, 1);
 }
