@@ -65,8 +65,6 @@ int PulseInputs::initialise() {
     if (!mainloop) {
         return kNoLoop;
     }
-    // A block that is read late leaves a gap.
-    realTime.emplace();
     server = PulseServer::shared();
     followedChanges = server->deviceChanges();
     return kInputDone;
@@ -151,6 +149,9 @@ int PulseInputs::open(const SoundStreamParameters& parameters, std::uint32_t fra
 }
 
 void PulseInputs::awaitBlock(std::chrono::milliseconds limit) {
+    if (!realTime) {
+        realTime.emplace(); // a block that is read late leaves a gap
+    }
     std::erase_if(recordings, [](const auto& recording) { return recording.use_count() == 1; });
     const auto end = steady_clock::now() + limit;
     // What is due is done in any case, or a reader that always finds a block would never hear of a failure.

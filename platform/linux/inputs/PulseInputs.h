@@ -14,8 +14,8 @@
 
 /// The sound server's sources, under the names that people see. The list is the picture that PulseServer
 /// keeps; the server is asked for nothing, and nothing waits for it. The streams live on a main loop that
-/// awaitBlock() runs, on the thread of its caller, which runs in real time from initialise() to
-/// terminate() where the system grants that.
+/// awaitBlock() runs, on the thread of its caller, which runs in real time from then on to terminate()
+/// where the system grants that.
 ///
 /// A stream is active for as long as its source is there; while the server makes it, or is silent, it only
 /// has no block. One that is closed goes on until awaitBlock(), so that it can be opened again without a gap.
@@ -44,7 +44,7 @@ private:
 
     PulseMainloopHandle mainloop;
     std::shared_ptr<PulseServer> server;    // from initialise() to terminate()
-    std::optional<RealTimeThread> realTime; // at the same time
+    std::optional<RealTimeThread> realTime; // from the first awaitBlock() to terminate()
     std::uint64_t followedChanges = 0;
     std::atomic<bool> woken{false};
     std::vector<std::shared_ptr<PulseInputRecording>> recordings; // a stream that is open holds its own, too
