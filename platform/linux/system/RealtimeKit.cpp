@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -204,21 +205,47 @@ private:
 
 } // namespace
 
-RealtimeKitRequest::RealtimeKitRequest(pid_t threadId, int priority) : thread(threadId) {
+/// What the asking thread shares with the request that may end before it.
+struct RealtimeKitRequest::Question {
+    std::atomic<bool> givenUp{false};
+    std::mutex mutex; // of the rest
+    std::condition_variable connects;
+    bool isConnecting = true;
+};
+
+RealtimeKitRequest::RealtimeKitRequest(pid_t threadId, int priority)
+    : thread(threadId), question(std::make_shared<Question>()) {
     try {
-        asker = std::thread([this, priority] {
+        asker = std::thread([shared = question, threadId, priority] {
             nameThisThread("RealtimeKit");
-            static_cast<void>(Conversation(givenUp).makeRealTime(thread, priority));
+            Conversation conversation(shared->givenUp);
+            {
+                const std::lock_guard lock(shared->mutex);
+                shared->isConnecting = false;
+            }
+            shared->connects.notify_all();
+            if (!shared->givenUp) {
+                static_cast<void>(conversation.makeRealTime(threadId, priority));
+            }
         });
     } catch (const std::system_error&) {
         return; // too many threads for one more question
     }
 }
 
+// A bus that is stopped, and has as many connections waiting as it may, lets the next one wait for ever.
 RealtimeKitRequest::~RealtimeKitRequest() {
-    givenUp = true;
+    question->givenUp = true;
     if (asker.joinable()) {
-        asker.join();
+        std::unique_lock lock(question->mutex);
+        const bool connected =
+            question->connects.wait_for(lock, kConnectLimit, [this] { return !question->isConnecting; });
+        lock.unlock();
+        if (connected) {
+            asker.join();
+        } else {
+            asker.detach();
+        }
     }
     forgetGranted(thread);
 }

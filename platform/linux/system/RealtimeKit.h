@@ -1,6 +1,7 @@
 #pragma once
 
-#include <atomic>
+#include <chrono>
+#include <memory>
 #include <sys/types.h>
 #include <thread>
 
@@ -19,13 +20,18 @@ public:
     /// at most.
     RealtimeKitRequest(pid_t threadId, int priority);
     /// Gives up a question that has no answer yet. What was granted stays; the thread ends, or is made an
-    /// ordinary one, soon after.
+    /// ordinary one, soon after. Waits for the asking thread, unless the bus has not even taken its
+    /// connection within kConnectLimit: then that thread is left to itself, and asks nothing any more.
     ~RealtimeKitRequest();
     RealtimeKitRequest(const RealtimeKitRequest&) = delete;
     RealtimeKitRequest& operator=(const RealtimeKitRequest&) = delete;
 
+    static constexpr std::chrono::milliseconds kConnectLimit{100};
+
 private:
+    struct Question;
+
     const pid_t thread;
-    std::atomic<bool> givenUp{false};
+    const std::shared_ptr<Question> question; // the asking thread holds it, too
     std::thread asker;
 };
