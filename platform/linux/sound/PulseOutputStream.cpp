@@ -5,6 +5,7 @@
 #include "platform/linux/sound/RealTimeThread.h"
 
 #include <algorithm>
+#include <string>
 
 namespace {
 
@@ -118,7 +119,7 @@ void PulseOutputStream::onSinkFound(pa_context*, const pa_sink_info* info, int e
     // Servers give another sink for names of their own, such as that of the default one.
     if (end == 0 && info->name == output->sinkName && info->index != output->sinkIndex &&
         !output->isCreating()) {
-        output->connectStream();
+        output->connectStream(info->index);
     }
 }
 
@@ -126,7 +127,7 @@ bool PulseOutputStream::isCreating() const {
     return stream && pa_stream_get_state(stream.get()) == PA_STREAM_CREATING;
 }
 
-void PulseOutputStream::connectStream() {
+void PulseOutputStream::connectStream(std::uint32_t sink) {
     dropStream();
     pa_context* const context = connection->readyContext();
     if (context == nullptr) {
@@ -153,8 +154,9 @@ void PulseOutputStream::connectStream() {
     // An output stays where it is: when its sink goes, it waits for it.
     constexpr auto kFlags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE |
                                                            PA_STREAM_START_CORKED);
-    if (pa_stream_connect_playback(stream.get(), sinkName.c_str(), &attributes, kFlags, nullptr, nullptr) <
-        0) {
+    // By its number: PipeWire gives a stream of that name in the place of the sink.
+    const std::string number = std::to_string(sink);
+    if (pa_stream_connect_playback(stream.get(), number.c_str(), &attributes, kFlags, nullptr, nullptr) < 0) {
         scheduleRetry();
     }
 }

@@ -2,6 +2,7 @@
 #include "platform/linux/sound/PulseOutputStream.h"
 #include "tests/support/Await.h"
 #include "tests/support/mixer/RouterLogCapture.h"
+#include "tests/unit/platform/linux/ShellCommand.h"
 #include "tests/unit/platform/linux/sound/SoundServerTools.h"
 
 #include <gtest/gtest.h>
@@ -77,6 +78,20 @@ TEST_F(PulseOutputStreamTest, SinkThatIsGoneBeforeTheFirstSoundIsWaitedFor) {
     EXPECT_EQ(peakOf("two.monitor"), 0.0f);
     sink.emplace("late");
     EXPECT_TRUE(awaitPeak("late.monitor", 0.25f));
+}
+
+TEST_F(PulseOutputStreamTest, ProgramOfTheSinksNameIsNotPlayedIntoInItsPlace) {
+    const AudioEndpointPointer endpoint = endpointOf("two");
+    const ShellCommand recorder(
+        "exec parec --device=one.monitor --client-name=namesake --property=node.name=two "
+        "> /dev/null 2>&1");
+    ASSERT_TRUE(
+        awaitThread([] { return pactl("list source-outputs").find("namesake") != std::string::npos; }));
+    for (int round = 0; round < 5; ++round) {
+        const std::unique_ptr<ConstantOutput> output = play(endpoint, 0.25f);
+        ASSERT_TRUE(output->isOpen());
+        EXPECT_TRUE(awaitPeak("two.monitor", 0.25f));
+    }
 }
 
 TEST_F(PulseOutputStreamTest, StreamThatIsKilledIsMadeAnew) {
