@@ -28,6 +28,11 @@ constexpr std::uint8_t kResponse = 1;
 constexpr std::uint8_t kNotification = 2;
 constexpr std::uint8_t kFragment = 3;
 
+// Sequences count in 16 bits: 0 comes after 65535.
+[[nodiscard]] constexpr std::uint16_t sequenceAfter(std::uint16_t sequence) {
+    return static_cast<std::uint16_t>(sequence + 1);
+}
+
 // Message ids that the devices know.
 constexpr std::uint16_t kHello = 0;
 constexpr std::uint16_t kNameQuery = 1;

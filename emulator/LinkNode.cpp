@@ -111,7 +111,8 @@ void LinkNode::onHello(const LinkFrame& frame) {
         // Two nodes have one address: the younger one takes another.
         if (theirUpTimeMs > upTimeMs()) {
             moveToFreeAddress();
-            sendHello(kBroadcast, kNotification, ++helloSequence);
+            helloSequence = sequenceAfter(helloSequence);
+            sendHello(kBroadcast, kNotification, helloSequence);
         }
         return;
     }
@@ -192,7 +193,8 @@ void LinkNode::sendHello(const LinkAddress& destination, std::uint8_t kind, std:
 }
 
 std::uint16_t LinkNode::takeSequence() {
-    return ++lastSequence;
+    lastSequence = sequenceAfter(lastSequence);
+    return lastSequence;
 }
 
 void LinkNode::sendMessage(const Host& host, LinkFrame message) {
@@ -210,7 +212,8 @@ void LinkNode::sendMessage(const Host& host, LinkFrame message) {
     while (rest.size() > pieceSize) {
         LinkFrame piece = message;
         piece.kind = kFragment;
-        piece.sequence = ++sequence;
+        sequence = sequenceAfter(sequence);
+        piece.sequence = sequence;
         lastPieceSequence = static_cast<std::uint16_t>(lastPieceSequence + sequence);
         piece.payload.assign(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(pieceSize));
         rest = rest.subspan(pieceSize);
@@ -274,7 +277,8 @@ void LinkNode::advance(std::uint64_t nowMs) {
     now = nowMs;
     std::erase_if(hosts, [&](const Host& host) { return host.expiresAtMs <= now; });
     if (helloAtMs <= now) {
-        sendHello(kBroadcast, kNotification, ++helloSequence);
+        helloSequence = sequenceAfter(helloSequence);
+        sendHello(kBroadcast, kNotification, helloSequence);
         // An interval of 0 would repeat the hello without end.
         helloAtMs = now + std::max<std::uint64_t>(1, helloIntervalMs(settings.intervalCode));
     }

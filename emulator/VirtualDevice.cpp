@@ -357,7 +357,7 @@ void VirtualDevice::sendOneOfStorm() {
     }
     // The next value that the model can have.
     for (int tries = 0; tries < 256; ++tries) {
-        ++value[0];
+        value[0] = static_cast<std::uint8_t>(value[0] + 1); // 0 after 255
         if (attributeInRange(model, id, value)) {
             break;
         }

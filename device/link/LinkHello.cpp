@@ -69,7 +69,8 @@ LinkFrame helloFrame(const HelloBytes& payload) {
 }
 
 std::uint16_t nextHelloSequence() {
-    return ++stack().helloSequence;
+    stack().helloSequence = sequenceAfter(stack().helloSequence);
+    return stack().helloSequence;
 }
 
 void broadcastHello() {

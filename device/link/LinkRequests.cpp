@@ -150,7 +150,8 @@ int linkSend(std::uint32_t flags, const LinkFrame& frame) {
     LinkFrame outgoing = frame;
     outgoing.source = hostAddress();
     if (outgoing.kind != kLinkResponse) {
-        outgoing.sequence = ++stack().sequence;
+        stack().sequence = sequenceAfter(stack().sequence);
+        outgoing.sequence = stack().sequence;
     } else if ((flags & kLinkKeepSequence) == 0 && stack().isDispatching) {
         outgoing.sequence = stack().dispatchedSequence;
     }

@@ -52,7 +52,7 @@ void routeFrame(const LinkFrame& frame) {
     std::uint16_t remaining = frame.length;
     std::uint16_t sequenceSum = frame.sequence;
     while (remaining > pieceLength) {
-        ++piece.sequence;
+        piece.sequence = sequenceAfter(piece.sequence);
         sequenceSum = static_cast<std::uint16_t>(sequenceSum + piece.sequence);
         queueFrame(channel, pacingIntervalMs, piece);
         piece.payload += pieceLength;

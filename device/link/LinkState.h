@@ -18,6 +18,11 @@ inline constexpr std::uint32_t kPendingCount = 200;
 inline constexpr std::uint32_t kQueueLength = 200;
 inline constexpr std::uint16_t kPeerCount = 52;
 
+// Sequences count in 16 bits: 0 comes after 65535.
+[[nodiscard]] constexpr std::uint16_t sequenceAfter(std::uint16_t sequence) {
+    return static_cast<std::uint16_t>(sequence + 1);
+}
+
 inline constexpr std::uint8_t kHostVid = 1;
 inline constexpr std::uint16_t kHostPid = 28;
 inline constexpr std::uint8_t kHostFirstChid = 1;

@@ -136,7 +136,7 @@ TEST_F(LinkRequests, SequencesCountUpAndWrapFrom65535To0) {
         request({}, 0);
         linkPoll();
         ASSERT_EQ(sent.back().frame.sequence, expected) << count;
-        ++expected;
+        expected = static_cast<std::uint16_t>(expected + 1);
         sent.clear();
     }
     EXPECT_EQ(expected, 6);
