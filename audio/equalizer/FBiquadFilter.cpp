@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 
 namespace {
 
@@ -86,7 +87,9 @@ void FBiquadFilter::design() {
     const float s = std::sin(w0);
     const float c = std::cos(w0);
     // Textbooks have a hyperbolic sine inside; the curves of this program are those of the sine.
-    const float alpha = s * std::sin(kHalfLn2 * bandwidth * w0 / s);
+    // At 0 Hz the quotient has no value, so the coefficients are no numbers.
+    const float alpha =
+        s == 0.0f ? std::numeric_limits<float>::quiet_NaN() : s * std::sin(kHalfLn2 * bandwidth * w0 / s);
 
     float b0 = 1.0f;
     float b1 = -2.0f * c;
