@@ -1,4 +1,4 @@
-// What the sanitizers leave out, each with its reason. Linked into every test program of a sanitizer build.
+// What the sanitizers leave out, each with its reason. Linked into every program of a sanitizer build.
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the sanitizers' own names
 extern "C" const char* __tsan_default_suppressions();

@@ -14,7 +14,7 @@ from PIL import Image, ImageChops
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "stage"))
 
-from screens import (CONNECTED, GENERAL_PAGE, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, WAITING_TITLE, close_drawer,  # noqa: E402
+from screens import (CLOSE_BUTTON, CONNECTED, GENERAL_PAGE, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, WAITING_TITLE, close_drawer,  # noqa: E402
                      close_menu, open_drawer, open_main, open_menu)
 from sound import SoundServer, available  # noqa: E402
 from stage import Stage, wait_until  # noqa: E402
@@ -62,7 +62,7 @@ def main():
             sound = opened.enter_context(SoundServer(stage.folder, stage.env))
             sound.add_sink("speakers", "Speakers")
             sound.add_virtual_microphone("silence", model=arguments.model)
-        stage.start_program()
+        program = stage.start_program()
         stage.wait_text(WAITING_TITLE)
         picture("1-waiting.png", "waiting for a device")
         stage.emulator("plug")
@@ -86,6 +86,10 @@ def main():
         stage.wait_no_text(CONNECTED)
         stage.wait_text(WAITING_TITLE)
         picture("7-disconnected.png", "unplugged again")
+        stage.click(CLOSE_BUTTON, "button")
+        code = program.wait_exit()
+        if code != 0:
+            raise SystemExit(f"tour: the program ended with {code}:\n{program.log}")
     print("tour: done", flush=True)
 
 
