@@ -296,10 +296,27 @@ class Stage:
 
     def controls(self):
         """Everything on the screen that a screen reader would meet: dictionaries with name, role, states,
-        description, extents [x, y, width, height], value and range [lowest, highest] (null where there is none)."""
+        description, extents [x, y, width, height], value and range [lowest, highest] (null where there is none), and the
+        reference by which a screen reader speaks to it."""
+        return self._ask_reader("")
+
+    def actions(self, control):
+        """What assistive technology may do with a control as controls() gave it: names such as "Press"."""
+        return self._ask_reader(json.dumps({"reference": control["reference"]}))
+
+    def perform(self, control, action):
+        """Performs an action of a control as assistive technology does."""
+        if not self._ask_reader(json.dumps({"reference": control["reference"], "action": action})):
+            raise AssertionError(f"no action {action!r} of {control}, which has {self.actions(control)}")
+
+    def set_value(self, control, value):
+        """Sets the value of a control as assistive technology does."""
+        self._ask_reader(json.dumps({"reference": control["reference"], "value": value}))
+
+    def _ask_reader(self, request):
         if self.reader is None or self.reader.poll() is not None:
             self._start_reader()
-        self.reader.stdin.write("\n")
+        self.reader.stdin.write(request + "\n")
         self.reader.stdin.flush()
         answer = self.reader.stdout.readline()
         if not answer:

@@ -1,7 +1,8 @@
 """Answers what a screen reader meets in the running programs of this session (see stage.py).
 
-For each line of its input it prints one line of JSON: the list of controls, in the order of the tree. Lives as long
-as its input.
+For each line of its input it prints one line of JSON. An empty line asks for the list of controls, in the order of the
+tree. Any other line is a request in JSON about one control, named by its "reference": with "value" it sets the control's
+value, with "action" it performs an action, and otherwise it asks for the names of its actions. Lives as long as its input.
 """
 
 import json
@@ -15,6 +16,7 @@ REGISTRY = ("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
 ACCESSIBLE = "org.a11y.atspi.Accessible"
 COMPONENT = "org.a11y.atspi.Component"
 VALUE = "org.a11y.atspi.Value"
+ACTION = "org.a11y.atspi.Action"
 SCREEN_COORDINATES = 0
 DEEPEST = 60
 
@@ -59,6 +61,19 @@ def read_extents(body):
     return list(struct.unpack_from("<4i", body))
 
 
+def read_actions(body):
+    """The names; each action is three texts, the name first."""
+    length, at, names = read_number(body), 8, []
+    end = at + length
+    while at < end:
+        at += -at % 8
+        names.append(read_text(body, at))
+        for _ in range(3):
+            at += -at % 4
+            at += 4 + read_number(body[at:]) + 1
+    return names
+
+
 def property_question(interface, name):
     return Question("org.freedesktop.DBus.Properties", "Get", read_variant, "ss", text_argument(interface, name))
 
@@ -77,6 +92,19 @@ def connect():
     return Bus(session.call("org.a11y.Bus", "/org/a11y/bus", Question("org.a11y.Bus", "GetAddress", read_text)))
 
 
+ACTIONS = Question(ACTION, "GetActions", read_actions)
+
+
+def action_question(place):
+    return Question(ACTION, "DoAction", read_number, "i", struct.pack("<i", place))
+
+
+def value_question(value):
+    body = text_argument(VALUE, "CurrentValue") + b"\1d\0"
+    body += b"\0" * (-len(body) % 8) + struct.pack("<d", value)
+    return Question("org.freedesktop.DBus.Properties", "Set", lambda _: True, "ssv", body)
+
+
 class Node:
     # A control's role does not change, and no control reuses the reference of another.
     known = {}
@@ -85,7 +113,7 @@ class Node:
         self.reference = reference
         self.children = []
         self.fields, role = self.known.setdefault(reference, (receiver(*reference), ""))
-        self.control = {"name": "", "description": "", "role": role, "states": [], "extents": [0, 0, 0, 0],
+        self.control = {"reference": reference, "name": "", "description": "", "role": role, "states": [], "extents": [0, 0, 0, 0],
                         "value": None, "range": None}
 
     def set_children(self, references):
@@ -149,12 +177,26 @@ def controls_below(node):
     return found
 
 
+def answer_request(bus, request):
+    """True where the control has done it; the names of its actions where nothing is asked of it."""
+    control = request["reference"]
+    if "value" in request:
+        return bus.call(*control, value_question(request["value"]))
+    actions = bus.call(*control, ACTIONS)
+    if "action" not in request:
+        return actions
+    return request["action"] in actions and bool(bus.call(*control, action_question(actions.index(request["action"]))))
+
+
 def main():
     bus = connect()
-    for _ in sys.stdin:
-        # The first level holds the programs, which are not controls.
-        controls = [control for program in read(bus).children for control in controls_below(program)]
-        print(json.dumps(controls), flush=True)
+    for line in sys.stdin:
+        if line.strip():
+            answer = answer_request(bus, json.loads(line))
+        else:
+            # The first level holds the programs, which are not controls.
+            answer = [control for program in read(bus).children for control in controls_below(program)]
+        print(json.dumps(answer), flush=True)
 
 
 main()
