@@ -261,10 +261,28 @@ MixerTestCase {
         const fader = slider(strip);
         drag(fader, fader.to);
         forget();
-        mouseDoubleClickSequence(fader, fader.width / 2, fader.height / 2);
+        const place = placeOf(fader, fader.value);
+        mouseDoubleClickSequence(fader, place.x, place.y);
         tryVerify(() => part(strip, "fader").position === data.value);
         if (data.tag === "strip0")
             compare(recordOf("file:///opt/music").input1.volume, 0.3);
+    }
+
+    function test_two_quick_clicks_on_the_track_are_two_values() {
+        openMixer([music]);
+        const strip = child("strip0");
+        const fader = slider(strip);
+        for (const [first, second] of [[0.9, 0.1], [0.5, 0.8], [0.7, 0.7]]) {
+            for (const value of [first, second]) {
+                const place = placeOf(fader, value);
+                mouseClick(fader, place.x, place.y);
+            }
+            // Comes after what the second click may have put off.
+            let later = false;
+            Qt.callLater(() => later = true);
+            tryVerify(() => later);
+            compare(part(strip, "fader").position, second);
+        }
     }
 
     function test_the_value_stands_at_the_handle_while_it_moves() {

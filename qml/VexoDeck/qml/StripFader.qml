@@ -31,10 +31,11 @@ Item {
         meter.setLevels(levelLeft, levelRight);
     }
 
+    // Two taps go back to the default where both are on the handle: two on the track set two values.
     function handleTap() {
         const now = Date.now();
-        const twice = now - tap.lastMs < Application.styleHints.mouseDoubleClickInterval;
-        tap.lastMs = twice ? 0 : now;
+        const twice = tap.onHandle && now - tap.lastMs < Application.styleHints.mouseDoubleClickInterval;
+        tap.lastMs = twice || !tap.onHandle ? 0 : now;
         // Later, since the slider's own release follows and would restore the value.
         if (twice)
             Qt.callLater(backToDefault);
@@ -48,7 +49,10 @@ Item {
     QtObject {
         id: tap
 
+        // Of the tap before on the handle.
         property real lastMs: 0
+        // The last press was on the handle.
+        property bool onHandle: false
     }
 
     Item {
@@ -116,6 +120,10 @@ Item {
             onChangeComplete: stripFader.changeComplete()
 
             TapHandler {
+                onPressedChanged: {
+                    if (pressed)
+                        tap.onHandle = slider.handle.contains(slider.handle.mapFromItem(slider, point.pressPosition));
+                }
                 onTapped: stripFader.handleTap()
             }
         }
