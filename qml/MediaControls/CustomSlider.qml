@@ -4,7 +4,9 @@ import QtQuick.Templates as T
 /*
     The slider of the screens, horizontal or vertical. moved is for live traffic. changeComplete comes once, 500 ms
     after the user's hand has let go, unless it takes the slider again within that time. A step by the keyboard or the
-    wheel counts as a press, a move and a release.
+    wheel, and a value from assistive technology, count as a press, a move and a release.
+
+    The program shows a value by show(). A later write to value is what assistive technology does: the user's hand.
 */
 T.Slider {
     id: slider
@@ -36,6 +38,9 @@ T.Slider {
 
         property bool on: false
         property bool tooltipShown: false
+        // The slider or the program changes the value, and not assistive technology. So it is until the completion.
+        property bool ownChange: true
+        property real lastValue: 0
         // Wheel movement, in eighths of a degree, that has not yet made a step.
         property real wheelRest: 0
     }
@@ -46,20 +51,55 @@ T.Slider {
         tooltipTimer.stop();
     }
 
-    // Moves by a number of steps as the user's hand does. Keeps bindings of value.
+    // Moves the slider to a value of the program.
+    function show(shown: real) {
+        const before = hand.ownChange;
+        hand.ownChange = true;
+        value = shown;
+        hand.ownChange = before;
+    }
+
+    // Moves by a number of steps as the user's hand does.
     function moveBySteps(count: int) {
+        if (!enabled)
+            return;
         takeHand();
         const before = value;
+        hand.ownChange = true;
         for (let step = 0; step < Math.abs(count); step++) {
             if (count > 0)
                 increase();
             else
                 decrease();
         }
+        hand.ownChange = false;
         if (value !== before)
             moved();
         if (!pressed)
             tooltipTimer.restart();
+    }
+
+    // The nearest step within the range.
+    function snapped(wanted: real): real {
+        const nearest = stepSize > 0 ? from + Math.round((wanted - from) / stepSize) * stepSize : wanted;
+        return Math.max(Math.min(from, to), Math.min(Math.max(from, to), nearest));
+    }
+
+    // Assistive technology has written a value, on a step or between two.
+    function takeAssistedValue(before: real) {
+        show(enabled ? snapped(value) : before);
+        if (!enabled)
+            return;
+        takeHand();
+        if (value !== before)
+            moved();
+        tooltipTimer.restart();
+    }
+
+    // A changed range must not look like assistive technology that moves the slider into it.
+    function keepWithinRange() {
+        if (!hand.ownChange)
+            show(Math.max(Math.min(from, to), Math.min(Math.max(from, to), value)));
     }
 
     function stepsOfRange(fraction: real): int {
@@ -179,7 +219,17 @@ T.Slider {
             tooltipTimer.restart();
     }
     onValueChanged: {
+        const before = hand.lastValue;
+        hand.lastValue = value;
         if (pressed)
             takeHand();
+        else if (!hand.ownChange)
+            takeAssistedValue(before);
+    }
+    onFromChanged: keepWithinRange()
+    onToChanged: keepWithinRange()
+    Component.onCompleted: {
+        hand.lastValue = value;
+        hand.ownChange = false;
     }
 }

@@ -7,9 +7,10 @@ import QtQuick
 Item {
     id: surface
 
-    // The value, its range and step, under the names that a screen reader reads. It cannot write the value.
+    // The value, its range and step, under the names that a screen reader reads. Only assistive technology writes value:
+    // the nearest step to what it writes is taken as from the user's hand.
     required property real current
-    readonly property real value: current
+    property real value: current
     property real minimumValue: 0
     property real maximumValue: 1
     required property real stepSize
@@ -37,6 +38,13 @@ Item {
             stepped(0, steps);
         else
             stepped(steps, 0);
+    }
+
+    function takeAssistedValue() {
+        const steps = Math.round((value - current) / stepSize);
+        value = Qt.binding(() => current);
+        if (enabled && steps !== 0)
+            stepValue(steps);
     }
 
     activeFocusOnTab: true
@@ -71,6 +79,10 @@ Item {
     Keys.onDownPressed: stepped(0, -1)
     Accessible.onIncreaseAction: stepValue(1)
     Accessible.onDecreaseAction: stepValue(-1)
+    onValueChanged: {
+        if (value !== current)
+            takeAssistedValue();
+    }
     onActiveFocusChanged: {
         if (!activeFocus)
             tookFocus = false;

@@ -562,5 +562,23 @@ Item {
                 verify(item.stepSize > 0);
             }
         }
+
+        // Assistive technology writes the property, and nothing else.
+        function test_a_value_from_assistive_technology_picks_the_nearest_step() {
+            const picker = create();
+            picker.flushToColor("#004080");
+            for (const [item, written, value] of [[area(picker), 91, 90], [bar(picker), 0.6, 0.601]]) {
+                let picked = 0;
+                const count = () => picked++;
+                picker.colorSelected.connect(count);
+                item.value = written;
+                picker.colorSelected.disconnect(count);
+                compare(picked, 1);
+                fuzzyCompare(item.value, value, 0.005);
+            }
+            // It follows the picker as before.
+            picker.flushToColor("#008000");
+            fuzzyCompare(area(picker).value, 120, 0.5);
+        }
     }
 }

@@ -178,7 +178,9 @@ Item {
 
         function test_a_program_write_neither_moves_nor_completes() {
             const slider = create();
-            slider.value = 0.8;
+            slider.show(0.8);
+            slider.to = 0.7;
+            compare(slider.value, 0.7);
             compare(movedSpy.count, 0);
             compare(slider.isManually, false);
             compare(tooltip(slider).visible, false);
@@ -313,19 +315,56 @@ Item {
             compare(completeSpy.count, 1);
         }
 
-        function test_steps_keep_a_binding_of_the_value() {
+        function test_a_value_from_assistive_technology_counts_as_press_move_and_release_data() {
+            return [
+                {
+                    tag: "on a step",
+                    written: 20,
+                    value: 20
+                },
+                {
+                    tag: "between two",
+                    written: 19.6,
+                    value: 20
+                },
+                {
+                    tag: "above the range",
+                    written: 99,
+                    value: 30
+                }
+            ];
+        }
+
+        // Assistive technology writes the property, and nothing else.
+        function test_a_value_from_assistive_technology_counts_as_press_move_and_release(row) {
             const slider = create({
                 from: 0,
                 to: 30,
-                stepSize: 1
+                stepSize: 1,
+                value: 10
             });
-            page.objectName = "5";
-            slider.value = Qt.binding(() => Number(page.objectName));
-            compare(slider.value, 5);
-            keyClick(Qt.Key_Right);
-            compare(slider.value, 6);
-            page.objectName = "20";
-            compare(slider.value, 20);
+            let manually = null;
+            slider.moved.connect(() => manually = slider.isManually);
+            slider.value = row.written;
+            compare(slider.value, row.value);
+            compare(movedSpy.count, 1);
+            compare(manually, true);
+            finish();
+            compare(completeSpy.count, 1);
+            compare(completeSpy.signalArguments[0][0], row.value);
+            compare(slider.isManually, false);
+        }
+
+        function test_a_value_within_the_step_that_is_shown_does_not_move() {
+            const slider = create({
+                from: 0,
+                to: 30,
+                stepSize: 1,
+                value: 10
+            });
+            slider.value = 10.3;
+            compare(slider.value, 10);
+            compare(movedSpy.count, 0);
             finish();
         }
 
@@ -346,6 +385,8 @@ Item {
             });
             mouseClick(slider, 10, 12);
             mouseWheel(slider, 100, 12, 0, 120);
+            slider.value = 0.9;
+            slider.Accessible.increaseAction();
             compare(slider.value, 0.5);
             compare(movedSpy.count, 0);
         }

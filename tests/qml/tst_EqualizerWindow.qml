@@ -293,6 +293,10 @@ WindowedEqualizerTestCase {
         keyClick(Qt.Key_Down);
         compare(current().value[1], 1.5);
         compare(updates(), 3);
+        // Assistive technology writes the value, and nothing else.
+        chart.value = -4.1;
+        compare(current().value[1], -4);
+        compare(updates(), 4);
     }
 
     function test_a_scene_reaches_the_switch_and_the_selection() {

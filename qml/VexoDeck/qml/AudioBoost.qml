@@ -42,9 +42,9 @@ SettingsSection {
         aiSwitch.checked = boosted;
         noiseSelect2.selectIndex = boosted ? 1 : 0;
         antiClipping.checked = boosted;
-        antiClipping.value = clippingDb;
+        antiClipping.show(clippingDb);
         compressor.checked = boosted;
-        compressor.value = compressorDb;
+        compressor.show(compressorDb);
         updateAIType();
         DeviceValues.antiClipping.sendSwitch(boosted);
         if (boosted)

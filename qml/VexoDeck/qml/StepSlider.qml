@@ -10,7 +10,7 @@ CustomSlider {
     readonly property int step: Math.round(value)
 
     function readValue() {
-        value = deviceValue.read();
+        show(deviceValue.read());
     }
 
     function writeValue() {

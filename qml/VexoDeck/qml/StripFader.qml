@@ -24,7 +24,7 @@ Item {
     signal changeComplete
 
     function show(value: real) {
-        slider.value = value;
+        slider.show(value);
     }
 
     function setLevels(levelLeft: real, levelRight: real) {

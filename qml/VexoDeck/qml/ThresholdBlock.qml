@@ -15,11 +15,14 @@ Column {
     required property int from
     property string sliderName: "slider"
     property alias checked: switchRow.checked
-    property alias value: slider.value
 
     signal toggled(checked: bool)
     // The user's hand has moved the threshold.
     signal moved(dB: int)
+
+    function show(dB: int) {
+        slider.show(dB);
+    }
 
     width: parent?.width ?? 0
 
