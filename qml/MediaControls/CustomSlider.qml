@@ -189,12 +189,15 @@ T.Slider {
         }
     }
 
-    WheelHandler {
-        enabled: slider.enabled
-        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
-        orientation: Qt.Vertical
-        target: null
-        onWheel: event => slider.handleWheel(event.angleDelta.y)
+    // Passes on a turn of the wheel that is not the slider's: the page below scrolls.
+    MouseArea {
+        anchors.fill: parent
+        acceptedButtons: Qt.NoButton
+        onWheel: event => {
+            event.accepted = event.angleDelta.y !== 0 && WheelTurn.belongsTo(slider);
+            if (event.accepted)
+                slider.handleWheel(event.angleDelta.y);
+        }
     }
 
     Timer {

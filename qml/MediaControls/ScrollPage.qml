@@ -63,6 +63,14 @@ Flickable {
         acceptedDevices: PointerDevice.Mouse
     }
 
+    // Looks on while the page scrolls.
+    WheelHandler {
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+        blocking: false
+        target: null
+        onWheel: WheelTurn.scrollOn(page)
+    }
+
     onFocusItemChanged: {
         if (focusItem && !mouse.active && holds(focusItem))
             reveal(focusItem);

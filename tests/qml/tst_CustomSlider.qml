@@ -368,6 +368,35 @@ Item {
             finish();
         }
 
+        function test_a_turn_of_the_wheel_belongs_to_the_slider_where_it_began() {
+            const slider = create({
+                from: 0,
+                to: 30,
+                stepSize: 1,
+                value: 10
+            });
+            const other = createTemporaryObject(sliderComponent, page, {
+                y: 160,
+                from: 0,
+                to: 30,
+                stepSize: 1,
+                value: 10
+            });
+            page.forceActiveFocus();
+            mouseWheel(slider, 100, 12, 0, 120);
+            mouseWheel(other, 100, 12, 0, 120);
+            compare([slider.value, other.value], [11, 10]);
+            // One with the focus need not wait.
+            other.forceActiveFocus();
+            mouseWheel(other, 100, 12, 0, 120);
+            compare([slider.value, other.value], [11, 11]);
+            page.forceActiveFocus();
+            tryVerify(() => !WheelTurn.isRunning());
+            mouseWheel(slider, 100, 12, 0, 120);
+            compare([slider.value, other.value], [12, 11]);
+            finish();
+        }
+
         function test_without_show_tooltip_there_is_none() {
             const slider = create({
                 showTooltip: false

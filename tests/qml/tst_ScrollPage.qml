@@ -44,6 +44,28 @@ Item {
         }
     }
 
+    Component {
+        id: sliderPageComponent
+
+        ScrollPage {
+            width: 200
+            height: 200
+            contentWidth: width
+            contentHeight: 1000
+
+            CustomSlider {
+                objectName: "slider"
+                y: 220
+                width: 200
+                height: 60
+                from: 0
+                to: 30
+                stepSize: 1
+                value: 10
+            }
+        }
+    }
+
     LoggedTestCase {
         name: "ScrollPage"
 
@@ -122,6 +144,39 @@ Item {
                 compare(bar.visible, row.visible);
                 compare(bar.orientation, across ? Qt.Horizontal : Qt.Vertical);
             }
+        }
+
+        function test_a_turn_that_began_as_scrolling_stays_scrolling_data() {
+            return [
+                {
+                    tag: "without the focus",
+                    focus: false
+                },
+                {
+                    tag: "with the focus",
+                    focus: true
+                }
+            ];
+        }
+
+        function test_a_turn_that_began_as_scrolling_stays_scrolling(row) {
+            const page = createTemporaryObject(sliderPageComponent, root);
+            const slider = findChild(page, "slider");
+            if (row.focus)
+                slider.forceActiveFocus();
+            waitForRendering(page);
+            page.contentY = 0;
+            mouseWheel(page, 100, 100, 0, -120);
+            // The slider lies under the pointer now.
+            page.contentY = 150;
+            mouseWheel(page, 100, 100, 0, -120);
+            compare(slider.value, 10);
+            tryVerify(() => page.contentY > 150);
+            tryVerify(() => !WheelTurn.isRunning() && !page.moving);
+            page.contentY = 150;
+            mouseWheel(page, 100, 100, 0, -120);
+            compare(slider.value, 9);
+            compare(page.contentY, 150);
         }
 
         function test_the_bar_can_be_taken_away() {
