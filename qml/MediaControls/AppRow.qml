@@ -55,4 +55,6 @@ Pressable {
         maximumWidth: 260
         text: row.text.slice(0, 300)
     }
+
+    Accessible.onPressAction: click()
 }

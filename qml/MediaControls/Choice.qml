@@ -17,4 +17,7 @@ Pressable {
         font: choice.font
         wrapMode: Text.Wrap
     }
+
+    // Without it Qt would check the box by itself, and tell nobody of it.
+    Accessible.onToggleAction: click()
 }

@@ -47,7 +47,6 @@ ListBox {
     model: []
     font.pixelSize: VxTheme.fontCaption
     displayText: currentApp ? AppInventory.displayName(currentApp) : ""
-    Accessible.name: displayText
 
     delegate: AppRow {
         required property var modelData

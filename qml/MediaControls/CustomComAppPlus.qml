@@ -176,5 +176,6 @@ Pressable {
         onClosed: choice.blocked = false
     }
 
+    Accessible.onPressAction: click()
     onClicked: openList()
 }

@@ -59,6 +59,8 @@ ListBox {
                 visible: row.current
             }
         }
+
+        Accessible.onPressAction: click()
     }
     FontMetrics {
         id: metrics

@@ -1,8 +1,16 @@
 import QtQuick
 
-/* One choice of several: checking it clears the others of its parent. */
+/* One choice of several: checking it clears the others of its parent. The arrow keys check the one before or after it. */
 Choice {
     id: radioButton
+
+    // The first choice follows the last.
+    function checkBeside(step: int) {
+        const choices = Array.from(parent.children).filter(item => item.visible && item.enabled && item instanceof CustomRadioButton);
+        const other = choices[(choices.indexOf(radioButton) + step + choices.length) % choices.length];
+        other.forceActiveFocus(Qt.TabFocusReason);
+        other.click();
+    }
 
     autoExclusive: true
     ringRadius: 8
@@ -29,4 +37,9 @@ Choice {
             visible: opacity > 0
         }
     }
+
+    Keys.onLeftPressed: checkBeside(-1)
+    Keys.onUpPressed: checkBeside(-1)
+    Keys.onRightPressed: checkBeside(1)
+    Keys.onDownPressed: checkBeside(1)
 }

@@ -11,6 +11,8 @@ T.ComboBox {
     readonly property color restColor: hovered && enabled ? VxTheme.popupHover : VxTheme.popup
     // While pressed or open.
     property color downColor: restColor
+    // For a screen reader.
+    property string name: ""
     property real listWidth: width
     property real listMargins: 4
     // How long the list fades in and the arrow turns, in ms.
@@ -25,6 +27,9 @@ T.ComboBox {
     opacity: enabled ? 1 : VxTheme.disabledOpacity
 
     Accessible.role: Accessible.ComboBox
+    Accessible.name: name === "" ? displayText : name
+    // The value: a list box has no other place for it.
+    Accessible.description: displayText
 
     contentItem: VxText {
         text: listBox.displayText
@@ -85,5 +90,10 @@ T.ComboBox {
         }
 
         onAboutToShow: listBox.aboutToOpen()
+    }
+
+    Accessible.onPressAction: {
+        if (enabled)
+            popup.open();
     }
 }

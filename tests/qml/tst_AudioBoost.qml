@@ -17,6 +17,29 @@ AudioBoostTestCase {
 
     // ---- noise reduction
 
+    function test_the_arrow_keys_go_through_the_scenes() {
+        openPage(voxmicT40);
+        const tile = index => findChild(scenes(), "tile" + index);
+        tile(0).forceActiveFocus(Qt.TabFocusReason);
+        const seen = [];
+        for (const key of [Qt.Key_Right, Qt.Key_Down, Qt.Key_Left, Qt.Key_Up, Qt.Key_Left]) {
+            keyClick(key);
+            seen.push(scenes().selectIndex);
+            compare(tile(scenes().selectIndex).visualFocus, true);
+            compare(setting("audio_enhancement_index"), scenes().selectIndex);
+        }
+        compare(seen, [1, 2, 1, 0, 4]);
+        // The tabulator stops at the selected one only.
+        compare([0, 1, 2, 3, 4].filter(index => tile(index).activeFocusOnTab), [4]);
+    }
+
+    function test_assistive_technology_chooses_a_scene() {
+        openPage(voxmicT40);
+        findChild(scenes(), "tile2").Accessible.toggleAction();
+        compare(scenes().selectIndex, 2);
+        compare(setting("audio_enhancement_index"), 2);
+    }
+
     function test_click_of_the_noise_reduction_sends_the_strength_data() {
         return [
             {

@@ -30,6 +30,10 @@ Item {
                 objectName: "second"
                 text: "URL"
             }
+            CustomRadioButton {
+                objectName: "third"
+                text: "Key"
+            }
         }
     }
 
@@ -57,6 +61,38 @@ Item {
 
     LoggedTestCase {
         name: "Choices"
+
+        function checkedRadios(radios) {
+            return ["first", "second", "third"].filter(name => findChild(radios, name).checked);
+        }
+
+        function test_the_arrow_keys_go_through_the_radio_buttons() {
+            const radios = createTemporaryObject(radiosComponent, page);
+            let clicks = 0;
+            findChild(radios, "third").clicked.connect(() => clicks++);
+            findChild(radios, "first").forceActiveFocus(Qt.TabFocusReason);
+            for (const [key, name] of [[Qt.Key_Down, "second"], [Qt.Key_Right, "third"], [Qt.Key_Down, "first"], [Qt.Key_Up, "third"], [Qt.Key_Left, "second"]]) {
+                keyClick(key);
+                compare(checkedRadios(radios), [name]);
+                compare(findChild(radios, name).visualFocus, true);
+            }
+            compare(clicks, 2);
+        }
+
+        function test_assistive_technology_checks_and_tells_it() {
+            const radios = createTemporaryObject(radiosComponent, page);
+            const second = findChild(radios, "second");
+            const box = createTemporaryObject(checkComponent, page);
+            const toggled = [];
+            second.toggled.connect(() => toggled.push("radio"));
+            box.toggled.connect(() => toggled.push("box"));
+            second.Accessible.toggleAction();
+            second.Accessible.toggleAction();
+            box.Accessible.toggleAction();
+            compare(checkedRadios(radios), ["second"]);
+            compare(box.checked, true);
+            compare(toggled, ["radio", "box"]);
+        }
 
         function create(component, properties) {
             const control = createTemporaryObject(component, page, properties ?? {});

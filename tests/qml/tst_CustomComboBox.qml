@@ -140,6 +140,16 @@ Item {
         function test_a_screen_reader_gets_the_rows() {
             const box = create();
             compare(box.Accessible.role, Accessible.ComboBox);
+            compare([box.Accessible.name, box.Accessible.description], ["English", "English"]);
+            box.name = "语言";
+            compare([box.Accessible.name, box.Accessible.description], ["语言", "English"]);
+            box.Accessible.pressAction();
+            tryCompare(box.popup, "opened", true);
+            rowAt(box, 0).Accessible.pressAction();
+            compare(box.currentIndex, 0);
+            compare(box.Accessible.description, "中文");
+            tryCompare(box.popup, "visible", false);
+            box.currentIndex = 1;
             open(box);
             compare(rowAt(box, 1).Accessible.name, "English");
             compare(rowAt(box, 1).Accessible.selected, true);

@@ -100,6 +100,17 @@ WindowedEqualizerTestCase {
         compare(child("deletePreset").visible, false);
     }
 
+    function test_the_arrow_keys_go_through_the_presets() {
+        openEqualizer();
+        const tile = index => child("preset" + index);
+        tile(0).forceActiveFocus(Qt.TabFocusReason);
+        keyClick(Qt.Key_Right);
+        compare([ConfigMgr.getValue("device_equalizer_current_index"), tile(1).activeFocus], [1, true]);
+        keyClick(Qt.Key_Left);
+        keyClick(Qt.Key_Left);
+        compare([ConfigMgr.getValue("device_equalizer_current_index"), tile(6).activeFocus], [6, true]);
+    }
+
     function test_the_tiles_of_the_presets() {
         openEqualizer([userPreset]);
         const names = [0, 1, 2, 3, 4, 5, 6, 7].map(index => child("preset" + index).text);

@@ -34,7 +34,7 @@ PageTestCase {
             rows.push(Object.assign({}, model, {
                 tag: model.tag + ", microphone",
                 component: microphoneTab,
-                reached: model.isR2 ? ["autoGainSlider", "autoGainButton", "muteSwitch", "phantomSwitch", "plainAntiClipping", "equalizerRow"] : ["autoGainSlider", "autoGainSwitch", "muteSwitch", "tile0", "tile1", "tile2", "tile3", "tile4", "aiSwitch", "tile0", "tile1", "antiClipping", "fanbaoYinSlider", "compressor", "yasuoQiSlider", "equalizerRow"]
+                reached: model.isR2 ? ["autoGainSlider", "autoGainButton", "muteSwitch", "phantomSwitch", "plainAntiClipping", "equalizerRow"] : ["autoGainSlider", "autoGainSwitch", "muteSwitch", "tile0", "aiSwitch", "tile0", "antiClipping", "fanbaoYinSlider", "compressor", "yasuoQiSlider", "equalizerRow"]
             }), Object.assign({}, model, {
                 tag: model.tag + ", monitor",
                 component: monitorTab,

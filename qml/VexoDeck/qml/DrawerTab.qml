@@ -34,6 +34,7 @@ Pressable {
         color: tab.checked ? VxTheme.accent : "transparent"
     }
 
+    Accessible.onPressAction: click()
     Keys.onLeftPressed: moved(-1)
     Keys.onRightPressed: moved(1)
 }

@@ -19,6 +19,7 @@ Item {
     readonly property int countSum: EqualizerNames.firstUserIndex
     readonly property var currentEqData: dataList[selectIndex] ?? emptyRecord()
     readonly property bool userSelected: selectIndex >= countSum && selectIndex < dataList.length
+    readonly property int tabIndex: selectIndex >= 0 && selectIndex < dataList.length ? selectIndex : 0
     readonly property int tileWidth: 78
     readonly property bool full: dataList.length >= countSum + 3
 
@@ -66,6 +67,13 @@ Item {
         storeRecord();
         storeIndex();
         notify();
+    }
+
+    // The first preset follows the last.
+    function selectByKey(index: int) {
+        const place = (index + presets.count) % presets.count;
+        select(place);
+        presets.itemAt(place).forceActiveFocus(Qt.TabFocusReason);
     }
 
     // Does not select what it adds.
@@ -149,6 +157,8 @@ Item {
             spacing: 4
 
             Repeater {
+                id: presets
+
                 model: eqSelect.dataList.length
 
                 TileButton {
@@ -161,6 +171,8 @@ Item {
                     text: EqualizerNames.displayName(typeof record.name === "string" ? record.name : "", index)
                     icon.source: eqSelect.iconOf(record)
                     selected: index === eqSelect.selectIndex
+                    tabStop: index === eqSelect.tabIndex
+                    onMoved: step => eqSelect.selectByKey(index + step)
                     onClicked: eqSelect.select(index)
                 }
             }

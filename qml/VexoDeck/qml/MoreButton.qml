@@ -21,6 +21,7 @@ TitleBarButton {
     }
 
     Accessible.role: Accessible.ButtonMenu
+    Accessible.onPressAction: click()
 
     MorePopup {
         id: morePopup

@@ -37,4 +37,6 @@ Pressable {
         radius: VxTheme.radiusTile
         color: row.down ? VxTheme.veilPressed : row.hovered || row.visualFocus ? VxTheme.veilHover : "transparent"
     }
+
+    Accessible.onPressAction: click()
 }

@@ -1,11 +1,18 @@
 import QtQuick
 import MediaControls
 
-/* One of several tiles of which one is selected: a text with an optional icon above it. */
+/*
+    One of several tiles of which one is selected: a text with an optional icon above it. The arrow keys go from one to
+    the next; the tabulator stops at one of them.
+*/
 Pressable {
     id: tile
 
     required property bool selected
+    // The tile at which the tabulator stops.
+    property bool tabStop: selected
+
+    signal moved(step: int)
 
     function fillColor(): color {
         if (selected)
@@ -13,6 +20,7 @@ Pressable {
         return hovered && !down ? VxTheme.unselectedHover : VxTheme.unselected;
     }
 
+    focusPolicy: tabStop || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
     padding: 3
     ringGap: 2
 
@@ -66,4 +74,11 @@ Pressable {
         visible: label.truncated && (tile.hovered || tile.visualFocus)
         text: tile.text
     }
+
+    // Without it Qt would check the tile and choose nothing.
+    Accessible.onToggleAction: click()
+    Keys.onLeftPressed: moved(-1)
+    Keys.onUpPressed: moved(-1)
+    Keys.onRightPressed: moved(1)
+    Keys.onDownPressed: moved(1)
 }

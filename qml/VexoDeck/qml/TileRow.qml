@@ -12,9 +12,17 @@ Row {
     property int tileHeight: 60
     // For a screen reader.
     property string name: ""
+    readonly property int tabIndex: selectIndex >= 0 && selectIndex < tiles.length ? selectIndex : 0
 
     // The user has chosen a tile.
     signal chosen(index: int)
+
+    // For the keyboard: the first tile follows the last.
+    function choose(index: int) {
+        const place = (index + repeater.count) % repeater.count;
+        chosen(place);
+        repeater.itemAt(place).forceActiveFocus(Qt.TabFocusReason);
+    }
 
     width: parent?.width ?? 0
     spacing: 8
@@ -23,6 +31,8 @@ Row {
     Accessible.name: name
 
     Repeater {
+        id: repeater
+
         model: tileRow.tiles
 
         TileButton {
@@ -35,6 +45,8 @@ Row {
             text: modelData.text
             icon.source: modelData.icon ?? ""
             selected: index === tileRow.selectIndex
+            tabStop: index === tileRow.tabIndex
+            onMoved: step => tileRow.choose(index + step)
             onClicked: tileRow.chosen(index)
         }
     }
