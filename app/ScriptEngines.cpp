@@ -1,7 +1,6 @@
 #include "app/ScriptEngines.h"
 
-#include <QByteArrayView>
-#include <QtEnvironmentVariables>
+#include "platform/LaunchedProcess.h"
 
 // Qt's incremental collector works in steps between events, each with a time limit. When the system takes the
 // processor away for longer than the limit before the first step has begun, the collection counts as begun,
@@ -9,5 +8,5 @@
 // missing stack: a crash, which hits a busy machine during the start. Without a time limit a collection is
 // never left half done.
 void collectGarbageInOneGo() {
-    qputenv("QV4_GC_TIMELIMIT", "0");
+    setOwnVariable("QV4_GC_TIMELIMIT", "0");
 }

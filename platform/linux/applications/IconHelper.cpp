@@ -3,6 +3,7 @@
 #include "inventory/ProgramFiles.h"
 #include "platform/IconHelper.h"
 #include "platform/linux/applications/IconTheme.h"
+#include "platform/linux/processes/LaunchEnvironment.h"
 #include "platform/linux/system/FileDescriptor.h"
 #include "platform/linux/system/ForeignFile.h"
 
@@ -36,6 +37,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 // The helper begins with one byte. One question is the length of a name in bytes (32 bits) and the name in
 // UTF-8. Its answer is width and height in pixels (32 bits each, 0 for no icon) and the pixels, line by line,
@@ -275,9 +277,17 @@ private:
         std::string name = "VexoIcons";
         std::string word = kWord;
         const std::array<char*, 3> words{name.data(), word.data(), nullptr};
+        std::vector<std::string> environment = launchEnvironment();
+        std::vector<char*> entries;
+        entries.reserve(environment.size() + 1);
+        for (std::string& entry : environment) {
+            entries.push_back(entry.data());
+        }
+        entries.push_back(nullptr);
         pid_t started = -1;
         // The image of this very process, even where its file was replaced by a newer one.
-        const int error = posix_spawn(&started, "/proc/self/exe", &files, &attributes, words.data(), environ);
+        const int error =
+            posix_spawn(&started, "/proc/self/exe", &files, &attributes, words.data(), entries.data());
         posix_spawnattr_destroy(&attributes);
         posix_spawn_file_actions_destroy(&files);
         return error == 0 ? started : -1;
