@@ -7,7 +7,7 @@ import unittest
 
 from log_check import TYPED_LOG, warnings_of
 from screens import CONNECTED, WAITING_TITLE
-from stage import wait_until
+from stage import Stage, wait_until
 from system_case import ALREADY_RUNNING, BUILD, CLEANUP_BEGIN, CLEANUP_END, QUIT, SystemCase
 
 BRIDGE_END = "SystemBridge::cleanupNativeBridge() - Cleaning up"
@@ -35,6 +35,20 @@ class StartUp(SystemCase):
         killed = self.start()
         self.stage.end_program(killed, signal.SIGKILL)
         self.start()
+
+    def test_what_a_killed_program_leaves_in_the_kernel_goes_with_its_stage(self):
+        def numbers(kind):
+            table = pathlib.Path(f"/proc/sysvipc/{kind}").read_text(encoding="ascii")
+            return [int(line.split()[1]) for line in table.splitlines()[1:]]
+
+        with Stage(BUILD, []) as stage:
+            program = stage.start_program()
+            wait_until(lambda: stage.windows("Vexo Deck"), "the main window")
+            stage.end_program(program, signal.SIGKILL)
+            left = stage.kernel_objects()
+            self.assertEqual({kind for kind, _ in left}, {"shm", "sem"})
+        for kind, number in left:
+            self.assertNotIn(number, numbers(kind))
 
     def test_broken_root_document_gives_minus_one_and_both_clean_up_lines(self):
         program = self.program_with_root_document("import QtQuick\nWindow { visible: true; noSuchProperty: 1 }\n")

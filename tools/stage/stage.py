@@ -234,7 +234,7 @@ class Stage:
             if program.process.poll() is None:
                 program.process.kill()
                 program.process.wait()
-        self._remove_segments()
+        self._remove_kernel_objects()
         for process in reversed(self.processes):
             process.terminate()
             try:
@@ -248,14 +248,29 @@ class Stage:
         if self.folder is not None:
             shutil.rmtree(self.folder, ignore_errors=True)
 
-    def _remove_segments(self):
-        """The shared memory of programs that were ended from outside outlives them, and the file that its key is made
-        from goes with the stage: another file may get the same key."""
-        pids = {program.process.pid for program in self.programs}
-        for line in pathlib.Path("/proc/sysvipc/shm").read_text(encoding="ascii").splitlines()[1:]:
-            _, segment, _, _, creator, _, attached, *_ = map(int, line.split())
-            if creator in pids and attached == 0:
-                subprocess.run(["ipcrm", "-m", str(segment)], check=False, capture_output=True)
+    def kernel_objects(self):
+        """What the kernel keeps of the stage's programs beyond their ends: pairs of kind ("shm", "sem") and id of the
+        segments that nobody holds and of the semaphores, whose keys are those of files in the folder of temporary files."""
+        keys = set()
+        for path in (self.folder / "tmp").rglob("*"):
+            try:
+                status = path.stat()
+            except OSError:
+                continue
+            # As ftok() makes it for Qt.
+            keys.add(ord("Q") << 24 | (status.st_dev & 0xFF) << 16 | status.st_ino & 0xFFFF)
+        objects = []
+        for kind in ("shm", "sem"):
+            for line in pathlib.Path(f"/proc/sysvipc/{kind}").read_text(encoding="ascii").splitlines()[1:]:
+                words = line.split()
+                if int(words[0]) in keys and (kind == "sem" or words[6] == "0"):
+                    objects.append((kind, int(words[1])))
+        return objects
+
+    def _remove_kernel_objects(self):
+        """The files that the keys are made from go with the stage, and another file may get the same key."""
+        for kind, number in self.kernel_objects():
+            subprocess.run(["ipcrm", "-m" if kind == "shm" else "-s", str(number)], check=False, capture_output=True)
 
     # ---- the virtual device
 
