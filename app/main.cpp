@@ -5,6 +5,7 @@
 #include "app/UnexpectedExit.h"
 #include "bridge/SystemBridge.h"
 #include "device/HIDHotplugManager.h"
+#include "platform/BrokenPipes.h"
 #include "platform/EndSignals.h"
 #include "platform/GraphicsCard.h"
 #include "platform/IconHelper.h"
@@ -50,6 +51,7 @@ int main(int argc, char* argv[]) {
     if (const std::optional<int> served = serveAsIconHelper(argc, argv)) {
         return *served;
     }
+    outliveBrokenPipes();
     makeWideOutputUtf8();
     collectGarbageInOneGo();
     QGuiApplication application(argc, argv);

@@ -12,7 +12,7 @@ import unittest
 from screens import CONNECTED, WAITING_TITLE
 from session_manager import SessionManager
 from stage import wait_until
-from system_case import ALREADY_RUNNING, CLEANUP_BEGIN, CLEANUP_END, LONG, QUIT, SystemCase
+from system_case import ALREADY_RUNNING, CLEANUP_BEGIN, CLEANUP_END, LONG, QUIT, SystemCase, program_beside
 
 ROUNDS = 200 if LONG else 12
 # Milliseconds after which a change has to be on the disk: a step of a slider; and any other, which is written before the
@@ -129,6 +129,24 @@ class Signals(EndingCase):
         program.wait_log("loading")
         program.process.send_signal(signal.SIGTERM)
         self.assert_ended_once(program)
+
+
+class ClosedOutput(EndingCase):
+    def test_who_reads_the_output_may_go(self):
+        executable = program_beside(self.stage.folder / "other-root", CHANGING)
+        read_end, write_end = os.pipe()
+        os.close(read_end)
+        # No bus: its library ignores the signal for the whole process.
+        env = dict(self.stage.env, DBUS_SESSION_BUS_ADDRESS="unix:path=/nowhere", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="0")
+        program = subprocess.Popen([str(executable)], env=env, stdout=write_end, stderr=write_end)
+        os.close(write_end)
+        self.addCleanup(program.wait)
+        self.addCleanup(program.kill)
+        wait_until(lambda: program.poll() is not None or self.settings.exists() and self.values(self.settings)[0] > 50,
+                   "settings that change")
+        self.assertIsNone(program.poll())
+        program.send_signal(signal.SIGTERM)
+        self.assertEqual(program.wait(60), 0)
 
 
 class Settings(EndingCase):
