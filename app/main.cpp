@@ -6,9 +6,11 @@
 #include "bridge/SystemBridge.h"
 #include "device/HIDHotplugManager.h"
 #include "platform/BrokenPipes.h"
+#include "platform/CrashReports.h"
 #include "platform/EndSignals.h"
 #include "platform/GraphicsCard.h"
 #include "platform/IconHelper.h"
+#include "platform/LogTail.h"
 #include "platform/SoundServerWatch.h"
 #include "platform/WideOutput.h"
 
@@ -53,6 +55,8 @@ int main(int argc, char* argv[]) {
     }
     outliveBrokenPipes();
     makeWideOutputUtf8();
+    keepLogTail();
+    reportCrashes({"VEXO", "Vexo Deck", VEXO_VERSION});
     collectGarbageInOneGo();
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Vexo Deck"));
@@ -62,6 +66,9 @@ int main(int argc, char* argv[]) {
     InstanceGuard guard(QStringLiteral("VEXO_Deck_SingleInstance"));
     if (guard.decide() == InstanceDecision::AlreadyRunning) {
         return 1;
+    }
+    for (const QString& report : newCrashReports()) {
+        qWarning().noquote() << "The program has crashed, the report is" << report;
     }
     const std::shared_ptr<void> endSignals =
         watchEndSignals([] { SystemBridge::instance()->quitApplication(); });

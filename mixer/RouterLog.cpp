@@ -2,6 +2,7 @@
 
 #include "mixer/LineQueue.h"
 #include "mixer/Utf8.h"
+#include "platform/LogTail.h"
 #include "platform/ThreadName.h"
 #include "platform/WideOutput.h"
 
@@ -146,7 +147,10 @@ RouterLog& routerLogOfTheProcess() {
 } // namespace
 
 void printRouterLine(std::string_view line) {
-    routerLogOfTheProcess().append(firstBytes(line, kRouterLineBytes));
+    const std::string_view kept = firstBytes(line, kRouterLineBytes);
+    // A crash loses what waits for the output, but not this.
+    logTail().append(kept);
+    routerLogOfTheProcess().append(kept);
 }
 
 void flushRouterLog() {

@@ -1,0 +1,35 @@
+#pragma once
+
+// What stays of a crash: a text file "crash-<time of the start>-<process>.txt" in the folder "crashes" of the
+// program's data, for its user alone. It has the signal, the version, the last lines of the log (LogTail.h)
+// and the backtrace: of each frame the module, the address in it and the module's build id, which
+// tools/crash-report turns into functions and lines.
+//
+// After the report the crash takes its course: the process ends as without it, with its core dump if the
+// system makes one. What cannot be written to the file, since the disk is full or the folder missing, goes to
+// the standard error instead.
+
+#include <QStringList>
+
+#include <string>
+
+/// How many reports are kept. A program that crashes at each start writes the same one over and over; ten
+/// hold what a user has met in weeks else, and take up a megabyte at most.
+inline constexpr qsizetype kMostCrashReports = 10;
+
+/// The names that make the folder of the program's data, and what the report calls the program.
+struct CrashingProgram {
+    std::string organization;
+    std::string name;
+    std::string version;
+};
+
+/// Reports crashes from now on: on Linux the signals SIGSEGV, SIGBUS, SIGFPE, SIGILL and SIGABRT (as by
+/// std::terminate), on Windows unhandled exceptions and abort(). On Linux a thread reports the overflow of
+/// its own stack if it is the calling one or has a name of nameThisThread(). A child of fork() reports
+/// nothing. Once, at the start of main, before any other thread.
+void reportCrashes(const CrashingProgram& program);
+
+/// The paths of the reports that no call has returned yet, the oldest first; needs reportCrashes(). Removes
+/// the oldest ones beyond kMostCrashReports. Main thread.
+[[nodiscard]] QStringList newCrashReports();
