@@ -78,8 +78,11 @@ inline void encodeInPlace(std::span<std::uint8_t> bytes, std::uint8_t kind, std:
 }
 
 inline Bytes encode(const WireFrame& frame) {
-    Bytes bytes(kFrameBytes + frame.payload.size());
-    std::ranges::copy(frame.payload, bytes.begin() + kHeaderBytes);
+    Bytes bytes;
+    bytes.reserve(kFrameBytes + frame.payload.size());
+    bytes.resize(kHeaderBytes);
+    bytes.insert(bytes.end(), frame.payload.begin(), frame.payload.end());
+    bytes.resize(kFrameBytes + frame.payload.size());
     encodeInPlace(bytes, frame.kind, frame.sequence, frame.source, frame.destination, frame.messageId);
     return bytes;
 }
