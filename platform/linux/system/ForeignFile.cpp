@@ -1,7 +1,5 @@
 #include "platform/linux/system/ForeignFile.h"
 
-#include "platform/linux/system/FileDescriptor.h"
-
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -10,11 +8,9 @@
 
 namespace {
 
-// Opens the file for reading if it is a regular one.
-FileDescriptor openRegularFile(const std::string& path, Links links) {
-    // Its place first: to open a pipe or a device for reading already does something there.
-    const FileDescriptor place(
-        open(path.c_str(), O_PATH | O_CLOEXEC | (links == Links::Refused ? O_NOFOLLOW : 0)));
+// Opens the file for reading if it is a regular one. To open a pipe or a device for reading already does
+// something there.
+FileDescriptor openRegularFile(const FileDescriptor& place) {
     struct stat status{};
     if (!place.isOpen() || fstat(place.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return {};
@@ -27,8 +23,12 @@ FileDescriptor openRegularFile(const std::string& path, Links links) {
 
 } // namespace
 
-std::optional<std::string> readForeignFile(const std::string& path, std::size_t limitBytes, Links links) {
-    const FileDescriptor file = openRegularFile(path, links);
+std::optional<std::string> readForeignFile(const std::string& path, std::size_t limitBytes) {
+    return readForeignFile(FileDescriptor(open(path.c_str(), O_PATH | O_CLOEXEC)), limitBytes);
+}
+
+std::optional<std::string> readForeignFile(const FileDescriptor& place, std::size_t limitBytes) {
+    const FileDescriptor file = openRegularFile(place);
     if (!file.isOpen()) {
         return std::nullopt;
     }

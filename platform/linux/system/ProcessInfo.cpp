@@ -1,9 +1,11 @@
 #include "platform/linux/system/ProcessInfo.h"
 
+#include "platform/linux/system/FileDescriptor.h"
 #include "platform/linux/system/ForeignFile.h"
 
 #include <algorithm>
 #include <charconv>
+#include <fcntl.h>
 #include <filesystem>
 #include <limits>
 #include <sstream>
@@ -24,12 +26,13 @@ std::string processFile(std::uint32_t processId, const char* name) {
     return "/proc/" + std::to_string(processId) + "/" + name;
 }
 
+// The longest record, "status", names all groups of its user: 65536 of 11 bytes at most.
+constexpr std::size_t kLongestRecordBytes = 1 << 20;
+
 // A record of the process, to be read line by line; without lines when there is none.
-std::istringstream recordOf(std::uint32_t processId, const char* name, Links links = Links::Followed) {
-    // The longest, "status", names all groups of its user: 65536 of 11 bytes at most.
-    constexpr std::size_t kLongestRecordBytes = 1 << 20;
+std::istringstream recordOf(std::uint32_t processId, const char* name) {
     return std::istringstream(
-        readForeignFile(processFile(processId, name), kLongestRecordBytes, links).value_or(std::string()));
+        readForeignFile(processFile(processId, name), kLongestRecordBytes).value_or(std::string()));
 }
 
 // What follows "pid (name) " in the process's status line; the name may hold anything. Empty without one.
@@ -57,6 +60,46 @@ std::optional<std::uint32_t> numberOf(std::string_view text) {
     std::uint32_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+// The number of the mount that an opened place is in; empty for none.
+std::string mountOf(const FileDescriptor& place) {
+    constexpr std::string_view kMark = "mnt_id:";
+    const std::string path = "/proc/self/fdinfo/" + std::to_string(place.get());
+    std::istringstream file(readForeignFile(path, kLongestRecordBytes).value_or(std::string()));
+    for (std::string word; file >> word;) {
+        if (word == kMark) {
+            file >> word;
+            return word;
+        }
+    }
+    return {};
+}
+
+// The kind of file system that a process's list of mounts names for one; empty where it does not.
+std::string kindOfMount(const std::string& mount, const std::string& listPath) {
+    constexpr std::string_view kMark = " - "; // before the kind
+    std::istringstream file(readForeignFile(listPath, kLongestRecordBytes).value_or(std::string()));
+    for (std::string line; std::getline(file, line);) {
+        const std::size_t mark = line.find(kMark);
+        if (line.starts_with(mount + " ") && mark != std::string::npos) {
+            const std::size_t kind = mark + kMark.size();
+            return line.substr(kind, line.find(' ', kind) - kind);
+        }
+    }
+    return {};
+}
+
+// Whether the kernel itself answers for an opened place, from memory. Anything else that a process has for
+// its root may be a program that lets whoever looks into it wait. Asks the kernel's own lists only.
+bool isInMemory(const FileDescriptor& place, std::uint32_t processId) {
+    const std::string mount = place.isOpen() ? mountOf(place) : std::string();
+    if (mount.empty()) {
+        return false;
+    }
+    // A process whose root is in the midst of a mount does not see that mount.
+    const std::string seen = kindOfMount(mount, processFile(processId, "mountinfo"));
+    return (seen.empty() ? kindOfMount(mount, "/proc/self/mountinfo") : seen) == "tmpfs";
 }
 
 } // namespace
@@ -150,8 +193,17 @@ std::string processFileName(std::uint32_t processId) {
 
 std::string flatpakApplication(std::uint32_t processId) {
     constexpr std::string_view kKey = "name=";
-    // What the sandbox is made of, in the root folder that the process sees.
-    std::istringstream file = recordOf(processId, "root/.flatpak-info", Links::Refused);
+    // What the sandbox is made of, in the root folder that the process sees. A Flatpak is given one in
+    // memory.
+    const FileDescriptor root(open(processFile(processId, "root").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!isInMemory(root, processId)) {
+        return {};
+    }
+    const FileDescriptor place(openat(root.get(), ".flatpak-info", O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    if (!isInMemory(place, processId)) {
+        return {};
+    }
+    std::istringstream file(readForeignFile(place, kLongestRecordBytes).value_or(std::string()));
     bool inSection = false;
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with('[')) {

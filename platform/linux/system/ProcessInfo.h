@@ -32,5 +32,6 @@
 /// The process's file name, cut to 15 bytes by the kernel; empty when there is no such process.
 [[nodiscard]] std::string processFileName(std::uint32_t processId);
 
-/// The application's id ("org.example.Player") of a process in a Flatpak; empty for any other.
+/// The application's id ("org.example.Player") of a process in a Flatpak; empty for any other. Waits for no
+/// file system that the process may have brought along.
 [[nodiscard]] std::string flatpakApplication(std::uint32_t processId);

@@ -7,15 +7,21 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <future>
 #include <gtest/gtest.h>
+#include <linux/fuse.h>
+#include <sched.h>
 #include <string>
+#include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 TEST(ProcessInfo, ChildAndGrandchildBelongToTheTreeAndTheParentDoesNot) {
@@ -77,6 +83,9 @@ TEST(ProcessInfo, OwnProcessIsTheOneThatProcShows) {
 
 namespace {
 
+// In memory, as the root of a Flatpak is.
+const QString kRootPattern = QStringLiteral("/dev/shm/vexo-root-XXXXXX");
+
 /// A process whose root folder is this one.
 class ProcessInRoot {
 public:
@@ -112,10 +121,90 @@ private:
     bool inRoot = false;
 };
 
+/// A process whose root folder is in a file system of another program, which answers nothing once the process
+/// has its root.
+class ProcessInSilentRoot {
+public:
+    explicit ProcessInSilentRoot(const QString& folder) {
+        const std::string path = QFile::encodeName(folder).toStdString();
+        std::array<int, 2> ready{};
+        [[maybe_unused]] const int made = pipe(ready.data());
+        server = fork();
+        if (server == 0) {
+            serve(path, ready[1]);
+            _exit(0);
+        }
+        close(ready[1]);
+        if (::read(ready[0], &process, sizeof(process)) != sizeof(process)) {
+            process = 0;
+        }
+        close(ready[0]);
+    }
+    ~ProcessInSilentRoot() { end(); }
+    ProcessInSilentRoot(const ProcessInSilentRoot&) = delete;
+    ProcessInSilentRoot& operator=(const ProcessInSilentRoot&) = delete;
+
+    [[nodiscard]] std::uint32_t id() const { return static_cast<std::uint32_t>(process); }
+    /// An account that may not mount, and a system without such file systems, have no such process.
+    [[nodiscard]] bool isInRoot() const { return process != 0; }
+    /// Who waits for the file system is told that it has gone.
+    void end() {
+        if (server > 0) {
+            kill(server, SIGKILL);
+            waitpid(std::exchange(server, 0), nullptr, 0);
+        }
+    }
+
+private:
+    static void serve(const std::string& path, int ready) {
+        const int device = open("/dev/fuse", O_RDWR | O_CLOEXEC);
+        const std::string options = "fd=" + std::to_string(device) + ",rootmode=40000,user_id=0,group_id=0";
+        if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/dev/shm", nullptr, MS_PRIVATE, nullptr) != 0 ||
+            mount("silent", path.c_str(), "fuse", MS_NOSUID | MS_NODEV, options.c_str()) != 0) {
+            return;
+        }
+        if (fork() == 0) {
+            close(device);
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            const pid_t own = chroot(path.c_str()) == 0 ? getpid() : 0;
+            [[maybe_unused]] const ssize_t told = ::write(ready, &own, sizeof(own));
+            pause();
+            _exit(0);
+        }
+        close(ready);
+        alignas(fuse_in_header) std::array<char, 1 << 17> request{};
+        while (::read(device, request.data(), request.size()) > 0) {
+            answer(device, *reinterpret_cast<const fuse_in_header*>(request.data()));
+        }
+    }
+    // The first question of all, and that whether the root may be taken.
+    static void answer(int device, const fuse_in_header& question) {
+        struct {
+            fuse_out_header header;
+            fuse_init_out body;
+        } reply{};
+        reply.header.unique = question.unique;
+        reply.header.len = sizeof(reply);
+        reply.body.major = FUSE_KERNEL_VERSION;
+        reply.body.minor = FUSE_KERNEL_MINOR_VERSION;
+        reply.body.max_write = 4096;
+        if (question.opcode == FUSE_ACCESS) {
+            reply.header.len = sizeof(reply.header);
+            reply.header.error = -ENOSYS;
+        }
+        if (question.opcode == FUSE_INIT || question.opcode == FUSE_ACCESS) {
+            [[maybe_unused]] const ssize_t told = ::write(device, &reply, reply.header.len);
+        }
+    }
+
+    pid_t server = 0;
+    pid_t process = 0;
+};
+
 } // namespace
 
 TEST(ProcessInfo, FlatpakIsKnownByTheFileInItsRoot) {
-    const QTemporaryDir root;
+    const QTemporaryDir root(kRootPattern);
     QFile file(root.filePath(QStringLiteral(".flatpak-info")));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("[Instance]\nname=wrong\n[Application]\nruntime=x\nname=org.example.Player\n");
@@ -129,7 +218,7 @@ TEST(ProcessInfo, FlatpakIsKnownByTheFileInItsRoot) {
 }
 
 TEST(ProcessInfo, PipeInTheRootOfAProcessDoesNotKeepItsReader) {
-    const QTemporaryDir root;
+    const QTemporaryDir root(kRootPattern);
     const QByteArray pipe = QFile::encodeName(root.filePath(QStringLiteral(".flatpak-info")));
     ASSERT_EQ(mkfifo(pipe.constData(), S_IRUSR | S_IWUSR), 0);
     const ProcessInRoot process(root.path());
@@ -143,8 +232,20 @@ TEST(ProcessInfo, PipeInTheRootOfAProcessDoesNotKeepItsReader) {
     EXPECT_EQ(answer.get(), "");
 }
 
+TEST(ProcessInfo, FileSystemThatAProcessHasForItsRootDoesNotKeepItsReader) {
+    const QTemporaryDir root(kRootPattern);
+    ProcessInSilentRoot process(root.path());
+    if (!process.isInRoot()) {
+        GTEST_SKIP() << "this account makes no file systems";
+    }
+    auto answer = std::async(std::launch::async, [&] { return flatpakApplication(process.id()); });
+    EXPECT_TRUE(await([&] { return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+    process.end();
+    EXPECT_EQ(answer.get(), "");
+}
+
 TEST(ProcessInfo, LinkInTheRootOfAProcessIsNotFollowedIntoOurs) {
-    const QTemporaryDir root;
+    const QTemporaryDir root(kRootPattern);
     const QTemporaryDir outside;
     QFile file(outside.filePath(QStringLiteral("info")));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
