@@ -1,5 +1,6 @@
 #include "platform/linux/sound/PipeWireConnection.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <ctime>
@@ -11,8 +12,14 @@
 
 namespace {
 
+constexpr itimerspec afterMs(long milliseconds) {
+    return {.it_interval = {}, .it_value = {.tv_sec = 0, .tv_nsec = milliseconds * 1000000}};
+}
+
 // From the first packet of the server's cycle to the hand-over of all of them.
-constexpr itimerspec kGatherTime{.it_interval = {}, .it_value = {.tv_sec = 0, .tv_nsec = 2000000}};
+constexpr itimerspec kGatherTime = afterMs(2);
+// From samples that are no packet, which nothing may follow, to their hand-over.
+constexpr itimerspec kRestTime = afterMs(20);
 
 pw_properties* applicationProperties(const PipeWireLibrary& library) {
     const std::array<spa_dict_item, 3> items{{
@@ -96,17 +103,28 @@ PipeWireConnection::~PipeWireConnection() {
     }
 }
 
-void PipeWireConnection::signalData() {
+void PipeWireConnection::signalData(bool hasPacket) {
     if (dataThread.load(std::memory_order_relaxed) == 0) {
         dataThread = gettid();
     }
-    signal();
+    if (hasPacket) {
+        signal();
+    } else {
+        signal(Signalled::Samples, kRestTime);
+    }
 }
 
 void PipeWireConnection::signal() {
+    signal(Signalled::News, kGatherTime);
+}
+
+void PipeWireConnection::signal(Signalled what, const itimerspec& delay) {
+    Signalled before = signalled.load(std::memory_order_relaxed);
     // Pairs with the exchange in attend(): what is left here before a signal that is saved is seen there.
-    if (!signalled.exchange(true)) {
-        timerfd_settime(wakeDescriptor, 0, &kGatherTime, nullptr);
+    while (!signalled.compare_exchange_weak(before, std::max(before, what))) {
+    }
+    if (before < what) {
+        timerfd_settime(wakeDescriptor, 0, &delay, nullptr);
     }
 }
 
@@ -119,7 +137,7 @@ void PipeWireConnection::onSignal(pa_mainloop_api*, pa_io_event*, int descriptor
 }
 
 void PipeWireConnection::attend() {
-    signalled.exchange(false);
+    signalled.exchange(Signalled::Nothing);
     if (const pid_t thread = dataThread; thread != 0 && !realTime) {
         realTime.emplace(thread);
     }

@@ -7,8 +7,9 @@
 // where the system grants that (RealTimeThread), the packets come. Both only leave word here: what follows
 // happens on the thread of the sound server's main loop. All calls belong to that thread, or under its lock.
 //
-// The streams' packets of one cycle of the server come one by one, within a millisecond or so. The main
-// loop's thread is woken once for all of them, a little later.
+// The server's cycles may be much shorter than a packet that the mixer is to get, and the streams' packets of
+// one cycle come one by one, within a millisecond or so. The main loop's thread is woken once for all of
+// them, a little after the first of the recordings has such a packet.
 
 #include "platform/linux/sound/PipeWireLibrary.h"
 #include "platform/linux/sound/PulseHandles.h"
@@ -17,6 +18,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -80,8 +82,9 @@ public:
     /// Lets the main loop's thread attend to the connection and its recordings, 2 ms from now. Any thread;
     /// neither waits nor allocates.
     void signal();
-    /// The same, on the library's thread of the packets.
-    void signalData();
+    /// Samples wait in a recording: the same, or 20 ms from now where it has less than a packet as yet. On
+    /// the library's thread of the packets.
+    void signalData(bool hasPacket);
 
 private:
     struct Release {
@@ -90,9 +93,13 @@ private:
         void operator()(pw_context* owned) const { library->contextDestroy(owned); }
     };
 
+    // What the main loop's thread will be woken for.
+    enum class Signalled : std::uint8_t { Nothing, Samples, News };
+
     PipeWireConnection(const PipeWireLibrary& pipeWire, pa_mainloop_api& mainloopApi,
                        std::uint32_t serverCookie, std::function<void()> onDecided);
     [[nodiscard]] bool connect();
+    void signal(Signalled what, const itimerspec& delay);
     void attend();
     void decide(State state);
 
@@ -109,11 +116,11 @@ private:
     std::set<Recording*> recordings;
     PulseTimer answerLimit;
 
-    std::atomic<State> reported = State::Connecting; // by the library's thread
-    std::atomic<pid_t> dataThread = 0;               // the thread of the packets, from the first one on
-    std::optional<RealTimeThread> realTime;          // of that thread
-    std::atomic<bool> signalled = false;
-    int wakeDescriptor = -1; // a timer
+    std::atomic<State> reported = State::Connecting;       // by the library's thread
+    std::atomic<pid_t> dataThread = 0;                     // the thread of the packets, from the first one on
+    std::optional<RealTimeThread> realTime;                // of that thread
+    std::atomic<Signalled> signalled = Signalled::Nothing; // grows until attend()
+    int wakeDescriptor = -1;                               // a timer
     pa_io_event* wakeEvent = nullptr;
 
     std::unique_ptr<pw_thread_loop, Release> threadLoop;

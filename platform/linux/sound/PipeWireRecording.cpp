@@ -136,5 +136,6 @@ void PipeWireRecording::onProcess(void* self) {
         recording->samples.push(samplesOf(*buffer));
         library.streamQueueBuffer(recording->source, buffer);
     }
-    recording->connection->signalData();
+    recording->connection->signalData(recording->samples.size() >=
+                                      std::size_t{2} * recording->stream.packetFrames);
 }

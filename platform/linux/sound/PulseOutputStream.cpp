@@ -6,15 +6,22 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 namespace {
 
 constexpr std::uint32_t kBytesPerMs = kMixSampleRate / 1000 * kFrameBytes;
 
-// What lies between the mix and the ear, the sink's own buffer included, and what the server asks for at a
-// time.
+// What lies between the mix and the ear, the sink's own buffer included.
 constexpr std::uint32_t kLatencyMs = 30;
-constexpr std::uint32_t kPeriodMs = 5;
+
+// The least that the server asks for at a time. Two of these and two periods of the sink fill the latency.
+// PipeWire rounds the sink's period down to a power of two: the 10 ms that 5 ms would leave for it to 256
+// frames, and these 11 ms to 512.
+std::uint32_t requestMsOf(const pa_sink_info& sink) {
+    const bool isPipeWire = sink.driver != nullptr && std::string_view(sink.driver) == "PipeWire";
+    return isPipeWire ? 4 : 5;
+}
 
 // As volume controls show the stream.
 const char* streamNameOf(std::uint32_t busId) {
@@ -119,7 +126,7 @@ void PulseOutputStream::onSinkFound(pa_context*, const pa_sink_info* info, int e
     // Servers give another sink for names of their own, such as that of the default one.
     if (end == 0 && info->name == output->sinkName && info->index != output->sinkIndex &&
         !output->isCreating()) {
-        output->connectStream(info->index);
+        output->connectStream(*info);
     }
 }
 
@@ -127,7 +134,7 @@ bool PulseOutputStream::isCreating() const {
     return stream && pa_stream_get_state(stream.get()) == PA_STREAM_CREATING;
 }
 
-void PulseOutputStream::connectStream(std::uint32_t sink) {
+void PulseOutputStream::connectStream(const pa_sink_info& sink) {
     dropStream();
     pa_context* const context = connection->readyContext();
     if (context == nullptr) {
@@ -149,13 +156,13 @@ void PulseOutputStream::connectStream(std::uint32_t sink) {
                                                  kBytesPerMs,
                                     .tlength = kLatencyMs * kBytesPerMs,
                                     .prebuf = 0, // starts at once, and goes on by itself after an underrun
-                                    .minreq = kPeriodMs * kBytesPerMs,
+                                    .minreq = requestMsOf(sink) * kBytesPerMs,
                                     .fragsize = kServersChoice};
     // An output stays where it is: when its sink goes, it waits for it.
     constexpr auto kFlags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE |
                                                            PA_STREAM_START_CORKED);
     // By its number: PipeWire gives a stream of that name in the place of the sink.
-    const std::string number = std::to_string(sink);
+    const std::string number = std::to_string(sink.index);
     if (pa_stream_connect_playback(stream.get(), number.c_str(), &attributes, kFlags, nullptr, nullptr) < 0) {
         scheduleRetry();
     }

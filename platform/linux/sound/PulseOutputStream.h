@@ -35,7 +35,7 @@ private:
     static void onSinkFound(pa_context* context, const pa_sink_info* info, int end, void* self);
     void handleReady(pa_context& context);
     void lookForSink();
-    void connectStream(std::uint32_t sink);
+    void connectStream(const pa_sink_info& sink);
     [[nodiscard]] bool isCreating() const;
     void handleStreamReady();
     void dropStream();

@@ -29,6 +29,12 @@ public:
         written.store(at + samples.size(), std::memory_order_release);
     }
 
+    /// Samples that wait. Exact on either of the two threads while the other one does nothing.
+    [[nodiscard]] std::size_t size() const {
+        const std::size_t taken = read.load(std::memory_order_relaxed);
+        return written.load(std::memory_order_relaxed) - taken;
+    }
+
     /// Passes all that was written so far, in one or two pieces. The one thread that reads.
     template <typename Use>
     void drain(Use use) {
