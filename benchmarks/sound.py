@@ -1,15 +1,17 @@
 """The sound engine on a private server: latency, render callback, reports, dropouts, processor time.
 
-    tools/env python3 benchmarks/sound.py --build build/dev [--seconds 20] [--runs 5] [--server pulseaudio|pipewire]
+    tools/env python3 benchmarks/sound.py --build build/dev [--seconds 10] [--runs 3] [--server pulseaudio|pipewire] [--only NAME...]
 
 The delay is from an application, or a microphone, to the sink, less that of the application itself: both are heard on one
 sink, and the distance is found by correlation. It stands beside that of a chain of a plain recorder and a plain player with
 the same buffers, as do the dropouts with 8 applications, and the processor time with 8 applications, a microphone with 12
-bands and three outputs. Processor time with a crowd of applications stands beside that of plain recorders. Ends with 1 when
-a budget is missed. Run it alone on the machine.
+bands and three outputs. Processor time with a crowd of applications stands beside that of plain recorders. Each measurement
+has a server of its own, and one that fails leaves the others alone; `--only` names single ones. Takes some four minutes, and
+tells how far it is. Ends with 1 when a budget is missed, or something could not be measured. Run it alone on the machine.
 """
 
 import argparse
+import contextlib
 import json
 import pathlib
 import statistics
@@ -88,7 +90,9 @@ class Delay:
 
 
 def new_bridge(build, sound, folder, number):
-    return BridgeHost(build / "tests" / "system" / "vexo_bridge_host", sound.env, folder / f"bridge-{number}.log")
+    bridge = BridgeHost(build / "tests" / "system" / "vexo_bridge_host", sound.env, folder / f"bridge-{number}.log")
+    sound.clients.append(bridge.process)  # ends with the server at the latest, should the measurement fail
+    return bridge
 
 
 def delays(sound):
@@ -120,28 +124,40 @@ def measure_delay(sound, runs, ways):
     return Delay(statistics.median(ours), max(ours), statistics.median(theirs))
 
 
-def measure_delays(build, sound, folder, runs):
-    """The delay of an application, and that of a microphone that hears the sink."""
+def measure_delay_of(sound, runs, begin, what):
+    """The delay of the clicks that play on the speakers through what `begin(player)` sets up, and through a plain chain from
+    what `what(player)` names."""
     player = sound.play(clicks(20), "spk", "clicks")
 
-    def begin_application():
-        bridge = new_bridge(build, sound, folder, "delay")
-        bridge.route(source(player.pid, volume=COPY_GAIN))
-        return bridge.end
+    def begin_bridge():
+        return begin(player).end
 
-    def begin_microphone():
-        bridge = bridge_with_microphone(build, sound, folder, "delay", EARS)
-        bridge.route(source(0, volume=COPY_GAIN))
-        return bridge.end
-
-    def begin_chain(what):
-        processes = plain_chain(sound, what(), "spk", f"--volume={round(65536 * COPY_GAIN ** (1 / 3))}")
+    def begin_chain():
+        processes = plain_chain(sound, what(player), "spk", f"--volume={round(65536 * COPY_GAIN ** (1 / 3))}")
         return lambda: end(processes)
 
-    application = measure_delay(sound, runs, (begin_application, lambda: begin_chain(lambda: stream_of(sound, player))))
-    microphone = measure_delay(sound, runs, (begin_microphone, lambda: begin_chain(lambda: "--device=ears")))
+    delay = measure_delay(sound, runs, (begin_bridge, begin_chain))
     player.kill()
-    return application, microphone
+    return delay
+
+
+def measure_application_delay(build, sound, folder, runs):
+    def begin(player):
+        bridge = new_bridge(build, sound, folder, "delay")
+        bridge.route(source(player.pid, volume=COPY_GAIN))
+        return bridge
+
+    return measure_delay_of(sound, runs, begin, lambda player: stream_of(sound, player))
+
+
+def measure_microphone_delay(build, sound, folder, runs):
+    """Of a microphone that hears the sink."""
+    def begin(_player):
+        bridge = bridge_with_microphone(build, sound, folder, "delay", EARS)
+        bridge.route(source(0, volume=COPY_GAIN))
+        return bridge
+
+    return measure_delay_of(sound, runs, begin, lambda _player: "--device=ears")
 
 
 def bridge_with_microphone(build, sound, folder, number, device):
@@ -300,44 +316,101 @@ def measure_crowd(build, sound, folder, seconds):
     return ours, plain
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--build", required=True, type=pathlib.Path)
-    parser.add_argument("--seconds", type=int, default=20)
-    parser.add_argument("--runs", type=int, default=5)
-    parser.add_argument("--server", choices=(PULSEAUDIO, PIPEWIRE), default=PULSEAUDIO)
-    arguments = parser.parse_args()
-    build, seconds = arguments.build.resolve(), arguments.seconds
+class Bench:
+    """The measurements by name, on one server. Each stands for itself: one that fails is told, and the others go on."""
+
+    def __init__(self, build, sound, folder, seconds, runs):
+        self.build, self.sound, self.folder, self.seconds, self.runs = build, sound, folder, seconds, runs
+
+    @contextlib.contextmanager
+    def applications(self):
+        players = [self.sound.play(tone(frequency, 10, AMPLITUDE), "apps", f"player{frequency}") for frequency in FREQUENCIES]
+        try:
+            yield players
+        finally:
+            end(players)
+
+    def application(self):
+        return measure_application_delay(self.build, self.sound, self.folder, self.runs).rows("application")
+
+    def microphone(self):
+        return measure_microphone_delay(self.build, self.sound, self.folder, self.runs).rows("microphone")
+
+    def callback(self):
+        with self.applications() as players:
+            callback = measure_callback(self.build, self.sound, self.seconds, players)
+        return [Row("callback p99.9, of its period", callback["p999_share"], None, CALLBACK_BUDGET,
+                    f"{callback['p999_us']:.0f} us, median {callback['median_us']:.0f} us, {callback['calls']} calls")]
+
+    def reports(self):
+        with self.applications() as players:
+            period = measure_reports(self.build, self.sound, self.folder, players)
+        return [Row("between reports of levels, ms", period, None, REPORT_BUDGET_MS, f"{REPORT_MS} are meant")]
+
+    def dropouts(self):
+        ours, theirs = measure_dropouts(self.build, self.sound, self.folder, self.seconds)
+        return [Row(f"dropouts in {self.seconds} s", ours, None, most_dropouts(theirs), f"{theirs} through plain chains")]
+
+    def processor(self):
+        with self.applications() as players:
+            engine = measure_engine(self.build, self.sound, self.folder, self.seconds, players)
+            chains = measure_chains(self.sound, self.seconds, players)
+        return [Row("processor, % of a core", engine, chains, PROCESSOR_BUDGET,
+                    f"microphone, {BANDS} bands, {len(OUTPUTS)} outputs; beside {APPLICATIONS + 1} plain chains")]
+
+    def crowd(self):
+        crowd, recorders = measure_crowd(self.build, self.sound, self.folder, self.seconds)
+        return [Row(f"{CROWD} captures, % of a core", crowd, None, CROWD_BUDGET_PERCENT,
+                    f"{crowd / recorders:.2f} times plain recorders, which mix and play nothing")]
+
+
+MEASUREMENTS = ("application", "microphone", "callback", "reports", "dropouts", "processor", "crowd")
+
+
+@contextlib.contextmanager
+def benched_server(kind):
+    """A server with the devices of the measurements, and the folder that it lives in."""
     with tempfile.TemporaryDirectory(prefix="vexo-sound-") as name:
         folder = pathlib.Path(name)
-        with SoundServer(folder, sound_environment(folder), arguments.server) as sound:
+        with SoundServer(folder, sound_environment(folder), kind) as sound:
             sound.add_sink("apps", "Applications", hardware=False)
             sound.add_sink("spk", "Speakers")
             sound.add_sink("plain", "Plain", hardware=False)
             sound.add_microphone("mic", DEVICE)
             sound.load("module-remap-source", "master=spk.monitor", "source_name=ears",
                        f"source_properties=device.description={EARS}")
-            application, microphone = measure_delays(build, sound, folder, arguments.runs)
-            ours, theirs = measure_dropouts(build, sound, folder, seconds)
-            players = [sound.play(tone(frequency, 10, AMPLITUDE), "apps", f"player{frequency}") for frequency in FREQUENCIES]
-            callback = measure_callback(build, sound, seconds, players)
-            engine = measure_engine(build, sound, folder, seconds, players)
-            chains = measure_chains(sound, seconds, players)
-            period = measure_reports(build, sound, folder, players)
-            end(players)
-            crowd, recorders = measure_crowd(build, sound, folder, seconds)
-    return print_table(f"{arguments.server}, {APPLICATIONS} applications", [
-        *application.rows("application"),
-        *microphone.rows("microphone"),
-        Row("callback p99.9, of its period", callback["p999_share"], None, CALLBACK_BUDGET,
-            f"{callback['p999_us']:.0f} us, median {callback['median_us']:.0f} us, {callback['calls']} calls"),
-        Row("between reports of levels, ms", period, None, REPORT_BUDGET_MS, f"{REPORT_MS} are meant"),
-        Row(f"dropouts in {seconds} s", ours, None, most_dropouts(theirs), f"{theirs} through plain chains"),
-        Row("processor, % of a core", engine, chains, PROCESSOR_BUDGET,
-            f"microphone, {BANDS} bands, {len(OUTPUTS)} outputs; beside {APPLICATIONS + 1} plain chains"),
-        Row(f"{CROWD} captures, % of a core", crowd, None, CROWD_BUDGET_PERCENT,
-            f"{crowd / recorders:.2f} times plain recorders, which mix and play nothing"),
-    ])
+            yield sound, folder
+
+
+def measure(name, arguments):
+    """The rows of one measurement, on a server of its own."""
+    began = time.monotonic()
+    print(f"{name} ...", end="", file=sys.stderr, flush=True)
+    with benched_server(arguments.server) as (sound, folder):
+        rows = getattr(Bench(arguments.build.resolve(), sound, folder, arguments.seconds, arguments.runs), name)()
+    print(f" {time.monotonic() - began:.0f} s", file=sys.stderr, flush=True)
+    return rows
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", required=True, type=pathlib.Path)
+    parser.add_argument("--seconds", type=int, default=10)
+    parser.add_argument("--runs", type=int, default=3)
+    parser.add_argument("--server", choices=(PULSEAUDIO, PIPEWIRE), default=PULSEAUDIO)
+    parser.add_argument("--only", choices=MEASUREMENTS, nargs="+", default=MEASUREMENTS)
+    arguments = parser.parse_args()
+    rows, failed = [], []
+    for name in arguments.only:
+        try:
+            rows += measure(name, arguments)
+        except (RuntimeError, AssertionError) as error:
+            print(f" failed: {error}", file=sys.stderr, flush=True)
+            failed.append(name)
+    code = print_table(f"{arguments.server}, {APPLICATIONS} applications", rows)
+    if failed:
+        print(f"not measured: {', '.join(failed)}")
+    return 1 if failed else code
 
 
 if __name__ == "__main__":
