@@ -394,6 +394,58 @@ MixerTestCase {
         compare(recordOf("file:///opt/music").processID, "4999");
     }
 
+    function test_solo_goes_with_a_strip_whose_process_belongs_to_another_program_now_data() {
+        return [
+            {
+                tag: "of another name",
+                other: app("Game", 4001)
+            },
+            {
+                tag: "of the same name",
+                other: Object.assign({}, music, {
+                    bundleIdentifier: "file:///opt/new/music"
+                })
+            }
+        ];
+    }
+
+    function test_solo_goes_with_a_strip_whose_process_belongs_to_another_program_now(data) {
+        openMixer([music, talk]);
+        mouseClick(part(child("strip0"), "soloButton"));
+        SystemBridge.applications = [data.other];
+        timerOf(child("strip0")).triggered();
+        compare(child("strip0").bundleIdentifier, data.other.bundleIdentifier);
+        compare(ConfigMgr.getValue("listen"), data.other.bundleIdentifier);
+        compare(part(child("strip0"), "soloButton").isActive, true);
+        compare(lastList().filter(record => record.solo).map(record => record.bundleID), [data.other.bundleIdentifier]);
+    }
+
+    function test_solo_of_a_strip_that_is_not_there_goes_to_the_monitor_output_data() {
+        return [
+            {
+                tag: "a broken entry",
+                texts: [JSON.stringify(game), "{\"bundleIdentifier\": \"file:///opt/music\""]
+            },
+            {
+                tag: "one too many",
+                texts: many(8).concat([music]).map(entry => JSON.stringify(entry))
+            },
+            {
+                tag: "none",
+                texts: []
+            }
+        ];
+    }
+
+    function test_solo_of_a_strip_that_is_not_there_goes_to_the_monitor_output(data) {
+        ConfigMgr.setValue("listen", "file:///opt/music");
+        ConfigMgr.setStringList("appList", data.texts);
+        openMixer();
+        compare(ConfigMgr.getValue("listen"), "listen");
+        compare(part(child("monitorOutput"), "soloButton").isActive, true);
+        compare(lastList().filter(record => record.solo).map(record => record.bundleID), ["__input1_device__"]);
+    }
+
     function test_a_strip_that_was_found_before_gets_no_fresh_copy() {
         SystemBridge.applications = [music];
         openMixer([music]);

@@ -82,10 +82,14 @@ Rectangle {
     }
 
     // A strip that holds solo keeps it under its new application's identifier.
-    function pickApp(app: var) {
-        appPicked(app);
+    function showApp(app: var) {
         passSolo(app.bundleIdentifier);
         currentApp = app;
+    }
+
+    function pickApp(app: var) {
+        appPicked(app);
+        showApp(app);
     }
 
     function handleMessage(topic: string, data: var) {
@@ -215,7 +219,7 @@ Rectangle {
         id: presence
 
         currentApp: audioController.currentApp
-        onCame: app => audioController.currentApp = app
+        onCame: app => audioController.showApp(app)
     }
 
     MessageListener {

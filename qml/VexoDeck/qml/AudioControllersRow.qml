@@ -46,7 +46,17 @@ Row {
         if (state.deviceInput !== "")
             bridge.AddInputDevice(state.deviceInput, 0);
         state.complete = true;
+        bringSoloBack();
         sendAudioConfig();
+    }
+
+    // Solo that no strip holds, as after an entry was removed, is the monitor output's: nothing else would be heard.
+    function bringSoloBack() {
+        const holders = Records.fixedStrips.concat(audioControlles).map(strip => strip.identifier ?? strip.bundleIdentifier);
+        if (holders.includes(ConfigMgr.getValue(ConfigMgr.keys.listen)))
+            return;
+        ConfigMgr.setValue(ConfigMgr.keys.listen, Records.monitorOutput.identifier);
+        MessageBus.publishListenModeChanged(Records.monitorOutput.identifier);
     }
 
     function deviceName(): string {
@@ -103,7 +113,7 @@ Row {
     // one before it, which the strip's meter listens to.
     function handleAppChanged(index: int, app: var) {
         const old = audioControlles[index];
-        if (!old || !app || old.name === app.name)
+        if (!old || !app || (old.name === app.name && old.bundleIdentifier === app.bundleIdentifier))
             return;
         if (old.isInput)
             bridge.RemoveInputDevice(old.name);
