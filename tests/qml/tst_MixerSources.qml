@@ -318,15 +318,28 @@ MixerTestCase {
         compare(part(child("strip0"), "left").level, 0.5);
     }
 
-    function test_a_swapped_strip_keeps_the_topic_of_its_creation() {
+    function reportLevel(processID, level) {
+        SystemBridge.audioInputLevelChanged([
+            {
+                processID: processID,
+                levelLeft: level,
+                levelRight: level
+            }
+        ]);
+    }
+
+    function test_the_meter_of_a_swapped_strip_shows_what_the_strip_plays() {
         SystemBridge.applications = [music, game];
         openMixer([music]);
-        swap(child("strip0"), "Game");
-        MessageBus.publish("file:///opt/music", {
-            levelLeft: 0.5,
-            levelRight: 0.5
-        });
-        compare(part(child("strip0"), "left").level, 0.5);
+        const left = part(child("strip0"), "left");
+        for (const [name, old, now] of [["Game", 4001, 4002], ["Music", 4002, 4001]]) {
+            swap(child("strip0"), name);
+            reportLevel(now, 0.5);
+            compare(left.level, 0.5, name);
+            reportLevel(old, 0.9);
+            compare(left.level, 0.5, name);
+            left.setLevel(0);
+        }
     }
 
     function test_an_application_that_runs_shows_the_list_box_and_one_that_does_not_its_name() {
@@ -389,9 +402,10 @@ MixerTestCase {
         compare(recordOf("file:///opt/music").processID, "4001");
         swap(child("strip0"), "Music");
         compare(storedApps()[0].processIdentifier, "4999");
-        compare(lists().length, 1);
-        mouseClick(part(child("strip0"), "liveMute"));
+        compare(lists().length, 2);
         compare(recordOf("file:///opt/music").processID, "4999");
+        reportLevel(4999, 0.5);
+        compare(part(child("strip0"), "left").level, 0.5);
     }
 
     function test_solo_goes_with_a_strip_whose_process_belongs_to_another_program_now_data() {

@@ -15,6 +15,8 @@ Rectangle {
     required property int showType
     // A source's entry of AppInventory, and its place in appList.
     property var currentApp: null
+    // The entry that the engine plays: it has the stream of an input, and may have an older process.
+    property var playedApp: currentApp
     property int appIndex: -1
     readonly property var fixedStrip: Records.fixedStrips[showType] ?? null
     property string bundleIdentifier: fixedStrip?.identifier ?? currentApp?.bundleIdentifier ?? ""
@@ -34,10 +36,7 @@ Rectangle {
     signal eventsChanged(type: int, value: var)
     signal settingsRequested
 
-    // The topic at creation stays, also when the strip's application is swapped.
-    function levelTopic(): string {
-        return fixedStrip?.topic ?? String(currentApp ? Records.topicOf(currentApp) : bundleIdentifier);
-    }
+    readonly property string levelTopic: fixedStrip?.topic ?? String(playedApp ? Records.topicOf(playedApp) : bundleIdentifier)
 
     // Reads the mutes without a default: where the store returns text, a stored mute shows as off.
     function refreshAppControls() {
@@ -223,8 +222,20 @@ Rectangle {
     }
 
     MessageListener {
-        messageTypes: [MessageBus.messageTypes.LISTEN_MODE_CHANGED, audioController.levelTopic()].concat(volume.topic === "" ? [] : [volume.topic])
+        messageTypes: [MessageBus.messageTypes.LISTEN_MODE_CHANGED].concat(volume.topic === "" ? [] : [volume.topic])
         onMessage: (topic, data) => audioController.handleMessage(topic, data)
+    }
+
+    // Made anew with each topic, since a listener keeps the topics of its creation.
+    Repeater {
+        model: [audioController.levelTopic]
+
+        MessageListener {
+            required property string modelData
+
+            messageTypes: [modelData]
+            onMessage: (topic, data) => audioController.handleMessage(topic, data)
+        }
     }
 
     onBundleIdentifierChanged: refreshAppControls()

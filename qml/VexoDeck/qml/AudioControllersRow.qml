@@ -125,10 +125,12 @@ Row {
     // The user has picked the strip's own application again: its process may have changed.
     function handleAppPicked(index: int, app: var) {
         const old = audioControlles[index];
-        if (old.name === app.name)
-            replaceEntry(index, Object.assign({}, app, {
-                streamID: old.streamID
-            }));
+        if (old.name !== app.name || old.bundleIdentifier !== app.bundleIdentifier)
+            return;
+        replaceEntry(index, Object.assign({}, app, {
+            streamID: old.streamID
+        }));
+        sendAudioConfig();
     }
 
     function sendAudioConfig() {
@@ -179,6 +181,7 @@ Row {
             showType: StripKind.Source
             appIndex: index
             currentApp: JSON.parse(entryText)
+            playedApp: audioControllersRow.audioControlles[index] ?? currentApp
             onCurrentAppChanged: audioControllersRow.handleAppChanged(index, currentApp)
             onAppPicked: app => audioControllersRow.handleAppPicked(index, app)
             onVolumeChanged: audioControllersRow.sendAudioConfig()
