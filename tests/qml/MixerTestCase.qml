@@ -55,6 +55,9 @@ ScreenTestCase {
         initConfig();
         SystemBridge.applications = [];
         SystemBridge.iconsThere = true;
+        SystemBridge.refusedInputs = [];
+        InputStreams.streams = {};
+        InputStreams.refused = [];
         HIDDeviceMgr.messageCache = {};
         published = [];
         connectDevice(mixdeskR2);

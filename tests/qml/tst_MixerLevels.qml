@@ -25,7 +25,7 @@ MixerTestCase {
     }
 
     function test_each_report_reaches_its_strip_alone_data() {
-        return [["deviceStrip", 0], ["monitorOutput", 0xFFFFFFFF], ["liveOutput", 0xFFFFFFFE], ["strip0", 4001], ["strip1", 2]].map(row => ({
+        return [["deviceStrip", 0], ["monitorOutput", 0xFFFFFFFF], ["liveOutput", 0xFFFFFFFE], ["strip0", 4001], ["strip1", 1]].map(row => ({
                     tag: row[0],
                     processID: row[1]
                 }));

@@ -31,12 +31,12 @@ MixerTestCase {
                 deviceName: deviceName
             },
             {
-                processID: 2,
+                processID: 1,
                 solo: state.listen === "Second Mic",
                 input1: channel(0.3, state.monitor.includes("Second Mic")),
                 input2: channel(0.3, state.mix.includes("Second Mic")),
-                bundleID: 2,
-                streamID: 2,
+                bundleID: 1,
+                streamID: 1,
                 deviceName: deviceName
             },
             {
@@ -169,14 +169,14 @@ MixerTestCase {
                 }));
     }
 
-    // Such an id would take the place of the second microphone, which is 2, of the device or of a bus.
+    // Such an id would take the place of the microphone, which is 1, of the device or of a bus.
     function test_a_process_id_that_is_no_applications_is_missing(data) {
         openMixer([Object.assign({}, music, {
                 processIdentifier: data.id
             }), secondMic]);
         compare(recordOf("file:///opt/music").processID, 0);
-        compare(recordOf("2").processID, 2);
-        compare(row().processIDMap["2"], 2);
+        compare(recordOf("1").processID, 1);
+        compare(row().processIDMap["1"], 1);
     }
 
     function test_the_list_without_a_device_name() {
@@ -211,7 +211,7 @@ MixerTestCase {
         openMixer([music, secondMic]);
         compareData(row().processIDMap, {
             "4001": "file:///opt/music",
-            "2": 2
+            "1": 1
         });
     }
 
@@ -220,7 +220,7 @@ MixerTestCase {
                 name: "Third Mic",
                 bundleIdentifier: "Third Mic"
             })]);
-        compare(inputs("AddInputDevice"), ["Second Mic 1", "Third Mic 3", "VEXO Mixdesk R2 0"]);
+        compare(inputs("AddInputDevice"), ["Second Mic 1", "Third Mic 2", "VEXO Mixdesk R2 0"]);
         compare(SystemBridge.calls[SystemBridge.calls.length - 1].name, "setAudioConfig");
         forget();
         closeMixer();

@@ -113,14 +113,87 @@ MixerTestCase {
         compare(lastList()[0].bundleID, "file:///opt/music");
     }
 
-    function test_an_added_input_gets_the_next_stream_and_is_opened() {
+    function input(name) {
+        return Object.assign({}, secondMic, {
+            name: name,
+            bundleIdentifier: name,
+            processIdentifier: name
+        });
+    }
+
+    function remove(stripName) {
+        part(child(stripName), "deleteButton").clicked();
+    }
+
+    // As a choice in the picker does.
+    function add(app) {
+        row().addEntry(app);
+        ConfigMgr.addStringList("appList", JSON.stringify(app));
+    }
+
+    function streams() {
+        return row().audioControlles.map(entry => entry.streamID);
+    }
+
+    function test_an_added_input_gets_the_lowest_free_stream_and_is_opened() {
         SystemBridge.applications = [secondMic];
         openMixer([music]);
         forget();
         pick(0);
-        compare(inputs("AddInputDevice"), ["Second Mic 2"]);
-        compare(row().audioControlles[1].streamID, 2);
+        compare(inputs("AddInputDevice"), ["Second Mic 1"]);
+        compare(row().audioControlles[1].streamID, 1);
         compare(lists().length, 0);
+    }
+
+    function test_no_two_inputs_share_a_stream() {
+        openMixer([input("A"), input("B")]);
+        compare(streams(), [1, 2]);
+        remove("strip0");
+        add(input("C"));
+        compare(row().audioControlles.map(entry => entry.name + entry.streamID), ["B2", "C1"]);
+        remove("strip0");
+        add(input("D"));
+        add(input("E"));
+        compare(row().audioControlles.map(entry => entry.name + entry.streamID), ["C1", "D2", "E3"]);
+    }
+
+    function test_an_input_keeps_its_stream_when_the_mixer_is_built_anew() {
+        openMixer([input("A"), music, input("B")]);
+        compare(streams(), [1, 0, 2]);
+        remove("strip0");
+        closeMixer();
+        // As the engine does with what it has.
+        SystemBridge.refusedInputs = ["B"];
+        forget();
+        openMixer();
+        compare(streams(), [0, 2]);
+        compare(lastList()[1].processID, 2);
+        compare(InputStreams.refused, []);
+        reportLevel(2, 0.5);
+        compare(part(child("strip1"), "left").level, 0.5);
+    }
+
+    function test_an_input_that_is_refused_is_added_until_it_is_taken() {
+        SystemBridge.refusedInputs = ["A"];
+        openMixer([input("A")]);
+        forget();
+        tryVerify(() => inputs("AddInputDevice").length >= 2);
+        compare(inputs("AddInputDevice").slice(0, 2), ["A 1", "A 1"]);
+        SystemBridge.refusedInputs = [];
+        tryVerify(() => InputStreams.refused.length === 0);
+        forget();
+        SystemBridge.refusedInputs = ["A"];
+        remove("strip0");
+        compare(inputs("AddInputDevice"), []);
+        compare(InputStreams.again.running, false);
+    }
+
+    function test_an_input_whose_name_holds_that_of_a_removed_one_is_added_again() {
+        openMixer([input("Desk Mic"), input("desk mic of the house"), input("Other")]);
+        forget();
+        remove("strip0");
+        tryVerify(() => inputs("AddInputDevice").length > 0);
+        compare(inputs("AddInputDevice"), ["desk mic of the house 2"]);
     }
 
     function test_a_second_click_waits_until_the_list_has_closed() {
@@ -287,7 +360,7 @@ MixerTestCase {
         openMixer([game, secondMic]);
         forget();
         swap(child("strip1"), "Third Mic");
-        compare([inputs("RemoveInputDevice"), inputs("AddInputDevice")], [["Second Mic"], ["Third Mic 2"]]);
+        compare([inputs("RemoveInputDevice"), inputs("AddInputDevice")], [["Second Mic"], ["Third Mic 1"]]);
         compare(lists().length, 1);
         forget();
         swap(child("strip1"), "Music");
@@ -306,15 +379,9 @@ MixerTestCase {
         tryVerify(() => findChild(mixer, "strip0")?.title === "Second Mic");
         forget();
         swap(child("strip0"), "Third Mic");
-        compare(inputs("AddInputDevice"), ["Third Mic 2"]);
-        compare(lastList()[0].streamID, 2);
-        SystemBridge.audioInputLevelChanged([
-            {
-                processID: 2,
-                levelLeft: 0.5,
-                levelRight: 0.25
-            }
-        ]);
+        compare(inputs("AddInputDevice"), ["Third Mic 1"]);
+        compare(lastList()[0].streamID, 1);
+        reportLevel(1, 0.5);
         compare(part(child("strip0"), "left").level, 0.5);
     }
 
@@ -329,10 +396,10 @@ MixerTestCase {
     }
 
     function test_the_meter_of_a_swapped_strip_shows_what_the_strip_plays() {
-        SystemBridge.applications = [music, game];
+        SystemBridge.applications = [music, game, secondMic];
         openMixer([music]);
         const left = part(child("strip0"), "left");
-        for (const [name, old, now] of [["Game", 4001, 4002], ["Music", 4002, 4001]]) {
+        for (const [name, old, now] of [["Game", 4001, 4002], ["Second Mic", 4002, 1], ["Music", 1, 4001]]) {
             swap(child("strip0"), name);
             reportLevel(now, 0.5);
             compare(left.level, 0.5, name);

@@ -13,8 +13,8 @@ import "AudioConfigRecords.js" as Records
 Row {
     id: audioControllersRow
 
-    // The entries in strip order, as chosen or stored. A process that returns with another id is followed only after
-    // the user has picked it again.
+    // The entries in strip order, as chosen or stored, with the streams of inputs. A process that returns with another
+    // id is followed only after the user has picked it again.
     property var audioControlles: []
     readonly property int maxAudioControllers: 8
     // Maps the processID of a level report, as text, to the topic of its strip.
@@ -77,26 +77,24 @@ Row {
 
     // The engine gets a new entry with the next sendAudioConfig().
     function addEntry(app: var) {
-        addInput(app, audioControlles.length + 1);
+        addInput(app, 0);
         audioControlles = audioControlles.concat([app]);
         strips.append({
             entryText: JSON.stringify(app)
         });
     }
 
-    // Assigns a stream to an input and opens it.
-    function addInput(app: var, streamID: int) {
-        if (!app.isInput)
-            return;
-        app.streamID = streamID;
-        bridge.AddInputDevice(app.name, streamID);
+    // Opens an input, on the wanted stream if there is one.
+    function addInput(app: var, wantedStream: int) {
+        if (app.isInput)
+            app.streamID = InputStreams.open(app.name, wantedStream);
     }
 
     function removeEntry(index: int) {
         const app = audioControlles[index];
         const hadFocus = (sources.itemAt(index) as AudioController)?.deleteFocused ?? false;
         if (app.isInput)
-            bridge.RemoveInputDevice(app.name);
+            InputStreams.close(app.name);
         audioControlles = audioControlles.filter((other, place) => place !== index);
         ConfigMgr.removeStringListIndex(ConfigMgr.keys.appList, index);
         strips.remove(index);
@@ -110,14 +108,14 @@ Row {
     }
 
     // Ignores a fresh copy of the same application, which has the same name. A new input takes over the stream of the
-    // one before it, which the strip's meter listens to.
+    // one before it.
     function handleAppChanged(index: int, app: var) {
         const old = audioControlles[index];
         if (!old || !app || (old.name === app.name && old.bundleIdentifier === app.bundleIdentifier))
             return;
         if (old.isInput)
-            bridge.RemoveInputDevice(old.name);
-        addInput(app, old.isInput ? old.streamID : index + 1);
+            InputStreams.close(old.name);
+        addInput(app, old.isInput ? old.streamID : 0);
         replaceEntry(index, app);
         sendAudioConfig();
     }

@@ -38,7 +38,7 @@ void FakeSystemBridge::setAudioConfig(const QVariantList& configs) {
 
 bool FakeSystemBridge::AddInputDevice(const QString& deviceName, int index) {
     record("AddInputDevice", {{"deviceName", deviceName}, {"index", index}});
-    return true;
+    return !refusedInputs.contains(deviceName);
 }
 
 bool FakeSystemBridge::RemoveInputDevice(const QString& deviceName) {

@@ -14,6 +14,8 @@ class FakeSystemBridge : public QObject {
     Q_PROPERTY(QVariantList applications MEMBER applications NOTIFY applicationsChanged)
     // Whether any file that is there counts as an icon of the inventory, or none.
     Q_PROPERTY(bool iconsThere MEMBER iconsThere)
+    // Inputs that the engine refuses to open.
+    Q_PROPERTY(QStringList refusedInputs MEMBER refusedInputs)
     Q_PROPERTY(QList<double> equalizerFrequencies READ equalizerFrequencies CONSTANT)
 
 public:
@@ -41,6 +43,7 @@ private:
 
     QVariantList applications;
     bool iconsThere = true;
+    QStringList refusedInputs;
     QVariantList recordedCalls;
 };
 
