@@ -200,6 +200,56 @@ MainWindowTestCase {
         tryVerify(() => layoutWindow() === null);
     }
 
+    function test_whatever_closes_the_window_cancels_the_measurement_data() {
+        return [
+            {
+                tag: "Escape",
+                close: () => {
+                    measurement.requestActivate();
+                    tryCompare(measurement, "active", true);
+                    keyClick(Qt.Key_Escape);
+                }
+            },
+            {
+                tag: "its close button",
+                close: () => mouseClick(part("closeButton"))
+            },
+            {
+                tag: "the system",
+                close: () => measurement.close()
+            }
+        ];
+    }
+
+    function test_whatever_closes_the_window_cancels_the_measurement(row) {
+        startMeasurement();
+        HIDDeviceMgr.flushMessages();
+        row.close();
+        compare(pending(), [0]);
+        tryVerify(() => !layoutWindow());
+    }
+
+    function test_a_closed_window_of_a_finished_measurement_sends_nothing() {
+        startMeasurement();
+        HIDDeviceMgr.flushMessages();
+        report("mic_gain", 12);
+        measurement.close();
+        compare(pending(), undefined);
+        tryVerify(() => !layoutWindow());
+    }
+
+    function test_a_measurement_that_begins_while_the_last_window_fades_out_opens_one_that_stays() {
+        startMeasurement();
+        measurement.close();
+        report("auto_gain", 1);
+        const next = secondWindow();
+        verify(next);
+        compare(pending(), [1]);
+        measurement = next;
+        tryCompare(measurement, "opacity", 1);
+        compareMeasuring();
+    }
+
     function test_ok_closes_and_sends_nothing() {
         startMeasurement();
         report("mic_gain", 20);

@@ -188,6 +188,20 @@ LoggedTestCase {
         compare(frame.visible, false);
     }
 
+    function test_a_window_that_is_shown_again_while_it_fades_out_stays() {
+        const frame = create(frameComponent);
+        const timer = Array.from(frame.contentData).find(object => object.objectName === "closeTimer");
+        frame.close();
+        compare(frame.isClosing, true);
+        frame.show();
+        compare([frame.isClosing, timer.running, frame.visible], [false, false, true]);
+        tryCompare(frame, "opacity", 1);
+        frame.close();
+        tryCompare(frame, "visible", false);
+        frame.show();
+        tryCompare(frame, "opacity", 1);
+    }
+
     function test_the_style_is_dark_whatever_the_desktop_says() {
         const frame = create(frameComponent);
         Application.styleHints.colorScheme = Qt.Light;

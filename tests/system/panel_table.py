@@ -36,6 +36,7 @@ class CloseWindow:
     """A window that a click has opened, closed by the button of its own title bar, or by a key."""
     title: str
     key: str | None = None
+    writes: list = field(default_factory=list)
 
 
 @dataclass(frozen=True)
@@ -203,11 +204,11 @@ MIXDESK_R2 = Model(
     pages=[MICROPHONE_PAGE, MONITOR_PAGE, LIGHTING_PAGE, GENERAL_PAGE],
     microphone=[
         Drag("增益", [30, 1, 12], "mic_gain", percent_of_gain(1, 29)),
-        # Opening the window starts the measurement, its cancel button stops it; its title bar only closes the window.
+        # Opening the window starts the measurement, its cancel button and its title bar stop it.
         Click(BUTTON, "开始检测", [("auto_gain", "01")], opens=MEASUREMENT),
         Click(BUTTON, "取消", [("auto_gain", "00")], closes=MEASUREMENT),
         Click(BUTTON, "开始检测", [("auto_gain", "01")], opens=MEASUREMENT),
-        CloseWindow(MEASUREMENT),
+        CloseWindow(MEASUREMENT, writes=[("auto_gain", "00")]),
         *flip("静音", "mute"),
         *flip("48V幻象电源", "power"),
         *flip("防爆音", "anti_noise"),

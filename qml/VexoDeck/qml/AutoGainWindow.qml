@@ -6,7 +6,8 @@ import "AutoGainLevels.js" as Levels
 
 /*
     The automatic gain measurement of the Mixdesk R2: the device listens for ten seconds and sets the gain by itself.
-    The window shows the level and a countdown, and then the gain. It waits for the device without a time limit.
+    The window shows the level and a countdown, and then the gain. It waits for the device without a time limit. However
+    the user closes it before, the measurement is cancelled.
 */
 WindowFrame {
     id: autoGainWindow
@@ -34,16 +35,26 @@ WindowFrame {
 
         // The device has set a gain.
         property bool done: false
+        // The device measures, or is about to.
+        property bool measuring: true
         readonly property int secondsLeft: Math.ceil((1 - resetProgress.value) * 10)
 
         function restart() {
             done = false;
+            measuring = true;
             countdown.restart();
         }
 
         function finish(gainStep: int) {
             autoGainWindow.gainValue = gainStep;
             done = true;
+            measuring = false;
+        }
+
+        function cancel() {
+            if (measuring)
+                send(0);
+            measuring = false;
         }
 
         function send(value: int) {
@@ -51,12 +62,15 @@ WindowFrame {
         }
 
         function handleMessage(topic: string, data: var) {
+            if (autoGainWindow.isClosing)
+                return;
             if (topic === MessageBus.messageTypes.UPDATE_MIC_GAIN_LEVEL) {
                 // Ignores a report without a value.
                 if (typeof data === "number")
                     finish(data);
             } else if (data === 0 || data === false) {
                 countdown.stop();
+                measuring = false;
                 autoGainWindow.close();
             } else {
                 restart();
@@ -125,10 +139,7 @@ WindowFrame {
             anchors.horizontalCenter: parent.horizontalCenter
             visible: !body.done
             text: qsTr("取消")
-            onClicked: {
-                autoGainWindow.close();
-                body.send(0);
-            }
+            onClicked: autoGainWindow.close()
         }
         VxButton {
             id: btn2
@@ -156,6 +167,14 @@ WindowFrame {
         MessageListener {
             messageTypes: [MessageBus.messageTypes.UPDATE_AUTO_GAIN, MessageBus.messageTypes.UPDATE_MIC_GAIN_LEVEL]
             onMessage: (topic, data) => body.handleMessage(topic, data)
+        }
+
+        Connections {
+            target: autoGainWindow
+
+            function onClosing() {
+                body.cancel();
+            }
         }
 
         // The device gets the command even when it started the measurement itself.

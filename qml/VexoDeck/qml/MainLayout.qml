@@ -30,7 +30,7 @@ Page {
     // A measurement of the automatic gain has begun, here or at the device.
     function handleAutoGain(value: var) {
         // true, from the button, counts as 1.
-        if (value == 1 && !autoGain.window?.visible)
+        if (value == 1 && (!autoGain.window?.visible || autoGain.window.isClosing))
             autoGain.window = VxConfig.createWindow("AutoGainWindow.qml", mainLayout);
     }
 

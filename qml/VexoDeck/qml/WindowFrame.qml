@@ -6,7 +6,8 @@ import VexoDeckSystemBridge // qmllint disable import
 
 /*
     The frameless window on which every window of the program is built. It fades in when shown. Closing fades it out
-    and keeps it hidden as the user left it, or destroys it with isDestroy; the main window's close ends the program.
+    and keeps it hidden as the user left it, or destroys it with isDestroy; the main window's close ends the program. A
+    window that show() finds while it fades out fades in again.
 */
 ApplicationWindow {
     id: windowFrame
@@ -18,9 +19,17 @@ ApplicationWindow {
     property bool isDestroy: false
     property color titleColor: VxTheme.text
     property bool macStyle: Qt.platform.os === "osx"
+    // Fades out, to be hidden or destroyed.
+    readonly property bool isClosing: closeTimer.running
 
     // For windows that have something to do at the end of their completion.
     function loadView() {
+    }
+
+    function show() {
+        closeTimer.stop();
+        visible = true;
+        opacity = 1;
     }
 
     function quitProgram() {
