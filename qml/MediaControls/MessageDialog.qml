@@ -118,4 +118,20 @@ T.Popup {
             easing.type: VxTheme.easing
         }
     }
+
+    QtObject {
+        id: shown
+
+        property bool counted: false
+
+        function count(now: bool) {
+            if (counted === now)
+                return;
+            counted = now;
+            MessageDialogMgr.shownCount += now ? 1 : -1;
+        }
+    }
+
+    onVisibleChanged: shown.count(visible)
+    Component.onDestruction: shown.count(false)
 }

@@ -10,6 +10,10 @@ QtObject {
     property var currentDialog: null
     property var parentWindow: null
     property string dialogDocument: "MessageDialog.qml"
+    // Questions on the screen.
+    property int shownCount: 0
+    // Where the questions end, from the top of their window: what lies above cannot be pressed. 0 without a question.
+    readonly property int lowerEdge: shownCount > 0 ? 75 : 0
 
     signal confirmed
     signal cancelled

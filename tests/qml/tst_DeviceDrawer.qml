@@ -99,6 +99,30 @@ MainWindowTestCase {
         compareClosed();
     }
 
+    function test_a_question_leaves_the_back_button_free_data() {
+        return [[800, 500], [1300, 800]].map(size => ({
+                    tag: size.join("x"),
+                    size: size
+                }));
+    }
+
+    function test_a_question_leaves_the_back_button_free(row) {
+        window.width = row.size[0];
+        window.height = row.size[1];
+        openDrawer(mixdeskR2);
+        const before = child("backButton").mapToItem(null, 0, 0).y;
+        const dialog = MessageDialogMgr.showCustomDialogNew("W".repeat(300));
+        tryCompare(dialog, "opened", true);
+        tryVerify(() => child("backButton").mapToItem(null, 0, 0).y > dialog.y + dialog.height);
+        verifyNoClippedTexts(child("settingsHead"));
+        mouseClick(child("backButton"));
+        compareClosed();
+        dialog.close();
+        tryCompare(dialog, "visible", false);
+        tryVerify(() => child("backButton").mapToItem(null, 0, 0).y === before);
+        dialog.destroy();
+    }
+
     function test_escape_closes_the_drawer_and_gives_the_focus_back() {
         openMainLayout(mixdeskR2);
         activateWindow();

@@ -13,6 +13,8 @@ FocusScope {
     readonly property list<int> pageMap: HIDDeviceMgr.isM40() ? [0, 1, 3] : [0, 1, 2, 3]
     property int tabIndex: 0
     readonly property int margin: 20
+    // Above the head: a question at the top of the window must not cover the way back.
+    readonly property real topMargin: Math.max(margin, MessageDialogMgr.lowerEdge > 0 ? MessageDialogMgr.lowerEdge + 8 - mapToItem(null, 0, 0).y : 0)
 
     signal backClicked
 
@@ -31,7 +33,7 @@ FocusScope {
     // The pages reach to the right edge of the drawer, for their scroll bar, and to its lower edge.
     ColumnLayout {
         anchors.fill: parent
-        anchors.topMargin: deviceSettings.margin
+        anchors.topMargin: deviceSettings.topMargin
         anchors.leftMargin: deviceSettings.margin
         spacing: 14
 
@@ -86,7 +88,7 @@ FocusScope {
             Layout.fillWidth: true
             Layout.rightMargin: deviceSettings.margin
             // In a low window it leaves room for the page below.
-            Layout.preferredHeight: Math.max(120, Math.min(200, deviceSettings.height - 325))
+            Layout.preferredHeight: Math.max(120, Math.min(200, deviceSettings.height - 305 - deviceSettings.topMargin))
             source: VxConfig.getDeviceImage(0)
             fillMode: Image.PreserveAspectFit
             mipmap: true
