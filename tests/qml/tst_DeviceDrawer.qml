@@ -123,6 +123,26 @@ MainWindowTestCase {
         dialog.destroy();
     }
 
+    function test_a_gain_that_is_reported_during_a_drag_shows_everywhere_after_it_data() {
+        return [["the drawer's slider", "autoGainSlider"], ["the strip's fader", "deviceStrip"]].map(([tag, name]) => ({
+                    tag: tag,
+                    name: name
+                }));
+    }
+
+    function test_a_gain_that_is_reported_during_a_drag_shows_everywhere_after_it(row) {
+        openDrawer(mixdeskR2);
+        const fader = findChild(child("deviceStrip"), "slider");
+        const drawerSlider = child("autoGainSlider");
+        const held = row.name === "deviceStrip" ? fader : drawerSlider;
+        const middle = held.handle.mapToItem(held, held.handle.width / 2, held.handle.height / 2);
+        mousePress(held, middle.x, middle.y);
+        HIDHotplugManager.messageReceived(HIDDeviceMgr.attrs.mic_gain, [22]);
+        mouseRelease(held, middle.x, middle.y);
+        tryCompare(held, "isManually", false);
+        compare([Math.round(fader.value), Math.round(drawerSlider.value), ConfigMgr.getValue("auto_gain")], [22, 22, 22]);
+    }
+
     function test_escape_closes_the_drawer_and_gives_the_focus_back() {
         openMainLayout(mixdeskR2);
         activateWindow();

@@ -60,6 +60,12 @@ Column {
         onChangeComplete: block.changeComplete()
     }
 
+    // What was reported while the user's hand was on the slider.
+    onFollowsChanged: {
+        if (follows)
+            slider.readValue();
+    }
+
     MessageListener {
         messageTypes: [block.deviceValue.topic]
         onMessage: () => {

@@ -25,6 +25,7 @@ QtObject {
     readonly property string key: keyOf(bundleIdentifier)
     // The reports of the hardware.
     readonly property string topic: deviceValue?.topic ?? ""
+    readonly property bool byHand: fader.isManually
 
     signal volumeChanged
 
@@ -61,5 +62,11 @@ QtObject {
             ConfigMgr.setValue(key, value);
             volumeChanged();
         }
+    }
+
+    // What was reported while the user's hand was on the fader.
+    onByHandChanged: {
+        if (!byHand && deviceValue)
+            read(bundleIdentifier);
     }
 }
