@@ -17,8 +17,7 @@ QtObject {
             {
                 attribute: attrs.other_light_off,
                 word: "其他灯光开关",
-                // Kept: no key of this name is declared. The setting follows through the switch of the general tab.
-                store: value => ConfigMgr.setValue(ConfigMgr.keys["other_light_off"], value === 1),
+                // It has no setting of its own: that of the switch on the general tab follows the switch.
                 publish: value => MessageBus.publishUpdateOtherLightOff(value)
             },
             switchRow(DeviceValues.phantomPower, "电源"),

@@ -583,6 +583,13 @@ LoggedTestCase {
         compare(messageSpy.signalArguments[0][1], [9, 8]);
     }
 
+    function test_the_report_of_the_other_lights_stores_nothing() {
+        HIDHotplugManager.deviceConnected(mixer, true);
+        for (const value of [0, 1])
+            compare(effectsOf(() => HIDHotplugManager.messageReceived(26, [value])).lines, [`收到其他灯光开关消息: [${value}]`]);
+        verify(!("undefined" in ConfigMgr.config));
+    }
+
     function test_id_3_is_the_measurement_on_the_mixer_and_the_switch_on_the_microphones_data() {
         const measured = {
             published: [["update_auto_gain", 1]],
