@@ -137,10 +137,13 @@ QVariantList applicationMaps(const QList<AudioSessionInfo>& sessions,
             continue;
         }
         const QString ownName = displayName(session.executablePath);
+        // Of another user's process the path is not told: its name tells it apart from others of this kind.
+        const QString& program = session.executablePath.isEmpty() ? session.name : session.executablePath;
         maps.append(QVariantMap{
             {QStringLiteral("processIdentifier"), QString::number(session.processId)},
-            {QStringLiteral("bundleIdentifier"), fileUrl(session.executablePath)},
-            {QStringLiteral("iconFilePath"), fileUrl(session.iconPath)},
+            {QStringLiteral("bundleIdentifier"), fileUrl(program)},
+            {QStringLiteral("iconFilePath"),
+             session.iconPath.isEmpty() ? QString() : fileUrl(session.iconPath)},
             {QStringLiteral("name"), ownName.isEmpty() ? session.name : ownName},
             {QStringLiteral("type"), QStringLiteral("app")},
             {QStringLiteral("isActive"), session.state == QLatin1String("Active")},

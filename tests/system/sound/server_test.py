@@ -219,8 +219,8 @@ class Endurance(SoundCase):
         self.addCleanup(speakers.stop)
         self.wait_heard(speakers, lambda heard: abs(level_db(heard, TONE) - LEVEL_DB) < 0.1, "the application")
         record = next(entry for entry in bridge.call("getRunningApplications") if entry["processIdentifier"] == str(player.pid))
-        self.assertEqual(record["bundleIdentifier"], "file:///")
         self.assertTrue(record["name"])
+        self.assertEqual(record["bundleIdentifier"], "file:///" + record["name"])
 
     def test_eight_applications_are_heard_at_once(self):
         bridge = self.start_bridge()

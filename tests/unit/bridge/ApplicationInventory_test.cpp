@@ -71,6 +71,14 @@ TEST(ApplicationMaps, HaveTheKeysThatScreensStore) {
                                               {"isActive", true}}}));
 }
 
+TEST(ApplicationMaps, ProgramsWithoutAPathAreToldApartByTheirNames) {
+    const auto sessions = audioSessionsFrom({session(7, "Radio", {}), session(8, "Music", {})});
+    const QVariantList maps = applicationMaps(sessions, [](const QString&) { return QString(); });
+    EXPECT_EQ(maps[0].toMap()["bundleIdentifier"], "file:///Radio");
+    EXPECT_EQ(maps[1].toMap()["bundleIdentifier"], "file:///Music");
+    EXPECT_EQ(maps[0].toMap()["iconFilePath"], "");
+}
+
 TEST(ApplicationMaps, OwnNameOfTheProgramComesBeforeThatOfTheSession) {
     const auto sessions = audioSessionsFrom({session(7, "playback", "/bin/a"), session(8, "kept", "/bin/b")});
     const QVariantList maps = applicationMaps(
