@@ -10,7 +10,7 @@ import unittest
 import numpy
 
 from panel import Panel
-from screens import SETTINGS_BUTTON, open_main
+from screens import SETTINGS_BUTTON, WAITING_TITLE, open_main
 from sound import held_level_db, highest_level_db, level_db, tone
 from sound_case import SoundCase
 from stage import wait_until
@@ -239,6 +239,71 @@ class Mixer(SoundCase):
         self.press("直播静音", "music")
         self.wait_gone("music")
         self.wait_live("game", DEFAULT_VOLUME, live)
+
+    def test_an_application_that_comes_back_is_heard_and_metered_as_soon_as_it_is_picked_again(self):
+        self.open_mixer()
+        self.add("music")
+        self.press("直播静音", "直播")
+        self.wait_volume("music", DEFAULT_VOLUME)
+        self.players["music"].kill()
+        self.wait_gone("music")
+        self.wait_still_meter("music")
+        self.players["music"] = self.play("music", TONES["music"])
+        self.swap("music", "music")
+        self.wait_volume("music", DEFAULT_VOLUME)
+        self.wait_meter("music", DEFAULT_VOLUME)
+        # Another application on the same strip, with the meter of its own.
+        self.swap("music", "game")
+        self.wait_gone("music")
+        self.wait_volume("game", DEFAULT_VOLUME)
+        self.wait_meter("game", DEFAULT_VOLUME)
+
+    def swap(self, old, new):
+        """Chooses another application in a strip's list box, which is there while the strip's own runs."""
+        self.stage.perform(self.stage.wait_text(old, "combo box"), "Press")
+        row = self.stage.wait_text(new, "list item")
+        self.stage.perform(row, "Press")
+        self.stage.wait_no_text(new, "list item")
+
+    def test_microphones_are_heard_each_as_itself_after_one_before_them_has_gone(self):
+        microphones = {"Alpha Mic": 500, "Beta Mic": 5000, "Gamma Mic": 7000}
+        for name, frequency in microphones.items():
+            source = name.split()[0].lower()
+            self.sound.add_microphone(source, name)
+            self.sound.set_default_sink(APPS)
+            self.sound.play(tone(frequency, 2, AMPLITUDE), f"{source}_in", source)
+        # The server moves an existing recorder to a new source.
+        self.speakers.stop()
+        self.speakers = self.sound.recorder(SPEAKERS)
+        self.open_mixer()
+        for name in ("Alpha Mic", "Beta Mic"):
+            self.add(name)
+        self.press("删除", "Alpha Mic")
+        self.stage.wait_no_text("Alpha Mic", "slider")
+        self.add("Gamma Mic")
+        self.press("监听静音", "Gamma Mic")
+        self.wait_microphone(5000)
+        self.wait_tone_gone(7000)
+        self.press("监听静音", "Gamma Mic")
+        self.wait_microphone(7000)
+        self.wait_microphone(5000)
+        # The strip before it goes; the device comes back, and with it all strips.
+        self.press("删除", "Beta Mic")
+        self.stage.wait_no_text("Beta Mic", "slider")
+        self.stage.emulator("unplug")
+        self.stage.wait_text(WAITING_TITLE)
+        self.stage.emulator("plug")
+        open_main(self.stage)
+        self.stage.wait_text("Gamma Mic", "slider")
+        self.wait_microphone(7000)
+        self.wait_tone_gone(5000)
+
+    def wait_microphone(self, frequency):
+        self.wait_tone(frequency, LEVEL_DB + 20 * math.log10(DEFAULT_VOLUME), f"the microphone of {frequency} Hz")
+
+    def wait_tone_gone(self, frequency):
+        stretches = self.speakers.stretches(1.0)
+        self.wait_heard(lambda: held_level_db(next(stretches), frequency), lambda heard: heard < GONE_DB, f"{frequency} Hz gone")
 
     def test_the_virtual_microphone_is_heard_through_a_curve_of_the_users_own(self):
         frequency = 1000
