@@ -91,8 +91,9 @@ T.Slider {
         if (!enabled)
             return;
         takeHand();
+        // Later, when all that is bound to the value has followed it.
         if (value !== before)
-            moved();
+            Qt.callLater(moved);
         tooltipTimer.restart();
     }
 

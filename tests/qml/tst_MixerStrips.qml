@@ -367,6 +367,17 @@ MixerTestCase {
         compare(wanted.filter(item => !seen.includes(keyboardPart(item))).map(String), []);
     }
 
+    // Assistive technology writes the property, and nothing else.
+    function test_a_fader_takes_a_value_from_assistive_technology() {
+        openMixer([music]);
+        slider(child("strip0")).value = 0.62;
+        tryVerify(() => ConfigMgr.getValue("file:///opt/music_dB") === 0.62);
+        compare(recordOf("file:///opt/music").input1.volume, 0.62);
+        slider(child("deviceStrip")).value = 21;
+        tryVerify(() => ConfigMgr.getValue("auto_gain") === 21);
+        compareData(HIDDeviceMgr.messageCache[HIDDeviceMgr.attrs.mic_gain], [21]);
+    }
+
     function test_a_fader_moves_by_the_arrow_keys_and_tells_its_value() {
         openMixer([music]);
         const fader = slider(child("strip0"));
