@@ -1,10 +1,12 @@
 """The program crashes: a report stays, which tells where and what came before, and the crash takes its course."""
 
+import fcntl
 import os
-import pathlib
 import signal
 import socket
 import subprocess
+import sys
+import termios
 import time
 import unittest
 
@@ -24,6 +26,7 @@ LOGGING = f"""
         }})
     }}"""
 MOST_REPORTS = 10
+PIPE_BYTES = 4096
 
 
 class Crashes(SystemCase):
@@ -68,7 +71,7 @@ class Crashes(SystemCase):
                 self.assertIn("earlier 999", report)
                 self.assertNotIn("earlier 10\n", report)
                 self.assertTrue(report.endswith("end of the report\n"), report)
-                self.assertIn("VexoDeck", program.log)
+                self.assertRegex(program.log, rf"crashed \({sign.name}\): the report is {self.folder}/crash-\S+\.txt\n")
 
     def test_the_report_is_for_the_user_alone(self):
         self.crash()
@@ -82,6 +85,17 @@ class Crashes(SystemCase):
         text = self.resolved(report)
         self.assertRegex(text, r"main at .*app/main\.cpp:\d+")
         self.assertIn("QCoreApplication::exec()", text)
+
+    def test_a_fault_is_resolved_to_who_made_it_and_who_called(self):
+        library = BUILD / "tests" / "system" / "libvexo_faulty_hid.so"
+        program = self.stage.start_program(environment={"LD_PRELOAD": str(library)})
+        self.assertEqual(program.wait_exit(), -signal.SIGSEGV, program.log)
+        (path,) = self.reports()
+        report = path.read_text(encoding="utf-8")
+        self.assertIn("signal: 11 SIGSEGV, code 1, address 0x10\n", report)
+        text = self.resolved(report)
+        self.assertRegex(text, r"\n#0 .*libvexo_faulty_hid\.so .*\n +hid_enumerate at .*/tests/system/faultyHid\.cpp:6:")
+        self.assertRegex(text, r"HID\w+::\w+\(.*\) at .*/device/HID\w+\.cpp:\d+")
 
     def test_the_next_start_says_once_where_the_report_is(self):
         self.crash()
@@ -132,7 +146,7 @@ class Crashes(SystemCase):
             program = self.start_logging()
             # The name has the time of the start to a second.
             now = int(time.time())
-            for second in range(now - 30, now + 1):
+            for second in range(now - 120, now + 1):
                 name = time.strftime("crash-%Y%m%d-%H%M%S", time.gmtime(second))
                 plant(self.folder / f"{name}-{program.pid}.txt")
             program.process.send_signal(signal.SIGSEGV)
@@ -159,14 +173,21 @@ class Crashes(SystemCase):
             }"""
         executable = program_beside(self.stage.folder / "other-root", document)
         read_end, write_end = os.pipe()
+        fcntl.fcntl(write_end, fcntl.F_SETPIPE_SZ, PIPE_BYTES)
         self.addCleanup(os.close, read_end)
         process = subprocess.Popen([str(executable)], env=self.stage.env, stdout=write_end, stderr=write_end)
         os.close(write_end)
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
-        # The program waits for its log to be read.
-        wchan = pathlib.Path(f"/proc/{process.pid}/wchan")
-        wait_until(lambda: "pipe" in wchan.read_text(), "the pipe full")
+        # A line more than fits; the program waits for its log to be read.
+        last = None
+
+        def is_full():
+            nonlocal last
+            before, last = last, fcntl.ioctl(read_end, termios.FIONREAD, bytes(4))
+            return last == before and int.from_bytes(last, sys.byteorder) > PIPE_BYTES - 100
+
+        wait_until(is_full, "the pipe full")
         process.send_signal(signal.SIGSEGV)
         self.assertEqual(process.wait(60), -signal.SIGSEGV)
         (report,) = self.reports()
@@ -176,7 +197,7 @@ class Crashes(SystemCase):
         ours, its = socket.socketpair()
         with ours, its:
             helper = subprocess.Popen(
-                ["sh", "-c", f"exec 3<&{its.fileno()}; exec {BUILD}/app/VexoDeck --icon-helper"], env=self.stage.env,
+                ["bash", "-c", f"exec 3<&{its.fileno()}; exec {BUILD}/app/VexoDeck --icon-helper"], env=self.stage.env,
                 pass_fds=[its.fileno()])
             self.assertEqual(ours.recv(1), b"\0")
             helper.send_signal(signal.SIGSEGV)

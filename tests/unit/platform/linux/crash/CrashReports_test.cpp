@@ -158,12 +158,13 @@ TEST_F(CrashReportsDeathTest, CallOfNothingIsReported) {
 TEST_F(CrashReportsDeathTest, CrashWithinTheReportEndsTheProcessAndKeepsWhatIsWritten) {
     EXPECT_EQ(endOf([] {
                   logTail().append("before the stack was lost");
-                  asm volatile("xor %%esp, %%esp\n\tmovl $1, 0" ::: "memory");
+                  asm volatile("xor %%esp, %%esp\n\txor %%ebp, %%ebp\n\tmovl $1, 0" ::: "memory");
               }),
               SIGSEGV);
     const QString report = onlyReport();
     expectInReport(report, "^  before the stack was lost$");
     expectInReport(report, "^#0 /");
+    EXPECT_FALSE(report.endsWith("end of the report\n"));
 }
 #endif
 
