@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <windows.h>
 
 namespace {
 
@@ -20,6 +21,8 @@ namespace {
 
 int main(int argc, char* argv[]) {
     const std::string_view way = argc == 2 ? argv[1] : "";
+    // No window that waits for somebody.
+    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
     keepLogTail();
     reportCrashes({"VEXO", "Crash test", "1.2.3"});
     logTail().append("a line before the crash");

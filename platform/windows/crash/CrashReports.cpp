@@ -84,7 +84,7 @@ void writeFrame(Report& report, int number, DWORD64 address) {
     if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
                                GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                            reinterpret_cast<const wchar_t*>(address), &module) == 0 ||
-        GetModuleFileNameW(module, path.data(), path.size()) == 0) {
+        GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())) == 0) {
         report.hexadecimal(address) << " (in no module)\n";
         return;
     }

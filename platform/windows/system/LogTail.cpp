@@ -1,5 +1,6 @@
 #include "platform/LogTail.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <string_view>
@@ -30,7 +31,7 @@ LONG CALLBACK keepDebugText(EXCEPTION_POINTERS* exception) {
     if (record.ExceptionCode == kWideDebugText) {
         std::array<char, 3 * kLogTailLineBytes> text;
         const auto* const wide = reinterpret_cast<const wchar_t*>(record.ExceptionInformation[1]);
-        const int wanted = length < static_cast<int>(kLogTailLineBytes) ? length : kLogTailLineBytes;
+        const int wanted = std::min(length, static_cast<int>(kLogTailLineBytes));
         const int size = WideCharToMultiByte(CP_UTF8, 0, wide, wanted, text.data(),
                                              static_cast<int>(text.size()), nullptr, nullptr);
         keepLines({text.data(), static_cast<std::size_t>(size)});
