@@ -11,6 +11,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 # Set by the presets asan and tsan: the value of -fsanitize.
 set(VEXO_SANITIZE "" CACHE STRING "sanitizers to build with, as in -fsanitize=")
 option(VEXO_FUZZERS "build the libFuzzer targets (clang only)" OFF)
+option(VEXO_COVERAGE "count which lines a program reaches (clang only)" OFF)
 include(VexoHardening)
 
 add_library(vexo_options INTERFACE)
@@ -45,6 +46,10 @@ if(VEXO_SANITIZE)
         set(foreign "${CMAKE_SOURCE_DIR}/tests/sanitizers/foreign.txt")
         add_compile_options(-fno-sanitize-recover=all "-fsanitize-blacklist=${foreign}")
     endif()
+endif()
+if(VEXO_COVERAGE)
+    add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+    add_link_options(-fprofile-instr-generate)
 endif()
 
 # Several files of a target are compiled as one: most of the time goes into the headers that they share. A target

@@ -1,42 +1,20 @@
 #pragma once
 
-// What the fuzz targets share: the fuzzer's bytes as a small program, and frames of its choice.
+// What the fuzz targets of the device side share: the fuzzer's bytes as a small program, and frames of its
+// choice.
 
+#include "tests/fuzz/FuzzInput.h"
 #include "tests/support/WireFrame.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 namespace fuzz {
 
-inline void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "not so: %s\n", what);
-        std::abort();
-    }
-}
-
-/// The fuzzer's bytes, zeros once they are used up.
-class Program {
+class Program : public Input {
 public:
-    Program(const std::uint8_t* bytes, std::size_t size) : next(bytes), end(bytes + size) {}
+    using Input::Input;
 
-    [[nodiscard]] bool isOver() const { return next == end; }
-    std::uint8_t byte() { return isOver() ? 0 : *next++; }
-    std::uint16_t word() {
-        const std::uint8_t low = byte();
-        return static_cast<std::uint16_t>(low | byte() << 8);
-    }
-    wireFrame::Bytes bytes(std::size_t count) {
-        wireFrame::Bytes taken(count);
-        const std::size_t given = std::min(count, static_cast<std::size_t>(end - next));
-        std::copy_n(next, given, taken.begin());
-        next += given;
-        return taken;
-    }
     LinkAddress address() {
         constexpr std::array<LinkAddress, 6> kUsual{
             {{1, 1, 28}, {7, 3, 0x1234}, {8, 3, 0x1234}, {0, 0, 0}, {2, 1, 28}, {0, 3, 1}}};
@@ -50,10 +28,6 @@ public:
         const std::uint8_t choice = byte();
         return choice < 250 ? kUsual[choice % kUsual.size()] : word();
     }
-
-private:
-    const std::uint8_t* next;
-    const std::uint8_t* end;
 };
 
 /// A frame of the fuzzer's choice with a sound header and checksum.
