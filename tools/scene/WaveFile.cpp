@@ -6,6 +6,7 @@
 #include <iterator>
 #include <limits>
 #include <string>
+#include <system_error>
 
 namespace {
 
@@ -14,11 +15,14 @@ constexpr std::size_t kRiffHeaderSize = 12;  // "RIFF", size, "WAVE"
 constexpr std::size_t kChunkHeaderSize = 8;  // name, size
 constexpr std::size_t kFormatChunkSize = 16; // tag, channels, rate, bytes per second, block align, bits
 
+// Of a file that is written, so that its size fits its header.
+constexpr std::size_t kLongestDataSize = std::numeric_limits<std::uint32_t>::max() - 64;
+
 [[noreturn]] void fail(const std::filesystem::path& path, const std::string& what) {
     throw WaveFileError(path.string() + ": " + what);
 }
 
-std::uint32_t numberAt(const std::vector<char>& bytes, std::size_t at, std::size_t size) {
+std::uint32_t numberAt(std::span<const char> bytes, std::size_t at, std::size_t size) {
     std::uint32_t value = 0;
     for (std::size_t index = 0; index < size; ++index) {
         value |= std::uint32_t{static_cast<unsigned char>(bytes[at + index])} << (8 * index);
@@ -26,7 +30,7 @@ std::uint32_t numberAt(const std::vector<char>& bytes, std::size_t at, std::size
     return value;
 }
 
-bool nameAt(const std::vector<char>& bytes, std::size_t at, const char* name) {
+bool nameAt(std::span<const char> bytes, std::size_t at, const char* name) {
     return std::memcmp(bytes.data() + at, name, 4) == 0;
 }
 
@@ -38,12 +42,7 @@ void append(std::string& bytes, std::uint32_t value, std::size_t size) {
 
 } // namespace
 
-WaveFile readWaveFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        fail(path, "cannot be opened");
-    }
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
+WaveFile parseWaveFile(std::span<const char> bytes, const std::filesystem::path& path) {
     if (bytes.size() < kRiffHeaderSize || !nameAt(bytes, 0, "RIFF") || !nameAt(bytes, 8, "WAVE")) {
         fail(path, "is no WAV file");
     }
@@ -86,15 +85,22 @@ WaveFile readWaveFile(const std::filesystem::path& path) {
     fail(path, "has no data");
 }
 
-void writeWaveFile(const std::filesystem::path& path, std::span<const float> stereo,
-                   std::uint32_t sampleRate) {
+WaveFile readWaveFile(const std::filesystem::path& path) {
+    std::ifstream file;
+    // A pipe or a device might have no end.
+    if (std::error_code failure; std::filesystem::is_regular_file(path, failure)) {
+        file.open(path, std::ios::binary);
+    }
+    if (!file.is_open()) {
+        fail(path, "cannot be opened");
+    }
+    return parseWaveFile(std::vector<char>{std::istreambuf_iterator<char>(file), {}}, path);
+}
+
+std::vector<char> waveFileOf(std::span<const float> stereo, std::uint32_t sampleRate) {
     constexpr std::uint32_t kFrameSize = 2 * sizeof(float);
     constexpr std::uint32_t kFactSize = 4;
-    const std::size_t byteCount = stereo.size_bytes();
-    if (byteCount > std::numeric_limits<std::uint32_t>::max() - 64) {
-        fail(path, "would be too long for a WAV file");
-    }
-    const auto dataSize = static_cast<std::uint32_t>(byteCount);
+    const auto dataSize = static_cast<std::uint32_t>(stereo.size_bytes());
     std::string header = "RIFF";
     append(header, 4 + 8 + kFormatChunkSize + 8 + kFactSize + 8 + dataSize, 4);
     header += "WAVEfmt ";
@@ -110,9 +116,20 @@ void writeWaveFile(const std::filesystem::path& path, std::span<const float> ste
     append(header, dataSize / kFrameSize, 4);
     header += "data";
     append(header, dataSize, 4);
+    std::vector<char> bytes(header.begin(), header.end());
+    const auto* const samples = reinterpret_cast<const char*>(stereo.data());
+    bytes.insert(bytes.end(), samples, samples + dataSize);
+    return bytes;
+}
+
+void writeWaveFile(const std::filesystem::path& path, std::span<const float> stereo,
+                   std::uint32_t sampleRate) {
+    if (stereo.size_bytes() > kLongestDataSize) {
+        fail(path, "would be too long for a WAV file");
+    }
+    const std::vector<char> bytes = waveFileOf(stereo, sampleRate);
     std::ofstream file(path, std::ios::binary);
-    file.write(header.data(), static_cast<std::streamsize>(header.size()));
-    file.write(reinterpret_cast<const char*>(stereo.data()), static_cast<std::streamsize>(byteCount));
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     file.close();
     if (!file) {
         fail(path, "cannot be written");

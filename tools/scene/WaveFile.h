@@ -22,8 +22,15 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Reads any format that has a plain header, known to the mixer or not. Throws WaveFileError.
+/// Parses the bytes of a file, in any format that has a plain header, known to the mixer or not. `path` is
+/// for the error. Throws WaveFileError.
+[[nodiscard]] WaveFile parseWaveFile(std::span<const char> bytes, const std::filesystem::path& path);
+
+/// The same for a regular file; anything else cannot be opened. Throws WaveFileError.
 [[nodiscard]] WaveFile readWaveFile(const std::filesystem::path& path);
+
+/// The bytes of a file of interleaved stereo float, of at most 4 GB.
+[[nodiscard]] std::vector<char> waveFileOf(std::span<const float> stereo, std::uint32_t sampleRate);
 
 /// Writes interleaved stereo float. Throws WaveFileError.
 void writeWaveFile(const std::filesystem::path& path, std::span<const float> stereo,

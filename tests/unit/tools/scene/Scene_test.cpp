@@ -23,6 +23,7 @@
 #include <gtest/gtest.h>
 #include <numbers>
 #include <set>
+#include <sys/stat.h>
 
 namespace {
 
@@ -402,6 +403,9 @@ TEST_F(SceneTest, BrokenSoundFilesAreNamedInTheError) {
         return errorOf("length 1s\nsource 20 wav=" + name);
     };
     EXPECT_EQ(error("missing.wav"), "2: " + path + "missing.wav: cannot be opened");
+    ASSERT_EQ(mkfifo((path + "pipe.wav").c_str(), 0600), 0);
+    EXPECT_EQ(error("pipe.wav"), "2: " + path + "pipe.wav: cannot be opened");
+    EXPECT_EQ(error("/dev/zero"), "2: /dev/zero: cannot be opened");
     EXPECT_EQ(error("empty.wav"), "2: " + path + "empty.wav: is no WAV file");
     EXPECT_EQ(error("text.wav"), "2: " + path + "text.wav: is no WAV file");
     EXPECT_EQ(error("header.wav"), "2: " + path + "header.wav: has a broken format chunk");
