@@ -23,19 +23,6 @@ const PulseEndpointHandle* handleOf(const AudioEndpoint& endpoint) {
     return static_cast<const PulseEndpointHandle*>(endpoint.handle.get());
 }
 
-AudioEndpointPointer endpointOf(const PulseDevice& device, EndpointFlow flow) {
-    auto endpoint = std::make_shared<AudioEndpoint>();
-    endpoint->id = pulseEndpointId(device);
-    endpoint->friendlyName = validText(device.description);
-    const std::uint32_t connectors = pulseConnectorCount(device);
-    if (connectors > 0) {
-        endpoint->connectorCount = connectors;
-    }
-    endpoint->flow = flow;
-    endpoint->handle = std::make_shared<PulseEndpointHandle>(PulseEndpointHandle{device.name, false});
-    return endpoint;
-}
-
 } // namespace
 
 std::string pulseEndpointId(const PulseDevice& device) {
@@ -58,6 +45,19 @@ std::uint32_t pulseConnectorCount(const PulseDevice& device) {
     return declared ? std::max(device.portCount, 1U) : 0;
 }
 
+AudioEndpointPointer pulseEndpointOf(const PulseDevice& device, EndpointFlow flow) {
+    auto endpoint = std::make_shared<AudioEndpoint>();
+    endpoint->id = pulseEndpointId(device);
+    endpoint->friendlyName = validText(device.description);
+    const std::uint32_t connectors = pulseConnectorCount(device);
+    if (connectors > 0) {
+        endpoint->connectorCount = connectors;
+    }
+    endpoint->flow = flow;
+    endpoint->handle = std::make_shared<PulseEndpointHandle>(PulseEndpointHandle{device.name, false});
+    return endpoint;
+}
+
 EndpointEnumeration PulseEndpoints::activeEndpoints(EndpointFlow flow) {
     EndpointEnumeration enumeration;
     const std::shared_ptr<PulseServer> server = PulseServer::shared();
@@ -68,7 +68,7 @@ EndpointEnumeration PulseEndpoints::activeEndpoints(EndpointFlow flow) {
     }
     for (const PulseDevice& device : flow == EndpointFlow::Render ? server->sinks() : server->sources()) {
         if (!device.isMonitor && !device.unplugged) {
-            enumeration.endpoints.push_back(endpointOf(device, flow));
+            enumeration.endpoints.push_back(pulseEndpointOf(device, flow));
         }
     }
     return enumeration;

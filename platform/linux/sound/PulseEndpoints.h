@@ -23,6 +23,9 @@ struct PulseEndpointHandle {
 /// ALSA card or ports. Their number is that of the ports, and at least 1.
 [[nodiscard]] std::uint32_t pulseConnectorCount(const PulseDevice& device);
 
+/// A device as an endpoint. In its texts a byte that is none of a character is a "?".
+[[nodiscard]] AudioEndpointPointer pulseEndpointOf(const PulseDevice& device, EndpointFlow flow);
+
 /// The server's sinks and sources as endpoints. Sources that only record a sink, and devices in which nothing
 /// is plugged, are none; nor are those of the live microphone, which is the live endpoint.
 class PulseEndpoints final : public AudioEndpointSystem {

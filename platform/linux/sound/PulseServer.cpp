@@ -2,15 +2,14 @@
 
 #include "mixer/RouterLog.h"
 #include "platform/linux/sound/PipeWireConnection.h"
+#include "platform/linux/sound/PulseDescriptions.h"
 
 #include <algorithm>
-#include <charconv>
 #include <condition_variable>
 #include <cstring>
 #include <format>
 #include <mutex>
 #include <ranges>
-#include <string_view>
 #include <utility>
 
 namespace {
@@ -26,49 +25,6 @@ struct Held {
 Held& held() {
     static Held one;
     return one;
-}
-
-std::string property(const pa_proplist* properties, const char* key) {
-    const char* const value = pa_proplist_gets(properties, key);
-    return value != nullptr ? value : "";
-}
-
-std::uint32_t numberOf(const pa_proplist* properties, const char* key) {
-    const std::string text = property(properties, key);
-    std::uint32_t number = 0;
-    std::from_chars(text.data(), text.data() + text.size(), number);
-    return number;
-}
-
-// What a client or a stream says of its process.
-ClientClaim claimIn(const pa_proplist* properties) {
-    return {.processId = numberOf(properties, PA_PROP_APPLICATION_PROCESS_ID),
-            .binary = property(properties, PA_PROP_APPLICATION_PROCESS_BINARY),
-            .peerProcess = 0};
-}
-
-// The path in "/run/user/1000/pulse/native", "unix:/..." or "{...}unix:/..."; empty for a server elsewhere.
-std::string socketPathIn(const char* server) {
-    const std::string_view name = server != nullptr ? server : "";
-    const std::size_t path = name.find('/');
-    return std::string(path != std::string_view::npos ? name.substr(path) : std::string_view());
-}
-
-template <typename Info>
-PulseDevice describe(const Info& info) {
-    PulseDevice device;
-    device.index = info.index;
-    device.name = info.name != nullptr ? info.name : "";
-    device.description = info.description != nullptr ? info.description : device.name;
-    device.bus = property(info.proplist, PA_PROP_DEVICE_BUS);
-    device.formFactor = property(info.proplist, PA_PROP_DEVICE_FORM_FACTOR);
-    device.deviceApi = property(info.proplist, PA_PROP_DEVICE_API);
-    device.hasAlsaCard = pa_proplist_contains(info.proplist, "alsa.card") == 1;
-    device.portCount = info.n_ports;
-    device.channelCount = info.sample_spec.channels;
-    device.sampleRate = info.sample_spec.rate;
-    device.unplugged = info.active_port != nullptr && info.active_port->available == PA_PORT_AVAILABLE_NO;
-    return device;
 }
 
 template <typename Map>
@@ -428,16 +384,14 @@ void PulseServer::onServer(pa_context*, const pa_server_info* info, void* self) 
 void PulseServer::onSink(pa_context*, const pa_sink_info* info, int end, void* self) {
     if (end == 0 && !LiveMicrophone::isOurs(*info->proplist)) {
         auto* const server = static_cast<PulseServer*>(self);
-        server->keepDevice(server->sinkMap, describe(*info));
+        server->keepDevice(server->sinkMap, pulseDeviceOf(*info));
     }
 }
 
 void PulseServer::onSource(pa_context*, const pa_source_info* info, int end, void* self) {
     if (end == 0 && !LiveMicrophone::isOurs(*info->proplist)) {
-        PulseDevice device = describe(*info);
-        device.isMonitor = info->monitor_of_sink != PA_INVALID_INDEX;
         auto* const server = static_cast<PulseServer*>(self);
-        server->keepDevice(server->sourceMap, std::move(device));
+        server->keepDevice(server->sourceMap, pulseDeviceOf(*info));
     }
 }
 
@@ -445,12 +399,7 @@ void PulseServer::onClient(pa_context*, const pa_client_info* info, int end, voi
     if (end != 0) {
         return;
     }
-    ClientClaim claim = claimIn(info->proplist);
-    // PipeWire knows who is connected to it. Of a client of its Pulse server that is the Pulse server.
-    if (property(info->proplist, "client.api") != "pipewire-pulse") {
-        claim.peerProcess = numberOf(info->proplist, "pipewire.sec.pid");
-    }
-    static_cast<PulseServer*>(self)->clientProcesses.put(info->index, std::move(claim));
+    static_cast<PulseServer*>(self)->clientProcesses.put(info->index, clientClaimIn(*info->proplist));
 }
 
 void PulseServer::onPlayback(pa_context*, const pa_sink_input_info* info, int end, void* self) {
@@ -460,11 +409,8 @@ void PulseServer::onPlayback(pa_context*, const pa_sink_input_info* info, int en
         return;
     }
     PulsePlayback& playback = server->playbackMap[info->index];
-    playback.index = info->index;
-    playback.paused = info->corked != 0;
-    playback.applicationName = property(info->proplist, PA_PROP_APPLICATION_NAME);
-    playback.iconName = property(info->proplist, PA_PROP_APPLICATION_ICON_NAME);
-    playback.processId = server->clientProcesses.processOf(info->client, claimIn(info->proplist));
+    playback = pulsePlaybackOf(*info);
+    playback.processId = server->clientProcesses.processOf(info->client, streamClaimIn(*info->proplist));
     server->notify(&Observer::playbacksChanged);
 }
 

@@ -11,6 +11,7 @@
 #include "platform/linux/sound/ClientProcesses.h"
 #include "platform/linux/sound/LiveMicrophone.h"
 #include "platform/linux/sound/PulseConnection.h"
+#include "platform/linux/sound/PulseDescriptions.h"
 #include "platform/linux/sound/PulseHandles.h"
 #include "platform/linux/sound/RealTimeThread.h"
 
@@ -27,34 +28,6 @@
 #include <vector>
 
 class PipeWireConnection;
-
-/// A sink or source, as the server describes it.
-struct PulseDevice {
-    std::uint32_t index = 0;
-    std::string name;
-    std::string description;
-    std::string bus;        ///< device.bus: "pci", "usb", "bluetooth"; empty: unknown
-    std::string formFactor; ///< device.form_factor: "internal", "speaker", "headset", ...
-    std::string deviceApi;  ///< device.api: "bluez", ...
-    bool hasAlsaCard = false;
-    bool isMonitor = false; ///< what a sink plays, as a source
-    bool unplugged = false; ///< nothing is plugged into its active port
-    std::uint32_t portCount = 0;
-    std::uint32_t channelCount = 0;
-    std::uint32_t sampleRate = 0; ///< Hz
-
-    /// Whether a source is an input to people: no sink's monitor, and something is plugged in.
-    [[nodiscard]] bool isInput() const { return !isMonitor && !unplugged; }
-};
-
-/// A stream that plays, or could at once.
-struct PulsePlayback {
-    std::uint32_t index = 0;
-    std::uint32_t processId = 0; ///< as /proc numbers it; 0: unknown
-    bool paused = false;
-    std::string applicationName;
-    std::string iconName;
-};
 
 class PulseServer {
 public:
