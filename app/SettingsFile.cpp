@@ -12,20 +12,39 @@
 
 namespace {
 
+/// An open quotation mark, or a backslash at the end, makes the next line a part of this one.
+bool endsByItself(QByteArrayView line) {
+    bool quoted = false;
+    for (qsizetype at = 0; at < line.size(); ++at) {
+        if (line[at] == '"') {
+            quoted = !quoted;
+        } else if (line[at] == '\\') {
+            ++at;
+            if (at == line.size()) {
+                return false;
+            }
+        }
+    }
+    return !quoted;
+}
+
 bool isSettingsLine(QByteArrayView line) {
     const QByteArrayView text = line.trimmed();
     if (text.isEmpty()) {
         return true;
     }
+    if (!endsByItself(text)) {
+        return false;
+    }
     if (text.front() == '[') {
         return text.back() == ']';
     }
-    return text.front() != ';' && text.indexOf('=') > 0;
+    return text.front() != ';' && text.contains('=');
 }
 
 bool isTextByte(char byte) {
     const auto code = static_cast<unsigned char>(byte);
-    return code >= 0x20 ? code != 0x7F : byte == '\t' || byte == '\r' || byte == '\n';
+    return code >= 0x20 || byte == '\t' || byte == '\r' || byte == '\n';
 }
 
 /// What QSettings writes ends with a line's end.
@@ -51,7 +70,7 @@ bool hasForeignLines(const QByteArray& text) {
     if (!QByteArrayView(text).isValidUtf8() || !std::ranges::all_of(text, isTextByte)) {
         return true;
     }
-    return !std::ranges::all_of(text.split('\n'), isSettingsLine);
+    return !std::ranges::all_of(QByteArray(text).replace('\r', '\n').split('\n'), isSettingsLine);
 }
 
 QString foreignLinesFile(const QString& settingsFile) {

@@ -6,7 +6,8 @@
 /// The store's file, where the store is one: what a write of QSettings would lose. No state; any thread.
 
 /// Whether the text of such a file has a line that is neither blank, nor "[section]", nor "key=value", or
-/// holds anything but UTF-8 text. A write drops or changes such lines, comments among them.
+/// does not end where it ends, or holds anything but UTF-8 text. A write drops or changes such lines,
+/// comments among them.
 [[nodiscard]] bool hasForeignLines(const QByteArray& text);
 
 /// Where keepForeignLines() puts what it keeps.

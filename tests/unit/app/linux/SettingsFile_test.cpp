@@ -255,11 +255,33 @@ TEST_F(SettingsFileTest, LinesThatAreNoSettingsAreKeptBesideTheFileBeforeTheFirs
     QFile::remove(kept);
 }
 
+TEST_F(SettingsFileTest, LinesThatOneBeforeThemSwallowsAreKeptBesideTheFile) {
+    for (const char* const garbage : {"[General]\nvolume=\"3\nother=4\n", "[General]\nvolume=3\\\nother=4\n",
+                                      "[General]\nvolume=3\rother\n"}) {
+        const QString path = fileWith(garbage);
+        SettingsManager store;
+        store.setValue("mute", true);
+        store.sync();
+        EXPECT_EQ(contentOf(foreignLinesFile(path)), garbage);
+        QFile::remove(foreignLinesFile(path));
+    }
+}
+
+TEST_F(SettingsFileTest, LineWithoutAKeyOutlivesAWriteAndIsNotKeptBesideTheFile) {
+    const QString path = fileWith("[General]\n=x\n");
+    SettingsManager store;
+    store.setValue("volume", 4);
+    store.sync();
+    EXPECT_TRUE(contentOf(path).contains("\n=x\n"));
+    EXPECT_FALSE(QFile::exists(foreignLinesFile(path)));
+}
+
 TEST_F(SettingsFileTest, FileOfTheProgramsOwnIsNotKept) {
     const QString path = fileWithout("volume");
     QFile::remove(foreignLinesFile(path));
-    for (const QVariant& value : {QVariant(0.25), QVariant(QStringLiteral("三\n\x01;=[\"\\")), QVariant(true),
-                                  QVariant(QStringList{"a", QString()}), QVariant(QVariantMap{{"a", 1}})}) {
+    for (const QVariant& value :
+         {QVariant(0.25), QVariant(QStringLiteral("三\n\x01\x7f;=[\"\\")), QVariant(true),
+          QVariant(QStringList{"a", QString()}), QVariant(QVariantMap{{"a", 1}})}) {
         manager.setValue("volume", value);
         manager.setValue(QStringLiteral("group/[三]=;\n"), value);
         manager.sync();
