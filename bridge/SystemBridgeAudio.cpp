@@ -2,6 +2,7 @@
 
 #include "audio/capture/AudioRouterService.h"
 #include "bridge/AudioDeviceMaps.h"
+#include "bridge/EqualizerPreset.h"
 #include "bridge/Guarded.h"
 #include "bridge/SampleRateProbe.h"
 #include "bridge/SystemBridge.h"
@@ -13,18 +14,12 @@
 
 #include <QDebug>
 #include <QGuiApplication>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QPermissions>
 #include <QPointer>
 #include <QTimer>
 
-#include <algorithm>
-#include <array>
 #include <atomic>
 #include <chrono>
-#include <optional>
 
 namespace {
 
@@ -44,25 +39,6 @@ void forwardFormat(std::int32_t channels, double rate) {
     if (SystemBridge* const bridge = blockReceiver) {
         bridge->prepareEqualizer(channels, rate);
     }
-}
-
-// The gains of a stored preset, in dB. Nothing for a text that is no object or an empty one; an object
-// without twelve values is logged.
-std::optional<std::array<float, kEqualizerBandCount>> presetGains(const QString& text) {
-    const QJsonObject preset = QJsonDocument::fromJson(text.toUtf8()).object();
-    if (preset.isEmpty()) {
-        return std::nullopt;
-    }
-    const QJsonArray values = preset.value(QLatin1String("value")).toArray();
-    if (values.size() != static_cast<qsizetype>(kEqualizerBandCount)) {
-        qCritical() << "SystemBridge::updateMonitorDevice: Equalizer config array size is not 12, got"
-                    << values.size();
-        return std::nullopt;
-    }
-    std::array<float, kEqualizerBandCount> gainsDb{};
-    std::ranges::transform(values, gainsDb.begin(),
-                           [](const QJsonValue& value) { return static_cast<float>(value.toDouble()); });
-    return gainsDb;
 }
 
 } // namespace
@@ -361,7 +337,7 @@ void SystemBridge::readEqualizerSettings() {
         return;
     }
     monitorEqualizer.switchOn();
-    if (const auto gainsDb = presetGains(stored("device_equalizer_current").toString())) {
+    if (const auto gainsDb = equalizerPresetGains(stored("device_equalizer_current").toString())) {
         monitorEqualizer.setGains(*gainsDb);
     }
 }
