@@ -8,6 +8,10 @@
 
 namespace {
 
+FileDescriptor placeOf(const std::string& path) {
+    return FileDescriptor(open(path.c_str(), O_PATH | O_CLOEXEC));
+}
+
 // Opens the file for reading if it is a regular one. To open a pipe or a device for reading already does
 // something there.
 FileDescriptor openRegularFile(const FileDescriptor& place) {
@@ -21,10 +25,19 @@ FileDescriptor openRegularFile(const FileDescriptor& place) {
     return FileDescriptor(open(itself.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
 }
 
+ssize_t readSome(const FileDescriptor& file, char* bytes, std::size_t most) {
+    while (true) {
+        const ssize_t count = read(file.get(), bytes, most);
+        if (count >= 0 || errno != EINTR) {
+            return count;
+        }
+    }
+}
+
 } // namespace
 
 std::optional<std::string> readForeignFile(const std::string& path, std::size_t limitBytes) {
-    return readForeignFile(FileDescriptor(open(path.c_str(), O_PATH | O_CLOEXEC)), limitBytes);
+    return readForeignFile(placeOf(path), limitBytes);
 }
 
 std::optional<std::string> readForeignFile(const FileDescriptor& place, std::size_t limitBytes) {
@@ -36,10 +49,7 @@ std::optional<std::string> readForeignFile(const FileDescriptor& place, std::siz
     std::string content;
     std::array<char, 16384> block{};
     while (true) {
-        const ssize_t count = read(file.get(), block.data(), block.size());
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
+        const ssize_t count = readSome(file, block.data(), block.size());
         if (count == 0) {
             return content;
         }
@@ -48,4 +58,15 @@ std::optional<std::string> readForeignFile(const FileDescriptor& place, std::siz
         }
         content.append(block.data(), static_cast<std::size_t>(count));
     }
+}
+
+std::optional<std::string> readForeignFileStart(const std::string& path, std::size_t count) {
+    const FileDescriptor file = openRegularFile(placeOf(path));
+    if (!file.isOpen()) {
+        return std::nullopt;
+    }
+    std::string start(count, '\0');
+    const ssize_t taken = readSome(file, start.data(), count);
+    start.resize(taken > 0 ? static_cast<std::size_t>(taken) : 0);
+    return start;
 }

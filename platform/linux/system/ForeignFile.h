@@ -14,3 +14,6 @@
 
 /// The same of a place in the file system, as O_PATH opens it.
 [[nodiscard]] std::optional<std::string> readForeignFile(const FileDescriptor& place, std::size_t limitBytes);
+
+/// The first bytes of such a file, at most `count` of them, however long it is. Any thread.
+[[nodiscard]] std::optional<std::string> readForeignFileStart(const std::string& path, std::size_t count);

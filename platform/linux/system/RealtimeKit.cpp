@@ -1,6 +1,7 @@
 #include "platform/linux/system/RealtimeKit.h"
 
 #include "platform/ThreadName.h"
+#include "platform/linux/system/MessageBus.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +11,6 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstdint>
-#include <cstdlib>
 #include <dbus/dbus.h>
 #include <initializer_list>
 #include <memory>
@@ -31,22 +31,14 @@ constexpr int kStepMs = 20; // between two looks whether the question is given u
 constexpr const char* kService = "org.freedesktop.RealtimeKit1";
 constexpr const char* kPath = "/org/freedesktop/RealtimeKit1";
 constexpr const char* kInterface = "org.freedesktop.RealtimeKit1";
-constexpr const char* kSystemBus = "unix:path=/run/dbus/system_bus_socket";
 
-struct Release {
-    void operator()(DBusConnection* connection) const {
-        dbus_connection_close(connection);
-        dbus_connection_unref(connection);
-    }
-    void operator()(DBusMessage* message) const { dbus_message_unref(message); }
+struct Cancel {
     void operator()(DBusPendingCall* call) const {
         dbus_pending_call_cancel(call);
         dbus_pending_call_unref(call);
     }
 };
-using Connection = std::unique_ptr<DBusConnection, Release>;
-using Message = std::unique_ptr<DBusMessage, Release>;
-using PendingCall = std::unique_ptr<DBusPendingCall, Release>;
+using PendingCall = std::unique_ptr<DBusPendingCall, Cancel>;
 
 // ---- what is granted is taken back before the kernel ends the process
 
@@ -108,12 +100,8 @@ bool limitRealTime(std::int64_t longestUs) {
 
 class Conversation {
 public:
-    explicit Conversation(const std::atomic<bool>& isGivenUp) : givenUp(isGivenUp) {
-        dbus_threads_init_default();
-        dbus_connection_set_change_sigpipe(0); // the signal is the program's own affair
-        const char* const named = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
-        connection.reset(dbus_connection_open_private(named != nullptr ? named : kSystemBus, nullptr));
-    }
+    explicit Conversation(const std::atomic<bool>& isGivenUp)
+        : givenUp(isGivenUp), connection(openBus(systemBusAddress())) {}
 
     // Makes the thread a real-time one; whether that was granted.
     bool makeRealTime(pid_t thread, int priority) {
@@ -125,7 +113,7 @@ public:
         if (!longestUs || !highest || *longestUs <= 0 || *highest <= 0 || !limitRealTime(*longestUs)) {
             return false;
         }
-        const Message request = call(kService, kPath, kInterface, "MakeThreadRealtime");
+        const BusMessage request = call(kService, kPath, kInterface, "MakeThreadRealtime");
         const auto threadNumber = static_cast<dbus_uint64_t>(thread);
         const auto level = static_cast<dbus_uint32_t>(std::min<std::int64_t>(priority, *highest));
         noteGranted(thread); // before it runs so
@@ -140,12 +128,12 @@ public:
     }
 
 private:
-    static Message call(const char* service, const char* path, const char* interface, const char* method) {
-        return Message(dbus_message_new_method_call(service, path, interface, method));
+    static BusMessage call(const char* service, const char* path, const char* interface, const char* method) {
+        return BusMessage(dbus_message_new_method_call(service, path, interface, method));
     }
 
     // The answer; null for an error and for none in time.
-    Message ask(const Message& request) {
+    BusMessage ask(const BusMessage& request) {
         DBusPendingCall* started = nullptr;
         if (!request ||
             dbus_connection_send_with_reply(connection.get(), request.get(), &started,
@@ -160,19 +148,19 @@ private:
                 return nullptr;
             }
         }
-        Message answer(dbus_pending_call_steal_reply(pending.get()));
+        BusMessage answer(dbus_pending_call_steal_reply(pending.get()));
         return answer && dbus_message_get_type(answer.get()) == DBUS_MESSAGE_TYPE_METHOD_RETURN
                    ? std::move(answer)
                    : nullptr;
     }
 
     std::optional<std::int64_t> property(const char* name) {
-        const Message request = call(kService, kPath, DBUS_INTERFACE_PROPERTIES, "Get");
+        const BusMessage request = call(kService, kPath, DBUS_INTERFACE_PROPERTIES, "Get");
         if (!request || dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &kInterface,
                                                  DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID) == 0) {
             return std::nullopt;
         }
-        const Message answer = ask(request);
+        const BusMessage answer = ask(request);
         return answer ? numberIn(*answer) : std::nullopt;
     }
 
@@ -200,7 +188,7 @@ private:
 
     const std::atomic<bool>& givenUp;
     const Clock::time_point end = Clock::now() + kAnswerLimit;
-    Connection connection;
+    BusConnection connection;
 };
 
 } // namespace

@@ -1,0 +1,203 @@
+#include "platform/linux/system/MessageBus.h"
+
+#include "platform/ThreadName.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr const char* kSystemBus = "unix:path=/run/dbus/system_bus_socket";
+constexpr std::chrono::seconds kGreetingLimit{5};
+constexpr int kSendStepMs = 20; // between two looks whether the bus takes what is to be sent
+
+std::string fromEnvironment(const char* variable) {
+    const char* const value = std::getenv(variable);
+    return value != nullptr ? value : "";
+}
+
+} // namespace
+
+std::string systemBusAddress() {
+    const std::string named = fromEnvironment("DBUS_SYSTEM_BUS_ADDRESS");
+    return named.empty() ? kSystemBus : named;
+}
+
+std::string sessionBusAddress() {
+    const std::string named = fromEnvironment("DBUS_SESSION_BUS_ADDRESS");
+    const std::string folder = fromEnvironment("XDG_RUNTIME_DIR");
+    return named.empty() && !folder.empty() ? "unix:path=" + folder + "/bus" : named;
+}
+
+BusConnection openBus(const std::string& address) {
+    dbus_threads_init_default();
+    dbus_connection_set_change_sigpipe(0); // the signal is the program's own affair
+    return BusConnection(address.empty() ? nullptr : dbus_connection_open_private(address.c_str(), nullptr));
+}
+
+std::unique_ptr<BusConversation> BusConversation::open(const std::string& address, const char* threadName,
+                                                       SignalHandler onSignal, std::function<void()> onLost) {
+    BusConnection connection = openBus(address);
+    FileDescriptor wakeEvent(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!connection || !wakeEvent.isOpen()) {
+        return nullptr;
+    }
+    std::unique_ptr<BusConversation> conversation(new BusConversation(
+        std::move(connection), std::move(wakeEvent), std::move(onSignal), std::move(onLost)));
+    conversation->greet();
+    try {
+        conversation->thread =
+            std::thread([self = conversation.get(), threadName] { self->run(threadName); });
+    } catch (const std::system_error&) {
+        return nullptr; // too many threads for one more
+    }
+    return conversation;
+}
+
+BusConversation::BusConversation(BusConnection connection, FileDescriptor wakeEvent, SignalHandler onSignal,
+                                 std::function<void()> onLost)
+    : bus(std::move(connection)), wakeUp(std::move(wakeEvent)), signalHandler(std::move(onSignal)),
+      lostHandler(std::move(onLost)) {}
+
+BusConversation::~BusConversation() {
+    isEnding = true;
+    wake();
+    if (thread.joinable()) {
+        thread.join();
+    }
+}
+
+void BusConversation::greet() {
+    BusMessage hello(
+        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "Hello"));
+    askWithin(kGreetingLimit, std::move(hello), [this](DBusMessage* answer) { isLost = answer == nullptr; });
+}
+
+void BusConversation::listen(const std::string& rule) {
+    BusMessage request(
+        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "AddMatch"));
+    const char* const text = rule.c_str();
+    if (request && dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID) != 0) {
+        ask(std::move(request), [](DBusMessage*) {});
+    }
+}
+
+void BusConversation::ask(BusMessage question, AnswerHandler onAnswer) {
+    askWithin(kAnswerLimit, std::move(question), std::move(onAnswer));
+}
+
+void BusConversation::askWithin(Clock::duration limit, BusMessage question, AnswerHandler onAnswer) {
+    dbus_uint32_t serial = 0;
+    // The answer may come before its question is noted.
+    std::unique_lock lock(mutex);
+    if (isOver || !question || dbus_connection_send(bus.get(), question.get(), &serial) == 0) {
+        lock.unlock();
+        onAnswer(nullptr);
+        return;
+    }
+    questions.insert_or_assign(serial, Question{std::move(onAnswer), Clock::now() + limit});
+    lock.unlock();
+    wake();
+}
+
+void BusConversation::run(const char* threadName) {
+    nameThisThread(threadName);
+    int socket = -1;
+    isLost = dbus_connection_get_unix_fd(bus.get(), &socket) == 0;
+    while (!isEnding && !isLost && exchange()) {
+        giveUpQuestions(Clock::now());
+        std::array<pollfd, 2> watched{{{socket, POLLIN, 0}, {wakeUp.get(), POLLIN, 0}}};
+        poll(watched.data(), watched.size(), waitMs());
+        std::uint64_t wakes = 0;
+        static_cast<void>(!read(wakeUp.get(), &wakes, sizeof(wakes)));
+    }
+    if (!isEnding) {
+        {
+            const std::lock_guard lock(mutex);
+            isOver = true;
+        }
+        giveUpQuestions(Clock::time_point::max());
+        lostHandler();
+    }
+}
+
+// Sends and receives what there is, without waiting; false when the bus is gone.
+bool BusConversation::exchange() {
+    const bool isConnected = dbus_connection_read_write(bus.get(), 0) != 0;
+    while (dbus_connection_get_dispatch_status(bus.get()) == DBUS_DISPATCH_DATA_REMAINS) {
+        const BusMessage message(dbus_connection_pop_message(bus.get()));
+        if (!message) {
+            break;
+        }
+        take(*message);
+    }
+    return isConnected && !isLost;
+}
+
+void BusConversation::take(DBusMessage& message) {
+    const int kind = dbus_message_get_type(&message);
+    if (kind == DBUS_MESSAGE_TYPE_SIGNAL) {
+        signalHandler(message);
+        return;
+    }
+    if (kind != DBUS_MESSAGE_TYPE_METHOD_RETURN && kind != DBUS_MESSAGE_TYPE_ERROR) {
+        return; // a call: this program offers nothing on the bus
+    }
+    AnswerHandler onAnswer;
+    {
+        const std::lock_guard lock(mutex);
+        const auto found = questions.find(dbus_message_get_reply_serial(&message));
+        if (found == questions.end()) {
+            return;
+        }
+        onAnswer = std::move(found->second.onAnswer);
+        questions.erase(found);
+    }
+    onAnswer(kind == DBUS_MESSAGE_TYPE_METHOD_RETURN ? &message : nullptr);
+}
+
+// Those whose time has ended by then.
+void BusConversation::giveUpQuestions(Clock::time_point until) {
+    std::vector<AnswerHandler> late;
+    {
+        const std::lock_guard lock(mutex);
+        std::erase_if(questions, [&late, until](auto& entry) {
+            const bool isLate = entry.second.end <= until;
+            if (isLate) {
+                late.push_back(std::move(entry.second.onAnswer));
+            }
+            return isLate;
+        });
+    }
+    for (const AnswerHandler& onAnswer : late) {
+        onAnswer(nullptr);
+    }
+}
+
+int BusConversation::waitMs() const {
+    if (isLost) {
+        return 0;
+    }
+    if (dbus_connection_has_messages_to_send(bus.get()) != 0) {
+        return kSendStepMs;
+    }
+    const std::lock_guard lock(mutex);
+    if (questions.empty()) {
+        return -1;
+    }
+    const auto next =
+        std::ranges::min_element(questions, {}, [](const auto& entry) { return entry.second.end; });
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next->second.end - Clock::now());
+    return static_cast<int>(std::max(left, std::chrono::milliseconds(0)).count());
+}
+
+void BusConversation::wake() const {
+    const std::uint64_t one = 1;
+    static_cast<void>(!write(wakeUp.get(), &one, sizeof(one)));
+}

@@ -1,0 +1,97 @@
+#pragma once
+
+// D-Bus: how the program reaches the buses of the machine and of the session. A bus may be absent, or take
+// connections and never answer; so nothing here waits for one.
+
+#include "platform/linux/system/FileDescriptor.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <dbus/dbus.h>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+struct BusRelease {
+    void operator()(DBusConnection* connection) const {
+        dbus_connection_close(connection);
+        dbus_connection_unref(connection);
+    }
+    void operator()(DBusMessage* message) const { dbus_message_unref(message); }
+};
+using BusConnection = std::unique_ptr<DBusConnection, BusRelease>;
+using BusMessage = std::unique_ptr<DBusMessage, BusRelease>;
+
+/// $DBUS_SYSTEM_BUS_ADDRESS, else the place where the system's bus is.
+[[nodiscard]] std::string systemBusAddress();
+/// $DBUS_SESSION_BUS_ADDRESS, else the bus in $XDG_RUNTIME_DIR; empty without either.
+[[nodiscard]] std::string sessionBusAddress();
+
+/// A connection to the bus of this address, not yet introduced to it; null where there is none. Any thread.
+[[nodiscard]] BusConnection openBus(const std::string& address);
+
+/// A conversation with a bus on a thread of its own: questions, their answers, and signals.
+///
+/// send(), ask() and listen() belong to any thread; they only put messages into a queue. The handlers run on
+/// the conversation's thread, never after the destructor has returned.
+class BusConversation {
+public:
+    /// The answer to a question: null where it is an error, and where none has come within kAnswerLimit.
+    using AnswerHandler = std::function<void(DBusMessage* answer)>;
+    using SignalHandler = std::function<void(DBusMessage& signal)>;
+
+    static constexpr std::chrono::seconds kAnswerLimit{25};
+
+    /// Null where there is no bus. `onSignal` gets what listen() asks for; `onLost` is called once, when the
+    /// bus has gone or does not greet back within 5 s. The thread has this name.
+    [[nodiscard]] static std::unique_ptr<BusConversation> open(const std::string& address,
+                                                               const char* threadName, SignalHandler onSignal,
+                                                               std::function<void()> onLost);
+    /// Ends the thread; waits for a handler that runs.
+    ~BusConversation();
+    BusConversation(const BusConversation&) = delete;
+    BusConversation& operator=(const BusConversation&) = delete;
+
+    /// Asks for signals by a rule, as "type='signal',sender='...'". The bus lets through only what its sender
+    /// owns the name for.
+    void listen(const std::string& rule);
+    /// Sends a call; `onAnswer` is called once, unless the conversation ends before: at once and on this
+    /// thread where the bus is lost.
+    void ask(BusMessage question, AnswerHandler onAnswer);
+    /// Whether `onLost` has not been called yet. Any thread.
+    [[nodiscard]] bool isOpen() const { return !isOver; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Question {
+        AnswerHandler onAnswer;
+        Clock::time_point end;
+    };
+
+    BusConversation(BusConnection connection, FileDescriptor wakeEvent, SignalHandler onSignal,
+                    std::function<void()> onLost);
+    void greet();
+    void askWithin(Clock::duration limit, BusMessage question, AnswerHandler onAnswer);
+    void run(const char* threadName);
+    [[nodiscard]] bool exchange();
+    void take(DBusMessage& message);
+    void giveUpQuestions(Clock::time_point until);
+    [[nodiscard]] int waitMs() const;
+    void wake() const;
+
+    const BusConnection bus;
+    const FileDescriptor wakeUp;
+    const SignalHandler signalHandler;
+    const std::function<void()> lostHandler;
+    bool isLost = false; // of the conversation's thread
+    mutable std::mutex mutex;
+    std::map<std::uint32_t, Question> questions; // by the serial of the call
+    std::atomic<bool> isOver{false};
+    std::atomic<bool> isEnding{false};
+    std::thread thread;
+};
