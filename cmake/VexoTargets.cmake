@@ -98,13 +98,14 @@ add_custom_target(vexo_sanitized_tests)
 add_custom_target(vexo_thread_tests)
 
 # vexo_gtest(NAME LABEL label SOURCES file... [LINKS target...] [MAIN] [MOC] [SEPARATE] [OPTIMIZED] [TIMEOUT seconds]
-#            [ON_SERVERS]):
+#            [ON_SERVERS] [ON_DESKTOP]):
 # a GoogleTest program, each case one test of ctest. With MAIN the sources bring their own main(). The label
 # "unit-threads" stands for a unit test that also belongs under the thread sanitizer. Its own sources are not optimised,
 # which takes most of the time that a compiler spends on tests, unless it computes much itself: OPTIMIZED. ON_SERVERS: the
 # whole program is one test on each kind of sound server, a private one with the sinks that tests/support/on_server.py names.
+# ON_DESKTOP: it is one test with a display and buses of its own (tests/support/on_desktop.py).
 function(vexo_gtest name)
-    cmake_parse_arguments(ARG "MAIN;MOC;SEPARATE;OPTIMIZED;ON_SERVERS" "LABEL;TIMEOUT" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(ARG "MAIN;MOC;SEPARATE;OPTIMIZED;ON_SERVERS;ON_DESKTOP" "LABEL;TIMEOUT" "SOURCES;LINKS" ${ARGN})
     find_package(GTest REQUIRED)
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
@@ -139,6 +140,13 @@ function(vexo_gtest name)
                 LABELS "${ARG_LABEL}" TIMEOUT ${ARG_TIMEOUT} SKIP_RETURN_CODE 77
                 ENVIRONMENT "PYTHONPATH=${CMAKE_SOURCE_DIR}/tools/stage")
         endforeach()
+        return()
+    endif()
+    if(ARG_ON_DESKTOP)
+        add_test(NAME ${name}
+            COMMAND python3 "${CMAKE_SOURCE_DIR}/tests/support/on_desktop.py" $<TARGET_FILE:${name}>)
+        set_tests_properties(${name} PROPERTIES
+            LABELS "${ARG_LABEL}" TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "PYTHONPATH=${CMAKE_SOURCE_DIR}/tools/stage")
         return()
     endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60

@@ -16,8 +16,9 @@
 namespace {
 
 // The keys that the program uses. An entry has many other lines, and all entries are read every ten seconds.
-constexpr std::array<QByteArrayView, 9> kUsedKeys = {
-    "Type", "Name", "Icon", "Exec", "NoDisplay", "Hidden", "OnlyShowIn", "NotShowIn", "TryExec"};
+constexpr std::array<QByteArrayView, 11> kUsedKeys = {"Type",      "Name",   "Icon",       "Exec",
+                                                      "NoDisplay", "Hidden", "OnlyShowIn", "NotShowIn",
+                                                      "TryExec",   "Path",   "Terminal"};
 
 // Levels of folders that are searched: the root and those below it.
 constexpr int kScanDepth = 3;
@@ -86,41 +87,7 @@ bool canBeFound(const QString& program) {
                                            : !QStandardPaths::findExecutable(program).isEmpty();
 }
 
-} // namespace
-
-DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& languages,
-                               const QStringList& desktops) {
-    const QHash<QByteArray, QByteArray> values = usedValues(text);
-    const auto value = [&](const char* key) {
-        return unescaped(values.value(key));
-    };
-    const auto localized = [&](const char* key) {
-        for (const QString& language : languages) {
-            const auto found = values.constFind(key + ('[' + language.toUtf8() + ']'));
-            if (found != values.constEnd()) {
-                return unescaped(*found);
-            }
-        }
-        return value(key);
-    };
-    const auto isTrue = [&](const char* key) {
-        return values.value(key) == "true";
-    };
-
-    DesktopEntry entry;
-    entry.name = localized("Name");
-    entry.icon = localized("Icon");
-    entry.program = programOfExec(value("Exec"));
-    const QString onlyIn = value("OnlyShowIn");
-    const QString tryExec = value("TryExec");
-    entry.shown = value("Type") == QLatin1String("Application") && !entry.name.isEmpty() &&
-                  !isTrue("NoDisplay") && !isTrue("Hidden") &&
-                  (onlyIn.isEmpty() || namesOneOf(onlyIn, desktops)) &&
-                  !namesOneOf(value("NotShowIn"), desktops) && (tryExec.isEmpty() || canBeFound(tryExec));
-    return entry;
-}
-
-QString programOfExec(const QString& exec) {
+QStringList wordsOfExec(const QString& exec) {
     QStringList words;
     QString word;
     bool quoted = false;
@@ -146,6 +113,90 @@ QString programOfExec(const QString& exec) {
     if (open) {
         words.append(word);
     }
+    return words;
+}
+
+// A word of an Exec line without its field codes. Codes of files and those of old are left out.
+QString filledIn(const QString& word, const DesktopEntry& entry) {
+    QString filled;
+    for (qsizetype at = 0; at < word.size(); ++at) {
+        if (word[at] != QLatin1Char('%') || at + 1 == word.size()) {
+            filled += word[at];
+            continue;
+        }
+        switch (word[++at].unicode()) {
+        case '%':
+            filled += QLatin1Char('%');
+            break;
+        case 'c':
+            filled += entry.name;
+            break;
+        case 'k':
+            filled += entry.path;
+            break;
+        default:
+            break;
+        }
+    }
+    return filled;
+}
+
+} // namespace
+
+DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& languages,
+                               const QStringList& desktops) {
+    const QHash<QByteArray, QByteArray> values = usedValues(text);
+    const auto value = [&](const char* key) {
+        return unescaped(values.value(key));
+    };
+    const auto localized = [&](const char* key) {
+        for (const QString& language : languages) {
+            const auto found = values.constFind(key + ('[' + language.toUtf8() + ']'));
+            if (found != values.constEnd()) {
+                return unescaped(*found);
+            }
+        }
+        return value(key);
+    };
+    const auto isTrue = [&](const char* key) {
+        return values.value(key) == "true";
+    };
+
+    DesktopEntry entry;
+    entry.name = localized("Name");
+    entry.icon = localized("Icon");
+    entry.exec = value("Exec");
+    entry.program = programOfExec(entry.exec);
+    entry.folder = value("Path");
+    entry.inTerminal = isTrue("Terminal");
+    const QString onlyIn = value("OnlyShowIn");
+    const QString tryExec = value("TryExec");
+    entry.shown = value("Type") == QLatin1String("Application") && !entry.name.isEmpty() &&
+                  !isTrue("NoDisplay") && !isTrue("Hidden") &&
+                  (onlyIn.isEmpty() || namesOneOf(onlyIn, desktops)) &&
+                  !namesOneOf(value("NotShowIn"), desktops) && (tryExec.isEmpty() || canBeFound(tryExec));
+    return entry;
+}
+
+QStringList commandOf(const DesktopEntry& entry) {
+    QStringList command;
+    for (const QString& word : wordsOfExec(entry.exec)) {
+        if (word == QLatin1String("%i")) {
+            if (!entry.icon.isEmpty()) {
+                command << QStringLiteral("--icon") << entry.icon;
+            }
+            continue;
+        }
+        const QString filled = filledIn(word, entry);
+        if (!filled.isEmpty() || !word.startsWith(QLatin1Char('%'))) {
+            command.append(filled);
+        }
+    }
+    return command;
+}
+
+QString programOfExec(const QString& exec) {
+    const QStringList words = wordsOfExec(exec);
     const bool behindEnv = !words.isEmpty() && QFileInfo(words.first()).fileName() == QLatin1String("env");
     for (qsizetype at = behindEnv ? 1 : 0; at < words.size(); ++at) {
         if (!behindEnv ||

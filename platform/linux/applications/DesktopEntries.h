@@ -17,6 +17,9 @@ struct DesktopEntry {
     QString icon;      ///< a name in the icon theme, or an absolute path; may be empty
     QString program;   ///< what Exec starts, as it stands there
     bool shown = true; ///< offered to the user here
+    QString exec;      ///< the whole line
+    QString folder;    ///< in which it runs; may be empty
+    bool inTerminal = false;
 };
 
 /// Parses one entry. `languages` are the user's, best first, as "zh_CN" or "zh"; `desktops` are the names of
@@ -26,6 +29,10 @@ struct DesktopEntry {
 
 /// The text of the entry at this path; nothing unless it is a regular file of at most 1 MB. Any thread.
 [[nodiscard]] std::optional<QByteArray> desktopEntryText(const QString& path);
+
+/// The words that start the entry's program, without a file for it to open: the line Exec with its field
+/// codes filled in. Empty where there is no such line.
+[[nodiscard]] QStringList commandOf(const DesktopEntry& entry);
 
 /// The program of an Exec line: its first word, unquoted; the one behind "env" and its assignments.
 [[nodiscard]] QString programOfExec(const QString& exec);

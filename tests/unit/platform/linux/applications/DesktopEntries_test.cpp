@@ -99,9 +99,9 @@ TEST(ProgramOfExec, IsTheFirstWordBehindEnv) {
 }
 
 TEST(EntryOfExecutable, PathComesBeforeFileNameAndAShownOneBeforeAHidden) {
-    DesktopEntry hidden{"1", "Hidden", {}, "player", false};
-    DesktopEntry shown{"2", "Shown", {}, "player", true};
-    DesktopEntry exact{"3", "Exact", {}, "/opt/player", true};
+    DesktopEntry hidden{"1", "Hidden", {}, "player", false, {}, {}};
+    DesktopEntry shown{"2", "Shown", {}, "player", true, {}, {}};
+    DesktopEntry exact{"3", "Exact", {}, "/opt/player", true, {}, {}};
     EXPECT_EQ(entryOfExecutable({hidden, shown, exact}, "/opt/player")->name, "Exact");
     EXPECT_EQ(entryOfExecutable({hidden, shown, exact}, "/usr/bin/player")->name, "Shown");
     EXPECT_EQ(entryOfExecutable({hidden}, "/usr/bin/player")->name, "Hidden");
