@@ -16,6 +16,7 @@
 
 #include <QDebug>
 #include <QGuiApplication>
+#include <QPointer>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <QThread>
@@ -35,10 +36,13 @@ void registerService(const char* module, const char* typeName) {
 }
 
 /// What is left to do when the program ends.
-void cleanUp(InstanceGuard& guard) {
+void cleanUp(InstanceGuard& guard, SystemBridge* bridge) {
     qInfo() << "应用程序即将退出，开始清理资源...";
     if (HIDHotplugManager* const manager = HIDHotplugManager::instance()) {
         manager->stopAndDisconnectDevice();
+    }
+    if (bridge != nullptr) {
+        bridge->stopPowerEventMonitor();
     }
     guard.release();
     qInfo() << "资源清理完成";
@@ -82,7 +86,7 @@ int main(int argc, char* argv[]) {
     QQmlApplicationEngine engine;
     SettingsManager::instance();
     registerService<SettingsManager>("VexoDeckSettings", "SettingsManager");
-    SystemBridge* const bridge = SystemBridge::instance();
+    const QPointer<SystemBridge> bridge = SystemBridge::instance();
     bridge->setSettingsReader([](const QString& key) { return SettingsManager::instance()->getValue(key); });
     bridge->initializeMonitorDevice();
     registerService<SystemBridge>("VexoDeckSystemBridge", "SystemBridge");
@@ -98,17 +102,18 @@ int main(int argc, char* argv[]) {
         [] { QCoreApplication::exit(-1); }, Qt::QueuedConnection);
     engine.loadFromModule("VexoDeck", "Main");
 
-    QObject::connect(&application, &QCoreApplication::aboutToQuit, [&guard] { cleanUp(guard); });
+    QObject::connect(&application, &QCoreApplication::aboutToQuit,
+                     [&guard, &bridge] { cleanUp(guard, bridge); });
     // The session manager may end the program without a further word.
     const auto save = [] {
         SettingsManager::instance()->sync();
     };
     QObject::connect(&application, &QGuiApplication::commitDataRequest, save);
     QObject::connect(&application, &QGuiApplication::saveStateRequest, save);
-    const UnexpectedExit rescue([&guard] {
+    const UnexpectedExit rescue([&guard, &bridge] {
         SettingsManager::instance()->rescue();
         if (QThread::isMainThread()) {
-            cleanUp(guard);
+            cleanUp(guard, bridge);
         }
     });
     return QGuiApplication::exec();

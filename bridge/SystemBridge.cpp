@@ -5,17 +5,15 @@
 #include "bridge/ApplicationInventory.h"
 #include "bridge/AudioDeviceMaps.h"
 #include "bridge/Guarded.h"
-#include "device/HIDHotplugManager.h"
 #include "mixer/router/AudioRouterAPI.h"
 #include "platform/SoundServerWatch.h"
 
+#include <QCoreApplication>
 #include <QDebug>
-#include <QGuiApplication>
 #include <QOperatingSystemVersion>
 #include <QPointer>
 #include <QStandardPaths>
 #include <QSysInfo>
-#include <QWindow>
 
 #include <chrono>
 #include <utility>
@@ -26,12 +24,6 @@ namespace {
 constexpr std::chrono::milliseconds kSoundDevicesPause(200);
 // An icon that is being made ends sooner, unless the disk does not answer.
 constexpr std::chrono::seconds kIconEndLimit(2);
-
-// Of a program with windows; else none.
-QWindowList applicationWindows() {
-    const bool hasWindows = qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr;
-    return hasWindows ? QGuiApplication::allWindows() : QWindowList();
-}
 
 } // namespace
 
@@ -58,6 +50,7 @@ SystemBridge::SystemBridge(QObject* parent) : QObject(parent) {
 }
 
 SystemBridge::~SystemBridge() {
+    stopPowerEventMonitor();
     soundDevicesWatch.reset();
     cleanupNativeBridge();
     endCaptureService();
@@ -141,30 +134,6 @@ QString SystemBridge::getTempDirectory() const {
         }
     }
     return {};
-}
-
-// To the user the program is gone at once. The device is disconnected first, while the event loop still runs.
-// Then the audio stops, and the windows close last.
-void SystemBridge::quitApplication() {
-    // The windows that are closed here ask for the end again.
-    if (std::exchange(quitting, true)) {
-        return;
-    }
-    qDebug() << "SystemBridge::quitApplication 正在退出应用程序";
-    for (QWindow* const window : applicationWindows()) {
-        window->hide();
-    }
-    if (HIDHotplugManager* const manager = HIDHotplugManager::instance()) {
-        manager->stopAndDisconnectDevice();
-    }
-    if (audioRouterService) {
-        // An exception of the audio must not keep the program from ending.
-        guarded("SystemBridge::quitApplication: Exception:", [this] { audioRouterService->Stop(); });
-    }
-    for (QWindow* const window : applicationWindows()) {
-        window->close();
-    }
-    QCoreApplication::exit(0);
 }
 
 void SystemBridge::requestNotificationPermission() const {

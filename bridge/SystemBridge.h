@@ -41,7 +41,7 @@ public:
     /// Starts the router and reports its levels as audioInputLevelChanged. Where the sound server is still
     /// silent, that follows from the event loop, within half a second. The capture service comes later.
     explicit SystemBridge(QObject* parent = nullptr);
-    /// Ends the capture service, then the router and the making of icons.
+    /// Ends the power monitor, the capture service, the router and the making of icons, in this order.
     ~SystemBridge() override;
 
     [[nodiscard]] bool isMacOS() const { return false; }
@@ -71,9 +71,33 @@ public:
     Q_INVOKABLE void openSystemPreferences() const;
     /// The writable temporary folder, else that of caches, else that of the program's data.
     Q_INVOKABLE [[nodiscard]] QString getTempDirectory() const;
-    /// Hides every window, stops the device and the audio, closes the windows and ends the program with 0.
-    /// Once: a later call has no effect.
+
+    // What the button of the device starts; see Launching.h. Nothing waits, and failures are lines of the
+    // log.
+
+    /// Opens an address in the user's browser; an empty one is that of this machine.
+    Q_INVOKABLE void openUrl(const QString& url) const;
+    /// Starts a program, or opens a file or folder, by its path or "file:///" and its path.
+    Q_INVOKABLE [[nodiscard]] bool openApplication(const QString& appPath) const;
+    /// Presses keys, as "Ctrl+Shift+A"; see Hotkey.h.
+    Q_INVOKABLE [[nodiscard]] bool simulateKeyPress(const QString& hotkey) const;
+    /// The desktop's own screenshot, of which the user chooses the part; see ScreenCapture.h.
+    Q_INVOKABLE [[nodiscard]] bool takeScreenshot() const;
+    /// The desktop's own recording of the screen; see ScreenCapture.h.
+    Q_INVOKABLE [[nodiscard]] bool startScreenRecording() const;
+
+    // The end of the program.
+
+    /// Starts an installer, and 200 ms later closes the windows and ends the program with 0. False where it
+    /// is no file, or does not start; then the program goes on.
+    Q_INVOKABLE [[nodiscard]] bool installFile(const QString& filePath);
+    /// Starts the program anew with the same arguments, closes the windows and ends this one with 0. Goes on
+    /// where it does not start.
+    Q_INVOKABLE void restartApplication();
+    /// Hides every window, stops the device, the audio and the power monitor, closes the windows and ends the
+    /// program with 0. Once: a later call has no effect.
     Q_INVOKABLE void quitApplication();
+
     Q_INVOKABLE void requestNotificationPermission() const;
     /// Input devices, then the programs that play sound; see ApplicationInventory.h.
     Q_INVOKABLE [[nodiscard]] QVariantList getRunningApplications() const;
@@ -85,6 +109,10 @@ public:
     Q_INVOKABLE [[nodiscard]] QVariantList getOutputStreamIDs() const { return {}; }
     /// The operating system's name.
     Q_INVOKABLE [[nodiscard]] QString getPlatform() const;
+    /// From now on the screen's state is reported as screenPowerStateChanged; see PowerMonitor.h. No effect
+    /// while that runs; a start that has failed may be tried again.
+    Q_INVOKABLE void startPowerEventMonitor();
+    Q_INVOKABLE void stopPowerEventMonitor();
     /// Hands the complete list of records to the router; see AudioRouterAPI::setAudioConfig().
     Q_INVOKABLE void setAudioConfig(const QVariantList& configs);
 
@@ -124,6 +152,7 @@ signals:
     void networkStatusChanged();
     /// A map for each source that is not silent: "processID", "levelLeft", "levelRight". Every 50 ms.
     void audioInputLevelChanged(const QVariantList& levels);
+    /// The screen went dark or on, or the session was locked or unlocked. Often several times for one cause.
     void screenPowerStateChanged(bool screenOn);
 
 protected:
@@ -144,6 +173,7 @@ private:
     void cleanupNativeBridge() const;
     void readEqualizerSettings();
 
+    bool powerMonitorRunning = false;
     std::unique_ptr<AudioRouterService> audioRouterService;
     std::int32_t defaultSampleRate = 48000; // Hz
     MonitorEqualizer monitorEqualizer;
