@@ -3,6 +3,7 @@ import QtTest
 import MediaControls
 import VexoDeck
 import VexoDeckHIDHotplug
+import VexoDeckSystemBridge
 
 /* The lifetime of the main layout, and the device's lights that follow the display. */
 MainWindowTestCase {
@@ -67,6 +68,36 @@ MainWindowTestCase {
         ConfigMgr.setValue(brightness, 0.8);
         layout.handleScreenPowerStateChanged(true);
         compare(pendingBrightness(), [80]);
+    }
+
+    function monitorStarts() {
+        return SystemBridge.calls.filter(call => call.name === "startPowerEventMonitor").length;
+    }
+
+    function test_the_monitor_of_the_system_starts_once_and_its_word_reaches_the_lights() {
+        SystemBridge.clearCalls();
+        openMainLayout(mixdeskR2);
+        SystemBridge.screenPowerStateChanged(false);
+        compare(pendingBrightness(), undefined);
+        compare(monitorStarts(), 0);
+        setLightsFollow(true);
+        setLightsFollow(true);
+        compare(monitorStarts(), 1);
+        SystemBridge.screenPowerStateChanged(false);
+        compare(pendingBrightness(), [0]);
+        ConfigMgr.setValue(brightness, 0.8);
+        SystemBridge.screenPowerStateChanged(true);
+        compare(pendingBrightness(), [80]);
+    }
+
+    function test_a_layout_that_is_gone_does_not_hear_the_screen() {
+        ConfigMgr.setValue(lightsFollow, true);
+        openMainLayout(mixdeskR2);
+        loseDevice();
+        tryVerify(() => MessageBus.subscribers[MessageBus.messageTypes.SCREEN_POWER_STATE_CHANGED].length === 0);
+        HIDDeviceMgr.messageCache = ({});
+        SystemBridge.screenPowerStateChanged(false);
+        compare(pendingBrightness(), undefined);
     }
 
     function test_the_brightness_reaches_the_device_as_one_byte() {

@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Templates as T
 import MediaControls
+import VexoDeckSystemBridge // qmllint disable import
 
 /*
     The main screen: the mixer, and beside it the drawer with the device's settings. It exists from the press on the
@@ -17,6 +18,7 @@ Page {
         if (screenPowerMonitor || !ConfigMgr.getValue(ConfigMgr.keys.color_bg_other_close_lighting))
             return;
         screenPowerMonitor = true;
+        SystemBridge.startPowerEventMonitor(); // qmllint disable unqualified
     }
 
     // Turns the device's lights off and on with the display, if the user has chosen so.
@@ -38,6 +40,16 @@ Page {
     Accessible.role: Accessible.Pane
     background: Rectangle {
         color: VxTheme.background
+    }
+
+    // From the first start of the monitor on.
+    Connections {
+        target: SystemBridge // qmllint disable unqualified
+        enabled: mainLayout.screenPowerMonitor
+
+        function onScreenPowerStateChanged(screenOn: bool) {
+            mainLayout.handleScreenPowerStateChanged(screenOn);
+        }
     }
 
     MessageListener {

@@ -50,6 +50,10 @@ void FakeSystemBridge::updateMonitorDevice() {
     record("updateMonitorDevice");
 }
 
+void FakeSystemBridge::startPowerEventMonitor() {
+    record("startPowerEventMonitor");
+}
+
 void FakeSystemBridge::quitApplication() {
     record("quitApplication");
 }

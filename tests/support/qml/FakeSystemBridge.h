@@ -32,11 +32,13 @@ public:
     Q_INVOKABLE bool RemoveInputDevice(const QString& deviceName);
     Q_INVOKABLE void updateMonitorDevice();
     Q_INVOKABLE void quitApplication();
+    Q_INVOKABLE void startPowerEventMonitor();
 
 signals:
     void callsChanged();
     void applicationsChanged();
     void audioInputLevelChanged(QVariantList levels);
+    void screenPowerStateChanged(bool screenOn);
 
 private:
     void record(const QString& name, const QVariantMap& arguments = {});
