@@ -84,11 +84,12 @@ bool LoadedModule::takeLine(std::string_view line, std::uintptr_t address) noexc
     const std::uintptr_t first = takeNumber(line, '-');
     const std::uintptr_t last = takeNumber(line, ' ');
     skipWord(line);
-    const std::uintptr_t fileOffset = takeNumber(line, ' ');
-    skipWord(line);
-    skipWord(line);
-    // What a library has beside its file, its zeroed data, stands between its parts.
-    if (!line.empty() && (fileOffset == 0 || line != path())) {
+    for (int word = 0; word < 3; ++word) {
+        skipWord(line);
+    }
+    // The first part of a file begins at its header; others may be mapped from the same page of the file.
+    // What has no file, as zeroed data, stands between the parts.
+    if (!line.empty() && line != path()) {
         base = first;
         pathSize = std::min(line.size(), pathText.size());
         std::memcpy(pathText.data(), line.data(), pathSize);
