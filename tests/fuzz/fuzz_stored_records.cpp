@@ -55,8 +55,8 @@ QtObject {
         const fallback = ConfigMgr.defaults[key];
         if (Array.isArray(fallback))
             return Array.isArray(value) && value.every(text => typeof text === "string") ? "" : key + " is no list of texts";
-        // "true" and "false" are switches under any key.
-        if (typeof value !== typeof fallback && !(typeof fallback === "string" && typeof value === "boolean"))
+        // Under the key of a text any single value is taken: "true" is a switch, and a file may hold numbers.
+        if (typeof value !== typeof fallback && !(typeof fallback === "string" && typeof value !== "object"))
             return key + " is a " + typeof value;
         return typeof value !== "number" || Number.isFinite(value) ? "" : key + " is no number";
     }
