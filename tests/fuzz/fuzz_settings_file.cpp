@@ -82,7 +82,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 
     StoreFile().restart();
     before[kOwnKey] = own;
-    require(valuesOf(SettingsManager(std::chrono::milliseconds(0))) == before,
-            "a write keeps the other values");
+    const std::map<QString, QVariant> after = valuesOf(SettingsManager(std::chrono::milliseconds(0)));
+    require(after.at(kOwnKey) == own, "the program's own value is read back");
+    // A value with bytes that are no text may change: the file that had it is kept.
+    require(kept || after == before, "a write keeps the other values");
     return 0;
 }
