@@ -39,12 +39,12 @@ using fuzz::require;
 
 // Returns what is wrong, or nothing.
 constexpr const char* kReader = R"(
-import QtQml
+import QtQuick
 import MediaControls
 import VexoDeck
 import VexoDeckSystemBridge
 
-QtObject {
+Item {
     id: reader
 
     readonly property Component equalizer: Component { EqualizerWindow {} }
