@@ -7,8 +7,9 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT WIN32)
     add_compile_options(-g1)
 endif()
 
-# vexo_split_debug_data(NAME): moves the debug data out of a program after it was linked. "cmake --install" then installs
-# a small program, and with "--component debug" its data. Programs with sanitizers keep theirs, which they read themselves.
+# vexo_split_debug_data(NAME): moves the debug data out of a program after it was linked; the names of its functions stay.
+# "cmake --install" then installs a small program, and with "--component debug" its data. Programs with sanitizers keep
+# theirs, which they read themselves.
 function(vexo_split_debug_data name)
     if(WIN32 OR VEXO_SANITIZE)
         return()
@@ -17,7 +18,7 @@ function(vexo_split_debug_data name)
     set(program "$<TARGET_FILE:${name}>")
     add_custom_command(TARGET ${name} POST_BUILD
         COMMAND "${CMAKE_OBJCOPY}" --only-keep-debug "${program}" "${program}.debug"
-        COMMAND "${CMAKE_OBJCOPY}" --strip-all "--add-gnu-debuglink=${program}.debug" "${program}"
+        COMMAND "${CMAKE_OBJCOPY}" --strip-debug "--add-gnu-debuglink=${program}.debug" "${program}"
         BYPRODUCTS "${name}.debug"
         VERBATIM)
     install(FILES "${program}.debug" DESTINATION lib/debug COMPONENT debug EXCLUDE_FROM_ALL)
