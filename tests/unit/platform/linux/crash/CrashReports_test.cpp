@@ -71,7 +71,7 @@ protected:
 }
 
 // A sanitizer would look at the function first.
-[[gnu::noinline, gnu::no_sanitize("undefined")]] void callNothing() {
+__attribute__((noinline, no_sanitize("undefined"))) void callNothing() {
     void (*volatile nothing)() = nullptr;
     nothing();
 }
