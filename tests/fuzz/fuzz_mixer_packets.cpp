@@ -15,6 +15,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -29,7 +30,7 @@ constexpr std::uint32_t kPlayedFrames = 64;
 // A packet of more is not resampled by the reference.
 constexpr std::uint64_t kComparedFrames = 480;
 // What becomes of a packet's frames at 48000 Hz; more cost time and no other line.
-constexpr std::uint64_t kMostFrames = 2 * InputBuffer::kFrameCount;
+constexpr std::uint64_t kMostFrames = std::uint64_t{2} * InputBuffer::kFrameCount;
 
 // One mixer for all inputs: its rings are large, and what was read of them is never heard again.
 struct Mixer {
@@ -118,7 +119,7 @@ void addPacket(Input& input, std::uint32_t processID) {
 
 // Plays one period of an output; whether there was any sound.
 bool play(std::uint32_t output) {
-    std::array<float, 2 * kPlayedFrames> period{};
+    std::array<float, std::size_t{2} * kPlayedFrames> period{};
     if (output == 0) {
         mixer().buffers.mixSolo(period.data(), kPlayedFrames);
     } else {

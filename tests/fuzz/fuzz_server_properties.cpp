@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -29,6 +30,10 @@ bool isText(std::string_view text) {
         text.remove_prefix(character.byteCount);
     }
     return true;
+}
+
+void requireText(const std::optional<std::string>& text, const char* what) {
+    require(text && isText(*text), what);
 }
 
 // "key=value", with the first byte of a line for a key that the program reads.
@@ -53,10 +58,9 @@ PulsePropertyList propertiesOf(Input& input) {
 
 void readDevice(const PulseDevice& device, EndpointFlow flow) {
     const AudioEndpointPointer endpoint = pulseEndpointOf(device, flow);
-    require(endpoint->id && isText(*endpoint->id), "an id is a text");
-    require(endpoint->friendlyName && isText(*endpoint->friendlyName), "a name is a text");
-    require(!endpoint->connectorCount || *endpoint->connectorCount > 0,
-            "connectors that are known are there");
+    requireText(endpoint->id, "an id is a text");
+    requireText(endpoint->friendlyName, "a name is a text");
+    require(endpoint->connectorCount.value_or(1) > 0, "connectors that are known are there");
     const AudioEndpointPointer again = pulseEndpointOf(device, flow);
     require(again->id == endpoint->id && again->friendlyName == endpoint->friendlyName,
             "a device keeps its id");
@@ -114,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     stream.proplist = properties.get();
     require(pulsePlaybackOf(stream).processId == 0, "a stream's process is to be found");
     readClaims(*properties);
-    const std::string server(name.c_str());
+    const std::string server = name.substr(0, name.find('\0'));
     const std::string path = socketPathIn(server.c_str());
     require(path.empty() || (path.front() == '/' && server.ends_with(path)),
             "a path stands in its server's name");

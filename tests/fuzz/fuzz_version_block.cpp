@@ -32,7 +32,8 @@ public:
                 found->second = input.bytes(std::min<std::size_t>(length, input.left()));
             }
         }
-        return found->second ? std::optional(std::as_bytes(std::span(*found->second))) : std::nullopt;
+        const std::optional<std::vector<std::uint8_t>>& bytes = found->second;
+        return bytes ? std::optional(std::as_bytes(std::span(*bytes))) : std::nullopt;
     }
 
     [[nodiscard]] bool holds(const std::wstring& name) const {

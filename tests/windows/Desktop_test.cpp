@@ -211,11 +211,13 @@ TEST(WindowsKeyInjection, AllRecordsGoInOneCallWithKeyAndFlagsAlone) {
     EXPECT_EQ(taken, 3U);
     ASSERT_EQ(sent.size(), 4U);
     for (std::size_t at = 0; at < sent.size(); ++at) {
-        INPUT expected{};
-        expected.type = 1;
-        expected.ki.wVk = keys[at].key;
-        expected.ki.dwFlags = keys[at].isRelease ? 2 : 0;
-        EXPECT_EQ(std::memcmp(&sent[at], &expected, sizeof(INPUT)), 0) << at;
+        const INPUT& record = sent[at];
+        EXPECT_EQ(record.type, 1U) << at;
+        EXPECT_EQ(record.ki.wVk, keys[at].key) << at;
+        EXPECT_EQ(record.ki.wScan, 0) << at;
+        EXPECT_EQ(record.ki.dwFlags, keys[at].isRelease ? 2U : 0U) << at;
+        EXPECT_EQ(record.ki.time, 0U) << at;
+        EXPECT_EQ(record.ki.dwExtraInfo, 0U) << at;
     }
 }
 

@@ -11,6 +11,7 @@
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <shlobj.h>
@@ -65,7 +66,7 @@ public:
         return *this << std::string_view(text.data(), static_cast<std::size_t>(size));
     }
     Report& path(const wchar_t* wide) {
-        std::array<char, 3 * MAX_PATH> text{};
+        std::array<char, std::size_t{3} * MAX_PATH> text{};
         const int size = WideCharToMultiByte(CP_UTF8, 0, wide, -1, text.data(), static_cast<int>(text.size()),
                                              nullptr, nullptr);
         return *this << std::string_view(text.data(), size > 0 ? static_cast<std::size_t>(size - 1) : 0);
