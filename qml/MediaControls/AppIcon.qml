@@ -1,7 +1,7 @@
 import QtQuick
 
 /*
-    The icon of an application, or a general one where there is none. The inventory names an icon's file before it has
+    The icon of an application, or another one where there is none. The inventory names an icon's file before it has
     written it: the icon shows as soon as the file is there.
 */
 Item {
@@ -10,6 +10,8 @@ Item {
     // Of an entry of AppInventory.
     property string iconFilePath: ""
     property int size: 22
+    // Shown where there is no icon.
+    property url fallback: "icons/audio.svg"
 
     QtObject {
         id: wait
@@ -53,7 +55,7 @@ Item {
         objectName: "fallback"
         size: appIcon.size
         visible: !picture.visible
-        source: "icons/audio.svg"
+        source: appIcon.fallback
     }
 
     Timer {

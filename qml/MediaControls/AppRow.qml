@@ -7,6 +7,7 @@ Pressable {
     // An entry of AppInventory.
     required property var app
     property bool current: false
+    property alias fallbackIcon: icon.fallback
 
     implicitHeight: 36
     leftPadding: 10

@@ -28,14 +28,6 @@ ListBox {
         appSelected(app);
     }
 
-    // A closed box opens on the arrow keys and ignores letters, so that no stray key swaps the application.
-    function handleKey(event: var) {
-        const opens = [Qt.Key_Up, Qt.Key_Down, Qt.Key_Return, Qt.Key_Enter].includes(event.key);
-        event.accepted = !popup.visible && (opens || (event.text !== "" && ![Qt.Key_Space, Qt.Key_Tab, Qt.Key_Backtab, Qt.Key_Escape].includes(event.key)));
-        if (event.accepted && opens)
-            popup.open();
-    }
-
     implicitHeight: 28
     leftPadding: 8
     rightPadding: 20
@@ -64,7 +56,7 @@ ListBox {
         text: comboBox.displayText.slice(0, 300)
     }
 
-    Keys.onPressed: event => handleKey(event)
+    Keys.onPressed: event => handlePickerKey(event)
     onAboutToOpen: refresh()
     onActivated: index => choose(model[index])
 }

@@ -1,18 +1,27 @@
 import QtQuick
+import QtQuick.Templates as T
 
-/* One choice of several: checking it clears the others of its parent. The arrow keys check the one before or after it. */
+/*
+    One choice of several: checking it clears the others of its parent, or of its group. The arrow keys check the one
+    before or after it.
+*/
 Choice {
     id: radioButton
 
+    // For choices that do not stand side by side.
+    property T.ButtonGroup group: null
+
     // The first choice follows the last.
     function checkBeside(step: int) {
-        const choices = Array.from(parent.children).filter(item => item.visible && item.enabled && item instanceof CustomRadioButton);
+        const beside = group ? group.buttons : parent.children;
+        const choices = Array.from(beside).filter(item => item.visible && item.enabled && item instanceof CustomRadioButton);
         const other = choices[(choices.indexOf(radioButton) + step + choices.length) % choices.length];
         other.forceActiveFocus(Qt.TabFocusReason);
         other.click();
     }
 
     autoExclusive: true
+    T.ButtonGroup.group: group
     ringRadius: 8
     Accessible.role: Accessible.RadioButton
 

@@ -35,29 +35,10 @@ Row {
         }
     }
 
-    Pressable {
+    TipsIcon {
         id: tipsIcon
 
-        objectName: "tipsIcon"
         anchors.verticalCenter: parent.verticalCenter
-        implicitWidth: 16
-        implicitHeight: 16
-        visible: customText.tips !== ""
-        opacity: 1
-        focusPolicy: Qt.TabFocus
-        text: customText.tips
-        ringRadius: 8
-        ringGap: 2
-        Accessible.role: Accessible.StaticText
-
-        contentItem: VxIcon {
-            source: "icons/info.svg"
-            opacity: tipsIcon.hovered || tipsIcon.visualFocus ? 1 : 0.6
-        }
-
-        VxToolTip {
-            visible: tipsIcon.hovered || tipsIcon.visualFocus
-            text: customText.tips
-        }
+        tips: customText.tips
     }
 }

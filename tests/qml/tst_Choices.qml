@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Templates as T
 import QtTest
 import MediaControls
 import VexoDeckTest
@@ -33,6 +34,30 @@ Item {
             CustomRadioButton {
                 objectName: "third"
                 text: "Key"
+            }
+        }
+    }
+
+    Component {
+        id: groupComponent
+
+        Column {
+            id: groupColumn
+
+            readonly property T.ButtonGroup group: T.ButtonGroup {}
+
+            Repeater {
+                model: ["first", "second", "third"]
+
+                Row {
+                    required property string modelData
+
+                    CustomRadioButton {
+                        objectName: parent.modelData
+                        text: parent.modelData
+                        group: groupColumn.group
+                    }
+                }
             }
         }
     }
@@ -92,6 +117,27 @@ Item {
             compare(checkedRadios(radios), ["second"]);
             compare(box.checked, true);
             compare(toggled, ["radio", "box"]);
+        }
+
+        function test_radio_buttons_of_a_group_exclude_each_other_across_rows() {
+            const radios = createTemporaryObject(groupComponent, page);
+            compare(checkedRadios(radios), []);
+            compare(radios.group.checkedButton, null);
+            mouseClick(findChild(radios, "second"));
+            compare(checkedRadios(radios), ["second"]);
+            mouseClick(findChild(radios, "third"));
+            compare(checkedRadios(radios), ["third"]);
+            compare(radios.group.checkedButton, findChild(radios, "third"));
+        }
+
+        function test_the_arrow_keys_go_through_a_group() {
+            const radios = createTemporaryObject(groupComponent, page);
+            findChild(radios, "first").forceActiveFocus(Qt.TabFocusReason);
+            for (const [key, name] of [[Qt.Key_Down, "second"], [Qt.Key_Right, "third"], [Qt.Key_Down, "first"], [Qt.Key_Up, "third"]]) {
+                keyClick(key);
+                compare(checkedRadios(radios), [name]);
+                compare(findChild(radios, name).visualFocus, true);
+            }
         }
 
         function create(component, properties) {

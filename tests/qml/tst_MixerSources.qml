@@ -550,7 +550,11 @@ MixerTestCase {
         box(child("strip0")).forceActiveFocus(Qt.TabFocusReason);
         forget();
         keyClick("g");
+        keyClick("7", Qt.MetaModifier);
+        keyClick(Qt.Key_End);
+        keyClick(Qt.Key_Home);
         compare(child("strip0").title, "Music");
+        compare(box(child("strip0")).popup.visible, false);
         keyClick(Qt.Key_Down);
         tryCompare(box(child("strip0")).popup, "visible", true);
         compare(child("strip0").title, "Music");

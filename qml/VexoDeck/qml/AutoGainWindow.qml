@@ -9,7 +9,7 @@ import "AutoGainLevels.js" as Levels
     The window shows the level and a countdown, and then the gain. It waits for the device without a time limit. However
     the user closes it before, the measurement is cancelled.
 */
-WindowFrame {
+FixedWindow {
     id: autoGainWindow
 
     // The last gain step reported.
@@ -21,14 +21,7 @@ WindowFrame {
 
     objectName: "autoGainWindow"
     title: qsTr("自动增益")
-    width: 500
-    height: 300
-    minimumWidth: 500
-    minimumHeight: 300
-    maximumWidth: 500
-    maximumHeight: 300
-    modality: Qt.ApplicationModal
-    visible: false
+    fixedSize: Qt.size(500, 300)
 
     Item {
         id: body
@@ -100,34 +93,14 @@ WindowFrame {
             }
         }
 
-        Column {
+        SuccessView {
             id: seccussView
 
             objectName: "seccussView"
             anchors.centerIn: parent
             anchors.verticalCenterOffset: -24
-            width: 360
-            spacing: 18
             visible: body.done
-            Accessible.role: Accessible.AlertMessage
-            Accessible.name: setText.text
-
-            VxIcon {
-                anchors.horizontalCenter: parent.horizontalCenter
-                size: 56
-                source: VxConfig.iconUrl("icons/success.svg", "")
-            }
-            VxText {
-                id: setText
-
-                objectName: "setText"
-                width: parent.width
-                text: body.done ? qsTr("设置成功\n增益为 ") + ConfigMgr.gainText(autoGainWindow.gainValue) : qsTr("设置成功\n增益为 0 dB")
-                font.pixelSize: VxTheme.fontLead
-                lineHeight: 1.3
-                horizontalAlignment: Text.AlignHCenter
-                wrapMode: Text.Wrap
-            }
+            text: body.done ? qsTr("设置成功\n增益为 ") + ConfigMgr.gainText(autoGainWindow.gainValue) : qsTr("设置成功\n增益为 0 dB")
         }
 
         BwButton {

@@ -135,8 +135,12 @@ FocusScope {
             MonitorTab {
                 margin: deviceSettings.margin
             }
-            LightingTab {}
-            GeneralTab {}
+            LightingTab {
+                margin: deviceSettings.margin
+            }
+            GeneralTab {
+                margin: deviceSettings.margin
+            }
         }
     }
 }

@@ -1,6 +1,6 @@
 import QtQuick
 
 /* The page "通用" of the device drawer. */
-Item {
+SettingsPage {
     objectName: "generalTab"
 }

@@ -1,6 +1,6 @@
 import QtQuick
 
 /* The page "灯光" of the device drawer. */
-Item {
+SettingsPage {
     objectName: "lightingTab"
 }

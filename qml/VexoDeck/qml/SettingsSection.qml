@@ -6,6 +6,8 @@ Column {
     id: section
 
     required property string title
+    // Explains the title, behind an icon.
+    property string hint: ""
     default property alias rows: rowColumn.data
     // The card grows beyond this where its texts need more.
     property real minimumCardHeight: 0
@@ -15,16 +17,28 @@ Column {
 
     Accessible.role: Accessible.Grouping
     Accessible.name: title
+    Accessible.description: hint
 
-    VxText {
-        objectName: "sectionTitle"
+    Row {
         width: parent.width
-        text: section.title
-        wrapMode: Text.Wrap
-        color: VxTheme.textSecondary
-        Accessible.ignored: false
-        Accessible.role: Accessible.Heading
-        Accessible.name: text
+        spacing: 6
+
+        VxText {
+            objectName: "sectionTitle"
+            width: Math.min(Math.ceil(implicitWidth), parent.width - (hintIcon.visible ? hintIcon.width + parent.spacing : 0))
+            text: section.title
+            wrapMode: Text.Wrap
+            color: VxTheme.textSecondary
+            Accessible.ignored: false
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+        TipsIcon {
+            id: hintIcon
+
+            anchors.verticalCenter: parent.verticalCenter
+            tips: section.hint
+        }
     }
 
     Rectangle {

@@ -11,6 +11,8 @@ Pressable {
     required property bool selected
     // The tile at which the tabulator stops.
     property bool tabStop: selected
+    // Shows no text. It still is the name.
+    property bool iconOnly: false
 
     signal moved(step: int)
 
@@ -47,6 +49,7 @@ Pressable {
 
                 objectName: "label"
                 width: parent.width
+                visible: !tile.iconOnly
                 text: tile.text
                 font.pixelSize: VxTheme.fontCaption
                 // A long text first shrinks, then wraps.
@@ -71,7 +74,7 @@ Pressable {
     }
 
     VxToolTip {
-        visible: label.truncated && (tile.hovered || tile.visualFocus)
+        visible: (label.truncated || tile.iconOnly) && (tile.hovered || tile.visualFocus)
         text: tile.text
     }
 

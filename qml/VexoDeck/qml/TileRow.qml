@@ -10,6 +10,8 @@ Row {
     required property list<var> tiles
     property int selectIndex: -1
     property int tileHeight: 60
+    // Tiles without their texts, which still are their names.
+    property bool iconsOnly: false
     // For a screen reader.
     property string name: ""
     readonly property int tabIndex: selectIndex >= 0 && selectIndex < tiles.length ? selectIndex : 0
@@ -44,6 +46,7 @@ Row {
             height: tileRow.tileHeight
             text: modelData.text
             icon.source: modelData.icon ?? ""
+            iconOnly: tileRow.iconsOnly
             selected: index === tileRow.selectIndex
             tabStop: index === tileRow.tabIndex
             onMoved: step => tileRow.choose(index + step)

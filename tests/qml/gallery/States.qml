@@ -76,6 +76,12 @@ Section {
         }
     }
     StateRow {
+        title: "LinkText"
+        sourceComponent: LinkText {
+            text: "隐私政策"
+        }
+    }
+    StateRow {
         title: "CustomCheckBox"
         sourceComponent: CustomCheckBox {
             text: "自动安装"
