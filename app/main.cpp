@@ -65,7 +65,7 @@ int main(int argc, char* argv[]) {
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Vexo Deck"));
     QGuiApplication::setOrganizationName(QStringLiteral("VEXO"));
-    QGuiApplication::setOrganizationDomain(QStringLiteral("vexo.example"));
+    QGuiApplication::setOrganizationDomain(QStringLiteral(VEXO_ORGANIZATION_DOMAIN));
 
     InstanceGuard guard(QStringLiteral("VEXO_Deck_SingleInstance"));
     if (guard.decide() == InstanceDecision::AlreadyRunning) {
