@@ -6,11 +6,17 @@ Row {
 
     property color defaultColor: VxTheme.accent
     property color selectedColor: defaultColor
+    // What the colour is of, for a screen reader.
+    property string name: ""
 
     // At each step in the picker, and at a reset.
     signal colorChanged(color newColor)
     // When the picker closes, and at a reset.
     signal changeComplete(color newColor, bool isReset)
+
+    function named(text: string): string {
+        return name === "" ? text : name + " " + text;
+    }
 
     function reset() {
         selectedColor = defaultColor;
@@ -22,7 +28,7 @@ Row {
 
     ColorTile {
         objectName: "tile"
-        text: qsTr("选择颜色")
+        text: select.named(qsTr("选择颜色"))
         colors: [String(select.selectedColor)]
         onClicked: popup.openWith(select.selectedColor)
 
@@ -44,6 +50,7 @@ Row {
         icon.width: 18
         icon.height: 18
         text: qsTr("重置")
+        Accessible.name: select.named(text)
         onClicked: select.reset()
     }
 }

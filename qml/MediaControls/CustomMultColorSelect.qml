@@ -15,12 +15,18 @@ Column {
     property int selectedPresetIndex: 0
     // Rows of three.
     property var presetGradients: ConfigMgr.color_illusory_color_list
+    // What the gradient is of, for a screen reader.
+    property string name: ""
     readonly property int ownIndex: 3
 
     // At each step in the picker, and at a choice or a reset.
     signal gradientChanged(int index, var data)
     // When the picker closes, and at a choice or a reset.
     signal changeComplete(int index, var data, bool isReset)
+
+    function named(text: string): string {
+        return name === "" ? text : name + " " + text;
+    }
 
     function choose(index: int, gradient: var, isReset: bool) {
         selectedPresetIndex = index;
@@ -52,7 +58,7 @@ Column {
                 required property int index
 
                 objectName: "preset" + index
-                text: qsTr("渐变") + " " + (index + 1)
+                text: select.named(qsTr("渐变") + " " + (index + 1))
                 colors: select.presetGradients[index]
                 selected: select.selectedPresetIndex === index
                 onClicked: select.choose(index, colors, false)
@@ -60,7 +66,7 @@ Column {
         }
         ColorTile {
             objectName: "own"
-            text: qsTr("自定义")
+            text: select.named(qsTr("自定义"))
             colors: select.selectedPresetIndex === select.ownIndex ? select.selectedGradient : [VxTheme.unselected]
             selected: select.selectedPresetIndex === select.ownIndex
             onClicked: select.choose(select.ownIndex, select.selectedGradient, false)
@@ -78,6 +84,7 @@ Column {
             icon.width: 18
             icon.height: 18
             text: qsTr("重置")
+            Accessible.name: select.named(text)
             onClicked: select.choose(0, select.presetGradients[0], true)
         }
     }
@@ -107,7 +114,7 @@ Column {
                 objectName: "color" + index
                 x: index / 2 * (parent.width - width)
                 width: 28
-                text: qsTr("选择颜色") + " " + (index + 1)
+                text: select.named(qsTr("选择颜色") + " " + (index + 1))
                 colors: [select.selectedGradient[index]]
                 onClicked: popup.openWith(select.selectedGradient[index])
 

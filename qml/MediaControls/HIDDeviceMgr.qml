@@ -74,6 +74,11 @@ QtObject {
         messageCache[attributeId] = byteArray;
     }
 
+    // Whether a value of the attribute still waits for the next flush.
+    function isPending(attributeId: int): bool {
+        return attributeId in messageCache;
+    }
+
     // Sends a private message at once.
     function sendPriMessage(attributeId: int, byteArray: var) {
         manager.sendPriMessage(attributeId, byteArray);

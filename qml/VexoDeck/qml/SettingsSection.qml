@@ -9,6 +9,7 @@ Column {
     // Explains the title, behind an icon.
     property string hint: ""
     default property alias rows: rowColumn.data
+    property alias rowSpacing: rowColumn.spacing
     // The card grows beyond this where its texts need more.
     property real minimumCardHeight: 0
 

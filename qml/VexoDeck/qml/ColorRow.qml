@@ -1,0 +1,34 @@
+import QtQuick
+import MediaControls
+import "LightColors.js" as LightColors
+
+/* A row with one colour of the lights, which is kept in the settings. */
+SettingRow {
+    id: colorRow
+
+    required property string key
+    property color defaultColor: ConfigMgr.defaults[key]
+
+    // The user has picked another colour than the stored one, as "#rrggbb".
+    signal picked(color: string)
+
+    function pick(newColor: color) {
+        const text = String(newColor);
+        if (LightColors.same(text, ConfigMgr.getValue(key)))
+            return;
+        picked(text);
+        ConfigMgr.setValue(key, text);
+    }
+
+    CustomColorSelect {
+        id: select
+
+        objectName: "select"
+        anchors.verticalCenter: parent.verticalCenter
+        name: colorRow.text
+        defaultColor: colorRow.defaultColor
+        onColorChanged: newColor => colorRow.pick(newColor)
+    }
+
+    Component.onCompleted: select.selectedColor = Lights.storedColor(key)
+}
