@@ -8,6 +8,7 @@ namespace vexo::emulator {
 // Attributes that the device acts upon.
 inline constexpr std::uint8_t kAttributeAutoGain = 3;
 inline constexpr std::uint8_t kAttributeMicGain = 5;
+inline constexpr std::uint8_t kAttributeBackgroundMode = 14;
 inline constexpr std::uint8_t kAttributeFactoryReset = 27;
 
 // The ids that a model has, ascending. A bootloader has none.

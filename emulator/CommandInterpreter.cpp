@@ -76,6 +76,7 @@ std::span<const CommandInterpreter::Entry> CommandInterpreter::commands() {
         {"send-frame", "send-frame KIND MSGID [VALUE...]", &Self::sendFrame},
         {"send-raw", "send-raw VALUE...", &Self::sendRaw},
         {"deaf", "deaf on|off", &Self::deaf},
+        {"echo", "echo on|off", &Self::echo},
         {"storm", "storm COUNT PER_SECOND ATTR|MSGID", &Self::storm},
         {"identity",
          "identity name|serial|version|address|max-payload|hello-interval|frame-rate|patience|up-time ...",

@@ -77,6 +77,7 @@ private:
     Json sendFrame(Arguments& arguments);
     Json sendRaw(Arguments& arguments);
     Json deaf(Arguments& arguments);
+    Json echo(Arguments& arguments);
     Json storm(Arguments& arguments);
     Json identity(Arguments& arguments);
     Json answer(Arguments& arguments);

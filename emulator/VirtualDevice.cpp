@@ -183,6 +183,7 @@ void VirtualDevice::answerWrite(const LinkFrame& request) {
         link.answer(request, {status, id});
     }
     if (status == kSuccess) {
+        echo(id);
         react(id, value);
     }
 }
@@ -229,6 +230,7 @@ void VirtualDevice::answerMultiWrite(const LinkFrame& request) {
         link.answer(request, std::move(failed));
     }
     for (const auto& [id, value] : stored) {
+        echo(id);
         react(id, value);
     }
 }
@@ -280,6 +282,12 @@ void VirtualDevice::react(std::uint8_t id, const Bytes& value) {
     } else if (id == kAttributeFactoryReset && on) {
         attributes[id] = attributeDefault(model, id);
         resetToFactory();
+    }
+}
+
+void VirtualDevice::echo(std::uint8_t id) {
+    if (echoes && id == kAttributeBackgroundMode) {
+        notify(id);
     }
 }
 

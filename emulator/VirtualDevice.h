@@ -89,6 +89,8 @@ public:
     AnswerSettings answers;
     AnsweredCounts answered;
     AutoGainPlan autoGainPlan;
+    // Whether a mode of the background light that the host wrote is notified, as a turned knob is.
+    bool echoes = true;
     LinkNode link;
 
 private:
@@ -114,6 +116,8 @@ private:
     std::uint8_t store(std::uint8_t id, const Bytes& value);
     // The device's reaction to a written value, after the answer.
     void react(std::uint8_t id, const Bytes& value);
+    // What the subscribers hear of a value that the host wrote.
+    void echo(std::uint8_t id);
     void resetToFactory();
     std::size_t notify(std::uint8_t id);
     void startAutoGain();

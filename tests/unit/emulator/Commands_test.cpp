@@ -115,6 +115,19 @@ TEST_F(Commands, DeafTellsTheHandlesOfTheDevice) {
     EXPECT_EQ(told.size(), 3U);
 }
 
+TEST_F(Commands, TheEchoOfTheBackgroundModeCanBeLost) {
+    host.login();
+    EXPECT_EQ(run("echo off").value("echo", true), false);
+    host.ask(kAttributeWrite, {kAttributeBackgroundMode, 1, 1});
+    EXPECT_TRUE(host.framesOf(kAttributeSubscription).empty());
+    EXPECT_EQ(run("get background_light_off").value("bytes", ""), "01");
+    EXPECT_EQ(run("echo on").value("echo", false), true);
+    host.ask(kAttributeWrite, {kAttributeBackgroundMode, 1, 2});
+    EXPECT_EQ(toHex(host.last(kAttributeSubscription, kNotification).payload), "0E0102");
+    EXPECT_EQ(error("echo"), "on or off is missing");
+    EXPECT_EQ(error("echo maybe"), "the last word must be on or off");
+}
+
 TEST_F(Commands, MessagesOfAnyShapeCanBeSent) {
     host.login();
     run("send-private 0x8002 30");

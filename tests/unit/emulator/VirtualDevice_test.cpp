@@ -207,6 +207,19 @@ TEST(VirtualDevice, NotifiesATurnedKnobOnlyToThoseWhoSubscribed) {
     EXPECT_EQ(host.ask(kAttributeSubscription, {7}), "01");
 }
 
+TEST(VirtualDevice, EchoesAWrittenBackgroundModeAndNoOtherValue) {
+    TestHost host;
+    host.login();
+    host.ask(kAttributeWrite, {5, 1, 20});
+    EXPECT_TRUE(host.framesOf(kAttributeSubscription).empty());
+    host.ask(kAttributeWrite, {14, 1, 3});
+    EXPECT_EQ(toHex(host.last(kAttributeSubscription, kNotification).payload), "0E0103");
+    host.clear();
+    host.ask(kMultiAttributeWrite, {19, 1, 50, 14, 1, 0});
+    ASSERT_EQ(host.framesOf(kAttributeSubscription).size(), 1U);
+    EXPECT_EQ(toHex(host.last(kAttributeSubscription, kNotification).payload), "0E0100");
+}
+
 TEST(VirtualDevice, CutsALongMessageAtTheHostsMaximumAndSumsTheSequences) {
     TestHost host;
     host.sendHello(8);
