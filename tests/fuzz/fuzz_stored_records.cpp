@@ -48,6 +48,7 @@ Item {
     id: reader
 
     readonly property Component equalizer: Component { EqualizerWindow {} }
+    readonly property Component lights: Component { LightingTab { width: 410; height: 760 } }
     readonly property Component mixer: Component { MainSettings { width: 1260; height: 700 } }
 
     function faultOf(key: string): string {
@@ -80,6 +81,7 @@ Item {
         }
         SystemBridge.clearCalls();
         equalizer.createObject(reader).destroy();
+        lights.createObject(reader).destroy();
         mixer.createObject(reader).destroy();
         for (const call of SystemBridge.calls) {
             for (const record of call.configs ?? []) {
@@ -93,11 +95,13 @@ Item {
 }
 )";
 
-/// A warning of a document is a defect; those of the store and of the engine's formats are about the file.
+/// A warning of a document is a defect; those of the store and of the engine's formats are about the file,
+/// and so is that of a text that is no colour.
 void failOnDocumentWarning(QtMsgType type, const QMessageLogContext& context, const QString& text) {
     const QString category = context.category;
     if (type == QtFatalMsg ||
-        (type != QtDebugMsg && type != QtInfoMsg && (category == "qml" || text.contains(".qml:")))) {
+        (type != QtDebugMsg && type != QtInfoMsg && (category == "qml" || text.contains(".qml:")) &&
+         !text.startsWith("Not a colour:"))) {
         std::fprintf(stderr, "warned: %s\n", qPrintable(text));
         std::abort();
     }

@@ -519,12 +519,14 @@ PageTestCase {
             {
                 tag: "wave",
                 row: "waveDirection",
+                name: "波浪",
                 key: "color_bg_wave_dir_index",
                 attribute: "background_wave_light_direction"
             },
             {
                 tag: "input",
                 row: "inputDirection",
+                name: "输入",
                 key: "color_bg_input_illusory_dir_index",
                 attribute: "input_sound_wave_direction"
             }
@@ -549,7 +551,7 @@ PageTestCase {
                 }
             ]);
         }
-        compareData(["tile0", "tile1"].map(name => part(tiles, name).Accessible.name), ["向左", "向右"]);
+        compareData(["tile0", "tile1"].map(name => part(tiles, name).Accessible.name), [row.name + " 向左", row.name + " 向右"]);
         verify(String(part(tiles, "tile0").icon.source).endsWith("icons/left_aw.svg"));
         verify(String(part(tiles, "tile1").icon.source).endsWith("icons/right_aw.svg"));
     }

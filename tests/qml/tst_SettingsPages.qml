@@ -28,6 +28,33 @@ PageTestCase {
         }
     }
 
+    Component {
+        id: lightingTab
+
+        LightingTab {
+            anchors.fill: parent
+        }
+    }
+
+    // The page of the lights, in each form of its background.
+    function lightRows(model) {
+        const gradient = ["preset0", "preset1", "preset2", "own", "resetButton"];
+        const color = ["tile", "resetButton"];
+        const forms = [["wave", [2, 0], ["tile2", ...gradient, "tile1"]], ["static colour", [0, 0], ["tile0", "tile0", ...color]], ["static gradient", [0, 1], ["tile0", "tile1", ...gradient, "color0", "color1", "color2"]], ["breathing colour", [1, 0], ["tile1", "tile0", ...color]], ["breathing loop", [1, 1], ["tile1", "tile1", "tile0", "tile1", "addButton", "deleteButton", "resetButton"]], ["no light", [3, 0], ["tile3"]]];
+        const rest = [...gradient, "tile1", ...color, ...color, ...color, ...color, "brightness", "screenBox"];
+        return forms.map(([form, [effect, type], reached]) => Object.assign({}, model, {
+                tag: model.tag + ", " + form,
+                component: lightingTab,
+                settings: {
+                    color_bg_effect: effect,
+                    color_bg_static_type: type,
+                    color_bg_static_illusory_color_index: 3,
+                    color_bg_bln_type: type
+                },
+                reached: [...reached, ...rest, ...(model.info === voxmicT40 ? ["rgbBox"] : [])]
+            }));
+    }
+
     function pageRows() {
         const rows = [];
         for (const model of modelRows)
@@ -39,7 +66,7 @@ PageTestCase {
                 tag: model.tag + ", monitor",
                 component: monitorTab,
                 reached: ["ratioSlider", "volumeSlider"]
-            }));
+            }), ...(model.info === voxmicM40 ? [] : lightRows(model)));
         return rows;
     }
 
@@ -47,6 +74,9 @@ PageTestCase {
     function openFullPage(row) {
         for (const key of ["ai_jianzao", "device_boom", "device_compressor", "device_equalizer"])
             ConfigMgr.setValue(key, true);
+        for (const key of Object.keys(row.settings ?? {}))
+            ConfigMgr.setValue(key, row.settings[key]);
+        ConfigMgr.setStringList("color_bg_bln_cyc_color", ["#112233", "#445566"]);
         pageComponent = row.component;
         openPage(row.info);
     }

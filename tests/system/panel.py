@@ -132,6 +132,19 @@ class Panel:
     def click(self, role, name):
         self.stage.click(name, role)
 
+    def pick(self, name, color, opens):
+        """Types a colour into the picker of a tile, which has to be opened or is open, and closes the picker."""
+        if opens:
+            self.click("button", name)
+        self.stage.click_control(self.wait_at_rest("HEX", "text"))
+        self.type_color(color)
+
+    def type_color(self, color):
+        """Into the field of a picker that has the focus. Then the picker is closed."""
+        self.stage.xdotool("type", color[1:])
+        self.stage.xdotool("key", "Escape")
+        self.stage.wait_no_text("HEX", "text")
+
     def press_slider(self, name):
         """Presses the mouse on a slider's handle; gives its place, for move_slider."""
         slider = self.wait_at_rest(name, "slider")

@@ -16,6 +16,7 @@ BUTTON = "button"
 
 # The window of the automatic gain.
 MEASUREMENT = "自动增益"
+EFFECTS = ["静态", "呼吸", "波浪", "关闭"]
 SCENES = ["原声", "播客", "游戏", "直播", "自定义"]
 STRENGTHS = ["弱降噪", "强降噪"]
 
@@ -47,6 +48,17 @@ class Drag:
     attribute: str | None
     text: object  # function (step) -> str
     shows: dict = field(default_factory=dict)
+    # function (step) -> the byte that is written
+    byte_of: object = round
+
+
+@dataclass(frozen=True)
+class Pick:
+    """A colour that is typed into the picker which a click on a tile opens, or which is open already."""
+    name: str
+    color: str
+    writes: list = field(default_factory=list)
+    opens: bool = True
 
 
 @dataclass(frozen=True)
@@ -65,6 +77,10 @@ class Model:
     microphone: list
     monitor: list
     turns: list
+    # What is done on the page of the lights, the controls that it begins with in tab order, and its hardware values.
+    lighting: list
+    lighting_tab_order: list
+    lighting_turns: list
     # The controls of the microphone page when everything on it is off, in tab order.
     tab_order: list
     # The same when everything on it is on.
@@ -198,6 +214,131 @@ def turns(low_gain, high_gain, low, high):
     ]
 
 
+def wire(*colors):
+    """Texts "#RRGGBB" as the device takes them."""
+    return "".join(color[5:7] + color[3:5] + color[1:3] + "00" for color in colors).upper()
+
+
+def samples(colors, count):
+    """A gradient of three colours in `count` steps, the middle colour among them."""
+    middle, last = (count - 1) // 2, count - 1
+
+    def channels(color):
+        return [int(color[at:at + 2], 16) for at in (1, 3, 5)]
+
+    def between(first, second, share):
+        return "#" + "".join(f"{math.floor(a + (b - a) * share + 0.5):02X}"
+                             for a, b in zip(channels(first), channels(second)))
+
+    return [between(colors[0], colors[1], step / middle) if step <= middle else
+            between(colors[1], colors[2], (step - middle) / (last - middle)) for step in range(count)]
+
+
+RAINBOW = [["#FDE725", "#27FFDE", "#FDE725"], ["#5D36FA", "#E720F9", "#5D36FA"], ["#E02903", "#FDE725", "#E02903"]]
+INPUT_LEVELS = [["#00FF00", "#FF9900", "#FF0000"], RAINBOW[1], RAINBOW[2]]
+BLACK, VIOLET = "#000000", "#3F2EF8"
+INDICATORS = [("麦克风增益", "mic_gain_light_color", "#00FF00"), ("监听音量", "listen_volume_light_color", "#FFFF00"),
+              ("麦克风/电脑音量监听比", "mic_listen_ratio_light_color", "#0000FF"), ("静音", "rgb_light_off", "#FF0000")]
+SCREEN_BOX = "关闭显示屏时自动关灯"
+RGB_BOX = "关闭RGB灯"
+
+
+def effect(index):
+    return Click(TILE, EFFECTS[index], [("background_light_off", byte((index + 1) % 4))], selected(EFFECTS, index))
+
+
+def directions(name, attribute):
+    names = [f"{name} 向左", f"{name} 向右"]
+    return [Click(TILE, names[index], [(attribute, byte(1 - index))], selected(names, index)) for index in (0, 1)]
+
+
+def gradient(name, attribute, presets, list_of):
+    """Every button of a gradient, and the colours of the own one."""
+    own = ["#102030", *presets[2][1:]]
+    return [
+        *(Click(BUTTON, f"{name} 渐变 {index + 1}", [(attribute, wire(*list_of(index, colors)))])
+          for index, colors in enumerate(presets)),
+        Click(BUTTON, f"{name} 自定义", [(attribute, wire(*list_of(3, presets[2])))]),
+        Pick(f"{name} 选择颜色 1", own[0], [(attribute, wire(*list_of(3, own)))]),
+        Pick(f"{name} 选择颜色 3", "#405060", [(attribute, wire(*list_of(3, [*own[:2], "#405060"])))]),
+        Click(BUTTON, f"{name} 重置", [(attribute, wire(*list_of(0, presets[0])))], {(BUTTON, f"{name} 选择颜色 1"): None}),
+    ]
+
+
+def static_light(count):
+    attribute = "background_static_effect"
+    return [
+        effect(0),
+        Click(TILE, "幻彩", [(attribute, wire(*samples(RAINBOW[0], count)))], {(BUTTON, "颜色 选择颜色"): None}),
+        *gradient("幻彩", attribute, RAINBOW, lambda index, colors: samples(colors, count)),
+        Click(TILE, "单色", [(attribute, wire(VIOLET) * count)], {(BUTTON, "颜色 选择颜色"): VIOLET.lower()}),
+        # Thirty on every model.
+        Pick("颜色 选择颜色", "#10A0F0", [(attribute, wire("#10A0F0") * 30)]),
+        Click(BUTTON, "颜色 重置", [(attribute, wire(VIOLET) * 30)]),
+    ]
+
+
+def breathing_light():
+    attribute = "background_breath_effect"
+
+    def seven(*colors):
+        return [(attribute, wire(*colors, *[BLACK] * (7 - len(colors))))]
+
+    return [
+        effect(1),
+        Click(TILE, "循环", seven(VIOLET), {(BUTTON, "添加颜色"): ""}),
+        # A copy of the last colour, whose picker opens.
+        Click(BUTTON, "添加颜色", seven(VIOLET, VIOLET)),
+        Pick("颜色 2", "#A1B2C3", seven(VIOLET, "#A1B2C3"), opens=False),
+        Click(BUTTON, "删除颜色", seven(VIOLET), {(BUTTON, "颜色 2"): None}),
+        Click(TILE, "单色", seven(VIOLET)),
+        Pick("颜色 选择颜色", "#0A0B0C", seven("#0A0B0C")),
+        Click(BUTTON, "颜色 重置", seven("#0075FF")),
+    ]
+
+
+def lighting(count, input_count, t40):
+    """Every control of the page of the lights. It begins with the wave."""
+
+    def input_list(index, colors):
+        if index != 0:
+            return samples(colors, input_count)
+        return [color for color, copies in zip(colors, (4, 1, 1) if t40 else (21, 6, 3)) for color in [color] * copies]
+
+    rows = [
+        *gradient("波浪", "background_wave_effect", RAINBOW, lambda index, colors: samples(colors, count)),
+        *directions("波浪", "background_wave_light_direction"),
+        *static_light(count),
+        *breathing_light(),
+        Click(TILE, "关闭", [("background_light_off", "00")], selected(EFFECTS, 3) | {(TILE, "单色"): None}),
+        effect(2),
+        *gradient("输入", "input_sound_wave_light_color", INPUT_LEVELS, input_list),
+        *directions("输入", "input_sound_wave_direction"),
+    ]
+    for name, attribute, color in INDICATORS:
+        rows += [Pick(f"{name} 选择颜色", "#123456", [(attribute, "56341200")]),
+                 Click(BUTTON, f"{name} 重置", [(attribute, wire(color))])]
+    rows.append(Drag("亮度", [1, 0.01], "rgb_light_brightness", lambda value: percent(value * 100),
+                     byte_of=lambda value: round(value * 100)))
+    # The box for the screen asks for a bus that is not there: lights_test.py has one.
+    return rows + (flip(RGB_BOX, "other_light_off") if t40 else [])
+
+
+def lighting_tab_order(t40):
+    def buttons(name):
+        return [(BUTTON, f"{name} {what}") for what in ("渐变 1", "渐变 2", "渐变 3", "自定义", "重置")] + [
+            (TILE, f"{name} 向左"), (TILE, f"{name} 向右")]
+
+    return [*((TILE, name) for name in EFFECTS), *buttons("波浪"), *buttons("输入"),
+            *((BUTTON, f"{name} {what}") for name, _, _ in INDICATORS for what in ("选择颜色", "重置")),
+            (SLIDER, "亮度"), (SWITCH, SCREEN_BOX), *([(SWITCH, RGB_BOX)] if t40 else [])]
+
+
+def lighting_turns(t40):
+    mode = Turn("background_light_off", [1, 2, 0, 3], lambda value: selected(EFFECTS, (value - 1) % 4))
+    return [mode, *([switch_turn("other_light_off", RGB_BOX)] if t40 else [])]
+
+
 MIXDESK_R2 = Model(
     word="r2",
     name="VEXO Mixdesk R2",
@@ -216,14 +357,16 @@ MIXDESK_R2 = Model(
     ],
     monitor=monitor(1, 30, 29),
     turns=turns(1, 30, 1, 30) + [switch_turn("power", "48V幻象电源")],
+    lighting=lighting(30, 30, False),
+    lighting_tab_order=lighting_tab_order(False),
+    lighting_turns=lighting_turns(False),
     tab_order=[(SLIDER, "增益"), (BUTTON, "开始检测"), (SWITCH, "静音"), (SWITCH, "48V幻象电源"), (SWITCH, "防爆音"),
                (BUTTON, "均衡器")],
-    unseen={"listen_output": "监听输出", "other_light_off": "其他灯光开关", "background_light_off": "背景灯光模式",
-            "anti_noise": "防破音"},
+    unseen={"listen_output": "监听输出", "other_light_off": "其他灯光开关", "anti_noise": "防破音"},
 )
 
 
-def microphone_model(word, name, pages):
+def microphone_model(word, name, pages, t40):
     return Model(
         word=word,
         name=name,
@@ -241,15 +384,19 @@ def microphone_model(word, name, pages):
             switch_turn("anti_noise", "防爆音"),
             Turn("ai_jianzao", [1, 2, 2, 0], noise_reduction),
         ],
+        lighting=lighting(12, 6, True) if t40 else [],
+        lighting_tab_order=lighting_tab_order(True) if t40 else [],
+        lighting_turns=lighting_turns(True) if t40 else [],
         tab_order=[(SLIDER, "增益"), (SWITCH, "自动增益"), (SWITCH, "静音"), *((TILE, name) for name in SCENES),
                    (SWITCH, "AI降噪"), (SWITCH, "防爆音"), (SWITCH, "压缩器"), (BUTTON, "均衡器")],
         full_tab_order=[(SLIDER, "增益"), (SWITCH, "自动增益"), (SWITCH, "静音"), *((TILE, name) for name in SCENES),
                         (SWITCH, "AI降噪"), *((TILE, name) for name in STRENGTHS), (SWITCH, "防爆音"),
                         (SLIDER, "防爆音"), (SWITCH, "压缩器"), (SLIDER, "压缩器"), (BUTTON, "均衡器")],
-        unseen={"listen_output": "监听输出", "other_light_off": "其他灯光开关"},
+        unseen={"listen_output": "监听输出"} | ({} if t40 else {"other_light_off": "其他灯光开关"}),
     )
 
 
-VOXMIC_M40 = microphone_model("m40", "VEXO Voxmic M40", [MICROPHONE_PAGE, MONITOR_PAGE, GENERAL_PAGE])
-VOXMIC_T40 = microphone_model("t40", "VEXO Voxmic T40", [MICROPHONE_PAGE, MONITOR_PAGE, LIGHTING_PAGE, GENERAL_PAGE])
+VOXMIC_M40 = microphone_model("m40", "VEXO Voxmic M40", [MICROPHONE_PAGE, MONITOR_PAGE, GENERAL_PAGE], False)
+VOXMIC_T40 = microphone_model("t40", "VEXO Voxmic T40", [MICROPHONE_PAGE, MONITOR_PAGE, LIGHTING_PAGE, GENERAL_PAGE],
+                              True)
 MONITOR_CONTROLS = {(SLIDER, "麦克风/电脑监听比"), (SLIDER, "监听音量")}

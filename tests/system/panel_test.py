@@ -7,7 +7,7 @@ import unittest
 import panel_table as table
 from log_check import TYPED_LOG, warnings_of
 from panel import Panel
-from panel_table import Click, CloseWindow
+from panel_table import Click, CloseWindow, Pick
 from screens import BACK_BUTTON, WAITING_TITLE
 from stage import Stage, wait_until
 from system_case import BUILD, SystemCase
@@ -59,6 +59,9 @@ class PanelWalk(SystemCase):
                 elif isinstance(row, CloseWindow):
                     self.panel.close_window(row.title, row.key)
                     self.await_writes(row)
+                elif isinstance(row, Pick):
+                    self.panel.pick(row.name, row.color, row.opens)
+                    self.await_writes(row)
                 else:
                     self.do_drag(row)
         self.prove_silence()
@@ -84,14 +87,14 @@ class PanelWalk(SystemCase):
             self.panel.wait_shown({(table.SLIDER, row.name): value, ("description of", row.name): row.text(value)})
             if row.attribute:
                 # The mouse button is still pressed.
-                self.stage.emulator(f"wait value {row.attribute} {table.byte_word(value)} 3000")
+                self.stage.emulator(f"wait value {row.attribute} {table.byte_word(row.byte_of(value))} 3000")
         self.panel.release()
         self.panel.wait_shown({(table.SLIDER, row.name): row.values[-1]} | row.shows)
         if not row.attribute:
             return
         writes = self.stage.emulator("writes")["writes"]
         self.assertEqual({write["attribute"] for write in writes}, {row.attribute})
-        self.assertEqual(writes[-1]["bytes"], table.byte(row.values[-1]))
+        self.assertEqual(writes[-1]["bytes"], table.byte(row.byte_of(row.values[-1])))
         times = [write["timeMs"] for write in writes]
         # One write every 500 ms. On a busy machine one may be late and the next in time.
         self.assertLessEqual((len(times) - 1) * 500, times[-1] - times[0] + 400, times)
@@ -122,13 +125,21 @@ class PanelWalk(SystemCase):
         frame = microphone - self.model.controls
         self.assertEqual(self.shown_controls(), frame | table.MONITOR_CONTROLS)
         self.walk(self.model.monitor)
+        if self.model.lighting:
+            self.panel.open_page(table.LIGHTING_PAGE)
+            self.panel.wait(table.TILE, table.EFFECTS[0])
+            self.assertEqual(self.shown_controls(), frame | set(self.model.lighting_tab_order))
+            self.walk(self.model.lighting)
 
     def check_turns(self):
         self.panel.open()
         self.panel.clear()
         monitor = {"listen_volume", "mic_listen_ratio"}
         for page, turns in ((table.MICROPHONE_PAGE, [turn for turn in self.model.turns if turn.attribute not in monitor]),
-                            (table.MONITOR_PAGE, [turn for turn in self.model.turns if turn.attribute in monitor])):
+                            (table.MONITOR_PAGE, [turn for turn in self.model.turns if turn.attribute in monitor]),
+                            (table.LIGHTING_PAGE, self.model.lighting_turns)):
+            if not turns:
+                continue
             self.panel.open_page(page)
             for turn in turns:
                 for value in turn.values:
@@ -172,6 +183,12 @@ class PanelWalk(SystemCase):
         self.wait_focus("page tab", table.MONITOR_PAGE)
         for name, attribute in (("麦克风/电脑监听比", "mic_listen_ratio"), ("监听音量", "listen_volume")):
             self.check_arrows(name, attribute, self.panel.wait(table.SLIDER, name)["value"])
+        if self.model.lighting:
+            self.tab_to("page tab", table.MONITOR_PAGE)
+            self.press("Right")
+            self.wait_focus("page tab", table.LIGHTING_PAGE)
+            self.check_tab_order(self.model.lighting_tab_order, set(self.model.lighting_tab_order))
+            self.check_lighting_keys()
         self.tab_to("push button menu", "更多")
         self.press("space")
         self.stage.wait_text("帮助", "menu item")
@@ -182,11 +199,26 @@ class PanelWalk(SystemCase):
         self.press("Escape")
         self.stage.wait_no_text(BACK_BUTTON, "button")
 
-    def check_tab_order(self, controls):
+    def check_lighting_keys(self):
+        """An effect by the arrows, and a colour by the keyboard alone."""
+        self.panel.clear()
+        self.tab_to(table.TILE, table.EFFECTS[2])
+        self.press("Left")
+        self.panel.wait_shown(table.selected(table.EFFECTS, 1))
+        self.panel.wait_writes([("background_light_off", "02")])
+        self.panel.clear()
+        self.tab_to(table.BUTTON, "静音 选择颜色")
+        self.press("Return")
+        self.stage.wait_text("HEX", "text")
+        self.tab_to("text", "HEX")
+        self.panel.type_color("#AB0102")
+        self.panel.wait_writes([("rgb_light_off", "0201AB00")])
+
+    def check_tab_order(self, controls, wanted=None):
         """Of the tiles in a row the selected one has the tab stop."""
         expected = [control for control in controls
                     if control[0] != table.TILE or self.panel.is_checked(*control)]
-        wanted = self.model.controls | self.model.more_controls
+        wanted = wanted or self.model.controls | self.model.more_controls
         reached = [control for control in self.tab_until_it_repeats() if control in wanted]
         # The round may begin at any control.
         begin = reached.index(expected[0])
@@ -212,7 +244,7 @@ class PanelWalk(SystemCase):
 
     def focused_control(self):
         return next((control for control in self.stage.controls() if "focused" in control["states"]
-                     and control["role"] not in ("panel", "layered pane", "frame")), None)
+                     and control["role"] not in ("panel", "layered pane", "frame", "dialog")), None)
 
     def focused(self):
         control = self.focused_control()

@@ -9,15 +9,16 @@ import socket
 import struct
 import time
 
-METHOD_CALL, METHOD_RETURN, ERROR = 1, 2, 3
-PATH, INTERFACE, MEMBER, REPLY_SERIAL, DESTINATION, SIGNATURE = 1, 2, 3, 5, 6, 8
+METHOD_CALL, METHOD_RETURN, ERROR, SIGNAL = 1, 2, 3, 4
+PATH, INTERFACE, MEMBER, REPLY_SERIAL, DESTINATION, SENDER, SIGNATURE = 1, 2, 3, 5, 6, 7, 8
 
 
-def _padded(data, alignment):
+def padded(data, alignment):
+    """With zeros behind it, up to a multiple of the alignment."""
     return data + b"\0" * (-len(data) % alignment)
 
 
-def _field(code, kind, text):
+def field(code, kind, text):
     """A field of a message's header."""
     encoded = text.encode()
     length = struct.pack("<B" if kind == "g" else "<I", len(encoded))
@@ -29,13 +30,13 @@ def text_argument(*texts):
     body = b""
     for text in texts:
         encoded = text.encode()
-        body = _padded(body, 4) + struct.pack("<I", len(encoded)) + encoded + b"\0"
+        body = padded(body, 4) + struct.pack("<I", len(encoded)) + encoded + b"\0"
     return body
 
 
 def receiver(name, path):
     """An object of a program of the bus, for Question.to()."""
-    return _padded(_padded(_field(PATH, "o", path), 8) + _field(DESTINATION, "s", name), 8)
+    return padded(padded(field(PATH, "o", path), 8) + field(DESTINATION, "s", name), 8)
 
 
 class Question:
@@ -43,9 +44,9 @@ class Question:
 
     def __init__(self, interface, member, read, signature="", body=b""):
         # Each field begins at a multiple of 8; the padding behind the last one does not count as a part of them.
-        self.fields = _padded(_field(INTERFACE, "s", interface), 8) + _field(MEMBER, "s", member)
+        self.fields = padded(field(INTERFACE, "s", interface), 8) + field(MEMBER, "s", member)
         if signature:
-            self.fields = _padded(self.fields, 8) + _field(SIGNATURE, "g", signature)
+            self.fields = padded(self.fields, 8) + field(SIGNATURE, "g", signature)
         self.body = body
         self.read = read
 
@@ -53,7 +54,7 @@ class Question:
         """The message that asks a receiver()."""
         fields = fields + self.fields
         header = struct.pack("<cBBBIII", b"l", METHOD_CALL, 0, 1, len(self.body), serial, len(fields))
-        return _padded(header + fields, 8) + self.body
+        return padded(header + fields, 8) + self.body
 
 
 def read_text(body, at=0):
@@ -116,6 +117,11 @@ class Bus:
 
     def _next_message(self):
         """Type, serial of the call that it answers, and body of the next message."""
+        head, body = self.next_parts()
+        return head[1], self._reply_serial(head, 16 + struct.unpack_from("<I", head, 12)[0]), body
+
+    def next_parts(self):
+        """The next message: its header with the padding behind it, and its body."""
         while True:
             if len(self.received) >= 16:
                 body_length, _, fields_length = struct.unpack_from("<III", self.received, 4)
@@ -127,7 +133,7 @@ class Bus:
                 raise ConnectionError("the bus is gone")
             self.received += received
         message, self.received = self.received[:begin + body_length], self.received[begin + body_length:]
-        return message[1], self._reply_serial(message, 16 + fields_length), message[begin:]
+        return message[:begin], message[begin:]
 
     @staticmethod
     def _reply_serial(message, end):

@@ -7,6 +7,8 @@ SettingRow {
 
     required property string key
     required property int attribute
+    // What moves, for a screen reader.
+    required property string name
 
     function choose(index: int) {
         tiles.selectIndex = index;
@@ -23,14 +25,14 @@ SettingRow {
         width: 120
         tileHeight: 32
         iconsOnly: true
-        name: directionRow.text
+        name: directionRow.name + " " + directionRow.text
         tiles: [
             {
-                text: qsTr("向左"),
+                text: directionRow.name + " " + qsTr("向左"),
                 icon: VxConfig.iconUrl("icons/left_aw.svg", "")
             },
             {
-                text: qsTr("向右"),
+                text: directionRow.name + " " + qsTr("向右"),
                 icon: VxConfig.iconUrl("icons/right_aw.svg", "")
             }
         ]

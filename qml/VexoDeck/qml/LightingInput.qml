@@ -30,6 +30,7 @@ SettingsSection {
 
     DirectionRow {
         objectName: "inputDirection"
+        name: qsTr("输入")
         key: ConfigMgr.keys.color_bg_input_illusory_dir_index
         attribute: HIDDeviceMgr.attrs.input_sound_wave_direction
     }

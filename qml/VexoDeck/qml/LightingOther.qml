@@ -25,6 +25,7 @@ SettingsSection {
     objectName: "other"
     title: qsTr("其他")
     minimumCardHeight: isT40 ? 180 : 140
+    rowSpacing: 2
 
     SettingRow {
         text: qsTr("亮度")

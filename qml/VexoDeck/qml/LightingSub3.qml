@@ -17,6 +17,7 @@ Column {
 
     DirectionRow {
         objectName: "waveDirection"
+        name: qsTr("波浪")
         key: ConfigMgr.keys.color_bg_wave_dir_index
         attribute: HIDDeviceMgr.attrs.background_wave_light_direction
     }
