@@ -26,6 +26,8 @@ def _list():
             pictures[f"{name}-{model}"] = Picture(step)
         if model != "r2":
             pictures[f"drawer-boost-{model}"] = Picture(step)
+    for name, model in {"r2": "r2", "static": "r2", "picker": "r2", "breathing": "t40", "t40": "t40"}.items():
+        pictures[f"drawer-lighting-{name}"] = Picture(f"program {model}", palette=False)
     for name in ("dialog", "upgrade-r2", "upgrade-m40", "upgrade-t40", "upgrade-failed-r2", "upgrade-done-r2"):
         pictures[name] = Picture("upgrade")
     for name in ("empty", "popup", "full", "clipping", "solo"):

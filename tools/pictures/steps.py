@@ -5,8 +5,8 @@ import pathlib
 import subprocess
 from dataclasses import dataclass
 
-from screens import (CONNECTED, MICROPHONE_PAGE, MONITOR_PAGE, SETTINGS_BUTTON, START_BUTTON, WAITING_TITLE, close_menu,
-                     open_drawer, open_main, open_menu)
+from screens import (CONNECTED, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, SETTINGS_BUTTON, START_BUTTON,
+                     WAITING_TITLE, close_menu, open_drawer, open_main, open_menu)
 from stage import Stage
 from windows import WindowsStage
 
@@ -56,13 +56,44 @@ def take_program(model, builds, folder):
         for name, tab in {"microphone": MICROPHONE_PAGE, "monitor": MONITOR_PAGE}.items():
             stage.click(tab, "page tab")
             camera.take(f"drawer-{name}-{model}")
+        if model != "m40":
+            take_lights(stage, camera, model)
         if model != "r2":
             stage.click(MICROPHONE_PAGE, "page tab")
             stage.click(SCENE_GAME, "radio button")
             stage.wait_text("强降噪", "radio button")
-            # The lower half of the page.
-            stage.xdotool("mousemove", *PAGE_MARGIN, "click", "--repeat", 20, 5)
+            scroll_down(stage)
             camera.take(f"drawer-boost-{model}")
+
+
+def take_lights(stage, camera, model):
+    """The page of the lights, each model with other sub-pages of its background."""
+    stage.click(LIGHTING_PAGE, "page tab")
+    stage.wait_text("波浪", "radio button")
+    if model == "r2":
+        camera.take(f"drawer-lighting-{model}")
+        stage.click("静态", "radio button")
+        stage.wait_text("幻彩", "radio button")
+        stage.click("幻彩", "radio button")
+        stage.click("幻彩 自定义", "button")
+        stage.wait_text("幻彩 选择颜色 1", "button")
+        camera.take("drawer-lighting-static")
+        stage.click("幻彩 选择颜色 1", "button")
+        stage.wait_text("HEX", "text")
+        camera.take("drawer-lighting-picker")
+        stage.xdotool("key", "Escape")
+    else:
+        stage.click("呼吸", "radio button")
+        stage.click("循环", "radio button")
+        stage.wait_text("添加颜色", "button")
+        camera.take("drawer-lighting-breathing")
+        scroll_down(stage)
+        camera.take(f"drawer-lighting-{model}")
+
+
+def scroll_down(stage):
+    """To the lower half of a page of the drawer."""
+    stage.xdotool("mousemove", *PAGE_MARGIN, "click", "--repeat", 20, 5)
 
 
 def take_documents(part, builds, folder):
