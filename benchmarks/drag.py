@@ -1,5 +1,5 @@
 """Frames while a slider of the device drawer is dragged, on software rendering, with and without a storm of reports,
-and how long the window takes to answer while the device takes nothing.
+while a colour is drawn, and how long the window takes to answer while the device takes nothing.
 
     tools/env python3 benchmarks/drag.py --build build/release [--seconds 10]
 
@@ -20,7 +20,7 @@ import time
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tools" / "stage"))
 
 from budget_table import Row, print_table  # noqa: E402
-from screens import open_drawer, open_main  # noqa: E402
+from screens import LIGHTING_PAGE, open_drawer, open_main  # noqa: E402
 from stage import Stage  # noqa: E402
 from stall_log import StallLog  # noqa: E402
 
@@ -31,6 +31,8 @@ FRAME_BUDGET_MS = 1000 / 60
 STALL_BUDGET_MS = 50
 HUNG_STALL_BUDGET_MS = 100
 HUNG = "a device that takes nothing"
+# The surfaces of the colour picker, by the names that a screen reader says.
+SURFACES = {"hue and saturation of a light": "色相和饱和度", "lightness of a light": "明度"}
 # The line of a write of the user's.
 WRITTEN = "发送消息到设备:"
 # The lines of Qt's two render loops at the end of a frame.
@@ -65,6 +67,43 @@ def drag(stage, slider, seconds):
     end = time.monotonic() + seconds
     while time.monotonic() < end:
         stage.xdotool(*words)
+
+
+def draw_colour(stage, surface, seconds):
+    """A hand that goes through a surface once a second, in steps of 8 ms. Each step makes thirty colours for the device."""
+    left, top, width, height = stage.wait_text(surface, "slider")["extents"]
+    words = []
+    for step in range(125):
+        share = abs(2 * ((step / 125) % 1) - 1)
+        words += ["mousemove", round(left + 1 + share * (width - 2)), round(top + height / 4 + share * height / 2), "sleep",
+                  "0.008"]
+    stage.xdotool("mousemove", left + width // 2, top + height // 2, "mousedown", 1)
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        stage.xdotool(*words)
+    stage.xdotool("mouseup", 1)
+
+
+def measure_colours(build, seconds):
+    """What measure() gives for each surface of the picker."""
+    with Stage(build, ["t40"], plugged=True) as stage:
+        stalls = StallLog(build.resolve(), stage.folder / "stalls.log")
+        program = stage.start_program(environment=TRACE | SOFTWARE_DRAWING | stalls.environment)
+        open_main(stage)
+        open_drawer(stage)
+        stage.click(LIGHTING_PAGE, "page tab")
+        stage.click("静态", "radio button")
+        stage.click("颜色 选择颜色", "button")
+        stage.wait_text("HEX", "text")
+        stage.steady_screenshot(stage.folder / "picker.png")
+        measured = {}
+        for name, surface in SURFACES.items():
+            draw_colour(stage, surface, 1)
+            written = program.log.count(WRITTEN)
+            measured[name] = measure(program, stalls, lambda chosen=surface: draw_colour(stage, chosen, seconds))
+            if program.log.count(WRITTEN) == written:
+                raise SystemExit(f"{name}: nothing was written")
+        return measured
 
 
 def storm_of_every_kind(stage, seconds):
@@ -118,6 +157,7 @@ def main():
         phases[HUNG] = measure(program, stalls, lambda: drag(stage, slider, 2 * arguments.seconds))
         if program.log.count(WRITTEN) == written:
             raise SystemExit("the device that takes nothing was written nothing")
+    phases |= measure_colours(arguments.build, arguments.seconds)
 
     rows = []
     plain_work, _, plain_waits = phases["drag"]

@@ -36,20 +36,6 @@ DragSurface {
             return Math.abs(area.lightness - paintedLightness) >= 0.001;
         }
 
-        function hueChannel(hue: real, offset: real): real {
-            // 1 around the channel's own hue, 0 opposite, straight in between.
-            const distance = Math.abs((hue + offset) % 360 - 180);
-            return Math.max(0, Math.min(1, distance / 60 - 1));
-        }
-
-        // How much of a pixel lies inside of the rounded corners.
-        function coverage(x: int, y: int, columns: int, rows: int): real {
-            const radius = VxTheme.radiusLarge;
-            const dx = Math.max(radius - x - 0.5, x + 0.5 - (columns - radius), 0);
-            const dy = Math.max(radius - y - 0.5, y + 0.5 - (rows - radius), 0);
-            return dx > 0 && dy > 0 ? Math.max(0, Math.min(1, radius + 0.5 - Math.hypot(dx, dy))) : 1;
-        }
-
         objectName: "canvas"
         anchors.fill: parent
 
@@ -60,25 +46,25 @@ DragSurface {
             const rows = Math.floor(height);
             if (!context || columns < 1 || rows < 1)
                 return;
-            const image = context.createImageData(columns, rows);
-            const bytes = image.data;
-            const hues = [];
-            for (let x = 0; x < columns; x++) {
-                const hue = x / columns * 360;
-                hues.push(hueChannel(hue, 0) - 0.5, hueChannel(hue, 240) - 0.5, hueChannel(hue, 120) - 0.5);
-            }
-            let at = 0;
-            for (let y = 0; y < rows; y++) {
-                const chroma = (1 - Math.abs(2 * area.lightness - 1)) * (1 - y / rows);
-                for (let x = 0; x < columns; x++) {
-                    for (let channel = 0; channel < 3; channel++)
-                        bytes[at++] = Math.round(255 * (area.lightness + chroma * hues[3 * x + channel]));
-                    bytes[at++] = Math.round(255 * coverage(x, y, columns, rows));
-                }
-            }
             context.clearRect(0, 0, columns, rows);
-            // putImageData() draws nothing without the rectangle.
-            context.putImageData(image, 0, 0, 0, 0, columns, rows);
+            context.fillStyle = "black";
+            context.beginPath();
+            context.roundedRect(0, 0, columns, rows, VxTheme.radiusLarge, VxTheme.radiusLarge);
+            context.fill();
+            // Stays inside of the rounded corners.
+            context.globalCompositeOperation = "source-atop";
+            for (let x = 0; x < columns; x++) {
+                context.fillStyle = Qt.hsla(x / columns, 1, area.lightness, 1);
+                // Reaches into the next column, so that no gap shows on a scaled display.
+                context.fillRect(x, 0, 2, rows);
+            }
+            // At one lightness each channel runs straight from a full hue to the grey. Begins in the middle of the first row.
+            const greys = context.createLinearGradient(0, 0.5, 0, rows + 0.5);
+            greys.addColorStop(0, Qt.hsla(0, 0, area.lightness, 0));
+            greys.addColorStop(1, Qt.hsla(0, 0, area.lightness, 1));
+            context.fillStyle = greys;
+            context.fillRect(0, 0, columns, rows);
+            context.globalCompositeOperation = "source-over";
         }
         onVisibleChanged: {
             if (visible)
@@ -86,7 +72,7 @@ DragSurface {
         }
     }
 
-    // Painting is expensive: at most once a frame, and only when the lightness has changed.
+    // At most once a frame, and only when the lightness has changed.
     Timer {
         id: repaintTimer
 
