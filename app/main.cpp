@@ -2,6 +2,7 @@
 #include "app/InstanceGuard.h"
 #include "app/ScriptEngines.h"
 #include "app/SettingsManager.h"
+#include "app/TranslationManager.h"
 #include "app/UnexpectedExit.h"
 #include "bridge/SystemBridge.h"
 #include "device/HIDHotplugManager.h"
@@ -84,8 +85,10 @@ int main(int argc, char* argv[]) {
     }
 
     QQmlApplicationEngine engine;
-    SettingsManager::instance();
+    // Before any document is loaded, so that the first one is translated; it also makes the settings store.
+    TranslationManager::instance()->setEngine(&engine);
     registerService<SettingsManager>("VexoDeckSettings", "SettingsManager");
+    registerService<TranslationManager>("VexoDeckTranslation", "TranslationManager");
     const QPointer<SystemBridge> bridge = SystemBridge::instance();
     bridge->setSettingsReader([](const QString& key) { return SettingsManager::instance()->getValue(key); });
     bridge->initializeMonitorDevice();

@@ -2,7 +2,7 @@
 install(TARGETS VexoDeck RUNTIME DESTINATION .)
 
 if(CMAKE_CROSSCOMPILING)
-    # Of Qt: the plugins and QML modules that the program loads by name, and a file that says where they are.
+    # Of Qt: the plugins, QML modules and texts that the program loads by name, and a file that says where they are.
     set(qt "${QT6_INSTALL_PREFIX}")
     set(plugins imageformats multimedia platforms sqldrivers styles tls)
     foreach(plugin IN LISTS plugins)
@@ -16,6 +16,11 @@ if(CMAKE_CROSSCOMPILING)
         PATTERN "Universal" EXCLUDE
         PATTERN "NativeStyle" EXCLUDE
         PATTERN "Windows" EXCLUDE)
+    # Not every Qt for Windows has them.
+    if(EXISTS "${qt}/${QT6_INSTALL_TRANSLATIONS}")
+        install(DIRECTORY "${qt}/${QT6_INSTALL_TRANSLATIONS}/" DESTINATION translations
+            FILES_MATCHING PATTERN "qt_*.qm" PATTERN "qtbase_*.qm")
+    endif()
     file(CONFIGURE OUTPUT "${CMAKE_CURRENT_BINARY_DIR}/qt.conf" CONTENT "[Paths]\nPrefix=.\nPlugins=plugins\nQmlImports=qml\n")
     install(FILES "${CMAKE_CURRENT_BINARY_DIR}/qt.conf" DESTINATION .)
 

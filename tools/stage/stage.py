@@ -288,8 +288,9 @@ class Stage:
 
     # ---- the program
 
-    def start_program(self, executable=None, environment=None, real_bus=False):
-        env = dict(self.env, **(environment or {}))
+    def start_program(self, executable=None, environment=None, real_bus=False, language="zh_CN"):
+        """`language`: what the system tells the program that its user speaks, as in LANGUAGE."""
+        env = self.env | {"LANGUAGE": language} | (environment or {})
         if not real_bus:
             env["LD_LIBRARY_PATH"] = str(self.build / "emulator" / "hidapi")
         executable = executable or self.build / "app" / "VexoDeck"

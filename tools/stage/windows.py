@@ -64,6 +64,8 @@ class WindowsStage(Stage):
         hidapi.unlink()
         hidapi.symlink_to(self.windows_build / "emulator" / "hidapi" / "libhidapi.dll")
         self.wine("reg", "delete", STORE_KEY, "/f", check=False)
+        # The system is English there.
+        self.wine("reg", "add", STORE_KEY + r"\Settings", "/v", "language", "/d", "zh_CN", "/f")
 
     def _start_bus(self):
         # Wine's programs use no session bus.

@@ -1,0 +1,566 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="it_IT" sourcelanguage="zh_CN">
+<context>
+    <name>AccessNotice</name>
+    <message>
+        <source>无法打开设备：请关闭正在使用它的程序，然后重新插拔设备</source>
+        <translation>Impossibile aprire il dispositivo: chiudi il programma che lo sta usando, poi ricollegalo</translation>
+    </message>
+    <message>
+        <source>没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备</source>
+        <translation>Nessuna autorizzazione per il dispositivo: installa la regola udev 70-vexo-deck.rules, poi ricollegalo</translation>
+    </message>
+</context>
+<context>
+    <name>AudioBoost</name>
+    <message>
+        <source>防爆音</source>
+        <translation>Anti-clipping</translation>
+    </message>
+    <message>
+        <source>用于限制音频信号的最大音量，开启后，动态控制话筒音量，防止突发爆音</source>
+        <translation>Limita il livello massimo del microfono per evitare distorsioni dovute a picchi improvvisi.</translation>
+    </message>
+    <message>
+        <source>音频增强</source>
+        <translation>Ottimizzazione audio</translation>
+    </message>
+    <message>
+        <source>原声</source>
+        <translation>Acustico</translation>
+    </message>
+    <message>
+        <source>播客</source>
+        <translation>Podcast</translation>
+    </message>
+    <message>
+        <source>游戏</source>
+        <translation>Gaming</translation>
+    </message>
+    <message>
+        <source>直播</source>
+        <translation>Diretta</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>Personalizzato</translation>
+    </message>
+    <message>
+        <source>AI降噪</source>
+        <translation>Riduzione rumore IA</translation>
+    </message>
+    <message>
+        <source>弱降噪可以在消除环境噪音的同时，保持高音质收音效果。强降噪可以更好的消除环境噪音，音质损失较弱降噪略大</source>
+        <translation>Il livello leggero riduce il rumore ambientale mantenendo alta la qualità audio. Il livello forte lo riduce meglio, con una perdita di qualità leggermente maggiore.</translation>
+    </message>
+    <message>
+        <source>弱降噪</source>
+        <translation>Leggero</translation>
+    </message>
+    <message>
+        <source>强降噪</source>
+        <translation>Forte</translation>
+    </message>
+    <message>
+        <source>压缩器</source>
+        <translation>Compressore</translation>
+    </message>
+    <message>
+        <source>压缩器用于控制音频信号的动态范围，开启后，可避免音量过高导致失真或听感刺耳。</source>
+        <translation>Il compressore riduce la gamma dinamica del segnale. Attivalo per evitare che i suoni forti risultino distorti o fastidiosi.</translation>
+    </message>
+    <message>
+        <source>均衡器</source>
+        <translation>Equalizzatore</translation>
+    </message>
+    <message>
+        <source>调节不同频率的音色，让你的声音更清晰、更有个性。</source>
+        <translation>Regola le diverse frequenze per una voce più chiara e personale.</translation>
+    </message>
+</context>
+<context>
+    <name>AudioController</name>
+    <message>
+        <source>只听</source>
+        <translation>Solo</translation>
+    </message>
+    <message>
+        <source>监听静音</source>
+        <translation>Silenzia nel monitor</translation>
+    </message>
+    <message>
+        <source>直播静音</source>
+        <translation>Silenzia nello stream</translation>
+    </message>
+</context>
+<context>
+    <name>AutoGainWindow</name>
+    <message>
+        <source>自动增益</source>
+        <translation>Guadagno automatico</translation>
+    </message>
+    <message>
+        <source>使用正常的音量讲话
+倒计时 </source>
+        <translation>Parla a un volume normale
+Mancano </translation>
+    </message>
+    <message>
+        <source>设置成功
+增益为 </source>
+        <translation>Fatto
+Guadagno impostato su </translation>
+    </message>
+    <message>
+        <source>设置成功
+增益为 0 dB</source>
+        <translation>Fatto
+Guadagno impostato su 0 dB</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Annulla</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>ColorArea</name>
+    <message>
+        <source>色相和饱和度</source>
+        <translation>Tonalità e saturazione</translation>
+    </message>
+</context>
+<context>
+    <name>ColorPicker</name>
+    <message>
+        <source>选择颜色</source>
+        <translation>Scegli colore</translation>
+    </message>
+</context>
+<context>
+    <name>CustomColorSelect</name>
+    <message>
+        <source>选择颜色</source>
+        <translation>Scegli colore</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>Reimposta</translation>
+    </message>
+</context>
+<context>
+    <name>CustomComAppPlus</name>
+    <message>
+        <source>没有正在播放声音的应用</source>
+        <translation>Nessuna app sta riproducendo audio</translation>
+    </message>
+</context>
+<context>
+    <name>CustomCycColorSelect</name>
+    <message>
+        <source>颜色</source>
+        <translation>Colore</translation>
+    </message>
+    <message>
+        <source>添加颜色</source>
+        <translation>Aggiungi colore</translation>
+    </message>
+    <message>
+        <source>删除颜色</source>
+        <translation>Elimina colore</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>Reimposta</translation>
+    </message>
+</context>
+<context>
+    <name>CustomMultColorSelect</name>
+    <message>
+        <source>渐变</source>
+        <translation>Sfumatura</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>Personalizzato</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>Reimposta</translation>
+    </message>
+    <message>
+        <source>选择颜色</source>
+        <translation>Scegli colore</translation>
+    </message>
+</context>
+<context>
+    <name>DeviceSettings</name>
+    <message>
+        <source>话筒</source>
+        <translation>Microfono</translation>
+    </message>
+    <message>
+        <source>监听</source>
+        <translation>Monitor</translation>
+    </message>
+    <message>
+        <source>灯光</source>
+        <translation>Illuminazione</translation>
+    </message>
+    <message>
+        <source>通用</source>
+        <translation>Generali</translation>
+    </message>
+    <message>
+        <source>设备设置</source>
+        <translation>Impostazioni del dispositivo</translation>
+    </message>
+    <message>
+        <source>返回</source>
+        <translation>Indietro</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerNames</name>
+    <message>
+        <source>原声</source>
+        <translation>Acustico</translation>
+    </message>
+    <message>
+        <source>人声增强</source>
+        <translation>Risalto voce</translation>
+    </message>
+    <message>
+        <source>低切75Hz</source>
+        <translation>Taglio bassi 75 Hz</translation>
+    </message>
+    <message>
+        <source>低切150Hz</source>
+        <translation>Taglio bassi 150 Hz</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>Personalizzato</translation>
+    </message>
+    <message>
+        <source>平坦</source>
+        <translation>Piatto</translation>
+    </message>
+    <message>
+        <source>中频增强</source>
+        <translation>Risalto medi</translation>
+    </message>
+    <message>
+        <source>低中频增强</source>
+        <translation>Risalto medio-bassi</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerPresets</name>
+    <message>
+        <source>均衡器</source>
+        <translation>Equalizzatore</translation>
+    </message>
+    <message>
+        <source>添加均衡器预设</source>
+        <translation>Aggiungi preset dell&apos;equalizzatore</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerRow</name>
+    <message>
+        <source>关闭</source>
+        <translation>Disattivato</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerWindow</name>
+    <message>
+        <source>均衡器</source>
+        <translation>Equalizzatore</translation>
+    </message>
+    <message>
+        <source>调节不同频率的音色，让你的声音更清晰、更有个性。</source>
+        <translation>Regola le diverse frequenze per una voce più chiara e personale.</translation>
+    </message>
+    <message>
+        <source>拖动曲线上的点进行调节</source>
+        <translation>Trascina i punti sulla curva</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Elimina</translation>
+    </message>
+</context>
+<context>
+    <name>LightnessBar</name>
+    <message>
+        <source>明度</source>
+        <translation>Luminosità</translation>
+    </message>
+</context>
+<context>
+    <name>MainSettings</name>
+    <message>
+        <source>输出</source>
+        <translation>USCITE</translation>
+    </message>
+    <message>
+        <source>直播</source>
+        <translation>MIX STREAM</translation>
+    </message>
+    <message>
+        <source>监听</source>
+        <translation>MIX MONITOR</translation>
+    </message>
+    <message>
+        <source>输入</source>
+        <translation>INGRESSI</translation>
+    </message>
+    <message>
+        <source>添加应用</source>
+        <translation>Aggiungi app</translation>
+    </message>
+    <message>
+        <source>点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量</source>
+        <translation>Fai clic per aggiungere un&apos;app che riproduce audio o un microfono e regolarne il volume nello stream e nel monitor</translation>
+    </message>
+</context>
+<context>
+    <name>MessageDialog</name>
+    <message>
+        <source>有新版本可升级,是否重启并升级软件?</source>
+        <translation>È disponibile una nuova versione. Riavviare e aggiornare ora?</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Annulla</translation>
+    </message>
+    <message>
+        <source>立即升级</source>
+        <translation>Aggiorna ora</translation>
+    </message>
+</context>
+<context>
+    <name>MessageDialogMgr</name>
+    <message>
+        <source>立即升级</source>
+        <translation>Aggiorna ora</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Annulla</translation>
+    </message>
+</context>
+<context>
+    <name>MicrophoneInput</name>
+    <message>
+        <source>自动增益</source>
+        <translation>Guadagno automatico</translation>
+    </message>
+    <message>
+        <source>开启后，话筒音量将自动调节至最佳增益。</source>
+        <translation>Se attivo, il microfono si regola automaticamente sul guadagno ottimale.</translation>
+    </message>
+    <message>
+        <source>XLR输入</source>
+        <translation>Ingresso XLR</translation>
+    </message>
+    <message>
+        <source>话筒</source>
+        <translation>Microfono</translation>
+    </message>
+    <message>
+        <source>增益</source>
+        <translation>Guadagno</translation>
+    </message>
+    <message>
+        <source>提高增益，避免声音过小。
+降低增益，避免声音失真。</source>
+        <translation>Aumenta il guadagno se il suono è troppo basso.
+Riduci il guadagno se il suono distorce.</translation>
+    </message>
+    <message>
+        <source>开始检测</source>
+        <translation>Avvia</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>Muto</translation>
+    </message>
+    <message>
+        <source>48V幻象电源</source>
+        <translation>Alimentazione phantom 48 V</translation>
+    </message>
+</context>
+<context>
+    <name>MonitorTab</name>
+    <message>
+        <source>监听</source>
+        <translation>Monitor</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑监听比</source>
+        <translation>Mix microfono/PC</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>Volume monitor</translation>
+    </message>
+</context>
+<context>
+    <name>MoreButton</name>
+    <message>
+        <source>更多</source>
+        <translation>Altro</translation>
+    </message>
+    <message>
+        <source>帮助</source>
+        <translation>Guida</translation>
+    </message>
+    <message>
+        <source>客服</source>
+        <translation>Assistenza</translation>
+    </message>
+    <message>
+        <source>设置</source>
+        <translation>Impostazioni</translation>
+    </message>
+</context>
+<context>
+    <name>MorePopup</name>
+    <message>
+        <source>更多</source>
+        <translation>Altro</translation>
+    </message>
+</context>
+<context>
+    <name>StripHead</name>
+    <message>
+        <source>删除</source>
+        <translation>Elimina</translation>
+    </message>
+    <message>
+        <source>设备设置</source>
+        <translation>Impostazioni del dispositivo</translation>
+    </message>
+</context>
+<context>
+    <name>SwatchGrid</name>
+    <message>
+        <source>添加颜色</source>
+        <translation>Aggiungi colore</translation>
+    </message>
+</context>
+<context>
+    <name>ThresholdBlock</name>
+    <message>
+        <source>低</source>
+        <translation>Basso</translation>
+    </message>
+    <message>
+        <source>中</source>
+        <translation>Medio</translation>
+    </message>
+    <message>
+        <source>高</source>
+        <translation>Alto</translation>
+    </message>
+</context>
+<context>
+    <name>TitleBar</name>
+    <message>
+        <source>最小化</source>
+        <translation>Riduci a icona</translation>
+    </message>
+    <message>
+        <source>还原</source>
+        <translation>Ripristina</translation>
+    </message>
+    <message>
+        <source>最大化</source>
+        <translation>Ingrandisci</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Chiudi</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeView</name>
+    <message>
+        <source>请不要断开设备连接或关闭应用。
+升级期间监听比灯亮属于正常自检，不会修改设置。</source>
+        <translation>Non scollegare il dispositivo e non chiudere l&apos;app.
+Durante l&apos;aggiornamento si accende la spia del mix microfono/PC: è un autotest e non modifica le impostazioni.</translation>
+    </message>
+    <message>
+        <source>升级中，请不要断开设备连接或关闭应用</source>
+        <translation>Aggiornamento in corso. Non scollegare il dispositivo e non chiudere l&apos;app</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Annulla</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Riprova</translation>
+    </message>
+</context>
+<context>
+    <name>WelcomeLayout</name>
+    <message>
+        <source>正在下载最新固件</source>
+        <translation>Download del firmware più recente</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Download della nuova versione non riuscito. Controlla la connessione o riprova più tardi</translation>
+    </message>
+    <message>
+        <source>正在安装最新固件</source>
+        <translation>Installazione del firmware più recente</translation>
+    </message>
+    <message>
+        <source>升级失败</source>
+        <translation>Aggiornamento non riuscito</translation>
+    </message>
+    <message>
+        <source>升级成功</source>
+        <translation>Aggiornamento riuscito</translation>
+    </message>
+</context>
+<context>
+    <name>WelcomeView</name>
+    <message>
+        <source>VEXO 设备</source>
+        <translation>Dispositivo VEXO</translation>
+    </message>
+    <message>
+        <source>连接你的 VEXO 设备</source>
+        <translation>Collega il tuo dispositivo VEXO</translation>
+    </message>
+    <message>
+        <source>Vexo Deck 可将你的兼容设备变身为强大中枢
+支持低延迟混音，体验高清音质，享受每一次声音表达</source>
+        <translation>Vexo Deck trasforma il tuo dispositivo compatibile in un potente centro di controllo.
+Mix a bassa latenza, suono cristallino e piena libertà di espressione.</translation>
+    </message>
+    <message>
+        <source>已连接</source>
+        <translation>Connesso</translation>
+    </message>
+    <message>
+        <source>开启高清音质之旅</source>
+        <translation>Inizia</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,566 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="ja_JP" sourcelanguage="zh_CN">
+<context>
+    <name>AccessNotice</name>
+    <message>
+        <source>无法打开设备：请关闭正在使用它的程序，然后重新插拔设备</source>
+        <translation>デバイスを開けません。使用中のプログラムを終了し、デバイスを接続し直してください</translation>
+    </message>
+    <message>
+        <source>没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备</source>
+        <translation>デバイスへのアクセス権がありません。udevルール 70-vexo-deck.rules をインストールし、デバイスを接続し直してください</translation>
+    </message>
+</context>
+<context>
+    <name>AudioBoost</name>
+    <message>
+        <source>防爆音</source>
+        <translation>音割れ防止</translation>
+    </message>
+    <message>
+        <source>用于限制音频信号的最大音量，开启后，动态控制话筒音量，防止突发爆音</source>
+        <translation>音声信号の最大音量を制限します。オンにするとマイクの音量を自動で抑え、突発的な音割れを防ぎます。</translation>
+    </message>
+    <message>
+        <source>音频增强</source>
+        <translation>音声エンハンス</translation>
+    </message>
+    <message>
+        <source>原声</source>
+        <translation>原音</translation>
+    </message>
+    <message>
+        <source>播客</source>
+        <translation>Podcast</translation>
+    </message>
+    <message>
+        <source>游戏</source>
+        <translation>ゲーム</translation>
+    </message>
+    <message>
+        <source>直播</source>
+        <translation>配信</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>カスタム</translation>
+    </message>
+    <message>
+        <source>AI降噪</source>
+        <translation>AIノイズ低減</translation>
+    </message>
+    <message>
+        <source>弱降噪可以在消除环境噪音的同时，保持高音质收音效果。强降噪可以更好的消除环境噪音，音质损失较弱降噪略大</source>
+        <translation>「弱」は周囲の雑音を抑えながら高音質を保ちます。「強」は雑音をさらに抑えますが、音質は「弱」よりやや低下します。</translation>
+    </message>
+    <message>
+        <source>弱降噪</source>
+        <translation>弱</translation>
+    </message>
+    <message>
+        <source>强降噪</source>
+        <translation>強</translation>
+    </message>
+    <message>
+        <source>压缩器</source>
+        <translation>コンプレッサー</translation>
+    </message>
+    <message>
+        <source>压缩器用于控制音频信号的动态范围，开启后，可避免音量过高导致失真或听感刺耳。</source>
+        <translation>コンプレッサーは音声信号のダイナミックレンジを抑えます。オンにすると、大きすぎる音による歪みや耳障りな響きを防ぎます。</translation>
+    </message>
+    <message>
+        <source>均衡器</source>
+        <translation>イコライザー</translation>
+    </message>
+    <message>
+        <source>调节不同频率的音色，让你的声音更清晰、更有个性。</source>
+        <translation>周波数ごとに音色を調整し、声をよりクリアで個性的にします。</translation>
+    </message>
+</context>
+<context>
+    <name>AudioController</name>
+    <message>
+        <source>只听</source>
+        <translation>ソロ</translation>
+    </message>
+    <message>
+        <source>监听静音</source>
+        <translation>モニターをミュート</translation>
+    </message>
+    <message>
+        <source>直播静音</source>
+        <translation>配信をミュート</translation>
+    </message>
+</context>
+<context>
+    <name>AutoGainWindow</name>
+    <message>
+        <source>自动增益</source>
+        <translation>オートゲイン</translation>
+    </message>
+    <message>
+        <source>使用正常的音量讲话
+倒计时 </source>
+        <translation>普段の声の大きさで話してください
+残り </translation>
+    </message>
+    <message>
+        <source>设置成功
+增益为 </source>
+        <translation>設定しました
+ゲイン: </translation>
+    </message>
+    <message>
+        <source>设置成功
+增益为 0 dB</source>
+        <translation>設定しました
+ゲイン: 0 dB</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>キャンセル</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>ColorArea</name>
+    <message>
+        <source>色相和饱和度</source>
+        <translation>色相と彩度</translation>
+    </message>
+</context>
+<context>
+    <name>ColorPicker</name>
+    <message>
+        <source>选择颜色</source>
+        <translation>カラーを選択</translation>
+    </message>
+</context>
+<context>
+    <name>CustomColorSelect</name>
+    <message>
+        <source>选择颜色</source>
+        <translation>カラーを選択</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>リセット</translation>
+    </message>
+</context>
+<context>
+    <name>CustomComAppPlus</name>
+    <message>
+        <source>没有正在播放声音的应用</source>
+        <translation>音声を再生中のアプリはありません</translation>
+    </message>
+</context>
+<context>
+    <name>CustomCycColorSelect</name>
+    <message>
+        <source>颜色</source>
+        <translation>カラー</translation>
+    </message>
+    <message>
+        <source>添加颜色</source>
+        <translation>カラーを追加</translation>
+    </message>
+    <message>
+        <source>删除颜色</source>
+        <translation>カラーを削除</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>リセット</translation>
+    </message>
+</context>
+<context>
+    <name>CustomMultColorSelect</name>
+    <message>
+        <source>渐变</source>
+        <translation>グラデーション</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>カスタム</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>リセット</translation>
+    </message>
+    <message>
+        <source>选择颜色</source>
+        <translation>カラーを選択</translation>
+    </message>
+</context>
+<context>
+    <name>DeviceSettings</name>
+    <message>
+        <source>话筒</source>
+        <translation>マイク</translation>
+    </message>
+    <message>
+        <source>监听</source>
+        <translation>モニター</translation>
+    </message>
+    <message>
+        <source>灯光</source>
+        <translation>ライト</translation>
+    </message>
+    <message>
+        <source>通用</source>
+        <translation>一般</translation>
+    </message>
+    <message>
+        <source>设备设置</source>
+        <translation>デバイス設定</translation>
+    </message>
+    <message>
+        <source>返回</source>
+        <translation>戻る</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerNames</name>
+    <message>
+        <source>原声</source>
+        <translation>原音</translation>
+    </message>
+    <message>
+        <source>人声增强</source>
+        <translation>ボーカル強調</translation>
+    </message>
+    <message>
+        <source>低切75Hz</source>
+        <translation>ローカット 75 Hz</translation>
+    </message>
+    <message>
+        <source>低切150Hz</source>
+        <translation>ローカット 150 Hz</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>カスタム</translation>
+    </message>
+    <message>
+        <source>平坦</source>
+        <translation>フラット</translation>
+    </message>
+    <message>
+        <source>中频增强</source>
+        <translation>中域ブースト</translation>
+    </message>
+    <message>
+        <source>低中频增强</source>
+        <translation>中低域ブースト</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerPresets</name>
+    <message>
+        <source>均衡器</source>
+        <translation>イコライザー</translation>
+    </message>
+    <message>
+        <source>添加均衡器预设</source>
+        <translation>イコライザーのプリセットを追加</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerRow</name>
+    <message>
+        <source>关闭</source>
+        <translation>オフ</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerWindow</name>
+    <message>
+        <source>均衡器</source>
+        <translation>イコライザー</translation>
+    </message>
+    <message>
+        <source>调节不同频率的音色，让你的声音更清晰、更有个性。</source>
+        <translation>周波数ごとに音色を調整し、声をよりクリアで個性的にします。</translation>
+    </message>
+    <message>
+        <source>拖动曲线上的点进行调节</source>
+        <translation>カーブ上の点をドラッグして調整</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>削除</translation>
+    </message>
+</context>
+<context>
+    <name>LightnessBar</name>
+    <message>
+        <source>明度</source>
+        <translation>明度</translation>
+    </message>
+</context>
+<context>
+    <name>MainSettings</name>
+    <message>
+        <source>输出</source>
+        <translation>出力</translation>
+    </message>
+    <message>
+        <source>直播</source>
+        <translation>配信ミックス</translation>
+    </message>
+    <message>
+        <source>监听</source>
+        <translation>モニターミックス</translation>
+    </message>
+    <message>
+        <source>输入</source>
+        <translation>入力</translation>
+    </message>
+    <message>
+        <source>添加应用</source>
+        <translation>アプリを追加</translation>
+    </message>
+    <message>
+        <source>点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量</source>
+        <translation>クリックして再生中のアプリやマイクを追加すると、配信とモニターの音量を個別に調整できます</translation>
+    </message>
+</context>
+<context>
+    <name>MessageDialog</name>
+    <message>
+        <source>有新版本可升级,是否重启并升级软件?</source>
+        <translation>新しいバージョンがあります。再起動して更新しますか？</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>キャンセル</translation>
+    </message>
+    <message>
+        <source>立即升级</source>
+        <translation>今すぐ更新</translation>
+    </message>
+</context>
+<context>
+    <name>MessageDialogMgr</name>
+    <message>
+        <source>立即升级</source>
+        <translation>今すぐ更新</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>キャンセル</translation>
+    </message>
+</context>
+<context>
+    <name>MicrophoneInput</name>
+    <message>
+        <source>自动增益</source>
+        <translation>オートゲイン</translation>
+    </message>
+    <message>
+        <source>开启后，话筒音量将自动调节至最佳增益。</source>
+        <translation>オンにすると、マイクの音量が最適なゲインに自動調整されます。</translation>
+    </message>
+    <message>
+        <source>XLR输入</source>
+        <translation>XLR入力</translation>
+    </message>
+    <message>
+        <source>话筒</source>
+        <translation>マイク</translation>
+    </message>
+    <message>
+        <source>增益</source>
+        <translation>ゲイン</translation>
+    </message>
+    <message>
+        <source>提高增益，避免声音过小。
+降低增益，避免声音失真。</source>
+        <translation>ゲインを上げると、音が小さすぎるのを防げます。
+ゲインを下げると、音の歪みを防げます。</translation>
+    </message>
+    <message>
+        <source>开始检测</source>
+        <translation>測定開始</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>ミュート</translation>
+    </message>
+    <message>
+        <source>48V幻象电源</source>
+        <translation>48Vファンタム電源</translation>
+    </message>
+</context>
+<context>
+    <name>MonitorTab</name>
+    <message>
+        <source>监听</source>
+        <translation>モニター</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑监听比</source>
+        <translation>マイク/PCバランス</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>モニター音量</translation>
+    </message>
+</context>
+<context>
+    <name>MoreButton</name>
+    <message>
+        <source>更多</source>
+        <translation>その他</translation>
+    </message>
+    <message>
+        <source>帮助</source>
+        <translation>ヘルプ</translation>
+    </message>
+    <message>
+        <source>客服</source>
+        <translation>お問い合わせ</translation>
+    </message>
+    <message>
+        <source>设置</source>
+        <translation>設定</translation>
+    </message>
+</context>
+<context>
+    <name>MorePopup</name>
+    <message>
+        <source>更多</source>
+        <translation>その他</translation>
+    </message>
+</context>
+<context>
+    <name>StripHead</name>
+    <message>
+        <source>删除</source>
+        <translation>削除</translation>
+    </message>
+    <message>
+        <source>设备设置</source>
+        <translation>デバイス設定</translation>
+    </message>
+</context>
+<context>
+    <name>SwatchGrid</name>
+    <message>
+        <source>添加颜色</source>
+        <translation>カラーを追加</translation>
+    </message>
+</context>
+<context>
+    <name>ThresholdBlock</name>
+    <message>
+        <source>低</source>
+        <translation>低</translation>
+    </message>
+    <message>
+        <source>中</source>
+        <translation>中</translation>
+    </message>
+    <message>
+        <source>高</source>
+        <translation>高</translation>
+    </message>
+</context>
+<context>
+    <name>TitleBar</name>
+    <message>
+        <source>最小化</source>
+        <translation>最小化</translation>
+    </message>
+    <message>
+        <source>还原</source>
+        <translation>元に戻す</translation>
+    </message>
+    <message>
+        <source>最大化</source>
+        <translation>最大化</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>閉じる</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeView</name>
+    <message>
+        <source>请不要断开设备连接或关闭应用。
+升级期间监听比灯亮属于正常自检，不会修改设置。</source>
+        <translation>デバイスを取り外したり、アプリを終了したりしないでください。
+更新中にマイク/PCバランスのランプが点灯しますが、自己診断によるもので、設定は変わりません。</translation>
+    </message>
+    <message>
+        <source>升级中，请不要断开设备连接或关闭应用</source>
+        <translation>更新中です。デバイスを取り外したり、アプリを終了したりしないでください</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>キャンセル</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>再試行</translation>
+    </message>
+</context>
+<context>
+    <name>WelcomeLayout</name>
+    <message>
+        <source>正在下载最新固件</source>
+        <translation>最新のファームウェアをダウンロード中</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>新しいバージョンをダウンロードできませんでした。ネットワークを確認するか、しばらくしてからもう一度お試しください</translation>
+    </message>
+    <message>
+        <source>正在安装最新固件</source>
+        <translation>最新のファームウェアをインストール中</translation>
+    </message>
+    <message>
+        <source>升级失败</source>
+        <translation>更新に失敗しました</translation>
+    </message>
+    <message>
+        <source>升级成功</source>
+        <translation>更新が完了しました</translation>
+    </message>
+</context>
+<context>
+    <name>WelcomeView</name>
+    <message>
+        <source>VEXO 设备</source>
+        <translation>VEXO デバイス</translation>
+    </message>
+    <message>
+        <source>连接你的 VEXO 设备</source>
+        <translation>VEXO デバイスを接続してください</translation>
+    </message>
+    <message>
+        <source>Vexo Deck 可将你的兼容设备变身为强大中枢
+支持低延迟混音，体验高清音质，享受每一次声音表达</source>
+        <translation>Vexo Deck は対応デバイスをパワフルなハブに変えます
+低遅延ミックスとクリアな音質で、声の表現を思いのままに</translation>
+    </message>
+    <message>
+        <source>已连接</source>
+        <translation>接続済み</translation>
+    </message>
+    <message>
+        <source>开启高清音质之旅</source>
+        <translation>はじめる</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,566 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="ru_RU" sourcelanguage="zh_CN">
+<context>
+    <name>AccessNotice</name>
+    <message>
+        <source>无法打开设备：请关闭正在使用它的程序，然后重新插拔设备</source>
+        <translation>Не удаётся открыть устройство: закройте программу, которая его использует, и подключите устройство заново</translation>
+    </message>
+    <message>
+        <source>没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备</source>
+        <translation>Нет прав доступа к устройству: установите правило udev 70-vexo-deck.rules и подключите устройство заново</translation>
+    </message>
+</context>
+<context>
+    <name>AudioBoost</name>
+    <message>
+        <source>防爆音</source>
+        <translation>Защита от клиппинга</translation>
+    </message>
+    <message>
+        <source>用于限制音频信号的最大音量，开启后，动态控制话筒音量，防止突发爆音</source>
+        <translation>Ограничивает максимальный уровень сигнала, чтобы резкие пики в микрофоне не вызывали искажений.</translation>
+    </message>
+    <message>
+        <source>音频增强</source>
+        <translation>Улучшение звука</translation>
+    </message>
+    <message>
+        <source>原声</source>
+        <translation>Акустика</translation>
+    </message>
+    <message>
+        <source>播客</source>
+        <translation>Подкаст</translation>
+    </message>
+    <message>
+        <source>游戏</source>
+        <translation>Игра</translation>
+    </message>
+    <message>
+        <source>直播</source>
+        <translation>Стрим</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>Свой</translation>
+    </message>
+    <message>
+        <source>AI降噪</source>
+        <translation>ИИ-шумоподавление</translation>
+    </message>
+    <message>
+        <source>弱降噪可以在消除环境噪音的同时，保持高音质收音效果。强降噪可以更好的消除环境噪音，音质损失较弱降噪略大</source>
+        <translation>Слабое шумоподавление убирает фоновый шум и сохраняет высокое качество звука. Сильное убирает шум лучше, но качество звука снижается чуть заметнее.</translation>
+    </message>
+    <message>
+        <source>弱降噪</source>
+        <translation>Слабое</translation>
+    </message>
+    <message>
+        <source>强降噪</source>
+        <translation>Сильное</translation>
+    </message>
+    <message>
+        <source>压缩器</source>
+        <translation>Компрессор</translation>
+    </message>
+    <message>
+        <source>压缩器用于控制音频信号的动态范围，开启后，可避免音量过高导致失真或听感刺耳。</source>
+        <translation>Компрессор сужает динамический диапазон сигнала. Включите его, чтобы громкие звуки не искажались и не резали слух.</translation>
+    </message>
+    <message>
+        <source>均衡器</source>
+        <translation>Эквалайзер</translation>
+    </message>
+    <message>
+        <source>调节不同频率的音色，让你的声音更清晰、更有个性。</source>
+        <translation>Настройте тембр на разных частотах, чтобы голос звучал чище и выразительнее.</translation>
+    </message>
+</context>
+<context>
+    <name>AudioController</name>
+    <message>
+        <source>只听</source>
+        <translation>Соло</translation>
+    </message>
+    <message>
+        <source>监听静音</source>
+        <translation>Заглушить в мониторинге</translation>
+    </message>
+    <message>
+        <source>直播静音</source>
+        <translation>Заглушить в стриме</translation>
+    </message>
+</context>
+<context>
+    <name>AutoGainWindow</name>
+    <message>
+        <source>自动增益</source>
+        <translation>Автоусиление</translation>
+    </message>
+    <message>
+        <source>使用正常的音量讲话
+倒计时 </source>
+        <translation>Говорите с обычной громкостью
+Осталось </translation>
+    </message>
+    <message>
+        <source>设置成功
+增益为 </source>
+        <translation>Готово
+Усиление: </translation>
+    </message>
+    <message>
+        <source>设置成功
+增益为 0 dB</source>
+        <translation>Готово
+Усиление: 0 дБ</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Отмена</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>ОК</translation>
+    </message>
+</context>
+<context>
+    <name>ColorArea</name>
+    <message>
+        <source>色相和饱和度</source>
+        <translation>Оттенок и насыщенность</translation>
+    </message>
+</context>
+<context>
+    <name>ColorPicker</name>
+    <message>
+        <source>选择颜色</source>
+        <translation>Выбрать цвет</translation>
+    </message>
+</context>
+<context>
+    <name>CustomColorSelect</name>
+    <message>
+        <source>选择颜色</source>
+        <translation>Выбрать цвет</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>Сбросить</translation>
+    </message>
+</context>
+<context>
+    <name>CustomComAppPlus</name>
+    <message>
+        <source>没有正在播放声音的应用</source>
+        <translation>Нет приложений, воспроизводящих звук</translation>
+    </message>
+</context>
+<context>
+    <name>CustomCycColorSelect</name>
+    <message>
+        <source>颜色</source>
+        <translation>Цвет</translation>
+    </message>
+    <message>
+        <source>添加颜色</source>
+        <translation>Добавить цвет</translation>
+    </message>
+    <message>
+        <source>删除颜色</source>
+        <translation>Удалить цвет</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>Сбросить</translation>
+    </message>
+</context>
+<context>
+    <name>CustomMultColorSelect</name>
+    <message>
+        <source>渐变</source>
+        <translation>Градиент</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>Свой</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>Сбросить</translation>
+    </message>
+    <message>
+        <source>选择颜色</source>
+        <translation>Выбрать цвет</translation>
+    </message>
+</context>
+<context>
+    <name>DeviceSettings</name>
+    <message>
+        <source>话筒</source>
+        <translation>Микрофон</translation>
+    </message>
+    <message>
+        <source>监听</source>
+        <translation>Мониторинг</translation>
+    </message>
+    <message>
+        <source>灯光</source>
+        <translation>Подсветка</translation>
+    </message>
+    <message>
+        <source>通用</source>
+        <translation>Общие</translation>
+    </message>
+    <message>
+        <source>设备设置</source>
+        <translation>Настройки устройства</translation>
+    </message>
+    <message>
+        <source>返回</source>
+        <translation>Назад</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerNames</name>
+    <message>
+        <source>原声</source>
+        <translation>Акустика</translation>
+    </message>
+    <message>
+        <source>人声增强</source>
+        <translation>Чёткий голос</translation>
+    </message>
+    <message>
+        <source>低切75Hz</source>
+        <translation>Срез НЧ 75 Гц</translation>
+    </message>
+    <message>
+        <source>低切150Hz</source>
+        <translation>Срез НЧ 150 Гц</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>Свой</translation>
+    </message>
+    <message>
+        <source>平坦</source>
+        <translation>Ровный</translation>
+    </message>
+    <message>
+        <source>中频增强</source>
+        <translation>Подъём СЧ</translation>
+    </message>
+    <message>
+        <source>低中频增强</source>
+        <translation>Подъём нижних СЧ</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerPresets</name>
+    <message>
+        <source>均衡器</source>
+        <translation>Эквалайзер</translation>
+    </message>
+    <message>
+        <source>添加均衡器预设</source>
+        <translation>Добавить пресет эквалайзера</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerRow</name>
+    <message>
+        <source>关闭</source>
+        <translation>Выкл.</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerWindow</name>
+    <message>
+        <source>均衡器</source>
+        <translation>Эквалайзер</translation>
+    </message>
+    <message>
+        <source>调节不同频率的音色，让你的声音更清晰、更有个性。</source>
+        <translation>Настройте тембр на разных частотах, чтобы голос звучал чище и выразительнее.</translation>
+    </message>
+    <message>
+        <source>拖动曲线上的点进行调节</source>
+        <translation>Перетаскивайте точки на кривой</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Удалить</translation>
+    </message>
+</context>
+<context>
+    <name>LightnessBar</name>
+    <message>
+        <source>明度</source>
+        <translation>Светлота</translation>
+    </message>
+</context>
+<context>
+    <name>MainSettings</name>
+    <message>
+        <source>输出</source>
+        <translation>ВЫХОДЫ</translation>
+    </message>
+    <message>
+        <source>直播</source>
+        <translation>СТРИМ-МИКС</translation>
+    </message>
+    <message>
+        <source>监听</source>
+        <translation>МОНИТОР-МИКС</translation>
+    </message>
+    <message>
+        <source>输入</source>
+        <translation>ВХОДЫ</translation>
+    </message>
+    <message>
+        <source>添加应用</source>
+        <translation>Добавить приложение</translation>
+    </message>
+    <message>
+        <source>点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量</source>
+        <translation>Нажмите, чтобы добавить приложение со звуком или микрофон и отдельно настроить громкость в стриме и мониторинге</translation>
+    </message>
+</context>
+<context>
+    <name>MessageDialog</name>
+    <message>
+        <source>有新版本可升级,是否重启并升级软件?</source>
+        <translation>Доступна новая версия. Перезапустить и обновить?</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Отмена</translation>
+    </message>
+    <message>
+        <source>立即升级</source>
+        <translation>Обновить</translation>
+    </message>
+</context>
+<context>
+    <name>MessageDialogMgr</name>
+    <message>
+        <source>立即升级</source>
+        <translation>Обновить</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Отмена</translation>
+    </message>
+</context>
+<context>
+    <name>MicrophoneInput</name>
+    <message>
+        <source>自动增益</source>
+        <translation>Автоусиление</translation>
+    </message>
+    <message>
+        <source>开启后，话筒音量将自动调节至最佳增益。</source>
+        <translation>Если функция включена, микрофон автоматически настраивается на оптимальное усиление.</translation>
+    </message>
+    <message>
+        <source>XLR输入</source>
+        <translation>Вход XLR</translation>
+    </message>
+    <message>
+        <source>话筒</source>
+        <translation>Микрофон</translation>
+    </message>
+    <message>
+        <source>增益</source>
+        <translation>Усиление</translation>
+    </message>
+    <message>
+        <source>提高增益，避免声音过小。
+降低增益，避免声音失真。</source>
+        <translation>Увеличьте усиление, если звук слишком тихий.
+Уменьшите усиление, если звук искажается.</translation>
+    </message>
+    <message>
+        <source>开始检测</source>
+        <translation>Начать</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>Без звука</translation>
+    </message>
+    <message>
+        <source>48V幻象电源</source>
+        <translation>Фантомное питание 48 В</translation>
+    </message>
+</context>
+<context>
+    <name>MonitorTab</name>
+    <message>
+        <source>监听</source>
+        <translation>Мониторинг</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑监听比</source>
+        <translation>Баланс микрофон/ПК</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>Громкость мониторинга</translation>
+    </message>
+</context>
+<context>
+    <name>MoreButton</name>
+    <message>
+        <source>更多</source>
+        <translation>Ещё</translation>
+    </message>
+    <message>
+        <source>帮助</source>
+        <translation>Справка</translation>
+    </message>
+    <message>
+        <source>客服</source>
+        <translation>Служба поддержки</translation>
+    </message>
+    <message>
+        <source>设置</source>
+        <translation>Настройки</translation>
+    </message>
+</context>
+<context>
+    <name>MorePopup</name>
+    <message>
+        <source>更多</source>
+        <translation>Ещё</translation>
+    </message>
+</context>
+<context>
+    <name>StripHead</name>
+    <message>
+        <source>删除</source>
+        <translation>Удалить</translation>
+    </message>
+    <message>
+        <source>设备设置</source>
+        <translation>Настройки устройства</translation>
+    </message>
+</context>
+<context>
+    <name>SwatchGrid</name>
+    <message>
+        <source>添加颜色</source>
+        <translation>Добавить цвет</translation>
+    </message>
+</context>
+<context>
+    <name>ThresholdBlock</name>
+    <message>
+        <source>低</source>
+        <translation>Низкий</translation>
+    </message>
+    <message>
+        <source>中</source>
+        <translation>Средний</translation>
+    </message>
+    <message>
+        <source>高</source>
+        <translation>Высокий</translation>
+    </message>
+</context>
+<context>
+    <name>TitleBar</name>
+    <message>
+        <source>最小化</source>
+        <translation>Свернуть</translation>
+    </message>
+    <message>
+        <source>还原</source>
+        <translation>Восстановить</translation>
+    </message>
+    <message>
+        <source>最大化</source>
+        <translation>Развернуть</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Закрыть</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeView</name>
+    <message>
+        <source>请不要断开设备连接或关闭应用。
+升级期间监听比灯亮属于正常自检，不会修改设置。</source>
+        <translation>Не отключайте устройство и не закрывайте приложение.
+Во время обновления горит индикатор баланса микрофон/ПК: это самопроверка, настройки не изменятся.</translation>
+    </message>
+    <message>
+        <source>升级中，请不要断开设备连接或关闭应用</source>
+        <translation>Идёт обновление. Не отключайте устройство и не закрывайте приложение</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Отмена</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>ОК</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Повторить</translation>
+    </message>
+</context>
+<context>
+    <name>WelcomeLayout</name>
+    <message>
+        <source>正在下载最新固件</source>
+        <translation>Загружается новая прошивка</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Не удалось загрузить новую версию. Проверьте подключение к сети или повторите попытку позже</translation>
+    </message>
+    <message>
+        <source>正在安装最新固件</source>
+        <translation>Устанавливается новая прошивка</translation>
+    </message>
+    <message>
+        <source>升级失败</source>
+        <translation>Не удалось обновить</translation>
+    </message>
+    <message>
+        <source>升级成功</source>
+        <translation>Обновление завершено</translation>
+    </message>
+</context>
+<context>
+    <name>WelcomeView</name>
+    <message>
+        <source>VEXO 设备</source>
+        <translation>Устройство VEXO</translation>
+    </message>
+    <message>
+        <source>连接你的 VEXO 设备</source>
+        <translation>Подключите устройство VEXO</translation>
+    </message>
+    <message>
+        <source>Vexo Deck 可将你的兼容设备变身为强大中枢
+支持低延迟混音，体验高清音质，享受每一次声音表达</source>
+        <translation>Vexo Deck превращает совместимое устройство в мощный центр управления звуком.
+Микширование с низкой задержкой, кристально чистый звук и свобода самовыражения.</translation>
+    </message>
+    <message>
+        <source>已连接</source>
+        <translation>Подключено</translation>
+    </message>
+    <message>
+        <source>开启高清音质之旅</source>
+        <translation>Начать</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,566 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="zh_CN" sourcelanguage="zh_CN">
+<context>
+    <name>AccessNotice</name>
+    <message>
+        <source>无法打开设备：请关闭正在使用它的程序，然后重新插拔设备</source>
+        <translation>无法打开设备：请关闭正在使用它的程序，然后重新插拔设备</translation>
+    </message>
+    <message>
+        <source>没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备</source>
+        <translation>没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备</translation>
+    </message>
+</context>
+<context>
+    <name>AudioBoost</name>
+    <message>
+        <source>防爆音</source>
+        <translation>防爆音</translation>
+    </message>
+    <message>
+        <source>用于限制音频信号的最大音量，开启后，动态控制话筒音量，防止突发爆音</source>
+        <translation>用于限制音频信号的最大音量，开启后，动态控制话筒音量，防止突发爆音</translation>
+    </message>
+    <message>
+        <source>音频增强</source>
+        <translation>音频增强</translation>
+    </message>
+    <message>
+        <source>原声</source>
+        <translation>原声</translation>
+    </message>
+    <message>
+        <source>播客</source>
+        <translation>播客</translation>
+    </message>
+    <message>
+        <source>游戏</source>
+        <translation>游戏</translation>
+    </message>
+    <message>
+        <source>直播</source>
+        <translation>直播</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>自定义</translation>
+    </message>
+    <message>
+        <source>AI降噪</source>
+        <translation>AI降噪</translation>
+    </message>
+    <message>
+        <source>弱降噪可以在消除环境噪音的同时，保持高音质收音效果。强降噪可以更好的消除环境噪音，音质损失较弱降噪略大</source>
+        <translation>弱降噪可以在消除环境噪音的同时，保持高音质收音效果。强降噪可以更好的消除环境噪音，音质损失较弱降噪略大</translation>
+    </message>
+    <message>
+        <source>弱降噪</source>
+        <translation>弱降噪</translation>
+    </message>
+    <message>
+        <source>强降噪</source>
+        <translation>强降噪</translation>
+    </message>
+    <message>
+        <source>压缩器</source>
+        <translation>压缩器</translation>
+    </message>
+    <message>
+        <source>压缩器用于控制音频信号的动态范围，开启后，可避免音量过高导致失真或听感刺耳。</source>
+        <translation>压缩器用于控制音频信号的动态范围，开启后，可避免音量过高导致失真或听感刺耳。</translation>
+    </message>
+    <message>
+        <source>均衡器</source>
+        <translation>均衡器</translation>
+    </message>
+    <message>
+        <source>调节不同频率的音色，让你的声音更清晰、更有个性。</source>
+        <translation>调节不同频率的音色，让你的声音更清晰、更有个性。</translation>
+    </message>
+</context>
+<context>
+    <name>AudioController</name>
+    <message>
+        <source>只听</source>
+        <translation>只听</translation>
+    </message>
+    <message>
+        <source>监听静音</source>
+        <translation>监听静音</translation>
+    </message>
+    <message>
+        <source>直播静音</source>
+        <translation>直播静音</translation>
+    </message>
+</context>
+<context>
+    <name>AutoGainWindow</name>
+    <message>
+        <source>自动增益</source>
+        <translation>自动增益</translation>
+    </message>
+    <message>
+        <source>使用正常的音量讲话
+倒计时 </source>
+        <translation>使用正常的音量讲话
+倒计时 </translation>
+    </message>
+    <message>
+        <source>设置成功
+增益为 </source>
+        <translation>设置成功
+增益为 </translation>
+    </message>
+    <message>
+        <source>设置成功
+增益为 0 dB</source>
+        <translation>设置成功
+增益为 0 dB</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>确定</translation>
+    </message>
+</context>
+<context>
+    <name>ColorArea</name>
+    <message>
+        <source>色相和饱和度</source>
+        <translation>色相和饱和度</translation>
+    </message>
+</context>
+<context>
+    <name>ColorPicker</name>
+    <message>
+        <source>选择颜色</source>
+        <translation>选择颜色</translation>
+    </message>
+</context>
+<context>
+    <name>CustomColorSelect</name>
+    <message>
+        <source>选择颜色</source>
+        <translation>选择颜色</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>重置</translation>
+    </message>
+</context>
+<context>
+    <name>CustomComAppPlus</name>
+    <message>
+        <source>没有正在播放声音的应用</source>
+        <translation>没有正在播放声音的应用</translation>
+    </message>
+</context>
+<context>
+    <name>CustomCycColorSelect</name>
+    <message>
+        <source>颜色</source>
+        <translation>颜色</translation>
+    </message>
+    <message>
+        <source>添加颜色</source>
+        <translation>添加颜色</translation>
+    </message>
+    <message>
+        <source>删除颜色</source>
+        <translation>删除颜色</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>重置</translation>
+    </message>
+</context>
+<context>
+    <name>CustomMultColorSelect</name>
+    <message>
+        <source>渐变</source>
+        <translation>渐变</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>自定义</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>重置</translation>
+    </message>
+    <message>
+        <source>选择颜色</source>
+        <translation>选择颜色</translation>
+    </message>
+</context>
+<context>
+    <name>DeviceSettings</name>
+    <message>
+        <source>话筒</source>
+        <translation>话筒</translation>
+    </message>
+    <message>
+        <source>监听</source>
+        <translation>监听</translation>
+    </message>
+    <message>
+        <source>灯光</source>
+        <translation>灯光</translation>
+    </message>
+    <message>
+        <source>通用</source>
+        <translation>通用</translation>
+    </message>
+    <message>
+        <source>设备设置</source>
+        <translation>设备设置</translation>
+    </message>
+    <message>
+        <source>返回</source>
+        <translation>返回</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerNames</name>
+    <message>
+        <source>原声</source>
+        <translation>原声</translation>
+    </message>
+    <message>
+        <source>人声增强</source>
+        <translation>人声增强</translation>
+    </message>
+    <message>
+        <source>低切75Hz</source>
+        <translation>低切75Hz</translation>
+    </message>
+    <message>
+        <source>低切150Hz</source>
+        <translation>低切150Hz</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>自定义</translation>
+    </message>
+    <message>
+        <source>平坦</source>
+        <translation>平坦</translation>
+    </message>
+    <message>
+        <source>中频增强</source>
+        <translation>中频增强</translation>
+    </message>
+    <message>
+        <source>低中频增强</source>
+        <translation>低中频增强</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerPresets</name>
+    <message>
+        <source>均衡器</source>
+        <translation>均衡器</translation>
+    </message>
+    <message>
+        <source>添加均衡器预设</source>
+        <translation>添加均衡器预设</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerRow</name>
+    <message>
+        <source>关闭</source>
+        <translation>关闭</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerWindow</name>
+    <message>
+        <source>均衡器</source>
+        <translation>均衡器</translation>
+    </message>
+    <message>
+        <source>调节不同频率的音色，让你的声音更清晰、更有个性。</source>
+        <translation>调节不同频率的音色，让你的声音更清晰、更有个性。</translation>
+    </message>
+    <message>
+        <source>拖动曲线上的点进行调节</source>
+        <translation>拖动曲线上的点进行调节</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>删除</translation>
+    </message>
+</context>
+<context>
+    <name>LightnessBar</name>
+    <message>
+        <source>明度</source>
+        <translation>明度</translation>
+    </message>
+</context>
+<context>
+    <name>MainSettings</name>
+    <message>
+        <source>输出</source>
+        <translation>输出</translation>
+    </message>
+    <message>
+        <source>直播</source>
+        <translation>直播</translation>
+    </message>
+    <message>
+        <source>监听</source>
+        <translation>监听</translation>
+    </message>
+    <message>
+        <source>输入</source>
+        <translation>输入</translation>
+    </message>
+    <message>
+        <source>添加应用</source>
+        <translation>添加应用</translation>
+    </message>
+    <message>
+        <source>点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量</source>
+        <translation>点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量</translation>
+    </message>
+</context>
+<context>
+    <name>MessageDialog</name>
+    <message>
+        <source>有新版本可升级,是否重启并升级软件?</source>
+        <translation>有新版本可升级,是否重启并升级软件?</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>立即升级</source>
+        <translation>立即升级</translation>
+    </message>
+</context>
+<context>
+    <name>MessageDialogMgr</name>
+    <message>
+        <source>立即升级</source>
+        <translation>立即升级</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+</context>
+<context>
+    <name>MicrophoneInput</name>
+    <message>
+        <source>自动增益</source>
+        <translation>自动增益</translation>
+    </message>
+    <message>
+        <source>开启后，话筒音量将自动调节至最佳增益。</source>
+        <translation>开启后，话筒音量将自动调节至最佳增益。</translation>
+    </message>
+    <message>
+        <source>XLR输入</source>
+        <translation>XLR输入</translation>
+    </message>
+    <message>
+        <source>话筒</source>
+        <translation>话筒</translation>
+    </message>
+    <message>
+        <source>增益</source>
+        <translation>增益</translation>
+    </message>
+    <message>
+        <source>提高增益，避免声音过小。
+降低增益，避免声音失真。</source>
+        <translation>提高增益，避免声音过小。
+降低增益，避免声音失真。</translation>
+    </message>
+    <message>
+        <source>开始检测</source>
+        <translation>开始检测</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>静音</translation>
+    </message>
+    <message>
+        <source>48V幻象电源</source>
+        <translation>48V幻象电源</translation>
+    </message>
+</context>
+<context>
+    <name>MonitorTab</name>
+    <message>
+        <source>监听</source>
+        <translation>监听</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑监听比</source>
+        <translation>麦克风/电脑监听比</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>监听音量</translation>
+    </message>
+</context>
+<context>
+    <name>MoreButton</name>
+    <message>
+        <source>更多</source>
+        <translation>更多</translation>
+    </message>
+    <message>
+        <source>帮助</source>
+        <translation>帮助</translation>
+    </message>
+    <message>
+        <source>客服</source>
+        <translation>客服</translation>
+    </message>
+    <message>
+        <source>设置</source>
+        <translation>设置</translation>
+    </message>
+</context>
+<context>
+    <name>MorePopup</name>
+    <message>
+        <source>更多</source>
+        <translation>更多</translation>
+    </message>
+</context>
+<context>
+    <name>StripHead</name>
+    <message>
+        <source>删除</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>设备设置</source>
+        <translation>设备设置</translation>
+    </message>
+</context>
+<context>
+    <name>SwatchGrid</name>
+    <message>
+        <source>添加颜色</source>
+        <translation>添加颜色</translation>
+    </message>
+</context>
+<context>
+    <name>ThresholdBlock</name>
+    <message>
+        <source>低</source>
+        <translation>低</translation>
+    </message>
+    <message>
+        <source>中</source>
+        <translation>中</translation>
+    </message>
+    <message>
+        <source>高</source>
+        <translation>高</translation>
+    </message>
+</context>
+<context>
+    <name>TitleBar</name>
+    <message>
+        <source>最小化</source>
+        <translation>最小化</translation>
+    </message>
+    <message>
+        <source>还原</source>
+        <translation>还原</translation>
+    </message>
+    <message>
+        <source>最大化</source>
+        <translation>最大化</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>关闭</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeView</name>
+    <message>
+        <source>请不要断开设备连接或关闭应用。
+升级期间监听比灯亮属于正常自检，不会修改设置。</source>
+        <translation>请不要断开设备连接或关闭应用。
+升级期间监听比灯亮属于正常自检，不会修改设置。</translation>
+    </message>
+    <message>
+        <source>升级中，请不要断开设备连接或关闭应用</source>
+        <translation>升级中，请不要断开设备连接或关闭应用</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>重试</translation>
+    </message>
+</context>
+<context>
+    <name>WelcomeLayout</name>
+    <message>
+        <source>正在下载最新固件</source>
+        <translation>正在下载最新固件</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>新版本下载失败，请检查网络环境或稍后重试</translation>
+    </message>
+    <message>
+        <source>正在安装最新固件</source>
+        <translation>正在安装最新固件</translation>
+    </message>
+    <message>
+        <source>升级失败</source>
+        <translation>升级失败</translation>
+    </message>
+    <message>
+        <source>升级成功</source>
+        <translation>升级成功</translation>
+    </message>
+</context>
+<context>
+    <name>WelcomeView</name>
+    <message>
+        <source>VEXO 设备</source>
+        <translation>VEXO 设备</translation>
+    </message>
+    <message>
+        <source>连接你的 VEXO 设备</source>
+        <translation>连接你的 VEXO 设备</translation>
+    </message>
+    <message>
+        <source>Vexo Deck 可将你的兼容设备变身为强大中枢
+支持低延迟混音，体验高清音质，享受每一次声音表达</source>
+        <translation>Vexo Deck 可将你的兼容设备变身为强大中枢
+支持低延迟混音，体验高清音质，享受每一次声音表达</translation>
+    </message>
+    <message>
+        <source>已连接</source>
+        <translation>已连接</translation>
+    </message>
+    <message>
+        <source>开启高清音质之旅</source>
+        <translation>开启高清音质之旅</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,566 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="zh_TW" sourcelanguage="zh_CN">
+<context>
+    <name>AccessNotice</name>
+    <message>
+        <source>无法打开设备：请关闭正在使用它的程序，然后重新插拔设备</source>
+        <translation>無法開啟裝置：請關閉正在使用它的程式，然後重新插拔裝置</translation>
+    </message>
+    <message>
+        <source>没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备</source>
+        <translation>沒有裝置的存取權限：請安裝 udev 規則 70-vexo-deck.rules，然後重新插拔裝置</translation>
+    </message>
+</context>
+<context>
+    <name>AudioBoost</name>
+    <message>
+        <source>防爆音</source>
+        <translation>防爆音</translation>
+    </message>
+    <message>
+        <source>用于限制音频信号的最大音量，开启后，动态控制话筒音量，防止突发爆音</source>
+        <translation>限制音訊訊號的最大音量。開啟後會動態控制麥克風音量，防止突發爆音。</translation>
+    </message>
+    <message>
+        <source>音频增强</source>
+        <translation>音訊增強</translation>
+    </message>
+    <message>
+        <source>原声</source>
+        <translation>原聲</translation>
+    </message>
+    <message>
+        <source>播客</source>
+        <translation>Podcast</translation>
+    </message>
+    <message>
+        <source>游戏</source>
+        <translation>遊戲</translation>
+    </message>
+    <message>
+        <source>直播</source>
+        <translation>直播</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>自訂</translation>
+    </message>
+    <message>
+        <source>AI降噪</source>
+        <translation>AI 降噪</translation>
+    </message>
+    <message>
+        <source>弱降噪可以在消除环境噪音的同时，保持高音质收音效果。强降噪可以更好的消除环境噪音，音质损失较弱降噪略大</source>
+        <translation>弱降噪可在消除環境噪音的同時，保持高音質收音效果。強降噪能更有效地消除環境噪音，但音質損失比弱降噪略大。</translation>
+    </message>
+    <message>
+        <source>弱降噪</source>
+        <translation>弱降噪</translation>
+    </message>
+    <message>
+        <source>强降噪</source>
+        <translation>強降噪</translation>
+    </message>
+    <message>
+        <source>压缩器</source>
+        <translation>壓縮器</translation>
+    </message>
+    <message>
+        <source>压缩器用于控制音频信号的动态范围，开启后，可避免音量过高导致失真或听感刺耳。</source>
+        <translation>壓縮器用於控制音訊訊號的動態範圍。開啟後可避免音量過高造成失真或聽感刺耳。</translation>
+    </message>
+    <message>
+        <source>均衡器</source>
+        <translation>等化器</translation>
+    </message>
+    <message>
+        <source>调节不同频率的音色，让你的声音更清晰、更有个性。</source>
+        <translation>調整不同頻率的音色，讓你的聲音更清晰、更有個性。</translation>
+    </message>
+</context>
+<context>
+    <name>AudioController</name>
+    <message>
+        <source>只听</source>
+        <translation>獨聽</translation>
+    </message>
+    <message>
+        <source>监听静音</source>
+        <translation>監聽靜音</translation>
+    </message>
+    <message>
+        <source>直播静音</source>
+        <translation>直播靜音</translation>
+    </message>
+</context>
+<context>
+    <name>AutoGainWindow</name>
+    <message>
+        <source>自动增益</source>
+        <translation>自動增益</translation>
+    </message>
+    <message>
+        <source>使用正常的音量讲话
+倒计时 </source>
+        <translation>請以正常音量說話
+倒數 </translation>
+    </message>
+    <message>
+        <source>设置成功
+增益为 </source>
+        <translation>設定成功
+增益為 </translation>
+    </message>
+    <message>
+        <source>设置成功
+增益为 0 dB</source>
+        <translation>設定成功
+增益為 0 dB</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>確定</translation>
+    </message>
+</context>
+<context>
+    <name>ColorArea</name>
+    <message>
+        <source>色相和饱和度</source>
+        <translation>色相與飽和度</translation>
+    </message>
+</context>
+<context>
+    <name>ColorPicker</name>
+    <message>
+        <source>选择颜色</source>
+        <translation>選擇顏色</translation>
+    </message>
+</context>
+<context>
+    <name>CustomColorSelect</name>
+    <message>
+        <source>选择颜色</source>
+        <translation>選擇顏色</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>重設</translation>
+    </message>
+</context>
+<context>
+    <name>CustomComAppPlus</name>
+    <message>
+        <source>没有正在播放声音的应用</source>
+        <translation>沒有正在播放聲音的應用程式</translation>
+    </message>
+</context>
+<context>
+    <name>CustomCycColorSelect</name>
+    <message>
+        <source>颜色</source>
+        <translation>顏色</translation>
+    </message>
+    <message>
+        <source>添加颜色</source>
+        <translation>新增顏色</translation>
+    </message>
+    <message>
+        <source>删除颜色</source>
+        <translation>刪除顏色</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>重設</translation>
+    </message>
+</context>
+<context>
+    <name>CustomMultColorSelect</name>
+    <message>
+        <source>渐变</source>
+        <translation>漸層</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>自訂</translation>
+    </message>
+    <message>
+        <source>重置</source>
+        <translation>重設</translation>
+    </message>
+    <message>
+        <source>选择颜色</source>
+        <translation>選擇顏色</translation>
+    </message>
+</context>
+<context>
+    <name>DeviceSettings</name>
+    <message>
+        <source>话筒</source>
+        <translation>麥克風</translation>
+    </message>
+    <message>
+        <source>监听</source>
+        <translation>監聽</translation>
+    </message>
+    <message>
+        <source>灯光</source>
+        <translation>燈光</translation>
+    </message>
+    <message>
+        <source>通用</source>
+        <translation>一般</translation>
+    </message>
+    <message>
+        <source>设备设置</source>
+        <translation>裝置設定</translation>
+    </message>
+    <message>
+        <source>返回</source>
+        <translation>返回</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerNames</name>
+    <message>
+        <source>原声</source>
+        <translation>原聲</translation>
+    </message>
+    <message>
+        <source>人声增强</source>
+        <translation>人聲增強</translation>
+    </message>
+    <message>
+        <source>低切75Hz</source>
+        <translation>低切 75 Hz</translation>
+    </message>
+    <message>
+        <source>低切150Hz</source>
+        <translation>低切 150 Hz</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>自訂</translation>
+    </message>
+    <message>
+        <source>平坦</source>
+        <translation>平坦</translation>
+    </message>
+    <message>
+        <source>中频增强</source>
+        <translation>中頻增強</translation>
+    </message>
+    <message>
+        <source>低中频增强</source>
+        <translation>中低頻增強</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerPresets</name>
+    <message>
+        <source>均衡器</source>
+        <translation>等化器</translation>
+    </message>
+    <message>
+        <source>添加均衡器预设</source>
+        <translation>新增等化器預設</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerRow</name>
+    <message>
+        <source>关闭</source>
+        <translation>關閉</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerWindow</name>
+    <message>
+        <source>均衡器</source>
+        <translation>等化器</translation>
+    </message>
+    <message>
+        <source>调节不同频率的音色，让你的声音更清晰、更有个性。</source>
+        <translation>調整不同頻率的音色，讓你的聲音更清晰、更有個性。</translation>
+    </message>
+    <message>
+        <source>拖动曲线上的点进行调节</source>
+        <translation>拖曳曲線上的點進行調整</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>刪除</translation>
+    </message>
+</context>
+<context>
+    <name>LightnessBar</name>
+    <message>
+        <source>明度</source>
+        <translation>明度</translation>
+    </message>
+</context>
+<context>
+    <name>MainSettings</name>
+    <message>
+        <source>输出</source>
+        <translation>輸出</translation>
+    </message>
+    <message>
+        <source>直播</source>
+        <translation>直播</translation>
+    </message>
+    <message>
+        <source>监听</source>
+        <translation>監聽</translation>
+    </message>
+    <message>
+        <source>输入</source>
+        <translation>輸入</translation>
+    </message>
+    <message>
+        <source>添加应用</source>
+        <translation>新增應用程式</translation>
+    </message>
+    <message>
+        <source>点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量</source>
+        <translation>點擊新增正在播放聲音的應用程式或麥克風，單獨調整它在直播和監聽中的音量</translation>
+    </message>
+</context>
+<context>
+    <name>MessageDialog</name>
+    <message>
+        <source>有新版本可升级,是否重启并升级软件?</source>
+        <translation>有新版本可升級，是否重新啟動並升級軟體？</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>立即升级</source>
+        <translation>立即升級</translation>
+    </message>
+</context>
+<context>
+    <name>MessageDialogMgr</name>
+    <message>
+        <source>立即升级</source>
+        <translation>立即升級</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+</context>
+<context>
+    <name>MicrophoneInput</name>
+    <message>
+        <source>自动增益</source>
+        <translation>自動增益</translation>
+    </message>
+    <message>
+        <source>开启后，话筒音量将自动调节至最佳增益。</source>
+        <translation>開啟後，麥克風音量將自動調整至最佳增益。</translation>
+    </message>
+    <message>
+        <source>XLR输入</source>
+        <translation>XLR 輸入</translation>
+    </message>
+    <message>
+        <source>话筒</source>
+        <translation>麥克風</translation>
+    </message>
+    <message>
+        <source>增益</source>
+        <translation>增益</translation>
+    </message>
+    <message>
+        <source>提高增益，避免声音过小。
+降低增益，避免声音失真。</source>
+        <translation>提高增益，避免聲音過小。
+降低增益，避免聲音失真。</translation>
+    </message>
+    <message>
+        <source>开始检测</source>
+        <translation>開始偵測</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>靜音</translation>
+    </message>
+    <message>
+        <source>48V幻象电源</source>
+        <translation>48V 幻象電源</translation>
+    </message>
+</context>
+<context>
+    <name>MonitorTab</name>
+    <message>
+        <source>监听</source>
+        <translation>監聽</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑监听比</source>
+        <translation>麥克風/電腦監聽比</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>監聽音量</translation>
+    </message>
+</context>
+<context>
+    <name>MoreButton</name>
+    <message>
+        <source>更多</source>
+        <translation>更多</translation>
+    </message>
+    <message>
+        <source>帮助</source>
+        <translation>說明中心</translation>
+    </message>
+    <message>
+        <source>客服</source>
+        <translation>聯絡客服</translation>
+    </message>
+    <message>
+        <source>设置</source>
+        <translation>設定</translation>
+    </message>
+</context>
+<context>
+    <name>MorePopup</name>
+    <message>
+        <source>更多</source>
+        <translation>更多</translation>
+    </message>
+</context>
+<context>
+    <name>StripHead</name>
+    <message>
+        <source>删除</source>
+        <translation>刪除</translation>
+    </message>
+    <message>
+        <source>设备设置</source>
+        <translation>裝置設定</translation>
+    </message>
+</context>
+<context>
+    <name>SwatchGrid</name>
+    <message>
+        <source>添加颜色</source>
+        <translation>新增顏色</translation>
+    </message>
+</context>
+<context>
+    <name>ThresholdBlock</name>
+    <message>
+        <source>低</source>
+        <translation>低</translation>
+    </message>
+    <message>
+        <source>中</source>
+        <translation>中</translation>
+    </message>
+    <message>
+        <source>高</source>
+        <translation>高</translation>
+    </message>
+</context>
+<context>
+    <name>TitleBar</name>
+    <message>
+        <source>最小化</source>
+        <translation>最小化</translation>
+    </message>
+    <message>
+        <source>还原</source>
+        <translation>還原</translation>
+    </message>
+    <message>
+        <source>最大化</source>
+        <translation>最大化</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>關閉</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeView</name>
+    <message>
+        <source>请不要断开设备连接或关闭应用。
+升级期间监听比灯亮属于正常自检，不会修改设置。</source>
+        <translation>請不要中斷裝置連線或關閉應用程式。
+升級期間監聽比指示燈亮起屬於正常自檢，不會更改設定。</translation>
+    </message>
+    <message>
+        <source>升级中，请不要断开设备连接或关闭应用</source>
+        <translation>升級中，請不要中斷裝置連線或關閉應用程式</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>確定</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>重試</translation>
+    </message>
+</context>
+<context>
+    <name>WelcomeLayout</name>
+    <message>
+        <source>正在下载最新固件</source>
+        <translation>正在下載最新韌體</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>新版本下載失敗，請檢查網路環境或稍後重試</translation>
+    </message>
+    <message>
+        <source>正在安装最新固件</source>
+        <translation>正在安裝最新韌體</translation>
+    </message>
+    <message>
+        <source>升级失败</source>
+        <translation>升級失敗</translation>
+    </message>
+    <message>
+        <source>升级成功</source>
+        <translation>升級成功</translation>
+    </message>
+</context>
+<context>
+    <name>WelcomeView</name>
+    <message>
+        <source>VEXO 设备</source>
+        <translation>VEXO 裝置</translation>
+    </message>
+    <message>
+        <source>连接你的 VEXO 设备</source>
+        <translation>連接你的 VEXO 裝置</translation>
+    </message>
+    <message>
+        <source>Vexo Deck 可将你的兼容设备变身为强大中枢
+支持低延迟混音，体验高清音质，享受每一次声音表达</source>
+        <translation>Vexo Deck 可將你的相容裝置變身為強大中樞
+支援低延遲混音，體驗高清音質，享受每一次聲音表達</translation>
+    </message>
+    <message>
+        <source>已连接</source>
+        <translation>已連線</translation>
+    </message>
+    <message>
+        <source>开启高清音质之旅</source>
+        <translation>開啟高清音質之旅</translation>
+    </message>
+</context>
+</TS>
