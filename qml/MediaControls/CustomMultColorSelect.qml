@@ -99,6 +99,8 @@ Column {
 
     // The own colours at the start, the middle and the end of the bar.
     Item {
+        id: places
+
         width: parent.width
         height: 28
         visible: select.selectedPresetIndex === select.ownIndex
@@ -112,7 +114,7 @@ Column {
                 required property int index
 
                 objectName: "color" + index
-                x: index / 2 * (parent.width - width)
+                x: index / 2 * (places.width - width)
                 width: 28
                 text: select.named(qsTr("选择颜色") + " " + (index + 1))
                 colors: [select.selectedGradient[index]]
