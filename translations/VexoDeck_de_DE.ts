@@ -346,17 +346,6 @@ Gain eingestellt auf 0 dB</translation>
     </message>
 </context>
 <context>
-    <name>MessageDialogMgr</name>
-    <message>
-        <source>立即升级</source>
-        <translation>Jetzt aktualisieren</translation>
-    </message>
-    <message>
-        <source>取消</source>
-        <translation>Abbrechen</translation>
-    </message>
-</context>
-<context>
     <name>MicrophoneInput</name>
     <message>
         <source>自动增益</source>

@@ -346,17 +346,6 @@ Gain is set to 0 dB.</translation>
     </message>
 </context>
 <context>
-    <name>MessageDialogMgr</name>
-    <message>
-        <source>立即升级</source>
-        <translation>Update Now</translation>
-    </message>
-    <message>
-        <source>取消</source>
-        <translation>Cancel</translation>
-    </message>
-</context>
-<context>
     <name>MicrophoneInput</name>
     <message>
         <source>自动增益</source>

@@ -346,17 +346,6 @@ Ganancia ajustada a 0 dB</translation>
     </message>
 </context>
 <context>
-    <name>MessageDialogMgr</name>
-    <message>
-        <source>立即升级</source>
-        <translation>Actualizar ahora</translation>
-    </message>
-    <message>
-        <source>取消</source>
-        <translation>Cancelar</translation>
-    </message>
-</context>
-<context>
     <name>MicrophoneInput</name>
     <message>
         <source>自动增益</source>

@@ -5,11 +5,11 @@
     <name>AccessNotice</name>
     <message>
         <source>无法打开设备：请关闭正在使用它的程序，然后重新插拔设备</source>
-        <translation>Impossible d&apos;ouvrir l&apos;appareil : fermez le programme qui l&apos;utilise, puis rebranchez l&apos;appareil</translation>
+        <translation>Impossible d&apos;ouvrir l&apos;appareil&#xa0;: fermez le programme qui l&apos;utilise, puis rebranchez l&apos;appareil</translation>
     </message>
     <message>
         <source>没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备</source>
-        <translation>Accès à l&apos;appareil refusé : installez la règle udev 70-vexo-deck.rules, puis rebranchez l&apos;appareil</translation>
+        <translation>Accès à l&apos;appareil refusé&#xa0;: installez la règle udev 70-vexo-deck.rules, puis rebranchez l&apos;appareil</translation>
     </message>
 </context>
 <context>
@@ -104,7 +104,7 @@
         <source>使用正常的音量讲话
 倒计时 </source>
         <translation>Parlez à un volume normal
-Temps restant : </translation>
+Temps restant&#xa0;: </translation>
     </message>
     <message>
         <source>设置成功
@@ -334,7 +334,7 @@ Gain réglé sur 0 dB</translation>
     <name>MessageDialog</name>
     <message>
         <source>有新版本可升级,是否重启并升级软件?</source>
-        <translation>Une nouvelle version est disponible. Redémarrer et mettre à jour ?</translation>
+        <translation>Une nouvelle version est disponible. Redémarrer et mettre à jour&#xa0;?</translation>
     </message>
     <message>
         <source>取消</source>
@@ -343,17 +343,6 @@ Gain réglé sur 0 dB</translation>
     <message>
         <source>立即升级</source>
         <translation>Mettre à jour</translation>
-    </message>
-</context>
-<context>
-    <name>MessageDialogMgr</name>
-    <message>
-        <source>立即升级</source>
-        <translation>Mettre à jour</translation>
-    </message>
-    <message>
-        <source>取消</source>
-        <translation>Annuler</translation>
     </message>
 </context>
 <context>
@@ -496,7 +485,7 @@ Diminuez le gain si le son sature.</translation>
         <source>请不要断开设备连接或关闭应用。
 升级期间监听比灯亮属于正常自检，不会修改设置。</source>
         <translation>Ne débranchez pas l&apos;appareil et ne fermez pas l&apos;application.
-Le voyant du mix micro/PC s&apos;allume pendant la mise à jour : c&apos;est un autotest, vos réglages ne changent pas.</translation>
+Le voyant du mix micro/PC s&apos;allume pendant la mise à jour&#xa0;: c&apos;est un autotest, vos réglages ne changent pas.</translation>
     </message>
     <message>
         <source>升级中，请不要断开设备连接或关闭应用</source>
@@ -552,7 +541,7 @@ Le voyant du mix micro/PC s&apos;allume pendant la mise à jour : c&apos;est un
         <source>Vexo Deck 可将你的兼容设备变身为强大中枢
 支持低延迟混音，体验高清音质，享受每一次声音表达</source>
         <translation>Vexo Deck transforme votre appareil compatible en un puissant centre de contrôle.
-Mixage à faible latence, son limpide : exprimez chaque voix sans effort.</translation>
+Mixage à faible latence, son limpide&#xa0;: exprimez chaque voix sans effort.</translation>
     </message>
     <message>
         <source>已连接</source>

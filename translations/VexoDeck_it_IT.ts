@@ -44,7 +44,7 @@
     </message>
     <message>
         <source>自定义</source>
-        <translation>Personalizzato</translation>
+        <translation>Personale</translation>
     </message>
     <message>
         <source>AI降噪</source>
@@ -186,7 +186,7 @@ Guadagno impostato su 0 dB</translation>
     </message>
     <message>
         <source>自定义</source>
-        <translation>Personalizzato</translation>
+        <translation>Personale</translation>
     </message>
     <message>
         <source>重置</source>
@@ -244,7 +244,7 @@ Guadagno impostato su 0 dB</translation>
     </message>
     <message>
         <source>自定义</source>
-        <translation>Personalizzato</translation>
+        <translation>Personale</translation>
     </message>
     <message>
         <source>平坦</source>
@@ -343,17 +343,6 @@ Guadagno impostato su 0 dB</translation>
     <message>
         <source>立即升级</source>
         <translation>Aggiorna ora</translation>
-    </message>
-</context>
-<context>
-    <name>MessageDialogMgr</name>
-    <message>
-        <source>立即升级</source>
-        <translation>Aggiorna ora</translation>
-    </message>
-    <message>
-        <source>取消</source>
-        <translation>Annulla</translation>
     </message>
 </context>
 <context>

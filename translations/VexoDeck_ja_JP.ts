@@ -346,17 +346,6 @@
     </message>
 </context>
 <context>
-    <name>MessageDialogMgr</name>
-    <message>
-        <source>立即升级</source>
-        <translation>今すぐ更新</translation>
-    </message>
-    <message>
-        <source>取消</source>
-        <translation>キャンセル</translation>
-    </message>
-</context>
-<context>
     <name>MicrophoneInput</name>
     <message>
         <source>自动增益</source>

@@ -346,17 +346,6 @@
     </message>
 </context>
 <context>
-    <name>MessageDialogMgr</name>
-    <message>
-        <source>立即升级</source>
-        <translation>立即升级</translation>
-    </message>
-    <message>
-        <source>取消</source>
-        <translation>取消</translation>
-    </message>
-</context>
-<context>
     <name>MicrophoneInput</name>
     <message>
         <source>自动增益</source>

@@ -33,8 +33,11 @@ QtObject {
             dialog.confirmed.connect(success);
         if (error)
             dialog.cancelled.connect(error);
-        dialog.confirmText = confirmText ?? qsTr("立即升级");
-        dialog.cancelText = cancelText ?? qsTr("取消");
+        // Otherwise the dialogue's own texts stay, which follow the language.
+        if (confirmText !== undefined && confirmText !== null)
+            dialog.confirmText = confirmText;
+        if (cancelText !== undefined && cancelText !== null)
+            dialog.cancelText = cancelText;
         dialog.open();
         return dialog;
     }

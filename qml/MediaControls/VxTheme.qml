@@ -82,9 +82,16 @@ QtObject {
     readonly property int toolTipDelayMs: 700
 
     // The first installed family that has Latin, Cyrillic and Chinese letters of one style, else the system's default.
-    readonly property string fontFamily: {
-        const installed = Qt.fontFamilies();
-        const wanted = ["Microsoft YaHei UI", "Microsoft YaHei", "PingFang SC", "Noto Sans CJK SC", "Source Han Sans SC", "WenQuanYi Micro Hei"];
-        return wanted.find(family => installed.includes(family)) ?? Qt.application.font.family;
+    // Chinese letters have other shapes in Japan and Taiwan.
+    readonly property string fontFamily: fontFamilyFor(UiLanguage.code, Qt.fontFamilies()) || Qt.application.font.family // qmllint disable missing-property
+
+    function fontFamilyFor(languageCode: string, installed: list<string>): string {
+        const own = {
+            "zh_TW": ["Microsoft JhengHei UI", "Microsoft JhengHei", "PingFang TC", "Noto Sans CJK TC", "Source Han Sans TC"],
+            "ja_JP": ["Yu Gothic UI", "Meiryo UI", "Hiragino Sans", "Noto Sans CJK JP", "Source Han Sans"]
+        };
+        const usual = ["Microsoft YaHei UI", "Microsoft YaHei", "PingFang SC", "Noto Sans CJK SC", "Source Han Sans SC", "WenQuanYi Micro Hei"];
+        const wanted = (own[languageCode] ?? []).concat(usual);
+        return wanted.find(family => installed.includes(family)) ?? "";
     }
 }

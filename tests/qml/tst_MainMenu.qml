@@ -4,6 +4,7 @@ import QtTest
 import MediaControls
 import VexoDeck
 import VexoDeckHIDHotplug
+import VexoDeckTranslation
 
 /* The main window's menu, and the questions over the main window. */
 MainWindowTestCase {
@@ -104,6 +105,33 @@ MainWindowTestCase {
 
     function test_the_width_goes_by_the_language(data) {
         compare(popup().widthFor(data.language), data.width);
+    }
+
+    function test_the_menu_follows_the_language_data() {
+        return test_the_width_goes_by_the_language_data().slice(0, 9);
+    }
+
+    function test_the_menu_follows_the_language(data) {
+        const open = openMenu();
+        TranslationManager.setLanguage(data.language);
+        compare(open.width, data.width);
+        TranslationManager.setLanguage("zh_CN");
+        compare(open.width, 110);
+    }
+
+    function test_a_change_of_the_language_leaves_the_focus_in_the_menu() {
+        const open = openMenuWithActions();
+        open.focusRow(0, 1);
+        const focused = window.activeFocusItem;
+        compare(focused, row(open, 0));
+        open.rows = open.rows.map(entry => Object.assign({}, entry, {
+                text: entry.text + " 2"
+            }));
+        compare(row(open, 0), focused);
+        compare(window.activeFocusItem, focused);
+        compare(focused.text, "帮助 2");
+        keyClick(Qt.Key_Return);
+        compare(chosen, ["帮助"]);
     }
 
     function test_escape_closes_the_menu() {

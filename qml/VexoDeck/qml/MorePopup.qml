@@ -46,7 +46,7 @@ T.Popup {
     objectName: "morePopup"
     x: macStyle ? 30 - width : 0
     y: 30
-    width: widthFor("zh_CN")
+    width: widthFor(UiLanguage.code)
     implicitHeight: contentHeight + topPadding + bottomPadding
     padding: 5
     modal: false
@@ -67,20 +67,21 @@ T.Popup {
         Repeater {
             id: repeater
 
-            model: morePopup.rows
+            // A number: texts that change leave the rows, and the focus in them, where they are.
+            model: morePopup.rows.length
 
             MorePopupRow {
-                required property var modelData
                 required property int index
+                readonly property var entry: morePopup.rows[index]
 
                 objectName: "morePopupRow" + index
                 width: morePopup.availableWidth
-                text: modelData.text
-                icon.source: modelData.icon
-                enabled: Boolean(modelData.action)
+                text: entry?.text ?? ""
+                icon.source: entry?.icon ?? ""
+                enabled: Boolean(entry?.action)
                 onClicked: {
                     morePopup.close();
-                    modelData.action();
+                    entry.action();
                 }
                 Keys.onDownPressed: morePopup.focusRow(index + 1, 1)
                 Keys.onUpPressed: morePopup.focusRow(index - 1, -1)

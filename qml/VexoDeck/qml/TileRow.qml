@@ -35,17 +35,18 @@ Row {
     Repeater {
         id: repeater
 
-        model: tileRow.tiles
+        // A number: texts that change leave the tiles, and the focus in them, where they are.
+        model: tileRow.tiles.length
 
         TileButton {
-            required property var modelData
             required property int index
+            readonly property var entry: tileRow.tiles[index]
 
             objectName: "tile" + index
             width: (tileRow.width - (tileRow.tiles.length - 1) * tileRow.spacing) / tileRow.tiles.length
             height: tileRow.tileHeight
-            text: modelData.text
-            icon.source: modelData.icon ?? ""
+            text: entry?.text ?? ""
+            icon.source: entry?.icon ?? ""
             iconOnly: tileRow.iconsOnly
             selected: index === tileRow.selectIndex
             tabStop: index === tileRow.tabIndex

@@ -18,8 +18,20 @@ Page {
     property var installer: path => HIDDeviceMgr.upgradeFirmware(path)
     readonly property T.StackView stackView: T.StackView.view
 
+    enum Upgrade {
+        Idle,
+        Downloading,
+        DownloadFailed,
+        Installing,
+        Failed,
+        Done
+    }
+
     QtObject {
         id: view
+
+        // How far the upgrade has come.
+        property int upgrade: WelcomeLayout.Idle
 
         property bool ready: false
         property string deviceName: ""
@@ -40,10 +52,27 @@ Page {
         startDownload();
     }
 
+    function upgradeText(upgrade: int): string {
+        switch (upgrade) {
+        case WelcomeLayout.Downloading:
+            return qsTr("正在下载最新固件");
+        case WelcomeLayout.DownloadFailed:
+            return qsTr("新版本下载失败，请检查网络环境或稍后重试");
+        case WelcomeLayout.Installing:
+            return qsTr("正在安装最新固件");
+        case WelcomeLayout.Failed:
+            return qsTr("升级失败");
+        case WelcomeLayout.Done:
+            return qsTr("升级成功");
+        default:
+            return "";
+        }
+    }
+
     function startDownload() {
         upgradeView.progress = 0;
         ConfigMgr.setValue(ConfigMgr.keys.upgradeFirmwareFilePath, "");
-        upgradeView.status = qsTr("正在下载最新固件");
+        view.upgrade = WelcomeLayout.Downloading;
     }
 
     function handleDownloadProgress(received: real, total: real) {
@@ -56,7 +85,7 @@ Page {
     }
 
     function handleDownloadFailed() {
-        upgradeView.status = qsTr("新版本下载失败，请检查网络环境或稍后重试");
+        view.upgrade = WelcomeLayout.DownloadFailed;
         upgradeView.showButtons(false);
     }
 
@@ -74,20 +103,20 @@ Page {
 
     function install(path: string) {
         upgradeView.progress = 0;
-        upgradeView.status = qsTr("正在安装最新固件");
+        view.upgrade = WelcomeLayout.Installing;
         installer(path); // qmllint disable use-proper-function
     }
 
     // Only this text is a failure. A refused version or checksum comes with 100 and ends as a success.
     function handleUpgradeProgress(progress: int, message: string) {
         if (message === "升级失败") {
-            upgradeView.status = qsTr("升级失败");
+            view.upgrade = WelcomeLayout.Failed;
             upgradeView.showButtons(false);
             return;
         }
         upgradeView.progress = progress / 100;
         if (progress === 100) {
-            upgradeView.status = qsTr("升级成功");
+            view.upgrade = WelcomeLayout.Done;
             upgradeView.showButtons(true);
         }
     }
@@ -152,6 +181,7 @@ Page {
         anchors.fill: parent
         visible: welcomeLayout.isUpdateFirmware
         title: view.deviceName
+        status: welcomeLayout.upgradeText(view.upgrade)
         zoom: view.zoom
         onDismissed: {
             welcomeLayout.isUpdateFirmware = false;

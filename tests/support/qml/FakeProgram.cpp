@@ -1,12 +1,14 @@
 #include "tests/support/qml/FakeProgram.h"
 
 #include "app/ScriptEngines.h"
+#include "app/TranslationManager.h"
 #include "tests/support/qml/FakeHIDHotplugManager.h"
 #include "tests/support/qml/FakeSystemBridge.h"
 #include "tests/support/qml/StoreFile.h"
 
 #include <QEventLoop>
 #include <QGuiApplication>
+#include <QQmlEngine>
 #include <QQuickStyle>
 #include <QStyleHints>
 #include <QTimer>
@@ -14,6 +16,16 @@
 namespace {
 
 constexpr int kLevelPeriodMs = 50;
+
+// The real one, with Chinese as the system's language, one for each engine.
+void registerTranslations() {
+    qmlRegisterSingletonType<TranslationManager>(
+        "VexoDeckTranslation", 1, 0, "TranslationManager", [](QQmlEngine* engine, QJSEngine*) -> QObject* {
+            auto* const manager = new TranslationManager("zh_CN", TranslationManager::usualFolders());
+            manager->setEngine(engine);
+            return manager;
+        });
+}
 
 } // namespace
 
@@ -24,6 +36,7 @@ void setUpFakeProgram() {
     registerFakeHIDHotplugManager();
     registerFakeSystemBridge();
     registerTemporarySettings();
+    registerTranslations();
 }
 
 void runEventLoop(int milliseconds, const std::function<void()>& everyPeriod) {

@@ -15,7 +15,10 @@ constexpr int kLongestWord = 11;
 
 } // namespace
 
-LongTexts::LongTexts(QQmlEngine& qmlEngine) : engine(qmlEngine) {}
+LongTexts::LongTexts(QQmlEngine& qmlEngine) : engine(qmlEngine) {
+    // The translations of the program come first: what is installed last is asked first.
+    engine.singletonInstance<QObject*>("VexoDeckTranslation", "TranslationManager");
+}
 
 void LongTexts::install() {
     QCoreApplication::installTranslator(&translator);
