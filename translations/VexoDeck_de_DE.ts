@@ -116,7 +116,7 @@ Gain eingestellt auf </translation>
         <source>设置成功
 增益为 0 dB</source>
         <translation>Fertig
-Gain eingestellt auf 0 dB</translation>
+Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
     <message>
         <source>取消</source>
@@ -236,11 +236,11 @@ Gain eingestellt auf 0 dB</translation>
     </message>
     <message>
         <source>低切75Hz</source>
-        <translation>Low-Cut 75 Hz</translation>
+        <translation>Low-Cut 75&#xa0;Hz</translation>
     </message>
     <message>
         <source>低切150Hz</source>
-        <translation>Low-Cut 150 Hz</translation>
+        <translation>Low-Cut 150&#xa0;Hz</translation>
     </message>
     <message>
         <source>自定义</source>

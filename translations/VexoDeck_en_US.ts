@@ -5,11 +5,11 @@
     <name>AccessNotice</name>
     <message>
         <source>无法打开设备：请关闭正在使用它的程序，然后重新插拔设备</source>
-        <translation>The device cannot be opened: close the program that is using it, then unplug the device and plug it in again</translation>
+        <translation>The device cannot be opened: close the program that uses it, then plug the device in again</translation>
     </message>
     <message>
         <source>没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备</source>
-        <translation>No permission to access the device: install the udev rule 70-vexo-deck.rules, then unplug the device and plug it in again</translation>
+        <translation>No permission to access the device: install the udev rule 70-vexo-deck.rules, then plug the device in again</translation>
     </message>
 </context>
 <context>

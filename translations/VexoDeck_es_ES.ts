@@ -116,7 +116,7 @@ Ganancia ajustada a </translation>
         <source>设置成功
 增益为 0 dB</source>
         <translation>Listo
-Ganancia ajustada a 0 dB</translation>
+Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
     <message>
         <source>取消</source>
@@ -236,11 +236,11 @@ Ganancia ajustada a 0 dB</translation>
     </message>
     <message>
         <source>低切75Hz</source>
-        <translation>Corte de graves 75 Hz</translation>
+        <translation>Corte de graves 75&#xa0;Hz</translation>
     </message>
     <message>
         <source>低切150Hz</source>
-        <translation>Corte de graves 150 Hz</translation>
+        <translation>Corte de graves 150&#xa0;Hz</translation>
     </message>
     <message>
         <source>自定义</source>
@@ -383,7 +383,7 @@ Baja la ganancia si el sonido distorsiona.</translation>
     </message>
     <message>
         <source>48V幻象电源</source>
-        <translation>Alimentación fantasma 48 V</translation>
+        <translation>Alimentación fantasma 48&#xa0;V</translation>
     </message>
 </context>
 <context>

@@ -116,7 +116,7 @@ Gain réglé sur </translation>
         <source>设置成功
 增益为 0 dB</source>
         <translation>Réglage réussi
-Gain réglé sur 0 dB</translation>
+Gain réglé sur 0&#xa0;dB</translation>
     </message>
     <message>
         <source>取消</source>
@@ -236,11 +236,11 @@ Gain réglé sur 0 dB</translation>
     </message>
     <message>
         <source>低切75Hz</source>
-        <translation>Coupe-bas 75 Hz</translation>
+        <translation>Coupe-bas 75&#xa0;Hz</translation>
     </message>
     <message>
         <source>低切150Hz</source>
-        <translation>Coupe-bas 150 Hz</translation>
+        <translation>Coupe-bas 150&#xa0;Hz</translation>
     </message>
     <message>
         <source>自定义</source>
@@ -383,7 +383,7 @@ Diminuez le gain si le son sature.</translation>
     </message>
     <message>
         <source>48V幻象电源</source>
-        <translation>Alimentation fantôme 48 V</translation>
+        <translation>Alimentation fantôme 48&#xa0;V</translation>
     </message>
 </context>
 <context>

@@ -116,7 +116,7 @@ Guadagno impostato su </translation>
         <source>设置成功
 增益为 0 dB</source>
         <translation>Fatto
-Guadagno impostato su 0 dB</translation>
+Guadagno impostato su 0&#xa0;dB</translation>
     </message>
     <message>
         <source>取消</source>
@@ -236,11 +236,11 @@ Guadagno impostato su 0 dB</translation>
     </message>
     <message>
         <source>低切75Hz</source>
-        <translation>Taglio bassi 75 Hz</translation>
+        <translation>Taglio bassi 75&#xa0;Hz</translation>
     </message>
     <message>
         <source>低切150Hz</source>
-        <translation>Taglio bassi 150 Hz</translation>
+        <translation>Taglio bassi 150&#xa0;Hz</translation>
     </message>
     <message>
         <source>自定义</source>
@@ -383,7 +383,7 @@ Riduci il guadagno se il suono distorce.</translation>
     </message>
     <message>
         <source>48V幻象电源</source>
-        <translation>Alimentazione phantom 48 V</translation>
+        <translation>Alimentazione phantom 48&#xa0;V</translation>
     </message>
 </context>
 <context>

@@ -116,7 +116,7 @@
         <source>设置成功
 增益为 0 dB</source>
         <translation>設定しました
-ゲイン: 0 dB</translation>
+ゲイン: 0&#xa0;dB</translation>
     </message>
     <message>
         <source>取消</source>
@@ -236,11 +236,11 @@
     </message>
     <message>
         <source>低切75Hz</source>
-        <translation>ローカット 75 Hz</translation>
+        <translation>ローカット 75&#xa0;Hz</translation>
     </message>
     <message>
         <source>低切150Hz</source>
-        <translation>ローカット 150 Hz</translation>
+        <translation>ローカット 150&#xa0;Hz</translation>
     </message>
     <message>
         <source>自定义</source>

@@ -87,7 +87,7 @@
     </message>
     <message>
         <source>监听静音</source>
-        <translation>Заглушить в мониторинге</translation>
+        <translation>Заглушить в мониторе</translation>
     </message>
     <message>
         <source>直播静音</source>
@@ -116,7 +116,7 @@
         <source>设置成功
 增益为 0 dB</source>
         <translation>Готово
-Усиление: 0 дБ</translation>
+Усиление: 0&#xa0;дБ</translation>
     </message>
     <message>
         <source>取消</source>
@@ -205,7 +205,7 @@
     </message>
     <message>
         <source>监听</source>
-        <translation>Мониторинг</translation>
+        <translation>Монитор</translation>
     </message>
     <message>
         <source>灯光</source>
@@ -236,11 +236,11 @@
     </message>
     <message>
         <source>低切75Hz</source>
-        <translation>Срез НЧ 75 Гц</translation>
+        <translation>Срез НЧ 75&#xa0;Гц</translation>
     </message>
     <message>
         <source>低切150Hz</source>
-        <translation>Срез НЧ 150 Гц</translation>
+        <translation>Срез НЧ 150&#xa0;Гц</translation>
     </message>
     <message>
         <source>自定义</source>
@@ -327,7 +327,7 @@
     </message>
     <message>
         <source>点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量</source>
-        <translation>Нажмите, чтобы добавить приложение со звуком или микрофон и отдельно настроить громкость в стриме и мониторинге</translation>
+        <translation>Нажмите, чтобы добавить приложение со звуком или микрофон и отдельно настроить громкость в стриме и в мониторе</translation>
     </message>
 </context>
 <context>
@@ -383,14 +383,14 @@
     </message>
     <message>
         <source>48V幻象电源</source>
-        <translation>Фантомное питание 48 В</translation>
+        <translation>Фантомное питание 48&#xa0;В</translation>
     </message>
 </context>
 <context>
     <name>MonitorTab</name>
     <message>
         <source>监听</source>
-        <translation>Мониторинг</translation>
+        <translation>Монитор</translation>
     </message>
     <message>
         <source>麦克风/电脑监听比</source>
@@ -398,7 +398,7 @@
     </message>
     <message>
         <source>监听音量</source>
-        <translation>Громкость мониторинга</translation>
+        <translation>Громкость монитора</translation>
     </message>
 </context>
 <context>

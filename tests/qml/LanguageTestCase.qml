@@ -93,6 +93,8 @@ MainWindowTestCase {
                         value: [0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0],
                         img: "icons/zdy.svg"
                     }));
+                    // Of the user: it can be changed and deleted.
+                    ConfigMgr.setValue("device_equalizer_current_index", ConfigMgr.defaults.device_equalizer_values.length);
                     const equalizer = createTemporaryObject(equalizerComponent, testCase);
                     equalizer.show();
                     tryCompare(equalizer, "opacity", 1);
