@@ -1,14 +1,11 @@
 """The language of the screens: the system's, or the one that the settings hold."""
 
-import pathlib
 import unittest
-import xml.etree.ElementTree as ElementTree
 
 from log_check import TYPED_LOG, warnings_of
 from screens import WAITING_TITLE
 from system_case import SystemCase
-
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from texts import texts_of
 
 # What the system says of its user, and the language that the program speaks.
 SYSTEMS = (
@@ -29,10 +26,8 @@ SYSTEMS = (
 
 
 def title(code):
-    for message in ElementTree.parse(ROOT / "translations" / f"VexoDeck_{code}.ts").iter("message"):
-        if message.findtext("source") == WAITING_TITLE:
-            return message.findtext("translation")
-    raise AssertionError(f"no text in {code}")
+    (text,) = texts_of(code)[WAITING_TITLE]
+    return text
 
 
 class Language(SystemCase):

@@ -5,6 +5,8 @@ from dataclasses import dataclass
 import numpy
 from PIL import Image
 
+# English, and the languages with the longest texts.
+LANGUAGES = ("en_US", "ru_RU", "de_DE")
 COLOURS = 256
 # The grounds, lines and letters keep their very colours; the rest is for the soft shades of the devices.
 EXACT_COLOURS = 64
@@ -28,6 +30,7 @@ def _list():
             pictures[f"drawer-boost-{model}"] = Picture(step)
     for name, model in {"r2": "r2", "static": "r2", "picker": "r2", "breathing": "t40", "t40": "t40"}.items():
         pictures[f"drawer-lighting-{name}"] = Picture(f"program {model}", palette=False)
+    pictures.update(_of_languages())
     for name in ("dialog", "upgrade-r2", "upgrade-m40", "upgrade-t40", "upgrade-failed-r2", "upgrade-done-r2"):
         pictures[name] = Picture("upgrade")
     for name in ("empty", "popup", "full", "clipping", "solo"):
@@ -40,6 +43,11 @@ def _list():
     for name in ("welcome", "main", "gain"):
         pictures[f"windows-{name}"] = Picture("windows", palette=False)
     return pictures
+
+
+def _of_languages():
+    return {f"{name}-{code.split('_')[0]}": Picture(f"language {code}") for code in LANGUAGES
+            for name in ("menu", "drawer-microphone", "drawer-boost", "drawer-monitor")}
 
 
 PICTURES = _list()

@@ -5,6 +5,7 @@ import pathlib
 import subprocess
 from dataclasses import dataclass
 
+from pictures import LANGUAGES
 from screens import (CONNECTED, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, SETTINGS_BUTTON, START_BUTTON,
                      WAITING_TITLE, close_menu, open_drawer, open_main, open_menu)
 from stage import Stage
@@ -17,6 +18,7 @@ SCREEN = (1400, 900)
 # On the page of the drawer beside its controls, where the wheel scrolls.
 PAGE_MARGIN = (880, 600)
 SCENE_GAME = "游戏"
+STRONG = "强降噪"
 
 
 @dataclass(frozen=True)
@@ -61,7 +63,7 @@ def take_program(model, builds, folder):
         if model != "r2":
             stage.click(MICROPHONE_PAGE, "page tab")
             stage.click(SCENE_GAME, "radio button")
-            stage.wait_text("强降噪", "radio button")
+            stage.wait_text(STRONG, "radio button")
             scroll_down(stage)
             camera.take(f"drawer-boost-{model}")
 
@@ -89,6 +91,28 @@ def take_lights(stage, camera, model):
         camera.take("drawer-lighting-breathing")
         scroll_down(stage)
         camera.take(f"drawer-lighting-{model}")
+
+
+def take_language(code, builds, folder):
+    """The program in a language, beside a Voxmic T40, which has every page of the drawer."""
+    name = code.split("_")[0]
+    with Stage(builds.dev, ["t40"], size=WINDOW) as stage:
+        camera = Camera(stage, folder)
+        stage.start_program(language=code)
+        stage.wait_text(WAITING_TITLE)
+        open_menu(stage)
+        camera.take(f"menu-{name}")
+        close_menu(stage)
+        stage.emulator("plug")
+        open_main(stage)
+        open_drawer(stage)
+        stage.click(SCENE_GAME, "radio button")
+        stage.wait_text(STRONG, "radio button")
+        camera.take(f"drawer-microphone-{name}")
+        scroll_down(stage)
+        camera.take(f"drawer-boost-{name}")
+        stage.click(MONITOR_PAGE, "page tab")
+        camera.take(f"drawer-monitor-{name}")
 
 
 def scroll_down(stage):
@@ -142,6 +166,7 @@ STEPS = {
     "program r2": functools.partial(take_program, "r2"),
     "program m40": functools.partial(take_program, "m40"),
     "program t40": functools.partial(take_program, "t40"),
+    **{f"language {code}": functools.partial(take_language, code) for code in LANGUAGES},
     "upgrade": functools.partial(take_documents, "upgrade"),
     "mixer": functools.partial(take_documents, "mixer"),
     "gallery": functools.partial(take_documents, "gallery"),

@@ -22,6 +22,7 @@ import subprocess
 import tempfile
 import time
 
+from texts import texts_of
 
 # Hello intervals of about a second.
 PATIENCE = 60
@@ -138,6 +139,7 @@ class Stage:
         self.environment = environment or {}
         self.processes = []
         self.programs = []
+        self.texts = {}
         self.folder = None
         self.control = None
         self.reader = None
@@ -289,7 +291,9 @@ class Stage:
     # ---- the program
 
     def start_program(self, executable=None, environment=None, real_bus=False, language="zh_CN"):
-        """`language`: what the system tells the program that its user speaks, as in LANGUAGE."""
+        """`language`: what the system tells the program that its user speaks, as in LANGUAGE. Where it is the code of a
+        translation, the controls are found by their source texts all the same."""
+        self.texts = texts_of(language)
         env = self.env | {"LANGUAGE": language} | (environment or {})
         if not real_bus:
             env["LD_LIBRARY_PATH"] = str(self.build / "emulator" / "hidapi")
@@ -346,10 +350,10 @@ class Stage:
                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.processes.append(self.reader)
 
-    @staticmethod
-    def _first(controls, name, role=None):
+    def _first(self, controls, name, role=None):
+        names = self.texts.get(name, {name})
         for control in controls:
-            if control["name"] == name and (role is None or control["role"] == role) and "showing" in control["states"]:
+            if control["name"] in names and (role is None or control["role"] == role) and "showing" in control["states"]:
                 return control
         return None
 
