@@ -61,8 +61,7 @@ InstanceDecision decideInstance(QSharedMemory& guard) {
                                                                  : InstanceDecision::AlreadyRunning;
 }
 
-InstanceGuard::InstanceGuard(const QString& segmentKey)
-    : key(segmentKey), segment(std::make_shared<QSharedMemory>(segmentKey)) {}
+InstanceGuard::InstanceGuard(const QString& segmentKey) : key(segmentKey) {}
 
 InstanceGuard::~InstanceGuard() {
     release();
@@ -72,6 +71,9 @@ InstanceDecision InstanceGuard::decide() {
     if (lock.take(key + QStringLiteral(".lock")) == UserLock::Answer::HeldByAnother) {
         tellOfAnother();
         return InstanceDecision::AlreadyRunning;
+    }
+    if (segment == nullptr) {
+        segment = std::make_shared<QSharedMemory>(key);
     }
     if (belongsToAnotherUser(*segment)) {
         segment.reset();
@@ -85,9 +87,10 @@ InstanceDecision InstanceGuard::decide() {
 }
 
 void InstanceGuard::release() {
-    if (segment != nullptr && segment->isAttached() &&
-        !withPatience([held = segment] { return held->detach(); }).has_value()) {
-        segment.reset();
+    if (segment != nullptr && segment->isAttached()) {
+        static_cast<void>(withPatience([held = segment] { return held->detach(); }));
     }
+    // Its end removes the semaphore that it has made, which the next process may hold by then.
+    segment.reset();
     lock.release();
 }

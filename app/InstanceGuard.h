@@ -31,7 +31,7 @@ public:
 
     explicit InstanceGuard(const QString& segmentKey);
 
-    /// Prints a line where another process runs.
+    /// Prints a line where another process runs. Also again after release().
     [[nodiscard]] InstanceDecision decide();
     /// Lets the next process in: the segment goes before the lock. Also at the end of the object.
     void release();
@@ -41,6 +41,6 @@ public:
 
 private:
     const QString key;
-    std::shared_ptr<QSharedMemory> segment; // null where it is left to whom it belongs
+    std::shared_ptr<QSharedMemory> segment; // null before decide(), and where it is left to whom it belongs
     UserLock lock;
 };

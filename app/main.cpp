@@ -36,6 +36,16 @@ void registerService(const char* module, const char* typeName) {
         module, 1, 0, typeName, [](QQmlEngine*, QJSEngine*) -> QObject* { return Service::instance(); });
 }
 
+/// Keeps other runs of the program out, or lets one in, which finds all settings on the disk.
+void holdInstance(InstanceGuard& guard, bool isHeld) {
+    if (!isHeld) {
+        SettingsManager::instance()->sync();
+        guard.release();
+    } else if (guard.decide() == InstanceDecision::AlreadyRunning) {
+        qWarning() << "Another run has begun meanwhile";
+    }
+}
+
 /// What is left to do when the program ends.
 void cleanUp(InstanceGuard& guard, SystemBridge* bridge) {
     qInfo() << "应用程序即将退出，开始清理资源...";
@@ -91,6 +101,7 @@ int main(int argc, char* argv[]) {
     registerService<TranslationManager>("VexoDeckTranslation", "TranslationManager");
     const QPointer<SystemBridge> bridge = SystemBridge::instance();
     bridge->setSettingsReader([](const QString& key) { return SettingsManager::instance()->getValue(key); });
+    bridge->setInstanceHold([&guard](bool isHeld) { holdInstance(guard, isHeld); });
     bridge->initializeMonitorDevice();
     registerService<SystemBridge>("VexoDeckSystemBridge", "SystemBridge");
     // Now the engine destroys the bridge, and with it the threads of the sound, even when no document has

@@ -53,6 +53,12 @@ public:
     using SettingsReader = std::function<QVariant(const QString& key)>;
     void setSettingsReader(SettingsReader reader);
 
+    /// Decides whether another run of the program may begin. restartApplication() calls it with false before
+    /// it starts the program anew: the settings have to be on the disk then, since the new run reads them
+    /// while this one is still ending. True follows where that has not started.
+    using InstanceHold = std::function<void(bool isHeld)>;
+    void setInstanceHold(InstanceHold hold);
+
     /// Requests the microphone permission where it is undecided, and creates and starts the capture service
     /// once it is granted. Denied: nothing is created, and the audio operations log that.
     void initializeMonitorDevice();
@@ -92,7 +98,7 @@ public:
     /// is no file, or does not start; then the program goes on.
     Q_INVOKABLE [[nodiscard]] bool installFile(const QString& filePath);
     /// Starts the program anew with the same arguments, closes the windows and ends this one with 0. Goes on
-    /// where it does not start.
+    /// where it does not start. The new one is let in before it starts; see setInstanceHold().
     Q_INVOKABLE void restartApplication();
     /// Hides every window, stops the device, the audio and the power monitor, closes the windows and ends the
     /// program with 0. Once: a later call has no effect.
@@ -179,6 +185,7 @@ private:
     MonitorEqualizer monitorEqualizer;
 
     SettingsReader settingsReader;
+    InstanceHold instanceHold;
     QTimer soundDevicesTimer;
     std::shared_ptr<void> soundDevicesWatch;
     QVariantList lastConfigs; // of the last setAudioConfig()

@@ -92,6 +92,10 @@ bool SystemBridge::installFile(const QString& filePath) {
     return true;
 }
 
+void SystemBridge::setInstanceHold(InstanceHold hold) {
+    instanceHold = std::move(hold);
+}
+
 void SystemBridge::restartApplication() {
     const QString path = QCoreApplication::applicationFilePath();
     if (path.isEmpty()) {
@@ -103,7 +107,13 @@ void SystemBridge::restartApplication() {
     process.setProgram(path);
     process.setArguments(arguments);
     prepareLaunch(process);
+    if (instanceHold) {
+        instanceHold(false);
+    }
     if (!process.startDetached()) {
+        if (instanceHold) {
+            instanceHold(true);
+        }
         qWarning() << "SystemBridge::restartApplication 重启失败:" << path << arguments;
         return;
     }

@@ -10,7 +10,7 @@ void setOwnVariable(const char* name, const char* value);
 
 /// To be called before `process` is started, in whatever way: gives it the environment that this process was
 /// started with, and on Linux the system's own answer to every signal, and no open file but the three
-/// standard ones. Replaces an environment that `process` has been given before. Any thread.
+/// standard ones. Replaces an environment and a modifier that `process` has been given before. Any thread.
 ///
 /// On Windows the environment that processes take over never has the variables of setOwnVariable(), so those
 /// that the system itself starts (ShellExecuteW) do not get them either.

@@ -54,6 +54,7 @@ void prepareLaunch(QProcess& process) {
         environment.append(QString::fromLocal8Bit(entry));
     }
     process.setEnvironment(environment);
-    process.setUnixProcessParameters(QProcess::UnixProcessFlag::ResetSignalHandlers |
-                                     QProcess::UnixProcessFlag::CloseFileDescriptors);
+    process.setUnixProcessParameters(QProcess::UnixProcessFlag::ResetSignalHandlers);
+    // Qt's own flag for this closes the pipe, too, by which a detached process says that it could not start.
+    process.setChildProcessModifier([] { close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC); });
 }

@@ -52,6 +52,17 @@ TEST(LaunchedProcess, OpenFilesStayWithThisProcess) {
     close(file);
 }
 
+TEST(LaunchedProcess, ProgramThatIsMissingIsReported) {
+    QProcess process;
+    process.setProgram("/nowhere/program");
+    prepareLaunch(process);
+    EXPECT_FALSE(process.startDetached());
+    prepareLaunch(process);
+    process.start();
+    EXPECT_FALSE(process.waitForStarted());
+    EXPECT_EQ(process.error(), QProcess::FailedToStart);
+}
+
 TEST(LaunchedProcess, DetachedProcessIsNoDifferent) {
     setOwnVariable("VEXO_TEST_NEW", "own");
     const auto former = std::signal(SIGPIPE, SIG_IGN);
@@ -59,13 +70,17 @@ TEST(LaunchedProcess, DetachedProcessIsNoDifferent) {
     const QString result = folder.filePath("result");
     QProcess process;
     process.setProgram("sh");
-    process.setArguments(
-        {"-c",
-         "{ echo ${VEXO_TEST_NEW-none}; grep SigIgn /proc/self/status; } > \"$0.new\"; mv \"$0.new\" \"$0\"",
-         result});
+    constexpr int kLikeNoOther = 77;
+    const int ours = fcntl(STDERR_FILENO, F_DUPFD, kLikeNoOther); // passed on to processes
+    ASSERT_GE(ours, 0);
+    process.setArguments({"-c",
+                          "{ echo ${VEXO_TEST_NEW-none}; grep SigIgn /proc/self/status; "
+                          "test -e /proc/$$/fd/$1 && echo there; } > \"$0.new\"; mv \"$0.new\" \"$0\"",
+                          result, QString::number(ours)});
     prepareLaunch(process);
     ASSERT_TRUE(process.startDetached());
     std::signal(SIGPIPE, former);
+    close(ours);
     ASSERT_TRUE(await([&] { return QFile::exists(result); }));
     QFile file(result);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
