@@ -5,12 +5,16 @@
 #include <QDebug>
 #include <QMetaObject>
 #include <QObject>
+#include <QTimer>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <initializer_list>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unistd.h>
@@ -28,14 +32,6 @@ constexpr const char* kUser = "org.freedesktop.login1.User";
 constexpr std::array<const char*, 5> kScreenSavers = {"org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver",
                                                       "org.cinnamon.ScreenSaver", "org.mate.ScreenSaver",
                                                       "org.xfce.ScreenSaver"};
-
-std::string rule(std::initializer_list<std::pair<const char*, std::string_view>> words) {
-    std::string text = "type='signal'";
-    for (const auto& [key, value] : words) {
-        text.append(",").append(key).append("='").append(value).append("'");
-    }
-    return text;
-}
 
 // The first argument of a message, of this kind.
 template <typename Value>
@@ -208,16 +204,94 @@ private:
     }
 
     void listenTo(std::string_view path) {
-        bus.listen(rule({{"sender", kLogind}, {"path", path}, {"interface", kSession}}));
-        bus.listen(rule({{"sender", kLogind},
-                         {"path", path},
-                         {"interface", DBUS_INTERFACE_PROPERTIES},
-                         {"arg0", kSession}}));
+        for (const char* member : {"Lock", "Unlock"}) {
+            bus.listen({.sender = kLogind,
+                        .path = std::string(path),
+                        .interface = kSession,
+                        .member = member,
+                        .firstArgument = ""});
+        }
+        bus.listen({.sender = kLogind,
+                    .path = std::string(path),
+                    .interface = DBUS_INTERFACE_PROPERTIES,
+                    .member = "PropertiesChanged",
+                    .firstArgument = kSession});
     }
 
     static void warn() { qWarning() << "logind knows no session of this program: its lock is not heard"; }
 
     BusConversation& bus;
+};
+
+// A bus that is opened again, after a growing pause, when it is lost. The main thread.
+class LastingBus : public QObject {
+public:
+    using Begin = std::function<void(BusConversation&)>;
+
+    // `onSignal` runs on the conversation's thread, `begin` at each opening. The address is that of now.
+    LastingBus(std::string busAddress, const char* nameOfThread, const char* warning,
+               BusConversation::SignalHandler onSignal, Begin onOpened)
+        : address(std::move(busAddress)), threadName(nameOfThread), lostWarning(warning),
+          signalHandler(std::move(onSignal)), begin(std::move(onOpened)) {
+        reopening.setSingleShot(true);
+        connect(&reopening, &QTimer::timeout, this, [this] {
+            if (!tryToOpen()) {
+                openLater();
+            }
+        });
+    }
+
+    // False where the bus is not there now; it is looked for again all the same.
+    bool open() {
+        const bool isOpened = tryToOpen();
+        if (!isOpened) {
+            qWarning() << lostWarning;
+            openLater();
+        }
+        return isOpened;
+    }
+
+private:
+    bool tryToOpen() {
+        const auto onLost = [this] {
+            QMetaObject::invokeMethod(this, &LastingBus::noteLoss, Qt::QueuedConnection);
+        };
+        conversation = BusConversation::open(address, threadName, signalHandler, onLost);
+        if (conversation) {
+            begin(*conversation);
+        }
+        return conversation != nullptr;
+    }
+
+    void noteLoss() {
+        const bool wasThere = conversation->isGreeted();
+        if (wasThere) {
+            pause = kFirstPause;
+        }
+        if (wasThere || !isTold) {
+            qWarning() << lostWarning;
+        }
+        openLater();
+    }
+
+    void openLater() {
+        isTold = true;
+        reopening.start(pause);
+        pause = std::min(2 * pause, kLongestPause);
+    }
+
+    static constexpr std::chrono::milliseconds kFirstPause{1000};
+    static constexpr std::chrono::milliseconds kLongestPause{60000};
+
+    const std::string address;
+    const char* const threadName;
+    const char* const lostWarning;
+    const BusConversation::SignalHandler signalHandler;
+    const Begin begin;
+    QTimer reopening;
+    std::chrono::milliseconds pause = kFirstPause;
+    bool isTold = false;
+    std::unique_ptr<BusConversation> conversation; // last: its thread uses what stands above
 };
 
 class PowerMonitor {
@@ -226,36 +300,30 @@ public:
 
     // False where there is no bus at all.
     bool start() {
-        const auto onSignal = [this](DBusMessage& signal) {
-            report(signal);
-        };
-        logind = BusConversation::open(systemBusAddress(), "Power events", onSignal, warnOfLogind);
-        screenSaver = BusConversation::open(sessionBusAddress(), "Screen saver", onSignal, warnOfScreenSaver);
-        if (logind) {
-            logind->listen(
-                rule({{"sender", kLogind}, {"interface", kManager}, {"member", "PrepareForSleep"}}));
-            sessionSearch = std::make_unique<SessionSearch>(*logind);
-            sessionSearch->begin();
-        } else {
-            warnOfLogind();
-        }
-        if (screenSaver) {
-            for (const char* name : kScreenSavers) {
-                screenSaver->listen(
-                    rule({{"sender", name}, {"interface", name}, {"member", "ActiveChanged"}}));
-            }
-        } else {
-            warnOfScreenSaver();
-        }
-        return logind || screenSaver;
+        const bool hasSystemBus = systemBus.open();
+        const bool hasSessionBus = sessionBus.open();
+        return hasSystemBus || hasSessionBus;
     }
 
 private:
-    static void warnOfLogind() {
-        qWarning() << "The system bus is not there: sleep and lock of the session are not heard";
+    void listenToLogind(BusConversation& bus) {
+        bus.listen({.sender = kLogind,
+                    .path = kLogindPath,
+                    .interface = kManager,
+                    .member = "PrepareForSleep",
+                    .firstArgument = ""});
+        sessionSearch = std::make_unique<SessionSearch>(bus);
+        sessionSearch->begin();
     }
-    static void warnOfScreenSaver() {
-        qWarning() << "The session bus is not there: the screen saver is not heard";
+
+    static void listenToScreenSavers(BusConversation& bus) {
+        for (const char* name : kScreenSavers) {
+            bus.listen({.sender = name,
+                        .path = "",
+                        .interface = name,
+                        .member = "ActiveChanged",
+                        .firstArgument = ""});
+        }
     }
 
     // On a conversation's thread.
@@ -272,8 +340,16 @@ private:
     const ScreenStateCallback callback;
     QObject context; // what is on its way when the monitor ends goes with it
     std::unique_ptr<SessionSearch> sessionSearch;
-    std::unique_ptr<BusConversation> logind; // last: their threads use what stands above
-    std::unique_ptr<BusConversation> screenSaver;
+    // Last: the threads of their conversations use what stands above.
+    LastingBus systemBus{systemBusAddress(), "Power events",
+                         "The system bus is not there: sleep and lock of the session are not heard",
+                         [this](DBusMessage& signal) { report(signal); },
+                         [this](BusConversation& bus) {
+                             listenToLogind(bus);
+                         }};
+    LastingBus sessionBus{sessionBusAddress(), "Screen saver",
+                          "The session bus is not there: the screen saver is not heard",
+                          [this](DBusMessage& signal) { report(signal); }, listenToScreenSavers};
 };
 
 std::unique_ptr<PowerMonitor>& currentMonitor() {

@@ -12,8 +12,10 @@
 #include <QRandomGenerator>
 #include <QStringList>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -23,6 +25,9 @@ constexpr const char* kPortal = "org.freedesktop.portal.Desktop";
 constexpr const char* kPortalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kScreenshot = "org.freedesktop.portal.Screenshot";
 constexpr const char* kRequest = "org.freedesktop.portal.Request";
+// A portal that runs answers at once, one that has to be started first within a few seconds. After that
+// nobody expects anything to happen any more.
+constexpr std::chrono::seconds kPortalLimit{5};
 constexpr std::uint32_t kDone = 0;
 constexpr std::uint32_t kCancelled = 1;
 
@@ -100,29 +105,54 @@ public:
         return portal;
     }
 
+    // Has no effect while an earlier question is still to be answered.
     void takeScreenshot() {
-        conversation->ask(screenshotRequest(), [this](DBusMessage* answer) {
-            if (answer == nullptr) {
-                QMetaObject::invokeMethod(
-                    this, [] { static_cast<void>(startScreenshotProgram()); }, Qt::QueuedConnection);
-            }
-        });
+        if (std::exchange(isAsking, true)) {
+            return;
+        }
+        const auto onAnswer = [this](DBusMessage* answer) {
+            noteRequest(answer);
+            QMetaObject::invokeMethod(
+                this, [this, isTaken = answer != nullptr] { endQuestion(isTaken); }, Qt::QueuedConnection);
+        };
+        conversation->ask(screenshotRequest(), onAnswer, kPortalLimit);
     }
 
 private:
     bool open() {
         conversation = BusConversation::open(
-            sessionBusAddress(), "Screenshot", [](DBusMessage& signal) { report(signal); }, [] {});
+            sessionBusAddress(), "Screenshot", [this](DBusMessage& signal) { report(signal); }, [] {});
         if (conversation) {
-            conversation->listen(std::string("type='signal',sender='") + kPortal + "',interface='" +
-                                 kRequest + "',member='Response'");
+            conversation->listen({.sender = kPortal,
+                                  .path = "",
+                                  .interface = kRequest,
+                                  .member = "Response",
+                                  .firstArgument = ""});
         }
         return conversation != nullptr;
     }
 
-    static void report(DBusMessage& signal) {
+    void endQuestion(bool isTaken) {
+        isAsking = false;
+        if (!isTaken) {
+            static_cast<void>(startScreenshotProgram());
+        }
+    }
+
+    // The portal calls a request by its path. On the conversation's thread.
+    void noteRequest(DBusMessage* answer) {
+        const char* path = nullptr;
+        if (answer != nullptr &&
+            dbus_message_get_args(answer, nullptr, DBUS_TYPE_OBJECT_PATH, &path, DBUS_TYPE_INVALID) != 0) {
+            requests.emplace(path);
+        }
+    }
+
+    // On the conversation's thread.
+    void report(DBusMessage& signal) {
         dbus_uint32_t response = kDone;
-        if (dbus_message_is_signal(&signal, kRequest, "Response") == 0 ||
+        const char* const path = dbus_message_get_path(&signal);
+        if (path == nullptr || requests.erase(path) == 0 ||
             dbus_message_get_args(&signal, nullptr, DBUS_TYPE_UINT32, &response, DBUS_TYPE_INVALID) == 0) {
             return;
         }
@@ -135,7 +165,9 @@ private:
         }
     }
 
-    std::unique_ptr<BusConversation> conversation;
+    bool isAsking = false;
+    std::set<std::string> requests;                // that the user has not answered yet
+    std::unique_ptr<BusConversation> conversation; // last: its thread uses what stands above
 };
 
 // A desktop without a program for it, but with a key. Keys reach a desktop on X11 only.

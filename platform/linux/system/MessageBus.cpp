@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdlib>
 #include <poll.h>
+#include <string_view>
 #include <sys/eventfd.h>
 #include <system_error>
 #include <unistd.h>
@@ -16,6 +17,51 @@ namespace {
 constexpr const char* kSystemBus = "unix:path=/run/dbus/system_bus_socket";
 constexpr std::chrono::seconds kGreetingLimit{5};
 constexpr int kSendStepMs = 20; // between two looks whether the bus takes what is to be sent
+
+BusMessage busCall(const char* method) {
+    return BusMessage(
+        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method));
+}
+
+bool appendText(const BusMessage& message, const std::string& text) {
+    const char* const begin = text.c_str();
+    return message &&
+           dbus_message_append_args(message.get(), DBUS_TYPE_STRING, &begin, DBUS_TYPE_INVALID) != 0;
+}
+
+std::string ruleFor(const BusSignal& wanted) {
+    std::string rule = "type='signal'";
+    for (const auto& [key, value] :
+         {std::pair("sender", &wanted.sender), std::pair("path", &wanted.path),
+          std::pair("interface", &wanted.interface), std::pair("member", &wanted.member),
+          std::pair("arg0", &wanted.firstArgument)}) {
+        if (!value->empty()) {
+            rule.append(",").append(key).append("='").append(*value).append("'");
+        }
+    }
+    return rule;
+}
+
+std::string_view viewOf(const char* text) {
+    return text != nullptr ? text : "";
+}
+
+std::string_view firstText(DBusMessage& message) {
+    const char* text = nullptr;
+    dbus_message_get_args(&message, nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+    return viewOf(text);
+}
+
+// But for its sender.
+bool isOf(const BusSignal& wanted, DBusMessage& signal) {
+    const auto fits = [](const std::string& text, const char* found) {
+        return text.empty() || text == viewOf(found);
+    };
+    return fits(wanted.path, dbus_message_get_path(&signal)) &&
+           fits(wanted.interface, dbus_message_get_interface(&signal)) &&
+           fits(wanted.member, dbus_message_get_member(&signal)) &&
+           (wanted.firstArgument.empty() || firstText(signal) == wanted.firstArgument);
+}
 
 std::string fromEnvironment(const char* variable) {
     const char* const value = std::getenv(variable);
@@ -74,25 +120,52 @@ BusConversation::~BusConversation() {
 }
 
 void BusConversation::greet() {
-    BusMessage hello(
-        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "Hello"));
-    askWithin(kGreetingLimit, std::move(hello), [this](DBusMessage* answer) { isLost = answer == nullptr; });
+    const auto onAnswer = [this](DBusMessage* answer) {
+        hasGreeted = answer != nullptr;
+        isLost = answer == nullptr;
+    };
+    ask(busCall("Hello"), onAnswer, kGreetingLimit);
 }
 
-void BusConversation::listen(const std::string& rule) {
-    BusMessage request(
-        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "AddMatch"));
-    const char* const text = rule.c_str();
-    if (request && dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID) != 0) {
+void BusConversation::listen(BusSignal wanted) {
+    bool isNewSender = false;
+    {
+        const std::lock_guard lock(mutex);
+        isNewSender = owners.try_emplace(wanted.sender).second;
+        wantedSignals.push_back(wanted);
+    }
+    // The bus keeps the order: who owns the name is known when the first signal comes.
+    if (isNewSender) {
+        watchOwner(wanted.sender);
+    }
+    addMatch(ruleFor(wanted));
+}
+
+void BusConversation::addMatch(const std::string& rule) {
+    BusMessage request = busCall("AddMatch");
+    if (appendText(request, rule)) {
         ask(std::move(request), [](DBusMessage*) {});
     }
 }
 
-void BusConversation::ask(BusMessage question, AnswerHandler onAnswer) {
-    askWithin(kAnswerLimit, std::move(question), std::move(onAnswer));
+void BusConversation::watchOwner(const std::string& name) {
+    addMatch(ruleFor({.sender = DBUS_SERVICE_DBUS,
+                      .path = DBUS_PATH_DBUS,
+                      .interface = DBUS_INTERFACE_DBUS,
+                      .member = "NameOwnerChanged",
+                      .firstArgument = name}));
+    BusMessage question = busCall("GetNameOwner");
+    if (appendText(question, name)) {
+        ask(std::move(question), [this, name](DBusMessage* answer) {
+            if (answer != nullptr) {
+                const std::lock_guard lock(mutex);
+                owners[name] = firstText(*answer);
+            }
+        });
+    }
 }
 
-void BusConversation::askWithin(Clock::duration limit, BusMessage question, AnswerHandler onAnswer) {
+void BusConversation::ask(BusMessage question, AnswerHandler onAnswer, Clock::duration limit) {
     dbus_uint32_t serial = 0;
     // The answer may come before its question is noted.
     std::unique_lock lock(mutex);
@@ -109,7 +182,8 @@ void BusConversation::askWithin(Clock::duration limit, BusMessage question, Answ
 void BusConversation::run(const char* threadName) {
     nameThisThread(threadName);
     int socket = -1;
-    isLost = dbus_connection_get_unix_fd(bus.get(), &socket) == 0;
+    // Also where the greeting could not be sent.
+    isLost = isLost || dbus_connection_get_unix_fd(bus.get(), &socket) == 0;
     while (!isEnding && !isLost && exchange()) {
         giveUpQuestions(Clock::now());
         std::array<pollfd, 2> watched{{{socket, POLLIN, 0}, {wakeUp.get(), POLLIN, 0}}};
@@ -143,12 +217,44 @@ bool BusConversation::exchange() {
 void BusConversation::take(DBusMessage& message) {
     const int kind = dbus_message_get_type(&message);
     if (kind == DBUS_MESSAGE_TYPE_SIGNAL) {
-        signalHandler(message);
-        return;
+        if (!noteOwner(message) && isWanted(message)) {
+            signalHandler(message);
+        }
+    } else if (kind == DBUS_MESSAGE_TYPE_METHOD_RETURN || kind == DBUS_MESSAGE_TYPE_ERROR) {
+        takeAnswer(message);
     }
-    if (kind != DBUS_MESSAGE_TYPE_METHOD_RETURN && kind != DBUS_MESSAGE_TYPE_ERROR) {
-        return; // a call: this program offers nothing on the bus
+    // This program offers nothing on the bus that could be called.
+}
+
+// Whether the signal is the bus's own word on who owns a name. Nobody else can send in the bus's name.
+bool BusConversation::noteOwner(DBusMessage& signal) {
+    if (viewOf(dbus_message_get_sender(&signal)) != DBUS_SERVICE_DBUS ||
+        dbus_message_is_signal(&signal, DBUS_INTERFACE_DBUS, "NameOwnerChanged") == 0) {
+        return false;
     }
+    const char* name = nullptr;
+    const char* former = nullptr;
+    const char* owner = nullptr;
+    if (dbus_message_get_args(&signal, nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING, &former,
+                              DBUS_TYPE_STRING, &owner, DBUS_TYPE_INVALID) != 0) {
+        const std::lock_guard lock(mutex);
+        if (const auto found = owners.find(name); found != owners.end()) {
+            found->second = owner;
+        }
+    }
+    return true;
+}
+
+bool BusConversation::isWanted(DBusMessage& signal) const {
+    const std::string_view sender = viewOf(dbus_message_get_sender(&signal));
+    const std::lock_guard lock(mutex);
+    return std::ranges::any_of(wantedSignals, [this, sender, &signal](const BusSignal& wanted) {
+        const auto owner = owners.find(wanted.sender);
+        return owner != owners.end() && !sender.empty() && owner->second == sender && isOf(wanted, signal);
+    });
+}
+
+void BusConversation::takeAnswer(DBusMessage& message) {
     AnswerHandler onAnswer;
     {
         const std::lock_guard lock(mutex);
@@ -159,7 +265,7 @@ void BusConversation::take(DBusMessage& message) {
         onAnswer = std::move(found->second.onAnswer);
         questions.erase(found);
     }
-    onAnswer(kind == DBUS_MESSAGE_TYPE_METHOD_RETURN ? &message : nullptr);
+    onAnswer(dbus_message_get_type(&message) == DBUS_MESSAGE_TYPE_METHOD_RETURN ? &message : nullptr);
 }
 
 // Those whose time has ended by then.

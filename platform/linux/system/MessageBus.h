@@ -35,13 +35,22 @@ using BusMessage = std::unique_ptr<DBusMessage, BusRelease>;
 /// A connection to the bus of this address, not yet introduced to it; null where there is none. Any thread.
 [[nodiscard]] BusConnection openBus(const std::string& address);
 
+/// Which signals are wanted. An empty text stands for any, but for that of the sender.
+struct BusSignal {
+    std::string sender; ///< the name of a service, as "org.freedesktop.login1"
+    std::string path;
+    std::string interface;
+    std::string member;
+    std::string firstArgument;
+};
+
 /// A conversation with a bus on a thread of its own: questions, their answers, and signals.
 ///
 /// send(), ask() and listen() belong to any thread; they only put messages into a queue. The handlers run on
 /// the conversation's thread, never after the destructor has returned.
 class BusConversation {
 public:
-    /// The answer to a question: null where it is an error, and where none has come within kAnswerLimit.
+    /// The answer to a question: null where it is an error, and where none has come within its limit.
     using AnswerHandler = std::function<void(DBusMessage* answer)>;
     using SignalHandler = std::function<void(DBusMessage& signal)>;
 
@@ -57,14 +66,17 @@ public:
     BusConversation(const BusConversation&) = delete;
     BusConversation& operator=(const BusConversation&) = delete;
 
-    /// Asks for signals by a rule, as "type='signal',sender='...'". The bus lets through only what its sender
-    /// owns the name for.
-    void listen(const std::string& rule);
+    /// From now on hears these signals, and of them only what comes from the connection that owns the
+    /// sender's name at that time: everybody on a bus can send any signal to one connection alone.
+    void listen(BusSignal wanted);
     /// Sends a call; `onAnswer` is called once, unless the conversation ends before: at once and on this
     /// thread where the bus is lost.
-    void ask(BusMessage question, AnswerHandler onAnswer);
+    void ask(BusMessage question, AnswerHandler onAnswer,
+             std::chrono::steady_clock::duration limit = kAnswerLimit);
     /// Whether `onLost` has not been called yet. Any thread.
     [[nodiscard]] bool isOpen() const { return !isOver; }
+    /// Whether the bus has greeted back. Any thread.
+    [[nodiscard]] bool isGreeted() const { return hasGreeted; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -76,10 +88,14 @@ private:
     BusConversation(BusConnection connection, FileDescriptor wakeEvent, SignalHandler onSignal,
                     std::function<void()> onLost);
     void greet();
-    void askWithin(Clock::duration limit, BusMessage question, AnswerHandler onAnswer);
+    void addMatch(const std::string& rule);
+    void watchOwner(const std::string& name);
     void run(const char* threadName);
     [[nodiscard]] bool exchange();
     void take(DBusMessage& message);
+    void takeAnswer(DBusMessage& message);
+    [[nodiscard]] bool noteOwner(DBusMessage& signal);
+    [[nodiscard]] bool isWanted(DBusMessage& signal) const;
     void giveUpQuestions(Clock::time_point until);
     [[nodiscard]] int waitMs() const;
     void wake() const;
@@ -91,6 +107,9 @@ private:
     bool isLost = false; // of the conversation's thread
     mutable std::mutex mutex;
     std::map<std::uint32_t, Question> questions; // by the serial of the call
+    std::vector<BusSignal> wantedSignals;
+    std::map<std::string, std::string, std::less<>> owners; // connections by the names that they own
+    std::atomic<bool> hasGreeted{false};
     std::atomic<bool> isOver{false};
     std::atomic<bool> isEnding{false};
     std::thread thread;

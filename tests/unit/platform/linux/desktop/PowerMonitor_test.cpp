@@ -5,9 +5,15 @@
 
 #include <QByteArray>
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
 
 #include <algorithm>
+#include <cstddef>
 #include <gtest/gtest.h>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,6 +28,58 @@ constexpr const char* kLogindSession = "org.freedesktop.login1.Session";
 constexpr const char* kUserPath = "/org/freedesktop/login1/user/_0";
 constexpr const char* kOwnSession = "/org/freedesktop/login1/session/_32";
 constexpr const char* kOtherSession = "/org/freedesktop/login1/session/_33";
+constexpr const char* kSaver = "org.gnome.ScreenSaver";
+constexpr const char* kSaverPath = "/org/gnome/ScreenSaver";
+
+// A bus of the test's own.
+class PrivateBus {
+public:
+    explicit PrivateBus(const QString& path) : place("unix:path=" + path.toStdString()) {
+        QFile::remove(path);
+        process.setStandardErrorFile(QProcess::nullDevice());
+        process.start("dbus-daemon", {"--session", "--nofork", "--print-address=1",
+                                      "--address=" + QString::fromStdString(place)});
+        EXPECT_TRUE(process.waitForReadyRead());
+    }
+    ~PrivateBus() { end(); }
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+
+    [[nodiscard]] const std::string& address() const { return place; }
+    void end() {
+        process.kill();
+        process.waitForFinished();
+    }
+
+private:
+    const std::string place;
+    QProcess process;
+};
+
+// Sends a signal to each connection of the bus, and to no other.
+template <typename Fill>
+void sendToAll(ScriptedService& sender, const char* path, const char* interface, const char* member,
+               const Fill& fill) {
+    constexpr int kMostConnections = 200; // of a bus that one test uses
+    for (int number = 0; number < kMostConnections; ++number) {
+        const std::string receiver = ":1." + std::to_string(number);
+        sender.emitSignal(path, interface, member, [&](DBusMessage& signal) {
+            dbus_message_set_destination(&signal, receiver.c_str());
+            fill(signal);
+        });
+    }
+}
+
+void appendBoolean(DBusMessage& signal, bool value) {
+    const dbus_bool_t argument = value ? 1 : 0;
+    dbus_message_append_args(&signal, DBUS_TYPE_BOOLEAN, &argument, DBUS_TYPE_INVALID);
+}
+
+void appendTexts(DBusMessage& signal, std::initializer_list<const char*> texts) {
+    for (const char* text : texts) {
+        dbus_message_append_args(&signal, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+    }
+}
 
 bool appendPath(DBusMessage& answer, const char* path) {
     return dbus_message_append_args(&answer, DBUS_TYPE_OBJECT_PATH, &path, DBUS_TYPE_INVALID) != 0;
@@ -99,9 +157,7 @@ protected:
         return awaitServed(condition, [] {});
     }
 
-    void sendSaver(bool active) {
-        screenSaver.emitBoolean("/org/gnome/ScreenSaver", "org.gnome.ScreenSaver", "ActiveChanged", active);
-    }
+    void sendSaver(bool active) { screenSaver.emitBoolean(kSaverPath, kSaver, "ActiveChanged", active); }
 
     // Whether the monitor hears the session. It listens some time after it has learnt which one it is.
     [[nodiscard]] bool hearsLock() {
@@ -211,6 +267,80 @@ TEST_F(LinuxPowerMonitor, HearsTheScreenSaverAndNobodyWhoSpeaksInItsName) {
     sendSaver(false);
     EXPECT_TRUE(awaitServed([this] { return states.back(); }));
     EXPECT_EQ(std::ranges::count(states, true), 1) << "the stranger's is not heard";
+}
+
+// Match rules do not hold back what is sent to one connection alone.
+TEST_F(LinuxPowerMonitor, SignalsThatAStrangerSendsToItAloneAreNotHeard) {
+    knowOwnSession();
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(hearsLock());
+    ASSERT_TRUE(awaitServed([this] { return !states.empty(); }, [this] { sendSaver(true); }));
+    sendSaver(true);
+    ScriptedService onSystem(systemAddress.toStdString(), "org.example.Stranger");
+    ScriptedService onSession(sessionAddress.toStdString(), "org.example.Stranger");
+    sendToAll(onSystem, kOwnSession, kLogindSession, "Unlock", [](DBusMessage&) {});
+    sendToAll(onSystem, kOwnSession, DBUS_INTERFACE_PROPERTIES, "PropertiesChanged",
+              [](DBusMessage& signal) { appendChange(signal, "LockedHint", false); });
+    sendToAll(onSystem, kManagerPath, kLogindManager, "PrepareForSleep",
+              [](DBusMessage& signal) { appendBoolean(signal, false); });
+    sendToAll(onSession, kSaverPath, kSaver, "ActiveChanged",
+              [](DBusMessage& signal) { appendBoolean(signal, false); });
+    // Nor can a stranger name himself the owner.
+    for (ScriptedService* const stranger : {&onSystem, &onSession}) {
+        sendToAll(*stranger, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "NameOwnerChanged",
+                  [](DBusMessage& signal) { appendTexts(signal, {"org.freedesktop.login1", "", ":1.1"}); });
+        stranger->serve();
+    }
+    // A signal of logind to this connection alone, of a session that is not the program's.
+    sendToAll(logind, kOtherSession, kLogindSession, "Unlock", [](DBusMessage&) {});
+    // What the owners send comes after all that.
+    const std::size_t before = states.size();
+    logind.emitSignal(kOwnSession, kLogindSession, "Lock");
+    sendSaver(true);
+    EXPECT_TRUE(awaitServed([this, before] { return states.size() >= before + 2; }));
+    EXPECT_EQ(std::ranges::count(states, true), 0);
+}
+
+TEST_F(LinuxPowerMonitor, HearsAServiceThatStartsLaterOrAnew) {
+    knowOwnSession();
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(hearsLock());
+    for (int round = 0; round < 2; ++round) {
+        ScriptedService saver(sessionAddress.toStdString(), "org.mate.ScreenSaver");
+        EXPECT_TRUE(
+            awaitServed([this] { return !states.empty(); },
+                        [&saver] { saver.emitBoolean("/", "org.mate.ScreenSaver", "ActiveChanged", true); }))
+            << round;
+        states.clear();
+    }
+}
+
+TEST_F(LinuxPowerMonitor, BusThatComesBackIsHeardAgain) {
+    const LogCapture log;
+    const QTemporaryDir folder(QDir::tempPath() + "/vexo-bus-XXXXXX"); // without a blank
+    const QString path = folder.filePath("bus");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + path.toLocal8Bit());
+    for (int round = 0; round < 3; ++round) {
+        PrivateBus bus(path);
+        ScriptedService service(bus.address(), "org.freedesktop.login1");
+        service.answer("GetSessionByPID",
+                       [](DBusMessage&, DBusMessage& answer) { return appendPath(answer, kOwnSession); });
+        if (round == 0) {
+            ASSERT_TRUE(start());
+        }
+        const auto serveAndSend = [&service](const char* member) {
+            return [&service, member] {
+                service.serve();
+                service.emitSignal(kOwnSession, kLogindSession, member);
+            };
+        };
+        EXPECT_TRUE(awaitServed([this] { return !states.empty(); }, serveAndSend("Lock"))) << round;
+        EXPECT_TRUE(awaitServed([this] { return !states.empty() && states.back(); }, serveAndSend("Unlock")))
+            << round;
+        states.clear();
+        bus.end();
+        EXPECT_TRUE(await([&log, round] { return log.count("The system bus is not there") == round + 1; }));
+    }
 }
 
 TEST_F(LinuxPowerMonitor, WithoutAnyBusItDoesNotStart) {

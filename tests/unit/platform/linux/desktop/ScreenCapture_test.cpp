@@ -5,10 +5,12 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QStringList>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -31,7 +33,7 @@ protected:
     void install(const QString& name) {
         QFile file(folder.filePath(name));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("#!/bin/sh\necho \"$0 $*\" > '" + note.toLocal8Bit() + "'\n");
+        file.write("#!/bin/sh\necho \"$0 $*\" >> '" + note.toLocal8Bit() + "'\n");
         file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
 
@@ -72,9 +74,18 @@ bool awaitServed(ScriptedService& service, const Condition& condition) {
     });
 }
 
-void emitResponse(ScriptedService& portal, dbus_uint32_t response) {
-    portal.emitSignal(kRequestPath, kRequestInterface, "Response", [response](DBusMessage& signal) {
+void emitResponse(ScriptedService& portal, dbus_uint32_t response, const char* path = kRequestPath) {
+    portal.emitSignal(path, kRequestInterface, "Response", [response](DBusMessage& signal) {
         dbus_message_append_args(&signal, DBUS_TYPE_UINT32, &response, DBUS_TYPE_INVALID);
+    });
+}
+
+// `signature` is that of the last call.
+void answerScreenshots(ScriptedService& portal, std::string& signature) {
+    portal.answer("Screenshot", [&signature](DBusMessage& call, DBusMessage& answer) {
+        signature = dbus_message_get_signature(&call);
+        return dbus_message_append_args(&answer, DBUS_TYPE_OBJECT_PATH, &kRequestPath, DBUS_TYPE_INVALID) !=
+               0;
     });
 }
 
@@ -84,23 +95,50 @@ TEST_F(LinuxScreenCapture, PortalIsAskedForAnInteractiveScreenshot) {
     const LogCapture log;
     ScriptedService portal(sessionAddress.toStdString(), "org.freedesktop.portal.Desktop");
     std::string signature;
-    portal.answer("Screenshot", [&signature](DBusMessage& call, DBusMessage& answer) {
-        signature = dbus_message_get_signature(&call);
-        return dbus_message_append_args(&answer, DBUS_TYPE_OBJECT_PATH, &kRequestPath, DBUS_TYPE_INVALID) !=
-               0;
-    });
+    answerScreenshots(portal, signature);
+    const QStringList lines{"The desktop has taken a screenshot", "The user has cancelled the screenshot",
+                            "The desktop could not take the screenshot"};
+    for (qsizetype response = 0; response < lines.size(); ++response) {
+        signature.clear();
+        // The answer to the one before may still be on its way.
+        EXPECT_TRUE(awaitServed(portal, [&] { return takeScreenshot() && !signature.empty(); }));
+        EXPECT_EQ(signature, "sa{sv}");
+        emitResponse(portal, static_cast<dbus_uint32_t>(response));
+        EXPECT_TRUE(awaitServed(portal, [&] { return log.count(lines[response]) == 1; }));
+    }
+    EXPECT_TRUE(pressedKeys.isEmpty());
+}
+
+TEST_F(LinuxScreenCapture, OnlyThePortalSaysWhatBecameOfTheRequest) {
+    const LogCapture log;
+    ScriptedService portal(sessionAddress.toStdString(), "org.freedesktop.portal.Desktop");
+    ScriptedService stranger(sessionAddress.toStdString(), "org.example.Stranger");
+    std::string signature;
+    answerScreenshots(portal, signature);
     EXPECT_TRUE(takeScreenshot());
     EXPECT_TRUE(awaitServed(portal, [&signature] { return !signature.empty(); }));
-    EXPECT_EQ(signature, "sa{sv}");
+    emitResponse(stranger, 1);
+    stranger.serve();
+    emitResponse(portal, 1, "/org/freedesktop/portal/desktop/request/1_1/other");
     emitResponse(portal, 0);
     EXPECT_TRUE(awaitServed(portal, [&log] { return log.count("The desktop has taken a screenshot") == 1; }));
-    emitResponse(portal, 1);
-    EXPECT_TRUE(
-        awaitServed(portal, [&log] { return log.count("The user has cancelled the screenshot") == 1; }));
-    emitResponse(portal, 2);
-    EXPECT_TRUE(
-        awaitServed(portal, [&log] { return log.count("The desktop could not take the screenshot") == 1; }));
-    EXPECT_TRUE(pressedKeys.isEmpty());
+    EXPECT_EQ(log.count("The user has cancelled the screenshot"), 0);
+}
+
+TEST_F(LinuxScreenCapture, SilentPortalIsAskedOnceAndThenLeftToTheDesktopsProgram) {
+    install("spectacle");
+    ScriptedService portal(sessionAddress.toStdString(), "org.freedesktop.portal.Desktop");
+    for (int press = 0; press < 3; ++press) {
+        EXPECT_TRUE(takeScreenshot());
+    }
+    // Sooner than the answer to any other question is given up.
+    constexpr int kLimitMs = 20000;
+    EXPECT_TRUE(await([this] { return QFile::exists(note); }, kLimitMs));
+    EXPECT_EQ(noted(), "spectacle --region");
+    portal.serve();
+    EXPECT_EQ(portal.calls(), std::vector<std::string>{"Screenshot"});
+    EXPECT_TRUE(takeScreenshot());
+    EXPECT_TRUE(awaitServed(portal, [&portal] { return portal.calls().size() == 2; }));
 }
 
 TEST_F(LinuxScreenCapture, PortalWithoutScreenshotsLeavesItToTheDesktopsProgram) {
