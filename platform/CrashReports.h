@@ -1,13 +1,13 @@
 #pragma once
 
 // What stays of a crash: a text file "crash-<time of the start>-<process>.txt" in the folder "crashes" of the
-// program's data, for its user alone. It has the signal, the version, the last lines of the log (LogTail.h)
-// and the backtrace: of each frame the module, the address in it and the module's build id, which
-// tools/crash-report turns into functions and lines.
+// program's data, for its user alone. It has the signal, on Linux what the C library has said before it
+// aborted, the version, the last lines of the log (LogTail.h) and the backtrace: of each frame the module,
+// the address in it and the module's build id, which tools/crash-report turns into functions and lines.
 //
 // After the report the crash takes its course: the process ends as without it, with its core dump if the
 // system makes one. What cannot be written to the file, since the disk is full or the folder missing, goes to
-// the standard error instead.
+// the standard error instead; a file with nothing in it is removed.
 
 #include <QStringList>
 
@@ -30,6 +30,7 @@ struct CrashingProgram {
 /// nothing. Once, at the start of main, before any other thread.
 void reportCrashes(const CrashingProgram& program);
 
-/// The paths of the reports that no call has returned yet, the oldest first; needs reportCrashes(). Removes
-/// the oldest ones beyond kMostCrashReports. Main thread.
+/// The paths of the reports that no call has returned yet, by the time of the crash, the oldest first; needs
+/// reportCrashes(). Of more than kMostCrashReports those that have been returned before are removed first,
+/// the oldest ones before others. Main thread.
 [[nodiscard]] QStringList newCrashReports();

@@ -62,7 +62,12 @@ using LogTail = LineRing<kLogTailLineBytes, kLogTailLines>;
 /// The lines that are kept. Any thread, and any handler.
 [[nodiscard]] LogTail& logTail() noexcept;
 
+/// Copies what has been written of a line that has no end yet; its bytes. Any thread, and any handler: while
+/// another thread writes, the text may be of several lines. On Windows lines come whole: 0.
+[[nodiscard]] std::size_t unfinishedLogLine(std::array<char, kLogTailLineBytes>& text) noexcept;
+
 /// From now on also keeps what the process writes to the system's place for logs: on Linux what goes through
-/// the C library's stderr, as that of the Qt logger does, line by line; on Windows the debugger's output,
-/// where the Qt logger writes to without a console. Once, at the start of main, before any other thread.
+/// the C library's stderr, as that of the Qt logger does, line by line (not std::cerr, nor what the C library
+/// says before it aborts, which writes straight to the descriptor); on Windows the debugger's output, where
+/// the Qt logger writes to without a console. Once, at the start of main, before any other thread.
 void keepLogTail();

@@ -168,6 +168,21 @@ class Crashes(SystemCase):
         self.assertLessEqual(len(report.encode()), 4096)
         self.assertIn("signal: 11", report)
         self.assertRegex(program.log, r"\n#\d+ .*/program \+ 0x[0-9a-f]+")
+        (path,) = self.reports()
+        self.assertIn(f"crashed (SIGSEGV): the first part of the report is {path}\n", program.log)
+
+    def test_a_disk_without_any_room_keeps_no_empty_report(self):
+        if os.geteuid() != 0:
+            self.skipTest("mounting needs root")
+        self.folder.mkdir(parents=True)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=4k,mode=700", "tmpfs", self.folder], check=True)
+        self.addCleanup(subprocess.run, ["umount", "--lazy", self.folder], check=True)
+        (self.folder / "filler").write_bytes(bytes(4096))
+        program, report = self.crash()
+        self.assertIsNone(report)
+        self.assertRegex(program.log, r"\n#\d+ .*/program \+ 0x[0-9a-f]+")
+        self.assertIn("crashed (SIGSEGV)\n", program.log)
+        self.assertNotIn(TOLD, self.start_logging().log)
 
     def test_a_terminal_that_takes_nothing_does_not_hold_the_end(self):
         document = """

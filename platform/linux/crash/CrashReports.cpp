@@ -2,6 +2,7 @@
 
 #include "platform/LogTail.h"
 #include "platform/linux/crash/Backtrace.h"
+#include "platform/linux/crash/LastWords.h"
 #include "platform/linux/crash/ReportText.h"
 #include "platform/linux/system/FileDescriptor.h"
 #include "platform/linux/system/PrivateFolder.h"
@@ -14,6 +15,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
@@ -27,6 +29,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/utsname.h>
+#include <tuple>
 #include <unistd.h>
 #include <vector>
 
@@ -50,6 +53,7 @@ struct Prepared {
     std::string fileName;
     std::string title;
     std::array<struct sigaction, kCrashSignals.size()> former{};
+    std::array<bool, kCrashSignals.size()> isIgnored{};
 };
 
 Prepared& prepared() {
@@ -82,6 +86,9 @@ void writeSignal(ReportText& report, int number, const siginfo_t& info) {
         report.decimal(info.si_pid);
     }
     report << "\n";
+    if (const std::string_view words = lastWords(); !words.empty()) {
+        report << "message: " << words << "\n";
+    }
 }
 
 void writeCircumstances(ReportText& report) {
@@ -98,6 +105,32 @@ void writeCircumstances(ReportText& report) {
     report << "system: " << system.sysname << " " << system.release << " " << system.machine << "\n";
 }
 
+void writeLog(ReportText& report) {
+    report << "\nlast lines of the log:\n";
+    logTail().read([&report](std::string_view line) { report << "  " << line << "\n"; });
+    std::array<char, kLogTailLineBytes> text;
+    if (const std::size_t size = unfinishedLogLine(text); size > 0) {
+        report << "  " << std::string_view(text.data(), size) << "\n";
+    }
+}
+
+// Says on the standard error where the report is. An empty one is removed: nobody is to look for it.
+void writeNotice(int number, int file, bool isWhole) {
+    const Prepared& place = prepared();
+    struct stat status{};
+    const bool isThere = file >= 0 && fstat(file, &status) == 0;
+    ReportText notice(-1);
+    notice << place.title << " crashed (" << kSignalNames[placeOf(number)] << ")";
+    if (isThere && status.st_size > 0) {
+        notice << (isWhole ? ": the report is " : ": the first part of the report is ") << place.folderPath
+               << "/" << place.fileName;
+    } else if (isThere) {
+        unlinkat(place.folder.get(), place.fileName.c_str(), 0);
+    }
+    notice << "\n";
+    notice.flush();
+}
+
 // What is most likely to succeed comes first: a damaged process may end on the way.
 void writeReport(int number, const siginfo_t& info) {
     Prepared& place = prepared();
@@ -109,20 +142,12 @@ void writeReport(int number, const siginfo_t& info) {
     report << place.title << " crashed\n";
     writeSignal(report, number, info);
     writeCircumstances(report);
-    report << "\nlast lines of the log:\n";
-    logTail().read([&report](std::string_view line) { report << "  " << line << "\n"; });
+    writeLog(report);
     report << "\nbacktrace:\n";
     report.flush();
     writeBacktrace(report);
     report << "end of the report\n";
-    const bool isWhole = report.flush();
-    ReportText notice(-1);
-    notice << place.title << " crashed (" << kSignalNames[placeOf(number)] << ")";
-    if (isWhole) {
-        notice << ": the report is " << place.folderPath << "/" << place.fileName;
-    }
-    notice << "\n";
-    notice.flush();
+    writeNotice(number, file, report.flush());
 }
 
 // Ends the process by the crash's signal, on whatever thread.
@@ -138,7 +163,16 @@ void giveUpReport(int) {
     raise(number);
 }
 
+// Whether the signal would have no effect without the report: who starts a program can let it ignore a
+// signal, but a fault of its own and abort() end it all the same.
+bool isWithoutEffect(int number, const siginfo_t& info) {
+    return prepared().isIgnored[placeOf(number)] && info.si_code <= 0 && info.si_pid != getpid();
+}
+
 void handleCrash(int number, siginfo_t* info, void*) {
+    if (isWithoutEffect(number, *info)) {
+        return;
+    }
     if (getpid() == prepared().process) {
         pid_t nobody = 0;
         if (reportingThread.compare_exchange_strong(nobody, thisThread())) {
@@ -148,6 +182,7 @@ void handleCrash(int number, siginfo_t* info, void*) {
             sigaction(SIGALRM, &action, nullptr);
             alarm(kReportLimitS);
             writeReport(number, *info);
+            alarm(0);
         } else if (nobody != thisThread()) {
             // Another thread crashed first; it ends the process.
             while (true) {
@@ -189,9 +224,11 @@ struct Report {
     std::string name;
     // One that has been told of is read-only.
     bool isNew = false;
+    std::int64_t crashNs = 0; // since 1970; the name has the time of the start
 };
 
-// Regular files of this user with the names of reports, the oldest first.
+// Regular files of this user with the names of reports: those that have been told of, then the others, each
+// the oldest first.
 std::vector<Report> reportsIn(const FileDescriptor& folder) {
     std::vector<Report> found;
     const int again = openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -202,10 +239,14 @@ std::vector<Report> reportsIn(const FileDescriptor& folder) {
         if (name.starts_with(kReportStart) && name.ends_with(kReportEnd) &&
             fstatat(folder.get(), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
             S_ISREG(status.st_mode) && status.st_uid == geteuid()) {
-            found.push_back({std::string(name), (status.st_mode & S_IWUSR) != 0});
+            const std::chrono::nanoseconds crash = std::chrono::seconds(status.st_mtim.tv_sec) +
+                                                   std::chrono::nanoseconds(status.st_mtim.tv_nsec);
+            found.push_back({std::string(name), (status.st_mode & S_IWUSR) != 0, crash.count()});
         }
     }
-    std::ranges::sort(found, {}, &Report::name);
+    std::ranges::sort(found, {}, [](const Report& report) {
+        return std::tuple(report.isNew, report.crashNs, std::string_view(report.name));
+    });
     return found;
 }
 
@@ -214,6 +255,7 @@ std::vector<Report> reportsIn(const FileDescriptor& folder) {
 void reportCrashes(const CrashingProgram& program) {
     prepare(program);
     prepareBacktrace();
+    prepareLastWords();
     giveSignalStack();
     struct sigaction action{};
     action.sa_sigaction = handleCrash;
@@ -226,7 +268,12 @@ void reportCrashes(const CrashingProgram& program) {
     sigaddset(&action.sa_mask, SIGXFSZ);
     sigaddset(&action.sa_mask, SIGPIPE);
     for (const int number : kCrashSignals) {
-        sigaction(number, &action, &prepared().former[placeOf(number)]);
+        struct sigaction& former = prepared().former[placeOf(number)];
+        sigaction(number, &action, &former);
+        if ((former.sa_flags & SA_SIGINFO) == 0 && former.sa_handler == SIG_IGN) {
+            former.sa_handler = SIG_DFL;
+            prepared().isIgnored[placeOf(number)] = true;
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <sys/types.h>
@@ -9,17 +10,21 @@
 
 namespace {
 
-// The line that is being written to stderr, whose lock protects it.
-std::array<char, kLogTailLineBytes> unfinished;
-std::size_t unfinishedSize = 0;
+// The line that is being written to stderr, whose lock protects it from other writers. It is atomic for those
+// who read it in a handler.
+std::array<std::atomic<char>, kLogTailLineBytes> unfinished;
+std::atomic<std::size_t> unfinishedSize{0};
 
 void keep(std::string_view text) {
     for (const char character : text) {
+        const std::size_t size = unfinishedSize.load(std::memory_order_relaxed);
         if (character == '\n') {
-            logTail().append({unfinished.data(), unfinishedSize});
-            unfinishedSize = 0;
-        } else if (unfinishedSize < unfinished.size()) {
-            unfinished[unfinishedSize++] = character;
+            std::array<char, kLogTailLineBytes> line;
+            logTail().append({line.data(), unfinishedLogLine(line)});
+            unfinishedSize.store(0, std::memory_order_relaxed);
+        } else if (size < unfinished.size()) {
+            unfinished[size].store(character, std::memory_order_relaxed);
+            unfinishedSize.store(size + 1, std::memory_order_release); // pairs with unfinishedLogLine()
         }
     }
 }
@@ -46,6 +51,14 @@ ssize_t writeError(void*, const char* text, std::size_t size) {
 LogTail& logTail() noexcept {
     static constinit LogTail lines;
     return lines;
+}
+
+std::size_t unfinishedLogLine(std::array<char, kLogTailLineBytes>& text) noexcept {
+    const std::size_t size = unfinishedSize.load(std::memory_order_acquire); // pairs with keep()
+    for (std::size_t at = 0; at < size; ++at) {
+        text[at] = unfinished[at].load(std::memory_order_relaxed);
+    }
+    return size;
 }
 
 void keepLogTail() {

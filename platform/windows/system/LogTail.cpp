@@ -49,6 +49,10 @@ LogTail& logTail() noexcept {
     return lines;
 }
 
+std::size_t unfinishedLogLine(std::array<char, kLogTailLineBytes>&) noexcept {
+    return 0;
+}
+
 void keepLogTail() {
     AddVectoredExceptionHandler(1, keepDebugText);
 }

@@ -5,6 +5,7 @@
 #include "platform/ThreadName.h"
 #include "tests/support/Await.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -35,12 +36,13 @@ protected:
     void SetUp() override { reportFolder().removeRecursively(); }
 
     // The signal that ends a process which reports its crashes and runs `course`; 0 where it does not crash.
-    static int endOf(const std::function<void()>& course) {
+    // Its parent has left it `answer` to the signals of crashes.
+    static int endOf(const std::function<void()>& course, sighandler_t answer = SIG_DFL) {
         const pid_t child = fork();
         if (child == 0) {
             // Not the ways of a sanitizer.
             for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {
-                std::signal(number, SIG_DFL);
+                std::signal(number, answer);
             }
             keepLogTail();
             reportCrashes({"VEXO", "Crash test", "1.2.3"});
@@ -64,6 +66,9 @@ protected:
         EXPECT_TRUE(expression.match(report).hasMatch()) << pattern << "\n" << report.toStdString();
     }
 };
+
+// What a compiler calls where a frame's guard value is damaged.
+extern "C" [[noreturn]] void __stack_chk_fail();
 
 [[gnu::noinline]] void writeToNowhere() {
     volatile int* volatile nowhere = reinterpret_cast<int*>(0x10);
@@ -156,6 +161,44 @@ TEST_F(CrashReportsDeathTest, CallOfNothingIsReported) {
     EXPECT_TRUE(report.endsWith("end of the report\n"));
 }
 
+TEST_F(CrashReportsDeathTest, LastWordsOfTheCLibraryAreInTheReport) {
+    EXPECT_EQ(endOf([] { __stack_chk_fail(); }), SIGABRT);
+    expectInReport(onlyReport(), "^message: \\*\\*\\* stack smashing detected \\*\\*\\*: terminated$");
+}
+
+TEST_F(CrashReportsDeathTest, LineOfTheLogWithoutItsEndIsInTheReport) {
+    EXPECT_EQ(endOf([] {
+                  std::fputs("a whole line\nnothing comes after th", stderr);
+                  writeToNowhere();
+              }),
+              SIGSEGV);
+    expectInReport(onlyReport(), "^  a whole line\n  nothing comes after th$");
+}
+
+TEST_F(CrashReportsDeathTest, SignalThatIsIgnoredAndSentByAnotherProcessHasNoEffect) {
+    const auto course = [] {
+        const pid_t self = getpid();
+        const pid_t other = fork();
+        if (other == 0) {
+            kill(self, SIGSEGV);
+            std::_Exit(0);
+        }
+        waitpid(other, nullptr, 0);
+        // No time limit of a report ends the process later.
+        std::raise(alarm(0) == 0 ? SIGKILL : SIGTERM);
+    };
+    EXPECT_EQ(endOf(course, SIG_IGN), SIGKILL);
+    EXPECT_TRUE(reportFolder().isEmpty());
+}
+
+TEST_F(CrashReportsDeathTest, CrashOfAProgramThatIgnoresTheSignalIsReported) {
+    EXPECT_EQ(endOf(writeToNowhere, SIG_IGN), SIGSEGV);
+    EXPECT_TRUE(onlyReport().endsWith("end of the report\n"));
+    reportFolder().removeRecursively();
+    EXPECT_EQ(endOf([] { std::abort(); }, SIG_IGN), SIGABRT);
+    EXPECT_TRUE(onlyReport().endsWith("end of the report\n"));
+}
+
 #ifdef __x86_64__
 TEST_F(CrashReportsDeathTest, CrashWithinTheReportEndsTheProcessAndKeepsWhatIsWritten) {
     EXPECT_EQ(endOf([] {
@@ -183,7 +226,7 @@ TEST_F(CrashReportsDeathTest, ChildOfTheProcessReportsNothing) {
     EXPECT_FALSE(reportFolder().exists() && !reportFolder().isEmpty());
 }
 
-TEST_F(CrashReportsDeathTest, NewReportsAreToldOnceAndTheLatestAreKept) {
+TEST_F(CrashReportsDeathTest, NewReportsAreToldOnce) {
     EXPECT_EQ(endOf(writeToNowhere), SIGSEGV);
     const QString name = reportFolder().entryList(QDir::Files).value(0);
     const auto expectTold = [](const QStringList& wanted) {
@@ -192,13 +235,40 @@ TEST_F(CrashReportsDeathTest, NewReportsAreToldOnceAndTheLatestAreKept) {
     };
     EXPECT_EQ(endOf([&] { expectTold({reportFolder().filePath(name)}); }), SIGKILL);
     EXPECT_EQ(endOf([&] { expectTold({}); }), SIGKILL);
-    for (int number = 10; number < 25; ++number) {
-        QFile file(reportFolder().filePath(QStringLiteral("crash-20200101-0000%1-1.txt").arg(number)));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    }
-    EXPECT_EQ(
-        endOf([] { std::raise(newCrashReports().size() == kMostCrashReports - 1 ? SIGKILL : SIGTERM); }),
-        SIGKILL);
-    EXPECT_EQ(reportFolder().entryList(QDir::Files).size(), kMostCrashReports);
     EXPECT_TRUE(reportFolder().exists(name));
+}
+
+// The name has the time of the start: a program that has run for long crashes after those that came later.
+TEST_F(CrashReportsDeathTest, LatestCrashesAreKeptAndThoseThatNobodyWasToldOfBeforeOthers) {
+    constexpr int kFirst = 10;
+    constexpr int kEnd = 30;
+    constexpr int kFirstKept = 23; // of those that were told of
+    const QDateTime start = QDateTime::currentDateTimeUtc().addDays(-1);
+    QStringList untold;
+    QStringList kept;
+    ASSERT_TRUE(reportFolder().mkpath("."));
+    for (int number = kFirst; number < kEnd; ++number) {
+        QFile file(reportFolder().filePath(
+            QStringLiteral("crash-20200101-0000%1-1.txt").arg(kEnd - number + kFirst)));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_TRUE(file.setFileTime(start.addSecs(number), QFileDevice::FileModificationTime));
+        // All but the oldest three and the newest three have been told of.
+        const bool isNew = number < kFirst + 3 || number >= kEnd - 3;
+        if (isNew) {
+            untold.append(file.fileName());
+        } else {
+            ASSERT_TRUE(file.setPermissions(QFile::ReadOwner));
+        }
+        if (isNew || number >= kFirstKept) {
+            kept.append(file.fileName());
+        }
+    }
+    EXPECT_EQ(endOf([&untold] { std::raise(newCrashReports() == untold ? SIGKILL : SIGTERM); }), SIGKILL);
+    QStringList left;
+    for (const QString& name : reportFolder().entryList(QDir::Files)) {
+        left.append(reportFolder().filePath(name));
+    }
+    kept.sort();
+    EXPECT_EQ(left, kept);
+    EXPECT_EQ(left.size(), kMostCrashReports);
 }
