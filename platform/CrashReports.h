@@ -25,9 +25,9 @@ struct CrashingProgram {
 };
 
 /// Reports crashes from now on: on Linux the signals SIGSEGV, SIGBUS, SIGFPE, SIGILL and SIGABRT (as by
-/// std::terminate), on Windows unhandled exceptions and abort(). On Linux a thread reports the overflow of
-/// its own stack if it is the calling one or has a name of nameThisThread(). A child of fork() reports
-/// nothing. Once, at the start of main, before any other thread.
+/// std::terminate), on Windows unhandled exceptions and abort(). A thread reports the overflow of its own
+/// stack if it is the calling one or has a name of nameThisThread(). A report takes 10 s at most. A child of
+/// fork() reports nothing. Once, at the start of main, before any other thread.
 void reportCrashes(const CrashingProgram& program);
 
 /// The paths of the reports that no call has returned yet, by the time of the crash, the oldest first; needs

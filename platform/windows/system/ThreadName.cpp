@@ -1,5 +1,7 @@
 #include "platform/ThreadName.h"
 
+#include "platform/windows/system/CrashStack.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -11,4 +13,5 @@ void nameThisThread(const char* name) {
     std::copy_n(name, std::min(std::strlen(name), wide.size() - 1), wide.begin());
     // Its failure leaves a thread without a name.
     static_cast<void>(SetThreadDescription(GetCurrentThread(), wide.data()));
+    keepStackForCrash();
 }
