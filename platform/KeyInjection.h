@@ -43,6 +43,7 @@ struct KeyEvent {
 
 /// Presses and releases keys in this order, without a wait between them; returns how many events the system
 /// took. Linux: the X11 display of $DISPLAY, by its XTEST extension; under Wayland only programs that run on
-/// the X11 server inside of it hear the keys. Where none can be pressed, a line of the log says why. Waits
-/// for the display's answer. The UI thread.
+/// the X11 server inside of it hear the keys, which one line of the log says. Where the keyboard lacks one of
+/// the keys, none is pressed. Where none can be pressed, a line of the log says why. Waits for the display's
+/// answer. The UI thread.
 [[nodiscard]] std::size_t injectKeys(std::span<const KeyEvent> keys);

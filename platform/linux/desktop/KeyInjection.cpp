@@ -5,6 +5,7 @@
 #include <X11/keysym.h>
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -169,6 +170,15 @@ private:
     Reply<xcb_get_keyboard_mapping_reply_t> mapping;
 };
 
+// What a desktop under Wayland gives the keys to cannot be found out from here.
+void warnOfWayland() {
+    static bool isTold = false;
+    if (!isTold && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        qWarning() << "Under Wayland only programs on the X11 server hear the keys that are pressed for them";
+        isTold = true;
+    }
+}
+
 bool canPressKeys(xcb_connection_t* connection) {
     if (xcb_connection_has_error(connection) != 0) {
         qWarning() << "Keys cannot be pressed: no X11 display";
@@ -182,6 +192,21 @@ bool canPressKeys(xcb_connection_t* connection) {
     return true;
 }
 
+// By event; nothing for one of no key. Nothing at all where the keyboard lacks a key: the others alone, as
+// modifiers without the key that they belong to, may mean something else.
+std::optional<std::vector<std::optional<std::uint8_t>>> codesOf(const Keyboard& keyboard,
+                                                                std::span<const KeyEvent> keys) {
+    std::vector<std::optional<std::uint8_t>> codes;
+    for (const KeyEvent& event : keys) {
+        codes.push_back(event.key != virtualKey::kNone ? keyboard.codeOf(event.key) : std::nullopt);
+        if (event.key != virtualKey::kNone && !codes.back()) {
+            qWarning() << "The keyboard has no key of number" << event.key;
+            return std::nullopt;
+        }
+    }
+    return codes;
+}
+
 } // namespace
 
 std::size_t injectKeys(std::span<const KeyEvent> keys) {
@@ -190,16 +215,18 @@ std::size_t injectKeys(std::span<const KeyEvent> keys) {
     if (!canPressKeys(connection.get())) {
         return 0;
     }
-    const Keyboard keyboard(connection.get());
+    const auto codes = codesOf(Keyboard(connection.get()), keys);
+    if (!codes) {
+        return 0;
+    }
+    warnOfWayland();
     std::size_t taken = 0;
     std::vector<xcb_void_cookie_t> sent;
-    for (const KeyEvent& event : keys) {
-        if (event.key == virtualKey::kNone) {
-            ++taken;
-        } else if (const std::optional<std::uint8_t> code = keyboard.codeOf(event.key)) {
-            sent.push_back(sendKey(connection.get(), *code, event.isRelease));
+    for (std::size_t at = 0; at < keys.size(); ++at) {
+        if (const std::optional<std::uint8_t> code = (*codes)[at]) {
+            sent.push_back(sendKey(connection.get(), *code, keys[at].isRelease));
         } else {
-            qWarning() << "The keyboard has no key of number" << event.key;
+            ++taken;
         }
     }
     for (const xcb_void_cookie_t cookie : sent) {

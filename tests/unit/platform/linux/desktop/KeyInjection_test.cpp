@@ -139,10 +139,26 @@ TEST(LinuxKeyInjection, NoKeyCountsAndDoesNothing) {
     EXPECT_EQ(window.keys(2), pressed({XK_Control_L}));
 }
 
-TEST(LinuxKeyInjection, KeyThatNoKeyboardHasIsNotCountedAndALineSaysSo) {
+TEST(LinuxKeyInjection, WithAKeyThatTheKeyboardLacksNoneIsPressedAndALineSaysSo) {
+    FocusedWindow window;
     const LogCapture log;
-    EXPECT_EQ(injectKeys(press({0xFE})), 0U);
-    EXPECT_EQ(log.count("The keyboard has no key of number 254"), 2);
+    EXPECT_EQ(injectKeys(std::vector<KeyEvent>{{0x5B, false}, {0xFE, false}, {0xFE, true}, {0x5B, true}}),
+              0U);
+    EXPECT_EQ(log.count("The keyboard has no key of number 254"), 1);
+    EXPECT_EQ(injectKeys(press({'A'})), 2U);
+    EXPECT_EQ(window.keys(2), pressed({XK_a})) << "first";
+}
+
+TEST(LinuxKeyInjection, UnderWaylandOneLineSaysWhoHearsTheKeys) {
+    const LogCapture log;
+    const QString line = "Wayland";
+    EXPECT_EQ(injectKeys(press({'A'})), 2U);
+    EXPECT_EQ(log.count(line), 0);
+    qputenv("WAYLAND_DISPLAY", "wayland-0");
+    EXPECT_EQ(injectKeys(press({'A', 'B'})), 4U);
+    EXPECT_EQ(injectKeys(press({'A'})), 2U);
+    qunsetenv("WAYLAND_DISPLAY");
+    EXPECT_EQ(log.count(line), 1);
 }
 
 TEST(LinuxKeyInjection, WithoutADisplayNothingIsPressedAndALineSaysSo) {
