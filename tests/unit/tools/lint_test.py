@@ -187,6 +187,62 @@ class PlainText(unittest.TestCase):
                 "A.qml:1: Text without textFormat: Text.PlainText", "b.js:1: another text format than PlainText: 2"])
 
 
+class SliderValues(unittest.TestCase):
+    """The value of a slider is shown by its function alone."""
+
+    def found(self, text, name="Page", types=("CustomSlider", "StepSlider")):
+        """Line and first words of each finding."""
+        return [(line, " ".join(reason.split(" ")[:2])) for line, reason in documents.ways_around_show(name, text, set(types))]
+
+    def test_a_bound_value_is_told(self):
+        for line in ("value: model.gain", "from: 0; value: 3", "Binding on value { value: 3 }", "Behavior on value {}"):
+            for kind in ("CustomSlider", "StepSlider", "Media.CustomSlider"):
+                self.assertEqual(self.found(f"Item {{\n    {kind} {{\n        {line}\n    }}\n}}\n"), [(2, "the value")], line)
+
+    def test_other_properties_and_objects_are_clean(self):
+        for line in ("stepSize: 1", "valueText: text", "Item { property real value: 3 }", "onMoved: send(value)",
+                     "visible: on ? value : from", "// value: 3"):
+            self.assertEqual(self.found(f"CustomSlider {{\n    {line}\n}}\n"), [], line)
+        self.assertEqual(self.found("ProgressBar {\n    value: 3\n}\n"), [])
+
+    def test_a_written_value_is_told(self):
+        for line in ("slider.value = 3", "slider.value += 1", "slider.value++", "slider . value ??= 1"):
+            text = f"Item {{\n    CustomSlider {{ id: slider }}\n    function f() {{\n        {line};\n    }}\n}}\n"
+            self.assertEqual(self.found(text), [(4, "the value")], line)
+        for line in ("if (slider.value === 3) f()", "other.value = 3", "slider.show(3)", "x = slider.value", "f(slider.value)",
+                     "slider.value => 3", "slider.value <= 3", "my.slider.values = 3"):
+            text = f"Item {{\n    CustomSlider {{ id: slider }}\n    function f() {{\n        {line};\n    }}\n}}\n"
+            self.assertEqual(self.found(text), [], line)
+
+    def test_a_binding_of_its_own_and_an_alias_are_told(self):
+        text = 'Item {\n    CustomSlider { id: slider }\n    Binding { target: slider; property: "KEY"; value: 3 }\n}\n'
+        self.assertEqual(self.found(text.replace("KEY", "value")), [(3, "the value")])
+        self.assertEqual(self.found(text.replace("KEY", "enabled")), [])
+        text = "Item {\n    KEYproperty alias value: slider.value\n    CustomSlider { id: slider }\n}\n"
+        self.assertEqual(self.found(text.replace("KEY", "")), [(2, "others could")])
+        self.assertEqual(self.found(text.replace("KEY", "readonly ")), [])
+
+    def test_a_document_that_is_a_slider_writes_its_value_in_show_alone(self):
+        text = "CustomSlider {\n    id: step\n    onX: {\n        value = 3;\n        const value = 4;\n        step.value = 5\n    }\n}\n"
+        self.assertEqual(self.found(text, "StepSlider"), [(4, "the value"), (6, "the value")])
+        show = "T.Slider {\n    function show(shown: real) {\n        if (a) { value = 1; }\n        value = shown;\n    }\n"
+        self.assertEqual(self.found(show + "}\n", "CustomSlider"), [])
+        self.assertEqual(self.found(show + "    function f() { value = 3 }\n}\n", "CustomSlider"), [(6, "the value")])
+
+    def test_documents_of_the_program_are_read_and_those_that_are_sliders_known(self):
+        with tempfile.TemporaryDirectory(prefix="vexo-lint-") as folder:
+            root = pathlib.Path(folder)
+            texts = {"qml/A.qml": "import QtQuick\nB {\n    value: 3\n}\n", "qml/B.qml": "pragma Strict\nCustomSlider {}\n",
+                     "tests/C.qml": "CustomSlider { value: 3 }\n"}
+            for name, text in texts.items():
+                path = root / name
+                path.parent.mkdir(exist_ok=True)
+                path.write_text(text, encoding="utf-8")
+            result = documents.slider_values(root)
+            self.assertEqual(result.problems, ["qml/A.qml:2: the value of a B is bound: show it by show()"])
+            self.assertIn("A, B, CustomSlider", result.checked)
+
+
 class Groups(unittest.TestCase):
     """What clang-tidy reads in one run."""
 
