@@ -10,22 +10,23 @@ import QtQuick
 QtObject {
     id: wheelTurn
 
-    // Without a further event for so long, in ms, a turn is over.
-    readonly property int pauseMs: 500
+    // Without a further event for so long a turn is over. The time of day would not do: the user can set it back.
+    readonly property Timer pause: Timer {
+        interval: 500
+    }
 
     property Item owner: null
     property bool scrolls: false
-    property real lastMs: 0
 
     function isRunning(): bool {
-        return owner !== null && Date.now() - lastMs < pauseMs;
+        return owner !== null && pause.running;
     }
 
     // Called by a slider at each event over it. One with the focus need not wait for the end of another slider's turn.
     function belongsTo(slider: Item): bool {
         if (!isRunning() || (slider.activeFocus && !scrolls))
             begin(slider, false);
-        lastMs = Date.now();
+        pause.restart();
         return owner === slider;
     }
 
@@ -33,7 +34,7 @@ QtObject {
     function scrollOn(page: Item) {
         if (!isRunning())
             begin(page, true);
-        lastMs = Date.now();
+        pause.restart();
     }
 
     function begin(item: Item, scrolling: bool) {

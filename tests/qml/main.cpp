@@ -1,7 +1,9 @@
 // Runs the test documents of this folder with fakes in the place of the native singletons.
 
 #include "tests/qml/Keyboard.h"
+#include "tests/qml/Mouse.h"
 #include "tests/qml/TestLog.h"
+#include "tests/qml/WallClock.h"
 #include "tests/support/qml/FakeProgram.h"
 #include "tests/support/qml/LongTexts.h"
 
@@ -24,6 +26,11 @@ public slots:
         registerLongTexts();
         qmlRegisterSingletonType<Keyboard>("VexoDeckTest", 1, 0, "Keyboard",
                                            [](QQmlEngine*, QJSEngine*) -> QObject* { return new Keyboard; });
+        qmlRegisterSingletonType<Mouse>("VexoDeckTest", 1, 0, "Mouse",
+                                        [](QQmlEngine*, QJSEngine*) -> QObject* { return new Mouse; });
+        qmlRegisterSingletonType<WallClock>(
+            "VexoDeckTest", 1, 0, "WallClock",
+            [](QQmlEngine*, QJSEngine*) -> QObject* { return new WallClock; });
         qmlRegisterSingletonType<TestLog>(
             "VexoDeckTest", 1, 0, "TestLog", [](QQmlEngine*, QJSEngine*) -> QObject* {
                 QJSEngine::setObjectOwnership(&TestLog::instance(), QJSEngine::CppOwnership);

@@ -51,6 +51,11 @@ Item {
             return slider;
         }
 
+        function cleanup() {
+            WallClock.offsetMs = 0;
+            compare(TestLog.takeFaults(), []);
+        }
+
         // Waits for the slider's timer, so that the next test starts without it.
         function finish() {
             completeSpy.wait(2000);
@@ -394,6 +399,31 @@ Item {
             tryVerify(() => !WheelTurn.isRunning());
             mouseWheel(slider, 100, 12, 0, 120);
             compare([slider.value, other.value], [12, 11]);
+            finish();
+        }
+
+        function test_a_clock_that_is_set_back_does_not_lengthen_a_turn_of_the_wheel() {
+            const slider = create({
+                from: 0,
+                to: 30,
+                stepSize: 1,
+                value: 10
+            });
+            const other = createTemporaryObject(sliderComponent, page, {
+                y: 160,
+                from: 0,
+                to: 30,
+                stepSize: 1,
+                value: 10
+            });
+            page.forceActiveFocus();
+            mouseWheel(slider, 100, 12, 0, 120);
+            const before = Date.now();
+            WallClock.offsetMs = -3600000;
+            verify(Date.now() < before);
+            tryVerify(() => !WheelTurn.isRunning());
+            mouseWheel(other, 100, 12, 0, 120);
+            compare([slider.value, other.value], [11, 11]);
             finish();
         }
 

@@ -31,11 +31,12 @@ Item {
         meter.setLevels(levelLeft, levelRight);
     }
 
-    // Two taps go back to the default where both are on the handle: two on the track set two values.
-    function handleTap() {
-        const now = Date.now();
-        const twice = tap.onHandle && now - tap.lastMs < Application.styleHints.mouseDoubleClickInterval;
-        tap.lastMs = twice || !tap.onHandle ? 0 : now;
+    // Two taps go back to the default where both are on the handle: two on the track set two values. Their times are
+    // those of the events, however late they are handled.
+    function handleTap(timeMs: real) {
+        const pauseMs = timeMs - tap.lastMs;
+        const twice = tap.onHandle && pauseMs >= 0 && pauseMs < Application.styleHints.mouseDoubleClickInterval;
+        tap.lastMs = twice || !tap.onHandle ? -Infinity : timeMs;
         // Later, since the slider's own release follows and would restore the value.
         if (twice)
             Qt.callLater(backToDefault);
@@ -50,7 +51,7 @@ Item {
         id: tap
 
         // Of the tap before on the handle.
-        property real lastMs: 0
+        property real lastMs: -Infinity
         // The last press was on the handle.
         property bool onHandle: false
     }
@@ -124,7 +125,7 @@ Item {
                     if (pressed)
                         tap.onHandle = slider.handle.contains(slider.handle.mapFromItem(slider, point.pressPosition));
                 }
-                onTapped: stripFader.handleTap()
+                onTapped: eventPoint => stripFader.handleTap(eventPoint.timestamp)
             }
         }
     }
