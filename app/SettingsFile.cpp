@@ -33,7 +33,8 @@ bool isSettingsLine(QByteArrayView line) {
     if (text.isEmpty()) {
         return true;
     }
-    if (!endsByItself(text)) {
+    // A backslash before a blank takes the blank alone.
+    if (!endsByItself(line)) {
         return false;
     }
     if (text.front() == '[') {

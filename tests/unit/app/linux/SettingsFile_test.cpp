@@ -267,6 +267,16 @@ TEST_F(SettingsFileTest, LinesThatOneBeforeThemSwallowsAreKeptBesideTheFile) {
     }
 }
 
+TEST_F(SettingsFileTest, LineThatEndsInABackslashAndABlankSwallowsNothingAndIsNotKept) {
+    const QString path = fileWith("[General]\nvolume=3\\ \nother=4\n");
+    SettingsManager store;
+    EXPECT_EQ(store.getValue("other").toString(), "4");
+    store.setValue("mute", true);
+    store.sync();
+    EXPECT_TRUE(contentOf(path).contains("\nother=4\n"));
+    EXPECT_FALSE(QFile::exists(foreignLinesFile(path)));
+}
+
 TEST_F(SettingsFileTest, LineWithoutAKeyOutlivesAWriteAndIsNotKeptBesideTheFile) {
     const QString path = fileWith("[General]\n=x\n");
     SettingsManager store;
