@@ -123,8 +123,13 @@ void PipeWireConnection::signal(Signalled what, const itimerspec& delay) {
     // Pairs with the exchange in attend(): what is left here before a signal that is saved is seen there.
     while (!signalled.compare_exchange_weak(before, std::max(before, what))) {
     }
-    if (before < what) {
-        timerfd_settime(wakeDescriptor, 0, &delay, nullptr);
+    if (before >= what) {
+        return;
+    }
+    timerfd_settime(wakeDescriptor, 0, &delay, nullptr);
+    // Another thread's news may have come between the two steps above; its shorter wait must not be lost.
+    if (what < Signalled::News && signalled == Signalled::News) {
+        timerfd_settime(wakeDescriptor, 0, &kGatherTime, nullptr);
     }
 }
 
