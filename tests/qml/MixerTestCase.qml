@@ -56,8 +56,10 @@ ScreenTestCase {
         SystemBridge.applications = [];
         SystemBridge.iconsThere = true;
         SystemBridge.refusedInputs = [];
+        SystemBridge.configuredInputs = [];
         InputStreams.streams = {};
         InputStreams.refused = [];
+        InputStreams.closing = [];
         HIDDeviceMgr.messageCache = {};
         published = [];
         connectDevice(mixdeskR2);

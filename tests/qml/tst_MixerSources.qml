@@ -196,6 +196,32 @@ MixerTestCase {
         compare(inputs("AddInputDevice"), ["desk mic of the house 2"]);
     }
 
+    // The engine removes what is like the old name after it has added what is new.
+    function test_a_new_input_with_a_like_name_waits_until_the_old_one_has_gone() {
+        const longer = input("Desk Mic 2");
+        SystemBridge.applications = [input("Desk Mic"), longer];
+        openMixer([input("Desk Mic")]);
+        SystemBridge.configuredInputs = ["Desk Mic"];
+        forget();
+        swap(child("strip0"), "Desk Mic 2");
+        compare(inputs("RemoveInputDevice"), ["Desk Mic"]);
+        tryVerify(() => InputStreams.again.interval > InputStreams.shortestMs);
+        compare(inputs("AddInputDevice"), []);
+        SystemBridge.configuredInputs = [];
+        tryVerify(() => inputs("AddInputDevice").length > 0);
+        compare(inputs("AddInputDevice"), ["Desk Mic 2 1"]);
+        compare(InputStreams.refused, []);
+    }
+
+    function test_an_input_of_two_strips_is_removed_with_the_last_of_them() {
+        openMixer([input("A"), input("A"), input("B")]);
+        forget();
+        remove("strip1");
+        compare(inputs("RemoveInputDevice"), []);
+        remove("strip0");
+        compare(inputs("RemoveInputDevice"), ["A"]);
+    }
+
     function test_a_second_click_waits_until_the_list_has_closed() {
         SystemBridge.applications = [music, game];
         openMixer([]);

@@ -90,11 +90,19 @@ Row {
             app.streamID = InputStreams.open(app.name, wantedStream);
     }
 
-    function removeEntry(index: int) {
+    // Closes the input of an entry, unless another entry has the same one; the stream that is free then, 0 for none.
+    function closeInput(index: int): int {
         const app = audioControlles[index];
+        const isAlone = !audioControlles.some((other, place) => place !== index && other.isInput && other.name === app.name);
+        if (!app.isInput || !isAlone)
+            return 0;
+        InputStreams.close(app.name);
+        return app.streamID;
+    }
+
+    function removeEntry(index: int) {
         const hadFocus = (sources.itemAt(index) as AudioController)?.deleteFocused ?? false;
-        if (app.isInput)
-            InputStreams.close(app.name);
+        closeInput(index);
         audioControlles = audioControlles.filter((other, place) => place !== index);
         ConfigMgr.removeStringListIndex(ConfigMgr.keys.appList, index);
         strips.remove(index);
@@ -113,9 +121,7 @@ Row {
         const old = audioControlles[index];
         if (!old || !app || (old.name === app.name && old.bundleIdentifier === app.bundleIdentifier))
             return;
-        if (old.isInput)
-            InputStreams.close(old.name);
-        addInput(app, old.isInput ? old.streamID : 0);
+        addInput(app, closeInput(index));
         replaceEntry(index, app);
         sendAudioConfig();
     }

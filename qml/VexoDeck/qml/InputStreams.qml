@@ -7,7 +7,9 @@ import VexoDeckSystemBridge // qmllint disable import
 /*
     The streams of the inputs that have a strip: each gets the lowest free number and keeps it until its strip goes or
     shows something else, also while no mixer is on the screen, since the capture service keeps its inputs, too. The
-    service refuses an input whose removal it has yet to finish: such a one is added again until it is taken.
+    service removes every input whose name holds the given one, or is held by it, and it does so later, after it has
+    added what is new. So an input with a like name waits until the removed one has gone; one that the service refuses
+    is added again until it is taken.
 */
 QtObject {
     id: inputStreams
@@ -18,9 +20,11 @@ QtObject {
     property var streams: Object.create(null)
     // Names of those that the service has yet to take.
     property var refused: []
+    // Names of those that the service has yet to remove.
+    property var closing: []
 
-    // Between two tries.
-    readonly property int shortestMs: 100
+    // Between two tries. An input that went with another one is silent meanwhile.
+    readonly property int shortestMs: 10
     readonly property int longestMs: 12800
 
     readonly property Timer again: Timer {
@@ -41,7 +45,7 @@ QtObject {
         const isHeld = name in streams && !refused.includes(name);
         if (!(name in streams))
             streams[name] = wanted > 0 ? wanted : lowestFree();
-        if (!bridge.AddInputDevice(name, streams[name]) && !isHeld)
+        if (!add(name) && !isHeld)
             refuse(name);
         return streams[name];
     }
@@ -49,9 +53,17 @@ QtObject {
     function close(name: string) {
         delete streams[name];
         refused = refused.filter(other => other !== name);
-        bridge.RemoveInputDevice(name);
-        // The service removes every input whose name holds the given one, or is held by it.
+        if (bridge.RemoveInputDevice(name))
+            closing = closing.concat([name]);
         Object.keys(streams).filter(other => isAlike(other, name)).forEach(other => refuse(other));
+    }
+
+    function add(name: string): bool {
+        if (closing.length > 0) {
+            const configured = bridge.GetInputDevices().map(input => input.name);
+            closing = closing.filter(other => configured.includes(other));
+        }
+        return !closing.some(other => isAlike(other, name)) && bridge.AddInputDevice(name, streams[name]);
     }
 
     function isAlike(name: string, other: string): bool {
@@ -70,7 +82,7 @@ QtObject {
 
     // Waits twice as long for the next try, since what was refused twice takes long.
     function addRefused() {
-        refused = refused.filter(name => !bridge.AddInputDevice(name, streams[name]));
+        refused = refused.filter(name => !add(name));
         again.interval = Math.min(longestMs, 2 * again.interval);
         if (refused.length > 0)
             again.start();

@@ -46,6 +46,14 @@ bool FakeSystemBridge::RemoveInputDevice(const QString& deviceName) {
     return true;
 }
 
+QVariantList FakeSystemBridge::GetInputDevices() const {
+    QVariantList devices;
+    for (const QString& name : configuredInputs) {
+        devices.append(QVariantMap{{"name", name}, {"requestedChannels", 0}});
+    }
+    return devices;
+}
+
 void FakeSystemBridge::updateMonitorDevice() {
     record("updateMonitorDevice");
 }

@@ -16,6 +16,8 @@ class FakeSystemBridge : public QObject {
     Q_PROPERTY(bool iconsThere MEMBER iconsThere)
     // Inputs that the engine refuses to open.
     Q_PROPERTY(QStringList refusedInputs MEMBER refusedInputs)
+    // Names of the inputs that the engine has, whatever has been added and removed.
+    Q_PROPERTY(QStringList configuredInputs MEMBER configuredInputs)
     Q_PROPERTY(QList<double> equalizerFrequencies READ equalizerFrequencies CONSTANT)
 
 public:
@@ -30,6 +32,7 @@ public:
     Q_INVOKABLE void setAudioConfig(const QVariantList& configs);
     Q_INVOKABLE bool AddInputDevice(const QString& deviceName, int index = -1);
     Q_INVOKABLE bool RemoveInputDevice(const QString& deviceName);
+    Q_INVOKABLE [[nodiscard]] QVariantList GetInputDevices() const;
     Q_INVOKABLE void updateMonitorDevice();
     Q_INVOKABLE void quitApplication();
     Q_INVOKABLE void startPowerEventMonitor();
@@ -46,6 +49,7 @@ private:
     QVariantList applications;
     bool iconsThere = true;
     QStringList refusedInputs;
+    QStringList configuredInputs;
     QVariantList recordedCalls;
 };
 
