@@ -36,6 +36,8 @@ MainWindowTestCase {
     }
 
     function init() {
+        // What the test before has shown is deleted now, before its texts are translated again.
+        wait(0);
         TranslationManager.setLanguage("zh_CN");
         initMainWindow();
     }
@@ -173,17 +175,33 @@ MainWindowTestCase {
         };
     }
 
-    // Each page of the drawer, with all that it can show.
+    // Each page of the drawer, with all that it can show; that of the lights for each of their effects.
     function drawerRows(model, info) {
-        const pages = info === voxmicM40 ? ["microphone", "monitor", "general"] : ["microphone", "monitor", "lighting", "general"];
-        return pages.map((name, index) => ({
+        const lights = ["static", "breathing", "wave"].map((effect, index) => ["lighting, " + effect,
+                {
+                    color_bg_effect: index
+                }
+            ]);
+        const first = [["microphone",
+                {}
+            ], ["monitor",
+                {}
+            ]];
+        const tabs = info === voxmicM40 ? [0, 1, 2] : [0, 1, 2, 2, 2, 3];
+        const pages = first.concat(info === voxmicM40 ? [] : lights, [["general",
+                {}
+            ]]);
+        return pages.map(([name, settings], index) => ({
                     tag: `${model}, ${name}`,
                     open: () => {
                         for (const key of ["ai_jianzao", "device_boom", "device_compressor", "device_equalizer"])
                             ConfigMgr.setValue(key, true);
+                        for (const key in settings)
+                            ConfigMgr.setValue(key, settings[key]);
                         openDrawer(info);
-                        mouseClick(child("tab" + index));
-                        compare(child("tab" + index).checked, true);
+                        const tab = child("tab" + tabs[index]);
+                        mouseClick(tab);
+                        compare(tab.checked, true);
                         return [child("settingsHead"), child("tabs"), child("pages")];
                     }
                 }));
