@@ -21,6 +21,8 @@ PLACEHOLDER = re.compile(r"%L?\d+|%n|\{\w*\}")
 CHINESE = re.compile(r"[\u2e80-\u2fdf\u3001-\u303f\u3040-\u30ff\u3400-\u9fff\uf900-\ufaff]")
 # A character outside of its script's own set is one of simplified Chinese.
 CHARACTER_SETS = {"zh_TW": "cp950", "ja_JP": "cp932"}
+# The font draws these as wide as a Chinese letter.
+WIDE_QUOTE = re.compile("[\u2018-\u201d]")
 CHINESE_LETTERS = {"zh_CN", *CHARACTER_SETS}
 MIXED_WORD = re.compile(r"\w*(?:[A-Za-z][\u0400-\u04ff]|[\u0400-\u04ff][A-Za-z])\w*")
 
@@ -116,6 +118,8 @@ def script_faults(entry, code, glossary):
         yield "is the same as its source"
     elif code not in CHINESE_LETTERS and CHINESE.search(entry.text) and not allowed:
         yield f'has Chinese letters: "{shown(entry.text)}"'
+    if code not in CHINESE_LETTERS and WIDE_QUOTE.search(entry.text):
+        yield f'has quotation marks that are drawn wide: "{shown(entry.text)}"'
     for letter in sorted(set(entry.text)) if code in CHARACTER_SETS else ():
         if CHINESE.match(letter) and not letter.encode(CHARACTER_SETS[code], "ignore"):
             yield f'has the letter "{letter}", which the language does not write'

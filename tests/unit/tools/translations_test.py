@@ -166,6 +166,10 @@ class Translations(unittest.TestCase):
         self.translate("ja_JP", {"%1 的设备": "%1 の设备"})
         self.assert_told('has the letter "设"')
 
+    def test_quotation_marks_that_are_drawn_wide_are_told(self):
+        self.translate("en_US", {"%1 的设备": "Device of “%1”"})
+        self.assert_told("VexoDeck_en_US.ts", "drawn wide")
+
     def test_a_word_in_two_alphabets_is_told(self):
         self.translate("en_US", {"%1 的设备": "Dеvice of %1"})
         self.assert_told("mixes two alphabets")
