@@ -225,6 +225,21 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>DirectionRow</name>
+    <message>
+        <source>方向</source>
+        <translation>Richtung</translation>
+    </message>
+    <message>
+        <source>向左</source>
+        <translation>Nach links</translation>
+    </message>
+    <message>
+        <source>向右</source>
+        <translation>Nach rechts</translation>
+    </message>
+</context>
+<context>
     <name>EqualizerNames</name>
     <message>
         <source>原声</source>
@@ -294,6 +309,135 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     <message>
         <source>删除</source>
         <translation>Löschen</translation>
+    </message>
+</context>
+<context>
+    <name>LightingBackground</name>
+    <message>
+        <source>背景</source>
+        <translation>Hintergrund</translation>
+    </message>
+    <message>
+        <source>声卡接电时显示背景灯光</source>
+        <translation>Hintergrundbeleuchtung, solange das Gerät Strom hat</translation>
+    </message>
+    <message>
+        <source>效果</source>
+        <translation>Effekt</translation>
+    </message>
+    <message>
+        <source>静态</source>
+        <translation>Statisch</translation>
+    </message>
+    <message>
+        <source>呼吸</source>
+        <translation>Atmen</translation>
+    </message>
+    <message>
+        <source>波浪</source>
+        <translation>Welle</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Aus</translation>
+    </message>
+</context>
+<context>
+    <name>LightingIndicators</name>
+    <message>
+        <source>指示灯</source>
+        <translation>Anzeige</translation>
+    </message>
+    <message>
+        <source>麦克风增益</source>
+        <translation>Mikrofon-Gain</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>Monitor-Lautstärke</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑音量监听比</source>
+        <translation>Mikrofon/PC-Mix</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>Stumm</translation>
+    </message>
+</context>
+<context>
+    <name>LightingInput</name>
+    <message>
+        <source>输入</source>
+        <translation>Eingang</translation>
+    </message>
+    <message>
+        <source>话筒输入时，根据音量大小动态显示</source>
+        <translation>Folgt der Lautstärke des Mikrofons</translation>
+    </message>
+</context>
+<context>
+    <name>LightingOther</name>
+    <message>
+        <source>其他</source>
+        <translation>Sonstiges</translation>
+    </message>
+    <message>
+        <source>亮度</source>
+        <translation>Helligkeit</translation>
+    </message>
+    <message>
+        <source>关闭灯光</source>
+        <translation>Beleuchtung ausschalten</translation>
+    </message>
+    <message>
+        <source>关闭显示屏时自动关灯</source>
+        <translation>Beleuchtung mit dem Bildschirm ausschalten</translation>
+    </message>
+    <message>
+        <source>关闭RGB灯</source>
+        <translation>RGB-Beleuchtung ausschalten</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub1</name>
+    <message>
+        <source>颜色</source>
+        <translation>Farbe</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Einfarbig</translation>
+    </message>
+    <message>
+        <source>幻彩</source>
+        <translation>Verlauf</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub2</name>
+    <message>
+        <source>颜色</source>
+        <translation>Farbe</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Einfarbig</translation>
+    </message>
+    <message>
+        <source>循环</source>
+        <translation>Zyklus</translation>
+    </message>
+    <message>
+        <source>循环顺序</source>
+        <translation>Reihenfolge</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub3</name>
+    <message>
+        <source>波浪</source>
+        <translation>Welle</translation>
     </message>
 </context>
 <context>

@@ -225,6 +225,21 @@ Gain is set to 0 dB.</translation>
     </message>
 </context>
 <context>
+    <name>DirectionRow</name>
+    <message>
+        <source>方向</source>
+        <translation>Direction</translation>
+    </message>
+    <message>
+        <source>向左</source>
+        <translation>Left</translation>
+    </message>
+    <message>
+        <source>向右</source>
+        <translation>Right</translation>
+    </message>
+</context>
+<context>
     <name>EqualizerNames</name>
     <message>
         <source>原声</source>
@@ -294,6 +309,135 @@ Gain is set to 0 dB.</translation>
     <message>
         <source>删除</source>
         <translation>Delete</translation>
+    </message>
+</context>
+<context>
+    <name>LightingBackground</name>
+    <message>
+        <source>背景</source>
+        <translation>Background</translation>
+    </message>
+    <message>
+        <source>声卡接电时显示背景灯光</source>
+        <translation>Background lighting is on while the device is powered</translation>
+    </message>
+    <message>
+        <source>效果</source>
+        <translation>Effect</translation>
+    </message>
+    <message>
+        <source>静态</source>
+        <translation>Static</translation>
+    </message>
+    <message>
+        <source>呼吸</source>
+        <translation>Breathing</translation>
+    </message>
+    <message>
+        <source>波浪</source>
+        <translation>Wave</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Off</translation>
+    </message>
+</context>
+<context>
+    <name>LightingIndicators</name>
+    <message>
+        <source>指示灯</source>
+        <translation>Indicator</translation>
+    </message>
+    <message>
+        <source>麦克风增益</source>
+        <translation>Mic Gain</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>Monitor Volume</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑音量监听比</source>
+        <translation>Mic/PC Mix</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>Mute</translation>
+    </message>
+</context>
+<context>
+    <name>LightingInput</name>
+    <message>
+        <source>输入</source>
+        <translation>Input</translation>
+    </message>
+    <message>
+        <source>话筒输入时，根据音量大小动态显示</source>
+        <translation>Follows the volume of the mic input</translation>
+    </message>
+</context>
+<context>
+    <name>LightingOther</name>
+    <message>
+        <source>其他</source>
+        <translation>Other</translation>
+    </message>
+    <message>
+        <source>亮度</source>
+        <translation>Brightness</translation>
+    </message>
+    <message>
+        <source>关闭灯光</source>
+        <translation>Turn off lights</translation>
+    </message>
+    <message>
+        <source>关闭显示屏时自动关灯</source>
+        <translation>Turn off lights when the display is off</translation>
+    </message>
+    <message>
+        <source>关闭RGB灯</source>
+        <translation>Turn off RGB lights</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub1</name>
+    <message>
+        <source>颜色</source>
+        <translation>Color</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Solid</translation>
+    </message>
+    <message>
+        <source>幻彩</source>
+        <translation>Gradient</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub2</name>
+    <message>
+        <source>颜色</source>
+        <translation>Color</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Solid</translation>
+    </message>
+    <message>
+        <source>循环</source>
+        <translation>Loop</translation>
+    </message>
+    <message>
+        <source>循环顺序</source>
+        <translation>Loop order</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub3</name>
+    <message>
+        <source>波浪</source>
+        <translation>Wave</translation>
     </message>
 </context>
 <context>

@@ -225,6 +225,21 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>DirectionRow</name>
+    <message>
+        <source>方向</source>
+        <translation>Dirección</translation>
+    </message>
+    <message>
+        <source>向左</source>
+        <translation>A la izquierda</translation>
+    </message>
+    <message>
+        <source>向右</source>
+        <translation>A la derecha</translation>
+    </message>
+</context>
+<context>
     <name>EqualizerNames</name>
     <message>
         <source>原声</source>
@@ -294,6 +309,135 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     <message>
         <source>删除</source>
         <translation>Eliminar</translation>
+    </message>
+</context>
+<context>
+    <name>LightingBackground</name>
+    <message>
+        <source>背景</source>
+        <translation>Fondo</translation>
+    </message>
+    <message>
+        <source>声卡接电时显示背景灯光</source>
+        <translation>Iluminación de fondo mientras el dispositivo recibe corriente</translation>
+    </message>
+    <message>
+        <source>效果</source>
+        <translation>Efecto</translation>
+    </message>
+    <message>
+        <source>静态</source>
+        <translation>Estático</translation>
+    </message>
+    <message>
+        <source>呼吸</source>
+        <translation>Respiración</translation>
+    </message>
+    <message>
+        <source>波浪</source>
+        <translation>Onda</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Desactivado</translation>
+    </message>
+</context>
+<context>
+    <name>LightingIndicators</name>
+    <message>
+        <source>指示灯</source>
+        <translation>Indicador</translation>
+    </message>
+    <message>
+        <source>麦克风增益</source>
+        <translation>Ganancia del micrófono</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>Volumen del monitor</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑音量监听比</source>
+        <translation>Mezcla micro/PC</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>Silencio</translation>
+    </message>
+</context>
+<context>
+    <name>LightingInput</name>
+    <message>
+        <source>输入</source>
+        <translation>Entrada</translation>
+    </message>
+    <message>
+        <source>话筒输入时，根据音量大小动态显示</source>
+        <translation>Sigue el volumen del micrófono</translation>
+    </message>
+</context>
+<context>
+    <name>LightingOther</name>
+    <message>
+        <source>其他</source>
+        <translation>Otros</translation>
+    </message>
+    <message>
+        <source>亮度</source>
+        <translation>Brillo</translation>
+    </message>
+    <message>
+        <source>关闭灯光</source>
+        <translation>Apagar las luces</translation>
+    </message>
+    <message>
+        <source>关闭显示屏时自动关灯</source>
+        <translation>Apagar las luces al apagarse la pantalla</translation>
+    </message>
+    <message>
+        <source>关闭RGB灯</source>
+        <translation>Apagar las luces RGB</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub1</name>
+    <message>
+        <source>颜色</source>
+        <translation>Color</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Monocolor</translation>
+    </message>
+    <message>
+        <source>幻彩</source>
+        <translation>Degradado</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub2</name>
+    <message>
+        <source>颜色</source>
+        <translation>Color</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Monocolor</translation>
+    </message>
+    <message>
+        <source>循环</source>
+        <translation>Bucle</translation>
+    </message>
+    <message>
+        <source>循环顺序</source>
+        <translation>Orden del bucle</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub3</name>
+    <message>
+        <source>波浪</source>
+        <translation>Onda</translation>
     </message>
 </context>
 <context>

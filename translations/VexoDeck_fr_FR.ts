@@ -225,6 +225,21 @@ Gain réglé sur 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>DirectionRow</name>
+    <message>
+        <source>方向</source>
+        <translation>Direction</translation>
+    </message>
+    <message>
+        <source>向左</source>
+        <translation>Vers la gauche</translation>
+    </message>
+    <message>
+        <source>向右</source>
+        <translation>Vers la droite</translation>
+    </message>
+</context>
+<context>
     <name>EqualizerNames</name>
     <message>
         <source>原声</source>
@@ -294,6 +309,135 @@ Gain réglé sur 0&#xa0;dB</translation>
     <message>
         <source>删除</source>
         <translation>Supprimer</translation>
+    </message>
+</context>
+<context>
+    <name>LightingBackground</name>
+    <message>
+        <source>背景</source>
+        <translation>Arrière-plan</translation>
+    </message>
+    <message>
+        <source>声卡接电时显示背景灯光</source>
+        <translation>Éclairage d&apos;arrière-plan quand l&apos;appareil est sous tension</translation>
+    </message>
+    <message>
+        <source>效果</source>
+        <translation>Effet</translation>
+    </message>
+    <message>
+        <source>静态</source>
+        <translation>Statique</translation>
+    </message>
+    <message>
+        <source>呼吸</source>
+        <translation>Respiration</translation>
+    </message>
+    <message>
+        <source>波浪</source>
+        <translation>Vague</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Désactivé</translation>
+    </message>
+</context>
+<context>
+    <name>LightingIndicators</name>
+    <message>
+        <source>指示灯</source>
+        <translation>Voyant</translation>
+    </message>
+    <message>
+        <source>麦克风增益</source>
+        <translation>Gain du micro</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>Volume d&apos;écoute</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑音量监听比</source>
+        <translation>Mix micro/PC</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>Muet</translation>
+    </message>
+</context>
+<context>
+    <name>LightingInput</name>
+    <message>
+        <source>输入</source>
+        <translation>Entrée</translation>
+    </message>
+    <message>
+        <source>话筒输入时，根据音量大小动态显示</source>
+        <translation>Suit le volume du micro</translation>
+    </message>
+</context>
+<context>
+    <name>LightingOther</name>
+    <message>
+        <source>其他</source>
+        <translation>Autres</translation>
+    </message>
+    <message>
+        <source>亮度</source>
+        <translation>Luminosité</translation>
+    </message>
+    <message>
+        <source>关闭灯光</source>
+        <translation>Éteindre l&apos;éclairage</translation>
+    </message>
+    <message>
+        <source>关闭显示屏时自动关灯</source>
+        <translation>Éteindre l&apos;éclairage quand l&apos;écran s&apos;éteint</translation>
+    </message>
+    <message>
+        <source>关闭RGB灯</source>
+        <translation>Éteindre l&apos;éclairage RGB</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub1</name>
+    <message>
+        <source>颜色</source>
+        <translation>Couleur</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Uni</translation>
+    </message>
+    <message>
+        <source>幻彩</source>
+        <translation>Dégradé</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub2</name>
+    <message>
+        <source>颜色</source>
+        <translation>Couleur</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Uni</translation>
+    </message>
+    <message>
+        <source>循环</source>
+        <translation>Boucle</translation>
+    </message>
+    <message>
+        <source>循环顺序</source>
+        <translation>Ordre de la boucle</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub3</name>
+    <message>
+        <source>波浪</source>
+        <translation>Vague</translation>
     </message>
 </context>
 <context>

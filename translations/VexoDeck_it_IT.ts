@@ -225,6 +225,21 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>DirectionRow</name>
+    <message>
+        <source>方向</source>
+        <translation>Direzione</translation>
+    </message>
+    <message>
+        <source>向左</source>
+        <translation>A sinistra</translation>
+    </message>
+    <message>
+        <source>向右</source>
+        <translation>A destra</translation>
+    </message>
+</context>
+<context>
     <name>EqualizerNames</name>
     <message>
         <source>原声</source>
@@ -294,6 +309,135 @@ Guadagno impostato su 0&#xa0;dB</translation>
     <message>
         <source>删除</source>
         <translation>Elimina</translation>
+    </message>
+</context>
+<context>
+    <name>LightingBackground</name>
+    <message>
+        <source>背景</source>
+        <translation>Sfondo</translation>
+    </message>
+    <message>
+        <source>声卡接电时显示背景灯光</source>
+        <translation>Illuminazione di sfondo quando il dispositivo è alimentato</translation>
+    </message>
+    <message>
+        <source>效果</source>
+        <translation>Effetto</translation>
+    </message>
+    <message>
+        <source>静态</source>
+        <translation>Statico</translation>
+    </message>
+    <message>
+        <source>呼吸</source>
+        <translation>Respiro</translation>
+    </message>
+    <message>
+        <source>波浪</source>
+        <translation>Onda</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Disattivato</translation>
+    </message>
+</context>
+<context>
+    <name>LightingIndicators</name>
+    <message>
+        <source>指示灯</source>
+        <translation>Spia</translation>
+    </message>
+    <message>
+        <source>麦克风增益</source>
+        <translation>Guadagno microfono</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>Volume monitor</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑音量监听比</source>
+        <translation>Mix microfono/PC</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>Muto</translation>
+    </message>
+</context>
+<context>
+    <name>LightingInput</name>
+    <message>
+        <source>输入</source>
+        <translation>Ingresso</translation>
+    </message>
+    <message>
+        <source>话筒输入时，根据音量大小动态显示</source>
+        <translation>Segue il volume del microfono</translation>
+    </message>
+</context>
+<context>
+    <name>LightingOther</name>
+    <message>
+        <source>其他</source>
+        <translation>Altro</translation>
+    </message>
+    <message>
+        <source>亮度</source>
+        <translation>Luminosità</translation>
+    </message>
+    <message>
+        <source>关闭灯光</source>
+        <translation>Spegni le luci</translation>
+    </message>
+    <message>
+        <source>关闭显示屏时自动关灯</source>
+        <translation>Spegni le luci quando lo schermo si spegne</translation>
+    </message>
+    <message>
+        <source>关闭RGB灯</source>
+        <translation>Spegni le luci RGB</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub1</name>
+    <message>
+        <source>颜色</source>
+        <translation>Colore</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Tinta unita</translation>
+    </message>
+    <message>
+        <source>幻彩</source>
+        <translation>Sfumatura</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub2</name>
+    <message>
+        <source>颜色</source>
+        <translation>Colore</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Tinta unita</translation>
+    </message>
+    <message>
+        <source>循环</source>
+        <translation>Ciclo</translation>
+    </message>
+    <message>
+        <source>循环顺序</source>
+        <translation>Ordine del ciclo</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub3</name>
+    <message>
+        <source>波浪</source>
+        <translation>Onda</translation>
     </message>
 </context>
 <context>

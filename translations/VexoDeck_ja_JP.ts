@@ -225,6 +225,21 @@
     </message>
 </context>
 <context>
+    <name>DirectionRow</name>
+    <message>
+        <source>方向</source>
+        <translation>方向</translation>
+    </message>
+    <message>
+        <source>向左</source>
+        <translation>左へ</translation>
+    </message>
+    <message>
+        <source>向右</source>
+        <translation>右へ</translation>
+    </message>
+</context>
+<context>
     <name>EqualizerNames</name>
     <message>
         <source>原声</source>
@@ -294,6 +309,135 @@
     <message>
         <source>删除</source>
         <translation>削除</translation>
+    </message>
+</context>
+<context>
+    <name>LightingBackground</name>
+    <message>
+        <source>背景</source>
+        <translation>背景</translation>
+    </message>
+    <message>
+        <source>声卡接电时显示背景灯光</source>
+        <translation>電源接続中は背景ライトが点灯します</translation>
+    </message>
+    <message>
+        <source>效果</source>
+        <translation>エフェクト</translation>
+    </message>
+    <message>
+        <source>静态</source>
+        <translation>スタティック</translation>
+    </message>
+    <message>
+        <source>呼吸</source>
+        <translation>ブリージング</translation>
+    </message>
+    <message>
+        <source>波浪</source>
+        <translation>ウェーブ</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>オフ</translation>
+    </message>
+</context>
+<context>
+    <name>LightingIndicators</name>
+    <message>
+        <source>指示灯</source>
+        <translation>インジケーター</translation>
+    </message>
+    <message>
+        <source>麦克风增益</source>
+        <translation>マイクゲイン</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>モニター音量</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑音量监听比</source>
+        <translation>マイク/PCバランス</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>ミュート</translation>
+    </message>
+</context>
+<context>
+    <name>LightingInput</name>
+    <message>
+        <source>输入</source>
+        <translation>入力</translation>
+    </message>
+    <message>
+        <source>话筒输入时，根据音量大小动态显示</source>
+        <translation>マイク入力の音量に合わせて点灯します</translation>
+    </message>
+</context>
+<context>
+    <name>LightingOther</name>
+    <message>
+        <source>其他</source>
+        <translation>その他</translation>
+    </message>
+    <message>
+        <source>亮度</source>
+        <translation>明るさ</translation>
+    </message>
+    <message>
+        <source>关闭灯光</source>
+        <translation>消灯</translation>
+    </message>
+    <message>
+        <source>关闭显示屏时自动关灯</source>
+        <translation>ディスプレイがオフのとき自動で消灯</translation>
+    </message>
+    <message>
+        <source>关闭RGB灯</source>
+        <translation>RGBライトを消す</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub1</name>
+    <message>
+        <source>颜色</source>
+        <translation>カラー</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>単色</translation>
+    </message>
+    <message>
+        <source>幻彩</source>
+        <translation>グラデーション</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub2</name>
+    <message>
+        <source>颜色</source>
+        <translation>カラー</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>単色</translation>
+    </message>
+    <message>
+        <source>循环</source>
+        <translation>ループ</translation>
+    </message>
+    <message>
+        <source>循环顺序</source>
+        <translation>ループの順序</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub3</name>
+    <message>
+        <source>波浪</source>
+        <translation>ウェーブ</translation>
     </message>
 </context>
 <context>

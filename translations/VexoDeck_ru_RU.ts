@@ -225,6 +225,21 @@
     </message>
 </context>
 <context>
+    <name>DirectionRow</name>
+    <message>
+        <source>方向</source>
+        <translation>Направление</translation>
+    </message>
+    <message>
+        <source>向左</source>
+        <translation>Влево</translation>
+    </message>
+    <message>
+        <source>向右</source>
+        <translation>Вправо</translation>
+    </message>
+</context>
+<context>
     <name>EqualizerNames</name>
     <message>
         <source>原声</source>
@@ -294,6 +309,135 @@
     <message>
         <source>删除</source>
         <translation>Удалить</translation>
+    </message>
+</context>
+<context>
+    <name>LightingBackground</name>
+    <message>
+        <source>背景</source>
+        <translation>Фон</translation>
+    </message>
+    <message>
+        <source>声卡接电时显示背景灯光</source>
+        <translation>Фоновая подсветка включена, пока устройство под питанием</translation>
+    </message>
+    <message>
+        <source>效果</source>
+        <translation>Эффект</translation>
+    </message>
+    <message>
+        <source>静态</source>
+        <translation>Статичный</translation>
+    </message>
+    <message>
+        <source>呼吸</source>
+        <translation>Дыхание</translation>
+    </message>
+    <message>
+        <source>波浪</source>
+        <translation>Волна</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Выкл.</translation>
+    </message>
+</context>
+<context>
+    <name>LightingIndicators</name>
+    <message>
+        <source>指示灯</source>
+        <translation>Индикатор</translation>
+    </message>
+    <message>
+        <source>麦克风增益</source>
+        <translation>Усиление микрофона</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>Громкость монитора</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑音量监听比</source>
+        <translation>Баланс микрофон/ПК</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>Без звука</translation>
+    </message>
+</context>
+<context>
+    <name>LightingInput</name>
+    <message>
+        <source>输入</source>
+        <translation>Вход</translation>
+    </message>
+    <message>
+        <source>话筒输入时，根据音量大小动态显示</source>
+        <translation>Реагирует на громкость микрофона</translation>
+    </message>
+</context>
+<context>
+    <name>LightingOther</name>
+    <message>
+        <source>其他</source>
+        <translation>Другое</translation>
+    </message>
+    <message>
+        <source>亮度</source>
+        <translation>Яркость</translation>
+    </message>
+    <message>
+        <source>关闭灯光</source>
+        <translation>Выключение подсветки</translation>
+    </message>
+    <message>
+        <source>关闭显示屏时自动关灯</source>
+        <translation>Выключать подсветку вместе с экраном</translation>
+    </message>
+    <message>
+        <source>关闭RGB灯</source>
+        <translation>Выключить RGB-подсветку</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub1</name>
+    <message>
+        <source>颜色</source>
+        <translation>Цвет</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Одноцветный</translation>
+    </message>
+    <message>
+        <source>幻彩</source>
+        <translation>Градиент</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub2</name>
+    <message>
+        <source>颜色</source>
+        <translation>Цвет</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>Одноцветный</translation>
+    </message>
+    <message>
+        <source>循环</source>
+        <translation>Цикл</translation>
+    </message>
+    <message>
+        <source>循环顺序</source>
+        <translation>Порядок цикла</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub3</name>
+    <message>
+        <source>波浪</source>
+        <translation>Волна</translation>
     </message>
 </context>
 <context>

@@ -225,6 +225,21 @@
     </message>
 </context>
 <context>
+    <name>DirectionRow</name>
+    <message>
+        <source>方向</source>
+        <translation>方向</translation>
+    </message>
+    <message>
+        <source>向左</source>
+        <translation>向左</translation>
+    </message>
+    <message>
+        <source>向右</source>
+        <translation>向右</translation>
+    </message>
+</context>
+<context>
     <name>EqualizerNames</name>
     <message>
         <source>原声</source>
@@ -294,6 +309,135 @@
     <message>
         <source>删除</source>
         <translation>删除</translation>
+    </message>
+</context>
+<context>
+    <name>LightingBackground</name>
+    <message>
+        <source>背景</source>
+        <translation>背景</translation>
+    </message>
+    <message>
+        <source>声卡接电时显示背景灯光</source>
+        <translation>声卡接电时显示背景灯光</translation>
+    </message>
+    <message>
+        <source>效果</source>
+        <translation>效果</translation>
+    </message>
+    <message>
+        <source>静态</source>
+        <translation>静态</translation>
+    </message>
+    <message>
+        <source>呼吸</source>
+        <translation>呼吸</translation>
+    </message>
+    <message>
+        <source>波浪</source>
+        <translation>波浪</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>关闭</translation>
+    </message>
+</context>
+<context>
+    <name>LightingIndicators</name>
+    <message>
+        <source>指示灯</source>
+        <translation>指示灯</translation>
+    </message>
+    <message>
+        <source>麦克风增益</source>
+        <translation>麦克风增益</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>监听音量</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑音量监听比</source>
+        <translation>麦克风/电脑音量监听比</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>静音</translation>
+    </message>
+</context>
+<context>
+    <name>LightingInput</name>
+    <message>
+        <source>输入</source>
+        <translation>输入</translation>
+    </message>
+    <message>
+        <source>话筒输入时，根据音量大小动态显示</source>
+        <translation>话筒输入时，根据音量大小动态显示</translation>
+    </message>
+</context>
+<context>
+    <name>LightingOther</name>
+    <message>
+        <source>其他</source>
+        <translation>其他</translation>
+    </message>
+    <message>
+        <source>亮度</source>
+        <translation>亮度</translation>
+    </message>
+    <message>
+        <source>关闭灯光</source>
+        <translation>关闭灯光</translation>
+    </message>
+    <message>
+        <source>关闭显示屏时自动关灯</source>
+        <translation>关闭显示屏时自动关灯</translation>
+    </message>
+    <message>
+        <source>关闭RGB灯</source>
+        <translation>关闭RGB灯</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub1</name>
+    <message>
+        <source>颜色</source>
+        <translation>颜色</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>单色</translation>
+    </message>
+    <message>
+        <source>幻彩</source>
+        <translation>幻彩</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub2</name>
+    <message>
+        <source>颜色</source>
+        <translation>颜色</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>单色</translation>
+    </message>
+    <message>
+        <source>循环</source>
+        <translation>循环</translation>
+    </message>
+    <message>
+        <source>循环顺序</source>
+        <translation>循环顺序</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub3</name>
+    <message>
+        <source>波浪</source>
+        <translation>波浪</translation>
     </message>
 </context>
 <context>

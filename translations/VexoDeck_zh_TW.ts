@@ -225,6 +225,21 @@
     </message>
 </context>
 <context>
+    <name>DirectionRow</name>
+    <message>
+        <source>方向</source>
+        <translation>方向</translation>
+    </message>
+    <message>
+        <source>向左</source>
+        <translation>向左</translation>
+    </message>
+    <message>
+        <source>向右</source>
+        <translation>向右</translation>
+    </message>
+</context>
+<context>
     <name>EqualizerNames</name>
     <message>
         <source>原声</source>
@@ -294,6 +309,135 @@
     <message>
         <source>删除</source>
         <translation>刪除</translation>
+    </message>
+</context>
+<context>
+    <name>LightingBackground</name>
+    <message>
+        <source>背景</source>
+        <translation>背景</translation>
+    </message>
+    <message>
+        <source>声卡接电时显示背景灯光</source>
+        <translation>音效卡接電時顯示背景燈光</translation>
+    </message>
+    <message>
+        <source>效果</source>
+        <translation>效果</translation>
+    </message>
+    <message>
+        <source>静态</source>
+        <translation>靜態</translation>
+    </message>
+    <message>
+        <source>呼吸</source>
+        <translation>呼吸</translation>
+    </message>
+    <message>
+        <source>波浪</source>
+        <translation>波浪</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>關閉</translation>
+    </message>
+</context>
+<context>
+    <name>LightingIndicators</name>
+    <message>
+        <source>指示灯</source>
+        <translation>指示燈</translation>
+    </message>
+    <message>
+        <source>麦克风增益</source>
+        <translation>麥克風增益</translation>
+    </message>
+    <message>
+        <source>监听音量</source>
+        <translation>監聽音量</translation>
+    </message>
+    <message>
+        <source>麦克风/电脑音量监听比</source>
+        <translation>麥克風/電腦音量監聽比</translation>
+    </message>
+    <message>
+        <source>静音</source>
+        <translation>靜音</translation>
+    </message>
+</context>
+<context>
+    <name>LightingInput</name>
+    <message>
+        <source>输入</source>
+        <translation>輸入</translation>
+    </message>
+    <message>
+        <source>话筒输入时，根据音量大小动态显示</source>
+        <translation>麥克風輸入時，根據音量大小動態顯示</translation>
+    </message>
+</context>
+<context>
+    <name>LightingOther</name>
+    <message>
+        <source>其他</source>
+        <translation>其他</translation>
+    </message>
+    <message>
+        <source>亮度</source>
+        <translation>亮度</translation>
+    </message>
+    <message>
+        <source>关闭灯光</source>
+        <translation>關閉燈光</translation>
+    </message>
+    <message>
+        <source>关闭显示屏时自动关灯</source>
+        <translation>關閉顯示器時自動關燈</translation>
+    </message>
+    <message>
+        <source>关闭RGB灯</source>
+        <translation>關閉 RGB 燈</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub1</name>
+    <message>
+        <source>颜色</source>
+        <translation>顏色</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>單色</translation>
+    </message>
+    <message>
+        <source>幻彩</source>
+        <translation>幻彩</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub2</name>
+    <message>
+        <source>颜色</source>
+        <translation>顏色</translation>
+    </message>
+    <message>
+        <source>单色</source>
+        <translation>單色</translation>
+    </message>
+    <message>
+        <source>循环</source>
+        <translation>循環</translation>
+    </message>
+    <message>
+        <source>循环顺序</source>
+        <translation>循環順序</translation>
+    </message>
+</context>
+<context>
+    <name>LightingSub3</name>
+    <message>
+        <source>波浪</source>
+        <translation>波浪</translation>
     </message>
 </context>
 <context>

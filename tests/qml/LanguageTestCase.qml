@@ -175,19 +175,31 @@ MainWindowTestCase {
         };
     }
 
-    // Each page of the drawer, with all that it can show; that of the lights for each of their effects.
+    // Each page of the drawer, with all that it can show; that of the lights for each of their effects and kinds of colours.
     function drawerRows(model, info) {
-        const lights = ["static", "breathing", "wave"].map((effect, index) => ["lighting, " + effect,
+        const lights = [["static", 0,
+                {}
+            ], ["static gradient", 0,
                 {
-                    color_bg_effect: index
+                    color_bg_static_type: 1
                 }
-            ]);
+            ], ["breathing", 1,
+                {}
+            ], ["breathing in turn", 1,
+                {
+                    color_bg_bln_type: 1
+                }
+            ], ["wave", 2,
+                {}
+            ]].map(([name, effect, types]) => ["lighting, " + name, Object.assign({
+                    color_bg_effect: effect
+                }, types)]);
         const first = [["microphone",
                 {}
             ], ["monitor",
                 {}
             ]];
-        const tabs = info === voxmicM40 ? [0, 1, 2] : [0, 1, 2, 2, 2, 3];
+        const tabs = info === voxmicM40 ? [0, 1, 2] : [0, 1, ...lights.map(() => 2), 3];
         const pages = first.concat(info === voxmicM40 ? [] : lights, [["general",
                 {}
             ]]);
