@@ -11,7 +11,8 @@ QtObject {
 
     readonly property var appList: []
     readonly property string listen: "listen"
-    readonly property bool share_data: true
+    // Of a user who has not been asked.
+    required property bool share_data
     readonly property bool auto_install: true
     readonly property string auto_install_path: ""
     readonly property var color_picker_preset_colors: ["#FF0000", "#FF7F00", "#FBFC00", "#00FC00", "#00FCFD", "#0000FF", "#FF00FF", "#FFFFFF"]

@@ -17,7 +17,10 @@ QtObject {
     id: configMgr
 
     readonly property ConfigKeys keys: ConfigKeys {}
-    readonly property ConfigDefaults defaults: ConfigDefaults {}
+    readonly property ConfigDefaults defaults: ConfigDefaults {
+        // On Linux nothing is reported until the user has agreed.
+        share_data: configMgr.platformName !== "linux"
+    }
     // Key to value: boolean, number, text or an array of texts. It has no prototype, since any text may be a key.
     property var config: Object.create(null)
 
@@ -224,7 +227,7 @@ QtObject {
         return value;
     }
 
-    // "true" and "false" are booleans in every read, and a default of true is true until it has been stored. A stored
+    // "true" and "false" are booleans in every read, and a default counts until it has been stored. A stored
     // value of the wrong type (a damaged store) reads as false under a boolean key, else as the default. So no unreadable
     // text gives consent.
     function convertedOnLinux(value: var, fallback: var): var {

@@ -15,7 +15,7 @@ ConfigTestCase {
     readonly property var defaultTable: ({
             appList: [],
             listen: "listen",
-            share_data: true,
+            share_data: false,
             auto_install: true,
             auto_install_path: "",
             color_picker_preset_colors: ["#FF0000", "#FF7F00", "#FBFC00", "#00FC00", "#00FCFD", "#0000FF", "#FF00FF", "#FFFFFF"],

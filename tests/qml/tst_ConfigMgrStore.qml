@@ -23,21 +23,31 @@ ConfigTestCase {
         compare(ConfigMgr.getValue("auto_install"), false);
     }
 
-    function test_fresh_store_elsewhere_holds_the_true_defaults_data() {
+    function test_fresh_store_elsewhere_holds_the_defaults_data() {
         return [
             {
-                tag: "linux"
+                tag: "linux",
+                consent: false
             },
             {
-                tag: "osx"
+                tag: "osx",
+                consent: true
             }
         ];
     }
 
-    function test_fresh_store_elsewhere_holds_the_true_defaults(data) {
+    function test_fresh_store_elsewhere_holds_the_defaults(data) {
         startOn(data.tag);
-        compare(ConfigMgr.getValue("share_data"), true);
+        compare(ConfigMgr.getValue("share_data"), data.consent);
         compare(ConfigMgr.getValue("auto_install"), true);
+    }
+
+    function test_a_reset_of_everything_on_linux_gives_no_consent() {
+        startOn("linux");
+        ConfigMgr.setValue("share_data", true);
+        ConfigMgr.resetToDefaults();
+        startOn("linux");
+        compare(ConfigMgr.getValue("share_data"), false);
     }
 
     function test_a_refused_consent_stays_refused_data() {
@@ -345,7 +355,8 @@ ConfigTestCase {
         StoreFile.replaceFile("\u0000\u0001\u00ff=%%%[[[\n]=\n=x\n[General\n");
         loadOn("linux");
         compare(ConfigMgr.getValue("auto_gain"), 15);
-        compare(ConfigMgr.getValue("share_data"), true);
+        compare(ConfigMgr.getValue("auto_install"), true);
+        compare(ConfigMgr.getValue("share_data"), false);
         ConfigMgr.setValue("auto_gain", 4);
         compare(ConfigMgr.getValue("auto_gain"), 4);
         TestLog.expect("lines that are no settings are kept in");
