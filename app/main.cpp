@@ -4,6 +4,7 @@
 #include "app/SettingsManager.h"
 #include "app/TranslationManager.h"
 #include "app/UnexpectedExit.h"
+#include "bridge/PageOpener.h"
 #include "bridge/SystemBridge.h"
 #include "device/HIDHotplugManager.h"
 #include "platform/BrokenPipes.h"
@@ -76,6 +77,7 @@ int main(int argc, char* argv[]) {
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Vexo Deck"));
     QGuiApplication::setOrganizationName(QStringLiteral("VEXO"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(VEXO_VERSION));
     QGuiApplication::setOrganizationDomain(QStringLiteral(VEXO_ORGANIZATION_DOMAIN));
 
     InstanceGuard guard(QStringLiteral("VEXO_Deck_SingleInstance"));
@@ -104,6 +106,7 @@ int main(int argc, char* argv[]) {
     bridge->setInstanceHold([&guard](bool isHeld) { holdInstance(guard, isHeld); });
     bridge->initializeMonitorDevice();
     registerService<SystemBridge>("VexoDeckSystemBridge", "SystemBridge");
+    const std::shared_ptr<void> pageOpener = openPagesWith(bridge);
     // Now the engine destroys the bridge, and with it the threads of the sound, even when no document has
     // used it: a process that exits while threads run may hang.
     static_cast<void>(engine.singletonInstance<SystemBridge*>("VexoDeckSystemBridge", "SystemBridge"));

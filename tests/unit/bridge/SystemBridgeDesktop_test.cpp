@@ -1,10 +1,13 @@
+#include "bridge/PageOpener.h"
 #include "tests/unit/bridge/ScriptedDesktop.h"
 #include "tests/unit/bridge/SystemBridgeFixture.h"
 
+#include <QDesktopServices>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QUrl>
 
 #include <vector>
 
@@ -60,6 +63,23 @@ TEST_F(BridgeDesktop, ExceptionAtAnAddressIsALine) {
     desktop.isThrowing = true;
     bridge->openUrl("http://vexo.example");
     EXPECT_EQ(log.texts(QtWarningMsg), QStringList("Failed to open URL in Windows browser"));
+}
+
+TEST_F(BridgeDesktop, PagesThatDocumentsOpenGoThroughTheBridge) {
+    const std::shared_ptr<void> opener = openPagesWith(bridge.get());
+    EXPECT_TRUE(QDesktopServices::openUrl(QUrl("https://vexo.example/a b?c=热&keyword=")));
+    EXPECT_TRUE(QDesktopServices::openUrl(QUrl("http://vexo.example:8081/x")));
+    EXPECT_EQ(desktop.asked, (QStringList{"url https://vexo.example/a%20b?c=%E7%83%AD&keyword=",
+                                          "url http://vexo.example:8081/x"}));
+    EXPECT_EQ(log.count("Successfully opened URL in browser"), 2);
+}
+
+TEST_F(BridgeDesktop, PageAfterTheBridgesEndIsDropped) {
+    const std::shared_ptr<void> opener = openPagesWith(bridge.get());
+    bridge.reset();
+    desktop.asked.clear();
+    QDesktopServices::openUrl(QUrl("https://vexo.example"));
+    EXPECT_TRUE(desktop.asked.isEmpty());
 }
 
 // ---- applications
