@@ -10,7 +10,7 @@ sys.dont_write_bytecode = True
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 sys.path.insert(0, str(ROOT / "tools"))
 
-from linting import documents, includes, tidy  # noqa: E402
+from linting import documents, includes, operator_data, tidy  # noqa: E402
 
 TABLE = """
 Text before.
@@ -314,6 +314,30 @@ class Groups(unittest.TestCase):
         line = f"{tidy.ROOT}/a.cpp:1:1: error: wrong [some-check]"
         self.assertEqual([path for path, _, _ in tidy.messages(line, 1)], [tidy.ROOT / "a.cpp"])
         self.assertIn((tidy.ROOT, True), [(path, broken) for path, broken, _ in tidy.messages(line, -9)])
+
+
+class OperatorData(Tree):
+    """Hosts, numbers and mail addresses outside of the operator's file."""
+
+    def test_each_kind_of_value_is_found_in_its_line(self):
+        for text, kind in [('x: "https://www.vexo.test/help"', "host"), ('"vexo.example"', "host"), ("http://192.0.2.1", "host"),
+                           ('"ws://[::1]"', "host"), ('"support@vexo.test"', "mail address"),
+                           ('"+1 555 0100"', "telephone number"), ('"400-000-0000"', "telephone number"),
+                           ("<a xmlns='urn:x' href='http://x.test'>", "host")]:
+            with self.subTest(text):
+                self.assertEqual(operator_data.problems_in("a\n" + text), [(2, kind)])
+
+    def test_what_belongs_to_nobody_is_none(self):
+        for text in ('<svg xmlns="http://www.w3.org/2000/svg">', '"http://127.0.0.1"', '"https://" + Operator.serviceHost',
+                     '"file:///tmp"', "org.freedesktop.portal", "icons/a@2x", "1000-2000", '"00E27E-4812-4888"', "x.commit()"):
+            with self.subTest(text):
+                self.assertEqual(operator_data.problems_in(text), [])
+
+    def test_the_operators_file_alone_may_hold_them(self):
+        values = '{"mail": "support@vexo.test"}\n'
+        self.write({"app/operator.json": values, "qml/Page.qml": "// nothing\n", "docs/page.md": values, "app/other.json": values})
+        self.assertEqual(operator_data.check(self.root).problems,
+                         ["app/other.json:1: a mail address stands outside of app/operator.json"])
 
 
 if __name__ == "__main__":
