@@ -55,7 +55,7 @@ TEST(Fakes, DeviceManagerOffersNothingThatTheRealOneLacks) {
 
 TEST(Fakes, BridgeOffersNothingThatTheRealOneLacks) {
     EXPECT_EQ(inventedBy(FakeSystemBridge::staticMetaObject, SystemBridge::staticMetaObject,
-                         {"clearCalls", "callsChanged", "applicationsChanged"})
+                         {"clearCalls", "callsChanged", "applicationsChanged", "openPage"})
                   .join(' ')
                   .toStdString(),
               "");

@@ -2,6 +2,7 @@
 
 #include "audio/equalizer/EqualizerBands.h"
 
+#include <QDesktopServices>
 #include <QFileInfo>
 #include <QQmlEngine>
 #include <QUrl>
@@ -58,6 +59,15 @@ void FakeSystemBridge::updateMonitorDevice() {
     record("updateMonitorDevice");
 }
 
+bool FakeSystemBridge::installFile(const QString& filePath) {
+    record("installFile", {{"path", filePath}});
+    return installs;
+}
+
+void FakeSystemBridge::openPage(const QUrl& url) {
+    record("openUrl", {{"url", url.toString()}});
+}
+
 void FakeSystemBridge::startPowerEventMonitor() {
     record("startPowerEventMonitor");
 }
@@ -75,6 +85,10 @@ void FakeSystemBridge::record(const QString& name, const QVariantMap& arguments)
 
 void registerFakeSystemBridge() {
     qmlRegisterSingletonType<FakeSystemBridge>(
-        "VexoDeckSystemBridge", 1, 0, "SystemBridge",
-        [](QQmlEngine*, QJSEngine*) -> QObject* { return new FakeSystemBridge; });
+        "VexoDeckSystemBridge", 1, 0, "SystemBridge", [](QQmlEngine*, QJSEngine*) -> QObject* {
+            auto* const bridge = new FakeSystemBridge;
+            QDesktopServices::setUrlHandler(QStringLiteral("http"), bridge, "openPage");
+            QDesktopServices::setUrlHandler(QStringLiteral("https"), bridge, "openPage");
+            return bridge;
+        });
 }

@@ -1,19 +1,23 @@
 #pragma once
 
 #include <QObject>
+#include <QUrl>
 #include <QVariant>
 
 // A fake of the bridge to the operating system and the sound engine for tests of the documents: records their
-// calls and emits its signals. Lives on the main thread; one for each engine, which owns it.
+// calls, and the pages of the web that they open as openUrl(), and emits its signals. Lives on the main
+// thread; one for each engine, which owns it.
 class FakeSystemBridge : public QObject {
     Q_OBJECT
     // The calls since the last clearCalls(), in order: maps with "name" and, by call, "configs",
-    // "deviceName", "index".
+    // "deviceName", "index", "path", "url".
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
     // What getRunningApplications() returns.
     Q_PROPERTY(QVariantList applications MEMBER applications NOTIFY applicationsChanged)
     // Whether any file that is there counts as an icon of the inventory, or none.
     Q_PROPERTY(bool iconsThere MEMBER iconsThere)
+    // Whether installers start.
+    Q_PROPERTY(bool installs MEMBER installs)
     // Inputs that the engine refuses to open.
     Q_PROPERTY(QStringList refusedInputs MEMBER refusedInputs)
     // Names of the inputs that the engine has, whatever has been added and removed.
@@ -33,9 +37,14 @@ public:
     Q_INVOKABLE bool AddInputDevice(const QString& deviceName, int index = -1);
     Q_INVOKABLE bool RemoveInputDevice(const QString& deviceName);
     Q_INVOKABLE [[nodiscard]] QVariantList GetInputDevices() const;
+    Q_INVOKABLE bool installFile(const QString& filePath);
     Q_INVOKABLE void updateMonitorDevice();
     Q_INVOKABLE void quitApplication();
     Q_INVOKABLE void startPowerEventMonitor();
+
+public slots:
+    // In the place of the user's browser.
+    void openPage(const QUrl& url);
 
 signals:
     void callsChanged();
@@ -48,6 +57,7 @@ private:
 
     QVariantList applications;
     bool iconsThere = true;
+    bool installs = true;
     QStringList refusedInputs;
     QStringList configuredInputs;
     QVariantList recordedCalls;
