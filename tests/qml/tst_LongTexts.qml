@@ -19,6 +19,18 @@ MainWindowTestCase {
         EqualizerWindow {}
     }
 
+    Component {
+        id: settingsComponent
+
+        SettingsWindow {}
+    }
+
+    Component {
+        id: customerComponent
+
+        CustomerWindow {}
+    }
+
     function init() {
         LongTexts.install();
         initMainWindow();
@@ -146,6 +158,50 @@ MainWindowTestCase {
         verifyFits(dialog.contentItem, longText("立即升级"));
         verifyFits(dialog.contentItem, longText("取消"));
         dialog.destroy();
+    }
+
+    function openWindowOf(component) {
+        const opened = createTemporaryObject(component, testCase);
+        opened.show();
+        tryCompare(opened, "opacity", 1);
+        return opened;
+    }
+
+    function test_settings() {
+        for (const platformName of ["windows", "linux"]) {
+            VxConfig.platformName = platformName;
+            const settings = openWindowOf(settingsComponent);
+            for (let stat = 0; stat < 5; stat++) {
+                findChild(settings.contentItem, "statBox").stat = stat;
+                verifyFits(settings.contentItem, longText("隐私政策"));
+            }
+            settings.destroy();
+        }
+        VxConfig.platformName = Qt.platform.os;
+    }
+
+    function test_support() {
+        const support = openWindowOf(customerComponent);
+        verifyFits(support.contentItem, longText("联系我们"));
+        findChild(support.contentItem, "pages").currentIndex = 1;
+        verifyFits(support.contentItem, longText("Online Support"));
+        support.destroy();
+    }
+
+    function test_reset() {
+        const reset = VxConfig.createWindow("ResetWindow.qml", testCase);
+        verifyFits(reset.contentItem, longText("恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？"));
+        mouseClick(findChild(reset.contentItem, "okButton"));
+        verifyFits(reset.contentItem, longText("设置中"));
+        tryVerify(() => findChild(reset.contentItem, "successView").visible);
+        verifyFits(reset.contentItem, longText("成功"));
+        reset.destroy();
+    }
+
+    function test_installer_that_does_not_start() {
+        const failure = VxConfig.createWindow("UpgradeWindow.qml", testCase);
+        verifyFits(failure.contentItem, longText("安装程序无法启动，请从下载页面获取最新版本"));
+        failure.destroy();
     }
 
     function test_automatic_gain_data() {

@@ -4,6 +4,7 @@ import QtTest
 import MediaControls
 import VexoDeck
 import VexoDeckHIDHotplug
+import VexoDeckSystemBridge
 import VexoDeckTranslation
 
 /* The main window's menu, and the questions over the main window. */
@@ -85,13 +86,57 @@ MainWindowTestCase {
         compare(child("moreButton").Accessible.role, Accessible.ButtonMenu);
     }
 
-    function test_rows_that_lead_nowhere_cannot_be_chosen() {
-        const open = openMenu();
-        for (let index = 0; index < 3; index++) {
-            compare(row(open, index).enabled, false);
-            mouseClick(row(open, index));
-        }
+    function windowNamed(name) {
+        return Array.from(child("moreButton").resources).find(object => object.objectName === name);
+    }
+
+    function test_a_row_that_leads_nowhere_cannot_be_chosen() {
+        const open = openMenuWithActions();
+        compare(row(open, 1).enabled, false);
+        mouseClick(row(open, 1));
         compare(open.visible, true);
+        compare(chosen, []);
+    }
+
+    function test_a_row_shows_its_window_which_was_there_before_data() {
+        return [
+            {
+                tag: "support",
+                index: 1,
+                window: "customerWindow"
+            },
+            {
+                tag: "settings",
+                index: 2,
+                window: "settingsWindow"
+            }
+        ];
+    }
+
+    function test_a_row_shows_its_window_which_was_there_before(data) {
+        const shown = windowNamed(data.window);
+        verify(shown);
+        compare([shown.visible, shown.transientParent], [false, window]);
+        for (let round = 0; round < 2; round++) {
+            mouseClick(row(openMenu(), data.index));
+            tryCompare(shown, "opacity", 1);
+            compare(shown.visible, true);
+            tryCompare(popup(), "visible", false);
+            shown.close();
+            tryCompare(shown, "visible", false);
+        }
+        compare(windowNamed(data.window), shown);
+    }
+
+    function test_the_help_is_a_page_of_the_language() {
+        SystemBridge.clearCalls();
+        mouseClick(row(openMenu(), 0));
+        compare(SystemBridge.calls.map(call => call.url), [NetworkMgr.help_url]);
+        tryCompare(popup(), "visible", false);
+        TranslationManager.setLanguage("zh_TW");
+        mouseClick(row(openMenu(), 0));
+        TranslationManager.setLanguage("zh_CN");
+        compare(SystemBridge.calls.map(call => call.url), [NetworkMgr.help_url, NetworkMgr.help_url_en]);
     }
 
     function test_the_width_goes_by_the_language_data() {

@@ -1,6 +1,8 @@
 import QtQuick
+import MediaControls
+import VexoDeckTranslation // qmllint disable import
 
-/* The button of the title bar that opens the main window's menu. */
+/* The button of the title bar that opens the main window's menu, with the windows that the menu shows. */
 TitleBarButton {
     id: moreButton
 
@@ -23,6 +25,15 @@ TitleBarButton {
     Accessible.role: Accessible.ButtonMenu
     Accessible.onPressAction: click()
 
+    CustomerWindow {
+        id: customerWindow
+    }
+
+    // Looks for updates from the start of the program on.
+    SettingsWindow {
+        id: settingsWindow
+    }
+
     MorePopup {
         id: morePopup
 
@@ -30,22 +41,21 @@ TitleBarButton {
         property bool byKeyboard: false
 
         macStyle: moreButton.macStyle
-        // None of the rows has its window or service yet.
         rows: [
             {
                 text: qsTr("帮助"),
                 icon: VxConfig.iconUrl("icons/bz.svg", ""),
-                action: null
+                action: () => Qt.openUrlExternally(NetworkMgr.helpPage(TranslationManager.getCurrentLanguageIndex())) // qmllint disable unqualified
             },
             {
                 text: qsTr("客服"),
                 icon: VxConfig.iconUrl("icons/kf.svg", ""),
-                action: null
+                action: () => customerWindow.show()
             },
             {
                 text: qsTr("设置"),
                 icon: VxConfig.iconUrl("icons/sz.svg", ""),
-                action: null
+                action: () => settingsWindow.show()
             }
         ]
         onOpened: {

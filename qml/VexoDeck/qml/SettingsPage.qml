@@ -8,6 +8,7 @@ ScrollPage {
     default property alias sections: column.data
     // Free space to the right of the sections, for the scroll bar, and below the last one.
     property real margin: 0
+    property alias spacing: column.spacing
 
     contentWidth: width
     contentHeight: column.height + margin

@@ -8,6 +8,8 @@ Column {
     required property string title
     // Explains the title, behind an icon.
     property string hint: ""
+    // A single row may say it by itself.
+    property bool titleShown: true
     default property alias rows: rowColumn.data
     property alias rowSpacing: rowColumn.spacing
     // The card grows beyond this where its texts need more.
@@ -21,6 +23,7 @@ Column {
     Accessible.description: hint
 
     Row {
+        visible: section.titleShown
         width: parent.width
         spacing: 6
 

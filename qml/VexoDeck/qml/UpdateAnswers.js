@@ -22,3 +22,9 @@ function isOne(flag) {
 function addressOf(value) {
     return typeof value === "string" ? value : "";
 }
+
+// Calls a function of an object, unless the object is gone: an answer may come late.
+function tell(object, name, ...words) {
+    if (typeof object?.[name] === "function")
+        object[name](...words);
+}
