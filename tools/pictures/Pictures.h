@@ -27,6 +27,9 @@ bool writePicture(const QImage& picture, const QDir& folder, const QString& stat
 /// Question and firmware upgrade.
 bool takeUpgradePictures(QQmlApplicationEngine& engine, QQuickWindow& window, const QDir& folder);
 
+/// The windows of the menu, of the factory reset and of an installer that does not start.
+bool takeWindowPictures(QQmlApplicationEngine& engine, QQuickWindow& window, const QDir& folder);
+
 /// Mixer, equaliser and automatic gain.
 bool takeMixerPictures(QQmlApplicationEngine& engine, QQuickWindow& window, const QDir& folder);
 

@@ -1,6 +1,6 @@
 // Draws states of the windows that no service of the program brings about yet, with fake services, and the
 // gallery of all controls, and saves pictures of them:
-//     vexo_document_pictures upgrade|mixer|gallery FOLDER
+//     vexo_document_pictures upgrade|mixer|settings|gallery FOLDER
 // Wants a display (an Xvfb will do). tools/pictures/make runs it.
 
 #include "tests/support/qml/FakeProgram.h"
@@ -18,13 +18,15 @@ namespace {
 // Longer than any transition of a page.
 constexpr int kSettleMs = 900;
 
-bool takeWindowPictures(QQmlApplicationEngine& engine, const QString& part, const QDir& folder) {
+bool takePartOfProgram(QQmlApplicationEngine& engine, const QString& part, const QDir& folder) {
     engine.loadFromModule("VexoDeck", "Main");
     if (engine.rootObjects().isEmpty())
         return false;
     auto& window = *qobject_cast<QQuickWindow*>(engine.rootObjects().first());
-    return part == "mixer" ? takeMixerPictures(engine, window, folder)
-                           : takeUpgradePictures(engine, window, folder);
+    if (part == "mixer")
+        return takeMixerPictures(engine, window, folder);
+    return part == "settings" ? takeWindowPictures(engine, window, folder)
+                              : takeUpgradePictures(engine, window, folder);
 }
 
 } // namespace
@@ -49,10 +51,12 @@ bool writePicture(const QImage& picture, const QDir& folder, const QString& stat
 
 int main(int argc, char** argv) {
     QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("Vexo Deck"));
+    QGuiApplication::setApplicationVersion(QStringLiteral("1.0.0"));
     const QStringList arguments = QGuiApplication::arguments();
     const QString part = arguments.value(1);
-    if (arguments.size() != 3 || !QStringList{"upgrade", "mixer", "gallery"}.contains(part)) {
-        std::fprintf(stderr, "usage: vexo_document_pictures upgrade|mixer|gallery FOLDER\n");
+    if (arguments.size() != 3 || !QStringList{"upgrade", "mixer", "settings", "gallery"}.contains(part)) {
+        std::fprintf(stderr, "usage: vexo_document_pictures upgrade|mixer|settings|gallery FOLDER\n");
         return 2;
     }
     const QDir folder(QDir(arguments[2]).absolutePath());
@@ -60,6 +64,6 @@ int main(int argc, char** argv) {
     setUpFakeProgram();
     QQmlApplicationEngine engine;
     const bool good =
-        part == "gallery" ? takeGalleryPicture(engine, folder) : takeWindowPictures(engine, part, folder);
+        part == "gallery" ? takeGalleryPicture(engine, folder) : takePartOfProgram(engine, part, folder);
     return good ? 0 : 1;
 }

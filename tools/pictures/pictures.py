@@ -31,8 +31,10 @@ def _list():
     for name, model in {"r2": "r2", "static": "r2", "picker": "r2", "breathing": "t40", "t40": "t40"}.items():
         pictures[f"drawer-lighting-{name}"] = Picture(f"program {model}", palette=False)
     pictures.update(_of_languages())
-    for name in ("dialog", "upgrade-r2", "upgrade-m40", "upgrade-t40", "upgrade-failed-r2", "upgrade-done-r2"):
-        pictures[name] = Picture("upgrade")
+    documents = {"upgrade": ("dialog", "upgrade-r2", "upgrade-m40", "upgrade-t40", "upgrade-failed-r2", "upgrade-done-r2"),
+                 "settings": ("settings", "support-china", "support-others", "reset", "reset-done", "installer-failed")}
+    for step, names in documents.items():
+        pictures.update({name: Picture(step) for name in names})
     for name in ("empty", "popup", "full", "clipping", "solo"):
         pictures[f"mixer-{name}"] = Picture("mixer")
     for name in (*(f"equalizer-{preset}" for preset in range(7)), "equalizer-user", "auto-gain-measuring", "auto-gain-done"):

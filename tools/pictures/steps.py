@@ -169,6 +169,7 @@ STEPS = {
     **{f"language {code}": functools.partial(take_language, code) for code in LANGUAGES},
     "upgrade": functools.partial(take_documents, "upgrade"),
     "mixer": functools.partial(take_documents, "mixer"),
+    "settings": functools.partial(take_documents, "settings"),
     "gallery": functools.partial(take_documents, "gallery"),
     "scenes": take_scenes,
     "windows": take_windows,
