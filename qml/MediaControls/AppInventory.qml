@@ -22,6 +22,11 @@ QtObject {
         return Array.from(bridge.getRunningApplications() ?? []).map(record => reduced(record));
     }
 
+    // What is installed: the whole records, of which one is kept for the button of the device.
+    function installed(): var {
+        return Array.from(bridge.getRunningApplicationsByQt() ?? []);
+    }
+
     // What runs now, read once per turn of the event loop: all strips ask in the same turn.
     function runningThisTurn(): var {
         if (!answerOfTurn) {
@@ -44,15 +49,18 @@ QtObject {
         return iconFilePath === "" ? "" : bridge.iconSource(iconFilePath);
     }
 
-    // Parses a text of appList. Null for a text that is no entry.
-    function parsed(text: string): var {
-        let record = null;
+    // Parses the JSON text of a record. Null for any other text.
+    function recordIn(text: string): var {
         try {
-            record = JSON.parse(text);
+            return JSON.parse(text);
         } catch (error) {
             return null;
         }
-        const app = reduced(record);
+    }
+
+    // Parses a text of appList. Null for a text that is no entry.
+    function parsed(text: string): var {
+        const app = reduced(recordIn(text));
         return app.bundleIdentifier === "" && app.name === "" ? null : app;
     }
 

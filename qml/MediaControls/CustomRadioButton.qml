@@ -11,10 +11,16 @@ Choice {
     // For choices that do not stand side by side.
     property T.ButtonGroup group: null
 
+    // Those of a group in the order in which they stand on the screen.
+    function choicesBeside(): var {
+        const choices = Array.from(group ? group.buttons : parent.children).filter(item => item.visible && item.enabled && item instanceof CustomRadioButton);
+        const placeOf = item => item.mapToItem(null, 0, 0);
+        return group ? choices.sort((one, other) => placeOf(one).y - placeOf(other).y || placeOf(one).x - placeOf(other).x) : choices;
+    }
+
     // The first choice follows the last.
     function checkBeside(step: int) {
-        const beside = group ? group.buttons : parent.children;
-        const choices = Array.from(beside).filter(item => item.visible && item.enabled && item instanceof CustomRadioButton);
+        const choices = choicesBeside();
         const other = choices[(choices.indexOf(radioButton) + step + choices.length) % choices.length];
         other.forceActiveFocus(Qt.TabFocusReason);
         other.click();

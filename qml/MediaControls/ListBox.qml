@@ -23,10 +23,11 @@ T.ComboBox {
     // For boxes whose choice acts at once: a closed box opens on the arrow keys, Return and Enter, and no other key
     // changes the choice.
     function handlePickerKey(event: var) {
+        const withMeta = (event.modifiers & Qt.MetaModifier) !== 0;
         const jumps = !popup.visible && [Qt.Key_Home, Qt.Key_End].includes(event.key);
-        const opens = !popup.visible && [Qt.Key_Up, Qt.Key_Down, Qt.Key_Return, Qt.Key_Enter].includes(event.key);
+        const opens = !withMeta && !popup.visible && [Qt.Key_Up, Qt.Key_Down, Qt.Key_Return, Qt.Key_Enter].includes(event.key);
         const typed = event.text !== "" && ![Qt.Key_Space, Qt.Key_Tab, Qt.Key_Backtab, Qt.Key_Escape, Qt.Key_Return, Qt.Key_Enter].includes(event.key);
-        event.accepted = opens || jumps || typed || (event.modifiers & Qt.MetaModifier) !== 0;
+        event.accepted = opens || jumps || typed || withMeta;
         if (opens)
             popup.open();
     }

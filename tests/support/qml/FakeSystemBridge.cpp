@@ -29,6 +29,36 @@ QVariantList FakeSystemBridge::getRunningApplications() {
     return applications;
 }
 
+QVariantList FakeSystemBridge::getRunningApplicationsByQt() {
+    record("getRunningApplicationsByQt");
+    return installed;
+}
+
+bool FakeSystemBridge::openApplication(const QString& appPath) {
+    record("openApplication", {{"path", appPath}});
+    return true;
+}
+
+bool FakeSystemBridge::simulateKeyPress(const QString& hotkey) {
+    record("simulateKeyPress", {{"hotkey", hotkey}});
+    return true;
+}
+
+bool FakeSystemBridge::takeScreenshot() {
+    record("takeScreenshot");
+    return true;
+}
+
+bool FakeSystemBridge::startScreenRecording() {
+    record("startScreenRecording");
+    return true;
+}
+
+bool FakeSystemBridge::SetDeviceSampleRate(const QString& deviceName, double sampleRate) {
+    record("SetDeviceSampleRate", {{"deviceName", deviceName}, {"rate", sampleRate}});
+    return true;
+}
+
 QString FakeSystemBridge::iconSource(const QString& iconFilePath) const {
     return iconsThere && QFileInfo(QUrl(iconFilePath).toLocalFile()).isFile() ? iconFilePath : QString();
 }

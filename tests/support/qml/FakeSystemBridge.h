@@ -10,10 +10,12 @@
 class FakeSystemBridge : public QObject {
     Q_OBJECT
     // The calls since the last clearCalls(), in order: maps with "name" and, by call, "configs",
-    // "deviceName", "index", "path", "url".
+    // "deviceName", "index", "path", "hotkey", "rate", "url".
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
     // What getRunningApplications() returns.
     Q_PROPERTY(QVariantList applications MEMBER applications NOTIFY applicationsChanged)
+    // What getRunningApplicationsByQt() returns.
+    Q_PROPERTY(QVariantList installed MEMBER installed)
     // Whether any file that is there counts as an icon of the inventory, or none.
     Q_PROPERTY(bool iconsThere MEMBER iconsThere)
     // Whether installers start.
@@ -32,6 +34,12 @@ public:
     Q_INVOKABLE void clearCalls();
 
     Q_INVOKABLE QVariantList getRunningApplications();
+    Q_INVOKABLE QVariantList getRunningApplicationsByQt();
+    Q_INVOKABLE bool openApplication(const QString& appPath);
+    Q_INVOKABLE bool simulateKeyPress(const QString& hotkey);
+    Q_INVOKABLE bool takeScreenshot();
+    Q_INVOKABLE bool startScreenRecording();
+    Q_INVOKABLE bool SetDeviceSampleRate(const QString& deviceName, double sampleRate);
     Q_INVOKABLE [[nodiscard]] QString iconSource(const QString& iconFilePath) const;
     Q_INVOKABLE void setAudioConfig(const QVariantList& configs);
     Q_INVOKABLE bool AddInputDevice(const QString& deviceName, int index = -1);
@@ -56,6 +64,7 @@ private:
     void record(const QString& name, const QVariantMap& arguments = {});
 
     QVariantList applications;
+    QVariantList installed;
     bool iconsThere = true;
     bool installs = true;
     QStringList refusedInputs;
