@@ -50,6 +50,11 @@ QtObject {
         key: ConfigMgr.keys.device_boom_value
         attribute: HIDDeviceMgr.attrs.device_boom_value
     }
+    readonly property DeviceValue indicator: DeviceValue {
+        key: ConfigMgr.keys.color_bg_other_lighting
+        attribute: HIDDeviceMgr.attrs.other_light_off
+        topic: MessageBus.messageTypes.UPDATE_OTHER_LIGHT_OFF
+    }
     // The screens do not send those of the compressor.
     readonly property DeviceValue compressor: DeviceValue {
         key: ConfigMgr.keys.device_compressor

@@ -43,6 +43,8 @@ QtObject {
     readonly property color popup: "#292929"
     readonly property color popupHover: "#3a3a3a"
     readonly property color field: "#1c1c1c"
+    readonly property color fieldLine: "#80ffffff"
+    readonly property color invalid: "#ff4444"
     readonly property color outline: "#4a4a4a"
     readonly property color outlineHover: "#7a7a7a"
     readonly property color outlineDisabled: "#808080"

@@ -12,6 +12,8 @@ Column {
     property bool titleShown: true
     default property alias rows: rowColumn.data
     property alias rowSpacing: rowColumn.spacing
+    // Above and below the rows.
+    property real cardPadding: 16
     // The card grows beyond this where its texts need more.
     property real minimumCardHeight: 0
 
@@ -56,7 +58,7 @@ Column {
             id: rowColumn
 
             x: 20
-            y: 16
+            y: section.cardPadding
             width: parent.width - 2 * x
         }
     }
