@@ -27,6 +27,9 @@ WindowFrame {
         }
     }
 
+    // On every page, with the drawer open or not.
+    readonly property ButtonAction buttonAction: ButtonAction {}
+
     title: "Vexo Deck"
     visible: true
     rightView: Component {

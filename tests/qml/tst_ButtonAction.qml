@@ -1,0 +1,130 @@
+import QtQuick
+import QtTest
+import MediaControls
+import VexoDeck
+import VexoDeckHIDHotplug
+import VexoDeckSystemBridge
+import VexoDeckTest
+
+/* What a press of the device's button does. */
+MainWindowTestCase {
+    id: testCase
+
+    name: "ButtonAction"
+
+    readonly property string homePage: "https://www.vexo.example"
+
+    function init() {
+        SystemBridge.installed = [];
+        initMainWindow();
+        connectDevice(mixdeskR2);
+        SystemBridge.clearCalls();
+    }
+
+    function press() {
+        HIDHotplugManager.priMsgCallback(0x8003, 1);
+    }
+
+    // What reached the system since the last question.
+    function done() {
+        const names = ["openUrl", "openApplication", "simulateKeyPress", "takeScreenshot", "startScreenRecording"];
+        const calls = SystemBridge.calls.filter(call => names.includes(call.name)).map(call => [call.name].concat(call.url ?? call.path ?? call.hotkey ?? []));
+        SystemBridge.clearCalls();
+        return calls;
+    }
+
+    function choose(type, value) {
+        const key = ["app", "url", "key"][type];
+        ConfigMgr.setValue("general_hotkey_type", type);
+        if (key)
+            ConfigMgr.setValue("general_hotkey_value_" + key, value);
+    }
+
+    function test_a_press_does_what_is_chosen_data() {
+        const record = path => JSON.stringify({
+                name: "Editor",
+                executablePath: path
+            });
+        return [["an application", 0, record("/opt/editor"), [["openApplication", "/opt/editor"]]], ["no application", 0, "", [["openUrl", homePage]]], ["the system's browser", 0, record(""), [["openUrl", homePage]]], ["a record without a path", 0, "{}", [["openUrl", homePage]]], ["a path that is no text", 0, record(5), [["openUrl", homePage]]], ["an array", 0, "[]", [["openUrl", homePage]]], ["a number", 0, "17", [["openUrl", homePage]]], ["null", 0, "null", [["openUrl", homePage]]], ["no JSON", 0, "{name", [["openUrl", homePage]]], ["an address", 1, "https://vexo.example/a?b=c", [["openUrl", "https://vexo.example/a?b=c"]]], ["no address", 1, "", []], ["keys", 2, "Ctrl+Shift+A", [["simulateKeyPress", "Ctrl+Shift+A"]]], ["no keys", 2, "", []], ["a screenshot", 3, undefined, [["takeScreenshot"]]], ["a recording", 4, undefined, [["startScreenRecording"]]], ["an unknown action", 9, undefined, []], ["a negative action", -1, undefined, []], ["half an action", 1.5, undefined, []]].map(([tag, type, value, calls]) => ({
+                    tag: tag,
+                    type: type,
+                    value: value,
+                    calls: calls
+                }));
+    }
+
+    function test_a_press_does_what_is_chosen(row) {
+        choose(row.type, row.value);
+        press();
+        compare(done(), row.calls);
+        press();
+        compare(done(), row.calls);
+    }
+
+    function test_only_pages_of_the_web_are_opened_data() {
+        return ["file:///etc/passwd", "javascript:alert(1)", "vexo.example", "ftp://vexo.example", " https://vexo.example"].map(address => ({
+                    tag: address,
+                    address: address
+                }));
+    }
+
+    function test_only_pages_of_the_web_are_opened(row) {
+        TestLog.expect("pages of the web only");
+        choose(1, row.address);
+        press();
+        compare(done(), []);
+    }
+
+    function test_the_value_of_the_message_does_not_count() {
+        choose(3);
+        for (const value of [0, 1, 255])
+            HIDHotplugManager.priMsgCallback(0x8003, value);
+        compare(done().length, 3);
+    }
+
+    function test_other_messages_do_nothing() {
+        choose(3);
+        for (const message of [0x8002, 0x8004, 0x8006, 0, 3])
+            HIDHotplugManager.priMsgCallback(message, 1);
+        compare(done(), []);
+    }
+
+    function test_it_works_on_every_page() {
+        choose(3);
+        press();
+        compare(done().length, 1);
+        openMainLayout(mixdeskR2);
+        press();
+        compare(done().length, 1);
+        mouseClick(child("deviceSettingsButton"));
+        tryCompare(child("deviceSettingsDrawer"), "width", 450);
+        press();
+        compare(done().length, 1);
+    }
+
+    function test_it_works_with_every_model_data() {
+        return [mixdeskR2, voxmicM40, voxmicT40].map(info => ({
+                    tag: info.name,
+                    info: info
+                }));
+    }
+
+    function test_it_works_with_every_model(row) {
+        openMainLayout(row.info);
+        choose(4);
+        press();
+        compare(done(), [["startScreenRecording"]]);
+    }
+
+    function test_one_press_acts_once_however_often_the_main_screen_was_built() {
+        for (let round = 0; round < 10; round++) {
+            openMainLayout(mixdeskR2);
+            loseDevice();
+            compareWaiting();
+        }
+        openMainLayout(mixdeskR2);
+        choose(3);
+        press();
+        compare(done().length, 1);
+    }
+}
