@@ -298,6 +298,41 @@ MainWindowTestCase {
         compare(layout.visible, true);
     }
 
+    function test_the_general_page_takes_the_focus_within_the_open_drawer_alone() {
+        openMainLayout(mixdeskR2);
+        activateWindow();
+        compare(child("generalTab").activeFocus, false);
+        child("deviceSettingsButton").forceActiveFocus(Qt.TabFocusReason);
+        keyClick(Qt.Key_Return);
+        tryCompare(drawer(), "width", 450);
+        mouseClick(shownTabs()[3]);
+        compare(child("generalTab").activeFocus, true);
+        keyClick(Qt.Key_Escape);
+        compareClosed();
+        compare(child("deviceSettingsButton").activeFocus, true);
+        keyClick(Qt.Key_Return);
+        tryCompare(drawer(), "width", 450);
+        compare(child("generalTab").visible, true);
+        keyClick(Qt.Key_Escape);
+        compareClosed();
+        compare(child("deviceSettingsButton").activeFocus, true);
+    }
+
+    function test_escape_is_recorded_and_does_not_close_the_drawer() {
+        openDrawer(mixdeskR2);
+        activateWindow();
+        mouseClick(shownTabs()[3]);
+        const field = child("keyField");
+        mouseClick(field);
+        compare(field.recording, true);
+        keyClick(Qt.Key_Escape);
+        compare(field.text, "Esc");
+        compare(drawer().isOpen, true);
+        child("urlField").forceActiveFocus(Qt.TabFocusReason);
+        keyClick(Qt.Key_Escape);
+        compareClosed();
+    }
+
     function test_an_unplugged_device_leaves_a_closed_drawer_and_the_first_tab_data() {
         return models_data();
     }

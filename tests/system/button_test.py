@@ -1,0 +1,183 @@
+"""The button of the device, from the choice of its action on the general page to what then happens on the desktop: a program
+starts, the user's opener gets an address, another window gets keys."""
+
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import unittest
+
+from log_check import TYPED_LOG, warnings_of
+from panel import Panel
+from screens import GENERAL_PAGE
+from stage import Stage, wait_until
+from system_case import BUILD, SystemCase
+
+sys.path.append(str(pathlib.Path(__file__).parent / "sound"))
+from desktop_files import desktop_entry  # noqa: E402
+
+HOME_PAGE = "https://www.vexo.example"
+PRESS = "send-private 0x8003 1"
+PROGRAM = "Button probe"
+KEYS_WINDOW = "Event Tester"
+
+
+class KeyLog:
+    """A window that has the keyboard, and what it gets: the names of the keys that go down and up."""
+
+    def __init__(self, stage):
+        self.stage = stage
+        self.path = stage.folder / "keys.log"
+        with open(self.path, "wb") as log:
+            # Each line at once.
+            self.process = subprocess.Popen(["stdbuf", "-oL", "xev", "-event", "keyboard"], env=stage.env, stdout=log)
+        stage.processes.append(self.process)
+        window = wait_until(lambda: stage.windows(KEYS_WINDOW), "the window of the keys")[0]
+        stage.xdotool("windowfocus", "--sync", window)
+
+    def events(self):
+        found = re.findall(r"^Key(Press|Release) event.*?\(keysym 0x[0-9a-f]+, (\w+)\)",
+                           self.path.read_text(encoding="utf-8"), re.MULTILINE | re.DOTALL)
+        return [("down" if kind == "Press" else "up", name) for kind, name in found]
+
+
+class ButtonCase(SystemCase):
+    plugged = True
+
+    def make_stage(self):
+        return Stage(BUILD, self.models, plugged=True, size=(1300, 1300))
+
+    def setUp(self):
+        super().setUp()
+        self.panel = Panel(self.stage)
+        self.tools = self.stage.folder / "bin"
+        self.tools.mkdir()
+        self.happened = self.stage.folder / "happened"
+        self.happened.mkdir()
+        self.write_tool("xdg-open")
+
+    def write_tool(self, name):
+        """A program of the desktop that tells with which words it was called, and where."""
+        tool = self.tools / name
+        tool.write_text(f'#!/bin/sh\nprintf "%s\\n%s" "$*" "$PWD" > "{self.happened}/{name}.part"\n'
+                        f'mv "{self.happened}/{name}.part" "{self.happened}/{name}"\n')
+        tool.chmod(0o755)
+        return tool
+
+    def wait_call(self, name):
+        """The words with which a tool was called, and its folder."""
+        called = self.happened / name
+        wait_until(called.exists, f"a call of {name}")
+        words, folder = called.read_text(encoding="utf-8").split("\n")
+        called.unlink()
+        return words, folder
+
+    def begin(self):
+        self.program = self.start(environment=TYPED_LOG | {"PATH": f"{self.tools}:{os.environ['PATH']}"})
+        self.panel.fill_screen()
+        self.panel.open()
+        self.panel.open_page(GENERAL_PAGE)
+
+    def end(self):
+        self.assertEqual(warnings_of(self.program.log), [])
+        self.stage.end_program(self.program)
+
+    def choose(self, action):
+        self.panel.click("radio button", action)
+        self.panel.wait_shown({("radio button", action): True})
+
+
+class Mixdesk(ButtonCase):
+    def press(self):
+        self.assertEqual(self.stage.emulator("press")["notified"], 1)
+
+    def test_keys_that_were_recorded_reach_another_window(self):
+        self.begin()
+        self.choose("热键")
+        self.panel.click("text", "热键")
+        self.stage.xdotool("key", "ctrl+shift+a")
+        self.program.wait_log("捕获到的快捷键: Ctrl+Shift+A")
+        keys = KeyLog(self.stage)
+        self.press()
+        # The letter is a capital as long as Shift is down.
+        expected = [("down", "Control_L"), ("down", "Shift_L"), ("down", "A"), ("up", "A"), ("up", "Control_L"), ("up", "Shift_L")]
+        wait_until(lambda: len(keys.events()) >= len(expected), "the keys")
+        self.assertEqual(keys.events(), expected)
+        self.end()
+
+    def test_an_address_is_opened_by_the_users_opener(self):
+        self.begin()
+        self.choose("URL")
+        self.panel.click("text", "URL")
+        # The first character leaves the scheme alone.
+        self.stage.xdotool("type", "vvexo.example/a b?c=d")
+        self.press()
+        self.assertEqual(self.wait_call("xdg-open")[0], "http://vexo.example/ab?c=d")
+        self.end()
+
+    def test_a_program_starts_in_its_folder(self):
+        probe = self.write_tool("button-probe")
+        entry = self.stage.folder / "data" / "applications" / "button-probe.desktop"
+        entry.parent.mkdir(parents=True, exist_ok=True)
+        entry.write_text(desktop_entry(PROGRAM, f"Exec={probe} one", f"Path={self.happened}"), encoding="utf-8")
+        self.begin()
+        self.choose("App")
+        self.panel.click("combo box", "App")
+        self.panel.wait_at_rest(PROGRAM, "list item")
+        self.panel.click("list item", PROGRAM)
+        wait_until(lambda: self.panel.wait("combo box", "App")["description"] == PROGRAM, "the chosen program")
+        self.press()
+        self.assertEqual(self.wait_call("button-probe"), ("one", str(self.happened)))
+        self.end()
+
+    def test_without_a_choice_the_home_page_opens(self):
+        self.begin()
+        self.press()
+        self.assertEqual(self.wait_call("xdg-open")[0], HOME_PAGE)
+        self.end()
+
+    def test_screenshot_and_recording_are_the_desktops_own(self):
+        self.write_tool("spectacle")
+        self.begin()
+        self.choose("系统截图")
+        self.press()
+        self.assertEqual(self.wait_call("spectacle")[0], "--region")
+        self.choose("系统录屏")
+        self.press()
+        self.assertEqual(self.wait_call("spectacle")[0], "--record region")
+        self.end()
+
+    def test_a_choice_outlives_the_program(self):
+        self.begin()
+        self.choose("URL")
+        self.panel.click("text", "URL")
+        self.stage.xdotool("type", "vvexo.example")
+        self.end()
+        self.begin()
+        self.panel.wait_shown({("radio button", "URL"): True})
+        self.press()
+        self.assertEqual(self.wait_call("xdg-open")[0], "http://vexo.example")
+        self.end()
+
+
+class Microphone:
+    """A message of the button counts from every model, though only the mixer has one."""
+
+    def test_the_message_of_a_button_acts(self):
+        self.begin()
+        self.assertEqual(self.stage.emulator(PRESS)["notified"], 1)
+        self.assertEqual(self.wait_call("xdg-open")[0], HOME_PAGE)
+        self.end()
+
+
+class VoxmicM40(Microphone, ButtonCase):
+    models = ("m40",)
+
+
+class VoxmicT40(Microphone, ButtonCase):
+    models = ("t40",)
+
+
+if __name__ == "__main__":
+    unittest.main()
