@@ -70,6 +70,15 @@ ListBox {
             font: comboBox.font
             elide: Text.ElideRight
         }
+        VxText {
+            objectName: "hint"
+            anchors.fill: parent
+            visible: comboBox.currentIndex < 0
+            text: qsTr("请选择应用")
+            font: comboBox.font
+            color: VxTheme.textSecondary
+            elide: Text.ElideRight
+        }
     }
     delegate: AppRow {
         required property var modelData

@@ -101,7 +101,10 @@ ScreenTestCase {
         openBox();
         compare(box.currentIndex, -1);
         compare(box.displayText, "");
+        compare(part(box, "hint").visible, true);
         compareData(written(), []);
+        choose(1);
+        compare(part(box, "hint").visible, false);
     }
 
     function test_the_stored_program_is_selected_and_not_written() {
