@@ -24,10 +24,11 @@ def _list():
     for model in ("r2", "m40", "t40"):
         step = f"program {model}"
         pictures[f"welcome-connected-{model}"] = Picture(step, palette=False)
-        for name in ("main", "drawer-microphone", "drawer-monitor"):
+        for name in ("main", "drawer-microphone", "drawer-monitor", "drawer-general"):
             pictures[f"{name}-{model}"] = Picture(step)
         if model != "r2":
             pictures[f"drawer-boost-{model}"] = Picture(step)
+    pictures["drawer-general-low-r2"] = Picture("program r2")
     for name, model in {"r2": "r2", "static": "r2", "picker": "r2", "breathing": "t40", "t40": "t40"}.items():
         pictures[f"drawer-lighting-{name}"] = Picture(f"program {model}", palette=False)
     pictures.update(_of_languages())

@@ -6,7 +6,7 @@ import subprocess
 from dataclasses import dataclass
 
 from pictures import LANGUAGES
-from screens import (CONNECTED, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, SETTINGS_BUTTON, START_BUTTON,
+from screens import (CONNECTED, GENERAL_PAGE, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, SETTINGS_BUTTON, START_BUTTON,
                      WAITING_TITLE, close_menu, open_drawer, open_main, open_menu)
 from stage import Stage
 from windows import WindowsStage
@@ -60,6 +60,7 @@ def take_program(model, builds, folder):
             camera.take(f"drawer-{name}-{model}")
         if model != "m40":
             take_lights(stage, camera, model)
+        take_general(stage, camera, model)
         if model != "r2":
             stage.click(MICROPHONE_PAGE, "page tab")
             stage.click(SCENE_GAME, "radio button")
@@ -113,6 +114,22 @@ def take_language(code, builds, folder):
         camera.take(f"drawer-boost-{name}")
         stage.click(MONITOR_PAGE, "page tab")
         camera.take(f"drawer-monitor-{name}")
+
+
+def take_general(stage, camera, model):
+    """The page of the general settings, and on the mixer its lower half."""
+    stage.click(GENERAL_PAGE, "page tab")
+    stage.wait_text("检查更新", "button")
+    if model == "r2":
+        stage.click("热键", "radio button")
+        stage.click("热键", "text")
+        stage.xdotool("key", "ctrl+shift+m")
+        # The recording ends.
+        stage.click(GENERAL_PAGE, "page tab")
+    camera.take(f"drawer-general-{model}")
+    if model == "r2":
+        scroll_down(stage)
+        camera.take(f"drawer-general-low-{model}")
 
 
 def scroll_down(stage):
