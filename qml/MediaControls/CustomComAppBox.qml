@@ -76,6 +76,8 @@ ListBox {
             visible: comboBox.currentIndex < 0
             text: qsTr("请选择应用")
             font: comboBox.font
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: VxTheme.fontSmallest
             color: VxTheme.textSecondary
             elide: Text.ElideRight
         }

@@ -36,6 +36,24 @@ PageTestCase {
         }
     }
 
+    Component {
+        id: generalTab
+
+        GeneralTab {
+            anchors.fill: parent
+        }
+    }
+
+    function generalRow(model) {
+        const hotkey = ["button", "appBox", "button", "urlField", "button", "keyField", "button", "button"];
+        const reached = model.isR2 ? [...hotkey, "checkUpdateButton", "rateBox"] : model.info === voxmicM40 ? ["checkUpdateButton", "lightSwitch"] : ["checkUpdateButton"];
+        return Object.assign({}, model, {
+            tag: model.tag + ", general",
+            component: generalTab,
+            reached: [...reached, "resetRow"]
+        });
+    }
+
     // The page of the lights, in each form of its background.
     function lightRows(model) {
         const gradient = ["preset0", "preset1", "preset2", "own", "resetButton"];
@@ -66,7 +84,7 @@ PageTestCase {
                 tag: model.tag + ", monitor",
                 component: monitorTab,
                 reached: ["ratioSlider", "volumeSlider"]
-            }), ...(model.info === voxmicM40 ? [] : lightRows(model)));
+            }), generalRow(model), ...(model.info === voxmicM40 ? [] : lightRows(model)));
         return rows;
     }
 
@@ -138,7 +156,7 @@ PageTestCase {
         openFullPage(row);
         for (const item of focusByTab()) {
             verify(item.Accessible.name !== "", nameOf(item));
-            verify([Accessible.Button, Accessible.CheckBox, Accessible.RadioButton, Accessible.Slider, Accessible.StaticText].includes(item.Accessible.role), nameOf(item));
+            verify([Accessible.Button, Accessible.CheckBox, Accessible.RadioButton, Accessible.Slider, Accessible.StaticText, Accessible.ComboBox, Accessible.EditableText].includes(item.Accessible.role), nameOf(item));
             if (item.Accessible.role === Accessible.Slider)
                 compare(item.Accessible.description, item.valueText);
         }

@@ -31,6 +31,7 @@ T.TextField {
             visible: hotkeyField.activeFocus && [Qt.TabFocusReason, Qt.BacktabFocusReason].includes(hotkeyField.focusReason)
         }
     }
+    Accessible.role: Accessible.EditableText
     Accessible.name: name
 
     VxText {
@@ -42,6 +43,8 @@ T.TextField {
         text: hotkeyField.placeholderText
         color: VxTheme.textSecondary
         font: hotkeyField.font
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: VxTheme.fontSmallest
         elide: Text.ElideRight
     }
 }
