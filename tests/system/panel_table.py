@@ -392,7 +392,7 @@ def microphone_model(word, name, pages, t40):
         full_tab_order=[(SLIDER, "增益"), (SWITCH, "自动增益"), (SWITCH, "静音"), *((TILE, name) for name in SCENES),
                         (SWITCH, "AI降噪"), *((TILE, name) for name in STRENGTHS), (SWITCH, "防爆音"),
                         (SLIDER, "防爆音"), (SWITCH, "压缩器"), (SLIDER, "压缩器"), (BUTTON, "均衡器")],
-        unseen={"listen_output": "监听输出"} | ({} if t40 else {"other_light_off": "其他灯光开关"}),
+        unseen={"listen_output": "监听输出"},
     )
 
 

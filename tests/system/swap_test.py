@@ -134,6 +134,13 @@ class Swapping(SystemCase):
         self.panel.open_page(table.MONITOR_PAGE)
         self.panel.wait_shown({(table.SLIDER, "监听音量"): self.values["listen_volume"],
                                (table.SLIDER, "麦克风/电脑监听比"): self.values["mic_listen_ratio"]})
+        self.panel.open_page(table.GENERAL_PAGE)
+        self.stage.wait_text(f"{name} 当前已是最新版本", "label")
+        if self.present.startswith("m40"):
+            # The page begins with the setting, and follows what the device tells from then on.
+            for value in (self.values["other_light_off"], 1 - self.values["other_light_off"]):
+                self.on(self.present, f"set other_light_off {value}")
+                self.panel.wait_shown({(table.SWITCH, "指示灯"): value == 1})
 
     def shown_on_the_microphone_page(self):
         shown = {(table.SLIDER, "增益"): self.values["mic_gain"], (table.SWITCH, "静音"): self.values["mute"] == 1}
