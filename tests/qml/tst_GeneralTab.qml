@@ -435,4 +435,30 @@ PageTestCase {
         compare(part(row, "card").color, "#383838");
         compare(row.text, "恢复出厂");
     }
+
+    // Any of them, or null.
+    function resetWindow() {
+        return findChild(page, "resetWindow");
+    }
+
+    function test_the_reset_opens_its_window_once() {
+        openPage(voxmicT40);
+        for (let count = 0; count < 3; count++)
+            child("resetRow").click();
+        compare(resetWindow().visible, true);
+        resetWindow().close();
+        tryVerify(() => resetWindow() === null);
+        child("resetRow").click();
+        compare(resetWindow().visible, true);
+    }
+
+    function test_the_window_of_the_reset_ends_with_the_page() {
+        openPage(voxmicM40);
+        child("resetRow").click();
+        let gone = false;
+        resetWindow().Component.destruction.connect(() => gone = true);
+        discard(page);
+        page = null;
+        tryVerify(() => gone);
+    }
 }

@@ -20,7 +20,8 @@ HOTKEY = [(RADIO, "App"), (BOX, "App"), (RADIO, "URL"), (FIELD, "URL"), (RADIO, 
 FIRMWARE = (BUTTON, "检查更新")
 RATE = (BOX, "采样率")
 INDICATOR = (SWITCH, "指示灯")
-RESET = (BUTTON, "恢复出厂")
+RESET_TITLE = "恢复出厂"
+RESET = (BUTTON, RESET_TITLE)
 
 
 class GeneralPage(PanelWalk):
@@ -41,6 +42,23 @@ class GeneralPage(PanelWalk):
         self.assertEqual(shown & every, set(self.controls))
         self.stage.wait_text(f"{self.model.name} 当前已是最新版本", "label")
         self.prove_silence()
+
+    def check_reset(self, writes):
+        self.open_general()
+        self.panel.click(*RESET)
+        self.panel.wait_window(RESET_TITLE)
+        self.panel.click(BUTTON, "取消")
+        self.panel.wait_no_window(RESET_TITLE)
+        self.prove_silence()
+        self.panel.open_page(GENERAL_PAGE)
+        self.panel.click(*RESET)
+        self.panel.wait_window(RESET_TITLE)
+        self.panel.click(BUTTON, "确定")
+        self.panel.wait_writes(writes)
+        self.panel.wait_window(RESET_TITLE)
+        self.stage.wait_text("成功")
+        self.panel.click(BUTTON, "确定")
+        self.panel.wait_no_window(RESET_TITLE)
 
     def check_keyboard(self):
         self.open_general()
@@ -110,6 +128,9 @@ class VoxmicM40(GeneralPage):
             self.panel.turn("other_light_off", value)
             self.panel.wait_shown({INDICATOR: value == 1})
         self.prove_silence()
+
+    def test_the_reset_goes_to_the_device_when_the_user_agrees(self):
+        self.check_reset([("anti_noise", "00"), ("ai_jianzao", "00"), ("reset_factory_settings", "01")])
 
 
 class VoxmicT40(GeneralPage):
