@@ -127,7 +127,7 @@ void BusConversation::greet() {
     ask(busCall("Hello"), onAnswer, kGreetingLimit);
 }
 
-void BusConversation::listen(BusSignal wanted) {
+void BusConversation::listen(const BusSignal& wanted) {
     bool isNewSender = false;
     {
         const std::lock_guard lock(mutex);

@@ -68,7 +68,7 @@ public:
 
     /// From now on hears these signals, and of them only what comes from the connection that owns the
     /// sender's name at that time: everybody on a bus can send any signal to one connection alone.
-    void listen(BusSignal wanted);
+    void listen(const BusSignal& wanted);
     /// Sends a call; `onAnswer` is called once, unless the conversation ends before: at once and on this
     /// thread where the bus is lost.
     void ask(BusMessage question, AnswerHandler onAnswer,

@@ -33,9 +33,10 @@ void forEachLine(std::basic_string_view<Character> text, const Use& use) {
 // Apart from the handler, which runs at each exception, also of a stack that is used up.
 [[gnu::noinline]] void keepWideLine(std::wstring_view line) {
     std::array<char, 3 * kLogTailLineBytes> text;
+    const wchar_t* const wide = line.data();
     const auto wanted = static_cast<int>(std::min(line.size(), kLogTailLineBytes));
-    const int size = WideCharToMultiByte(CP_UTF8, 0, line.data(), wanted, text.data(),
-                                         static_cast<int>(text.size()), nullptr, nullptr);
+    const int size = WideCharToMultiByte(CP_UTF8, 0, wide, wanted, text.data(), static_cast<int>(text.size()),
+                                         nullptr, nullptr);
     logTail().append({text.data(), static_cast<std::size_t>(size)});
 }
 

@@ -68,7 +68,7 @@ protected:
 };
 
 // What a compiler calls where a frame's guard value is damaged.
-extern "C" [[noreturn]] void __stack_chk_fail();
+extern "C" [[noreturn]] void endForDamagedStack() asm("__stack_chk_fail");
 
 [[gnu::noinline]] void writeToNowhere() {
     volatile int* volatile nowhere = reinterpret_cast<int*>(0x10);
@@ -162,7 +162,7 @@ TEST_F(CrashReportsDeathTest, CallOfNothingIsReported) {
 }
 
 TEST_F(CrashReportsDeathTest, LastWordsOfTheCLibraryAreInTheReport) {
-    EXPECT_EQ(endOf([] { __stack_chk_fail(); }), SIGABRT);
+    EXPECT_EQ(endOf(endForDamagedStack), SIGABRT);
     expectInReport(onlyReport(), "^message: \\*\\*\\* stack smashing detected \\*\\*\\*: terminated$");
 }
 
