@@ -116,12 +116,12 @@ bool TranslationManager::loadTranslations(const QString& languageCode) {
 }
 
 bool TranslationManager::loadAppTranslation(const QString& languageCode) {
-    constexpr QLatin1StringView name("VexoDeck_");
-    if (loadFile(*appTranslator, name, languageCode, folders.own)) {
+    constexpr QLatin1StringView kName("VexoDeck_");
+    if (loadFile(*appTranslator, kName, languageCode, folders.own)) {
         qDebug() << "Loaded app translation for:" << languageCode;
     } else {
         qWarning() << "Failed to load app translation for:" << languageCode;
-        if (!loadFile(*appTranslator, name, languageCode, folders.bundle)) {
+        if (!loadFile(*appTranslator, kName, languageCode, folders.bundle)) {
             qWarning() << "Failed to load app translation from bundle for:" << languageCode;
             return false;
         }

@@ -47,6 +47,22 @@ void holdInstance(InstanceGuard& guard, bool isHeld) {
     }
 }
 
+/// One line in the log for each crash since the last start.
+void tellCrashes() {
+    for (const QString& report : newCrashReports()) {
+        qWarning().noquote() << "The program has crashed, the report is" << report;
+    }
+}
+
+/// The session manager may end the program without a further word.
+void saveBeforeSessionEnds(const QGuiApplication& application) {
+    const auto save = [] {
+        SettingsManager::instance()->sync();
+    };
+    QObject::connect(&application, &QGuiApplication::commitDataRequest, save);
+    QObject::connect(&application, &QGuiApplication::saveStateRequest, save);
+}
+
 /// What is left to do when the program ends.
 void cleanUp(InstanceGuard& guard, SystemBridge* bridge) {
     qInfo() << "应用程序即将退出，开始清理资源...";
@@ -84,9 +100,7 @@ int main(int argc, char* argv[]) {
     if (guard.decide() == InstanceDecision::AlreadyRunning) {
         return 1;
     }
-    for (const QString& report : newCrashReports()) {
-        qWarning().noquote() << "The program has crashed, the report is" << report;
-    }
+    tellCrashes();
     const std::shared_ptr<void> endSignals =
         watchEndSignals([] { SystemBridge::instance()->quitApplication(); });
 
@@ -121,12 +135,7 @@ int main(int argc, char* argv[]) {
 
     QObject::connect(&application, &QCoreApplication::aboutToQuit,
                      [&guard, &bridge] { cleanUp(guard, bridge); });
-    // The session manager may end the program without a further word.
-    const auto save = [] {
-        SettingsManager::instance()->sync();
-    };
-    QObject::connect(&application, &QGuiApplication::commitDataRequest, save);
-    QObject::connect(&application, &QGuiApplication::saveStateRequest, save);
+    saveBeforeSessionEnds(application);
     const UnexpectedExit rescue([&guard, &bridge] {
         SettingsManager::instance()->rescue();
         if (QThread::isMainThread()) {

@@ -28,7 +28,7 @@ Row {
 
     ColorTile {
         objectName: "tile"
-        text: select.named(qsTr("选择颜色"))
+        text: select?.named(qsTr("选择颜色")) ?? ""
         colors: [String(select.selectedColor)]
         onClicked: popup.openWith(select.selectedColor)
 
@@ -50,7 +50,7 @@ Row {
         icon.width: 18
         icon.height: 18
         text: qsTr("重置")
-        Accessible.name: select.named(text)
+        Accessible.name: select?.named(text) ?? ""
         onClicked: select.reset()
     }
 }

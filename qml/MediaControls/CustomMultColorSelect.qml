@@ -58,7 +58,7 @@ Column {
                 required property int index
 
                 objectName: "preset" + index
-                text: select.named(qsTr("渐变") + " " + (index + 1))
+                text: select?.named(qsTr("渐变") + " " + (index + 1)) ?? ""
                 colors: select.presetGradients[index]
                 selected: select.selectedPresetIndex === index
                 onClicked: select.choose(index, colors, false)
@@ -66,7 +66,7 @@ Column {
         }
         ColorTile {
             objectName: "own"
-            text: select.named(qsTr("自定义"))
+            text: select?.named(qsTr("自定义")) ?? ""
             colors: select.selectedPresetIndex === select.ownIndex ? select.selectedGradient : [VxTheme.unselected]
             selected: select.selectedPresetIndex === select.ownIndex
             onClicked: select.choose(select.ownIndex, select.selectedGradient, false)
@@ -84,7 +84,7 @@ Column {
             icon.width: 18
             icon.height: 18
             text: qsTr("重置")
-            Accessible.name: select.named(text)
+            Accessible.name: select?.named(text) ?? ""
             onClicked: select.choose(0, select.presetGradients[0], true)
         }
     }
@@ -116,7 +116,7 @@ Column {
                 objectName: "color" + index
                 x: index / 2 * (places.width - width)
                 width: 28
-                text: select.named(qsTr("选择颜色") + " " + (index + 1))
+                text: select?.named(qsTr("选择颜色") + " " + (index + 1)) ?? ""
                 colors: [select.selectedGradient[index]]
                 onClicked: popup.openWith(select.selectedGradient[index])
 
