@@ -13,6 +13,61 @@
     </message>
 </context>
 <context>
+    <name>ApplicationUpdate</name>
+    <message>
+        <source>有新版本可升级，是否重启并升级软件？</source>
+        <translation>Eine neue Version ist verfügbar. Jetzt neu starten und aktualisieren?</translation>
+    </message>
+    <message>
+        <source>有新版本可升级，是否打开下载页面？</source>
+        <translation>Eine neue Version ist verfügbar. Download-Seite öffnen?</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 有新固件可升级，是否升级设备？</source>
+        <translation>Für VEXO Mixdesk R2 ist neue Firmware verfügbar. Gerät jetzt aktualisieren?</translation>
+    </message>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Updates werden gesucht</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Download der neuen Version fehlgeschlagen. Prüfen Sie die Netzwerkverbindung oder versuchen Sie es später erneut</translation>
+    </message>
+    <message>
+        <source>新版本</source>
+        <translation>Neue Version</translation>
+    </message>
+    <message>
+        <source>下载完成，重新启动以进行升级</source>
+        <translation>heruntergeladen, zum Aktualisieren neu starten</translation>
+    </message>
+    <message>
+        <source>有新版本可升级</source>
+        <translation>Eine neue Version ist verfügbar</translation>
+    </message>
+    <message>
+        <source>正在下载新版本</source>
+        <translation>Download der neuen Version</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>ist auf dem neuesten Stand</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Wiederholen</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Jetzt aktualisieren</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Nach Updates suchen</translation>
+    </message>
+</context>
+<context>
     <name>AudioBoost</name>
     <message>
         <source>防爆音</source>
@@ -153,6 +208,17 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>CustomComAppBox</name>
+    <message>
+        <source>系统浏览器</source>
+        <translation>Browser öffnen</translation>
+    </message>
+    <message>
+        <source>请选择应用</source>
+        <translation>App auswählen</translation>
+    </message>
+</context>
+<context>
     <name>CustomComAppPlus</name>
     <message>
         <source>没有正在播放声音的应用</source>
@@ -195,6 +261,53 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     <message>
         <source>选择颜色</source>
         <translation>Farbe auswählen</translation>
+    </message>
+</context>
+<context>
+    <name>CustomerWindow</name>
+    <message>
+        <source>客服</source>
+        <translation>Kundensupport</translation>
+    </message>
+    <message>
+        <source>联系我们</source>
+        <translation>Kontakt</translation>
+    </message>
+    <message>
+        <source>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</source>
+        <translation>Mo–So: 9:00-12:00, 13:00-18:00 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>电话</source>
+        <translation>Telefon</translation>
+    </message>
+    <message>
+        <source>企业微信（请扫码添加客服）</source>
+        <translation>Enterprise WeChat (QR-Code scannen, um den Support hinzuzufügen)</translation>
+    </message>
+    <message>
+        <source>邮箱</source>
+        <translation>E-Mail</translation>
+    </message>
+    <message>
+        <source>Support</source>
+        <translation>Support</translation>
+    </message>
+    <message>
+        <source>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</source>
+        <translation>Mo–So: 9:00-12:00, 13:00-18:30 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>Online Support</source>
+        <translation>Online-Support</translation>
+    </message>
+    <message>
+        <source>WhatsApp</source>
+        <translation>WhatsApp</translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation>E-Mail</translation>
     </message>
 </context>
 <context>
@@ -309,6 +422,78 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     <message>
         <source>删除</source>
         <translation>Löschen</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareRow</name>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Updates werden gesucht</translation>
+    </message>
+    <message>
+        <source>有固件可升级</source>
+        <translation>hat ein Firmware-Update</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>ist auf dem neuesten Stand</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Jetzt aktualisieren</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Nach Updates suchen</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralTab</name>
+    <message>
+        <source>通用</source>
+        <translation>Allgemein</translation>
+    </message>
+    <message>
+        <source>采样率</source>
+        <translation>Abtastrate</translation>
+    </message>
+    <message>
+        <source>指示灯</source>
+        <translation>Anzeige</translation>
+    </message>
+</context>
+<context>
+    <name>HotkeyCard</name>
+    <message>
+        <source>热键</source>
+        <translation>Hotkey</translation>
+    </message>
+    <message>
+        <source>旋钮按键</source>
+        <translation>Doppeltippen auf den Drehregler</translation>
+    </message>
+    <message>
+        <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
+        <translation>Läuft Vexo Deck im Hintergrund, führt ein Doppeltippen auf den Drehregler die gewählte Funktion aus.</translation>
+    </message>
+    <message>
+        <source>系统截图</source>
+        <translation>Bildschirmfoto</translation>
+    </message>
+    <message>
+        <source>系统录屏</source>
+        <translation>Bildschirmaufnahme</translation>
+    </message>
+</context>
+<context>
+    <name>KeyField</name>
+    <message>
+        <source>请输入键位</source>
+        <translation>Tastenkombination eingeben</translation>
+    </message>
+    <message>
+        <source>正在录制按键</source>
+        <translation>Tasten werden aufgezeichnet</translation>
     </message>
 </context>
 <context>
@@ -572,6 +757,75 @@ Gain verringern, wenn der Ton verzerrt.</translation>
     </message>
 </context>
 <context>
+    <name>ResetRow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Werkseinstellungen</translation>
+    </message>
+</context>
+<context>
+    <name>ResetWindow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Werkseinstellungen</translation>
+    </message>
+    <message>
+        <source>恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？</source>
+        <translation>Alle Einstellungen werden auf den Auslieferungszustand zurückgesetzt. Möchten Sie fortfahren?</translation>
+    </message>
+    <message>
+        <source>设置中</source>
+        <translation>Wird zurückgesetzt</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>Erfolgreich</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message>
+        <source>设置</source>
+        <translation>Einstellungen</translation>
+    </message>
+    <message>
+        <source>关于 Vexo Deck</source>
+        <translation>Über Vexo Deck</translation>
+    </message>
+    <message>
+        <source>自动安装最新版本</source>
+        <translation>Updates automatisch installieren</translation>
+    </message>
+    <message>
+        <source>如关闭自动安装，你仍会收到新版本提示，但需手动点击“立即升级”后才可升级</source>
+        <translation>Ist die automatische Installation aus, werden Sie weiterhin über neue Versionen informiert, müssen zum Aktualisieren aber auf »Jetzt aktualisieren« klicken</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>Sprache</translation>
+    </message>
+    <message>
+        <source>分析</source>
+        <translation>Analyse</translation>
+    </message>
+    <message>
+        <source>与VEXO分享使用数据</source>
+        <translation>Nutzungsdaten mit VEXO teilen</translation>
+    </message>
+    <message>
+        <source>隐私政策</source>
+        <translation>Datenschutzerklärung</translation>
+    </message>
+</context>
+<context>
     <name>StripHead</name>
     <message>
         <source>删除</source>
@@ -646,6 +900,32 @@ Während des Updates leuchtet die Anzeige für Mikrofon/PC-Mix: Das ist ein Selb
     <message>
         <source>重试</source>
         <translation>Wiederholen</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeWindow</name>
+    <message>
+        <source>软件升级</source>
+        <translation>Software-Update</translation>
+    </message>
+    <message>
+        <source>安装程序无法启动，请从下载页面获取最新版本</source>
+        <translation>Das Installationsprogramm konnte nicht gestartet werden. Laden Sie die neueste Version von der Download-Seite herunter</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>打开下载页面</source>
+        <translation>Download-Seite öffnen</translation>
+    </message>
+</context>
+<context>
+    <name>UrlField</name>
+    <message>
+        <source>请输入URL</source>
+        <translation>URL eingeben</translation>
     </message>
 </context>
 <context>

@@ -13,6 +13,61 @@
     </message>
 </context>
 <context>
+    <name>ApplicationUpdate</name>
+    <message>
+        <source>有新版本可升级，是否重启并升级软件？</source>
+        <translation>A new version is available. Relaunch and update now?</translation>
+    </message>
+    <message>
+        <source>有新版本可升级，是否打开下载页面？</source>
+        <translation>A new version is available. Open the download page?</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 有新固件可升级，是否升级设备？</source>
+        <translation>New firmware is available for VEXO Mixdesk R2. Upgrade the device now?</translation>
+    </message>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Checking for updates</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Failed to download required update.Please check your internet connection and try again.</translation>
+    </message>
+    <message>
+        <source>新版本</source>
+        <translation>New version</translation>
+    </message>
+    <message>
+        <source>下载完成，重新启动以进行升级</source>
+        <translation>Download complete, restart to upgrade</translation>
+    </message>
+    <message>
+        <source>有新版本可升级</source>
+        <translation>A new version is available</translation>
+    </message>
+    <message>
+        <source>正在下载新版本</source>
+        <translation>Downloading new version</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>is up to date</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Retry</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Update Now</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Check for Updates</translation>
+    </message>
+</context>
+<context>
     <name>AudioBoost</name>
     <message>
         <source>防爆音</source>
@@ -153,6 +208,17 @@ Gain is set to 0 dB.</translation>
     </message>
 </context>
 <context>
+    <name>CustomComAppBox</name>
+    <message>
+        <source>系统浏览器</source>
+        <translation>Open Browser</translation>
+    </message>
+    <message>
+        <source>请选择应用</source>
+        <translation>Please select an app</translation>
+    </message>
+</context>
+<context>
     <name>CustomComAppPlus</name>
     <message>
         <source>没有正在播放声音的应用</source>
@@ -195,6 +261,53 @@ Gain is set to 0 dB.</translation>
     <message>
         <source>选择颜色</source>
         <translation>Choose color</translation>
+    </message>
+</context>
+<context>
+    <name>CustomerWindow</name>
+    <message>
+        <source>客服</source>
+        <translation>Contact Support</translation>
+    </message>
+    <message>
+        <source>联系我们</source>
+        <translation>Contact Us</translation>
+    </message>
+    <message>
+        <source>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</source>
+        <translation>Mon to Sun: 9:00-12:00, 13:00-18:00 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>电话</source>
+        <translation>Phone</translation>
+    </message>
+    <message>
+        <source>企业微信（请扫码添加客服）</source>
+        <translation>Enterprise WeChat (Scan QR code to add customer service)</translation>
+    </message>
+    <message>
+        <source>邮箱</source>
+        <translation>Email</translation>
+    </message>
+    <message>
+        <source>Support</source>
+        <translation>Support</translation>
+    </message>
+    <message>
+        <source>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</source>
+        <translation>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>Online Support</source>
+        <translation>Online Support</translation>
+    </message>
+    <message>
+        <source>WhatsApp</source>
+        <translation>WhatsApp</translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation>Email</translation>
     </message>
 </context>
 <context>
@@ -309,6 +422,78 @@ Gain is set to 0 dB.</translation>
     <message>
         <source>删除</source>
         <translation>Delete</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareRow</name>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Checking for updates</translation>
+    </message>
+    <message>
+        <source>有固件可升级</source>
+        <translation>Firmware update available</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>is up to date</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Update Now</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Check for Updates</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralTab</name>
+    <message>
+        <source>通用</source>
+        <translation>General</translation>
+    </message>
+    <message>
+        <source>采样率</source>
+        <translation>Sample Rate</translation>
+    </message>
+    <message>
+        <source>指示灯</source>
+        <translation>Indicator</translation>
+    </message>
+</context>
+<context>
+    <name>HotkeyCard</name>
+    <message>
+        <source>热键</source>
+        <translation>Hotkey</translation>
+    </message>
+    <message>
+        <source>旋钮按键</source>
+        <translation>Double tap control dial</translation>
+    </message>
+    <message>
+        <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
+        <translation>Double tap control dial to enable hotkey when Vexo Deck is running in the background.</translation>
+    </message>
+    <message>
+        <source>系统截图</source>
+        <translation>Take Screenshot</translation>
+    </message>
+    <message>
+        <source>系统录屏</source>
+        <translation>Start Screen Recording</translation>
+    </message>
+</context>
+<context>
+    <name>KeyField</name>
+    <message>
+        <source>请输入键位</source>
+        <translation>Please enter key set</translation>
+    </message>
+    <message>
+        <source>正在录制按键</source>
+        <translation>Recording keys</translation>
     </message>
 </context>
 <context>
@@ -572,6 +757,75 @@ Decrease gain to prevent distortion.</translation>
     </message>
 </context>
 <context>
+    <name>ResetRow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Factory Reset</translation>
+    </message>
+</context>
+<context>
+    <name>ResetWindow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Factory Reset</translation>
+    </message>
+    <message>
+        <source>恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？</source>
+        <translation>Performing a factory reset will erase all configuration. Are you sure?</translation>
+    </message>
+    <message>
+        <source>设置中</source>
+        <translation>Performing</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>成功</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message>
+        <source>设置</source>
+        <translation>Settings</translation>
+    </message>
+    <message>
+        <source>关于 Vexo Deck</source>
+        <translation>About Vexo Deck</translation>
+    </message>
+    <message>
+        <source>自动安装最新版本</source>
+        <translation>Automatically install updates</translation>
+    </message>
+    <message>
+        <source>如关闭自动安装，你仍会收到新版本提示，但需手动点击“立即升级”后才可升级</source>
+        <translation>If automated installation is off, you&apos;ll still receive new version notifications, but you need to manually click &quot;Update&quot; to complete the update.</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>Language</translation>
+    </message>
+    <message>
+        <source>分析</source>
+        <translation>Analytics</translation>
+    </message>
+    <message>
+        <source>与VEXO分享使用数据</source>
+        <translation>Share VEXO usage data</translation>
+    </message>
+    <message>
+        <source>隐私政策</source>
+        <translation>Privacy Policy</translation>
+    </message>
+</context>
+<context>
     <name>StripHead</name>
     <message>
         <source>删除</source>
@@ -646,6 +900,32 @@ The Mic/PC Mix indicator lights up during the update as part of a self-check. Th
     <message>
         <source>重试</source>
         <translation>Retry</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeWindow</name>
+    <message>
+        <source>软件升级</source>
+        <translation>Software Update</translation>
+    </message>
+    <message>
+        <source>安装程序无法启动，请从下载页面获取最新版本</source>
+        <translation>The installer could not be started. Please get the latest version from the download page</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>打开下载页面</source>
+        <translation>Open download page</translation>
+    </message>
+</context>
+<context>
+    <name>UrlField</name>
+    <message>
+        <source>请输入URL</source>
+        <translation>Please enter URL</translation>
     </message>
 </context>
 <context>

@@ -13,6 +13,61 @@
     </message>
 </context>
 <context>
+    <name>ApplicationUpdate</name>
+    <message>
+        <source>有新版本可升级，是否重启并升级软件？</source>
+        <translation>Hay una nueva versión. ¿Reiniciar y actualizar ahora?</translation>
+    </message>
+    <message>
+        <source>有新版本可升级，是否打开下载页面？</source>
+        <translation>Hay una nueva versión. ¿Abrir la página de descarga?</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 有新固件可升级，是否升级设备？</source>
+        <translation>Hay nuevo firmware para VEXO Mixdesk R2. ¿Actualizar el dispositivo ahora?</translation>
+    </message>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Buscando actualizaciones</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>No se pudo descargar la nueva versión. Comprueba la conexión o inténtalo más tarde</translation>
+    </message>
+    <message>
+        <source>新版本</source>
+        <translation>Nueva versión</translation>
+    </message>
+    <message>
+        <source>下载完成，重新启动以进行升级</source>
+        <translation>descargada, reinicia para actualizar</translation>
+    </message>
+    <message>
+        <source>有新版本可升级</source>
+        <translation>Hay una nueva versión</translation>
+    </message>
+    <message>
+        <source>正在下载新版本</source>
+        <translation>Descargando la nueva versión</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>está actualizado</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Reintentar</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Actualizar ahora</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Buscar actualizaciones</translation>
+    </message>
+</context>
+<context>
     <name>AudioBoost</name>
     <message>
         <source>防爆音</source>
@@ -153,6 +208,17 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>CustomComAppBox</name>
+    <message>
+        <source>系统浏览器</source>
+        <translation>Abrir navegador</translation>
+    </message>
+    <message>
+        <source>请选择应用</source>
+        <translation>Elige una aplicación</translation>
+    </message>
+</context>
+<context>
     <name>CustomComAppPlus</name>
     <message>
         <source>没有正在播放声音的应用</source>
@@ -195,6 +261,53 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     <message>
         <source>选择颜色</source>
         <translation>Elegir color</translation>
+    </message>
+</context>
+<context>
+    <name>CustomerWindow</name>
+    <message>
+        <source>客服</source>
+        <translation>Soporte técnico</translation>
+    </message>
+    <message>
+        <source>联系我们</source>
+        <translation>Contacto</translation>
+    </message>
+    <message>
+        <source>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</source>
+        <translation>De lunes a domingo: 9:00-12:00, 13:00-18:00 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>电话</source>
+        <translation>Teléfono</translation>
+    </message>
+    <message>
+        <source>企业微信（请扫码添加客服）</source>
+        <translation>WeChat Empresas (escanea el código QR para añadir al soporte)</translation>
+    </message>
+    <message>
+        <source>邮箱</source>
+        <translation>Correo electrónico</translation>
+    </message>
+    <message>
+        <source>Support</source>
+        <translation>Soporte</translation>
+    </message>
+    <message>
+        <source>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</source>
+        <translation>De lunes a domingo: 9:00-12:00, 13:00-18:30 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>Online Support</source>
+        <translation>Soporte en línea</translation>
+    </message>
+    <message>
+        <source>WhatsApp</source>
+        <translation>WhatsApp</translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation>Correo electrónico</translation>
     </message>
 </context>
 <context>
@@ -309,6 +422,78 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     <message>
         <source>删除</source>
         <translation>Eliminar</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareRow</name>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Buscando actualizaciones</translation>
+    </message>
+    <message>
+        <source>有固件可升级</source>
+        <translation>tiene una actualización de firmware</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>está actualizado</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Actualizar ahora</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Buscar actualizaciones</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralTab</name>
+    <message>
+        <source>通用</source>
+        <translation>General</translation>
+    </message>
+    <message>
+        <source>采样率</source>
+        <translation>Frecuencia de muestreo</translation>
+    </message>
+    <message>
+        <source>指示灯</source>
+        <translation>Indicador</translation>
+    </message>
+</context>
+<context>
+    <name>HotkeyCard</name>
+    <message>
+        <source>热键</source>
+        <translation>Atajo</translation>
+    </message>
+    <message>
+        <source>旋钮按键</source>
+        <translation>Doble toque en el dial</translation>
+    </message>
+    <message>
+        <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
+        <translation>Cuando Vexo Deck está en segundo plano, un doble toque en el dial ejecuta la función elegida.</translation>
+    </message>
+    <message>
+        <source>系统截图</source>
+        <translation>Captura de pantalla</translation>
+    </message>
+    <message>
+        <source>系统录屏</source>
+        <translation>Grabación de pantalla</translation>
+    </message>
+</context>
+<context>
+    <name>KeyField</name>
+    <message>
+        <source>请输入键位</source>
+        <translation>Introduce una combinación</translation>
+    </message>
+    <message>
+        <source>正在录制按键</source>
+        <translation>Grabando teclas</translation>
     </message>
 </context>
 <context>
@@ -572,6 +757,75 @@ Baja la ganancia si el sonido distorsiona.</translation>
     </message>
 </context>
 <context>
+    <name>ResetRow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Valores de fábrica</translation>
+    </message>
+</context>
+<context>
+    <name>ResetWindow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Valores de fábrica</translation>
+    </message>
+    <message>
+        <source>恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？</source>
+        <translation>Todos los ajustes volverán a los valores de fábrica. ¿Quieres continuar?</translation>
+    </message>
+    <message>
+        <source>设置中</source>
+        <translation>Restableciendo</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>Listo</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancelar</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>Aceptar</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message>
+        <source>设置</source>
+        <translation>Ajustes</translation>
+    </message>
+    <message>
+        <source>关于 Vexo Deck</source>
+        <translation>Acerca de Vexo Deck</translation>
+    </message>
+    <message>
+        <source>自动安装最新版本</source>
+        <translation>Instalar actualizaciones automáticamente</translation>
+    </message>
+    <message>
+        <source>如关闭自动安装，你仍会收到新版本提示，但需手动点击“立即升级”后才可升级</source>
+        <translation>Si la instalación automática está desactivada, seguirás recibiendo avisos de nuevas versiones, pero tendrás que hacer clic en «Actualizar ahora» para actualizar</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>Idioma</translation>
+    </message>
+    <message>
+        <source>分析</source>
+        <translation>Análisis</translation>
+    </message>
+    <message>
+        <source>与VEXO分享使用数据</source>
+        <translation>Compartir datos de uso con VEXO</translation>
+    </message>
+    <message>
+        <source>隐私政策</source>
+        <translation>Política de privacidad</translation>
+    </message>
+</context>
+<context>
     <name>StripHead</name>
     <message>
         <source>删除</source>
@@ -646,6 +900,32 @@ Durante la actualización se enciende el indicador de mezcla micro/PC: es una au
     <message>
         <source>重试</source>
         <translation>Reintentar</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeWindow</name>
+    <message>
+        <source>软件升级</source>
+        <translation>Actualización de software</translation>
+    </message>
+    <message>
+        <source>安装程序无法启动，请从下载页面获取最新版本</source>
+        <translation>No se pudo iniciar el instalador. Descarga la última versión desde la página de descarga</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancelar</translation>
+    </message>
+    <message>
+        <source>打开下载页面</source>
+        <translation>Abrir la página de descarga</translation>
+    </message>
+</context>
+<context>
+    <name>UrlField</name>
+    <message>
+        <source>请输入URL</source>
+        <translation>Introduce una URL</translation>
     </message>
 </context>
 <context>

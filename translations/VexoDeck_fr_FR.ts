@@ -13,6 +13,61 @@
     </message>
 </context>
 <context>
+    <name>ApplicationUpdate</name>
+    <message>
+        <source>有新版本可升级，是否重启并升级软件？</source>
+        <translation>Une nouvelle version est disponible. Redémarrer et mettre à jour ?</translation>
+    </message>
+    <message>
+        <source>有新版本可升级，是否打开下载页面？</source>
+        <translation>Une nouvelle version est disponible. Ouvrir la page de téléchargement ?</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 有新固件可升级，是否升级设备？</source>
+        <translation>Un nouveau firmware est disponible pour VEXO Mixdesk R2. Mettre à jour l&apos;appareil ?</translation>
+    </message>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Recherche de mises à jour</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Échec du téléchargement de la nouvelle version. Vérifiez votre connexion ou réessayez plus tard</translation>
+    </message>
+    <message>
+        <source>新版本</source>
+        <translation>Nouvelle version</translation>
+    </message>
+    <message>
+        <source>下载完成，重新启动以进行升级</source>
+        <translation>téléchargée, redémarrez pour mettre à jour</translation>
+    </message>
+    <message>
+        <source>有新版本可升级</source>
+        <translation>Une nouvelle version est disponible</translation>
+    </message>
+    <message>
+        <source>正在下载新版本</source>
+        <translation>Téléchargement de la nouvelle version</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>est à jour</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Réessayer</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Mettre à jour</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Rechercher des mises à jour</translation>
+    </message>
+</context>
+<context>
     <name>AudioBoost</name>
     <message>
         <source>防爆音</source>
@@ -153,6 +208,17 @@ Gain réglé sur 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>CustomComAppBox</name>
+    <message>
+        <source>系统浏览器</source>
+        <translation>Ouvrir le navigateur</translation>
+    </message>
+    <message>
+        <source>请选择应用</source>
+        <translation>Choisissez une application</translation>
+    </message>
+</context>
+<context>
     <name>CustomComAppPlus</name>
     <message>
         <source>没有正在播放声音的应用</source>
@@ -195,6 +261,53 @@ Gain réglé sur 0&#xa0;dB</translation>
     <message>
         <source>选择颜色</source>
         <translation>Choisir une couleur</translation>
+    </message>
+</context>
+<context>
+    <name>CustomerWindow</name>
+    <message>
+        <source>客服</source>
+        <translation>Assistance</translation>
+    </message>
+    <message>
+        <source>联系我们</source>
+        <translation>Nous contacter</translation>
+    </message>
+    <message>
+        <source>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</source>
+        <translation>Du lundi au dimanche : 9:00-12:00, 13:00-18:00 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>电话</source>
+        <translation>Téléphone</translation>
+    </message>
+    <message>
+        <source>企业微信（请扫码添加客服）</source>
+        <translation>WeChat Entreprise (scannez le code QR pour ajouter l&apos;assistance)</translation>
+    </message>
+    <message>
+        <source>邮箱</source>
+        <translation>E-mail</translation>
+    </message>
+    <message>
+        <source>Support</source>
+        <translation>Assistance</translation>
+    </message>
+    <message>
+        <source>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</source>
+        <translation>Du lundi au dimanche : 9:00-12:00, 13:00-18:30 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>Online Support</source>
+        <translation>Assistance en ligne</translation>
+    </message>
+    <message>
+        <source>WhatsApp</source>
+        <translation>WhatsApp</translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation>E-mail</translation>
     </message>
 </context>
 <context>
@@ -309,6 +422,78 @@ Gain réglé sur 0&#xa0;dB</translation>
     <message>
         <source>删除</source>
         <translation>Supprimer</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareRow</name>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Recherche de mises à jour</translation>
+    </message>
+    <message>
+        <source>有固件可升级</source>
+        <translation>a une mise à jour du firmware</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>est à jour</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Mettre à jour</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Rechercher des mises à jour</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralTab</name>
+    <message>
+        <source>通用</source>
+        <translation>Général</translation>
+    </message>
+    <message>
+        <source>采样率</source>
+        <translation>Fréquence d&apos;échantillonnage</translation>
+    </message>
+    <message>
+        <source>指示灯</source>
+        <translation>Voyant</translation>
+    </message>
+</context>
+<context>
+    <name>HotkeyCard</name>
+    <message>
+        <source>热键</source>
+        <translation>Raccourci</translation>
+    </message>
+    <message>
+        <source>旋钮按键</source>
+        <translation>Double appui sur la molette</translation>
+    </message>
+    <message>
+        <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
+        <translation>Lorsque Vexo Deck s&apos;exécute en arrière-plan, un double appui sur la molette lance la fonction choisie.</translation>
+    </message>
+    <message>
+        <source>系统截图</source>
+        <translation>Capture d&apos;écran</translation>
+    </message>
+    <message>
+        <source>系统录屏</source>
+        <translation>Enregistrement d&apos;écran</translation>
+    </message>
+</context>
+<context>
+    <name>KeyField</name>
+    <message>
+        <source>请输入键位</source>
+        <translation>Saisissez une combinaison</translation>
+    </message>
+    <message>
+        <source>正在录制按键</source>
+        <translation>Enregistrement des touches</translation>
     </message>
 </context>
 <context>
@@ -572,6 +757,75 @@ Diminuez le gain si le son sature.</translation>
     </message>
 </context>
 <context>
+    <name>ResetRow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Réglages d&apos;usine</translation>
+    </message>
+</context>
+<context>
+    <name>ResetWindow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Réglages d&apos;usine</translation>
+    </message>
+    <message>
+        <source>恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？</source>
+        <translation>Tous les réglages reviendront à leur valeur d&apos;usine. Voulez-vous continuer ?</translation>
+    </message>
+    <message>
+        <source>设置中</source>
+        <translation>En cours</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>Terminé</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message>
+        <source>设置</source>
+        <translation>Paramètres</translation>
+    </message>
+    <message>
+        <source>关于 Vexo Deck</source>
+        <translation>À propos de Vexo Deck</translation>
+    </message>
+    <message>
+        <source>自动安装最新版本</source>
+        <translation>Installer automatiquement les mises à jour</translation>
+    </message>
+    <message>
+        <source>如关闭自动安装，你仍会收到新版本提示，但需手动点击“立即升级”后才可升级</source>
+        <translation>Si l&apos;installation automatique est désactivée, vous serez toujours informé des nouvelles versions, mais vous devrez cliquer sur « Mettre à jour » pour les installer</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>Langue</translation>
+    </message>
+    <message>
+        <source>分析</source>
+        <translation>Statistiques</translation>
+    </message>
+    <message>
+        <source>与VEXO分享使用数据</source>
+        <translation>Partager les données d&apos;utilisation avec VEXO</translation>
+    </message>
+    <message>
+        <source>隐私政策</source>
+        <translation>Politique de confidentialité</translation>
+    </message>
+</context>
+<context>
     <name>StripHead</name>
     <message>
         <source>删除</source>
@@ -646,6 +900,32 @@ Le voyant du mix micro/PC s&apos;allume pendant la mise à jour&#xa0;: c&apos;es
     <message>
         <source>重试</source>
         <translation>Réessayer</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeWindow</name>
+    <message>
+        <source>软件升级</source>
+        <translation>Mise à jour du logiciel</translation>
+    </message>
+    <message>
+        <source>安装程序无法启动，请从下载页面获取最新版本</source>
+        <translation>Le programme d&apos;installation n&apos;a pas pu démarrer. Récupérez la dernière version sur la page de téléchargement</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>打开下载页面</source>
+        <translation>Ouvrir la page de téléchargement</translation>
+    </message>
+</context>
+<context>
+    <name>UrlField</name>
+    <message>
+        <source>请输入URL</source>
+        <translation>Saisissez une URL</translation>
     </message>
 </context>
 <context>

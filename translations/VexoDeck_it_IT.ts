@@ -13,6 +13,61 @@
     </message>
 </context>
 <context>
+    <name>ApplicationUpdate</name>
+    <message>
+        <source>有新版本可升级，是否重启并升级软件？</source>
+        <translation>È disponibile una nuova versione. Riavviare e aggiornare ora?</translation>
+    </message>
+    <message>
+        <source>有新版本可升级，是否打开下载页面？</source>
+        <translation>È disponibile una nuova versione. Aprire la pagina di download?</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 有新固件可升级，是否升级设备？</source>
+        <translation>È disponibile un nuovo firmware per VEXO Mixdesk R2. Aggiornare il dispositivo ora?</translation>
+    </message>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Ricerca aggiornamenti</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Download della nuova versione non riuscito. Controlla la connessione o riprova più tardi</translation>
+    </message>
+    <message>
+        <source>新版本</source>
+        <translation>Nuova versione</translation>
+    </message>
+    <message>
+        <source>下载完成，重新启动以进行升级</source>
+        <translation>scaricata, riavvia per aggiornare</translation>
+    </message>
+    <message>
+        <source>有新版本可升级</source>
+        <translation>È disponibile una nuova versione</translation>
+    </message>
+    <message>
+        <source>正在下载新版本</source>
+        <translation>Download della nuova versione</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>è aggiornato</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Riprova</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Aggiorna ora</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Cerca aggiornamenti</translation>
+    </message>
+</context>
+<context>
     <name>AudioBoost</name>
     <message>
         <source>防爆音</source>
@@ -153,6 +208,17 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>CustomComAppBox</name>
+    <message>
+        <source>系统浏览器</source>
+        <translation>Apri browser</translation>
+    </message>
+    <message>
+        <source>请选择应用</source>
+        <translation>Scegli un&apos;app</translation>
+    </message>
+</context>
+<context>
     <name>CustomComAppPlus</name>
     <message>
         <source>没有正在播放声音的应用</source>
@@ -195,6 +261,53 @@ Guadagno impostato su 0&#xa0;dB</translation>
     <message>
         <source>选择颜色</source>
         <translation>Scegli colore</translation>
+    </message>
+</context>
+<context>
+    <name>CustomerWindow</name>
+    <message>
+        <source>客服</source>
+        <translation>Assistenza</translation>
+    </message>
+    <message>
+        <source>联系我们</source>
+        <translation>Contattaci</translation>
+    </message>
+    <message>
+        <source>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</source>
+        <translation>Da lunedì a domenica: 9:00-12:00, 13:00-18:00 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>电话</source>
+        <translation>Telefono</translation>
+    </message>
+    <message>
+        <source>企业微信（请扫码添加客服）</source>
+        <translation>WeChat Enterprise (scansiona il codice QR per aggiungere l&apos;assistenza)</translation>
+    </message>
+    <message>
+        <source>邮箱</source>
+        <translation>E-mail</translation>
+    </message>
+    <message>
+        <source>Support</source>
+        <translation>Assistenza</translation>
+    </message>
+    <message>
+        <source>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</source>
+        <translation>Da lunedì a domenica: 9:00-12:00, 13:00-18:30 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>Online Support</source>
+        <translation>Assistenza online</translation>
+    </message>
+    <message>
+        <source>WhatsApp</source>
+        <translation>WhatsApp</translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation>E-mail</translation>
     </message>
 </context>
 <context>
@@ -309,6 +422,78 @@ Guadagno impostato su 0&#xa0;dB</translation>
     <message>
         <source>删除</source>
         <translation>Elimina</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareRow</name>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Ricerca aggiornamenti</translation>
+    </message>
+    <message>
+        <source>有固件可升级</source>
+        <translation>ha un aggiornamento del firmware</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>è aggiornato</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Aggiorna ora</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Cerca aggiornamenti</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralTab</name>
+    <message>
+        <source>通用</source>
+        <translation>Generali</translation>
+    </message>
+    <message>
+        <source>采样率</source>
+        <translation>Frequenza di campionamento</translation>
+    </message>
+    <message>
+        <source>指示灯</source>
+        <translation>Spia</translation>
+    </message>
+</context>
+<context>
+    <name>HotkeyCard</name>
+    <message>
+        <source>热键</source>
+        <translation>Scorciatoia</translation>
+    </message>
+    <message>
+        <source>旋钮按键</source>
+        <translation>Doppio tocco sulla manopola</translation>
+    </message>
+    <message>
+        <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
+        <translation>Quando Vexo Deck è in background, un doppio tocco sulla manopola esegue la funzione scelta.</translation>
+    </message>
+    <message>
+        <source>系统截图</source>
+        <translation>Cattura schermata</translation>
+    </message>
+    <message>
+        <source>系统录屏</source>
+        <translation>Registrazione schermo</translation>
+    </message>
+</context>
+<context>
+    <name>KeyField</name>
+    <message>
+        <source>请输入键位</source>
+        <translation>Inserisci una combinazione</translation>
+    </message>
+    <message>
+        <source>正在录制按键</source>
+        <translation>Registrazione dei tasti</translation>
     </message>
 </context>
 <context>
@@ -572,6 +757,75 @@ Riduci il guadagno se il suono distorce.</translation>
     </message>
 </context>
 <context>
+    <name>ResetRow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Ripristino di fabbrica</translation>
+    </message>
+</context>
+<context>
+    <name>ResetWindow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Ripristino di fabbrica</translation>
+    </message>
+    <message>
+        <source>恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？</source>
+        <translation>Tutte le impostazioni torneranno ai valori di fabbrica. Vuoi continuare?</translation>
+    </message>
+    <message>
+        <source>设置中</source>
+        <translation>Ripristino in corso</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>Completato</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Annulla</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message>
+        <source>设置</source>
+        <translation>Impostazioni</translation>
+    </message>
+    <message>
+        <source>关于 Vexo Deck</source>
+        <translation>Informazioni su Vexo Deck</translation>
+    </message>
+    <message>
+        <source>自动安装最新版本</source>
+        <translation>Installa automaticamente gli aggiornamenti</translation>
+    </message>
+    <message>
+        <source>如关闭自动安装，你仍会收到新版本提示，但需手动点击“立即升级”后才可升级</source>
+        <translation>Se l&apos;installazione automatica è disattivata, riceverai comunque gli avvisi delle nuove versioni, ma dovrai fare clic su «Aggiorna ora» per aggiornare</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>Lingua</translation>
+    </message>
+    <message>
+        <source>分析</source>
+        <translation>Analisi</translation>
+    </message>
+    <message>
+        <source>与VEXO分享使用数据</source>
+        <translation>Condividi i dati di utilizzo con VEXO</translation>
+    </message>
+    <message>
+        <source>隐私政策</source>
+        <translation>Informativa sulla privacy</translation>
+    </message>
+</context>
+<context>
     <name>StripHead</name>
     <message>
         <source>删除</source>
@@ -646,6 +900,32 @@ Durante l&apos;aggiornamento si accende la spia del mix microfono/PC: è un auto
     <message>
         <source>重试</source>
         <translation>Riprova</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeWindow</name>
+    <message>
+        <source>软件升级</source>
+        <translation>Aggiornamento software</translation>
+    </message>
+    <message>
+        <source>安装程序无法启动，请从下载页面获取最新版本</source>
+        <translation>Impossibile avviare il programma di installazione. Scarica l&apos;ultima versione dalla pagina di download</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Annulla</translation>
+    </message>
+    <message>
+        <source>打开下载页面</source>
+        <translation>Apri la pagina di download</translation>
+    </message>
+</context>
+<context>
+    <name>UrlField</name>
+    <message>
+        <source>请输入URL</source>
+        <translation>Inserisci un URL</translation>
     </message>
 </context>
 <context>

@@ -13,6 +13,61 @@
     </message>
 </context>
 <context>
+    <name>ApplicationUpdate</name>
+    <message>
+        <source>有新版本可升级，是否重启并升级软件？</source>
+        <translation>新しいバージョンがあります。再起動して更新しますか？</translation>
+    </message>
+    <message>
+        <source>有新版本可升级，是否打开下载页面？</source>
+        <translation>新しいバージョンがあります。ダウンロードページを開きますか？</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 有新固件可升级，是否升级设备？</source>
+        <translation>VEXO Mixdesk R2 の新しいファームウェアがあります。デバイスを更新しますか？</translation>
+    </message>
+    <message>
+        <source>正在检测更新</source>
+        <translation>更新を確認中</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>新しいバージョンをダウンロードできませんでした。ネットワークを確認するか、しばらくしてからもう一度お試しください</translation>
+    </message>
+    <message>
+        <source>新版本</source>
+        <translation>新バージョン</translation>
+    </message>
+    <message>
+        <source>下载完成，重新启动以进行升级</source>
+        <translation>のダウンロードが完了しました。再起動すると更新されます</translation>
+    </message>
+    <message>
+        <source>有新版本可升级</source>
+        <translation>新しいバージョンがあります</translation>
+    </message>
+    <message>
+        <source>正在下载新版本</source>
+        <translation>新しいバージョンをダウンロード中</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>は最新です</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>再試行</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>今すぐ更新</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>更新を確認</translation>
+    </message>
+</context>
+<context>
     <name>AudioBoost</name>
     <message>
         <source>防爆音</source>
@@ -153,6 +208,17 @@
     </message>
 </context>
 <context>
+    <name>CustomComAppBox</name>
+    <message>
+        <source>系统浏览器</source>
+        <translation>ブラウザーを開く</translation>
+    </message>
+    <message>
+        <source>请选择应用</source>
+        <translation>アプリを選択してください</translation>
+    </message>
+</context>
+<context>
     <name>CustomComAppPlus</name>
     <message>
         <source>没有正在播放声音的应用</source>
@@ -195,6 +261,53 @@
     <message>
         <source>选择颜色</source>
         <translation>カラーを選択</translation>
+    </message>
+</context>
+<context>
+    <name>CustomerWindow</name>
+    <message>
+        <source>客服</source>
+        <translation>お問い合わせ</translation>
+    </message>
+    <message>
+        <source>联系我们</source>
+        <translation>お問い合わせ</translation>
+    </message>
+    <message>
+        <source>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</source>
+        <translation>月曜～日曜：9:00-12:00、13:00-18:00 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>电话</source>
+        <translation>電話</translation>
+    </message>
+    <message>
+        <source>企业微信（请扫码添加客服）</source>
+        <translation>WeCom（QRコードを読み取ってサポートを追加）</translation>
+    </message>
+    <message>
+        <source>邮箱</source>
+        <translation>メール</translation>
+    </message>
+    <message>
+        <source>Support</source>
+        <translation>サポート</translation>
+    </message>
+    <message>
+        <source>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</source>
+        <translation>月曜～日曜：9:00-12:00、13:00-18:30 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>Online Support</source>
+        <translation>オンラインサポート</translation>
+    </message>
+    <message>
+        <source>WhatsApp</source>
+        <translation>WhatsApp</translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation>メール</translation>
     </message>
 </context>
 <context>
@@ -309,6 +422,78 @@
     <message>
         <source>删除</source>
         <translation>削除</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareRow</name>
+    <message>
+        <source>正在检测更新</source>
+        <translation>更新を確認中</translation>
+    </message>
+    <message>
+        <source>有固件可升级</source>
+        <translation>のファームウェア更新があります</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>は最新です</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>今すぐ更新</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>更新を確認</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralTab</name>
+    <message>
+        <source>通用</source>
+        <translation>一般</translation>
+    </message>
+    <message>
+        <source>采样率</source>
+        <translation>サンプルレート</translation>
+    </message>
+    <message>
+        <source>指示灯</source>
+        <translation>インジケーター</translation>
+    </message>
+</context>
+<context>
+    <name>HotkeyCard</name>
+    <message>
+        <source>热键</source>
+        <translation>ホットキー</translation>
+    </message>
+    <message>
+        <source>旋钮按键</source>
+        <translation>ダイヤルのダブルタップ</translation>
+    </message>
+    <message>
+        <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
+        <translation>Vexo Deck がバックグラウンドで動作中に、ダイヤルをダブルタップすると設定した機能を実行します。</translation>
+    </message>
+    <message>
+        <source>系统截图</source>
+        <translation>スクリーンショット</translation>
+    </message>
+    <message>
+        <source>系统录屏</source>
+        <translation>画面録画</translation>
+    </message>
+</context>
+<context>
+    <name>KeyField</name>
+    <message>
+        <source>请输入键位</source>
+        <translation>キーを入力</translation>
+    </message>
+    <message>
+        <source>正在录制按键</source>
+        <translation>キーを記録中</translation>
     </message>
 </context>
 <context>
@@ -572,6 +757,75 @@
     </message>
 </context>
 <context>
+    <name>ResetRow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>初期化</translation>
+    </message>
+</context>
+<context>
+    <name>ResetWindow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>初期化</translation>
+    </message>
+    <message>
+        <source>恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？</source>
+        <translation>初期化すると、すべての設定が初期状態に戻ります。実行しますか？</translation>
+    </message>
+    <message>
+        <source>设置中</source>
+        <translation>実行中</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>完了</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>キャンセル</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message>
+        <source>设置</source>
+        <translation>設定</translation>
+    </message>
+    <message>
+        <source>关于 Vexo Deck</source>
+        <translation>Vexo Deck について</translation>
+    </message>
+    <message>
+        <source>自动安装最新版本</source>
+        <translation>更新を自動でインストール</translation>
+    </message>
+    <message>
+        <source>如关闭自动安装，你仍会收到新版本提示，但需手动点击“立即升级”后才可升级</source>
+        <translation>自動インストールをオフにしても新しいバージョンは通知されますが、更新するには「今すぐ更新」をクリックする必要があります</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>言語</translation>
+    </message>
+    <message>
+        <source>分析</source>
+        <translation>分析</translation>
+    </message>
+    <message>
+        <source>与VEXO分享使用数据</source>
+        <translation>使用状況データをVEXOと共有</translation>
+    </message>
+    <message>
+        <source>隐私政策</source>
+        <translation>プライバシーポリシー</translation>
+    </message>
+</context>
+<context>
     <name>StripHead</name>
     <message>
         <source>删除</source>
@@ -646,6 +900,32 @@
     <message>
         <source>重试</source>
         <translation>再試行</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeWindow</name>
+    <message>
+        <source>软件升级</source>
+        <translation>ソフトウェアの更新</translation>
+    </message>
+    <message>
+        <source>安装程序无法启动，请从下载页面获取最新版本</source>
+        <translation>インストーラーを起動できません。ダウンロードページから最新版を入手してください</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>キャンセル</translation>
+    </message>
+    <message>
+        <source>打开下载页面</source>
+        <translation>ダウンロードページを開く</translation>
+    </message>
+</context>
+<context>
+    <name>UrlField</name>
+    <message>
+        <source>请输入URL</source>
+        <translation>URLを入力</translation>
     </message>
 </context>
 <context>

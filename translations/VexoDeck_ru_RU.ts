@@ -13,6 +13,61 @@
     </message>
 </context>
 <context>
+    <name>ApplicationUpdate</name>
+    <message>
+        <source>有新版本可升级，是否重启并升级软件？</source>
+        <translation>Доступна новая версия. Перезапустить и обновить?</translation>
+    </message>
+    <message>
+        <source>有新版本可升级，是否打开下载页面？</source>
+        <translation>Доступна новая версия. Открыть страницу загрузки?</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 有新固件可升级，是否升级设备？</source>
+        <translation>Для VEXO Mixdesk R2 доступна новая прошивка. Обновить устройство?</translation>
+    </message>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Проверка обновлений</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Не удалось загрузить новую версию. Проверьте подключение к сети или повторите попытку позже</translation>
+    </message>
+    <message>
+        <source>新版本</source>
+        <translation>Новая версия</translation>
+    </message>
+    <message>
+        <source>下载完成，重新启动以进行升级</source>
+        <translation>загружена, перезапустите программу для обновления</translation>
+    </message>
+    <message>
+        <source>有新版本可升级</source>
+        <translation>Доступна новая версия</translation>
+    </message>
+    <message>
+        <source>正在下载新版本</source>
+        <translation>Загрузка новой версии</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>не требует обновления</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Повторить</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Обновить</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Проверить обновления</translation>
+    </message>
+</context>
+<context>
     <name>AudioBoost</name>
     <message>
         <source>防爆音</source>
@@ -153,6 +208,17 @@
     </message>
 </context>
 <context>
+    <name>CustomComAppBox</name>
+    <message>
+        <source>系统浏览器</source>
+        <translation>Открыть браузер</translation>
+    </message>
+    <message>
+        <source>请选择应用</source>
+        <translation>Выберите приложение</translation>
+    </message>
+</context>
+<context>
     <name>CustomComAppPlus</name>
     <message>
         <source>没有正在播放声音的应用</source>
@@ -195,6 +261,53 @@
     <message>
         <source>选择颜色</source>
         <translation>Выбрать цвет</translation>
+    </message>
+</context>
+<context>
+    <name>CustomerWindow</name>
+    <message>
+        <source>客服</source>
+        <translation>Служба поддержки</translation>
+    </message>
+    <message>
+        <source>联系我们</source>
+        <translation>Связаться с нами</translation>
+    </message>
+    <message>
+        <source>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</source>
+        <translation>Пн–Вс: 9:00-12:00, 13:00-18:00 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>电话</source>
+        <translation>Телефон</translation>
+    </message>
+    <message>
+        <source>企业微信（请扫码添加客服）</source>
+        <translation>WeChat для бизнеса (отсканируйте QR-код, чтобы добавить поддержку)</translation>
+    </message>
+    <message>
+        <source>邮箱</source>
+        <translation>Эл. почта</translation>
+    </message>
+    <message>
+        <source>Support</source>
+        <translation>Поддержка</translation>
+    </message>
+    <message>
+        <source>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</source>
+        <translation>Пн–Вс: 9:00-12:00, 13:00-18:30 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>Online Support</source>
+        <translation>Онлайн-поддержка</translation>
+    </message>
+    <message>
+        <source>WhatsApp</source>
+        <translation>WhatsApp</translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation>Эл. почта</translation>
     </message>
 </context>
 <context>
@@ -309,6 +422,78 @@
     <message>
         <source>删除</source>
         <translation>Удалить</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareRow</name>
+    <message>
+        <source>正在检测更新</source>
+        <translation>Проверка обновлений</translation>
+    </message>
+    <message>
+        <source>有固件可升级</source>
+        <translation>— доступна новая прошивка</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>не требует обновления</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>Обновить</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>Проверить обновления</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralTab</name>
+    <message>
+        <source>通用</source>
+        <translation>Общие</translation>
+    </message>
+    <message>
+        <source>采样率</source>
+        <translation>Частота дискретизации</translation>
+    </message>
+    <message>
+        <source>指示灯</source>
+        <translation>Индикатор</translation>
+    </message>
+</context>
+<context>
+    <name>HotkeyCard</name>
+    <message>
+        <source>热键</source>
+        <translation>Горячая клавиша</translation>
+    </message>
+    <message>
+        <source>旋钮按键</source>
+        <translation>Двойное нажатие ручки</translation>
+    </message>
+    <message>
+        <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
+        <translation>Когда Vexo Deck работает в фоне, двойное нажатие ручки выполняет выбранное действие.</translation>
+    </message>
+    <message>
+        <source>系统截图</source>
+        <translation>Снимок экрана</translation>
+    </message>
+    <message>
+        <source>系统录屏</source>
+        <translation>Запись экрана</translation>
+    </message>
+</context>
+<context>
+    <name>KeyField</name>
+    <message>
+        <source>请输入键位</source>
+        <translation>Введите сочетание клавиш</translation>
+    </message>
+    <message>
+        <source>正在录制按键</source>
+        <translation>Запись клавиш</translation>
     </message>
 </context>
 <context>
@@ -572,6 +757,75 @@
     </message>
 </context>
 <context>
+    <name>ResetRow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Сброс настроек</translation>
+    </message>
+</context>
+<context>
+    <name>ResetWindow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>Сброс настроек</translation>
+    </message>
+    <message>
+        <source>恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？</source>
+        <translation>Все настройки вернутся к исходным. Выполнить сброс?</translation>
+    </message>
+    <message>
+        <source>设置中</source>
+        <translation>Выполняется</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>Готово</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Отмена</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>ОК</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message>
+        <source>设置</source>
+        <translation>Настройки</translation>
+    </message>
+    <message>
+        <source>关于 Vexo Deck</source>
+        <translation>О программе Vexo Deck</translation>
+    </message>
+    <message>
+        <source>自动安装最新版本</source>
+        <translation>Устанавливать обновления автоматически</translation>
+    </message>
+    <message>
+        <source>如关闭自动安装，你仍会收到新版本提示，但需手动点击“立即升级”后才可升级</source>
+        <translation>Если автоустановка выключена, вы всё равно узнаете о новых версиях, но для обновления нужно будет нажать «Обновить»</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>Язык</translation>
+    </message>
+    <message>
+        <source>分析</source>
+        <translation>Аналитика</translation>
+    </message>
+    <message>
+        <source>与VEXO分享使用数据</source>
+        <translation>Делиться с VEXO данными об использовании</translation>
+    </message>
+    <message>
+        <source>隐私政策</source>
+        <translation>Политика конфиденциальности</translation>
+    </message>
+</context>
+<context>
     <name>StripHead</name>
     <message>
         <source>删除</source>
@@ -646,6 +900,32 @@
     <message>
         <source>重试</source>
         <translation>Повторить</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeWindow</name>
+    <message>
+        <source>软件升级</source>
+        <translation>Обновление программы</translation>
+    </message>
+    <message>
+        <source>安装程序无法启动，请从下载页面获取最新版本</source>
+        <translation>Не удалось запустить установщик. Скачайте последнюю версию со страницы загрузки</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Отмена</translation>
+    </message>
+    <message>
+        <source>打开下载页面</source>
+        <translation>Открыть страницу загрузки</translation>
+    </message>
+</context>
+<context>
+    <name>UrlField</name>
+    <message>
+        <source>请输入URL</source>
+        <translation>Введите URL</translation>
     </message>
 </context>
 <context>

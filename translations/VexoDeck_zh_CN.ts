@@ -13,6 +13,61 @@
     </message>
 </context>
 <context>
+    <name>ApplicationUpdate</name>
+    <message>
+        <source>有新版本可升级，是否重启并升级软件？</source>
+        <translation>有新版本可升级，是否重启并升级软件？</translation>
+    </message>
+    <message>
+        <source>有新版本可升级，是否打开下载页面？</source>
+        <translation>有新版本可升级，是否打开下载页面？</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 有新固件可升级，是否升级设备？</source>
+        <translation>VEXO Mixdesk R2 有新固件可升级，是否升级设备？</translation>
+    </message>
+    <message>
+        <source>正在检测更新</source>
+        <translation>正在检测更新</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>新版本下载失败，请检查网络环境或稍后重试</translation>
+    </message>
+    <message>
+        <source>新版本</source>
+        <translation>新版本</translation>
+    </message>
+    <message>
+        <source>下载完成，重新启动以进行升级</source>
+        <translation>下载完成，重新启动以进行升级</translation>
+    </message>
+    <message>
+        <source>有新版本可升级</source>
+        <translation>有新版本可升级</translation>
+    </message>
+    <message>
+        <source>正在下载新版本</source>
+        <translation>正在下载新版本</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>当前已是最新版本</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>重试</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>立即更新</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>检查更新</translation>
+    </message>
+</context>
+<context>
     <name>AudioBoost</name>
     <message>
         <source>防爆音</source>
@@ -153,6 +208,17 @@
     </message>
 </context>
 <context>
+    <name>CustomComAppBox</name>
+    <message>
+        <source>系统浏览器</source>
+        <translation>系统浏览器</translation>
+    </message>
+    <message>
+        <source>请选择应用</source>
+        <translation>请选择应用</translation>
+    </message>
+</context>
+<context>
     <name>CustomComAppPlus</name>
     <message>
         <source>没有正在播放声音的应用</source>
@@ -195,6 +261,53 @@
     <message>
         <source>选择颜色</source>
         <translation>选择颜色</translation>
+    </message>
+</context>
+<context>
+    <name>CustomerWindow</name>
+    <message>
+        <source>客服</source>
+        <translation>客服</translation>
+    </message>
+    <message>
+        <source>联系我们</source>
+        <translation>联系我们</translation>
+    </message>
+    <message>
+        <source>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</source>
+        <translation>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>电话</source>
+        <translation>电话</translation>
+    </message>
+    <message>
+        <source>企业微信（请扫码添加客服）</source>
+        <translation>企业微信（请扫码添加客服）</translation>
+    </message>
+    <message>
+        <source>邮箱</source>
+        <translation>邮箱</translation>
+    </message>
+    <message>
+        <source>Support</source>
+        <translation>Support</translation>
+    </message>
+    <message>
+        <source>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</source>
+        <translation>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>Online Support</source>
+        <translation>Online Support</translation>
+    </message>
+    <message>
+        <source>WhatsApp</source>
+        <translation>WhatsApp</translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation>Email</translation>
     </message>
 </context>
 <context>
@@ -309,6 +422,78 @@
     <message>
         <source>删除</source>
         <translation>删除</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareRow</name>
+    <message>
+        <source>正在检测更新</source>
+        <translation>正在检测更新</translation>
+    </message>
+    <message>
+        <source>有固件可升级</source>
+        <translation>有固件可升级</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>当前已是最新版本</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>立即更新</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>检查更新</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralTab</name>
+    <message>
+        <source>通用</source>
+        <translation>通用</translation>
+    </message>
+    <message>
+        <source>采样率</source>
+        <translation>采样率</translation>
+    </message>
+    <message>
+        <source>指示灯</source>
+        <translation>指示灯</translation>
+    </message>
+</context>
+<context>
+    <name>HotkeyCard</name>
+    <message>
+        <source>热键</source>
+        <translation>热键</translation>
+    </message>
+    <message>
+        <source>旋钮按键</source>
+        <translation>旋钮按键</translation>
+    </message>
+    <message>
+        <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
+        <translation>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</translation>
+    </message>
+    <message>
+        <source>系统截图</source>
+        <translation>系统截图</translation>
+    </message>
+    <message>
+        <source>系统录屏</source>
+        <translation>系统录屏</translation>
+    </message>
+</context>
+<context>
+    <name>KeyField</name>
+    <message>
+        <source>请输入键位</source>
+        <translation>请输入键位</translation>
+    </message>
+    <message>
+        <source>正在录制按键</source>
+        <translation>正在录制按键</translation>
     </message>
 </context>
 <context>
@@ -572,6 +757,75 @@
     </message>
 </context>
 <context>
+    <name>ResetRow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>恢复出厂</translation>
+    </message>
+</context>
+<context>
+    <name>ResetWindow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>恢复出厂</translation>
+    </message>
+    <message>
+        <source>恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？</source>
+        <translation>恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？</translation>
+    </message>
+    <message>
+        <source>设置中</source>
+        <translation>设置中</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>成功</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>确定</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message>
+        <source>设置</source>
+        <translation>设置</translation>
+    </message>
+    <message>
+        <source>关于 Vexo Deck</source>
+        <translation>关于 Vexo Deck</translation>
+    </message>
+    <message>
+        <source>自动安装最新版本</source>
+        <translation>自动安装最新版本</translation>
+    </message>
+    <message>
+        <source>如关闭自动安装，你仍会收到新版本提示，但需手动点击“立即升级”后才可升级</source>
+        <translation>如关闭自动安装，你仍会收到新版本提示，但需手动点击“立即升级”后才可升级</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>语言</translation>
+    </message>
+    <message>
+        <source>分析</source>
+        <translation>分析</translation>
+    </message>
+    <message>
+        <source>与VEXO分享使用数据</source>
+        <translation>与VEXO分享使用数据</translation>
+    </message>
+    <message>
+        <source>隐私政策</source>
+        <translation>隐私政策</translation>
+    </message>
+</context>
+<context>
     <name>StripHead</name>
     <message>
         <source>删除</source>
@@ -646,6 +900,32 @@
     <message>
         <source>重试</source>
         <translation>重试</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeWindow</name>
+    <message>
+        <source>软件升级</source>
+        <translation>软件升级</translation>
+    </message>
+    <message>
+        <source>安装程序无法启动，请从下载页面获取最新版本</source>
+        <translation>安装程序无法启动，请从下载页面获取最新版本</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>打开下载页面</source>
+        <translation>打开下载页面</translation>
+    </message>
+</context>
+<context>
+    <name>UrlField</name>
+    <message>
+        <source>请输入URL</source>
+        <translation>请输入URL</translation>
     </message>
 </context>
 <context>

@@ -13,6 +13,61 @@
     </message>
 </context>
 <context>
+    <name>ApplicationUpdate</name>
+    <message>
+        <source>有新版本可升级，是否重启并升级软件？</source>
+        <translation>有新版本可升級，是否重新啟動並升級軟體？</translation>
+    </message>
+    <message>
+        <source>有新版本可升级，是否打开下载页面？</source>
+        <translation>有新版本可升級，是否開啟下載頁面？</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 有新固件可升级，是否升级设备？</source>
+        <translation>VEXO Mixdesk R2 有新韌體可升級，是否升級裝置？</translation>
+    </message>
+    <message>
+        <source>正在检测更新</source>
+        <translation>正在檢查更新</translation>
+    </message>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>新版本下載失敗，請檢查網路環境或稍後重試</translation>
+    </message>
+    <message>
+        <source>新版本</source>
+        <translation>新版本</translation>
+    </message>
+    <message>
+        <source>下载完成，重新启动以进行升级</source>
+        <translation>下載完成，重新啟動以進行升級</translation>
+    </message>
+    <message>
+        <source>有新版本可升级</source>
+        <translation>有新版本可升級</translation>
+    </message>
+    <message>
+        <source>正在下载新版本</source>
+        <translation>正在下載新版本</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>目前已是最新版本</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>重試</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>立即更新</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>檢查更新</translation>
+    </message>
+</context>
+<context>
     <name>AudioBoost</name>
     <message>
         <source>防爆音</source>
@@ -153,6 +208,17 @@
     </message>
 </context>
 <context>
+    <name>CustomComAppBox</name>
+    <message>
+        <source>系统浏览器</source>
+        <translation>系統瀏覽器</translation>
+    </message>
+    <message>
+        <source>请选择应用</source>
+        <translation>請選擇應用程式</translation>
+    </message>
+</context>
+<context>
     <name>CustomComAppPlus</name>
     <message>
         <source>没有正在播放声音的应用</source>
@@ -195,6 +261,53 @@
     <message>
         <source>选择颜色</source>
         <translation>選擇顏色</translation>
+    </message>
+</context>
+<context>
+    <name>CustomerWindow</name>
+    <message>
+        <source>客服</source>
+        <translation>聯絡客服</translation>
+    </message>
+    <message>
+        <source>联系我们</source>
+        <translation>聯絡我們</translation>
+    </message>
+    <message>
+        <source>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</source>
+        <translation>週一到週日：9:00-12:00，13:00-18:00 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>电话</source>
+        <translation>電話</translation>
+    </message>
+    <message>
+        <source>企业微信（请扫码添加客服）</source>
+        <translation>企業微信（請掃碼新增客服）</translation>
+    </message>
+    <message>
+        <source>邮箱</source>
+        <translation>電子郵件</translation>
+    </message>
+    <message>
+        <source>Support</source>
+        <translation>技術支援</translation>
+    </message>
+    <message>
+        <source>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</source>
+        <translation>週一到週日：9:00-12:00，13:00-18:30 (GMT+8)</translation>
+    </message>
+    <message>
+        <source>Online Support</source>
+        <translation>線上客服</translation>
+    </message>
+    <message>
+        <source>WhatsApp</source>
+        <translation>WhatsApp</translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation>電子郵件</translation>
     </message>
 </context>
 <context>
@@ -309,6 +422,78 @@
     <message>
         <source>删除</source>
         <translation>刪除</translation>
+    </message>
+</context>
+<context>
+    <name>FirmwareRow</name>
+    <message>
+        <source>正在检测更新</source>
+        <translation>正在檢查更新</translation>
+    </message>
+    <message>
+        <source>有固件可升级</source>
+        <translation>有韌體可升級</translation>
+    </message>
+    <message>
+        <source>当前已是最新版本</source>
+        <translation>目前已是最新版本</translation>
+    </message>
+    <message>
+        <source>立即更新</source>
+        <translation>立即更新</translation>
+    </message>
+    <message>
+        <source>检查更新</source>
+        <translation>檢查更新</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralTab</name>
+    <message>
+        <source>通用</source>
+        <translation>一般</translation>
+    </message>
+    <message>
+        <source>采样率</source>
+        <translation>取樣率</translation>
+    </message>
+    <message>
+        <source>指示灯</source>
+        <translation>指示燈</translation>
+    </message>
+</context>
+<context>
+    <name>HotkeyCard</name>
+    <message>
+        <source>热键</source>
+        <translation>快速鍵</translation>
+    </message>
+    <message>
+        <source>旋钮按键</source>
+        <translation>旋鈕按鍵</translation>
+    </message>
+    <message>
+        <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
+        <translation>當 Vexo Deck 在背景執行時，按兩下旋鈕可執行自訂功能。</translation>
+    </message>
+    <message>
+        <source>系统截图</source>
+        <translation>螢幕截圖</translation>
+    </message>
+    <message>
+        <source>系统录屏</source>
+        <translation>螢幕錄影</translation>
+    </message>
+</context>
+<context>
+    <name>KeyField</name>
+    <message>
+        <source>请输入键位</source>
+        <translation>請輸入按鍵</translation>
+    </message>
+    <message>
+        <source>正在录制按键</source>
+        <translation>正在錄製按鍵</translation>
     </message>
 </context>
 <context>
@@ -572,6 +757,75 @@
     </message>
 </context>
 <context>
+    <name>ResetRow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>恢復原廠設定</translation>
+    </message>
+</context>
+<context>
+    <name>ResetWindow</name>
+    <message>
+        <source>恢复出厂</source>
+        <translation>恢復原廠設定</translation>
+    </message>
+    <message>
+        <source>恢复出厂设置后，所有设置将恢复至默认状态，确定要恢复出厂设置吗？</source>
+        <translation>恢復原廠設定後，所有設定將恢復為預設狀態，確定要恢復原廠設定嗎？</translation>
+    </message>
+    <message>
+        <source>设置中</source>
+        <translation>設定中</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation>成功</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>確定</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message>
+        <source>设置</source>
+        <translation>設定</translation>
+    </message>
+    <message>
+        <source>关于 Vexo Deck</source>
+        <translation>關於 Vexo Deck</translation>
+    </message>
+    <message>
+        <source>自动安装最新版本</source>
+        <translation>自動安裝最新版本</translation>
+    </message>
+    <message>
+        <source>如关闭自动安装，你仍会收到新版本提示，但需手动点击“立即升级”后才可升级</source>
+        <translation>如關閉自動安裝，你仍會收到新版本提示，但需手動點擊「立即升級」後才可升級</translation>
+    </message>
+    <message>
+        <source>语言</source>
+        <translation>語言</translation>
+    </message>
+    <message>
+        <source>分析</source>
+        <translation>分析</translation>
+    </message>
+    <message>
+        <source>与VEXO分享使用数据</source>
+        <translation>與 VEXO 分享使用資料</translation>
+    </message>
+    <message>
+        <source>隐私政策</source>
+        <translation>隱私權政策</translation>
+    </message>
+</context>
+<context>
     <name>StripHead</name>
     <message>
         <source>删除</source>
@@ -646,6 +900,32 @@
     <message>
         <source>重试</source>
         <translation>重試</translation>
+    </message>
+</context>
+<context>
+    <name>UpgradeWindow</name>
+    <message>
+        <source>软件升级</source>
+        <translation>軟體升級</translation>
+    </message>
+    <message>
+        <source>安装程序无法启动，请从下载页面获取最新版本</source>
+        <translation>安裝程式無法啟動，請從下載頁面取得最新版本</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>打开下载页面</source>
+        <translation>開啟下載頁面</translation>
+    </message>
+</context>
+<context>
+    <name>UrlField</name>
+    <message>
+        <source>请输入URL</source>
+        <translation>請輸入 URL</translation>
     </message>
 </context>
 <context>

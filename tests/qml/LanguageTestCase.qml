@@ -19,6 +19,22 @@ MainWindowTestCase {
     }
 
     Component {
+        id: settingsComponent
+
+        SettingsWindow {}
+    }
+    Component {
+        id: customerComponent
+
+        CustomerWindow {}
+    }
+    Component {
+        id: upgradeComponent
+
+        UpgradeWindow {}
+    }
+
+    Component {
         id: selectorsComponent
 
         Column {
@@ -123,7 +139,69 @@ MainWindowTestCase {
         // The two microphones differ in their drawer only.
         const pages = [].concat(...models.map(([model, info]) => drawerRows(model, info)));
         const others = [].concat(...models.slice(0, 2).map(([model, info]) => [mixerRow(model, info), ...upgradeRows(model, info)]));
-        return rows.concat(pages, others);
+        return rows.concat(pages, others, windowRows());
+    }
+
+    // The windows of the menu and of the reset.
+    function windowRows() {
+        const stats = ["up to date", "checking", "failed", "found", "downloading"];
+        const settings = [].concat(...["windows", "linux"].map(platform => stats.map((name, stat) => ({
+                        tag: `settings, ${name} on ${platform}`,
+                        open: () => {
+                            // Its answers never come.
+                            NetworkMgr.service = {
+                                checkUpdateApp: () => {},
+                                checkUpdateFirmware: () => {}
+                            };
+                            VxConfig.platformName = platform;
+                            const roots = openWindowOf(settingsComponent);
+                            findChild(roots[0], "statBox").stat = stat;
+                            return roots;
+                        },
+                        close: () => {
+                            NetworkMgr.service = null;
+                            VxConfig.platformName = Qt.platform.os;
+                        }
+                    }))));
+        return settings.concat([
+            {
+                tag: "support",
+                open: () => {
+                    const roots = openWindowOf(customerComponent);
+                    // It shows no page in most languages until the language changes.
+                    const code = TranslationManager.getCurrentLanguage();
+                    TranslationManager.setLanguage(code === "it_IT" ? "fr_FR" : "it_IT");
+                    TranslationManager.setLanguage(code);
+                    return roots;
+                }
+            },
+            {
+                tag: "failed installer",
+                open: () => openWindowOf(upgradeComponent)
+            },
+            resetRow("reset", reset => {}), resetRow("running reset", reset => mouseClick(findChild(reset, "okButton"))), resetRow("finished reset", reset => {
+                mouseClick(findChild(reset, "okButton"));
+                tryCompare(findChild(reset, "successView"), "visible", true);
+            })]);
+    }
+
+    function openWindowOf(component) {
+        const opened = createTemporaryObject(component, testCase);
+        opened.show();
+        tryCompare(opened, "opacity", 1);
+        return [opened.contentItem];
+    }
+
+    function resetRow(tag, step) {
+        return {
+            tag: tag,
+            open: () => {
+                const reset = VxConfig.createWindow("ResetWindow.qml", window.contentItem);
+                tryCompare(reset, "opacity", 1);
+                step(reset.contentItem);
+                return [reset.contentItem];
+            }
+        };
     }
 
     function openMeasurement() {
