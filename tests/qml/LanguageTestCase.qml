@@ -80,6 +80,8 @@ MainWindowTestCase {
                 open: () => {
                     connectDevice(mixdeskR2);
                     tryCompare(child("startButton"), "visible", true);
+                    // It fades.
+                    tryCompare(child("description"), "visible", false);
                     return [stackView];
                 }
             },
