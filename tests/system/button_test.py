@@ -1,7 +1,6 @@
 """The button of the device, from the choice of its action on the general page to what then happens on the desktop: a program
 starts, the user's opener gets an address, another window gets keys."""
 
-import os
 import pathlib
 import re
 import subprocess
@@ -11,6 +10,7 @@ import unittest
 from log_check import TYPED_LOG, warnings_of
 from panel import Panel
 from screens import GENERAL_PAGE
+from scripted_tools import ScriptedTools
 from stage import Stage, wait_until
 from system_case import BUILD, SystemCase
 
@@ -51,30 +51,10 @@ class ButtonCase(SystemCase):
     def setUp(self):
         super().setUp()
         self.panel = Panel(self.stage)
-        self.tools = self.stage.folder / "bin"
-        self.tools.mkdir()
-        self.happened = self.stage.folder / "happened"
-        self.happened.mkdir()
-        self.write_tool("xdg-open")
-
-    def write_tool(self, name):
-        """A program of the desktop that tells with which words it was called, and where."""
-        tool = self.tools / name
-        tool.write_text(f'#!/bin/sh\nprintf "%s\\n%s" "$*" "$PWD" > "{self.happened}/{name}.part"\n'
-                        f'mv "{self.happened}/{name}.part" "{self.happened}/{name}"\n')
-        tool.chmod(0o755)
-        return tool
-
-    def wait_call(self, name):
-        """The words with which a tool was called, and its folder."""
-        called = self.happened / name
-        wait_until(called.exists, f"a call of {name}")
-        words, folder = called.read_text(encoding="utf-8").split("\n")
-        called.unlink()
-        return words, folder
+        self.tools = ScriptedTools(self.stage, "xdg-open")
 
     def begin(self):
-        self.program = self.start(environment=TYPED_LOG | {"PATH": f"{self.tools}:{os.environ['PATH']}"})
+        self.program = self.start(environment=TYPED_LOG | self.tools.environment)
         self.panel.fill_screen()
         self.panel.open()
         self.panel.open_page(GENERAL_PAGE)
@@ -113,14 +93,14 @@ class Mixdesk(ButtonCase):
         # The first character leaves the scheme alone.
         self.stage.xdotool("type", "vvexo.example/a b?c=d")
         self.press()
-        self.assertEqual(self.wait_call("xdg-open")[0], "http://vexo.example/ab?c=d")
+        self.assertEqual(self.tools.wait_call("xdg-open")[0], "http://vexo.example/ab?c=d")
         self.end()
 
     def test_a_program_starts_in_its_folder(self):
-        probe = self.write_tool("button-probe")
+        probe = self.tools.write("button-probe")
         entry = self.stage.folder / "data" / "applications" / "button-probe.desktop"
         entry.parent.mkdir(parents=True, exist_ok=True)
-        entry.write_text(desktop_entry(PROGRAM, f"Exec={probe} one", f"Path={self.happened}"), encoding="utf-8")
+        entry.write_text(desktop_entry(PROGRAM, f"Exec={probe} one", f"Path={self.tools.happened}"), encoding="utf-8")
         self.begin()
         self.choose("App")
         self.panel.click("combo box", "App")
@@ -128,24 +108,24 @@ class Mixdesk(ButtonCase):
         self.panel.click("list item", PROGRAM)
         wait_until(lambda: self.panel.wait("combo box", "App")["description"] == PROGRAM, "the chosen program")
         self.press()
-        self.assertEqual(self.wait_call("button-probe"), ("one", str(self.happened)))
+        self.assertEqual(self.tools.wait_call("button-probe"), ("one", str(self.tools.happened)))
         self.end()
 
     def test_without_a_choice_the_home_page_opens(self):
         self.begin()
         self.press()
-        self.assertEqual(self.wait_call("xdg-open")[0], HOME_PAGE)
+        self.assertEqual(self.tools.wait_call("xdg-open")[0], HOME_PAGE)
         self.end()
 
     def test_screenshot_and_recording_are_the_desktops_own(self):
-        self.write_tool("spectacle")
+        self.tools.write("spectacle")
         self.begin()
         self.choose("系统截图")
         self.press()
-        self.assertEqual(self.wait_call("spectacle")[0], "--region")
+        self.assertEqual(self.tools.wait_call("spectacle")[0], "--region")
         self.choose("系统录屏")
         self.press()
-        self.assertEqual(self.wait_call("spectacle")[0], "--record region")
+        self.assertEqual(self.tools.wait_call("spectacle")[0], "--record region")
         self.end()
 
     def test_a_choice_outlives_the_program(self):
@@ -157,7 +137,7 @@ class Mixdesk(ButtonCase):
         self.begin()
         self.panel.wait_shown({("radio button", "URL"): True})
         self.press()
-        self.assertEqual(self.wait_call("xdg-open")[0], "http://vexo.example")
+        self.assertEqual(self.tools.wait_call("xdg-open")[0], "http://vexo.example")
         self.end()
 
 
@@ -167,7 +147,7 @@ class Microphone:
     def test_the_message_of_a_button_acts(self):
         self.begin()
         self.assertEqual(self.stage.emulator(PRESS)["notified"], 1)
-        self.assertEqual(self.wait_call("xdg-open")[0], HOME_PAGE)
+        self.assertEqual(self.tools.wait_call("xdg-open")[0], HOME_PAGE)
         self.end()
 
 

@@ -8,6 +8,7 @@ import panel_table as table
 from log_check import TYPED_LOG, warnings_of
 from panel import Panel
 from screens import CONNECTED, WAITING_TITLE
+from scripted_tools import ScriptedTools
 from stage import wait_until
 from system_case import SystemCase
 
@@ -25,7 +26,9 @@ class Disturbed(SystemCase):
     def setUp(self):
         super().setUp()
         self.panel = Panel(self.stage)
-        self.program = self.start(environment=TYPED_LOG)
+        # The button opens a page.
+        tools = ScriptedTools(self.stage, "xdg-open")
+        self.program = self.start(environment=TYPED_LOG | tools.environment)
 
     def tearDown(self):
         # A failed test may have left the mouse pressed. The program quits before the stage ends.
