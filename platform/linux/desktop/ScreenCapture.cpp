@@ -15,7 +15,8 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <set>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -28,6 +29,8 @@ constexpr const char* kRequest = "org.freedesktop.portal.Request";
 // A portal that runs answers at once, one that has to be started first within a few seconds. After that
 // nobody expects anything to happen any more.
 constexpr std::chrono::seconds kPortalLimit{5};
+// A portal may lose a request: after this time the next call counts again.
+constexpr std::chrono::minutes kUserLimit{2};
 constexpr std::uint32_t kDone = 0;
 constexpr std::uint32_t kCancelled = 1;
 
@@ -105,20 +108,33 @@ public:
         return portal;
     }
 
-    // Has no effect while an earlier question is still to be answered.
+    // Has no effect while the user is still to answer an earlier request.
     void takeScreenshot() {
-        if (std::exchange(isAsking, true)) {
-            return;
+        {
+            const std::lock_guard lock(mutex);
+            if (isUnderWay()) {
+                return;
+            }
+            request = Request{.path = "", .owner = "", .end = Clock::now() + kUserLimit};
         }
         const auto onAnswer = [this](DBusMessage* answer) {
-            noteRequest(answer);
-            QMetaObject::invokeMethod(
-                this, [this, isTaken = answer != nullptr] { endQuestion(isTaken); }, Qt::QueuedConnection);
+            noteAnswer(answer);
+            if (answer == nullptr) {
+                QMetaObject::invokeMethod(
+                    this, [] { static_cast<void>(startScreenshotProgram()); }, Qt::QueuedConnection);
+            }
         };
         conversation->ask(screenshotRequest(), onAnswer, kPortalLimit);
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+    struct Request {
+        std::string path;  // empty until the portal has answered
+        std::string owner; // of the portal's name, when it has answered
+        Clock::time_point end;
+    };
+
     bool open() {
         conversation = BusConversation::open(
             sessionBusAddress(), "Screenshot", [this](DBusMessage& signal) { report(signal); }, [] {});
@@ -132,27 +148,41 @@ private:
         return conversation != nullptr;
     }
 
-    void endQuestion(bool isTaken) {
-        isAsking = false;
-        if (!isTaken) {
-            static_cast<void>(startScreenshotProgram());
+    // A portal that has gone takes its requests with it. With the lock.
+    [[nodiscard]] bool isUnderWay() const {
+        return request && Clock::now() < request->end &&
+               (request->path.empty() || request->owner == conversation->ownerOf(kPortal));
+    }
+
+    // The portal calls a request by its path.
+    void noteAnswer(DBusMessage* answer) {
+        const char* path = nullptr;
+        const bool isAccepted =
+            answer != nullptr &&
+            dbus_message_get_args(answer, nullptr, DBUS_TYPE_OBJECT_PATH, &path, DBUS_TYPE_INVALID) != 0;
+        const std::lock_guard lock(mutex);
+        if (isAccepted && request) {
+            request->path = path;
+            request->owner = conversation->ownerOf(kPortal);
+        } else {
+            request.reset();
         }
     }
 
-    // The portal calls a request by its path. On the conversation's thread.
-    void noteRequest(DBusMessage* answer) {
-        const char* path = nullptr;
-        if (answer != nullptr &&
-            dbus_message_get_args(answer, nullptr, DBUS_TYPE_OBJECT_PATH, &path, DBUS_TYPE_INVALID) != 0) {
-            requests.emplace(path);
+    // Whether the portal speaks of the request that is under way, which ends by that.
+    [[nodiscard]] bool endRequest(const char* path) {
+        const std::lock_guard lock(mutex);
+        if (path == nullptr || !request || request->path != path) {
+            return false;
         }
+        request.reset();
+        return true;
     }
 
     // On the conversation's thread.
     void report(DBusMessage& signal) {
         dbus_uint32_t response = kDone;
-        const char* const path = dbus_message_get_path(&signal);
-        if (path == nullptr || requests.erase(path) == 0 ||
+        if (!endRequest(dbus_message_get_path(&signal)) ||
             dbus_message_get_args(&signal, nullptr, DBUS_TYPE_UINT32, &response, DBUS_TYPE_INVALID) == 0) {
             return;
         }
@@ -165,8 +195,8 @@ private:
         }
     }
 
-    bool isAsking = false;
-    std::set<std::string> requests;                // that the user has not answered yet
+    std::mutex mutex;
+    std::optional<Request> request;                // that the user is to answer
     std::unique_ptr<BusConversation> conversation; // last: its thread uses what stands above
 };
 

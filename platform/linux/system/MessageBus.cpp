@@ -165,6 +165,12 @@ void BusConversation::watchOwner(const std::string& name) {
     }
 }
 
+std::string BusConversation::ownerOf(const std::string& sender) const {
+    const std::lock_guard lock(mutex);
+    const auto found = owners.find(sender);
+    return found != owners.end() ? found->second : std::string();
+}
+
 void BusConversation::ask(BusMessage question, AnswerHandler onAnswer, Clock::duration limit) {
     dbus_uint32_t serial = 0;
     // The answer may come before its question is noted.

@@ -73,6 +73,9 @@ public:
     /// thread where the bus is lost.
     void ask(BusMessage question, AnswerHandler onAnswer,
              std::chrono::steady_clock::duration limit = kAnswerLimit);
+    /// The connection that owns the name of a sender that is listened to; empty where there is none. Any
+    /// thread.
+    [[nodiscard]] std::string ownerOf(const std::string& sender) const;
     /// Whether `onLost` has not been called yet. Any thread.
     [[nodiscard]] bool isOpen() const { return !isOver; }
     /// Whether the bus has greeted back. Any thread.
