@@ -95,10 +95,11 @@ public:
     // The end of the program.
 
     /// Starts an installer, and 200 ms later closes the windows and ends the program with 0. False where it
-    /// is no file, or does not start; then the program goes on.
+    /// is no file, or does not start; then the program goes on. True without effect in these 200 ms.
     Q_INVOKABLE [[nodiscard]] bool installFile(const QString& filePath);
     /// Starts the program anew with the same arguments, closes the windows and ends this one with 0. Goes on
-    /// where it does not start. The new one is let in before it starts; see setInstanceHold().
+    /// where it does not start. The new one is let in before it starts; see setInstanceHold(). No effect once
+    /// a restart, an installer or quitApplication() has begun the end.
     Q_INVOKABLE void restartApplication();
     /// Hides every window, stops the device, the audio and the power monitor, closes the windows and ends the
     /// program with 0. Once: a later call has no effect.
@@ -189,5 +190,8 @@ private:
     QTimer soundDevicesTimer;
     std::shared_ptr<void> soundDevicesWatch;
     QVariantList lastConfigs; // of the last setAudioConfig()
+    // How the end of the program has begun.
+    bool handingOver = false; // to an installer
+    bool restarting = false;
     bool quitting = false;
 };

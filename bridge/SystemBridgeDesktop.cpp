@@ -75,6 +75,9 @@ bool SystemBridge::startScreenRecording() const {
 }
 
 bool SystemBridge::installFile(const QString& filePath) {
+    if (handingOver) {
+        return true;
+    }
     const QFileInfo file(filePath);
     if (!file.isFile()) {
         qWarning() << "SystemBridge::installFile 文件不存在:" << filePath;
@@ -85,6 +88,7 @@ bool SystemBridge::installFile(const QString& filePath) {
         qWarning() << "SystemBridge::installFile 打开安装文件失败:" << filePath;
         return false;
     }
+    handingOver = true;
     QTimer::singleShot(kInstallerHandOver, Qt::PreciseTimer, this, [] {
         qDebug() << "SystemBridge::installFile 安装程序已启动，正在退出当前程序";
         closeWindowsAndExit();
@@ -102,6 +106,10 @@ void SystemBridge::restartApplication() {
         qWarning() << "SystemBridge::restartApplication 无法获取应用路径";
         return;
     }
+    // Who has ended the program wants no new run.
+    if (quitting || handingOver || std::exchange(restarting, true)) {
+        return;
+    }
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     QProcess process;
     process.setProgram(path);
@@ -111,6 +119,7 @@ void SystemBridge::restartApplication() {
         instanceHold(false);
     }
     if (!process.startDetached()) {
+        restarting = false;
         if (instanceHold) {
             instanceHold(true);
         }

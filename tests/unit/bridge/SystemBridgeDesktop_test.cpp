@@ -252,6 +252,31 @@ TEST_F(BridgeDesktop, ProgramEndsAtLeast200MsAfterItsInstallerHasStarted) {
     EXPECT_EQ(log.count(QStringLiteral("SystemBridge::installFile 安装程序已启动，正在退出当前程序")), 1);
 }
 
+TEST_F(BridgeDesktop, SecondInstallationWhileTheProgramEndsStartsNothing) {
+    const QString path = newFile("setup");
+    std::vector<bool> results;
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(),
+        [&] {
+            for (int call = 0; call < 2; ++call) {
+                results.push_back(bridge->installFile(path));
+            }
+        },
+        Qt::QueuedConnection);
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+    EXPECT_EQ(results, (std::vector<bool>{true, true}));
+    EXPECT_EQ(desktop.asked.size(), 1);
+    EXPECT_EQ(log.count(QStringLiteral("SystemBridge::installFile 安装程序已启动，正在退出当前程序")), 1);
+}
+
+TEST_F(BridgeDesktop, InstallationMayBeTriedAgainAfterOneThatDidNotStart) {
+    const QString path = newFile("setup");
+    desktop.openResult = {5, 13};
+    EXPECT_FALSE(bridge->installFile(path));
+    EXPECT_FALSE(bridge->installFile(path));
+    EXPECT_EQ(desktop.asked.size(), 2);
+}
+
 TEST_F(BridgeDesktop, QuitStopsTheAudioThenThePowerMonitorAndEndsTheLoop) {
     bridge->startPowerEventMonitor();
     bringAudioUp();

@@ -1,10 +1,12 @@
 // A program that restarts itself once: each run writes its arguments into the file that VEXO_RESTART_PROBE
-// names, one line a run.
+// names, one line a run. The first run calls, in one turn, what VEXO_RESTART_CALLS says: "restart" and
+// "quit", with blanks between them.
 
 #include "bridge/SystemBridge.h"
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QStringList>
 #include <QTimer>
 
 int main(int argc, char* argv[]) {
@@ -20,6 +22,14 @@ int main(int argc, char* argv[]) {
         return 0;
     }
     SystemBridge bridge;
-    QTimer::singleShot(0, &bridge, &SystemBridge::restartApplication);
+    QTimer::singleShot(0, &bridge, [&bridge] {
+        for (const QString& call : qEnvironmentVariable("VEXO_RESTART_CALLS").split(QLatin1Char(' '))) {
+            if (call == QLatin1String("quit")) {
+                bridge.quitApplication();
+            } else {
+                bridge.restartApplication();
+            }
+        }
+    });
     return QCoreApplication::exec();
 }
