@@ -43,9 +43,10 @@ using ScreenStateCallback = std::function<void(bool screenOn)>;
 /// Calls `callback` at each such event, on the calling thread's event loop, until stopPowerMonitor(). One
 /// monitor at a time: a former one is stopped first. False, and nothing is left behind, where the system
 /// gives no events. Linux: logind on the system bus (sleep of the machine, lock of the session) and the
-/// screen saver on the session bus, each only from whom its name belongs to. It is true where one of the two
-/// buses is there; a line of the log names one that is missing, is lost or does not answer, and it is looked
-/// for again, after 1 s at first and after a minute at most. Nothing waits for a bus. Windows: a hidden
+/// screen saver on the session bus, each only from whom its name belongs to. It is always true: a bus that is
+/// missing, is lost or does not answer is looked for again, after 1 s at first and after a minute at most,
+/// where it is a socket of this machine. One line of the log names it, and another one only after it has been
+/// there for a minute. Nothing waits for a bus. Windows: a hidden
 /// window gets the messages. The UI thread.
 [[nodiscard]] bool startPowerMonitor(ScreenStateCallback callback);
 

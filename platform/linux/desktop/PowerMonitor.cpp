@@ -5,6 +5,8 @@
 #include <QDebug>
 #include <QMetaObject>
 #include <QObject>
+#include <QString>
+#include <QStringList>
 #include <QTimer>
 
 #include <algorithm>
@@ -223,6 +225,14 @@ private:
     BusConversation& bus;
 };
 
+// Opening an address of another kind may start a program.
+bool isSocketOfThisMachine(const std::string& address) {
+    const QStringList places = QString::fromStdString(address).split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    return !places.isEmpty() && std::ranges::all_of(places, [](const QString& place) {
+        return place.startsWith(QLatin1String("unix:"));
+    });
+}
+
 // A bus that is opened again, after a growing pause, when it is lost. The main thread.
 class LastingBus : public QObject {
 public:
@@ -234,25 +244,26 @@ public:
         : address(std::move(busAddress)), threadName(nameOfThread), lostWarning(warning),
           signalHandler(std::move(onSignal)), begin(std::move(onOpened)) {
         reopening.setSingleShot(true);
-        connect(&reopening, &QTimer::timeout, this, [this] {
-            if (!tryToOpen()) {
-                openLater();
-            }
-        });
+        connect(&reopening, &QTimer::timeout, this, &LastingBus::open);
     }
 
-    // False where the bus is not there now; it is looked for again all the same.
-    bool open() {
-        const bool isOpened = tryToOpen();
-        if (!isOpened) {
-            qWarning() << lostWarning;
+    // What is not there is looked for later.
+    void open() {
+        if (!tryToOpen()) {
             openLater();
         }
-        return isOpened;
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     bool tryToOpen() {
+        // A bus that lets a connection wait would let the next one wait beside it.
+        if (conversation && conversation->isConnecting()) {
+            return false;
+        }
+        conversation.reset(); // its thread ends before the next one begins
+        openedAt = Clock::now();
         const auto onLost = [this] {
             QMetaObject::invokeMethod(this, &LastingBus::noteLoss, Qt::QueuedConnection);
         };
@@ -264,20 +275,22 @@ private:
     }
 
     void noteLoss() {
-        const bool wasThere = conversation->isGreeted();
-        if (wasThere) {
+        // A bus that comes and goes at once is the same outage.
+        if (conversation->isGreeted() && Clock::now() - openedAt >= kLongestPause) {
             pause = kFirstPause;
-        }
-        if (wasThere || !isTold) {
-            qWarning() << lostWarning;
+            isTold = false;
         }
         openLater();
     }
 
     void openLater() {
-        isTold = true;
-        reopening.start(pause);
-        pause = std::min(2 * pause, kLongestPause);
+        if (!std::exchange(isTold, true)) {
+            qWarning() << lostWarning;
+        }
+        if (isSocketOfThisMachine(address)) {
+            reopening.start(pause);
+            pause = std::min(2 * pause, kLongestPause);
+        }
     }
 
     static constexpr std::chrono::milliseconds kFirstPause{1000};
@@ -290,7 +303,8 @@ private:
     const Begin begin;
     QTimer reopening;
     std::chrono::milliseconds pause = kFirstPause;
-    bool isTold = false;
+    Clock::time_point openedAt;
+    bool isTold = false;                           // of this outage
     std::unique_ptr<BusConversation> conversation; // last: its thread uses what stands above
 };
 
@@ -298,11 +312,9 @@ class PowerMonitor {
 public:
     explicit PowerMonitor(ScreenStateCallback receiver) : callback(std::move(receiver)) {}
 
-    // False where there is no bus at all.
-    bool start() {
-        const bool hasSystemBus = systemBus.open();
-        const bool hasSessionBus = sessionBus.open();
-        return hasSystemBus || hasSessionBus;
+    void start() {
+        systemBus.open();
+        sessionBus.open();
     }
 
 private:
@@ -361,11 +373,8 @@ std::unique_ptr<PowerMonitor>& currentMonitor() {
 
 bool startPowerMonitor(ScreenStateCallback callback) {
     stopPowerMonitor();
-    auto monitor = std::make_unique<PowerMonitor>(std::move(callback));
-    if (!monitor->start()) {
-        return false;
-    }
-    currentMonitor() = std::move(monitor);
+    currentMonitor() = std::make_unique<PowerMonitor>(std::move(callback));
+    currentMonitor()->start();
     return true;
 }
 

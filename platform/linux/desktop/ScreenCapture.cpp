@@ -93,15 +93,19 @@ class ScreenshotPortal : public QObject {
 public:
     using QObject::QObject;
 
-    // Null without a session bus.
+    // Null where the session bus cannot be reached.
     static ScreenshotPortal* instance() {
         static QPointer<ScreenshotPortal> portal;
         if (portal != nullptr && !portal->conversation->isOpen()) {
+            if (portal->conversation->isConnecting()) {
+                return nullptr;
+            }
             delete portal;
         }
         if (portal == nullptr) {
             auto opened = std::make_unique<ScreenshotPortal>(QCoreApplication::instance());
             if (opened->open()) {
+                opened->setObjectName(QStringLiteral("ScreenshotPortal"));
                 portal = opened.release();
             }
         }

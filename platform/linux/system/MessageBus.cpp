@@ -1,6 +1,7 @@
 #include "platform/linux/system/MessageBus.h"
 
 #include "platform/ThreadName.h"
+#include "platform/linux/system/FileDescriptor.h"
 
 #include <algorithm>
 #include <array>
@@ -87,17 +88,40 @@ BusConnection openBus(const std::string& address) {
     return BusConnection(address.empty() ? nullptr : dbus_connection_open_private(address.c_str(), nullptr));
 }
 
+// What the conversation shares with the thread that connects, which may outlast it.
+struct BusConversation::Connecting {
+    void wake() const {
+        const std::uint64_t one = 1;
+        static_cast<void>(!write(wakeUp.get(), &one, sizeof(one)));
+    }
+
+    const FileDescriptor wakeUp{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    std::mutex mutex; // of the rest
+    bool isDone = false;
+    BusConnection connection; // when it is done; null without a bus
+};
+
+// The library connects by a call that waits for as long as the bus likes, so that nobody can join its thread.
 std::unique_ptr<BusConversation> BusConversation::open(const std::string& address, const char* threadName,
                                                        SignalHandler onSignal, std::function<void()> onLost) {
-    BusConnection connection = openBus(address);
-    FileDescriptor wakeEvent(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!connection || !wakeEvent.isOpen()) {
+    const auto connecting = std::make_shared<Connecting>();
+    if (address.empty() || !connecting->wakeUp.isOpen()) {
         return nullptr;
     }
-    std::unique_ptr<BusConversation> conversation(new BusConversation(
-        std::move(connection), std::move(wakeEvent), std::move(onSignal), std::move(onLost)));
+    std::unique_ptr<BusConversation> conversation(
+        new BusConversation(connecting, std::move(onSignal), std::move(onLost)));
     conversation->greet();
     try {
+        std::thread([connecting, address] {
+            nameThisThread("Bus connection");
+            BusConnection connection = openBus(address);
+            {
+                const std::lock_guard lock(connecting->mutex);
+                connecting->connection = std::move(connection);
+                connecting->isDone = true;
+            }
+            connecting->wake();
+        }).detach();
         conversation->thread =
             std::thread([self = conversation.get(), threadName] { self->run(threadName); });
     } catch (const std::system_error&) {
@@ -106,17 +130,21 @@ std::unique_ptr<BusConversation> BusConversation::open(const std::string& addres
     return conversation;
 }
 
-BusConversation::BusConversation(BusConnection connection, FileDescriptor wakeEvent, SignalHandler onSignal,
+BusConversation::BusConversation(std::shared_ptr<Connecting> connection, SignalHandler onSignal,
                                  std::function<void()> onLost)
-    : bus(std::move(connection)), wakeUp(std::move(wakeEvent)), signalHandler(std::move(onSignal)),
-      lostHandler(std::move(onLost)) {}
+    : connecting(std::move(connection)), signalHandler(std::move(onSignal)), lostHandler(std::move(onLost)) {}
 
 BusConversation::~BusConversation() {
     isEnding = true;
-    wake();
+    connecting->wake();
     if (thread.joinable()) {
         thread.join();
     }
+}
+
+bool BusConversation::isConnecting() const {
+    const std::lock_guard lock(connecting->mutex);
+    return !connecting->isDone;
 }
 
 void BusConversation::greet() {
@@ -172,30 +200,26 @@ std::string BusConversation::ownerOf(const std::string& sender) const {
 }
 
 void BusConversation::ask(BusMessage question, AnswerHandler onAnswer, Clock::duration limit) {
-    dbus_uint32_t serial = 0;
-    // The answer may come before its question is noted.
     std::unique_lock lock(mutex);
-    if (isOver || !question || dbus_connection_send(bus.get(), question.get(), &serial) == 0) {
+    if (isOver || !question) {
         lock.unlock();
         onAnswer(nullptr);
         return;
     }
-    questions.insert_or_assign(serial, Question{std::move(onAnswer), Clock::now() + limit});
+    unsent.push_back({std::move(question), std::move(onAnswer), Clock::now() + limit});
     lock.unlock();
-    wake();
+    connecting->wake();
 }
 
 void BusConversation::run(const char* threadName) {
     nameThisThread(threadName);
-    int socket = -1;
-    // Also where the greeting could not be sent.
-    isLost = isLost || dbus_connection_get_unix_fd(bus.get(), &socket) == 0;
     while (!isEnding && !isLost && exchange()) {
         giveUpQuestions(Clock::now());
-        std::array<pollfd, 2> watched{{{socket, POLLIN, 0}, {wakeUp.get(), POLLIN, 0}}};
+        // Without a socket yet, its entry is passed over.
+        std::array<pollfd, 2> watched{{{socket, POLLIN, 0}, {connecting->wakeUp.get(), POLLIN, 0}}};
         poll(watched.data(), watched.size(), waitMs());
         std::uint64_t wakes = 0;
-        static_cast<void>(!read(wakeUp.get(), &wakes, sizeof(wakes)));
+        static_cast<void>(!read(connecting->wakeUp.get(), &wakes, sizeof(wakes)));
     }
     if (!isEnding) {
         {
@@ -207,8 +231,25 @@ void BusConversation::run(const char* threadName) {
     }
 }
 
+// False where there is no bus.
+bool BusConversation::takeConnection() {
+    const std::lock_guard lock(connecting->mutex);
+    if (!connecting->isDone) {
+        return true;
+    }
+    bus = std::move(connecting->connection);
+    return bus && dbus_connection_get_unix_fd(bus.get(), &socket) != 0;
+}
+
 // Sends and receives what there is, without waiting; false when the bus is gone.
 bool BusConversation::exchange() {
+    if (!bus && !takeConnection()) {
+        return false;
+    }
+    if (!bus) {
+        return true;
+    }
+    sendQuestions();
     const bool isConnected = dbus_connection_read_write(bus.get(), 0) != 0;
     while (dbus_connection_get_dispatch_status(bus.get()) == DBUS_DISPATCH_DATA_REMAINS) {
         const BusMessage message(dbus_connection_pop_message(bus.get()));
@@ -218,6 +259,23 @@ bool BusConversation::exchange() {
         take(*message);
     }
     return isConnected && !isLost;
+}
+
+void BusConversation::sendQuestions() {
+    std::vector<Question> ready;
+    {
+        const std::lock_guard lock(mutex);
+        ready.swap(unsent);
+    }
+    for (Question& question : ready) {
+        const BusMessage call = std::move(question.call);
+        dbus_uint32_t serial = 0;
+        if (dbus_connection_send(bus.get(), call.get(), &serial) != 0) {
+            questions.insert_or_assign(serial, std::move(question));
+        } else {
+            question.onAnswer(nullptr);
+        }
+    }
 }
 
 void BusConversation::take(DBusMessage& message) {
@@ -261,31 +319,29 @@ bool BusConversation::isWanted(DBusMessage& signal) const {
 }
 
 void BusConversation::takeAnswer(DBusMessage& message) {
-    AnswerHandler onAnswer;
-    {
-        const std::lock_guard lock(mutex);
-        const auto found = questions.find(dbus_message_get_reply_serial(&message));
-        if (found == questions.end()) {
-            return;
-        }
-        onAnswer = std::move(found->second.onAnswer);
-        questions.erase(found);
+    const auto found = questions.find(dbus_message_get_reply_serial(&message));
+    if (found == questions.end()) {
+        return;
     }
+    const AnswerHandler onAnswer = std::move(found->second.onAnswer);
+    questions.erase(found);
     onAnswer(dbus_message_get_type(&message) == DBUS_MESSAGE_TYPE_METHOD_RETURN ? &message : nullptr);
 }
 
 // Those whose time has ended by then.
 void BusConversation::giveUpQuestions(Clock::time_point until) {
     std::vector<AnswerHandler> late;
+    const auto takeLate = [&late, until](Question& question) {
+        const bool isLate = question.end <= until;
+        if (isLate) {
+            late.push_back(std::move(question.onAnswer));
+        }
+        return isLate;
+    };
+    std::erase_if(questions, [&takeLate](auto& entry) { return takeLate(entry.second); });
     {
         const std::lock_guard lock(mutex);
-        std::erase_if(questions, [&late, until](auto& entry) {
-            const bool isLate = entry.second.end <= until;
-            if (isLate) {
-                late.push_back(std::move(entry.second.onAnswer));
-            }
-            return isLate;
-        });
+        std::erase_if(unsent, takeLate);
     }
     for (const AnswerHandler& onAnswer : late) {
         onAnswer(nullptr);
@@ -296,20 +352,22 @@ int BusConversation::waitMs() const {
     if (isLost) {
         return 0;
     }
-    if (dbus_connection_has_messages_to_send(bus.get()) != 0) {
+    if (bus && dbus_connection_has_messages_to_send(bus.get()) != 0) {
         return kSendStepMs;
     }
-    const std::lock_guard lock(mutex);
-    if (questions.empty()) {
+    auto end = Clock::time_point::max();
+    for (const auto& [serial, question] : questions) {
+        end = std::min(end, question.end);
+    }
+    {
+        const std::lock_guard lock(mutex);
+        for (const Question& question : unsent) {
+            end = std::min(end, question.end);
+        }
+    }
+    if (end == Clock::time_point::max()) {
         return -1;
     }
-    const auto next =
-        std::ranges::min_element(questions, {}, [](const auto& entry) { return entry.second.end; });
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next->second.end - Clock::now());
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
     return static_cast<int>(std::max(left, std::chrono::milliseconds(0)).count());
-}
-
-void BusConversation::wake() const {
-    const std::uint64_t one = 1;
-    static_cast<void>(!write(wakeUp.get(), &one, sizeof(one)));
 }

@@ -3,8 +3,6 @@
 // D-Bus: how the program reaches the buses of the machine and of the session. A bus may be absent, or take
 // connections and never answer; so nothing here waits for one.
 
-#include "platform/linux/system/FileDescriptor.h"
-
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -32,7 +30,8 @@ using BusMessage = std::unique_ptr<DBusMessage, BusRelease>;
 /// $DBUS_SESSION_BUS_ADDRESS, else the bus in $XDG_RUNTIME_DIR; empty without either.
 [[nodiscard]] std::string sessionBusAddress();
 
-/// A connection to the bus of this address, not yet introduced to it; null where there is none. Any thread.
+/// A connection to the bus of this address, not yet introduced to it; null where there is none. Any thread
+/// but one that must not wait: a bus that takes no more connections lets this one wait, without a limit.
 [[nodiscard]] BusConnection openBus(const std::string& address);
 
 /// Which signals are wanted. An empty text stands for any, but for that of the sender.
@@ -46,8 +45,8 @@ struct BusSignal {
 
 /// A conversation with a bus on a thread of its own: questions, their answers, and signals.
 ///
-/// send(), ask() and listen() belong to any thread; they only put messages into a queue. The handlers run on
-/// the conversation's thread, never after the destructor has returned.
+/// ask() and listen() belong to any thread; they only put messages into a queue, also before the bus
+/// is reached. The handlers run on the conversation's thread, never after the destructor has returned.
 class BusConversation {
 public:
     /// The answer to a question: null where it is an error, and where none has come within its limit.
@@ -56,8 +55,9 @@ public:
 
     static constexpr std::chrono::seconds kAnswerLimit{25};
 
-    /// Null where there is no bus. `onSignal` gets what listen() asks for; `onLost` is called once, when the
-    /// bus has gone or does not greet back within 5 s. The thread has this name.
+    /// Waits for nothing. `onSignal` gets what listen() asks for; `onLost` is called once: when no bus is
+    /// there, it does not greet back within 5 s, or it has gone. The thread has this name. Null where the
+    /// address is empty, or the system has no thread or descriptor for it.
     [[nodiscard]] static std::unique_ptr<BusConversation> open(const std::string& address,
                                                                const char* threadName, SignalHandler onSignal,
                                                                std::function<void()> onLost);
@@ -80,36 +80,45 @@ public:
     [[nodiscard]] bool isOpen() const { return !isOver; }
     /// Whether the bus has greeted back. Any thread.
     [[nodiscard]] bool isGreeted() const { return hasGreeted; }
+    /// Whether the bus still lets the connection wait, maybe after `onLost`. Another one would wait beside
+    /// it. Any thread.
+    [[nodiscard]] bool isConnecting() const;
 
 private:
     using Clock = std::chrono::steady_clock;
     struct Question {
+        BusMessage call; // until it is sent
         AnswerHandler onAnswer;
         Clock::time_point end;
     };
+    struct Connecting;
 
-    BusConversation(BusConnection connection, FileDescriptor wakeEvent, SignalHandler onSignal,
+    BusConversation(std::shared_ptr<Connecting> connection, SignalHandler onSignal,
                     std::function<void()> onLost);
     void greet();
     void addMatch(const std::string& rule);
     void watchOwner(const std::string& name);
     void run(const char* threadName);
+    [[nodiscard]] bool takeConnection();
     [[nodiscard]] bool exchange();
+    void sendQuestions();
     void take(DBusMessage& message);
     void takeAnswer(DBusMessage& message);
     [[nodiscard]] bool noteOwner(DBusMessage& signal);
     [[nodiscard]] bool isWanted(DBusMessage& signal) const;
     void giveUpQuestions(Clock::time_point until);
     [[nodiscard]] int waitMs() const;
-    void wake() const;
 
-    const BusConnection bus;
-    const FileDescriptor wakeUp;
+    const std::shared_ptr<Connecting> connecting; // shared with the thread that connects
     const SignalHandler signalHandler;
     const std::function<void()> lostHandler;
-    bool isLost = false; // of the conversation's thread
-    mutable std::mutex mutex;
-    std::map<std::uint32_t, Question> questions; // by the serial of the call
+    // Of the conversation's thread.
+    BusConnection bus; // null until it is reached
+    int socket = -1;   // of the bus
+    bool isLost = false;
+    std::map<std::uint32_t, Question> questions; // that were sent, by the serial of the call
+    mutable std::mutex mutex;                    // of the next three
+    std::vector<Question> unsent;
     std::vector<BusSignal> wantedSignals;
     std::map<std::string, std::string, std::less<>> owners; // connections by the names that they own
     std::atomic<bool> hasGreeted{false};

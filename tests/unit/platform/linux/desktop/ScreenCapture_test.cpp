@@ -2,9 +2,14 @@
 #include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
 #include "tests/unit/platform/linux/desktop/ScriptedService.h"
+#include "tests/unit/platform/linux/system/SilentBus.h"
 
+#include <QByteArray>
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QObject>
+#include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -20,6 +25,8 @@ constexpr const char* kRequestInterface = "org.freedesktop.portal.Request";
 class LinuxScreenCapture : public testing::Test {
 protected:
     void SetUp() override {
+        // The conversation of the test before.
+        delete QCoreApplication::instance()->findChild<QObject*>("ScreenshotPortal");
         qputenv("PATH", folder.path().toLocal8Bit());
         qunsetenv("XDG_CURRENT_DESKTOP");
         qunsetenv("XDG_SESSION_TYPE");
@@ -78,6 +85,16 @@ void emitResponse(ScriptedService& portal, dbus_uint32_t response, const char* p
     portal.emitSignal(path, kRequestInterface, "Response", [response](DBusMessage& signal) {
         dbus_message_append_args(&signal, DBUS_TYPE_UINT32, &response, DBUS_TYPE_INVALID);
     });
+}
+
+// The threads of this process that connect to a bus.
+int connectingThreads() {
+    int count = 0;
+    for (const QString& thread : QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile name("/proc/self/task/" + thread + "/comm");
+        count += name.open(QIODevice::ReadOnly) && name.readAll() == "Bus connection\n" ? 1 : 0;
+    }
+    return count;
 }
 
 // `signature` is that of the last call.
@@ -192,6 +209,26 @@ TEST_F(LinuxScreenCapture, WithoutAPortalOrAProgramALineSaysSo) {
     EXPECT_TRUE(takeScreenshot()) << "asked over the bus";
     const QString line = "The desktop takes no screenshots";
     EXPECT_TRUE(await([&] { return log.count(line) == 1; }));
+}
+
+TEST_F(LinuxScreenCapture, WithoutABusTheDesktopsProgramTakesTheScreenshot) {
+    install("spectacle");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    EXPECT_TRUE(takeScreenshot());
+    EXPECT_EQ(noted(), "spectacle --region");
+}
+
+TEST_F(LinuxScreenCapture, BusThatTakesNoMoreConnectionsLeavesItToTheDesktopsProgram) {
+    install("spectacle");
+    SilentBus bus;
+    bus.fill();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.place()));
+    for (int press = 0; press < 2; ++press) {
+        EXPECT_TRUE(takeScreenshot());
+        EXPECT_EQ(noted(), "spectacle --region");
+        EXPECT_EQ(connectingThreads(), 1) << "one waits for the bus, and no second one beside it";
+        QFile::remove(note);
+    }
 }
 
 TEST_F(LinuxScreenCapture, RecordingIsStartedByTheDesktopsProgramOrItsKey) {
