@@ -23,6 +23,7 @@ constexpr std::array<QByteArrayView, 11> kUsedKeys = {"Type",      "Name",   "Ic
 // Levels of folders that are searched: the root and those below it.
 constexpr int kScanDepth = 3;
 constexpr std::size_t kLargestEntryBytes = 1 << 20;
+constexpr qsizetype kLongestShownName = 200; // UTF-16 units
 
 QString unescaped(const QByteArray& value) {
     QByteArray text;
@@ -50,6 +51,26 @@ QString unescaped(const QByteArray& value) {
         }
     }
     return QString::fromUtf8(text);
+}
+
+// Marks that turn the direction of text, also of the text behind the name.
+bool isDirectionMark(QChar letter) {
+    const char16_t code = letter.unicode();
+    return code == 0x061C || code == 0x200E || code == 0x200F || (code >= 0x202A && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
+}
+
+// A name in one line.
+QString cleanName(QString name) {
+    name.removeIf([](QChar letter) {
+        return !letter.isSpace() && (letter.category() == QChar::Other_Control || isDirectionMark(letter));
+    });
+    name = name.simplified();
+    name.truncate(kLongestShownName);
+    if (!name.isEmpty() && name.back().isHighSurrogate()) {
+        name.chop(1);
+    }
+    return name;
 }
 
 // The raw values of the used keys. A translated key has its language in brackets behind its name.
@@ -163,16 +184,18 @@ DesktopEntry parseDesktopEntry(const QByteArray& text, const QStringList& langua
     };
 
     DesktopEntry entry;
-    entry.name = localized("Name");
+    entry.name = cleanName(localized("Name"));
     entry.icon = localized("Icon");
     entry.exec = value("Exec");
     entry.program = programOfExec(entry.exec);
     entry.folder = value("Path");
     entry.inTerminal = isTrue("Terminal");
+    const QString type = value("Type");
+    const bool isApplication = type == QLatin1String("Application");
+    entry.startable = (isApplication || type.isEmpty()) && !isTrue("Hidden");
     const QString onlyIn = value("OnlyShowIn");
     const QString tryExec = value("TryExec");
-    entry.shown = value("Type") == QLatin1String("Application") && !entry.name.isEmpty() &&
-                  !isTrue("NoDisplay") && !isTrue("Hidden") &&
+    entry.shown = isApplication && entry.startable && !entry.name.isEmpty() && !isTrue("NoDisplay") &&
                   (onlyIn.isEmpty() || namesOneOf(onlyIn, desktops)) &&
                   !namesOneOf(value("NotShowIn"), desktops) && (tryExec.isEmpty() || canBeFound(tryExec));
     return entry;

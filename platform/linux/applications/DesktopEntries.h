@@ -13,13 +13,14 @@
 /// What is used of one ".desktop" file.
 struct DesktopEntry {
     QString path;      ///< of the file
-    QString name;      ///< in the user's language
+    QString name;      ///< in the user's language: one line without direction marks, cut at 200 characters
     QString icon;      ///< a name in the icon theme, or an absolute path; may be empty
     QString program;   ///< what Exec starts, as it stands there
     bool shown = true; ///< offered to the user here
     QString exec;      ///< the whole line
     QString folder;    ///< in which it runs; may be empty
     bool inTerminal = false;
+    bool startable = true; ///< no link or folder, and not marked as deleted (Hidden)
 };
 
 /// Parses one entry. `languages` are the user's, best first, as "zh_CN" or "zh"; `desktops` are the names of

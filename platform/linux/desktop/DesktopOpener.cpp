@@ -36,7 +36,7 @@ OpenResult openEntry(const QString& path, const QByteArray& text) {
     DesktopEntry entry = parseDesktopEntry(text, {}, {});
     entry.path = path;
     QStringList command = commandOf(entry);
-    if (command.isEmpty()) {
+    if (!entry.startable || command.isEmpty()) {
         qWarning() << "The desktop entry starts nothing:" << path;
         return {OpenResult::kNoProgramForIt, ENOEXEC};
     }

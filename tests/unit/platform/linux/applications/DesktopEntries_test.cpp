@@ -49,6 +49,32 @@ TEST(DesktopEntry, LinksFoldersAndNamelessOnesAreNotShown) {
     EXPECT_FALSE(parseDesktopEntry(QByteArray(4096, '\xff'), {}, {}).shown);
 }
 
+TEST(DesktopEntry, NameIsOneCleanLine) {
+    const auto nameOf = [](const QByteArray& name) {
+        return parse("Name=" + name + "\n").name;
+    };
+    EXPECT_EQ(nameOf("a\\nb\\r\\tc  d\\n"), "a b c d");
+    EXPECT_EQ(nameOf("a\x01\x7F\xC2\x85z\x1B[1m"), "a z[1m") << "control characters";
+    EXPECT_EQ(nameOf("\u202Egpj.exe\u202C \u2067x\u2069\u200F\u061C"), "gpj.exe x") << "direction marks";
+    EXPECT_EQ(nameOf("\u2028a\u2029b"), "a b") << "separators of lines and paragraphs";
+    EXPECT_EQ(nameOf("می\u200Cخواهم"), QStringLiteral("می\u200Cخواهم")) << "a joiner is part of a word";
+    EXPECT_FALSE(parse("Name=\\n\u202E\n").shown) << "nothing is left";
+}
+
+TEST(DesktopEntry, LongNameIsCutBetweenCharacters) {
+    EXPECT_EQ(parse("Name=" + QByteArray(1000000, 'x') + "\n").name, QString(200, 'x'));
+    const QString cut = parse("Name=" + QByteArray(199, 'x') + "😀😀\n").name;
+    EXPECT_EQ(cut, QString(199, 'x')) << "no half of a pair";
+}
+
+TEST(DesktopEntry, OnlyAnApplicationThatIsNotDeletedStarts) {
+    EXPECT_TRUE(parse("").startable);
+    EXPECT_TRUE(parse("NoDisplay=true\n").startable);
+    EXPECT_TRUE(parseDesktopEntry("[Desktop Entry]\nExec=a\n", {}, {}).startable) << "without a type";
+    EXPECT_FALSE(parse("Hidden=true\n").startable);
+    EXPECT_FALSE(parse("Type=Link\n").startable);
+}
+
 TEST(DesktopEntry, OtherGroupsAndCommentsDoNotCount) {
     const DesktopEntry entry =
         parse("# Icon=no\nIcon=player\n[Desktop Action New]\nName=New window\nIcon=window\n");

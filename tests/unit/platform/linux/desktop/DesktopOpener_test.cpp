@@ -199,6 +199,16 @@ TEST_F(LinuxDesktopOpener, DesktopEntryThatStartsNothingIsRefused) {
         2);
 }
 
+TEST_F(LinuxDesktopOpener, DesktopEntryThatIsDeletedOrNoApplicationAnyMoreIsRefused) {
+    const LogCapture log;
+    const QByteArray entry = "[Desktop Entry]\nName=T\nExec=tool\n";
+    EXPECT_EQ(
+        openFileByDesktop(newFile("h.desktop", entry + "Type=Application\nHidden=true\n", false), "/").code,
+        31);
+    EXPECT_EQ(openFileByDesktop(newFile("l.desktop", entry + "Type=Link\n", false), "/").code, 31);
+    EXPECT_EQ(log.count("The desktop entry starts nothing"), 2);
+}
+
 TEST_F(LinuxDesktopOpener, StartedProgramIsItsOwnSessionWithoutOurFilesAndEndsWithoutATrace) {
     const QByteArray notes = noteOf("session").toLocal8Bit();
     const QString program = newFile("session",
