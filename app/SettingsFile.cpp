@@ -1,5 +1,7 @@
 #include "app/SettingsFile.h"
 
+#include "app/StoredValues.h"
+
 #include <QByteArrayView>
 #include <QDebug>
 #include <QFile>
@@ -71,6 +73,9 @@ bool hasForeignLines(const QByteArray& text) {
     if (!QByteArrayView(text).isValidUtf8() || !std::ranges::all_of(text, isTextByte)) {
         return true;
     }
+    if (withoutUnreadableValues(text) != text) {
+        return true;
+    }
     return !std::ranges::all_of(QByteArray(text).replace('\r', '\n').split('\n'), isSettingsLine);
 }
 
@@ -100,6 +105,27 @@ bool keepForeignLines(const QString& settingsFile) {
     }
     qWarning() << "SettingsFile: lines that are no settings are kept in" << copyName;
     return true;
+}
+
+FileState makeReadable(const QString& settingsFile) {
+    QFile file(settingsFile);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return FileState::Readable;
+    }
+    const QByteArray text = file.readAll();
+    const QByteArray readable = withoutUnreadableValues(text);
+    if (readable == text) {
+        return FileState::Readable;
+    }
+    QSaveFile mended(settingsFile);
+    if (!mended.open(QIODevice::WriteOnly) || !mended.setPermissions(file.permissions()) ||
+        mended.write(readable) != readable.size() || !mended.flush() || !keepForeignLines(settingsFile) ||
+        !mended.commit()) {
+        qWarning() << "SettingsFile: values that cannot be read stand in the settings, and cannot be removed:"
+                   << settingsFile;
+        return FileState::Unreadable;
+    }
+    return FileState::Mended;
 }
 
 FormerFile::FormerFile(const QString& settingsFile) : file(settingsFile) {

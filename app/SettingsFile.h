@@ -6,8 +6,8 @@
 /// The store's file, where the store is one: what a write of QSettings would lose. No state; any thread.
 
 /// Whether the text of such a file has a line that is neither blank, nor "[section]", nor "key=value", or
-/// does not end where it ends, or holds anything but UTF-8 text. A write drops or changes such lines,
-/// comments among them.
+/// does not end where it ends, or holds anything but UTF-8 text, or a value that must not be read (see
+/// StoredValues.h). A write drops or changes such lines, comments among them.
 [[nodiscard]] bool hasForeignLines(const QByteArray& text);
 
 /// Where keepForeignLines() puts what it keeps.
@@ -17,6 +17,17 @@
 /// log. False where that is to be done and fails. A file that is not there, or has no such line, needs
 /// nothing.
 [[nodiscard]] bool keepForeignLines(const QString& settingsFile);
+
+enum class FileState {
+    Readable,
+    Mended,     ///< Was not readable, and is now.
+    Unreadable, ///< QSettings must not read it.
+};
+
+/// To be called before QSettings reads a file that may have changed: one with values that QSettings must not
+/// decode is kept as keepForeignLines() does, and replaced by one without them. Where that fails, it is left
+/// as it is and told in the log. A file that is not there is readable.
+[[nodiscard]] FileState makeReadable(const QString& settingsFile);
 
 /// Keeps the file as it was, under a second name, while the store writes: on a full disk QSettings puts the
 /// first part of a file in the place of the whole one and takes that for a success. Takes no room. A file

@@ -8,12 +8,15 @@
 #include <QEvent>
 #include <QFileInfo>
 #include <QJSValue>
+#include <QLatin1StringView>
 #include <QMetaType>
 
 #include <algorithm>
 #include <utility>
 
 namespace {
+
+constexpr QLatin1StringView kStore("Settings");
 
 // The engine hands arrays and objects over as values of its own, which no store can write.
 QVariant plainValue(const QVariant& value) {
@@ -24,6 +27,14 @@ QVariant plainValue(const QVariant& value) {
 qsizetype lengthOf(const QVariant& value) {
     const int type = value.typeId();
     return type == QMetaType::QStringList || type == QMetaType::QVariantList ? value.toList().size() : 1;
+}
+
+/// The name of the store's file, where it is one. A QSettings of that name would read it, so another one of
+/// the same folder, which is never written, says it.
+QString fileOf(const QString& product) {
+    const QString other = QStringLiteral("NoSettings");
+    QString name = QSettings(product, other).fileName();
+    return name.replace(name.lastIndexOf(other), other.size(), QString(kStore));
 }
 
 QEvent::Type writeEvent() {
@@ -41,15 +52,19 @@ SettingsManager* SettingsManager::instance() {
 SettingsManager::SettingsManager(std::chrono::milliseconds delay, QObject* parent)
     : QObject(parent), writeDelay(delay) {
     // The store is named after the product, not after the organisation that the application object carries.
-    const QString product = QCoreApplication::applicationName();
-    openStore(product.isEmpty() ? QStringLiteral("Vexo Deck") : product);
+    const QString name = QCoreApplication::applicationName();
+    const QString product = name.isEmpty() ? QStringLiteral("Vexo Deck") : name;
+    const QString file = fileOf(product);
+    removeEmptyLock(file);
+    FormerFile::finish(file);
+    if (!isReadable(file)) {
+        return;
+    }
+    openStore(product);
     // Kept without effect: the store above already has the platform's native format, which holds the users'
     // settings.
     QSettings::setDefaultFormat(QSettings::IniFormat);
     qDebug() << "QSettings file path: " << settings->fileName();
-    removeEmptyLock(settings->fileName());
-    FormerFile::finish(settings->fileName());
-    settings->sync();
 
     writeTimer.setSingleShot(true);
     writeTimer.setTimerType(Qt::PreciseTimer);
@@ -76,7 +91,7 @@ SettingsManager::~SettingsManager() {
 /// Takes the place of the former object, with which it shares what is pending.
 void SettingsManager::openStore(const QString& product) {
     const QSettings* const former = settings;
-    settings = new QSettings(product, QStringLiteral("Settings"), this);
+    settings = new QSettings(product, kStore, this);
     settings->installEventFilter(this);
     delete former;
 }
@@ -129,6 +144,9 @@ void SettingsManager::writeWithin(std::chrono::milliseconds limit) {
 
 /// False where the changes are not on the disk.
 bool SettingsManager::writeStore() {
+    if (!isReadable(settings->fileName())) {
+        return false;
+    }
     if (changed && !keepLinesOfOthers()) {
         return false;
     }
@@ -147,9 +165,7 @@ bool SettingsManager::writeStore() {
     }
     changed = false;
     syncFolderOf(settings->fileName());
-    const QFileInfo file(settings->fileName());
-    seenSize = file.size();
-    seenTime = file.lastModified();
+    noteSeen(settings->fileName());
     return true;
 }
 
@@ -194,17 +210,38 @@ void SettingsManager::takeBack(const FormerFile& former) {
     settings->setFallbacksEnabled(others);
 }
 
+bool SettingsManager::isAsLeft(const QString& fileName) const {
+    const QFileInfo file(fileName);
+    return file.size() == seenSize && file.lastModified() == seenTime;
+}
+
+void SettingsManager::noteSeen(const QString& fileName) {
+    const QFileInfo file(fileName);
+    seenSize = file.size();
+    seenTime = file.lastModified();
+}
+
+/// Before the file is read: whether it may be, by now.
+bool SettingsManager::isReadable(const QString& fileName) {
+    if (isAsLeft(fileName)) {
+        return true;
+    }
+    const FileState state = makeReadable(fileName);
+    if (state == FileState::Mended) {
+        noteSeen(fileName);
+    }
+    return state != FileState::Unreadable;
+}
+
 /// Before a write, of a file that is not as it was left. False where they cannot be kept.
 bool SettingsManager::keepLinesOfOthers() {
-    const QFileInfo file(settings->fileName());
-    if (file.size() == seenSize && file.lastModified() == seenTime) {
+    if (isAsLeft(settings->fileName())) {
         return true;
     }
     if (!keepForeignLines(settings->fileName())) {
         return false;
     }
-    seenSize = file.size();
-    seenTime = file.lastModified();
+    noteSeen(settings->fileName());
     return true;
 }
 
@@ -283,7 +320,12 @@ void SettingsManager::sync() {
 }
 
 void SettingsManager::rescue() {
-    if (settings == nullptr || !changed || !keepForeignLines(settings->fileName())) {
+    if (settings == nullptr || !changed) {
+        return;
+    }
+    const FileState state = makeReadable(settings->fileName());
+    if (state == FileState::Unreadable ||
+        (state == FileState::Readable && !keepForeignLines(settings->fileName()))) {
         return;
     }
     const FormerFile former(settings->fileName());

@@ -16,9 +16,11 @@ class FormerFile;
 
 /// The program's one persistent key-value store, a process-wide singleton over one QSettings object.
 ///
-/// It stores whatever it is given and knows neither keys nor defaults. QML has it as singleton type
-/// `SettingsManager` of module `VexoDeckSettings`. Main thread only, but for rescue(); QSettings does the
-/// locking against other processes. No operation fails: a damaged store reads as empty where it is damaged.
+/// It stores whatever it is given and knows neither keys nor defaults. What it reads back at the next start
+/// is texts, numbers, truth values, bytes, and lists and maps of them; see StoredValues.h. QML has it as
+/// singleton type `SettingsManager` of module `VexoDeckSettings`. Main thread only, but for rescue();
+/// QSettings does the locking against other processes. No operation fails: a damaged store reads as empty
+/// where it is damaged.
 ///
 /// When a change is on the disk (`delay` is that of the constructor):
 /// - At once: in the same turn of the event loop, before any other posted event. What one turn changes is
@@ -34,7 +36,8 @@ class FormerFile;
 ///
 /// A write that fails is told once in the log and tried again every `kRetryDelay` and at the end of the
 /// program until it succeeds; meanwhile the values hold for the run. Lines of the file that a write would
-/// drop, because they are no settings, are kept in one file beside it; see SettingsFile.h.
+/// drop, because they are no settings or must not be read, are kept in one file beside it; see
+/// SettingsFile.h.
 class SettingsManager : public QObject {
     Q_OBJECT
 
@@ -97,7 +100,8 @@ protected:
     /// change, and starts the delay in its place.
     bool eventFilter(QObject* watched, QEvent* event) override;
 
-    /// Child of this object, never null after construction; every operation has a fallback all the same.
+    /// Child of this object. Null where the file must not be read: then the defaults hold, and nothing is
+    /// stored in this run.
     QSettings* settings = nullptr;
 
 private:
@@ -112,6 +116,9 @@ private:
     [[nodiscard]] bool writeFile();
     [[nodiscard]] qsizetype keyCount();
     void takeBack(const FormerFile& former);
+    [[nodiscard]] bool isAsLeft(const QString& fileName) const;
+    void noteSeen(const QString& fileName);
+    [[nodiscard]] bool isReadable(const QString& fileName);
     [[nodiscard]] bool keepLinesOfOthers();
 
     const std::chrono::milliseconds writeDelay;

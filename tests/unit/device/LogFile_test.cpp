@@ -2,6 +2,7 @@
 
 #include "device/DeviceLogs.h"
 #include "device/LogFile.h"
+#include "tests/support/FullDisk.h"
 #include "tests/support/LogCapture.h"
 
 #include <QDir>
@@ -11,11 +12,9 @@
 #include <QSet>
 #include <QStandardPaths>
 
-#include <csignal>
 #include <functional>
 #include <gtest/gtest.h>
 #include <ostream>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -262,28 +261,6 @@ TEST_P(LogFile, FolderThatTakesNoFilesEmptiesTheLog) {
     EXPECT_EQ(numbersOf(linesOf(path)), QByteArrayList{"7"});
     EXPECT_EQ(filesOfFolder(), QStringList(QFileInfo(path).fileName()));
 }
-
-/// A disk that is full at this length of a file, as long as the object lives.
-class FullDisk {
-public:
-    explicit FullDisk(rlim_t length) {
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit limit = before;
-        limit.rlim_cur = length;
-        setrlimit(RLIMIT_FSIZE, &limit);
-        handler = std::signal(SIGXFSZ, SIG_IGN);
-    }
-    ~FullDisk() {
-        setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, handler);
-    }
-    FullDisk(const FullDisk&) = delete;
-    FullDisk& operator=(const FullDisk&) = delete;
-
-private:
-    rlimit before{};
-    void (*handler)(int) = nullptr;
-};
 
 TEST_P(LogFile, LineThatDoesNotFitOnTheDiskIsLeftOutAsAWhole) {
     append(1);

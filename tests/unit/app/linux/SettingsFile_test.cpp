@@ -3,6 +3,7 @@
 #include "app/SettingsFile.h"
 #include "app/SettingsManager.h"
 #include "tests/support/Await.h"
+#include "tests/support/FullDisk.h"
 #include "tests/support/LogCapture.h"
 
 #include <QCoreApplication>
@@ -291,13 +292,77 @@ TEST_F(SettingsFileTest, FileOfTheProgramsOwnIsNotKept) {
     QFile::remove(foreignLinesFile(path));
     for (const QVariant& value :
          {QVariant(0.25), QVariant(QStringLiteral("三\n\x01\x7f;=[\"\\")), QVariant(true),
-          QVariant(QStringList{"a", QString()}), QVariant(QVariantMap{{"a", 1}})}) {
+          QVariant(QStringList{"a", QString()}), QVariant(QVariantMap{{"a", 1}}),
+          QVariant(QVariantMap{{"list", QVariantList{1, 2U, Q_INT64_C(3), Q_UINT64_C(4), 0.5, true}},
+                               {"texts", QStringList{"@Variant(", QString()}},
+                               {"bytes", QByteArray("\x00\xff)", 3)},
+                               {"none", QVariant()},
+                               {"null", QVariant::fromValue(nullptr)}}),
+          QVariant(QVariantList{QVariantMap{{"a", "b"}}, QVariant()}), QVariant::fromValue(nullptr),
+          QVariant(QStringList{"@Variant(x)", "@DateTime(x)"}), QVariant(QByteArray("@Variant(\xff"))}) {
         manager.setValue("volume", value);
         manager.setValue(QStringLiteral("group/[三]=;\n"), value);
         manager.sync();
         EXPECT_FALSE(hasForeignLines(contentOf(path))) << contentOf(path).toStdString();
     }
     EXPECT_FALSE(QFile::exists(foreignLinesFile(path)));
+}
+
+TEST_F(SettingsFileTest, ValueThatAsksForMoreMemoryThanThereIsIsTakenOutBeforeTheFileIsRead) {
+    const QByteArray damaged("[General]\nvolume=3\nv=@Variant(\\0\\0\\0\\v=@0\\0\\0\\a)\nother=4\n");
+    const QString path = fileWith(damaged);
+    const LogCapture log;
+    SettingsManager store;
+    EXPECT_FALSE(store.contains("v"));
+    EXPECT_EQ(store.getValue("volume").toInt(), 3);
+    EXPECT_EQ(store.getValue("other").toInt(), 4);
+    EXPECT_EQ(contentOf(path), "[General]\nvolume=3\n\nother=4\n");
+    EXPECT_EQ(contentOf(foreignLinesFile(path)), damaged);
+    EXPECT_EQ(log.count(foreignLinesFile(path)), 1);
+    store.setValue("volume", 5);
+    store.sync();
+    EXPECT_EQ(contentOf(foreignLinesFile(path)), damaged);
+    EXPECT_EQ(written(path), "volume=5");
+    EXPECT_EQ(written(path, "other"), "other=4");
+    QFile::remove(foreignLinesFile(path));
+}
+
+TEST_F(SettingsFileTest, SuchAValueThatComesWhileTheProgramRunsIsTakenOutBeforeTheNextWrite) {
+    const QString path = fileWith("[General]\nvolume=3\n");
+    SettingsManager store;
+    store.setValue("volume", 4);
+    store.sync();
+    const QByteArray damaged("[General]\nvolume=4\nlist=a, @Variant(\\0\\0\\0\\t\\xff\\xff\\xff\\xf0)\n");
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(damaged);
+    file.close();
+    store.setValue("mute", true);
+    store.sync();
+    EXPECT_EQ(written(path, "mute"), "mute=true");
+    EXPECT_EQ(written(path), "volume=4");
+    EXPECT_FALSE(store.contains("list"));
+    EXPECT_EQ(contentOf(foreignLinesFile(path)), damaged);
+    QFile::remove(foreignLinesFile(path));
+}
+
+TEST_F(SettingsFileTest, FileThatCannotBeMadeReadableIsNotRead) {
+    const QByteArray damaged("[General]\nvolume=3\nv=@Variant(\\0\\0\\0\\v=@0\\0\\0\\a)\n");
+    const QString path = fileWith(damaged);
+    const LogCapture log;
+    {
+        const FullDisk disk(0);
+        SettingsManager store;
+        EXPECT_EQ(store.getValue("volume", 9).toInt(), 9);
+        store.setValue("volume", 4);
+        store.sync();
+        EXPECT_EQ(store.getAllKeys(), QStringList());
+    }
+    EXPECT_EQ(log.count(QStringLiteral("cannot be removed")), 1);
+    EXPECT_EQ(contentOf(path), damaged);
+    EXPECT_FALSE(QFile::exists(foreignLinesFile(path)));
+    EXPECT_EQ(SettingsManager().getValue("volume").toInt(), 3);
+    QFile::remove(foreignLinesFile(path));
 }
 
 TEST_F(SettingsFileTest, FileThatWasReplacedByAPartOfItIsPutBackAtTheNextStart) {
