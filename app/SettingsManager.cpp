@@ -10,6 +10,7 @@
 #include <QJSValue>
 #include <QLatin1StringView>
 #include <QMetaType>
+#include <QSet>
 
 #include <algorithm>
 #include <utility>
@@ -180,13 +181,17 @@ bool SettingsManager::writeFile() {
     return settings->status() != QSettings::AccessError;
 }
 
-/// Of the file itself, without those that QSettings finds in others.
+/// Of the file itself, without those that QSettings finds in others. A key of a section without a name, which
+/// begins with the slash, is written as the one without the slash.
 qsizetype SettingsManager::keyCount() {
     const bool others = settings->fallbacksEnabled();
     settings->setFallbacksEnabled(false);
-    const qsizetype count = settings->allKeys().size();
+    QSet<QString> written;
+    for (const QString& key : settings->allKeys()) {
+        written.insert(key.startsWith('/') ? key.sliced(1) : key);
+    }
     settings->setFallbacksEnabled(others);
-    return count;
+    return written.size();
 }
 
 /// The former file is there again, and the values are as they were before, and pending.

@@ -308,6 +308,17 @@ TEST_F(SettingsFileTest, FileOfTheProgramsOwnIsNotKept) {
     EXPECT_FALSE(QFile::exists(foreignLinesFile(path)));
 }
 
+TEST_F(SettingsFileTest, KeysThatAreWrittenAsOneDoNotMakeTheWriteFail) {
+    const QString path = fileWith("[General]\n=x\n[\n=y\nvolume=3\n");
+    const LogCapture log;
+    SettingsManager store;
+    store.setValue("mute", true);
+    store.sync();
+    EXPECT_EQ(written(path, "mute"), "mute=true");
+    EXPECT_EQ(log.count(QStringLiteral("cannot be written")), 0);
+    QFile::remove(foreignLinesFile(path));
+}
+
 TEST_F(SettingsFileTest, ValueThatAsksForMoreMemoryThanThereIsIsTakenOutBeforeTheFileIsRead) {
     const QByteArray damaged("[General]\nvolume=3\nv=@Variant(\\0\\0\\0\\v=@0\\0\\0\\a)\nother=4\n");
     const QString path = fileWith(damaged);
