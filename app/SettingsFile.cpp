@@ -30,6 +30,18 @@ bool endsByItself(QByteArrayView line) {
     return !quoted;
 }
 
+/// In any of the forms that a file may have it in. QSettings writes such a name without it.
+bool beginsWithSlash(QByteArrayView name) {
+    const QByteArray start = name.first(std::min(name.size(), qsizetype{6})).toByteArray().toLower();
+    return start.startsWith('/') || start.startsWith('\\') || start.startsWith("%2f") || start == "%u002f";
+}
+
+/// "[section]", with a name that a write keeps.
+bool isSectionLine(QByteArrayView text) {
+    const QByteArrayView name = text.sliced(1, std::max(text.indexOf(']'), qsizetype{1}) - 1).trimmed();
+    return text.back() == ']' && !name.isEmpty() && !beginsWithSlash(name);
+}
+
 bool isSettingsLine(QByteArrayView line) {
     const QByteArrayView text = line.trimmed();
     if (text.isEmpty()) {
@@ -40,9 +52,9 @@ bool isSettingsLine(QByteArrayView line) {
         return false;
     }
     if (text.front() == '[') {
-        return text.back() == ']';
+        return isSectionLine(text);
     }
-    return text.front() != ';' && text.contains('=');
+    return text.front() != ';' && text.contains('=') && !beginsWithSlash(text);
 }
 
 bool isTextByte(char byte) {

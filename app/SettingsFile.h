@@ -6,8 +6,8 @@
 /// The store's file, where the store is one: what a write of QSettings would lose. No state; any thread.
 
 /// Whether the text of such a file has a line that is neither blank, nor "[section]", nor "key=value", or
-/// does not end where it ends, or holds anything but UTF-8 text, or a value that must not be read (see
-/// StoredValues.h). A write drops or changes such lines, comments among them.
+/// does not end where it ends, or holds anything but UTF-8 text, a name that begins with a slash, or a value
+/// that must not be read (see StoredValues.h). A write drops or changes such lines, comments among them.
 [[nodiscard]] bool hasForeignLines(const QByteArray& text);
 
 /// Where keepForeignLines() puts what it keeps.

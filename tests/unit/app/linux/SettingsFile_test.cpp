@@ -308,6 +308,16 @@ TEST_F(SettingsFileTest, FileOfTheProgramsOwnIsNotKept) {
     EXPECT_FALSE(QFile::exists(foreignLinesFile(path)));
 }
 
+TEST_F(SettingsFileTest, NamesThatAWriteChangesAreKeptBesideTheFile) {
+    for (const char* const line :
+         {"[]\nb=1", "[ ]x]\nb=1", "[\\a]\nb=1", "[%2Fa]\nb=1", "\\b=1", "/b=1", "%2fb=1", "%U002Fb=1"}) {
+        EXPECT_TRUE(hasForeignLines(QByteArray("[General]\n") + line + '\n')) << line;
+    }
+    for (const char* const line : {"[a\\b]\nb=1", "[%General]\nb=1", "b\\c=1", "b/=1", "%2b=1", "=x"}) {
+        EXPECT_FALSE(hasForeignLines(QByteArray("[General]\n") + line + '\n')) << line;
+    }
+}
+
 TEST_F(SettingsFileTest, KeysThatAreWrittenAsOneDoNotMakeTheWriteFail) {
     const QString path = fileWith("[General]\n=x\n[\n=y\nvolume=3\n");
     const LogCapture log;
