@@ -13,20 +13,20 @@
 #include "device/link/LinkInspection.h"
 #include "device/link/LinkState.h"
 #include "tests/fuzz/FuzzProgram.h"
+#include "tests/fuzz/FuzzScreens.h"
 #include "tests/support/Await.h"
 #include "tests/support/ScriptedHidapi.h"
 #include "tests/support/WireFrame.h"
+#include "tests/support/qml/FakeProgram.h"
 #include "tests/support/qml/FakeSystemBridge.h"
 #include "tests/support/qml/StoreFile.h"
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QGuiApplication>
 #include <QMetaObject>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQmlError>
-#include <QTemporaryDir>
 #include <QTimer>
 #include <QUrl>
 #include <QVariant>
@@ -104,6 +104,7 @@ public:
             [](QQmlEngine*, QJSEngine*) -> QObject* { return served; });
         registerFakeSystemBridge();
         registerTemporarySettings();
+        registerTranslations();
         QQmlComponent component(&engine);
         component.setData("import QtQml\nimport MediaControls\n"
                           "QtObject { readonly property QtObject facade: HIDDeviceMgr }",
@@ -423,26 +424,9 @@ void step(Host& the, Program& program) {
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming): the sanitizer's own name
-extern "C" const char* __asan_default_options() {
-    // Whatever only a document's own heap points to, which the sanitizer cannot read, would be a leak. With
-    // the usual quarantine of freed memory the process would grow by 3 GB in an hour.
-    return "detect_leaks=0:quarantine_size_mb=8";
-}
-
 // NOLINTNEXTLINE(readability-identifier-naming): the fuzzer's own name
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    static const QTemporaryDir home;
-    qputenv("HOME", home.path().toLocal8Bit());
-    qputenv("XDG_DATA_HOME", home.filePath("data").toLocal8Bit());
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Never destroyed, as the objects that need it.
-    static const QGuiApplication& application = *new QGuiApplication(*argc, *argv);
-    static_cast<void>(application);
-    qInstallMessageHandler(failOnWarning);
-    // The end of the process with these objects in it is none of a program's.
-    (void)std::atexit(
-        [] { qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {}); });
+    fuzz::startScreens(*argc, *argv, failOnWarning);
     for (const Model& model : kModels) {
         showHonestDevice(model, kOwnAddress);
     }

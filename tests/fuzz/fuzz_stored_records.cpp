@@ -7,20 +7,19 @@
 #include "app/SettingsManager.h"
 #include "bridge/EqualizerPreset.h"
 #include "tests/fuzz/FuzzInput.h"
+#include "tests/fuzz/FuzzScreens.h"
 #include "tests/support/qml/FakeProgram.h"
 #include "tests/support/qml/StoreFile.h"
 
 #include <QByteArray>
 #include <QCoreApplication>
 #include <QEvent>
-#include <QGuiApplication>
 #include <QMetaObject>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQmlError>
 #include <QString>
 #include <QStringList>
-#include <QTemporaryDir>
 #include <QUrl>
 #include <QVariant>
 
@@ -155,26 +154,10 @@ void storeLines(Input& input) {
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming): the sanitizer's own name
-extern "C" const char* __asan_default_options() {
-    // Whatever only a document's own heap points to, which the sanitizer cannot read, would be a leak.
-    return "detect_leaks=0:quarantine_size_mb=8";
-}
-
 // NOLINTNEXTLINE(readability-identifier-naming): the fuzzer's own name
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    static const QTemporaryDir home;
-    qputenv("HOME", home.path().toLocal8Bit());
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_QUICK_BACKEND", "software");
-    // Never destroyed, as the objects that need it.
-    static const QGuiApplication& application = *new QGuiApplication(*argc, *argv);
-    static_cast<void>(application);
+    fuzz::startScreens(*argc, *argv, failOnDocumentWarning);
     setUpFakeProgram();
-    qInstallMessageHandler(failOnDocumentWarning);
-    // The end of the process with these objects in it is none of a program's.
-    (void)std::atexit(
-        [] { qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {}); });
     return 0;
 }
 

@@ -17,7 +17,8 @@ namespace {
 
 constexpr int kLevelPeriodMs = 50;
 
-// The real one, with Chinese as the system's language, one for each engine.
+} // namespace
+
 void registerTranslations() {
     qmlRegisterSingletonType<TranslationManager>(
         "VexoDeckTranslation", 1, 0, "TranslationManager", [](QQmlEngine* engine, QJSEngine*) -> QObject* {
@@ -26,8 +27,6 @@ void registerTranslations() {
             return manager;
         });
 }
-
-} // namespace
 
 void setUpFakeProgram() {
     collectGarbageInOneGo();

@@ -9,6 +9,10 @@
 /// engine, once in a process.
 void setUpFakeProgram();
 
+/// Registers the real TranslationManager, with Chinese as the system's language, one for each engine. A part
+/// of setUpFakeProgram(), for programs that register services of their own. Once in a process.
+void registerTranslations();
+
 /// Runs the event loop for the given milliseconds; it sleeps between events, as the program does. Meanwhile
 /// calls `everyPeriod`, where one is given, as often as level reports come, the first time at once.
 void runEventLoop(int milliseconds, const std::function<void()>& everyPeriod = {});
