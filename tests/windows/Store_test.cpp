@@ -2,6 +2,7 @@
 
 #include "app/SettingsManager.h"
 #include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeProgram.h"
 #include "tests/support/qml/FakeSystemBridge.h"
 
 #include <QCoreApplication>
@@ -134,6 +135,7 @@ QVariant readByTheScreens(const QString& key) {
 TEST_F(Store, ConsentIsClearOnAFreshStoreAndAsTheUserLeftItAfterwards) {
     registerFakeHIDHotplugManager();
     registerFakeSystemBridge();
+    registerTranslations();
     // Each engine owns its store.
     qmlRegisterSingletonType<SettingsManager>(
         "VexoDeckSettings", 1, 0, "SettingsManager",
