@@ -1,15 +1,19 @@
 // What the program does on the desktop in the user's place, and what it hears of screen and session.
 
+#include "bridge/Launching.h"
 #include "platform/ScreenCapture.h"
 #include "platform/windows/desktop/DesktopOpener.h"
 #include "platform/windows/desktop/KeyInjection.h"
 #include "platform/windows/desktop/PowerMonitor.h"
+#include "tests/support/Await.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 
 #include <array>
 #include <cstring>
@@ -268,4 +272,22 @@ TEST(WindowsDesktopOpener, FailureHasTheResultAndTheLastError) {
 
 TEST(WindowsDesktopOpener, FileThatIsNotThereDoesNotOpen) {
     EXPECT_EQ(openFileByDesktop("C:/nowhere/at/all.exe", "C:/").code, 2);
+}
+
+TEST(WindowsDesktopOpener, ProgramBehindTheFileSchemeRunsInItsOwnFolder) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("where am i.bat");
+    QFile program(path);
+    ASSERT_TRUE(program.open(QIODevice::WriteOnly));
+    program.write("@cd>where.txt\r\n@echo end>>where.txt\r\n");
+    program.close();
+    ASSERT_EQ(path.sliced(1, 2), ":/") << path.toStdString();
+    ASSERT_TRUE(openWindowsApplication("file:///" + path));
+    const auto said = [&folder] {
+        QFile file(folder.filePath("where.txt"));
+        return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+    };
+    ASSERT_TRUE(await([&said] { return said().endsWith("end\r\n"); })) << said().toStdString();
+    EXPECT_EQ(said(), QDir::toNativeSeparators(folder.path()) + "\r\nend\r\n");
+    EXPECT_FALSE(openWindowsApplication("file://" + path + ".not"));
 }
