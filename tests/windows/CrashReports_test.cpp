@@ -93,11 +93,26 @@ TEST(CrashReports, CrashLeavesAReportThatIsToldOnce) {
     }
 }
 
+TEST(CrashReports, FileOfAnotherNameIsNeitherToldOfNorRemoved) {
+    static_cast<void>(toldReports()); // those of an earlier run
+    QFile file(qEnvironmentVariable("APPDATA") + "/VEXO/Crash test/crashes/crash-20200101-000000-x.txt");
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    EXPECT_EQ(toldReports(), QStringList());
+    EXPECT_TRUE(file.remove());
+}
+
 TEST(CrashReports, ThreadsThatCrashTogetherLeaveOneWholeReport) {
     for (int round = 0; round < 20; ++round) {
         const QString report = reportOf("together");
         ASSERT_TRUE(report.endsWith("end of the report\n")) << round << "\n" << report.toStdString();
     }
+}
+
+TEST(CrashReports, SecretsInAddressesAreLeftOut) {
+    const QString report = reportOf("fault");
+    EXPECT_TRUE(report.contains("\n  opens http://***@vexo.example/?***\n")) << report.toStdString();
+    EXPECT_FALSE(report.contains("secret"));
 }
 
 TEST(CrashReports, ReportGoesToTheStandardErrorWhereThereIsNoFolder) {

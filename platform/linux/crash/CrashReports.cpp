@@ -1,5 +1,6 @@
 #include "platform/CrashReports.h"
 
+#include "platform/LogLine.h"
 #include "platform/LogTail.h"
 #include "platform/linux/crash/Backtrace.h"
 #include "platform/linux/crash/LastWords.h"
@@ -42,8 +43,6 @@ constexpr std::array<std::string_view, kCrashSignals.size()> kSignalNames{"SIGSE
 constexpr unsigned kReportLimitS = 10;
 
 constexpr const char* kFolderName = "crashes";
-constexpr std::string_view kReportStart = "crash-";
-constexpr std::string_view kReportEnd = ".txt";
 
 // What the handler needs, put together before.
 struct Prepared {
@@ -105,12 +104,18 @@ void writeCircumstances(ReportText& report) {
     report << "system: " << system.sysname << " " << system.release << " " << system.machine << "\n";
 }
 
+void writeLogLine(ReportText& report, std::string_view line) {
+    report << "  ";
+    readWithoutSecrets(line, [&report](std::string_view part) { report << part; });
+    report << "\n";
+}
+
 void writeLog(ReportText& report) {
     report << "\nlast lines of the log:\n";
-    logTail().read([&report](std::string_view line) { report << "  " << line << "\n"; });
+    logTail().read([&report](std::string_view line) { writeLogLine(report, line); });
     std::array<char, kLogTailLineBytes> text;
     if (const std::size_t size = unfinishedLogLine(text); size > 0) {
-        report << "  " << std::string_view(text.data(), size) << "\n";
+        writeLogLine(report, {text.data(), size});
     }
 }
 
@@ -215,8 +220,7 @@ void prepare(const CrashingProgram& program) {
     place.process = getpid();
     place.folder = openPrivateFolder(base, {program.organization, program.name, kFolderName});
     place.folderPath = base + '/' + program.organization + '/' + program.name + '/' + kFolderName;
-    place.fileName = std::string(kReportStart) + startTime() + '-' + std::to_string(place.process) +
-                     std::string(kReportEnd);
+    place.fileName = "crash-" + startTime() + '-' + std::to_string(place.process) + ".txt";
     place.title = program.name + ' ' + program.version;
 }
 
@@ -236,7 +240,7 @@ std::vector<Report> reportsIn(const FileDescriptor& folder) {
     while (const dirent* const entry = list ? readdir(list.get()) : nullptr) {
         const std::string_view name(entry->d_name);
         struct stat status{};
-        if (name.starts_with(kReportStart) && name.ends_with(kReportEnd) &&
+        if (isCrashReportName(name) &&
             fstatat(folder.get(), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
             S_ISREG(status.st_mode) && status.st_uid == geteuid()) {
             const std::chrono::nanoseconds crash = std::chrono::seconds(status.st_mtim.tv_sec) +

@@ -1,5 +1,6 @@
 #include "platform/CrashReports.h"
 
+#include "platform/LogLine.h"
 #include "platform/LogTail.h"
 #include "platform/ThreadName.h"
 #include "platform/windows/system/CrashStack.h"
@@ -202,7 +203,11 @@ void writeReport(std::string_view what, UINT code, const CONTEXT& context) {
     report << prepared().title << " crashed\nsignal: " << what << "\n";
     writeCircumstances(report);
     report << "\nlast lines of the log:\n";
-    logTail().read([&report](std::string_view line) { report << "  " << line << "\n"; });
+    logTail().read([&report](std::string_view line) {
+        report << "  ";
+        readWithoutSecrets(line, [&report](std::string_view part) { report << part; });
+        report << "\n";
+    });
     report << "\nbacktrace:\n";
     writeBacktrace(report, context);
     report << "end of the report\n";
@@ -277,6 +282,8 @@ void reportCrashes(const CrashingProgram& program) {
 QStringList newCrashReports() {
     const QDir folder(prepared().folder);
     QFileInfoList reports = folder.entryInfoList({QStringLiteral("crash-*.txt")}, QDir::Files);
+    reports.removeIf(
+        [](const QFileInfo& report) { return !isCrashReportName(report.fileName().toStdString()); });
     // One that has been told of is read-only. The name has the time of the start.
     std::ranges::sort(reports, {}, [](const QFileInfo& report) {
         return std::tuple(report.isWritable(), report.lastModified(), report.fileName());
