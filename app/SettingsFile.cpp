@@ -36,10 +36,9 @@ bool beginsWithSlash(QByteArrayView name) {
     return start.startsWith('/') || start.startsWith('\\') || start.startsWith("%2f") || start == "%u002f";
 }
 
-/// "[section]", with a name that a write keeps.
-bool isSectionLine(QByteArrayView text) {
-    const QByteArrayView name = text.sliced(1, std::max(text.indexOf(']'), qsizetype{1}) - 1).trimmed();
-    return text.back() == ']' && !name.isEmpty() && !beginsWithSlash(name);
+/// Of a line that begins with "[".
+QByteArrayView sectionName(QByteArrayView text) {
+    return text.sliced(1, std::max(text.indexOf(']'), qsizetype{1}) - 1).trimmed();
 }
 
 bool isSettingsLine(QByteArrayView line) {
@@ -52,9 +51,9 @@ bool isSettingsLine(QByteArrayView line) {
         return false;
     }
     if (text.front() == '[') {
-        return isSectionLine(text);
+        return text.back() == ']' && !sectionName(text).isEmpty() && !beginsWithSlash(sectionName(text));
     }
-    return text.front() != ';' && text.contains('=') && !beginsWithSlash(text);
+    return text.front() != ';' && text.contains('=');
 }
 
 bool isTextByte(char byte) {
@@ -88,7 +87,16 @@ bool hasForeignLines(const QByteArray& text) {
     if (withoutUnreadableValues(text) != text) {
         return true;
     }
-    return !std::ranges::all_of(QByteArray(text).replace('\r', '\n').split('\n'), isSettingsLine);
+    // A key has its section's name and a slash in front, but for those of the general one.
+    bool isGeneral = true;
+    return !std::ranges::all_of(
+        QByteArray(text).replace('\r', '\n').split('\n'), [&isGeneral](QByteArrayView line) {
+            const QByteArrayView trimmed = line.trimmed();
+            if (trimmed.startsWith('[')) {
+                isGeneral = sectionName(trimmed).compare("general", Qt::CaseInsensitive) == 0;
+            }
+            return isSettingsLine(line) && !(isGeneral && beginsWithSlash(trimmed));
+        });
 }
 
 QString foreignLinesFile(const QString& settingsFile) {
