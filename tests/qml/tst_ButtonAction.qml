@@ -89,6 +89,65 @@ MainWindowTestCase {
         compare(done(), []);
     }
 
+    function test_of_a_storm_of_presses_few_act_and_one_line_tells_data() {
+        const record = JSON.stringify({
+            name: "Editor",
+            executablePath: "/opt/editor"
+        });
+        return [["an application", 0, record, 1000], ["an address", 1, "https://vexo.example", 1000], ["keys", 2, "Ctrl+A", 200], ["a screenshot", 3, undefined, 1000], ["a recording", 4, undefined, 1000]].map(([tag, type, value, refillMs]) => ({
+                    tag: tag,
+                    type: type,
+                    value: value,
+                    refillMs: refillMs
+                }));
+    }
+
+    function test_of_a_storm_of_presses_few_act_and_one_line_tells(row) {
+        TestLog.expect("The button comes too often");
+        choose(row.type, row.value);
+        startReferenceTime(row.refillMs);
+        for (let count = 0; count < 100; count++)
+            press();
+        compare(done().length, 3);
+        // Nothing was kept for later, and each further press takes its own time.
+        let acted = 0;
+        const pressUntilOneActs = () => {
+            if (acted === 0) {
+                press();
+                acted = done().length;
+            }
+            return acted === 1;
+        };
+        tryVerify(pressUntilOneActs);
+        compare(referenceTimeOver, true);
+        press();
+        compare(done(), []);
+        compare(linesWith("The button comes too often").length, 1);
+    }
+
+    function test_each_storm_is_told() {
+        choose(2, "A");
+        for (let storm = 0; storm < 2; storm++) {
+            TestLog.expect("The button comes too often");
+            for (let count = 0; count < 100; count++)
+                press();
+            compare(done().length, 3);
+            compare(linesWith("The button comes too often").length, storm + 1);
+            tryCompare(window.buttonAction.keyPresses, "running", false);
+        }
+    }
+
+    function test_a_press_that_does_nothing_leaves_the_next_ones() {
+        choose(2, "");
+        for (let count = 0; count < 100; count++)
+            press();
+        choose(2, "A");
+        press();
+        press();
+        press();
+        compare(done().length, 3);
+    }
+
     function test_it_works_on_every_page() {
         choose(3);
         press();

@@ -5,11 +5,12 @@ import pathlib
 import re
 import subprocess
 import sys
+import time
 import unittest
 
 from log_check import TYPED_LOG, warnings_of
 from panel import Panel
-from screens import GENERAL_PAGE
+from screens import GENERAL_PAGE, MONITOR_PAGE
 from scripted_tools import ScriptedTools
 from stage import Stage, wait_until
 from system_case import BUILD, SystemCase
@@ -20,6 +21,7 @@ from desktop_files import desktop_entry  # noqa: E402
 HOME_PAGE = "https://www.vexo.example"
 PRESS = "send-private 0x8003 1"
 PROGRAM = "Button probe"
+TOO_OFTEN = "warning qml: The button comes too often"
 KEYS_WINDOW = "Event Tester"
 
 
@@ -59,8 +61,8 @@ class ButtonCase(SystemCase):
         self.panel.open()
         self.panel.open_page(GENERAL_PAGE)
 
-    def end(self):
-        self.assertEqual(warnings_of(self.program.log), [])
+    def end(self, warnings=()):
+        self.assertEqual(warnings_of(self.program.log), list(warnings))
         self.stage.end_program(self.program)
 
     def choose(self, action):
@@ -127,6 +129,24 @@ class Mixdesk(ButtonCase):
         self.press()
         self.assertEqual(self.tools.wait_call("spectacle")[0], "--record region")
         self.end()
+
+    def test_of_a_storm_of_presses_few_act_and_the_window_answers(self):
+        self.begin()
+        began = time.monotonic()
+        self.stage.emulator("storm 3000 1000 0x8003")
+        self.panel.open_page(MONITOR_PAGE)
+        self.panel.open_page(GENERAL_PAGE)
+        self.stage.emulator("wait storm 20000")
+        self.tools.wait_call("xdg-open")
+        # Three at once, and one a second.
+        self.assertLessEqual(self.tools.count_calls("xdg-open"), 4 + (time.monotonic() - began))
+        wait_until(lambda: not self.ended_children(), "the ends of the openers")
+        self.end([TOO_OFTEN])
+
+    def ended_children(self):
+        """The children of the program whose end it has not taken note of."""
+        states = [path.read_text(encoding="utf-8").rsplit(")", 1)[1].split() for path in pathlib.Path("/proc").glob("[0-9]*/stat")]
+        return [state for state in states if state[0] == "Z" and state[1] == str(self.program.pid)]
 
     def test_a_choice_outlives_the_program(self):
         self.begin()

@@ -22,6 +22,7 @@ class ScriptedTools:
         """A tool that tells with which words it was called, and where."""
         tool = self.folder / name
         tool.write_text(f'#!/bin/sh\nprintf "%s\\n%s" "$*" "$PWD" > "{self.happened}/{name}.$$"\n'
+                        f'echo called >> "{self.happened}/{name}.calls"\n'
                         f'mv "{self.happened}/{name}.$$" "{self.happened}/{name}"\n', encoding="utf-8")
         tool.chmod(0o755)
         return tool
@@ -33,3 +34,8 @@ class ScriptedTools:
         words, folder = called.read_text(encoding="utf-8").split("\n")
         called.unlink()
         return words, folder
+
+    def count_calls(self, name):
+        """How often a tool has been called."""
+        calls = self.happened / f"{name}.calls"
+        return len(calls.read_text(encoding="utf-8").splitlines()) if calls.exists() else 0

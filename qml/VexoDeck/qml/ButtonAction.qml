@@ -2,12 +2,51 @@ import QtQuick
 import MediaControls
 import VexoDeckSystemBridge // qmllint disable import
 
-/* Does what the user has chosen for the button of the device, at each press of it. */
+/*
+    Does what the user has chosen for the button of the device, at each press of it. A worn contact or a link that repeats
+    its frames tells of a thousand presses a second: those that come too often are dropped.
+*/
 QtObject {
     id: buttonAction
 
     readonly property int buttonMessage: 0x8003
     readonly property var bridge: SystemBridge // qmllint disable unqualified
+
+    // How many presses may still act: a few in a row, then one each interval. Only a press that does something counts.
+    component Allowance: Timer {
+        readonly property int most: 3
+        property int left: most
+        property bool refusalTold: false
+
+        function take(): bool {
+            if (left === 0) {
+                if (!refusalTold)
+                    console.warn("The button comes too often");
+                refusalTold = true;
+                return false;
+            }
+            left--;
+            start();
+            return true;
+        }
+
+        repeat: true
+        onTriggered: {
+            left++;
+            if (left < most)
+                return;
+            stop();
+            refusalTold = false;
+        }
+    }
+
+    readonly property Allowance openings: Allowance {
+        interval: 1000
+    }
+    // A double press of the dial takes longer than this.
+    readonly property Allowance keyPresses: Allowance {
+        interval: 200
+    }
 
     readonly property Connections deviceConnections: Connections {
         target: HIDDeviceMgr.manager
@@ -31,10 +70,12 @@ QtObject {
             pressKeys(ConfigMgr.getValue(keys.general_hotkey_value_key));
             break;
         case 3:
-            bridge.takeScreenshot();
+            if (openings.take())
+                bridge.takeScreenshot();
             break;
         case 4:
-            bridge.startScreenRecording();
+            if (openings.take())
+                bridge.startScreenRecording();
             break;
         }
     }
@@ -42,22 +83,23 @@ QtObject {
     // The system's browser has no path. It opens the maker's home page, as do records that name no program.
     function openApplication(record: string) {
         const path = AppInventory.textOf(AppInventory.recordIn(record)?.executablePath);
-        if (path !== "")
-            bridge.openApplication(path);
-        else
+        if (path === "")
             openPage(Operator.homePage);
+        else if (openings.take())
+            bridge.openApplication(path);
     }
 
     // The field of the address leaves only those of the web; a damaged store may hold others.
     function openPage(address: string) {
-        if (/^https?:\/\//i.test(address))
-            Qt.openUrlExternally(address);
-        else if (address !== "")
+        if (/^https?:\/\//i.test(address)) {
+            if (openings.take())
+                Qt.openUrlExternally(address);
+        } else if (address !== "")
             console.warn("The button opens pages of the web only:", address);
     }
 
     function pressKeys(keys: string) {
-        if (keys !== "")
+        if (keys !== "" && keyPresses.take())
             bridge.simulateKeyPress(keys);
     }
 }
