@@ -341,15 +341,15 @@ UpdateTestCase {
     }
 
     function test_the_question_about_the_firmware_has_the_devices_name_data() {
-        return ["VEXO Mixdesk R2", "VEXO Voxmic M40", "$&", "$1 %1 \\", "", "<b>名字</b>"].map(name => ({
-                    tag: name || "no name",
+        return ["VEXO Mixdesk R2", "VEXO Voxmic M40", "$&", "$1 %1 \\", "<b>名字</b>"].map(name => ({
+                    tag: name,
                     name: name
                 }));
     }
 
     function test_the_question_about_the_firmware_has_the_devices_name(data) {
         askAboutFirmware(data.name);
-        compare(row.firmwareUpgradeDialog.title, (data.name || "N/A") + " 有新固件可升级，是否升级设备？");
+        compare(row.firmwareUpgradeDialog.title, data.name + " 有新固件可升级，是否升级设备？");
         discard(row);
     }
 
@@ -410,6 +410,119 @@ UpdateTestCase {
         answer("app", nothingNew());
         answer("firmware", JSON.parse(data.text));
         compare([stat(), MessageDialogMgr.shownCount], [0, 0]);
+    }
+
+    function test_a_device_that_is_not_ready_gets_no_question_data() {
+        return [
+            {
+                tag: "none at the request",
+                before: () => loseDevice(),
+                between: () => connectDevice(mixdeskR2)
+            },
+            {
+                tag: "none at the answer",
+                before: () => connectDevice(mixdeskR2),
+                between: () => loseDevice()
+            },
+            {
+                tag: "without a name",
+                before: () => connectDevice(Object.assign({}, mixdeskR2, {
+                        name: ""
+                    })),
+                between: () => {}
+            },
+            {
+                tag: "another one at the answer",
+                before: () => connectDevice(mixdeskR2),
+                between: () => swapFor(voxmicM40)
+            },
+            {
+                tag: "another one of the model",
+                before: () => connectDevice(mixdeskR2),
+                between: () => swapFor(otherMixdesk)
+            }
+        ];
+    }
+
+    readonly property var otherMixdesk: Object.assign({}, mixdeskR2, {
+        sn: "R2-0002"
+    })
+
+    function loseDevice() {
+        HIDHotplugManager.deviceConnected(HIDDeviceMgr.deviceInfo, false);
+    }
+
+    // Another device, as it tells about itself.
+    function swapFor(info) {
+        loseDevice();
+        connectDevice({
+            dpid: info.dpid
+        });
+        connectDevice(info);
+    }
+
+    function test_a_device_that_is_not_ready_gets_no_question(data) {
+        build();
+        answer("app", nothingNew());
+        take("firmware");
+        data.before();
+        row.checkUpdateFirmware();
+        data.between();
+        answer("firmware", firmwareOffer("http://x.example/fw.bin"));
+        compare([MessageDialogMgr.shownCount, row.firmwareUpgradeDialog], [0, null]);
+    }
+
+    function test_the_question_about_the_firmware_goes_with_its_device_data() {
+        return [
+            {
+                tag: "lost",
+                change: () => loseDevice()
+            },
+            {
+                tag: "another model",
+                change: () => swapFor(voxmicM40)
+            },
+            {
+                tag: "another one of the model",
+                change: () => swapFor(otherMixdesk)
+            }
+        ];
+    }
+
+    function test_the_question_about_the_firmware_goes_with_its_device(data) {
+        askAboutFirmware("VEXO Mixdesk R2");
+        tryCompare(row.firmwareUpgradeDialog, "opened", true);
+        HIDHotplugManager.clearCalls();
+        published = [];
+        data.change();
+        compare(row.firmwareUpgradeDialog.visible, false);
+        compare(MessageDialogMgr.shownCount, 0);
+        compare(payloadsOf(MessageBus.messageTypes.UPDATE_FIRMWARE), []);
+        verify(!HIDHotplugManager.calls.some(call => call.name === "stopAndDisconnectDevice"));
+    }
+
+    function test_the_question_about_the_firmware_waits_until_it_can_be_answered() {
+        connectDevice(mixdeskR2);
+        build(true);
+        answer("app", nothingNew());
+        answer("firmware", firmwareOffer("http://x.example/fw.bin"));
+        compare(MessageDialogMgr.shownCount, 0);
+        row.shown = false;
+        compare(MessageDialogMgr.shownCount, 1);
+        press(row.firmwareUpgradeDialog, "cancelButton");
+        row.shown = true;
+        row.shown = false;
+        compare(MessageDialogMgr.shownCount, 0);
+    }
+
+    function test_a_question_that_waits_goes_with_its_device() {
+        connectDevice(mixdeskR2);
+        build(true);
+        answer("app", nothingNew());
+        answer("firmware", firmwareOffer("http://x.example/fw.bin"));
+        swapFor(otherMixdesk);
+        row.shown = false;
+        compare(MessageDialogMgr.shownCount, 0);
     }
 
     // ---- Linux: what is offered is fetched by the user.

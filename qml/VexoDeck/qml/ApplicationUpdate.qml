@@ -21,6 +21,10 @@ Item {
     // The questions over the main window, from the first one on.
     property var upgradeDialog: null
     property var firmwareUpgradeDialog: null
+    // Of the firmware that is offered once the window that holds the main window back is hidden.
+    property string waitingFirmware: ""
+    // What the connected device is known by, "" until it has told all about itself.
+    readonly property string device: HIDDeviceMgr.deviceReady ? HIDDeviceMgr.getDeviceDPID() + " " + HIDDeviceMgr.getDeviceSN() : ""
 
     readonly property int upToDate: 0
     readonly property int checking: 1
@@ -100,10 +104,12 @@ Item {
 
     function checkUpdateFirmware() {
         const row = checkUpdateRow;
-        NetworkMgr.checkUpdateFirmware((ok, response) => UpdateAnswers.tell(row, "handleFirmwareCheck", response), () => {});
+        const askedFor = device;
+        NetworkMgr.checkUpdateFirmware((ok, response) => UpdateAnswers.tell(row, "handleFirmwareCheck", response, askedFor), () => {});
     }
 
-    function handleFirmwareCheck(response: var) {
+    // Firmware for one device must not reach another.
+    function handleFirmwareCheck(response: var, askedFor: string) {
         const url = UpdateAnswers.firmwareAddress(response);
         if (url === null)
             return;
@@ -111,8 +117,16 @@ Item {
             console.log("检测到可升级固件，但未提供下载地址");
             return;
         }
-        if (firmwareUpgradeDialog?.visible)
+        if (device === "" || device !== askedFor || firmwareUpgradeDialog?.visible)
             return;
+        if (shown)
+            waitingFirmware = url;
+        else
+            offerFirmware(url);
+    }
+
+    function offerFirmware(url: string) {
+        waitingFirmware = "";
         // By a function: the name is taken as it is.
         const text = qsTr("VEXO Mixdesk R2 有新固件可升级，是否升级设备？").replace("VEXO Mixdesk R2", () => HIDDeviceMgr.getDeviceName());
         firmwareUpgradeDialog = ask(text, () => {
@@ -217,6 +231,15 @@ Item {
         }
     }
 
+    onShownChanged: {
+        if (!shown && waitingFirmware !== "")
+            offerFirmware(waitingFirmware);
+    }
+    onDeviceChanged: {
+        waitingFirmware = "";
+        if (firmwareUpgradeDialog?.visible)
+            firmwareUpgradeDialog.close();
+    }
     Component.onCompleted: checkUpdate()
     Component.onDestruction: {
         for (const dialog of [upgradeDialog, firmwareUpgradeDialog]) {
