@@ -61,13 +61,14 @@ void TranslationManager::setEngine(QQmlEngine* qmlEngine) {
 }
 
 void TranslationManager::setLanguage(const QString& languageCode) {
-    if (languageCode == currentLanguage) {
+    if (languageCode == currentLanguage && !sourceTextsShow) {
         return;
     }
     SettingsManager::instance()->setValue(kLanguageKey, languageCode);
     qDebug() << "Changing language from" << currentLanguage << "to" << languageCode;
     removeTranslators();
-    if (!loadTranslations(languageCode)) {
+    sourceTextsShow = !loadTranslations(languageCode);
+    if (sourceTextsShow) {
         // Qt's texts alone would be in another language than the program's.
         removeTranslators();
         qWarning() << "Failed to change language to:" << languageCode;

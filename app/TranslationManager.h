@@ -45,8 +45,9 @@ public:
     void setEngine(QQmlEngine* qmlEngine);
 
     /// Stores the code and changes to its language, unless it is the current one. Where its translation
-    /// cannot be loaded the screens show the source texts until the next start: the code stays stored, the
-    /// current language what it was, and languageChanged() is not emitted.
+    /// cannot be loaded the screens show the source texts until the next start or the next language that is
+    /// chosen, the current one included: the code stays stored, the current language what it was, and
+    /// languageChanged() is not emitted.
     Q_INVOKABLE void setLanguage(const QString& languageCode);
     /// setLanguage() with the code at an index of getAvailableLanguages(). Another index changes nothing.
     Q_INVOKABLE void setLanguageIndex(int8_t index);
@@ -71,5 +72,6 @@ private:
     QGuiApplication* application = nullptr;
     QPointer<QQmlEngine> engine;
     QString currentLanguage = QStringLiteral("zh_CN");
+    bool sourceTextsShow = false; // a language has failed since the current one was loaded
     Folders folders;
 };

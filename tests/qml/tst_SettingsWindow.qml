@@ -170,6 +170,21 @@ UpdateTestCase {
         compare(stored("language"), "de_DE");
     }
 
+    function test_after_a_language_that_fails_the_former_one_can_be_chosen_again() {
+        open();
+        TestLog.begin();
+        const box = child("languageBox");
+        box.currentIndex = -1;
+        TestLog.expect("Failed to load app translation for:");
+        TestLog.expect("Failed to load app translation from bundle for:");
+        TestLog.expect("Failed to change language to:");
+        TranslationManager.setLanguage("xx_XX");
+        compare(stored("language"), "xx_XX");
+        box.currentIndex = 0;
+        compare(linesWith("Setting language to: 0").length, 1);
+        compare(stored("language"), "zh_CN");
+    }
+
     function test_the_box_follows_a_change_from_elsewhere_and_writes_nothing() {
         open();
         TestLog.begin();

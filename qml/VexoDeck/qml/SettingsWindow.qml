@@ -92,12 +92,15 @@ FixedWindow {
                     CustomComboBox {
                         id: languageBox
 
+                        // The language has been changed elsewhere.
+                        property bool follows: false
+
                         objectName: "languageBox"
                         name: qsTr("语言")
                         model: ["中文", "繁體中文", "English", "日本語", "Русский", "Deutsch", "Français", "Español", "Italiano"]
                         currentIndex: TranslationManager.getCurrentLanguageIndex() // qmllint disable unqualified
                         onItemSelected: index => {
-                            if (index === TranslationManager.getCurrentLanguageIndex()) // qmllint disable unqualified
+                            if (follows)
                                 return;
                             console.log("Setting language to:", index);
                             TranslationManager.setLanguageIndex(index); // qmllint disable unqualified
@@ -135,7 +138,9 @@ FixedWindow {
             target: TranslationManager // qmllint disable unqualified
 
             function onLanguageChanged() {
+                languageBox.follows = true;
                 languageBox.currentIndex = TranslationManager.getCurrentLanguageIndex(); // qmllint disable unqualified
+                languageBox.follows = false;
             }
         }
     }

@@ -267,6 +267,20 @@ TEST_F(TranslationManagerTest, ALanguageWithoutItsFileLeavesTheSourceTexts) {
     EXPECT_EQ(shownText(), kSourceText);
 }
 
+TEST_F(TranslationManagerTest, AfterALanguageThatFailsTheFormerOneCanBeChosenAgain) {
+    writeFile(own + "/VexoDeck_de_DE.qm", resourceOf("de_DE"));
+    const auto subject = managerOfFiles("de_DE");
+    subject->setEngine(&engine);
+    const QSignalSpy changes(subject.get(), &TranslationManager::languageChanged);
+    subject->setLanguage("fr_FR");
+    subject->setLanguage("de_DE");
+    EXPECT_EQ(shownText(), "Abbrechen");
+    EXPECT_EQ(stored(), "de_DE");
+    EXPECT_EQ(changes.size(), 1);
+    subject->setLanguage("de_DE");
+    EXPECT_EQ(changes.size(), 1);
+}
+
 TEST_F(TranslationManagerTest, AFolderInThePlaceOfAFileIsNone) {
     ASSERT_TRUE(QDir().mkpath(own + "/VexoDeck_fr_FR.qm"));
     const auto subject = managerOfFiles("de_DE");
