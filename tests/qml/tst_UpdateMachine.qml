@@ -282,6 +282,21 @@ UpdateTestCase {
         compare(installed(), [target]);
     }
 
+    function test_a_double_click_starts_one_installer() {
+        download(true);
+        mouseDoubleClickSequence(button());
+        compare(installed(), [target]);
+    }
+
+    function test_button_and_question_start_one_installer() {
+        download();
+        tryCompare(row.upgradeDialog, "opened", true);
+        mouseClick(button());
+        press(row.upgradeDialog, "confirmButton");
+        compare(installed(), [target]);
+        compare(failures, 0);
+    }
+
     function test_there_is_one_question_at_a_time() {
         download();
         const first = row.upgradeDialog;

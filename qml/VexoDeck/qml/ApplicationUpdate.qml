@@ -18,6 +18,8 @@ Item {
     // Of the installer.
     property string downloadUrl: ""
     property string downloadedPath: ""
+    // An installer has been started, which the end of the program follows.
+    property bool installing: false
     // The questions over the main window, from the first one on.
     property var upgradeDialog: null
     property var firmwareUpgradeDialog: null
@@ -98,7 +100,10 @@ Item {
     }
 
     function install(path: string) {
-        if (!SystemBridge.installFile(path)) // qmllint disable unqualified
+        if (installing)
+            return;
+        installing = SystemBridge.installFile(path); // qmllint disable unqualified
+        if (!installing)
             installFailed();
     }
 
