@@ -35,6 +35,8 @@ LoggedTestCase {
     // Separate from init(), for test cases that set up more.
     function initConfig() {
         TestLog.begin();
+        // A click of the test before is none of this one.
+        WebPages.clicking.stop();
         connectDevice({});
         SettingsManager.clear();
         ConfigMgr.settings = recordingStore();

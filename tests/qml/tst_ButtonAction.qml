@@ -75,6 +75,20 @@ MainWindowTestCase {
         compare(done(), []);
     }
 
+    function test_an_address_that_is_none_is_told_and_opens_nothing_data() {
+        return ["http://[", "http://<b>vexo</b>", "https://vexo.example:port"].map(address => ({
+                    tag: address,
+                    address: address
+                }));
+    }
+
+    function test_an_address_that_is_none_is_told_and_opens_nothing(row) {
+        TestLog.expect("The page cannot be opened: " + row.address);
+        choose(1, row.address);
+        press();
+        compare(done(), []);
+    }
+
     function test_the_value_of_the_message_does_not_count() {
         choose(3);
         for (const value of [0, 1, 255])

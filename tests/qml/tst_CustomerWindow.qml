@@ -118,4 +118,11 @@ ScreenTestCase {
         mouseClick(child("onlineSupport"));
         compare(SystemBridge.calls.map(call => call.url), [NetworkMgr.custome_url]);
     }
+
+    function test_a_double_click_on_the_chat_opens_one_page() {
+        open("zh_TW");
+        SystemBridge.clearCalls();
+        mouseDoubleClickSequence(child("onlineSupport"));
+        compare(SystemBridge.calls.map(call => call.url), [NetworkMgr.custome_url]);
+    }
 }

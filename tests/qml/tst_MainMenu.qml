@@ -139,6 +139,15 @@ MainWindowTestCase {
         compare(SystemBridge.calls.map(call => call.url), [NetworkMgr.help_url, NetworkMgr.help_url_en]);
     }
 
+    function test_the_help_opens_at_each_choice_however_soon_and_once_at_a_double_click() {
+        SystemBridge.clearCalls();
+        for (let round = 1; round <= 2; round++) {
+            mouseDoubleClickSequence(row(openMenu(), 0));
+            compare(SystemBridge.calls.length, round);
+            tryCompare(popup(), "visible", false);
+        }
+    }
+
     function test_the_width_goes_by_the_language_data() {
         const widths = [["zh_CN", 110], ["zh_TW", 110], ["ja_JP", 150], ["it_IT", 180], ["fr_FR", 180], ["de_DE", 180], ["en_US", 180], ["es_ES", 190], ["ru_RU", 220], ["pt_BR", 110], ["", 110]];
         return widths.map(([language, width]) => ({
@@ -216,6 +225,27 @@ MainWindowTestCase {
         mouseClick(row(open, 2));
         compare(chosen, ["设置"]);
         tryCompare(open, "visible", false);
+    }
+
+    function test_a_double_click_on_a_row_acts_once() {
+        const open = openMenuWithActions();
+        mouseDoubleClickSequence(row(open, 2));
+        compare(chosen, ["设置"]);
+        tryCompare(open, "visible", false);
+        open.open();
+        tryCompare(open, "opened", true);
+        mouseClick(row(open, 0));
+        compare(chosen, ["设置", "帮助"]);
+    }
+
+    function test_a_row_acts_before_the_menu_has_faded_in() {
+        chosen = [];
+        activateWindow();
+        const open = createTemporaryObject(menuComponent, child("moreButton"));
+        open.open();
+        compare(open.opened, false);
+        row(open, 0).click();
+        compare(chosen, ["帮助"]);
     }
 
     function test_the_arrow_keys_go_round_the_rows_that_can_be_chosen() {

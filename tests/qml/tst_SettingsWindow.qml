@@ -253,6 +253,19 @@ UpdateTestCase {
         tryVerify(() => upgrade.window === null);
     }
 
+    function test_a_double_click_on_a_way_to_a_page_opens_one_page() {
+        open();
+        SystemBridge.clearCalls();
+        mouseDoubleClickSequence(child("privacyLink"));
+        compare(opened(), [NetworkMgr.privacyPage("zh_CN")]);
+        const failure = VxConfig.createWindow("UpgradeWindow.qml", questionPlace);
+        tryCompare(failure, "opacity", 1);
+        SystemBridge.clearCalls();
+        mouseDoubleClickSequence(part(failure.contentItem, "pageButton"));
+        compare(opened(), [NetworkMgr.default_url]);
+        tryVerify(() => findChild(questionPlace, "upgradeWindow") === null);
+    }
+
     function test_the_window_of_the_failure_can_be_dismissed() {
         const failure = VxConfig.createWindow("UpgradeWindow.qml", questionPlace);
         tryCompare(failure, "opacity", 1);

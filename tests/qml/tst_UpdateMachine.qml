@@ -568,6 +568,13 @@ UpdateTestCase {
         compare(installed(), []);
     }
 
+    function test_on_linux_a_double_click_opens_one_page() {
+        buildOnLinux(true);
+        answer("app", applicationOffer(address));
+        mouseDoubleClickSequence(button());
+        compare(opened(), [NetworkMgr.default_url]);
+    }
+
     function test_on_linux_the_question_offers_the_page() {
         buildOnLinux();
         answer("app", applicationOffer(address));

@@ -96,7 +96,7 @@ Item {
         if (handsFree)
             install(downloadedPath);
         else
-            Qt.openUrlExternally(NetworkMgr.downloadPage(TranslationManager.getCurrentLanguageIndex())); // qmllint disable unqualified
+            WebPages.follow(NetworkMgr.downloadPage(TranslationManager.getCurrentLanguageIndex())); // qmllint disable unqualified
     }
 
     function install(path: string) {

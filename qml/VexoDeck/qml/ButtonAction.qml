@@ -93,7 +93,7 @@ QtObject {
     function openPage(address: string) {
         if (/^https?:\/\//i.test(address)) {
             if (openings.take())
-                Qt.openUrlExternally(address);
+                WebPages.open(address);
         } else if (address !== "")
             console.warn("The button opens pages of the web only:", address);
     }

@@ -58,7 +58,7 @@ FixedWindow {
             LinkText {
                 objectName: "onlineSupport"
                 text: qsTr("Online Support")
-                onClicked: Qt.openUrlExternally(NetworkMgr.custome_url)
+                onClicked: WebPages.follow(NetworkMgr.custome_url)
             }
             ContactLine {
                 name: qsTr("WhatsApp")

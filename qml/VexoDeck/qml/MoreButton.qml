@@ -45,7 +45,7 @@ TitleBarButton {
             {
                 text: qsTr("帮助"),
                 icon: VxConfig.iconUrl("icons/bz.svg", ""),
-                action: () => Qt.openUrlExternally(NetworkMgr.helpPage(TranslationManager.getCurrentLanguageIndex())) // qmllint disable unqualified
+                action: () => WebPages.open(NetworkMgr.helpPage(TranslationManager.getCurrentLanguageIndex())) // qmllint disable unqualified
             },
             {
                 text: qsTr("客服"),

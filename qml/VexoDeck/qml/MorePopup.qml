@@ -13,6 +13,9 @@ T.Popup {
     // text, icon and action (a function or null) of each row.
     property list<var> rows: []
 
+    // A row has been chosen: the menu fades out.
+    property bool done: false
+
     // Room for the longest row of each language.
     function widthFor(languageCode: string): int {
         switch (languageCode) {
@@ -30,6 +33,15 @@ T.Popup {
         default:
             return 110;
         }
+    }
+
+    // The rows are there until the menu has faded: the second click of two chooses nothing.
+    function choose(entry: var) {
+        if (done)
+            return;
+        done = true;
+        close();
+        entry.action();
     }
 
     // Focuses the next enabled row, starting at an index, in steps of 1 or -1.
@@ -79,15 +91,13 @@ T.Popup {
                 text: entry?.text ?? ""
                 icon.source: entry?.icon ?? ""
                 enabled: Boolean(entry?.action)
-                onClicked: {
-                    morePopup.close();
-                    entry.action();
-                }
+                onClicked: morePopup.choose(entry)
                 Keys.onDownPressed: morePopup.focusRow(index + 1, 1)
                 Keys.onUpPressed: morePopup.focusRow(index - 1, -1)
             }
         }
     }
+    onAboutToShow: done = false
     enter: Transition {
         NumberAnimation {
             property: "opacity"

@@ -129,7 +129,7 @@ FixedWindow {
                     objectName: "privacyLink"
                     width: Math.min(implicitWidth, parent.width)
                     text: qsTr("隐私政策")
-                    onClicked: Qt.openUrlExternally(NetworkMgr.privacyPage(TranslationManager.getCurrentLanguage())) // qmllint disable unqualified
+                    onClicked: WebPages.follow(NetworkMgr.privacyPage(TranslationManager.getCurrentLanguage())) // qmllint disable unqualified
                 }
             }
         }

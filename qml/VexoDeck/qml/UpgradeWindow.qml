@@ -49,7 +49,7 @@ FixedWindow {
                 text: qsTr("打开下载页面")
                 font.pixelSize: VxTheme.fontSmall
                 onClicked: {
-                    Qt.openUrlExternally(NetworkMgr.downloadPage(TranslationManager.getCurrentLanguageIndex())); // qmllint disable unqualified
+                    WebPages.follow(NetworkMgr.downloadPage(TranslationManager.getCurrentLanguageIndex())); // qmllint disable unqualified
                     upgradeWindow.close();
                 }
             }
