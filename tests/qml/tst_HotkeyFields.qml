@@ -335,6 +335,99 @@ PageTestCase {
         compare(field.activeFocus, false);
     }
 
+    // In the ways to begin one.
+    function recordingWays() {
+        const pressed = field => mouseClick(field);
+        const asked = field => field.Accessible.pressAction();
+        const typed = field => {
+            reach(field);
+            keyClick(Qt.Key_Space);
+        };
+        return [["mouse", pressed, pressed], ["screen reader", asked, asked], ["keyboard, mouse", typed, pressed], ["keyboard, screen reader", typed, asked]];
+    }
+
+    function test_a_second_press_ends_the_recording_and_leaves_the_keys_data() {
+        return recordingWays().map(([tag, begin, end]) => ({
+                    tag: tag,
+                    begin: begin,
+                    end: end
+                }));
+    }
+
+    function test_a_second_press_ends_the_recording_and_leaves_the_keys(row) {
+        ConfigMgr.setValue(keysKey, "Ctrl+S");
+        openPage(mixdeskR2);
+        const field = child("keyField");
+        row.begin(field);
+        tryCompare(field, "activeFocus", true);
+        compare(field.recording, true);
+        row.end(field);
+        compare([field.recording, field.text, setting(keysKey)], [false, "Ctrl+S", "Ctrl+S"]);
+        keyClick(Qt.Key_Tab);
+        compare(field.activeFocus, false);
+        compareData(written(), []);
+    }
+
+    function test_a_double_click_begins_a_recording() {
+        ConfigMgr.setValue(keysKey, "Ctrl+S");
+        openPage(mixdeskR2);
+        const field = child("keyField");
+        Mouse.clicks(field, 10, 10, 2, 50);
+        compare(field.recording, true);
+    }
+
+    function test_a_recording_without_a_key_ends_data() {
+        return [["mouse", field => mouseClick(field)], ["keyboard", field => {
+                    reach(field);
+                    keyClick(Qt.Key_Return);
+                }]].map(([tag, begin]) => ({
+                    tag: tag,
+                    begin: begin
+                }));
+    }
+
+    function test_a_recording_without_a_key_ends(row) {
+        ConfigMgr.setValue(keysKey, "Ctrl+S");
+        openPage(mixdeskR2);
+        const field = child("keyField");
+        compare(field.patienceMs, 10000);
+        field.patienceMs = 300;
+        row.begin(field);
+        compare(field.recording, true);
+        tryCompare(field, "recording", false);
+        compare([field.text, field.activeFocus], ["Ctrl+S", true]);
+        compareData(written(), []);
+        keyClick(Qt.Key_Tab);
+        compare(field.activeFocus, false);
+    }
+
+    function test_each_key_lengthens_the_recording() {
+        const field = openKeyField();
+        field.patienceMs = 300;
+        keyClick(Qt.Key_A);
+        startReferenceTime(300);
+        keyClick(Qt.Key_B);
+        tryCompare(field, "recording", false);
+        compare(referenceTimeOver, true);
+        compare(field.text, "B");
+    }
+
+    function test_the_end_of_the_recording_shows_the_stored_keys_data() {
+        return [["a paste that looks like keys", "foo+bar"], ["a paste that does not", "foo"]].map(([tag, text]) => ({
+                    tag: tag,
+                    text: text
+                }));
+    }
+
+    // As the middle button of the mouse pastes.
+    function test_the_end_of_the_recording_shows_the_stored_keys(row) {
+        storedKeys = "Ctrl+S";
+        const field = openKeyField();
+        paste(field, row.text);
+        page.forceActiveFocus();
+        compare([field.recording, field.text, setting(keysKey)], [false, "Ctrl+S", "Ctrl+S"]);
+    }
+
     function test_a_screen_reader_hears_that_the_field_records() {
         const field = openKeyField();
         compare(field.Accessible.description, "正在录制按键");

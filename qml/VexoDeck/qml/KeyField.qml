@@ -6,27 +6,50 @@ import "HotkeyText.js" as HotkeyText
     The keys that the device's button presses. A click, Return, Enter or Space starts the recording, which takes every
     key and ends with the focus. One that the keyboard has started ends when a key goes up again, so that the
     keyboard also gets away from the field. Before and after it Tab and Escape do what they do elsewhere.
+    To leave the keys as they are, a second click ends it, and so does a time without a key.
 */
 HotkeyField {
     id: keyField
 
     readonly property alias recording: recorder.on
+    // How long a recording waits for a key.
+    property int patienceMs: 10000
 
     QtObject {
         id: recorder
 
         property bool on: false
+        // At the last press of the mouse.
+        property bool onBefore: false
         property bool byKeyboard: false
         // Something has been recorded since the recording began.
         property bool done: false
         // The text comes from the program.
         property bool writing: false
+        readonly property Timer patience: Timer {
+            interval: keyField.patienceMs
+            onTriggered: keyField.endRecording()
+        }
     }
 
     function startRecording(byKeyboard: bool) {
         recorder.on = true;
         recorder.byKeyboard = byKeyboard;
         recorder.done = false;
+        recorder.patience.restart();
+    }
+
+    // What has come into the field in another way, as by a paste, goes.
+    function endRecording() {
+        if (!recording)
+            return;
+        recorder.on = false;
+        recorder.patience.stop();
+        showStored();
+    }
+
+    function showStored() {
+        put(String(ConfigMgr.getValue(ConfigMgr.keys.general_hotkey_value_key)));
     }
 
     function put(keys: string) {
@@ -36,6 +59,7 @@ HotkeyField {
     }
 
     function record(event: var) {
+        recorder.patience.restart();
         const keys = event.isAutoRepeat ? "" : HotkeyText.textOf(event.key, event.modifiers, VxConfig.platformName === "osx");
         if (keys === "")
             return;
@@ -57,7 +81,7 @@ HotkeyField {
     function handleRelease(event: var) {
         event.accepted = recording;
         if (recorder.byKeyboard && recorder.done && !event.isAutoRepeat)
-            recorder.on = false;
+            endRecording();
     }
 
     // Of a text that was not recorded, as of an input method, only what may be keys stays.
@@ -74,14 +98,34 @@ HotkeyField {
     Keys.onShortcutOverride: event => event.accepted = recording
     Keys.onPressed: event => handlePress(event)
     Keys.onReleased: event => handleRelease(event)
-    onPressed: startRecording(false)
+    onPressed: {
+        recorder.onBefore = recording;
+        if (!recording)
+            startRecording(false);
+    }
     onActiveFocusChanged: {
         if (!activeFocus)
-            recorder.on = false;
+            endRecording();
     }
     onTextChanged: {
         if (!recorder.writing)
             checkForeignText();
     }
-    Component.onCompleted: put(String(ConfigMgr.getValue(ConfigMgr.keys.general_hotkey_value_key)))
+    // The second click of a double click is none of its own.
+    TapHandler {
+        onTapped: {
+            if (recorder.onBefore && tapCount === 1)
+                keyField.endRecording();
+        }
+    }
+
+    Component.onCompleted: showStored()
+
+    Accessible.onPressAction: {
+        forceActiveFocus();
+        if (recording)
+            endRecording();
+        else
+            startRecording(true);
+    }
 }
