@@ -61,6 +61,27 @@ MainWindowTestCase {
         compare(done(), row.calls);
     }
 
+    function test_a_program_that_is_no_longer_listed_leaves_its_box_empty_and_still_opens() {
+        SystemBridge.installed = [
+            {
+                name: "Player",
+                executablePath: "/opt/player"
+            }
+        ];
+        choose(0, JSON.stringify({
+            name: "Editor",
+            executablePath: "/opt/editor"
+        }));
+        openDrawer(mixdeskR2);
+        mouseClick(child("tab3"));
+        const box = findChild(child("action0"), "appBox");
+        verify(box.visible);
+        compare([box.currentIndex, box.displayText], [-1, ""]);
+        SystemBridge.clearCalls();
+        press();
+        compare(done(), [["openApplication", "/opt/editor"]]);
+    }
+
     function test_only_pages_of_the_web_are_opened_data() {
         return ["file:///etc/passwd", "javascript:alert(1)", "vexo.example", "ftp://vexo.example", " https://vexo.example"].map(address => ({
                     tag: address,
