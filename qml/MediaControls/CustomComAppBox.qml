@@ -62,6 +62,7 @@ ListBox {
         VxText {
             id: label
 
+            objectName: "label"
             anchors.left: icon.visible ? icon.right : parent.left
             anchors.leftMargin: icon.visible ? 8 : 0
             anchors.right: parent.right
@@ -69,6 +70,7 @@ ListBox {
             text: comboBox.displayText
             font: comboBox.font
             elide: Text.ElideRight
+            maximumLineCount: 1
         }
         VxText {
             objectName: "hint"

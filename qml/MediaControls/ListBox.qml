@@ -85,6 +85,8 @@ T.ComboBox {
             model: listBox.delegateModel
             currentIndex: listBox.highlightedIndex
             highlightMoveDuration: 0
+            Accessible.role: Accessible.List
+            Accessible.name: listBox.Accessible.name
         }
         background: Rectangle {
             radius: VxTheme.radiusPanel

@@ -227,6 +227,15 @@ ScreenTestCase {
         });
     }
 
+    function test_a_name_of_several_lines_stays_in_the_box() {
+        const tall = record("a\nb\nc\nd");
+        SystemBridge.installed = [tall];
+        openBox(tall);
+        const label = part(box, "label");
+        compare(label.lineCount, 1);
+        verify(label.height <= box.availableHeight, label.height);
+    }
+
     function test_a_thousand_programs() {
         SystemBridge.installed = Array.from({
             length: 1000

@@ -153,6 +153,7 @@ Item {
             open(box);
             compare(rowAt(box, 1).Accessible.name, "English");
             compare(rowAt(box, 1).Accessible.selected, true);
+            compare([box.popup.contentItem.Accessible.role, box.popup.contentItem.Accessible.name], [Accessible.List, "语言"]);
         }
     }
 }
