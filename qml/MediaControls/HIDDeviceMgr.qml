@@ -69,8 +69,11 @@ QtObject {
     signal upgradeFirmwareSignal
     signal messageReceived(int attID, var byteArray)
 
-    // Queues the bytes of an attribute for the next flush; they replace what was queued for it.
+    // Queues the bytes of an attribute for the next flush; they replace what was queued for it. Not while the connected
+    // device has yet to say who it is: they are meant for the one before.
     function sendMessage(attributeId: int, byteArray: var) {
+        if (getDeviceDPID() !== "N/A" && getDeviceName() === "N/A")
+            return;
         messageCache[attributeId] = byteArray;
     }
 

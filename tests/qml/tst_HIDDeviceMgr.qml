@@ -530,6 +530,21 @@ LoggedTestCase {
         compare(callsOf("messageGet").length, 10);
     }
 
+    // The page of the lost device takes drags until it has faded out.
+    function test_a_write_to_a_device_that_has_yet_to_say_its_name_is_dropped() {
+        HIDHotplugManager.deviceConnected(mixer, true);
+        HIDHotplugManager.deviceConnected(mixer, false);
+        HIDHotplugManager.deviceConnected({
+            dpid: microphone.dpid
+        }, true);
+        HIDDeviceMgr.sendMessage(5, [4]);
+        compare(HIDDeviceMgr.isPending(5), false);
+        HIDHotplugManager.deviceConnected(without(microphone, "version"), true);
+        HIDDeviceMgr.sendMessage(6, [3]);
+        waitForFlush();
+        compare(callsOf("messageSend").map(call => call.id), [6]);
+    }
+
     function test_a_write_for_one_device_does_not_reach_the_next_data() {
         return [
             {
