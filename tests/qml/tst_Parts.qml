@@ -72,6 +72,29 @@ Item {
             return part;
         }
 
+        // Names differ in length from language to language.
+        function test_tiles_of_icons_have_one_size_whatever_their_names_data() {
+            return ["左", "向左", "Hintergrund nach links", "Направление подсветки фона: влево и дальше"].map(name => ({
+                        tag: name,
+                        name: name
+                    }));
+        }
+
+        function test_tiles_of_icons_have_one_size_whatever_their_names(data) {
+            const row = create(tileRow, {
+                width: 120,
+                tileHeight: 32,
+                tiles: [
+                    {
+                        text: data.name,
+                        icon: VxConfig.iconUrl("icons/left_aw.svg", "")
+                    }
+                ]
+            });
+            const icon = findChild(row, "icon");
+            compare([icon.width, icon.height], [24, 24]);
+        }
+
         function test_tiles_of_icons_keep_their_names_and_show_no_text() {
             const row = create(tileRow);
             const tile = findChild(row, "tile1");

@@ -37,10 +37,11 @@ Pressable {
             spacing: 3
 
             VxIcon {
+                objectName: "icon"
                 anchors.horizontalCenter: parent.horizontalCenter
                 visible: source.toString() !== ""
                 // Makes room for a second line.
-                size: label.lineCount > 1 ? 18 : 24
+                size: !tile.iconOnly && label.lineCount > 1 ? 18 : 24
                 source: tile.icon.source
             }
 
