@@ -188,6 +188,24 @@ PageTestCase {
         compareData(written(), []);
     }
 
+    function test_the_end_of_the_page_leaves_the_chosen_action_data() {
+        return [0, 1, 2, 3, 4].map(action => ({
+                    tag: String(action),
+                    action: action
+                }));
+    }
+
+    function test_the_end_of_the_page_leaves_the_chosen_action(data) {
+        openPage(mixdeskR2);
+        mouseClick(part(child("action" + data.action), "button"));
+        compare(setting(typeKey), data.action);
+        storeCalls = [];
+        discard(page);
+        page = null;
+        compare(setting(typeKey), data.action);
+        compareData(written(), []);
+    }
+
     function test_the_arrow_keys_go_through_the_actions() {
         openPage(mixdeskR2);
         radioButtons()[0].forceActiveFocus(Qt.TabFocusReason);
