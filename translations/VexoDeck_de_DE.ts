@@ -275,7 +275,7 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
     <message>
         <source>周一到周日：9:00-12:00，13:00-18:00 (GMT+8)</source>
-        <translation>Mo–So: 9:00-12:00, 13:00-18:00 (GMT+8)</translation>
+        <translation>Mo–So: 9:00–12:00, 13:00–18:00 Uhr (GMT+8)</translation>
     </message>
     <message>
         <source>电话</source>
@@ -283,7 +283,7 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
     <message>
         <source>企业微信（请扫码添加客服）</source>
-        <translation>Enterprise WeChat (QR-Code scannen, um den Support hinzuzufügen)</translation>
+        <translation>WeCom (QR-Code scannen, um den Support hinzuzufügen)</translation>
     </message>
     <message>
         <source>邮箱</source>
@@ -295,7 +295,7 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
     <message>
         <source>Mon to Sun.9:00-12:00,13:00-18:30 (GMT+8)</source>
-        <translation>Mo–So: 9:00-12:00, 13:00-18:30 (GMT+8)</translation>
+        <translation>Mo–So: 9:00–12:00, 13:00–18:30 Uhr (GMT+8)</translation>
     </message>
     <message>
         <source>Online Support</source>
@@ -432,7 +432,7 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
     <message>
         <source>有固件可升级</source>
-        <translation>hat ein Firmware-Update</translation>
+        <translation>– Firmware-Update verfügbar</translation>
     </message>
     <message>
         <source>当前已是最新版本</source>
@@ -459,7 +459,7 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
     <message>
         <source>指示灯</source>
-        <translation>Anzeige</translation>
+        <translation>Kontrollleuchte</translation>
     </message>
 </context>
 <context>
@@ -470,11 +470,11 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
     <message>
         <source>旋钮按键</source>
-        <translation>Doppeltippen auf den Drehregler</translation>
+        <translation>Doppeldruck auf den Drehregler</translation>
     </message>
     <message>
         <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
-        <translation>Läuft Vexo Deck im Hintergrund, führt ein Doppeltippen auf den Drehregler die gewählte Funktion aus.</translation>
+        <translation>Läuft Vexo Deck im Hintergrund, führt ein Doppeldruck auf den Drehregler die gewählte Funktion aus.</translation>
     </message>
     <message>
         <source>系统截图</source>
@@ -504,7 +504,7 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
     <message>
         <source>声卡接电时显示背景灯光</source>
-        <translation>Hintergrundbeleuchtung, solange das Gerät Strom hat</translation>
+        <translation>Hintergrund leuchtet, solange das Gerät Strom hat</translation>
     </message>
     <message>
         <source>效果</source>
@@ -531,7 +531,7 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     <name>LightingIndicators</name>
     <message>
         <source>指示灯</source>
-        <translation>Anzeige</translation>
+        <translation>Kontrollleuchte</translation>
     </message>
     <message>
         <source>麦克风增益</source>
@@ -543,7 +543,7 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
     <message>
         <source>麦克风/电脑音量监听比</source>
-        <translation>Mikrofon/PC-Mix</translation>
+        <translation>Mikrofon-/PC-Mix</translation>
     </message>
     <message>
         <source>静音</source>
@@ -723,7 +723,7 @@ Gain verringern, wenn der Ton verzerrt.</translation>
     </message>
     <message>
         <source>麦克风/电脑监听比</source>
-        <translation>Mikrofon/PC-Mix</translation>
+        <translation>Mikrofon-/PC-Mix</translation>
     </message>
     <message>
         <source>监听音量</source>
@@ -883,7 +883,7 @@ Gain verringern, wenn der Ton verzerrt.</translation>
         <source>请不要断开设备连接或关闭应用。
 升级期间监听比灯亮属于正常自检，不会修改设置。</source>
         <translation>Trennen Sie das Gerät nicht und schließen Sie die App nicht.
-Während des Updates leuchtet die Anzeige für Mikrofon/PC-Mix: Das ist ein Selbsttest, Ihre Einstellungen bleiben erhalten.</translation>
+Während des Updates leuchtet die Leuchte für Mikrofon-/PC-Mix: Das ist ein Selbsttest, Ihre Einstellungen bleiben erhalten.</translation>
     </message>
     <message>
         <source>升级中，请不要断开设备连接或关闭应用</source>

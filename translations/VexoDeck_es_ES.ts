@@ -283,7 +283,7 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
     <message>
         <source>企业微信（请扫码添加客服）</source>
-        <translation>WeChat Empresas (escanea el código QR para añadir al soporte)</translation>
+        <translation>WeCom (escanea el código QR para añadir a atención al cliente)</translation>
     </message>
     <message>
         <source>邮箱</source>
@@ -432,7 +432,7 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
     <message>
         <source>有固件可升级</source>
-        <translation>tiene una actualización de firmware</translation>
+        <translation>– actualización de firmware disponible</translation>
     </message>
     <message>
         <source>当前已是最新版本</source>
@@ -470,7 +470,7 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
     <message>
         <source>旋钮按键</source>
-        <translation>Doble toque en el dial</translation>
+        <translation>Doble pulsación del dial</translation>
     </message>
     <message>
         <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
@@ -592,7 +592,7 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
     <message>
         <source>单色</source>
-        <translation>Monocolor</translation>
+        <translation>Color sólido</translation>
     </message>
     <message>
         <source>幻彩</source>
@@ -607,7 +607,7 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
     <message>
         <source>单色</source>
-        <translation>Monocolor</translation>
+        <translation>Color sólido</translation>
     </message>
     <message>
         <source>循环</source>
@@ -640,11 +640,11 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
     <message>
         <source>直播</source>
-        <translation>MEZCLA STREAM</translation>
+        <translation>MEZCLA DE STREAM</translation>
     </message>
     <message>
         <source>监听</source>
-        <translation>MEZCLA MONITOR</translation>
+        <translation>MEZCLA DE MONITOR</translation>
     </message>
     <message>
         <source>输入</source>

@@ -283,7 +283,7 @@ Gain réglé sur 0&#xa0;dB</translation>
     </message>
     <message>
         <source>企业微信（请扫码添加客服）</source>
-        <translation>WeChat Entreprise (scannez le code QR pour ajouter l&apos;assistance)</translation>
+        <translation>WeCom (scannez le code QR pour ajouter le service client)</translation>
     </message>
     <message>
         <source>邮箱</source>
@@ -432,7 +432,7 @@ Gain réglé sur 0&#xa0;dB</translation>
     </message>
     <message>
         <source>有固件可升级</source>
-        <translation>a une mise à jour du firmware</translation>
+        <translation>– mise à jour du firmware disponible</translation>
     </message>
     <message>
         <source>当前已是最新版本</source>

@@ -99,7 +99,7 @@
     </message>
     <message>
         <source>自定义</source>
-        <translation>Personale</translation>
+        <translation>Utente</translation>
     </message>
     <message>
         <source>AI降噪</source>
@@ -252,7 +252,7 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
     <message>
         <source>自定义</source>
-        <translation>Personale</translation>
+        <translation>Utente</translation>
     </message>
     <message>
         <source>重置</source>
@@ -283,7 +283,7 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
     <message>
         <source>企业微信（请扫码添加客服）</source>
-        <translation>WeChat Enterprise (scansiona il codice QR per aggiungere l&apos;assistenza)</translation>
+        <translation>WeCom (scansiona il codice QR per aggiungere l&apos;assistenza)</translation>
     </message>
     <message>
         <source>邮箱</source>
@@ -360,7 +360,7 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
     <message>
         <source>人声增强</source>
-        <translation>Risalto voce</translation>
+        <translation>Enfasi voce</translation>
     </message>
     <message>
         <source>低切75Hz</source>
@@ -372,7 +372,7 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
     <message>
         <source>自定义</source>
-        <translation>Personale</translation>
+        <translation>Utente</translation>
     </message>
     <message>
         <source>平坦</source>
@@ -380,11 +380,11 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
     <message>
         <source>中频增强</source>
-        <translation>Risalto medi</translation>
+        <translation>Enfasi medi</translation>
     </message>
     <message>
         <source>低中频增强</source>
-        <translation>Risalto medio-bassi</translation>
+        <translation>Enfasi medio-bassi</translation>
     </message>
 </context>
 <context>
@@ -432,7 +432,7 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
     <message>
         <source>有固件可升级</source>
-        <translation>ha un aggiornamento del firmware</translation>
+        <translation>– aggiornamento firmware disponibile</translation>
     </message>
     <message>
         <source>当前已是最新版本</source>
@@ -459,7 +459,7 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
     <message>
         <source>指示灯</source>
-        <translation>Spia</translation>
+        <translation>Spia LED</translation>
     </message>
 </context>
 <context>
@@ -470,7 +470,7 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
     <message>
         <source>旋钮按键</source>
-        <translation>Doppio tocco sulla manopola</translation>
+        <translation>Doppia pressione della manopola</translation>
     </message>
     <message>
         <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
@@ -531,7 +531,7 @@ Guadagno impostato su 0&#xa0;dB</translation>
     <name>LightingIndicators</name>
     <message>
         <source>指示灯</source>
-        <translation>Spia</translation>
+        <translation>Spia LED</translation>
     </message>
     <message>
         <source>麦克风增益</source>

@@ -79,7 +79,7 @@
     </message>
     <message>
         <source>音频增强</source>
-        <translation>音声エンハンス</translation>
+        <translation>オーディオブースト</translation>
     </message>
     <message>
         <source>原声</source>
@@ -775,7 +775,7 @@
     </message>
     <message>
         <source>设置中</source>
-        <translation>実行中</translation>
+        <translation>初期化中</translation>
     </message>
     <message>
         <source>成功</source>

@@ -142,7 +142,7 @@
     </message>
     <message>
         <source>监听静音</source>
-        <translation>Заглушить в мониторе</translation>
+        <translation>Заглушить в мониторинге</translation>
     </message>
     <message>
         <source>直播静音</source>
@@ -283,7 +283,7 @@
     </message>
     <message>
         <source>企业微信（请扫码添加客服）</source>
-        <translation>WeChat для бизнеса (отсканируйте QR-код, чтобы добавить поддержку)</translation>
+        <translation>WeCom (отсканируйте QR-код, чтобы добавить поддержку)</translation>
     </message>
     <message>
         <source>邮箱</source>
@@ -318,7 +318,7 @@
     </message>
     <message>
         <source>监听</source>
-        <translation>Монитор</translation>
+        <translation>Мониторинг</translation>
     </message>
     <message>
         <source>灯光</source>
@@ -470,7 +470,7 @@
     </message>
     <message>
         <source>旋钮按键</source>
-        <translation>Двойное нажатие ручки</translation>
+        <translation>Двойное нажатие на ручку</translation>
     </message>
     <message>
         <source>当Vexo Deck 在后台运行时，双击旋钮可执行自定义功能。</source>
@@ -539,7 +539,7 @@
     </message>
     <message>
         <source>监听音量</source>
-        <translation>Громкость монитора</translation>
+        <translation>Громкость мониторинга</translation>
     </message>
     <message>
         <source>麦克风/电脑音量监听比</source>
@@ -640,11 +640,11 @@
     </message>
     <message>
         <source>直播</source>
-        <translation>СТРИМ-МИКС</translation>
+        <translation>СТРИМ</translation>
     </message>
     <message>
         <source>监听</source>
-        <translation>МОНИТОР-МИКС</translation>
+        <translation>МОНИТОРИНГ</translation>
     </message>
     <message>
         <source>输入</source>
@@ -656,7 +656,7 @@
     </message>
     <message>
         <source>点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量</source>
-        <translation>Нажмите, чтобы добавить приложение со звуком или микрофон и отдельно настроить громкость в стриме и в мониторе</translation>
+        <translation>Нажмите, чтобы добавить приложение со звуком или микрофон и отдельно настроить громкость в стриме и в мониторинге</translation>
     </message>
 </context>
 <context>
@@ -719,7 +719,7 @@
     <name>MonitorTab</name>
     <message>
         <source>监听</source>
-        <translation>Монитор</translation>
+        <translation>Мониторинг</translation>
     </message>
     <message>
         <source>麦克风/电脑监听比</source>
@@ -727,7 +727,7 @@
     </message>
     <message>
         <source>监听音量</source>
-        <translation>Громкость монитора</translation>
+        <translation>Громкость мониторинга</translation>
     </message>
 </context>
 <context>

@@ -283,7 +283,7 @@
     </message>
     <message>
         <source>企业微信（请扫码添加客服）</source>
-        <translation>企業微信（請掃碼新增客服）</translation>
+        <translation>企業微信（請掃描 QR Code 加入客服）</translation>
     </message>
     <message>
         <source>邮箱</source>
@@ -965,7 +965,7 @@
         <source>Vexo Deck 可将你的兼容设备变身为强大中枢
 支持低延迟混音，体验高清音质，享受每一次声音表达</source>
         <translation>Vexo Deck 可將你的相容裝置變身為強大中樞
-支援低延遲混音，體驗高清音質，享受每一次聲音表達</translation>
+支援低延遲混音，體驗高音質，享受每一次聲音表達</translation>
     </message>
     <message>
         <source>已连接</source>
@@ -973,7 +973,7 @@
     </message>
     <message>
         <source>开启高清音质之旅</source>
-        <translation>開啟高清音質之旅</translation>
+        <translation>開啟高音質之旅</translation>
     </message>
 </context>
 </TS>
