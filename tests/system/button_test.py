@@ -106,7 +106,7 @@ class Mixdesk(ButtonCase):
         self.begin()
         self.choose("App")
         self.panel.click("combo box", "App")
-        self.panel.wait_at_rest(PROGRAM, "list item")
+        self.stage.wait_at_rest(PROGRAM, "list item")
         self.panel.click("list item", PROGRAM)
         wait_until(lambda: self.panel.wait("combo box", "App")["description"] == PROGRAM, "the chosen program")
         self.press()

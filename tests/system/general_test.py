@@ -83,7 +83,7 @@ class MixdeskR2(GeneralPage):
             self.panel.click(RADIO, chosen)
             self.panel.wait_shown({(RADIO, name): name == chosen for name in ACTIONS})
         self.panel.click(*RATE)
-        self.panel.wait_at_rest("192 kHz", "list item")
+        self.stage.wait_at_rest("192 kHz", "list item")
         self.panel.click("list item", "192 kHz")
         self.program.wait_log("设置配置: general_rate 192")
         self.prove_silence()

@@ -48,7 +48,7 @@ class Hands(SystemCase):
 class Mixdesk(Hands):
     def test_two_quick_clicks_at_different_places_of_a_fader_are_two_clicks(self):
         open_main(self.stage)
-        fader = self.panel.wait_at_rest(DEVICE, "slider")
+        fader = self.stage.wait_at_rest(DEVICE, "slider")
         places = [self.place_on_fader(fader, value) for value in (25, 5)]
         self.stage.xdotool("mousemove", *places[0], "click", 1, "mousemove", *places[1], "click", 1)
         self.wait_value("mic_gain", 5)
@@ -62,7 +62,7 @@ class Mixdesk(Hands):
 
     def test_slow_clicks_that_a_busy_program_hears_late_are_no_double_click(self):
         open_main(self.stage)
-        fader = self.panel.wait_at_rest(DEVICE, "slider")
+        fader = self.stage.wait_at_rest(DEVICE, "slider")
         self.click(self.place_on_fader(fader, 20))
         self.wait_value("mic_gain", 20)
         self.program.process.send_signal(signal.SIGSTOP)
@@ -100,7 +100,7 @@ class Mixdesk(Hands):
         self.stage.xdotool("mousemove", 700, 80, "click", 1)
         self.stage.wait_no_text("没有正在播放声音的应用")
         self.stage.perform(self.shown(SETTINGS_BUTTON, "button"), "Press")
-        self.panel.wait_at_rest(MONITOR_PAGE, "page tab")
+        self.stage.wait_at_rest(MONITOR_PAGE, "page tab")
         self.stage.perform(self.shown(MONITOR_PAGE, "page tab"), "Press")
         self.stage.wait_text(VOLUME, "slider")
         self.assertIn("selected", self.shown(MONITOR_PAGE, "page tab")["states"])
@@ -137,7 +137,7 @@ class Voxmic(Hands):
     def test_the_wheel_scrolls_past_a_slider_and_moves_it_only_after_a_pause(self):
         open_main(self.stage)
         open_drawer(self.stage)
-        gain = self.panel.wait_at_rest(GAIN, "slider")
+        gain = self.stage.wait_at_rest(GAIN, "slider")
         left, top, width, height = gain["extents"]
         place = (left + width // 2, top + height // 2)
         self.stage.xdotool("mousemove", place[0], top - 30, "click", "--repeat", 3, "--delay", 40, 5)
@@ -146,17 +146,17 @@ class Voxmic(Hands):
         time.sleep(1)
         self.stage.xdotool("mousemove", *place, "click", "--repeat", 8, "--delay", 40, 4)
         wait_until(lambda: self.shown(GAIN)["extents"] == gain["extents"], "the slider under the pointer again")
-        self.assertEqual(self.panel.wait_at_rest(GAIN, "slider")["value"], gain["value"])
+        self.assertEqual(self.stage.wait_at_rest(GAIN, "slider")["value"], gain["value"])
         time.sleep(1)
         self.stage.xdotool("click", 5)
         self.wait_value("mic_gain", round(gain["value"]) - 1)
-        self.assertEqual(self.panel.wait_at_rest(GAIN, "slider")["extents"], gain["extents"])
+        self.assertEqual(self.stage.wait_at_rest(GAIN, "slider")["extents"], gain["extents"])
 
     def test_the_arrow_keys_choose_a_scene_and_so_does_assistive_technology(self):
         open_main(self.stage)
         open_drawer(self.stage)
         game, live = ("游戏", "直播")
-        self.panel.wait_at_rest(game, "radio button")
+        self.stage.wait_at_rest(game, "radio button")
         self.stage.perform(self.shown(game, "radio button"), "Press")
         self.panel.wait_shown({("radio button", game): True})
         self.wait_value("anti_noise", 1)

@@ -42,7 +42,7 @@ class Drawing(Lights):
         self.begin()
         tile = "麦克风增益 选择颜色"
         self.panel.click("button", tile)
-        area = self.panel.wait_at_rest("色相和饱和度", "slider")
+        area = self.stage.wait_at_rest("色相和饱和度", "slider")
         x, y, width, height = area["extents"]
         middle = y + height // 2
         self.stage.xdotool("mousemove", x + 10, middle, "mousedown", 1)

@@ -23,7 +23,7 @@ class Panel:
         """From the welcome page with a connected device to the open drawer."""
         open_main(self.stage)
         open_drawer(self.stage)
-        self.wait_at_rest(BACK_BUTTON, "button")
+        self.stage.wait_at_rest(BACK_BUTTON, "button")
 
     def open_page(self, name):
         self.stage.click(name, "page tab")
@@ -72,17 +72,6 @@ class Panel:
 
     def wait(self, role, name):
         return self.stage.wait_text(name, role)
-
-    def wait_at_rest(self, name, role):
-        """Waits until a control stands still; gives it."""
-        places = []
-
-        def rests():
-            control = self.stage.find(name, role)
-            places.append(control and control["extents"])
-            return control and len(places) > 2 and places[-1] == places[-2] == places[-3] and control
-
-        return wait_until(rests, f"{name!r} at rest")
 
     def is_checked(self, role, name):
         return "checked" in self.wait(role, name)["states"]
@@ -136,7 +125,7 @@ class Panel:
         """Types a colour into the picker of a tile, which has to be opened or is open, and closes the picker."""
         if opens:
             self.click("button", name)
-        self.stage.click_control(self.wait_at_rest("HEX", "text"))
+        self.stage.click_control(self.stage.wait_at_rest("HEX", "text"))
         self.type_color(color)
 
     def type_color(self, color):
@@ -147,7 +136,7 @@ class Panel:
 
     def press_slider(self, name):
         """Presses the mouse on a slider's handle; gives its place, for move_slider."""
-        slider = self.wait_at_rest(name, "slider")
+        slider = self.stage.wait_at_rest(name, "slider")
         self.stage.xdotool("mousemove", *self.place(slider, slider["value"]), "mousedown", 1)
         return slider
 

@@ -7,12 +7,11 @@ import unittest
 
 from log_check import TYPED_LOG, warnings_of
 from panel import Panel
-from screens import HELP, MENU_BUTTON, SETTINGS_BUTTON, START_BUTTON, WAITING_TITLE, open_menu
+from screens import (HELP, MENU_BUTTON, SETTINGS, SETTINGS_BUTTON, START_BUTTON, SUPPORT, WAITING_TITLE,
+                     choose_in_menu)
 from stage import wait_until
 from system_case import ROOT, SystemCase
 
-SUPPORT = "客服"
-SETTINGS = "设置"
 RESET = "恢复出厂"
 CONSENT = "与VEXO分享使用数据"
 PRIVACY = "隐私政策"
@@ -69,9 +68,7 @@ class MenuWindows(SystemCase):
         self.opened.unlink()
 
     def choose_by_mouse(self, row):
-        open_menu(self.stage)
-        self.stage.click(row, "menu item")
-        self.stage.wait_no_text(row, "menu item")
+        choose_in_menu(self.stage, row)
 
     def choose_by_keyboard(self, row):
         # Nobody gives the keyboard back to the main window here: there is no window manager.
@@ -118,7 +115,7 @@ class MenuWindows(SystemCase):
     def test_the_main_window_waits_behind_an_open_one(self):
         program = self.open_program()
         self.stage.emulator("plug")
-        start = self.panel.wait_at_rest(START_BUTTON, "button")
+        start = self.stage.wait_at_rest(START_BUTTON, "button")
         self.choose_by_mouse(SETTINGS)
         left, top, width, height = self.panel.wait_window(SETTINGS)
         x, y, *_ = start["extents"]

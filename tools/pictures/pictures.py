@@ -50,7 +50,8 @@ def _list():
 
 def _of_languages():
     return {f"{name}-{code.split('_')[0]}": Picture(f"language {code}") for code in LANGUAGES
-            for name in ("menu", "drawer-microphone", "drawer-boost", "drawer-monitor")}
+            for name in ("menu", "main", "drawer-microphone", "drawer-boost", "drawer-monitor", "drawer-lighting",
+                         "drawer-general", "support", "settings")}
 
 
 PICTURES = _list()

@@ -5,9 +5,12 @@ import pathlib
 import subprocess
 from dataclasses import dataclass
 
+from PIL import Image
+
 from pictures import LANGUAGES
-from screens import (CONNECTED, GENERAL_PAGE, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, SETTINGS_BUTTON, START_BUTTON,
-                     WAITING_TITLE, close_menu, open_drawer, open_main, open_menu)
+from screens import (CONNECTED, GENERAL_PAGE, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, SETTINGS, SETTINGS_BUTTON,
+                     START_BUTTON, SUPPORT, WAITING_TITLE, choose_in_menu, close_drawer, close_menu, open_drawer, open_main,
+                     open_menu)
 from stage import Stage
 from windows import WindowsStage
 
@@ -32,10 +35,16 @@ class Camera:
         self.stage = stage
         self.folder = folder
 
-    def take(self, name):
-        """The screen as soon as nothing on it moves, with the mouse out of the way."""
+    def take(self, name, window=None):
+        """The screen, or of it a window's part, as soon as nothing on it moves, with the mouse out of the way."""
+        path = self.folder / f"{name}.png"
         self.stage.xdotool("mousemove", WINDOW[0] - 1, WINDOW[1] - 1)
-        self.stage.steady_screenshot(self.folder / f"{name}.png")
+        self.stage.steady_screenshot(path)
+        if window:
+            left, top, width, height = window["extents"]
+            with Image.open(path) as screen:
+                part = screen.crop((left, top, left + width, top + height))
+            part.save(path)
 
 
 def take_program(model, builds, folder):
@@ -107,13 +116,21 @@ def take_language(code, builds, folder):
         stage.emulator("plug")
         open_main(stage)
         open_drawer(stage)
-        stage.click(SCENE_GAME, "radio button")
+        stage.click_control(stage.wait_at_rest(SCENE_GAME, "radio button"))
         stage.wait_text(STRONG, "radio button")
         camera.take(f"drawer-microphone-{name}")
         scroll_down(stage)
         camera.take(f"drawer-boost-{name}")
-        stage.click(MONITOR_PAGE, "page tab")
-        camera.take(f"drawer-monitor-{name}")
+        for page, tab in {"monitor": MONITOR_PAGE, "lighting": LIGHTING_PAGE, "general": GENERAL_PAGE}.items():
+            stage.click(tab, "page tab")
+            camera.take(f"drawer-{page}-{name}")
+        close_drawer(stage)
+        camera.take(f"main-{name}")
+        for window, row in {"support": SUPPORT, "settings": SETTINGS}.items():
+            choose_in_menu(stage, row)
+            camera.take(f"{window}-{name}", stage.wait_text(row, "frame"))
+            stage.xdotool("key", "Escape")
+            stage.wait_no_text(row, "frame")
 
 
 def take_general(stage, camera, model):

@@ -7,8 +7,10 @@ WAITING_TITLE = "连接你的 VEXO 设备"
 CONNECTED = "已连接"
 START_BUTTON = "开启高清音质之旅"
 MENU_BUTTON = "更多"
-# A row of the menu.
+# The rows of the menu. The latter two open windows of the same names.
 HELP = "帮助"
+SUPPORT = "客服"
+SETTINGS = "设置"
 SETTINGS_BUTTON = "设备设置"
 BACK_BUTTON = "返回"
 CLOSE_BUTTON = "关闭"
@@ -28,6 +30,12 @@ def open_menu(stage):
 def close_menu(stage):
     stage.xdotool("key", "Escape")
     stage.wait_no_text(HELP, "menu item")
+
+
+def choose_in_menu(stage, row):
+    open_menu(stage)
+    stage.click(row, "menu item")
+    stage.wait_no_text(row, "menu item")
 
 
 def open_main(stage):

@@ -379,6 +379,17 @@ class Stage:
     def wait_text(self, name, role=None):
         return wait_until(lambda: self.find(name, role), f"{name!r} on the screen")
 
+    def wait_at_rest(self, name, role=None):
+        """Waits until a control stands still; gives it."""
+        places = []
+
+        def rests():
+            control = self.find(name, role)
+            places.append(control and control["extents"])
+            return control and len(places) > 2 and places[-1] == places[-2] == places[-3] and control
+
+        return wait_until(rests, f"{name!r} at rest")
+
     def wait_no_text(self, name, role=None):
         wait_until(lambda: self.find(name, role) is None, f"{name!r} gone from the screen")
 
