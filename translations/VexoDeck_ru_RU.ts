@@ -142,7 +142,7 @@
     </message>
     <message>
         <source>监听静音</source>
-        <translation>Заглушить в мониторинге</translation>
+        <translation>Заглушить в наушниках</translation>
     </message>
     <message>
         <source>直播静音</source>
@@ -318,7 +318,7 @@
     </message>
     <message>
         <source>监听</source>
-        <translation>Мониторинг</translation>
+        <translation>Наушники</translation>
     </message>
     <message>
         <source>灯光</source>
@@ -539,7 +539,7 @@
     </message>
     <message>
         <source>监听音量</source>
-        <translation>Громкость мониторинга</translation>
+        <translation>Громкость наушников</translation>
     </message>
     <message>
         <source>麦克风/电脑音量监听比</source>
@@ -644,7 +644,7 @@
     </message>
     <message>
         <source>监听</source>
-        <translation>МОНИТОРИНГ</translation>
+        <translation>НАУШНИКИ</translation>
     </message>
     <message>
         <source>输入</source>
@@ -656,7 +656,7 @@
     </message>
     <message>
         <source>点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量</source>
-        <translation>Нажмите, чтобы добавить приложение со звуком или микрофон и отдельно настроить громкость в стриме и в мониторинге</translation>
+        <translation>Нажмите, чтобы добавить приложение со звуком или микрофон и отдельно настроить громкость в стриме и в наушниках</translation>
     </message>
 </context>
 <context>
@@ -719,7 +719,7 @@
     <name>MonitorTab</name>
     <message>
         <source>监听</source>
-        <translation>Мониторинг</translation>
+        <translation>Наушники</translation>
     </message>
     <message>
         <source>麦克风/电脑监听比</source>
@@ -727,7 +727,7 @@
     </message>
     <message>
         <source>监听音量</source>
-        <translation>Громкость мониторинга</translation>
+        <translation>Громкость наушников</translation>
     </message>
 </context>
 <context>
