@@ -2,7 +2,8 @@ import QtQuick
 import QtTest
 import VexoDeckTranslation
 
-/* All views in all languages, in the smallest and the usual window: no text is cut off, and none is left in Chinese. */
+/* All views in all languages, in the smallest and the usual window: no text is cut off, none is left in Chinese, and the
+ * tabs of the drawer stand in one row. */
 LanguageTestCase {
     id: testCase
 
@@ -30,6 +31,8 @@ LanguageTestCase {
                 speak(view, code);
                 const place = `${code} ${size.width}x${size.height}: `;
                 faults.push(...clippedIn(roots).map(text => place + "cut off: " + text));
+                if (tabsBreak())
+                    faults.push(place + "the tabs of the drawer take two rows");
                 faults.push(...wordsOf(roots).filter(word => isForeign(word, code)).map(word => place + "not translated: " + word));
             }
         }
@@ -41,6 +44,14 @@ LanguageTestCase {
         if (code === "zh_CN" || untranslated.test(word))
             return false;
         return (code === "zh_TW" || code === "ja_JP" ? simplified : chinese).test(word);
+    }
+
+    function tabsBreak() {
+        const tabs = child("tabs");
+        if (!tabs || !tabs.visible)
+            return false;
+        const shown = Array.from(tabs.children).filter(tab => tab.visible && tab.width > 0);
+        return shown.reduce((sum, tab) => sum + tab.width, (shown.length - 1) * tabs.spacing) > tabs.width;
     }
 
     // The layout takes a moment to settle.

@@ -70,7 +70,7 @@ class MixdeskR2(MainLayout):
         program = self.start(environment=TYPED_LOG)
         panel = Panel(self.stage)
         panel.open()
-        self.stage.click_control(panel.wait_at_rest("均衡器", "button"))
+        self.stage.click_control(self.stage.wait_at_rest("均衡器", "button"))
         panel.close_window("均衡器", key="Escape")
         (window,) = self.stage.windows("Vexo Deck")
         self.stage.close_window(window)

@@ -323,14 +323,14 @@ class Mixer(SoundCase):
 
         self.press(SETTINGS_BUTTON, DEVICE)
         panel = Panel(self.stage)
-        self.stage.click_control(panel.wait_at_rest(EQUALIZER, "button"))
+        self.stage.click_control(self.stage.wait_at_rest(EQUALIZER, "button"))
         panel.wait_window(EQUALIZER)
         self.stage.click(EQUALIZER, "check box")
         # The row of presets is longer than the window.
-        self.stage.click_control(panel.wait_at_rest("原声", "radio button"))
+        self.stage.click_control(self.stage.wait_at_rest("原声", "radio button"))
         self.stage.xdotool("click", "--repeat", 9, 5)
-        self.stage.click_control(panel.wait_at_rest("添加均衡器预设", "button"))
-        self.stage.click_control(panel.wait_at_rest("自定义 1", "radio button"))
+        self.stage.click_control(self.stage.wait_at_rest("添加均衡器预设", "button"))
+        self.stage.click_control(self.stage.wait_at_rest("自定义 1", "radio button"))
         self.wait_filter(frequency, 0)
 
         self.press_curve(0)

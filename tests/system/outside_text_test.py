@@ -174,9 +174,9 @@ class OutsideTexts(SoundCase):
     def check_equalizer(self, preset):
         panel = Panel(self.stage)
         open_drawer(self.stage)
-        self.stage.click_control(panel.wait_at_rest(EQUALIZER, "button"))
+        self.stage.click_control(self.stage.wait_at_rest(EQUALIZER, "button"))
         panel.wait_window(EQUALIZER)
-        self.stage.click_control(panel.wait_at_rest(preset, "radio button"))
+        self.stage.click_control(self.stage.wait_at_rest(preset, "radio button"))
         self.picture("equalizer")
         self.check_untouched("the equaliser")
 
