@@ -51,7 +51,7 @@ def _list():
 def _of_languages():
     return {f"{name}-{code.split('_')[0]}": Picture(f"language {code}") for code in LANGUAGES
             for name in ("menu", "main", "drawer-microphone", "drawer-boost", "drawer-monitor", "drawer-lighting",
-                         "drawer-general", "support", "settings")}
+                         "drawer-general", "settings")}
 
 
 PICTURES = _list()

@@ -9,7 +9,7 @@ from PIL import Image
 
 from pictures import LANGUAGES
 from screens import (CONNECTED, GENERAL_PAGE, LIGHTING_PAGE, MICROPHONE_PAGE, MONITOR_PAGE, SETTINGS, SETTINGS_BUTTON,
-                     START_BUTTON, SUPPORT, WAITING_TITLE, choose_in_menu, close_drawer, close_menu, open_drawer, open_main,
+                     START_BUTTON, WAITING_TITLE, choose_in_menu, close_drawer, close_menu, open_drawer, open_main,
                      open_menu)
 from stage import Stage
 from windows import WindowsStage
@@ -126,11 +126,8 @@ def take_language(code, builds, folder):
             camera.take(f"drawer-{page}-{name}")
         close_drawer(stage)
         camera.take(f"main-{name}")
-        for window, row in {"support": SUPPORT, "settings": SETTINGS}.items():
-            choose_in_menu(stage, row)
-            camera.take(f"{window}-{name}", stage.wait_text(row, "frame"))
-            stage.xdotool("key", "Escape")
-            stage.wait_no_text(row, "frame")
+        choose_in_menu(stage, SETTINGS)
+        camera.take(f"settings-{name}", stage.wait_text(SETTINGS, "frame"))
 
 
 def take_general(stage, camera, model):
