@@ -84,6 +84,9 @@ Item {
         equalizer.createObject(reader).destroy();
         lights.createObject(reader).destroy();
         general.createObject(reader).destroy();
+        // Each input may press.
+        action.openings.left = action.openings.most;
+        action.keyPresses.left = action.keyPresses.most;
         action.run();
         mixer.createObject(reader).destroy();
         for (const call of SystemBridge.calls) {
