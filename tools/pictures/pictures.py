@@ -1,6 +1,6 @@
 """The pictures of docs/pictures: which step makes each (steps.py), and how it is saved."""
 
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 
 import numpy
 from PIL import Image
@@ -12,11 +12,41 @@ COLOURS = 256
 EXACT_COLOURS = 64
 
 
+# The pages of the drawer.
+DRAWER = ("Main", "MainLayout", "DeviceSettings")
+PAGES = {"microphone": "MicrophoneTab", "boost": "MicrophoneTab", "monitor": "MonitorTab", "lighting": "LightingTab",
+         "general": "GeneralTab"}
+# Which documents a picture shows, by the beginning of its name; what these are made of is found by itself.
+SHOWS = {
+    "welcome": ("Main", "WelcomeLayout", "WelcomeView"),
+    "windows-welcome": ("Main", "WelcomeLayout", "WelcomeView"),
+    "menu": ("Main", "WelcomeLayout", "WelcomeView", "MorePopup"),
+    "main": ("Main", "MainLayout"),
+    "windows-main": ("Main", "MainLayout"),
+    "windows-gain": (*DRAWER, "MicrophoneTab"),
+    **{f"drawer-{page}": (*DRAWER, document) for page, document in PAGES.items()},
+    "dialog": ("Main", "MessageDialog"),
+    "upgrade": ("Main", "WelcomeLayout", "UpgradeView"),
+    "settings": ("SettingsWindow",),
+    "support": ("CustomerWindow",),
+    "reset": ("ResetWindow",),
+    "installer-failed": ("UpgradeWindow",),
+    "mixer": ("Main", "MainLayout"),
+    # Curves of the sound, drawn by the scene player.
+    "mixer-scene": (),
+    "mixer-limiter": (),
+    "equalizer": ("EqualizerWindow",),
+    "auto-gain": ("AutoGainWindow",),
+    "control-gallery": ("Gallery",),
+}
+
+
 @dataclass(frozen=True)
 class Picture:
     step: str
     # A palette makes it small enough for the repository; a picture of many soft shades would show rings.
     palette: bool = True
+    shows: tuple = ()
 
 
 def _list():
@@ -45,7 +75,11 @@ def _list():
         pictures[name] = Picture("scenes", palette=False)
     for name in ("welcome", "main", "gain"):
         pictures[f"windows-{name}"] = Picture("windows", palette=False)
-    return pictures
+    return {name: replace(picture, shows=_shown(name)) for name, picture in pictures.items()}
+
+
+def _shown(name):
+    return SHOWS[max((beginning for beginning in SHOWS if name.startswith(beginning)), key=len)]
 
 
 def _of_languages():
