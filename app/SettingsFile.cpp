@@ -36,6 +36,13 @@ bool beginsWithSlash(QByteArrayView name) {
     return start.startsWith('/') || start.startsWith('\\') || start.startsWith("%2f") || start == "%u002f";
 }
 
+/// The name before the "=", in any of the forms of a slash that QSettings reads. It writes such a name with a
+/// backslash before the "=", and then reads no "=" there.
+bool endsWithSlash(QByteArrayView name) {
+    const QByteArray end = name.last(std::min(name.size(), qsizetype{6})).toByteArray().toLower();
+    return end.endsWith('/') || end.endsWith("%2f") || end == "%u002f";
+}
+
 /// Of a line that begins with "[".
 QByteArrayView sectionName(QByteArrayView text) {
     return text.sliced(1, std::max(text.indexOf(']'), qsizetype{1}) - 1).trimmed();
@@ -53,7 +60,8 @@ bool isSettingsLine(QByteArrayView line) {
     if (text.front() == '[') {
         return text.back() == ']' && !sectionName(text).isEmpty() && !beginsWithSlash(sectionName(text));
     }
-    return text.front() != ';' && text.contains('=');
+    const qsizetype equals = text.indexOf('=');
+    return text.front() != ';' && equals >= 0 && !endsWithSlash(text.first(equals).trimmed());
 }
 
 bool isTextByte(char byte) {

@@ -84,9 +84,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     require(kept || !hasRemark(text), "remarks are kept");
     require(!kept || *kept == text, "they are kept as they were");
     const std::optional<QByteArray> written = contentOf(path);
-    // Each write takes one slash from the front of a key.
-    const bool hasSlashes =
-        std::ranges::any_of(before, [](const auto& setting) { return setting.first.startsWith("//"); });
+    // Each write takes one slash from the front of a key, and makes one at its end take the "=".
+    const bool hasSlashes = std::ranges::any_of(before, [](const auto& setting) {
+        return setting.first.startsWith("//") || setting.first.endsWith('/');
+    });
     require(written && (hasSlashes || !hasForeignLines(*written)), "what is written is settings alone");
 
     StoreFile().restart();

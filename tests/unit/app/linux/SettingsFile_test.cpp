@@ -309,12 +309,13 @@ TEST_F(SettingsFileTest, FileOfTheProgramsOwnIsNotKept) {
 }
 
 TEST_F(SettingsFileTest, NamesThatAWriteChangesAreKeptBesideTheFile) {
-    for (const char* const line : {"[]\nb=1", "[ ]x]\nb=1", "[\\a]\nb=1", "[%2Fa]\nb=1", "\\b=1", "/b=1",
-                                   "%2fb=1", "%U002Fb=1", "[a]\nb=1\n[general]\n/b=1"}) {
+    for (const char* const line :
+         {"[]\nb=1", "[ ]x]\nb=1", "[\\a]\nb=1", "[%2Fa]\nb=1", "\\b=1", "/b=1", "%2fb=1", "%U002Fb=1",
+          "[a]\nb=1\n[general]\n/b=1", "b/=1", "b%2F=1", "[a]\nb%u002f =1"}) {
         EXPECT_TRUE(hasForeignLines(QByteArray("[General]\n") + line + '\n')) << line;
     }
     for (const char* const line :
-         {"[a\\b]\nb=1", "[%General]\nb=1", "[a]\n\\b=1", "b\\c=1", "b/=1", "%2b=1", "=x"}) {
+         {"[a\\b]\nb=1", "[%General]\nb=1", "[a]\n\\b=1", "b\\c=1", "b/c=1", "%2b=1", "=x"}) {
         EXPECT_FALSE(hasForeignLines(QByteArray("[General]\n") + line + '\n')) << line;
     }
 }
