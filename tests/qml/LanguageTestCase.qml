@@ -3,6 +3,7 @@ import QtTest
 import MediaControls
 import VexoDeck
 import VexoDeckHIDHotplug
+import VexoDeckNetwork
 import VexoDeckTest
 import VexoDeckTranslation
 
@@ -150,18 +151,15 @@ MainWindowTestCase {
         const settings = [].concat(...["windows", "linux"].map(platform => stats.map((name, stat) => ({
                         tag: `settings, ${name} on ${platform}`,
                         open: () => {
-                            // Its answers never come.
-                            NetworkMgr.service = {
-                                checkUpdateApp: () => {},
-                                checkUpdateFirmware: () => {}
-                            };
+                            // The answers never come.
+                            NetworkManager.holds = true;
                             VxConfig.platformName = platform;
                             const roots = openWindowOf(settingsComponent);
                             findChild(roots[0], "statBox").stat = stat;
                             return roots;
                         },
                         close: () => {
-                            NetworkMgr.service = null;
+                            NetworkManager.holds = false;
                             VxConfig.platformName = Qt.platform.os;
                         }
                     }))));

@@ -1,6 +1,7 @@
 import QtQuick
 import MediaControls
 import VexoDeck
+import VexoDeckNetwork
 import VexoDeckSystemBridge
 import VexoDeckTest
 
@@ -13,7 +14,7 @@ ScreenTestCase {
 
     // The requests that wait for an answer, in order: their name and what they were given.
     property var requests: []
-    // What downloadFile() returns.
+    // Where the last download goes.
     property string target: "/somewhere/vexo_download_1.exe"
     readonly property string address: "https://x.example/setup.exe"
     readonly property Item questionPlace: Item {
@@ -27,8 +28,9 @@ ScreenTestCase {
     function initUpdate(platformName) {
         initConfig();
         requests = [];
-        NetworkMgr.service = scriptedService();
-        NetworkMgr.absenceTold = false;
+        target = "/somewhere/vexo_download_1.exe";
+        NetworkManager.holds = true;
+        NetworkManager.requested.connect(note);
         VxConfig.platformName = platformName;
         MessageDialogMgr.setParent(questionPlace);
         SystemBridge.installs = true;
@@ -37,29 +39,40 @@ ScreenTestCase {
     }
 
     function cleanupUpdate() {
-        NetworkMgr.service = null;
+        NetworkManager.requested.disconnect(note);
+        NetworkManager.holds = false;
         VxConfig.platformName = Qt.platform.os;
         MessageDialogMgr.setParent(null);
         compare(MessageDialogMgr.shownCount, 0, "questions are left");
         compare(TestLog.takeFaults(), []);
     }
 
-    function scriptedService() {
-        const note = (name, url, success, progress, error) => requests.push({
-                name: name,
-                url: url,
-                success: success,
-                progress: progress,
-                error: error
-            });
-        return {
-            checkUpdateApp: (success, error) => note("app", "", success, null, error),
-            checkUpdateFirmware: (success, error) => note("firmware", "", success, null, error),
-            downloadFile: (url, success, progress, error) => {
-                note("download", url, success, progress, error);
-                return target;
-            }
+    // The name by which a test knows a call of the HTTP client.
+    function nameOf(call) {
+        const names = {
+            "/vexo/pc/update/software": "app",
+            "/vexo/pc/getFirmware": "firmware"
         };
+        return call.name === "downloadFile" ? "download" : names[call.url.slice(NetworkMgr.base_url.length)] ?? call.url;
+    }
+
+    function note(call) {
+        if (call.path)
+            target = call.path;
+        requests.push({
+            name: nameOf(call),
+            url: call.url,
+            success: (ok, response) => {
+                // The client gives an object, whatever the service sends.
+                NetworkManager.requestCompleted(call.id, ok, typeof response === "object" ? response ?? {} : {});
+                wait(0);
+            },
+            progress: (received, total) => NetworkManager.downloadProgress(call.id, received, total),
+            error: (code, text) => {
+                NetworkManager.requestError(call.id, code, text);
+                wait(0);
+            }
+        });
     }
 
     function asked() {

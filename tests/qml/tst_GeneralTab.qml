@@ -3,6 +3,7 @@ import QtTest
 import MediaControls
 import VexoDeck
 import VexoDeckHIDHotplug
+import VexoDeckNetwork
 import VexoDeckSystemBridge
 import VexoDeckTest
 
@@ -30,19 +31,31 @@ PageTestCase {
         SystemBridge.installed = [];
         SystemBridge.clearCalls();
         questions = [];
-        NetworkMgr.service = {
-            checkUpdateFirmware: (success, error) => questions.push({
-                    answer: response => success(true, response),
-                    fail: () => error(-1, "no answer")
-                })
-        };
+        NetworkManager.holds = true;
+        NetworkManager.requested.connect(note);
+    }
+
+    function note(call) {
+        compare(call.url, NetworkMgr.base_url + "/vexo/pc/getFirmware");
+        questions.push({
+            answer: response => {
+                // The client gives an object, whatever the service sends.
+                NetworkManager.requestCompleted(call.id, true, typeof response === "object" ? response ?? {} : {});
+                wait(0);
+            },
+            fail: () => {
+                NetworkManager.requestError(call.id, -1, "no answer");
+                wait(0);
+            }
+        });
     }
 
     function cleanup() {
         if (page)
             discard(page);
         page = null;
-        NetworkMgr.service = null;
+        NetworkManager.requested.disconnect(note);
+        NetworkManager.holds = false;
         compare(TestLog.takeFaults(), []);
     }
 
@@ -312,10 +325,13 @@ PageTestCase {
     }
 
     function test_a_program_without_a_service_is_up_to_date() {
-        NetworkMgr.service = null;
+        const host = NetworkMgr.base_url;
+        NetworkMgr.base_url = "";
         openPage(voxmicM40);
         tryVerify(() => firmware().stat === 0);
         compareData(firmware(), upToDate(voxmicM40));
+        compare(questions, []);
+        NetworkMgr.base_url = host;
     }
 
     function test_the_update_stops_the_device_and_then_begins() {

@@ -97,6 +97,10 @@ PageTestCase {
         ConfigMgr.setStringList("color_bg_bln_cyc_color", ["#112233", "#445566"]);
         pageComponent = row.component;
         openPage(row.info);
+        // The check for newer firmware is over: its button is disabled meanwhile.
+        const button = findChild(page, "checkUpdateButton");
+        if (button)
+            tryCompare(button, "enabled", true);
     }
 
     // All visible items below one, itself included.

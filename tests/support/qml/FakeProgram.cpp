@@ -3,6 +3,7 @@
 #include "app/ScriptEngines.h"
 #include "app/TranslationManager.h"
 #include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeNetworkManager.h"
 #include "tests/support/qml/FakeSystemBridge.h"
 #include "tests/support/qml/StoreFile.h"
 
@@ -33,6 +34,7 @@ void setUpFakeProgram() {
     QQuickStyle::setStyle("Material");
     QGuiApplication::styleHints()->setColorScheme(Qt::ColorScheme::Dark);
     registerFakeHIDHotplugManager();
+    registerFakeNetworkManager();
     registerFakeSystemBridge();
     registerTemporarySettings();
     registerTranslations();

@@ -94,6 +94,14 @@ bool FakeSystemBridge::installFile(const QString& filePath) {
     return installs;
 }
 
+QVariantMap FakeSystemBridge::getSystemInfo() const {
+    return {{"platform", "Linux"}, {"kernelVersion", "6.1.0"}, {"machineType", "host"}};
+}
+
+QString FakeSystemBridge::getTempDirectory() const {
+    return tempDirectory;
+}
+
 void FakeSystemBridge::openPage(const QUrl& url) {
     record("openUrl", {{"url", url.toString()}});
 }

@@ -18,6 +18,8 @@ class FakeSystemBridge : public QObject {
     Q_PROPERTY(QVariantList installed MEMBER installed)
     // Whether any file that is there counts as an icon of the inventory, or none.
     Q_PROPERTY(bool iconsThere MEMBER iconsThere)
+    // What getTempDirectory() returns.
+    Q_PROPERTY(QString tempDirectory MEMBER tempDirectory)
     // Whether installers start.
     Q_PROPERTY(bool installs MEMBER installs)
     // Inputs that the engine refuses to open.
@@ -46,6 +48,9 @@ public:
     Q_INVOKABLE bool RemoveInputDevice(const QString& deviceName);
     Q_INVOKABLE [[nodiscard]] QVariantList GetInputDevices() const;
     Q_INVOKABLE bool installFile(const QString& filePath);
+    // A system of a test's own.
+    Q_INVOKABLE [[nodiscard]] QVariantMap getSystemInfo() const;
+    Q_INVOKABLE [[nodiscard]] QString getTempDirectory() const;
     Q_INVOKABLE void updateMonitorDevice();
     Q_INVOKABLE void quitApplication();
     Q_INVOKABLE void startPowerEventMonitor();
@@ -66,6 +71,7 @@ private:
     QVariantList applications;
     QVariantList installed;
     bool iconsThere = true;
+    QString tempDirectory = QStringLiteral("/somewhere");
     bool installs = true;
     QStringList refusedInputs;
     QStringList configuredInputs;
