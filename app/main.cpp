@@ -6,6 +6,7 @@
 #include "app/UnexpectedExit.h"
 #include "bridge/PageOpener.h"
 #include "bridge/SystemBridge.h"
+#include "cloud/DataTrackerManager.h"
 #include "cloud/NetworkManager.h"
 #include "device/HIDHotplugManager.h"
 #include "platform/BrokenPipes.h"
@@ -116,6 +117,7 @@ int main(int argc, char* argv[]) {
     TranslationManager::instance()->setEngine(&engine);
     registerService<SettingsManager>("VexoDeckSettings", "SettingsManager");
     registerService<TranslationManager>("VexoDeckTranslation", "TranslationManager");
+    registerService<DataTrackerManager>("VexoDeckTracker", "DataTrackerManager");
     registerService<NetworkManager>("VexoDeckNetwork", "NetworkManager");
     const QPointer<SystemBridge> bridge = SystemBridge::instance();
     bridge->setSettingsReader([](const QString& key) { return SettingsManager::instance()->getValue(key); });

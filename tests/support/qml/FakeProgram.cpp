@@ -2,6 +2,7 @@
 
 #include "app/ScriptEngines.h"
 #include "app/TranslationManager.h"
+#include "cloud/DataTrackerManager.h"
 #include "tests/support/qml/FakeHIDHotplugManager.h"
 #include "tests/support/qml/FakeNetworkManager.h"
 #include "tests/support/qml/FakeSystemBridge.h"
@@ -12,11 +13,20 @@
 #include <QQmlEngine>
 #include <QQuickStyle>
 #include <QStyleHints>
+#include <QTemporaryDir>
 #include <QTimer>
 
 namespace {
 
 constexpr int kLevelPeriodMs = 50;
+
+// The real one on a file of its own, one for each engine.
+void registerTemporaryEvents() {
+    static const QTemporaryDir folder;
+    qmlRegisterSingletonType<DataTrackerManager>(
+        "VexoDeckTracker", 1, 0, "DataTrackerManager",
+        [](QQmlEngine*, QJSEngine*) -> QObject* { return new DataTrackerManager(folder.path()); });
+}
 
 } // namespace
 
@@ -38,6 +48,7 @@ void setUpFakeProgram() {
     registerFakeSystemBridge();
     registerTemporarySettings();
     registerTranslations();
+    registerTemporaryEvents();
 }
 
 void runEventLoop(int milliseconds, const std::function<void()>& everyPeriod) {
