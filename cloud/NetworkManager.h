@@ -24,7 +24,7 @@ struct NetworkSetting {
     /// True while an interface is up, runs and is not a loopback.
     std::function<bool()> hasInterface;
     /// Asked by the online check.
-    QUrl probeAddress{};
+    QUrl probeAddress;
     /// A call that lasts longer is given up, however its bytes drip in. Downloads and uploads have no such
     /// end.
     int longestCallMs = 60000;

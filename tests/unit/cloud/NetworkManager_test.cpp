@@ -175,8 +175,8 @@ TEST_F(CloudNetwork, AHeaderCannotBeginASecondOne) {
 }
 
 TEST_F(CloudNetwork, AnAnswerHasItsMembersItsStatusAndItsHeaders) {
-    server.script("/a", {.bytes = "HTTP/1.1 201 Created\r\nX-Name: v\r\nContent-Length: 43\r\n\r\n"
-                                  R"({"code":0,"status_code":"x","headers":"y" })"});
+    server.script("/a", sending("HTTP/1.1 201 Created\r\nX-Name: v\r\nContent-Length: 43\r\n\r\n"
+                                R"({"code":0,"status_code":"x","headers":"y" })"));
     manager->get(server.url("/a"));
     const Completion completion = ended();
     EXPECT_TRUE(completion.success);
@@ -229,13 +229,13 @@ TEST_F(CloudNetwork, AnErrorStatusIsAnErrorAndThenACompletionWithoutSuccess) {
 
 TEST_F(CloudNetwork, BrokenAnswersEndOnceWithoutSuccess) {
     const std::vector<Script> scripts{
-        {.bytes = ""},
-        {.bytes = "garbage\r\n\r\n"},
-        {.bytes = "HTTP/1.1 200 OK\r\nContent-Le"},
-        {.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf"},
-        {.bytes = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nFFFF\r\nhalf"},
-        {.bytes = "HTTP/1.1 302 Found\r\nLocation: http://127.0.0.1:1/x\r\nContent-Length: 0\r\n\r\n"},
-        {.bytes = "HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\nContent-Length: 0\r\n\r\n"},
+        sending(""),
+        sending("garbage\r\n\r\n"),
+        sending("HTTP/1.1 200 OK\r\nContent-Le"),
+        sending("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf"),
+        sending("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nFFFF\r\nhalf"),
+        sending("HTTP/1.1 302 Found\r\nLocation: http://127.0.0.1:1/x\r\nContent-Length: 0\r\n\r\n"),
+        sending("HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\nContent-Length: 0\r\n\r\n"),
     };
     std::size_t count = 0;
     for (const Script& script : scripts) {
@@ -250,16 +250,14 @@ TEST_F(CloudNetwork, BrokenAnswersEndOnceWithoutSuccess) {
 TEST_F(CloudNetwork, ChunkedAnswersAndRedirectsOfTheSameHostArrive) {
     server.script(
         "/chunks",
-        {.bytes =
-             "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\n{\"a\"\r\n3\r\n:1}\r\n0\r\n\r\n"});
-    server.script("/moved",
-                  {.bytes = "HTTP/1.1 302 Found\r\nLocation: /chunks\r\nContent-Length: 0\r\n\r\n"});
+        sending("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\n{\"a\"\r\n3\r\n:1}\r\n0\r\n\r\n"));
+    server.script("/moved", sending("HTTP/1.1 302 Found\r\nLocation: /chunks\r\nContent-Length: 0\r\n\r\n"));
     manager->get(server.url("/moved"));
     EXPECT_EQ(ended().response["a"].toInt(), 1);
 }
 
 TEST_F(CloudNetwork, ASilentServerEndsAtTheTimeoutOfTheCall) {
-    server.script("/a", {.bytes = "", .isClosing = false});
+    server.script("/a", silence());
     manager->setTimeout(100);
     manager->get(server.url("/a"));
     EXPECT_EQ(ended().response["error_code"].toInt(), QNetworkReply::OperationCanceledError);
@@ -267,17 +265,14 @@ TEST_F(CloudNetwork, ASilentServerEndsAtTheTimeoutOfTheCall) {
 }
 
 TEST_F(CloudNetwork, ADripOfBytesEndsAtTheLongestCall) {
-    make({.hasInterface = [] { return true; }, .longestCallMs = 300});
-    server.script("/a",
-                  {.bytes = "HTTP/1.1 200 OK\r\n\r\n", .fill = "a", .fillCount = 1000000, .fillPauseMs = 20});
+    make({.hasInterface = [] { return true; }, .probeAddress = QUrl(), .longestCallMs = 300});
+    server.script("/a", filling("HTTP/1.1 200 OK\r\n\r\n", "a", 1000000, 20));
     manager->get(server.url("/a"));
     EXPECT_FALSE(ended().success);
 }
 
 TEST_F(CloudNetwork, AnAnswerWithoutEndIsGivenUp) {
-    server.script(
-        "/a",
-        {.bytes = "HTTP/1.1 200 OK\r\n\r\n", .fill = QByteArray(1024 * 1024, 'a'), .fillCount = 100000});
+    server.script("/a", filling("HTTP/1.1 200 OK\r\n\r\n", QByteArray(1024 * 1024, 'a'), 100000));
     manager->get(server.url("/a"));
     EXPECT_FALSE(ended().success);
 }
@@ -414,7 +409,7 @@ TEST_F(CloudNetwork, ADownloadWithoutAFileToWriteToSucceedsWithoutTellingAFile) 
 }
 
 TEST_F(CloudNetwork, ALostLineIsToldTwiceAndLeavesNothing) {
-    server.script("/cut", {.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf"});
+    server.script("/cut", sending("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf"));
     writeFile("old", "old");
     manager->downloadFile(server.url("/cut"), inFolder("old"));
     const Completion completion = ended();
@@ -441,10 +436,9 @@ TEST_F(CloudNetwork, ADownloadWithAnErrorStatusIsToldOnceAndLeavesNothing) {
 
 TEST_F(CloudNetwork, ALongDownloadArrivesWholeAndIsNotParsed) {
     constexpr qint64 kMegabytes = 64;
-    server.script("/a", {.bytes = "HTTP/1.1 200 OK\r\nContent-Length: " +
-                                  QByteArray::number(kMegabytes * 1024 * 1024) + "\r\n\r\n",
-                         .fill = QByteArray(1024 * 1024, 'a'),
-                         .fillCount = kMegabytes});
+    server.script("/a", filling("HTTP/1.1 200 OK\r\nContent-Length: " +
+                                    QByteArray::number(kMegabytes * 1024 * 1024) + "\r\n\r\n",
+                                QByteArray(1024 * 1024, 'a'), kMegabytes));
     qint64 total = 0;
     QObject::connect(manager.get(), &NetworkManager::downloadProgress, manager.get(),
                      [&](int, qint64 received, qint64) { total = received; });
@@ -499,7 +493,7 @@ TEST_F(CloudNetwork, ADeadLineGoesOfflineWithinThreeSeconds) {
     server.answer("/probe", "");
     manager->checkNetworkStatus();
     ASSERT_TRUE(await([&] { return manager->isOnline(); }));
-    server.script("/probe", {.bytes = "", .isClosing = false});
+    server.script("/probe", silence());
     manager->checkNetworkStatus();
     EXPECT_TRUE(await([&] { return !manager->isOnline(); }));
 }

@@ -35,6 +35,26 @@ bool takeRequest(QByteArray& bytes, ReceivedRequest& request) {
 
 } // namespace
 
+Script sending(const QByteArray& bytes) {
+    Script script;
+    script.bytes = bytes;
+    return script;
+}
+
+Script silence() {
+    Script script;
+    script.isClosing = false;
+    return script;
+}
+
+Script filling(const QByteArray& bytes, const QByteArray& fill, qint64 fillCount, int pauseMs) {
+    Script script = sending(bytes);
+    script.fill = fill;
+    script.fillCount = fillCount;
+    script.fillPauseMs = pauseMs;
+    return script;
+}
+
 ScriptedServer::ScriptedServer() {
     server = new QTcpServer;
     server->moveToThread(&thread);
@@ -65,8 +85,8 @@ void ScriptedServer::script(const QByteArray& path, const Script& script) {
 }
 
 void ScriptedServer::answer(const QByteArray& path, const QByteArray& body, const QByteArray& status) {
-    script(path, {.bytes = "HTTP/1.1 " + status + "\r\nContent-Length: " + QByteArray::number(body.size()) +
-                           "\r\n\r\n" + body});
+    script(path, sending("HTTP/1.1 " + status + "\r\nContent-Length: " + QByteArray::number(body.size()) +
+                         "\r\n\r\n" + body));
 }
 
 QList<ReceivedRequest> ScriptedServer::requests() const {
@@ -99,7 +119,7 @@ void ScriptedServer::onBytes(QTcpSocket* socket, QByteArray& bytes) {
         const QMutexLocker lock(&mutex);
         received.append(request);
         const QByteArray path = request.path.split('?').first();
-        script = scripts.value(path, {.bytes = "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"});
+        script = scripts.value(path, sending("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"));
     }
     reply(socket, script);
 }

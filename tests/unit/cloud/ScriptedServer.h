@@ -12,15 +12,23 @@ class QTcpSocket;
 
 /// What a server sends for a path, byte for byte.
 struct Script {
-    QByteArray bytes{};
+    QByteArray bytes;
     /// Sent behind `bytes` again and again, up to `fillCount` times.
-    QByteArray fill{};
+    QByteArray fill;
     qint64 fillCount = 0;
     /// The time between two fills.
     int fillPauseMs = 0;
     /// Whether the connection ends then, or stays open in silence.
     bool isClosing = true;
 };
+
+/// Sends the bytes and ends the connection.
+[[nodiscard]] Script sending(const QByteArray& bytes);
+/// Sends nothing, ever.
+[[nodiscard]] Script silence();
+/// Sends the bytes, then the fill so many times, with a pause before each.
+[[nodiscard]] Script filling(const QByteArray& bytes, const QByteArray& fill, qint64 fillCount,
+                             int pauseMs = 0);
 
 /// An HTTP request as a server got it. Names of headers are in lower case.
 struct ReceivedRequest {
