@@ -17,6 +17,7 @@
 #include "tests/support/Await.h"
 #include "tests/support/ScriptedHidapi.h"
 #include "tests/support/WireFrame.h"
+#include "tests/support/qml/FakeNetworkManager.h"
 #include "tests/support/qml/FakeProgram.h"
 #include "tests/support/qml/FakeSystemBridge.h"
 #include "tests/support/qml/StoreFile.h"
@@ -102,6 +103,8 @@ public:
         qmlRegisterSingletonType<HIDHotplugManager>(
             "VexoDeckHIDHotplug", 1, 0, "HIDHotplugManager",
             [](QQmlEngine*, QJSEngine*) -> QObject* { return served; });
+        registerFakeNetworkManager();
+        registerTemporaryEvents();
         registerFakeSystemBridge();
         registerTemporarySettings();
         registerTranslations();

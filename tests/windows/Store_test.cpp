@@ -2,6 +2,7 @@
 
 #include "app/SettingsManager.h"
 #include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeNetworkManager.h"
 #include "tests/support/qml/FakeProgram.h"
 #include "tests/support/qml/FakeSystemBridge.h"
 
@@ -134,6 +135,8 @@ QVariant readByTheScreens(const QString& key) {
 
 TEST_F(Store, ConsentIsClearOnAFreshStoreAndAsTheUserLeftItAfterwards) {
     registerFakeHIDHotplugManager();
+    registerFakeNetworkManager();
+    registerTemporaryEvents();
     registerFakeSystemBridge();
     registerTranslations();
     // Each engine owns its store.

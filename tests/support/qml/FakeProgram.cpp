@@ -20,14 +20,6 @@ namespace {
 
 constexpr int kLevelPeriodMs = 50;
 
-// The real one on a file of its own, one for each engine.
-void registerTemporaryEvents() {
-    static const QTemporaryDir folder;
-    qmlRegisterSingletonType<DataTrackerManager>(
-        "VexoDeckTracker", 1, 0, "DataTrackerManager",
-        [](QQmlEngine*, QJSEngine*) -> QObject* { return new DataTrackerManager(folder.path()); });
-}
-
 } // namespace
 
 void registerTranslations() {
@@ -37,6 +29,13 @@ void registerTranslations() {
             manager->setEngine(engine);
             return manager;
         });
+}
+
+void registerTemporaryEvents() {
+    static const QTemporaryDir folder;
+    qmlRegisterSingletonType<DataTrackerManager>(
+        "VexoDeckTracker", 1, 0, "DataTrackerManager",
+        [](QQmlEngine*, QJSEngine*) -> QObject* { return new DataTrackerManager(folder.path()); });
 }
 
 void setUpFakeProgram() {

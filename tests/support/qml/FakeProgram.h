@@ -13,6 +13,10 @@ void setUpFakeProgram();
 /// of setUpFakeProgram(), for programs that register services of their own. Once in a process.
 void registerTranslations();
 
+/// Registers the real store of the events, on a file of its own, one for each engine. Part of
+/// setUpFakeProgram().
+void registerTemporaryEvents();
+
 /// Runs the event loop for the given milliseconds; it sleeps between events, as the program does. Meanwhile
 /// calls `everyPeriod`, where one is given, as often as level reports come, the first time at once.
 void runEventLoop(int milliseconds, const std::function<void()>& everyPeriod = {});
