@@ -68,6 +68,7 @@ void saveBeforeSessionEnds(const QGuiApplication& application) {
 /// What is left to do when the program ends.
 void cleanUp(InstanceGuard& guard, SystemBridge* bridge) {
     qInfo() << "应用程序即将退出，开始清理资源...";
+    static_cast<void>(NetworkManager::instance());
     if (HIDHotplugManager* const manager = HIDHotplugManager::instance()) {
         manager->stopAndDisconnectDevice();
     }

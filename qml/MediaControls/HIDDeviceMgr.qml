@@ -22,6 +22,8 @@ QtObject {
     property var deviceInfo: ({})
     property bool deviceReady: false
     property var connectTime: new Date()
+    // The device that is reported as connected, until the record of its connection is made: sn and name.
+    property var reportedDevice: null
     // The device that was found last is a mixer in its bootloader. It is not in deviceInfo.
     property bool bootloaderFound: false
     // Pending writes: attribute id to value bytes.
@@ -64,6 +66,15 @@ QtObject {
         }
     }
 
+    // The end of the program is the end of a connection.
+    readonly property Connections programConnections: Connections {
+        target: Qt.application
+
+        function onAboutToQuit() {
+            deviceMgr.recordConnection();
+        }
+    }
+
     signal deviceConnected(var deviceInfo, bool connected)
     signal upgradeFirmwareProgress(int progress, string message)
     signal upgradeFirmwareSignal
@@ -88,8 +99,10 @@ QtObject {
     }
 
     function stopAndDisconnectDevice() {
-        if (isR2())
-            manager.stopAndDisconnectDevice();
+        if (!isR2())
+            return;
+        recordConnection();
+        manager.stopAndDisconnectDevice();
     }
 
     // For a mixer. One in its bootloader has stopped the search for devices.
@@ -185,20 +198,52 @@ QtObject {
         const values = [getDeviceVersion(), getDevicePID(), getDeviceSN(), getDeviceVID(), getDeviceName()];
         if (connected) {
             if (values.includes("N/A")) {
-                // Of what it told before, nothing holds.
+                // Of what it told before, nothing holds. One that logs in again has kept its name.
                 deviceReady = false;
+                if (getDeviceName() === "N/A")
+                    recordConnection();
                 return;
             }
             if (deviceReady)
                 return;
             console.log("=== HIDDeviceMgr.qml: 设备连接成功 ===");
             syncDeviceInfo();
-            connectTime = new Date();
+            reportConnection();
             deviceReady = true;
         } else {
+            recordConnection();
             deviceReady = false;
             MessageBus.publishUpdateFirmwareDisconnected();
         }
+    }
+
+    // Once for each connection.
+    function reportConnection() {
+        if (reportedDevice)
+            return;
+        connectTime = new Date();
+        reportedDevice = {
+            sn: getDeviceSN(),
+            name: getDeviceName()
+        };
+        NetworkMgr.connectDevice();
+    }
+
+    // Stores the record of a connection that ends now.
+    function recordConnection() {
+        if (!reportedDevice)
+            return;
+        const endTime = new Date();
+        const record = {
+            trackId: ConfigMgr.getValue(ConfigMgr.keys.trackId),
+            startTime: NetworkMgr.timeText(connectTime),
+            endTime: NetworkMgr.timeText(endTime),
+            productSn: reportedDevice.sn,
+            productName: reportedDevice.name,
+            duration: endTime - connectTime
+        };
+        reportedDevice = null;
+        DataTrackerMgr.storeEventNow("", "", "", JSON.stringify(record), "connected");
     }
 
     function handleMessageReceived(attID: int, data: var) {
@@ -213,6 +258,7 @@ QtObject {
         if (report.store)
             report.store(data[0]);
         report.publish(data[0]);
+        DataTrackerMgr.storeEventNow(report.event[0], report.event[1], report.event[2], data[0], "hardware");
     }
 
     Component.onCompleted: getDeviceInfo()

@@ -49,5 +49,8 @@ WindowFrame {
         popExit: FadeOut {}
     }
 
-    Component.onCompleted: MessageDialogMgr.setParent(windowFrame)
+    Component.onCompleted: {
+        MessageDialogMgr.setParent(windowFrame);
+        NetworkMgr.getTrackId(() => NetworkMgr.startApp());
+    }
 }
