@@ -75,7 +75,9 @@ QtObject {
 
     function setValue(key: string, value: var) {
         config[key] = value;
-        console.log("设置配置:", key, value);
+        // What names the installation, or is a key, reaches no log.
+        const isSecret = key === keys.trackId || key === keys.accessKey;
+        console.log("设置配置:", key, isSecret ? "***" : value);
         settings.setValue(key, value);
     }
 

@@ -216,6 +216,7 @@ ConfigTestCase {
         });
         compare(answers, [["identity"]]);
         compare(stored("trackId"), "00042123456789012345");
+        compare(linesWith("00042123456789012345"), []);
         NetworkManager.clearCalls();
         NetworkMgr.getTrackId(() => take("again"));
         compare(answers, [["identity"], ["again"]]);
