@@ -4,6 +4,8 @@ import QtTest
 import MediaControls
 import VexoDeck
 import VexoDeckHIDHotplug
+import VexoDeckNetwork
+import VexoDeckSystemBridge
 import VexoDeckTest
 
 /* The firmware upgrade as the welcome page shows it. */
@@ -112,6 +114,50 @@ MainWindowTestCase {
         compare(stored("upgradeFirmwareFilePath"), "/tmp/firmware.bin");
         compareView(installing, 0, []);
         compare(installedPaths, ["/tmp/firmware.bin"]);
+    }
+
+    function lastDownload() {
+        return Array.from(NetworkManager.calls).filter(call => call.name === "downloadFile").pop();
+    }
+
+    function test_the_firmware_is_fetched_shown_and_installed() {
+        startUpgrade(mixdeskR2);
+        const call = lastDownload();
+        compare(call.url, url);
+        NetworkManager.downloadProgress(call.id, 1000, 4000);
+        compareView(downloading, 0.25, []);
+        NetworkManager.requestCompleted(call.id, true, {
+            status_code: 200
+        });
+        wait(0);
+        compare(installedPaths, [call.path]);
+        compare(storedPath(), call.path);
+        compareView(installing, 0, []);
+    }
+
+    function test_a_download_that_ends_with_an_error_can_be_tried_again() {
+        startUpgrade(mixdeskR2);
+        const first = lastDownload();
+        NetworkManager.requestError(first.id, 2, "closed");
+        NetworkManager.requestError(first.id, 2, "Network disconnection");
+        NetworkManager.requestCompleted(first.id, false, {
+            error: "closed",
+            error_code: 2
+        });
+        wait(0);
+        compareView(downloadFailed, null, ["btn1", "btn3"]);
+        mouseClick(child("btn3"));
+        compareView(downloading, 0, []);
+        verify(lastDownload().id > first.id);
+        compare(lastDownload().url, url);
+        compare(installedPaths, []);
+    }
+
+    function test_a_download_without_a_folder_has_failed() {
+        SystemBridge.tempDirectory = "";
+        startUpgrade(mixdeskR2);
+        SystemBridge.tempDirectory = "/somewhere";
+        compareView(downloadFailed, null, ["btn1", "btn3"]);
     }
 
     function test_a_failed_download_offers_another_try() {

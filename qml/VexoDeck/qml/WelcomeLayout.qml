@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Templates as T
 import MediaControls
+import "UpdateAnswers.js" as UpdateAnswers
 
 /*
     The first page: waits for a device, then offers the way to the main screen. It follows the device's reports; one
@@ -73,6 +74,8 @@ Page {
         upgradeView.progress = 0;
         ConfigMgr.setValue(ConfigMgr.keys.upgradeFirmwareFilePath, "");
         view.upgrade = WelcomeLayout.Downloading;
+        const page = welcomeLayout;
+        const path = NetworkMgr.downloadFile(downloadUrl, () => UpdateAnswers.tell(page, "handleDownloadDone", path), (received, total) => UpdateAnswers.tell(page, "handleDownloadProgress", received, total), () => UpdateAnswers.tell(page, "handleDownloadFailed"));
     }
 
     function handleDownloadProgress(received: real, total: real) {

@@ -11,8 +11,8 @@ class FakeNetworkManager : public QObject {
     // "headers", "path", "value".
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
     Q_PROPERTY(bool isOnline MEMBER isOnline NOTIFY onlineStatusChanged)
-    // Whether requests wait for what the test emits. Else each fails in a later turn of the event loop, as
-    // where the service cannot be reached.
+    // Whether requests wait for what the test emits, as downloads always do. Else each fails in a later turn
+    // of the event loop, as where the service cannot be reached.
     Q_PROPERTY(bool holds MEMBER holds)
 
 public:
