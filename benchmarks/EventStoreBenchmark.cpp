@@ -24,6 +24,7 @@ constexpr int kReads = 200;
 constexpr int kPlainInserts = 200;
 constexpr double kStoreBudgetMs = 3.0;
 constexpr double kReadBudgetMs = 5.0;
+constexpr double kStallBudgetMs = 50.0;
 
 struct Times {
     double medianMs;
@@ -78,6 +79,18 @@ void fill(const QString& file) {
     database.commit();
 }
 
+/// While another connection holds the file.
+template <typename Act>
+Times measureHeld(const QString& file, const Act& act) {
+    QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "holder");
+    database.setDatabaseName(file);
+    database.open();
+    QSqlQuery(database).exec("BEGIN EXCLUSIVE");
+    const Times times = measure(kReads, act);
+    QSqlQuery(database).exec("COMMIT");
+    return times;
+}
+
 Times plainInserts(const QString& file) {
     QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "plain");
     database.setDatabaseName(file);
@@ -117,5 +130,14 @@ int main(int argc, char* argv[]) {
     kept = print("countEvents", measure(kReads, [&](int) { static_cast<void>(store.countEvents()); }),
                  kReadBudgetMs, plain) &&
            kept;
+    const Times held = measureHeld(folder.filePath("data_tracking.db"), [&](int turn) {
+        store.storeEvent("m", "i", "t", QString::number(turn), timeOf(kRows + kStores + turn), "software",
+                         "N/A");
+        static_cast<void>(store.queryEvents());
+        static_cast<void>(store.countEvents());
+        store.deleteByIds({turn + 1});
+    });
+    // The longest one counts: each is a stall of the screens.
+    kept = print("all, held", held, 0.0, plain) && held.longestMs < kStallBudgetMs && kept;
     return kept ? 0 : 1;
 }
