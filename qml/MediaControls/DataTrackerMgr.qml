@@ -44,6 +44,11 @@ QtObject {
         storeEvent(featureModule, featureItem, eventType, eventValue, time, source, HIDDeviceMgr.getDeviceSN());
     }
 
+    // What the user has done: `words` are module, item and type.
+    function storeAction(words: list<string>, value: var) {
+        storeEventNow(words[0], words[1], words[2], value, "software");
+    }
+
     function storeEvent(featureModule: string, featureItem: string, eventType: string, eventValue: var, eventTime: string, source: string, productSn: string) {
         store.storeEvent(featureModule, featureItem, eventType, String(eventValue), eventTime, source, productSn);
         uploadPendingData();

@@ -24,7 +24,9 @@ SettingsSection {
     }
 
     function updateAIType() {
-        DeviceValues.noiseReduction.send(aiSwitch.checked ? noiseSelect2.selectIndex + 1 : 0);
+        const type = aiSwitch.checked ? noiseSelect2.selectIndex + 1 : 0;
+        DeviceValues.noiseReduction.send(type);
+        DataTrackerMgr.storeAction(aiSwitch.event, type);
     }
 
     // Podcast, game and live set the same values by design; custom leaves everything as it is.
@@ -147,6 +149,7 @@ SettingsSection {
         text: qsTr("AI降噪")
         tips: qsTr("弱降噪可以在消除环境噪音的同时，保持高音质收音效果。强降噪可以更好的消除环境噪音，音质损失较弱降噪略大")
         deviceValue: DeviceValues.noiseReduction
+        event: ["话筒", "音频增强", "AI降噪"]
         follows: false
         onToggled: {
             audioBoost.updateAIType();
@@ -191,6 +194,8 @@ SettingsSection {
         tips: audioBoost.antiClippingTips
         deviceValue: DeviceValues.antiClipping
         threshold: DeviceValues.antiClippingThreshold
+        switchEvent: ["话筒", "音频增强", "防爆音开关"]
+        thresholdEvent: ["话筒", "音频增强", "防爆音"]
         from: -40
         onToggled: checked => audioBoost.handleAntiClippingToggled(checked)
         onMoved: dB => {
@@ -209,6 +214,8 @@ SettingsSection {
         tips: qsTr("压缩器用于控制音频信号的动态范围，开启后，可避免音量过高导致失真或听感刺耳。")
         deviceValue: DeviceValues.compressor
         threshold: DeviceValues.compressorThreshold
+        switchEvent: ["话筒", "音频增强", "压缩器开关"]
+        thresholdEvent: ["话筒", "音频增强", "压缩器"]
         from: -80
         onToggled: audioBoost.updateSelectIndex(audioBoost.customScene)
         onMoved: audioBoost.updateSelectIndex(audioBoost.customScene)
@@ -221,6 +228,7 @@ SettingsSection {
         text: audioBoost.antiClippingText
         tips: audioBoost.antiClippingTips
         deviceValue: DeviceValues.antiClipping
+        event: ["话筒", "音频增强", "防爆音"]
         follows: false
         onToggled: checked => audioBoost.handleAntiClippingToggled(checked)
     }
@@ -229,6 +237,9 @@ SettingsSection {
         objectName: "equalizerRow"
         text: qsTr("均衡器")
         tips: qsTr("调节不同频率的音色，让你的声音更清晰、更有个性。")
-        onClicked: audioBoost.equalizerRequested()
+        onClicked: {
+            audioBoost.equalizerRequested();
+            DataTrackerMgr.storeAction(["话筒", "音频增强", "均衡器"], 1);
+        }
     }
 }

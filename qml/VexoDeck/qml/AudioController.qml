@@ -23,6 +23,8 @@ Rectangle {
     property string title: currentApp ? AppInventory.displayName(currentApp) : ""
     property url imageSource
     readonly property bool isSource: showType === StripKind.Source
+    // Names the strip in events: data, as the service knows it.
+    readonly property string eventItem: ["直播输出", "监听输出", "声卡通道"][showType] ?? currentApp?.name ?? ""
     readonly property alias deleteFocused: head.deleteFocused
 
     readonly property bool hasMonitorMute: showType !== StripKind.LiveOutput
@@ -100,6 +102,22 @@ Rectangle {
             fader.setLevels(data.levelLeft, data.levelRight);
     }
 
+    function storeChange(type: int, value: var) {
+        const types = ["声音音量", "solo只听", "监听静音", "直播静音"];
+        DataTrackerMgr.storeAction(["首页", eventItem, types[type]], value);
+    }
+
+    // The end of a gesture on the fader.
+    function handleFaderComplete() {
+        eventsChanged(0, fader.position);
+        if (showType === StripKind.Device)
+            DataTrackerMgr.storeAction(["话筒", "XLR输入", "增益"], fader.position);
+        else if (showType === StripKind.MonitorOutput)
+            DataTrackerMgr.storeAction(["监听", "监听", "监听音量"], fader.position);
+    }
+
+    onEventsChanged: (type, value) => storeChange(type, value)
+
     implicitWidth: 104
     implicitHeight: 420
     radius: VxTheme.radiusPanel
@@ -156,7 +174,7 @@ Rectangle {
         defaultValue: volume.defaultValue
         textOf: value => volume.textOf(value)
         onMoved: volume.handleMoved()
-        onChangeComplete: audioController.eventsChanged(0, fader.position)
+        onChangeComplete: audioController.handleFaderComplete()
     }
 
     Column {

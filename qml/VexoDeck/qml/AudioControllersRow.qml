@@ -100,13 +100,26 @@ Row {
         return app.streamID;
     }
 
+    function storeCount() {
+        DataTrackerMgr.storeAction(["首页", "虚拟通道", "数量"], audioControlles.length);
+    }
+
+    // The user has chosen a further source.
+    function addChosen(app: var) {
+        addEntry(app);
+        storeCount();
+    }
+
     function removeEntry(index: int) {
+        const name = audioControlles[index].name;
         const hadFocus = (sources.itemAt(index) as AudioController)?.deleteFocused ?? false;
         closeInput(index);
         audioControlles = audioControlles.filter((other, place) => place !== index);
         ConfigMgr.removeStringListIndex(ConfigMgr.keys.appList, index);
         strips.remove(index);
         sendAudioConfig();
+        DataTrackerMgr.storeAction(["首页", name, "删除"], 1);
+        storeCount();
         if (hadFocus)
             focusLeft();
     }

@@ -8,6 +8,8 @@ SettingRow {
 
     required property string key
     property color defaultColor: ConfigMgr.defaults[key]
+    // Module, item and type of the event of a choice; none without them.
+    property list<string> event: []
 
     // The user has picked another colour than the stored one, as "#rrggbb".
     signal picked(color: string)
@@ -20,6 +22,11 @@ SettingRow {
         ConfigMgr.setValue(key, text);
     }
 
+    function storeChoice(newColor: color, isReset: bool) {
+        if (event.length > 0)
+            DataTrackerMgr.storeAction(event, isReset ? "重置" : newColor);
+    }
+
     CustomColorSelect {
         id: select
 
@@ -28,6 +35,7 @@ SettingRow {
         name: colorRow.text
         defaultColor: colorRow.defaultColor
         onColorChanged: newColor => colorRow.pick(newColor)
+        onChangeComplete: (newColor, isReset) => colorRow.storeChoice(newColor, isReset)
     }
 
     Component.onCompleted: select.selectedColor = Lights.storedColor(key)

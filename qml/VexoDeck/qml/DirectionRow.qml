@@ -7,6 +7,8 @@ SettingRow {
 
     required property string key
     required property int attribute
+    // Module, item and type of the event of a choice.
+    required property list<string> event
     // What moves, for a screen reader.
     required property string name
 
@@ -14,6 +16,7 @@ SettingRow {
         tiles.selectIndex = index;
         ConfigMgr.setValue(key, index);
         HIDDeviceMgr.sendMessage(attribute, [index === 0 ? 1 : 0]);
+        DataTrackerMgr.storeAction(event, index);
     }
 
     text: qsTr("方向")

@@ -18,9 +18,10 @@ SettingsPage {
     }
 
     // Asks the system whether it opens the device at this rate.
-    function chooseRate(index: int) {
+    function chooseRate(index: int, text: string) {
         const entry = ConfigMgr.rate_list[index];
         ConfigMgr.setValue(ConfigMgr.keys.general_rate, entry);
+        DataTrackerMgr.storeAction(["通用", "通用", "采样率"], text);
         SystemBridge.SetDeviceSampleRate(HIDDeviceMgr.getDeviceName(), Number(entry) * 1000); // qmllint disable unqualified
     }
 
@@ -60,7 +61,7 @@ SettingsPage {
                 name: qsTr("采样率")
                 model: ConfigMgr.rate_list.map(entry => entry + " kHz")
                 currentIndex: ConfigMgr.rate_list.indexOf(String(ConfigMgr.getValue(ConfigMgr.keys.general_rate)))
-                onItemSelected: index => generalTab.chooseRate(index)
+                onItemSelected: (index, text) => generalTab.chooseRate(index, text)
             }
         }
     }
@@ -78,6 +79,7 @@ SettingsPage {
             minimumHeight: 34
             text: qsTr("指示灯")
             deviceValue: DeviceValues.indicator
+            event: ["通用", "通用", "指示灯"]
             onToggled: checked => deviceValue.sendSwitch(checked)
         }
     }

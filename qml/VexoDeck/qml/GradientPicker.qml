@@ -7,6 +7,8 @@ CustomMultColorSelect {
 
     required property string indexKey
     required property string colorsKey
+    // Module, item and type of the event of a choice.
+    required property list<string> event
 
     width: parent?.width ?? 0
 
@@ -14,6 +16,7 @@ CustomMultColorSelect {
         ConfigMgr.setValue(indexKey, index);
         ConfigMgr.setStringList(colorsKey, data);
     }
+    onChangeComplete: (index, data, isReset) => DataTrackerMgr.storeAction(event, isReset ? "重置" : JSON.stringify(data))
     Component.onCompleted: {
         selectedPresetIndex = Lights.storedIndex(indexKey, ownIndex + 1);
         selectedGradient = Lights.storedColors(colorsKey, 3, 3);

@@ -11,8 +11,10 @@ SettingsSection {
 
     function store() {
         const action = actions.findIndex(row => row.button === group.checkedButton);
-        if (action >= 0)
-            ConfigMgr.setValue(ConfigMgr.keys.general_hotkey_type, action);
+        if (action < 0)
+            return;
+        ConfigMgr.setValue(ConfigMgr.keys.general_hotkey_type, action);
+        DataTrackerMgr.storeAction(["通用", "热键", "旋钮按键"], action);
     }
 
     title: qsTr("热键")

@@ -17,6 +17,7 @@ SettingsSection {
             isClickedIndex++;
         ConfigMgr.setValue(ConfigMgr.keys.color_bg_effect, index);
         HIDDeviceMgr.sendMessage(attribute, [index === off ? 0 : index + 1]);
+        DataTrackerMgr.storeAction(["灯光", "背景", "效果"], ["静态", "呼吸", "波浪", "关闭"][index]);
     }
 
     // Shows what was chosen at the device. The user's own choice stays in the settings.

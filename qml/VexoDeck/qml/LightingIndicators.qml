@@ -16,6 +16,7 @@ SettingsSection {
         objectName: "gainColor"
         text: qsTr("麦克风增益")
         key: ConfigMgr.keys.color_bg_knob_gain_color
+        event: ["灯光", "指示灯", "麦克风增益"]
         attribute: HIDDeviceMgr.attrs.mic_gain_light_color
     }
     IndicatorRow {

@@ -25,6 +25,7 @@ SettingsSection {
         presetGradients: ConfigMgr.color_illusory_color_list2
         indexKey: ConfigMgr.keys.color_bg_input_illusory_color_index
         colorsKey: ConfigMgr.keys.color_bg_input_illusory_color
+        event: ["灯光", "输入", "颜色"]
         onGradientChanged: (index, data) => Lights.send(HIDDeviceMgr.attrs.input_sound_wave_light_color, inputLights.listOf(index, data))
     }
 
@@ -32,6 +33,7 @@ SettingsSection {
         objectName: "inputDirection"
         name: qsTr("输入")
         key: ConfigMgr.keys.color_bg_input_illusory_dir_index
+        event: ["灯光", "输入", "方向"]
         attribute: HIDDeviceMgr.attrs.input_sound_wave_direction
     }
 }

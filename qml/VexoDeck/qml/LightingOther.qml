@@ -14,12 +14,14 @@ SettingsSection {
 
     function followScreen(follows: bool) {
         ConfigMgr.setValue(ConfigMgr.keys.color_bg_other_close_lighting, follows);
+        DataTrackerMgr.storeAction(["灯光", "其他", "关闭灯光"], follows);
         MessageBus.publishScreenPowerStateChanged(follows);
     }
 
     function turnRgbOff(off: bool) {
         ConfigMgr.setValue(ConfigMgr.keys.color_bg_other_close_rgb, off);
         HIDDeviceMgr.sendMessage(HIDDeviceMgr.attrs.other_light_off, [off ? 1 : 0]);
+        DataTrackerMgr.storeAction(["灯光", "其他", "关闭RGB灯"], off);
     }
 
     objectName: "other"
@@ -42,6 +44,7 @@ SettingsSection {
             snapToStep: true
             name: qsTr("亮度")
             onMoved: other.setBrightness(value)
+            onChangeComplete: value => DataTrackerMgr.storeAction(["灯光", "其他", "亮度"], Math.round(value * 100))
         }
         VxText {
             objectName: "brightnessText"

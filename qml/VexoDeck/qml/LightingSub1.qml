@@ -22,6 +22,7 @@ Column {
         objectName: "staticType"
         name: qsTr("颜色")
         key: ConfigMgr.keys.color_bg_static_type
+        words: ["单色", "幻彩"]
         tiles: [
             {
                 text: qsTr("单色")
@@ -45,6 +46,7 @@ Column {
         visible: types.selectIndex === 0
         text: qsTr("颜色")
         key: ConfigMgr.keys.color_bg_static_single_color
+        event: ["灯光", "背景", "颜色-单色"]
         // As many for each model.
         onPicked: color => Lights.send(sub.attribute, LightColors.copies(color, 30))
     }
@@ -57,6 +59,7 @@ Column {
         name: qsTr("幻彩")
         indexKey: ConfigMgr.keys.color_bg_static_illusory_color_index
         colorsKey: ConfigMgr.keys.color_bg_static_illusory_color
+        event: ["灯光", "背景", "颜色-幻彩"]
         onGradientChanged: sub.sendGradient()
     }
 }

@@ -28,6 +28,7 @@ Column {
         objectName: "breathingType"
         name: qsTr("颜色")
         key: ConfigMgr.keys.color_bg_bln_type
+        words: ["单色", "循环"]
         tiles: [
             {
                 text: qsTr("单色")
@@ -46,6 +47,7 @@ Column {
         visible: types.selectIndex === 0
         text: qsTr("颜色")
         key: ConfigMgr.keys.color_bg_bln_single_color
+        event: ["灯光", "背景", "颜色-单色"]
         // Not that of the key.
         defaultColor: VxTheme.accent
         onPicked: color => sub.send([color])
@@ -66,6 +68,7 @@ Column {
 
             objectName: "loop"
             onColorsChanged: colors => sub.takeLoop(colors)
+            onChangeComplete: (colors, isReset) => DataTrackerMgr.storeAction(["灯光", "背景", "颜色-循环"], isReset ? "重置" : JSON.stringify(colors))
         }
     }
 

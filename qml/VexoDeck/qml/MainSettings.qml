@@ -83,7 +83,7 @@ Item {
             visible: audioControllersRow.audioControlles.length < audioControllersRow.maxAudioControllers
             text: qsTr("添加应用")
             hint: audioControllersRow.audioControlles.length === 0 ? qsTr("点击添加正在播放声音的应用或话筒，单独调节它在直播和监听中的音量") : ""
-            onClickApp: app => audioControllersRow.addEntry(app)
+            onClickApp: app => audioControllersRow.addChosen(app)
         }
     }
 

@@ -23,6 +23,7 @@ SettingsPage {
             sliderName: "ratioSlider"
             text: qsTr("麦克风/电脑监听比")
             deviceValue: DeviceValues.monitorRatio
+            event: ["监听", "监听", "麦克风/电脑监听比"]
             from: ConfigMgr.auto_device_min
             to: ConfigMgr.auto_device_max
             follows: !monitorTab.isManually
@@ -37,6 +38,7 @@ SettingsPage {
             sliderName: "volumeSlider"
             text: qsTr("监听音量")
             deviceValue: DeviceValues.monitorVolume
+            event: ["监听", "监听", "监听音量"]
             from: ConfigMgr.auto_device_min
             to: ConfigMgr.auto_device_max
             follows: !monitorTab.isManually

@@ -49,5 +49,6 @@ Pressable {
     onClicked: {
         if (!opened.window)
             opened.window = VxConfig.createWindow("ResetWindow.qml", owner);
+        DataTrackerMgr.storeAction(["通用", "通用", "恢复出厂"], 1);
     }
 }

@@ -8,6 +8,8 @@ Column {
     required property string text
     property string tips: ""
     required property DeviceValue deviceValue
+    // Module, item and type of the event of a movement that is over.
+    required property list<string> event
     required property int from
     required property int to
     // function (step) that returns the text of a step
@@ -57,7 +59,10 @@ Column {
             return textOf(Math.round(value));
         }
         onMoved: block.moved()
-        onChangeComplete: block.changeComplete()
+        onChangeComplete: {
+            block.changeComplete();
+            DataTrackerMgr.storeAction(block.event, step);
+        }
     }
 
     // What was reported while the user's hand was on the slider.

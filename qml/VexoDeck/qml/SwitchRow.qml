@@ -9,6 +9,8 @@ SettingRow {
     id: switchRow
 
     required property DeviceValue deviceValue
+    // Module, item and type of the event of each change.
+    required property list<string> event
     // What the device reports moves the switch.
     property bool follows: true
     // Shown beside the switch.
@@ -33,8 +35,10 @@ SettingRow {
         name: switchRow.text
         description: switchRow.tips
         onCheckedChanged: {
-            if (switchRow.deviceValue.read() !== checked)
-                switchRow.deviceValue.store(checked);
+            if (switchRow.deviceValue.read() === checked)
+                return;
+            switchRow.deviceValue.store(checked);
+            DataTrackerMgr.storeAction(switchRow.event, checked);
         }
         onToggled: checked => switchRow.toggled(checked)
     }

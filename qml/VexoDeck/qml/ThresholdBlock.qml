@@ -12,6 +12,9 @@ Column {
     // Of the switch.
     required property DeviceValue deviceValue
     required property DeviceValue threshold
+    // Module, item and type of the events of both.
+    required property list<string> switchEvent
+    required property list<string> thresholdEvent
     required property int from
     property string sliderName: "slider"
     property alias checked: switchRow.checked
@@ -33,6 +36,7 @@ Column {
         text: block.text
         tips: block.tips
         deviceValue: block.deviceValue
+        event: block.switchEvent
         valueText: checked ? slider.valueText : ""
         onToggled: checked => block.toggled(checked)
     }
@@ -53,7 +57,10 @@ Column {
             if (isManually)
                 block.moved(step);
         }
-        onChangeComplete: writeValue()
+        onChangeComplete: {
+            writeValue();
+            DataTrackerMgr.storeAction(block.thresholdEvent, step);
+        }
     }
 
     Row {
