@@ -5,6 +5,7 @@
 #include "bridge/Guarded.h"
 #include "bridge/Launching.h"
 #include "bridge/SystemBridge.h"
+#include "cloud/NetworkManager.h"
 #include "device/HIDHotplugManager.h"
 #include "platform/LaunchedProcess.h"
 #include "platform/PowerMonitor.h"
@@ -138,6 +139,7 @@ void SystemBridge::quitApplication() {
         return;
     }
     qDebug() << "SystemBridge::quitApplication 正在退出应用程序";
+    static_cast<void>(NetworkManager::instance());
     for (QWindow* const window : applicationWindows()) {
         window->hide();
     }
