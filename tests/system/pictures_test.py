@@ -15,7 +15,7 @@ class Pictures(unittest.TestCase):
         self.assertEqual({picture.step for picture in PICTURES.values()}, set(STEPS))
 
     def test_every_picture_is_on_a_page(self):
-        pages = [ROOT / "README.md", *(ROOT / "docs").glob("*.md")]
+        pages = [ROOT / "README.md", *(ROOT / "docs").rglob("*.md")]
         shown = {name for page in pages for name in re.findall(r"\(\S*pictures/(\S+)\.png\)", page.read_text(encoding="utf-8"))}
         self.assertEqual(sorted(shown), sorted(PICTURES))
 
