@@ -290,24 +290,50 @@ WindowedEqualizerTestCase {
         openEqualizer([userPreset]);
         child("preset7").clicked();
         forget();
-        const chart = child("eqChartContainer");
-        chart.forceActiveFocus(Qt.TabFocusReason);
-        compare(chart.Accessible.role, Accessible.Slider);
-        compare(chart.Accessible.name, "63Hz");
+        child("band0").forceActiveFocus(Qt.TabFocusReason);
+        keyClick(Qt.Key_Left);
+        compare(child("band0").activeFocus, true, "before the first band there is none");
         keyClick(Qt.Key_Right);
-        compare(chart.Accessible.name, "125Hz");
-        compare(chart.Accessible.description, "+2dB");
-        compare([chart.value, chart.minimumValue, chart.maximumValue, chart.stepSize], [2, -6, 6, 0.5], "what a screen reader gets");
+        compare([child("band1").activeFocus, child("band0").activeFocusOnTab, child("band1").activeFocusOnTab], [true, false, true]);
         keyClick(Qt.Key_Up);
         compare(current().value[1], 2.5);
         keyClick(Qt.Key_Down);
         keyClick(Qt.Key_Down);
         compare(current().value[1], 1.5);
         compare(updates(), 3);
+        keyClick(Qt.Key_Tab);
+        compare(child("deletePreset").activeFocus, true, "the tabulator stops at one band");
+    }
+
+    function test_each_band_is_a_slider_for_a_screen_reader() {
+        openEqualizer([userPreset]);
+        child("preset7").clicked();
+        forget();
+        const labels = Array.from(child("eqChartContainer").frequencyLabels);
+        for (let index = 0; index < 12; index++) {
+            const band = child("band" + index);
+            compare([band.Accessible.role, band.Accessible.name, band.Accessible.focusable, band.enabled], [Accessible.Slider, labels[index], true, true]);
+            compare([band.value, band.minimumValue, band.maximumValue, band.stepSize], [JSON.parse(userPreset).value[index], -6, 6, 0.5]);
+            compare(band.mapToItem(area(), band.width / 2, 0).x, Curve.bandX(index, area().width));
+        }
+        const band = child("band1");
+        compare(band.Accessible.description, "+2dB");
         // Assistive technology writes the value, and nothing else.
-        chart.value = -4.1;
+        band.value = -4.1;
         compare(current().value[1], -4);
-        compare(updates(), 4);
+        compare([band.value, band.Accessible.description], [-4, "-4dB"]);
+        compare(updates(), 1);
+    }
+
+    function test_the_bands_of_a_fixed_preset_can_be_read_and_not_set() {
+        openEqualizer([userPreset]);
+        eqSelect().selectIndex = 1;
+        forget();
+        const band = child("band3");
+        const gain = band.value;
+        compare(band.enabled, false);
+        band.value = 6;
+        compare([band.value, gains()[3], updates(), published.length], [gain, gain, 0, 0]);
     }
 
     function test_a_scene_reaches_the_switch_and_the_selection() {

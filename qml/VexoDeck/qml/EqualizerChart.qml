@@ -8,9 +8,10 @@ import "EqualizerCurve.js" as Curve
 
 /*
     The chart of the equaliser: the curve of the selected preset. The user edits own presets by the points of the curve:
-    with the mouse, or with the arrow keys, left and right for the band, up and down for its gain.
+    with the mouse, or with the arrow keys, left and right for the band, up and down for its gain. The tabulator stops at
+    one band.
 */
-DragSurface {
+Item {
     id: eqChartContainer
 
     // A preset's record.
@@ -35,6 +36,8 @@ DragSurface {
 
         property int band: -1
         property int keyBand: 0
+        // The last one to have the focus.
+        property EqualizerBand focusedBand: null
     }
 
     function gainText(gain: real): string {
@@ -56,7 +59,7 @@ DragSurface {
             return;
         edit.band = Curve.nearestBand(x, canvas.width);
         if (edit.band >= 0) {
-            edit.keyBand = edit.band;
+            (bands.itemAt(edit.band) as EqualizerBand).takeFocusByMouse();
             applyAt(y);
         }
         pressed();
@@ -67,33 +70,7 @@ DragSurface {
             applyAt(y);
     }
 
-    function stepGain(steps: int) {
-        if (!editable)
-            return;
-        tookFocus = false;
-        const wanted = Math.round(gains[edit.keyBand] / stepSize + steps) * stepSize;
-        gainEdited(edit.keyBand, Math.max(Curve.minimumGain, Math.min(Curve.maximumGain, wanted)));
-        pressed();
-    }
-
-    function stepBand(steps: int) {
-        tookFocus = false;
-        edit.keyBand = Math.max(0, Math.min(Curve.bandCount - 1, edit.keyBand + steps));
-    }
-
     objectName: "eqChartContainer"
-    // The gain of the keyboard's band in dB.
-    current: gains[edit.keyBand]
-    minimumValue: Curve.minimumGain
-    maximumValue: Curve.maximumGain
-    stepSize: 0.5
-    orientation: Qt.Vertical
-    plane: canvas
-    hoverEnabled: true
-    cursorShape: editable && (held || Curve.nearestBand(mouseX, canvas.width) >= 0) ? Qt.PointingHandCursor : Qt.ArrowCursor
-    activeFocusOnTab: editable
-    Accessible.name: frequencyLabels[edit.keyBand]
-    Accessible.description: gainText(gains[edit.keyBand])
 
     Repeater {
         model: eqChartContainer.gainLevels
@@ -138,12 +115,60 @@ DragSurface {
         anchors.bottomMargin: 25
         gains: eqChartContainer.gains
 
+        MouseArea {
+            objectName: "dragArea"
+            anchors.fill: parent
+            preventStealing: true
+            hoverEnabled: true
+            cursorShape: eqChartContainer.editable && (pressed || Curve.nearestBand(mouseX, width) >= 0) ? Qt.PointingHandCursor : Qt.ArrowCursor
+            onPressed: event => eqChartContainer.press(event.x, event.y)
+            onPositionChanged: event => {
+                if (pressed)
+                    eqChartContainer.drag(event.y);
+            }
+            onReleased: edit.band = -1
+            onCanceled: edit.band = -1
+        }
+
+        Repeater {
+            id: bands
+
+            model: eqChartContainer.frequencyLabels
+
+            EqualizerBand {
+                id: slider
+
+                required property string modelData
+
+                objectName: "band" + index
+                x: Curve.bandX(index, canvas.width) - width / 2
+                width: Curve.plotWidth(canvas.width) / (Curve.bandCount - 1)
+                height: canvas.height
+                enabled: eqChartContainer.editable
+                current: eqChartContainer.gains[index]
+                activeFocusOnTab: index === edit.keyBand
+                Accessible.name: modelData
+                Accessible.description: eqChartContainer.gainText(current)
+                onGainWanted: gain => {
+                    eqChartContainer.gainEdited(index, gain);
+                    eqChartContainer.pressed();
+                }
+                onBandWanted: band => bands.itemAt(Math.max(0, Math.min(Curve.bandCount - 1, band))).forceActiveFocus(Qt.TabFocusReason)
+                onActiveFocusChanged: {
+                    if (!activeFocus)
+                        return;
+                    edit.keyBand = index;
+                    edit.focusedBand = slider;
+                }
+            }
+        }
+
         // Marks the point that the mouse or the keyboard moves.
         Item {
             id: point
 
             readonly property int band: edit.band >= 0 ? edit.band : edit.keyBand
-            readonly property bool focused: eqChartContainer.focusShown && eqChartContainer.editable
+            readonly property bool focused: edit.focusedBand?.focusShown ?? false
 
             x: Curve.bandX(band, canvas.width)
             y: Curve.gainY(eqChartContainer.gains[band], canvas.height)
@@ -160,15 +185,6 @@ DragSurface {
         }
     }
 
-    onPressedAt: (x, y) => press(x, y)
-    onDraggedTo: (x, y) => drag(y)
-    onLetGo: edit.band = -1
-    onStepped: (right, up) => {
-        if (right !== 0)
-            stepBand(right);
-        if (up !== 0)
-            stepGain(up);
-    }
     onCurrentEqDataChanged: warnOfLength()
     Component.onCompleted: warnOfLength()
 }
