@@ -18,6 +18,7 @@ Pressable {
         wrapMode: Text.Wrap
     }
 
-    // Without it Qt would check the box by itself, and tell nobody of it.
+    // Without them Qt would check the box by itself, and tell nobody of it, or do nothing at all.
+    Accessible.onPressAction: click()
     Accessible.onToggleAction: click()
 }

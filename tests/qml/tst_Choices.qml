@@ -117,6 +117,10 @@ Item {
             compare(checkedRadios(radios), ["second"]);
             compare(box.checked, true);
             compare(toggled, ["radio", "box"]);
+            findChild(radios, "third").Accessible.pressAction();
+            box.Accessible.pressAction();
+            compare(checkedRadios(radios), ["third"]);
+            compare([box.checked, toggled.length], [false, 3]);
         }
 
         function test_radio_buttons_of_a_group_exclude_each_other_across_rows() {
