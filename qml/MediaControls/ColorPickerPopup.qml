@@ -48,4 +48,9 @@ T.Popup {
             duration: VxTheme.hoverMs
         }
     }
+
+    PopupName {
+        owner: popup
+        name: popup.picker?.Accessible.name ?? ""
+    }
 }

@@ -173,6 +173,11 @@ Pressable {
             }
         }
 
+        PopupName {
+            owner: popup
+            name: plusButton.text
+        }
+
         onClosed: choice.blocked = false
     }
 

@@ -72,6 +72,8 @@ T.ComboBox {
         }
     }
     popup: T.Popup {
+        id: listPopup
+
         y: listBox.height + 4
         width: listBox.listWidth
         implicitHeight: Math.min(list.contentHeight + topPadding + bottomPadding, 300)
@@ -103,11 +105,19 @@ T.ComboBox {
             }
         }
 
+        PopupName {
+            owner: listPopup
+            name: listBox.Accessible.name
+        }
+
         onAboutToShow: listBox.aboutToOpen()
     }
 
     Accessible.onPressAction: {
-        if (enabled)
-            popup.open();
+        if (!enabled)
+            return;
+        // The keys are the list's, as after a click.
+        forceActiveFocus(Qt.TabFocusReason);
+        popup.open();
     }
 }

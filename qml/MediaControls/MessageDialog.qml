@@ -119,6 +119,11 @@ T.Popup {
         }
     }
 
+    PopupName {
+        owner: dialog
+        name: dialog.title
+    }
+
     QtObject {
         id: shown
 

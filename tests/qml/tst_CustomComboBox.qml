@@ -145,6 +145,7 @@ Item {
             compare([box.Accessible.name, box.Accessible.description], ["语言", "English"]);
             box.Accessible.pressAction();
             tryCompare(box.popup, "opened", true);
+            compare([box.activeFocus, box.popup.contentItem.parent.Accessible.name], [true, "语言"]);
             rowAt(box, 0).Accessible.pressAction();
             compare(box.currentIndex, 0);
             compare(box.Accessible.description, "中文");

@@ -97,6 +97,12 @@ T.Popup {
             }
         }
     }
+
+    PopupName {
+        owner: morePopup
+        name: morePopup.contentItem.Accessible.name
+    }
+
     onAboutToShow: done = false
     enter: Transition {
         NumberAnimation {
