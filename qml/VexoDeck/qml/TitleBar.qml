@@ -64,20 +64,6 @@ Rectangle {
         }
     }
 
-    Label {
-        objectName: "windowTitle"
-        anchors.centerIn: parent
-        width: Math.min(implicitWidth, parent.width - 2 * Math.max(leftSide.width, rightSide.width) - 16)
-        text: titleBar.window.title
-        textFormat: Text.PlainText
-        elide: Text.ElideRight
-        color: titleBar.titleColor
-        font.bold: true
-        font.pixelSize: VxTheme.fontCaption
-        Accessible.role: Accessible.TitleBar
-        Accessible.name: text
-    }
-
     Row {
         id: leftSide
 
@@ -94,6 +80,20 @@ Rectangle {
             active: !titleBar.macStyle
             sourceComponent: titleBar.rightView
         }
+    }
+
+    Label {
+        objectName: "windowTitle"
+        anchors.centerIn: parent
+        width: Math.min(implicitWidth, parent.width - 2 * Math.max(leftSide.width, rightSide.width) - 16)
+        text: titleBar.window.title
+        textFormat: Text.PlainText
+        elide: Text.ElideRight
+        color: titleBar.titleColor
+        font.bold: true
+        font.pixelSize: VxTheme.fontCaption
+        Accessible.role: Accessible.TitleBar
+        Accessible.name: text
     }
 
     Row {

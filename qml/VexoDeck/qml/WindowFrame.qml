@@ -62,13 +62,6 @@ ApplicationWindow {
         anchors.fill: parent
         focus: true
 
-        Loader {
-            objectName: "body"
-            anchors.fill: parent
-            anchors.topMargin: titleBar.height
-            sourceComponent: windowFrame.content
-        }
-
         TitleBar {
             id: titleBar
 
@@ -81,6 +74,13 @@ ApplicationWindow {
             rightView: windowFrame.rightView
             edgeThickness: resizeEdges.visible ? resizeEdges.thickness : 0
             onCloseRequested: windowFrame.rightView ? windowFrame.quitProgram() : windowFrame.close()
+        }
+
+        Loader {
+            objectName: "body"
+            anchors.fill: parent
+            anchors.topMargin: titleBar.height
+            sourceComponent: windowFrame.content
         }
 
         // Below the title bar, whose buttons reach to the window's edge and take the presses there.
