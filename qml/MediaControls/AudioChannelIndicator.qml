@@ -49,10 +49,23 @@ LevelMeter {
         width: parent.width
         height: 5
         color: meter.clipping ? VxTheme.clipping : VxTheme.clippingOff
+        border.width: meter.clipping ? 0 : 1
+        border.color: VxTheme.meterLine
+    }
+
+    Rectangle {
+        objectName: "frame"
+        anchors.fill: bar
+        anchors.margins: -1
+        color: "transparent"
+        border.width: 1
+        border.color: VxTheme.meterLine
     }
 
     // A cover that moves over a fixed gradient is cheap. A canvas would be repainted at each step.
     Rectangle {
+        id: bar
+
         objectName: "bar"
         anchors.top: clipMark.bottom
         anchors.topMargin: 5

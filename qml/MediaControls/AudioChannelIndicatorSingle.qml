@@ -47,6 +47,17 @@ LevelMeter {
         width: 9
         height: parent.height
         color: meter.clipping ? VxTheme.clipping : VxTheme.clippingOff
+        border.width: meter.clipping ? 0 : 1
+        border.color: VxTheme.meterLine
+    }
+
+    Rectangle {
+        objectName: "frame"
+        anchors.fill: bar
+        anchors.margins: -1
+        color: "transparent"
+        border.width: 1
+        border.color: VxTheme.meterLine
     }
 
     Component.onCompleted: console.log("AudioChannelIndicatorSingle:", channelName)

@@ -72,6 +72,8 @@ QtObject {
     readonly property color meterGround: "#000000"
     readonly property color clipping: "#FF3200"
     readonly property color clippingOff: "#232323"
+    // Shows an empty meter, an unlit clip block and the marks of a scale on a card.
+    readonly property color meterLine: "#7a7a7a"
 
     readonly property int radiusBar: 2
     readonly property int radiusField: 4

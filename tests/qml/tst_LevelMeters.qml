@@ -150,6 +150,41 @@ Item {
             compare(Array.from(stops, stop => stop.position + " " + stop.color), ["0 #00e27e", "0.7 #79c33a", "1 #ffc000"]);
         }
 
+        // As WCAG 2 defines it.
+        function contrast(one, other) {
+            const linear = channel => channel <= 0.04045 ? channel / 12.92 : Math.pow((channel + 0.055) / 1.055, 2.4);
+            const luminance = color => 0.2126 * linear(color.r) + 0.7152 * linear(color.g) + 0.0722 * linear(color.b);
+            const [dark, light] = [luminance(one), luminance(other)].sort((a, b) => a - b);
+            return (light + 0.05) / (dark + 0.05);
+        }
+
+        function test_an_empty_meter_and_its_unlit_block_stand_out_from_their_ground_data() {
+            return [
+                {
+                    tag: "channel",
+                    component: channelComponent
+                },
+                {
+                    tag: "single",
+                    component: singleComponent
+                }
+            ];
+        }
+
+        function test_an_empty_meter_and_its_unlit_block_stand_out_from_their_ground(row) {
+            const meter = create(row.component);
+            for (const ground of [VxTheme.card, VxTheme.surface, VxTheme.windowBackground]) {
+                for (const part of ["clipMark", "frame"]) {
+                    const line = findChild(meter, part).border;
+                    compare(line.width, 1, part);
+                    verify(contrast(line.color, ground) >= 3, `${part}: ${contrast(line.color, ground)}`);
+                }
+            }
+            meter.setLevel(1);
+            compare(findChild(meter, "clipMark").border.width, 0);
+            meter.clearClipping();
+        }
+
         function test_a_single_meter_does_not_fall_by_itself() {
             const meter = create(singleComponent);
             meter.setLevel(0.5);

@@ -93,18 +93,18 @@ Item {
             }
         }
 
-        // Marks at the quarters of the fader's travel.
+        // Marks at the quarters of the fader's travel, beside its groove: they are none of the meter.
         Repeater {
             model: 5
 
             Rectangle {
                 required property int index
 
-                x: slider.x - 6
+                x: slider.x + 5
                 y: slider.y + 9 + index * (slider.height - 18) / 4
                 width: 5
                 height: 1
-                color: VxTheme.outline
+                color: VxTheme.meterLine
             }
         }
 
