@@ -388,7 +388,8 @@ int HIDHotplugManager::onSerial(const LinkInfo& info, const std::uint8_t* bytes)
     }
     deviceInfo[QStringLiteral("sn")] = serial;
     emitDeviceConnected();
-    qDebug() << "SN回调，长度:" << info.length << "数据:" << data.toHex() << "SN:" << serial;
+    // The number names one device: it reaches no log.
+    qDebug() << "SN回调，长度:" << info.length << "数据:" << "***" << "SN:" << "***";
     return 0;
 }
 
