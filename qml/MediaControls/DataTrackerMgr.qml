@@ -17,8 +17,9 @@ QtObject {
 
     readonly property int batchSize: 50
 
-    // The store. Any object with the same operations and signals will do.
-    property var store: DataTrackerManager // qmllint disable unqualified
+    // The store, which makes its file: not before the user has agreed, or somebody asks for its rows. Any object with the
+    // same operations and signals will do.
+    property var store: null
     // An upload has begun in this run.
     property bool isUp: false
 
@@ -50,21 +51,21 @@ QtObject {
     }
 
     function storeEvent(featureModule: string, featureItem: string, eventType: string, eventValue: var, eventTime: string, source: string, productSn: string) {
-        store.storeEvent(featureModule, featureItem, eventType, String(eventValue), eventTime, source, productSn);
+        opened().storeEvent(featureModule, featureItem, eventType, String(eventValue), eventTime, source, productSn);
         uploadPendingData();
     }
 
     // Up to 50 rows, the newest first.
     function queryEvents(offset: var): var {
-        return store.queryEvents(offset ?? 0);
+        return opened().queryEvents(offset ?? 0);
     }
 
     function countEvents(): int {
-        return store.countEvents();
+        return opened().countEvents();
     }
 
     function deleteByIds(ids: var) {
-        store.deleteByIds(ids);
+        opened().deleteByIds(ids);
     }
 
     // An error as an event. The serial number is that of storeEventNow().
@@ -122,11 +123,23 @@ QtObject {
         }
     }
 
+    function opened(): var {
+        if (!store)
+            store = DataTrackerManager; // qmllint disable unqualified
+        return store;
+    }
+
     function mayReport(): bool {
         return ConfigMgr.getValue(ConfigMgr.keys.share_data) === true;
     }
 
+    Component.onCompleted: {
+        if (mayReport())
+            opened();
+    }
     Component.onDestruction: {
+        if (!store)
+            return;
         const count = countEvents();
         if (count > 0) {
             console.log("App shutting down, uploading", count);

@@ -2,6 +2,7 @@ import QtQuick
 import MediaControls
 import VexoDeckNetwork
 import VexoDeckTest
+import VexoDeckTracker
 
 /* Events from their storing, in a real database, to the service's confirmation. */
 ConfigTestCase {
@@ -11,7 +12,7 @@ ConfigTestCase {
 
     readonly property string eventPath: NetworkMgr.base_url + "/vexo/pc/save/operation"
     readonly property string recordPath: NetworkMgr.base_url + "/vexo/pc/save/connectTime"
-    readonly property var store: DataTrackerMgr.store
+    readonly property var store: DataTrackerManager
     // What the signals told.
     property var uploads: []
     property var errors: []
@@ -104,6 +105,18 @@ ConfigTestCase {
         answer(call, {
             code: 0
         });
+    }
+
+    function test_there_is_no_store_before_the_user_agrees() {
+        DataTrackerMgr.store = null;
+        ConfigMgr.setValue("share_data", false);
+        DataTrackerMgr.storeEventNow("m", "i", "t", 1, "software");
+        DataTrackerMgr.uploadPendingData();
+        compare(DataTrackerMgr.store, null);
+        ConfigMgr.setValue("share_data", true);
+        DataTrackerMgr.storeEventNow("m", "i", "t", 1, "software");
+        compare(DataTrackerMgr.store, store);
+        compare(store.countEvents(), 1);
     }
 
     function test_an_event_has_the_words_the_time_and_the_device() {

@@ -3,6 +3,7 @@ import MediaControls
 import VexoDeckHIDHotplug
 import VexoDeckNetwork
 import VexoDeckTest
+import VexoDeckTracker
 
 /* What HIDDeviceMgr reports of connections, and the events of the device's reports. */
 ConfigTestCase {
@@ -10,7 +11,7 @@ ConfigTestCase {
 
     name: "DeviceTelemetry"
 
-    readonly property var store: DataTrackerMgr.store
+    readonly property var store: DataTrackerManager
     readonly property string connectPath: NetworkMgr.base_url + "/vexo/pc/save/connect"
 
     function init() {

@@ -2,6 +2,7 @@ import QtQuick
 import MediaControls
 import VexoDeck
 import VexoDeckTest
+import VexoDeckTracker
 
 /* The events that the strips of the mixer store for what the user does. */
 MixerTestCase {
@@ -9,7 +10,7 @@ MixerTestCase {
 
     name: "MixerEvents"
 
-    readonly property var store: DataTrackerMgr.store
+    readonly property var store: DataTrackerManager
 
     function openStrips(apps) {
         ConfigMgr.setValue("share_data", true);

@@ -2,6 +2,7 @@ import QtQuick
 import MediaControls
 import VexoDeck
 import VexoDeckTest
+import VexoDeckTracker
 
 /* The events that the pages of the device drawer store for what the user does. */
 PageTestCase {
@@ -17,7 +18,7 @@ PageTestCase {
             lighting: lightingComponent,
             general: generalComponent
         })
-    readonly property var store: DataTrackerMgr.store
+    readonly property var store: DataTrackerManager
 
     Component {
         id: microphoneComponent
