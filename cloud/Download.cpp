@@ -1,15 +1,18 @@
 #include "cloud/Download.h"
 
 #include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
 #include <QMetaObject>
 #include <QNetworkReply>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QTemporaryFile>
 #include <QThreadPool>
 
 #include <filesystem>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -70,13 +73,23 @@ struct Download::File {
     }
 
     void write(const QByteArray& bytes) {
-        if (open() && temporary->write(bytes) != bytes.size()) {
+        if (!open()) {
+            return;
+        }
+        if (expectedDigest) {
+            digest.addData(bytes);
+        }
+        if (temporary->write(bytes) != bytes.size()) {
             give(Outcome::NotWritten);
         }
     }
 
     void commit() {
         if (!open()) {
+            return;
+        }
+        if (expectedDigest && digest.result() != *expectedDigest) {
+            give(Outcome::WrongDigest);
             return;
         }
         const bool isWhole = temporary->flush();
@@ -103,6 +116,8 @@ struct Download::File {
     const QString target;
     std::unique_ptr<QTemporaryFile> temporary;
     Outcome outcome = Outcome::Written;
+    std::optional<QByteArray> expectedDigest;
+    QCryptographicHash digest{QCryptographicHash::Sha256};
 };
 
 Download::Download(QNetworkReply* source, const QString& target)
@@ -113,6 +128,14 @@ Download::Download(QNetworkReply* source, const QString& target)
 
 Download::~Download() {
     diskThread().start([last = std::move(file)]() mutable { last.reset(); });
+}
+
+void Download::expectSha256(const QString& hex) {
+    static const QRegularExpression digits("\\A[0-9A-Fa-f]{64}\\z");
+    const bool isDigest = digits.match(hex).hasMatch();
+    diskThread().start([shared = file, expected = isDigest
+                                                      ? QByteArray::fromHex(hex.toLatin1())
+                                                      : QByteArray()] { shared->expectedDigest = expected; });
 }
 
 void Download::take(bool isLast) {

@@ -25,6 +25,8 @@ public:
         NotOpened,
         /// The disk is full, or broken.
         NotWritten,
+        /// The body is not the one that was expected.
+        WrongDigest,
     };
 
     static constexpr qint64 kUnwrittenLimit = 8LL * 1024 * 1024;
@@ -33,6 +35,10 @@ public:
 
     Download(QNetworkReply* reply, const QString& target);
     ~Download() override;
+
+    /// The SHA-256 that the body has to have, in hexadecimal digits; any other text fits no body. Before the
+    /// event loop turns.
+    void expectSha256(const QString& hex);
 
     /// After the reply has finished without an error: writes the rest and calls `done` on the main thread,
     /// never at once, unless this object is destroyed first.

@@ -50,9 +50,16 @@ QString shownError(const QNetworkReply* reply) {
     return reply->errorString().replace(reply->url().toString(), shown(reply->url()));
 }
 
+constexpr std::array kSecretHeaders{"token", "accessKey", "Authorization"};
+
+bool holdsSecret(const QNetworkRequest& request) {
+    return std::ranges::any_of(kSecretHeaders,
+                               [&request](const char* name) { return request.hasRawHeader(name); });
+}
+
 /// The headers as the log shows them.
 QVariantMap shownHeaders(QVariantMap headers) {
-    for (const char* const secret : {"token", "accessKey", "Authorization"}) {
+    for (const char* const secret : kSecretHeaders) {
         if (headers.contains(secret)) {
             headers[secret] = "***";
         }
@@ -67,6 +74,10 @@ bool hasControlCharacter(const QByteArray& text) {
 void setHeaders(QNetworkRequest& request, const QVariantMap& headers) {
     for (auto entry = headers.cbegin(); entry != headers.cend(); ++entry) {
         const QByteArray name = entry.key().toUtf8();
+        if (entry.value().isNull()) {
+            request.setRawHeader(name, QByteArray());
+            continue;
+        }
         const QByteArray value = entry.value().toString().toUtf8();
         // The end of a line in a header would begin a second one.
         if (hasControlCharacter(name) || hasControlCharacter(value)) {
@@ -257,8 +268,11 @@ int NetworkManager::downloadFile(const QString& url, const QString& savePath, co
         return id;
     }
     QNetworkRequest request = requestOf(url, headers, defaultTimeout);
-    // Files often lie with another host.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    // Files often lie with another host. A redirection would take the headers along.
+    if (!holdsSecret(request)) {
+        request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                             QNetworkRequest::NoLessSafeRedirectPolicy);
+    }
     QNetworkReply* const reply = networkAccessManager->get(request);
     enter(reply, id);
     connect(reply, &QNetworkReply::downloadProgress, this, &NetworkManager::onDownloadProgress);
@@ -270,6 +284,17 @@ int NetworkManager::downloadFile(const QString& url, const QString& savePath, co
             [this, reply](QNetworkReply::NetworkError error) { onLineLost(reply, error); });
     qInfo().noquote() << "File download" << id << "started:" << shown(addressOf(url));
     return id;
+}
+
+void NetworkManager::expectSha256(int requestId, const QString& hex) {
+    const QMutexLocker lock(&mutex);
+    const QNetworkReply* const reply = activeReplies.key(requestId);
+    if (reply == nullptr) {
+        return;
+    }
+    if (auto* const download = reply->findChild<Download*>(Qt::FindDirectChildrenOnly)) {
+        download->expectSha256(hex);
+    }
 }
 
 void NetworkManager::onLineLost(QNetworkReply* reply, QNetworkReply::NetworkError error) {
@@ -340,6 +365,19 @@ void NetworkManager::complete(QNetworkReply* reply, Download::Outcome outcome) {
     emit requestCompleted(id, success, response);
 }
 
+QString NetworkManager::problemOf(Download::Outcome outcome, const QString& path) {
+    switch (outcome) {
+    case Download::Outcome::NotWritten:
+        return "Cannot write file: " + path;
+    case Download::Outcome::WrongDigest:
+        return "Wrong digest of file: " + path;
+    case Download::Outcome::Written:
+    case Download::Outcome::NotOpened:
+        break;
+    }
+    return {};
+}
+
 bool NetworkManager::fillResponse(QNetworkReply* reply, int id, Download::Outcome outcome,
                                   QVariantMap& response) {
     if (reply->error() != QNetworkReply::NoError) {
@@ -348,8 +386,7 @@ bool NetworkManager::fillResponse(QNetworkReply* reply, int id, Download::Outcom
         return false;
     }
     const QString path = reply->property(kSavePath).toString();
-    if (outcome == Download::Outcome::NotWritten) {
-        const QString text = "Cannot write file: " + path;
+    if (const QString text = problemOf(outcome, path); !text.isEmpty()) {
         response = {{"error", text}, {"error_code", kNotSent}};
         qInfo().noquote() << "Request" << id << "failed:" << text;
         emit requestError(id, kNotSent, text);

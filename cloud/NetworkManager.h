@@ -70,7 +70,8 @@ public:
 
     [[nodiscard]] bool isOnline() const { return online; }
 
-    /// Requests with the default timeout. `headers` go before the default ones. Bodies are indented JSON:
+    /// Requests with the default timeout. `headers` go before the default ones; one without a value (null)
+    /// takes the default one away. Bodies are indented JSON:
     /// `data` as an object; of postDataList the values of `data` as an array, in the order of the keys.
     Q_INVOKABLE int get(const QString& url, const QVariantMap& headers = {});
     Q_INVOKABLE int post(const QString& url, const QVariantMap& data = {}, const QVariantMap& headers = {});
@@ -87,11 +88,15 @@ public:
     /// requestError with -1 before this returns, and nothing else. The header Content-Type is the default
     /// one, application/json, unless `headers` has another: kept, the service reads the parts nevertheless.
     Q_INVOKABLE int uploadFile(const QString& url, const QString& filePath, const QVariantMap& headers = {});
-    /// Fetches into a file, see Download; fileDownloaded comes before requestCompleted. Where there is no
-    /// file to write to, the request succeeds without fileDownloaded. A lost line emits requestError twice,
-    /// the second time with "Network disconnection".
+    /// Fetches into a file, see Download. A redirection to another host is followed where the headers hold
+    /// no secret, and never to a less safe scheme; fileDownloaded comes before requestCompleted. Where there
+    /// is no file to write to, the request succeeds without fileDownloaded. A lost line emits requestError
+    /// twice, the second time with "Network disconnection".
     Q_INVOKABLE int downloadFile(const QString& url, const QString& savePath,
                                  const QVariantMap& headers = {});
+    /// The SHA-256 that the file of a download has to have, in hexadecimal digits, told in the turn of the
+    /// event loop that began it. A body that has another one fails, and nothing gets the name of the file.
+    Q_INVOKABLE void expectSha256(int requestId, const QString& hex);
     /// One request for each map of the list: "method" (GET), "url", "data", "headers", "timeout" (30000 ms).
     /// Entries without an address are skipped. The numbers are not told.
     Q_INVOKABLE void batchRequest(const QVariantList& requests);
@@ -143,6 +148,8 @@ private:
     void limit(QNetworkReply* reply) const;
     void onLineLost(QNetworkReply* reply, QNetworkReply::NetworkError error);
     void complete(QNetworkReply* reply, Download::Outcome outcome);
+    /// What is wrong with a body that has come whole; empty where nothing is.
+    [[nodiscard]] static QString problemOf(Download::Outcome outcome, const QString& path);
     /// True where the request succeeded. With the lock held.
     bool fillResponse(QNetworkReply* reply, int id, Download::Outcome outcome, QVariantMap& response);
 

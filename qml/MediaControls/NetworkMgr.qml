@@ -43,6 +43,8 @@ QtObject {
     // The callbacks of each running request, by its number: success, error and progress.
     property var callbackMap: ({})
     property bool absenceTold: false
+    // The SHA-256 of each offered file for which the service has given one, by its address.
+    property var offeredDigests: Object.create(null)
 
     readonly property Connections managerConnections: Connections {
         target: network.manager
@@ -189,7 +191,11 @@ QtObject {
         post("/vexo/pc/update/software", {
             clientType: clientTypes[ConfigMgr.platformName] ?? "2",
             currentVersion: Application.version
-        }, success, error);
+        }, (ok, response) => {
+            noteDigest(response?.data?.upgradeDate, "fileUrl", "fileSha256");
+            if (success)
+                success(ok, response);
+        }, error);
     }
 
     function checkUpdateFirmware(success: var, error: var) {
@@ -200,10 +206,21 @@ QtObject {
             productPid: HIDDeviceMgr.getDevicePID(),
             productSn: mayNameDevice ? HIDDeviceMgr.getDeviceSN() : "N/A",
             productVid: HIDDeviceMgr.getDeviceVID()
-        }, success, error);
+        }, (ok, response) => {
+            noteDigest(response?.data?.newVersion, "filePath", "firmwareSha256");
+            if (success)
+                success(ok, response);
+        }, error);
     }
 
-    // Fetches a file and returns at once where it will be, or nothing where there is no place for it.
+    // An offered file counts as what the offer says of it, or not at all.
+    function noteDigest(offer: var, addressName: string, digestName: string) {
+        if (offer && offer[addressName])
+            offeredDigests[offer[addressName]] = String(offer[digestName] ?? "");
+    }
+
+    // Fetches a file and returns at once where it will be, or nothing where there is no place for it. It fails where the
+    // file is not what the service has offered.
     function downloadFile(url: string, success: var, progress: var, error: var): string {
         if (base_url === "") {
             refuse(error);
@@ -218,7 +235,11 @@ QtObject {
                 }, "");
             return "";
         }
-        enter(manager.downloadFile(parseUrl(url), target, {}), success, error, progress);
+        const address = parseUrl(url);
+        const requestId = manager.downloadFile(address, target, headersFor(address));
+        if (offeredDigests[url])
+            manager.expectSha256(requestId, offeredDigests[url]);
+        enter(requestId, success, error, progress);
         return target;
     }
 
@@ -238,11 +259,11 @@ QtObject {
     // Requests of an address: one that begins with "http" as it stands, any other below the service's root. postDataList
     // sends the values of data, an array or an object, as one array.
     function get(url: string, success: var, error: var) {
-        send(() => manager.get(parseUrl(url), {}), success, error);
+        send(url, (address, headers) => manager.get(address, headers), success, error);
     }
 
     function post(url: string, data: var, success: var, error: var) {
-        send(() => manager.post(parseUrl(url), data ?? {}, {}), success, error);
+        send(url, (address, headers) => manager.post(address, data ?? {}, headers), success, error);
     }
 
     function postDataList(url: string, data: var, success: var, error: var) {
@@ -250,28 +271,28 @@ QtObject {
         const values = {};
         for (const key of Object.keys(data ?? {}))
             values["r" + key] = data[key];
-        send(() => manager.postDataList(parseUrl(url), values, {}), success, error);
+        send(url, (address, headers) => manager.postDataList(address, values, headers), success, error);
     }
 
     function put(url: string, data: var, success: var, error: var) {
-        send(() => manager.put(parseUrl(url), data ?? {}, {}), success, error);
+        send(url, (address, headers) => manager.put(address, data ?? {}, headers), success, error);
     }
 
     function deleteResource(url: string, success: var, error: var) {
-        send(() => manager.deleteResource(parseUrl(url), {}), success, error);
+        send(url, (address, headers) => manager.deleteResource(address, headers), success, error);
     }
 
     // These return the number of the request; nothing is called back. 0 without an operator.
     function requestWithMethod(method: string, url: string, data: var, headers: var, timeoutMs: var): int {
         if (base_url !== "")
-            return manager.requestWithMethod(method, parseUrl(url), data ?? {}, headers ?? {}, timeoutMs ?? 30000);
+            return manager.requestWithMethod(method, parseUrl(url), data ?? {}, headers ?? headersFor(parseUrl(url)), timeoutMs ?? 30000);
         refuse(null);
         return 0;
     }
 
     function uploadFile(url: string, filePath: string, headers: var): int {
         if (base_url !== "")
-            return manager.uploadFile(parseUrl(url), filePath, headers ?? {});
+            return manager.uploadFile(parseUrl(url), filePath, headers ?? headersFor(parseUrl(url)));
         refuse(null);
         return 0;
     }
@@ -319,11 +340,21 @@ QtObject {
         return Qt.formatDateTime(time, "yyyy-MM-dd HH:mm:ss");
     }
 
-    function send(begin: var, success: var, error: var) {
-        if (base_url === "")
+    // What names the program to the service goes to no other host.
+    function headersFor(address: string): var {
+        return address.startsWith(base_url + "/") ? {} : {
+            token: null,
+            accessKey: null
+        };
+    }
+
+    function send(url: string, begin: var, success: var, error: var) {
+        if (base_url === "") {
             refuse(error);
-        else
-            enter(begin(), success, error, null);
+            return;
+        }
+        const address = parseUrl(url);
+        enter(begin(address, headersFor(address)), success, error, null);
     }
 
     function enter(requestId: int, success: var, error: var, progress: var) {

@@ -396,6 +396,79 @@ ConfigTestCase {
         compare(path.replace(/\d+/, "N"), row.start + "vexo_download_N");
     }
 
+    function test_secrets_go_to_the_services_own_host_only_data() {
+        return [["/a", true], [root + "/a", true], ["http://" + Operator.serviceHost + "/a", false], ["https://x.example/a", false], [root + ".x.example/a", false], [root + "@x.example/a", false], [".x.example/a", false], ["@x.example/a", false], [root + ":8443/a", false]].map(([url, isOwn]) => ({
+                    tag: url,
+                    isOwn: isOwn
+                }));
+    }
+
+    function test_secrets_go_to_the_services_own_host_only(row) {
+        NetworkMgr.downloadFile(row.tag, null, null, null);
+        NetworkMgr.get(row.tag, null, null);
+        NetworkMgr.post(row.tag, {}, null, null);
+        NetworkMgr.postDataList(row.tag, [], null, null);
+        NetworkMgr.put(row.tag, {}, null, null);
+        NetworkMgr.deleteResource(row.tag, null, null);
+        NetworkMgr.requestWithMethod("GET", row.tag);
+        NetworkMgr.uploadFile(row.tag, "/f");
+        compare(calls().length, 8);
+        for (const call of calls())
+            compare(JSON.stringify(call.headers), row.isOwn ? "{}" : '{"accessKey":null,"token":null}', call.name);
+    }
+
+    function digests() {
+        return calls().filter(call => call.name === "expectSha256").map(call => call.value);
+    }
+
+    function test_an_offered_file_is_held_to_its_digest() {
+        const files = {
+            "https://x.example/app": ["abc", "abc"],
+            "https://x.example/number": [5, "5"],
+            "https://x.example/none": [undefined, undefined],
+            "https://x.example/empty": ["", undefined]
+        };
+        for (const url of Object.keys(files)) {
+            NetworkMgr.checkUpdateApp(null, null);
+            answer(last(), {
+                code: 0,
+                data: {
+                    upgradeDate: {
+                        fileUrl: url,
+                        fileSha256: files[url][0]
+                    }
+                }
+            });
+            NetworkManager.clearCalls();
+            NetworkMgr.downloadFile(url, null, null, null);
+            compare(digests()[0], files[url][1], url);
+        }
+    }
+
+    function test_the_digest_of_firmware_is_read_too_and_nonsense_is_none() {
+        for (const data of [null, 5, "x", [],
+            {},
+            {
+                newVersion: 5
+            },
+            {
+                newVersion: {
+                    filePath: "/f",
+                    firmwareSha256: "abc"
+                }
+            }
+        ]) {
+            NetworkMgr.checkUpdateFirmware(null, null);
+            answer(last(), {
+                code: 0,
+                data: data
+            });
+        }
+        NetworkMgr.downloadFile("/f", null, null, null);
+        NetworkMgr.downloadFile("/g", null, null, null);
+        compare(digests(), ["abc"]);
+    }
+
     function test_a_download_without_a_folder_fails_at_once() {
         SystemBridge.tempDirectory = "";
         compare(NetworkMgr.downloadFile("/a", null, null, take), "");

@@ -54,6 +54,10 @@ int FakeNetworkManager::downloadFile(const QString& url, const QString& savePath
     return request("downloadFile", {{"url", url}, {"path", savePath}, {"headers", headers}});
 }
 
+void FakeNetworkManager::expectSha256(int requestId, const QString& hex) {
+    record("expectSha256", {{"id", requestId}, {"value", hex}});
+}
+
 void FakeNetworkManager::setDefaultHeaders(const QVariantMap& headers) {
     record("setDefaultHeaders", {{"headers", headers}});
 }

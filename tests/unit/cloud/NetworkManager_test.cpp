@@ -5,6 +5,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/unit/cloud/ScriptedServer.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -163,6 +164,32 @@ TEST_F(CloudNetwork, DefaultHeadersAreReplacedAsAWholeAndTheLogHidesTheirSecrets
     EXPECT_FALSE(server.lastRequest().headers.contains("accept"));
     EXPECT_EQ(log.count("Default headers updated:"), 1);
     EXPECT_EQ(log.count("s3cret") + log.count("k3y"), 0);
+}
+
+TEST_F(CloudNetwork, AHeaderWithoutAValueTakesTheDefaultOneAway) {
+    server.answer("/a", "{}");
+    manager->setDefaultHeaders({{"token", "T"}, {"accessKey", "K"}, {"Accept", "A"}});
+    manager->get(server.url("/a"), {{"token", QVariant::fromValue(nullptr)}, {"accessKey", QVariant()}});
+    ended();
+    const auto& headers = server.lastRequest().headers;
+    EXPECT_FALSE(headers.contains("token"));
+    EXPECT_FALSE(headers.contains("accesskey"));
+    EXPECT_EQ(headers["accept"], "A");
+}
+
+TEST_F(CloudNetwork, SecretsFollowNoRedirectionToAnotherHost) {
+    ScriptedServer other;
+    other.answer("/b", "file");
+    server.script("/a", sending("HTTP/1.1 302 Found\r\nLocation: " + other.url("/b").toLatin1() +
+                                "\r\nContent-Length: 0\r\n\r\n"));
+    manager->setDefaultHeaders({{"token", "T"}});
+    manager->downloadFile(server.url("/a"), inFolder("a"));
+    EXPECT_FALSE(ended().success);
+    EXPECT_TRUE(other.requests().isEmpty());
+    manager->downloadFile(server.url("/a"), inFolder("a"), {{"token", QVariant()}});
+    EXPECT_TRUE(ended(2).success);
+    EXPECT_EQ(contents(inFolder("a")), "file");
+    EXPECT_FALSE(other.lastRequest().headers.contains("token"));
 }
 
 TEST_F(CloudNetwork, AHeaderCannotBeginASecondOne) {
@@ -380,6 +407,26 @@ TEST_F(CloudNetwork, ADownloadMakesItsFolderAndIsToldBeforeTheCompletion) {
     EXPECT_EQ(contents(path), body);
     EXPECT_EQ(QDir(inFolder("new/folder")).entryList(QDir::Files), QStringList{"a.bin"});
     EXPECT_EQ(log.count("File downloaded: " + path), 1);
+}
+
+TEST_F(CloudNetwork, ADownloadWithAnotherDigestFailsAndTheOldFileStays) {
+    server.answer("/a", "new");
+    const QByteArray right = QCryptographicHash::hash("new", QCryptographicHash::Sha256).toHex();
+    const std::vector<QString> wrong{QString(64, '0'), "", "x", right.left(62), right + "00"};
+    for (std::size_t number = 0; number < wrong.size(); ++number) {
+        writeFile("a", "old");
+        manager->expectSha256(manager->downloadFile(server.url("/a"), inFolder("a")), wrong[number]);
+        const Completion end = ended(number + 1);
+        EXPECT_FALSE(end.success);
+        EXPECT_EQ(end.response["error"], "Wrong digest of file: " + inFolder("a"));
+        EXPECT_EQ(contents(inFolder("a")), "old");
+        EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList{"a"});
+    }
+    EXPECT_EQ(events.first(2), (QStringList{"error 1 -1", "completed 1 0"}));
+    manager->expectSha256(manager->downloadFile(server.url("/a"), inFolder("a")), right.toUpper());
+    EXPECT_TRUE(ended(wrong.size() + 1).success);
+    EXPECT_EQ(contents(inFolder("a")), "new");
+    manager->expectSha256(1000, right);
 }
 
 TEST_F(CloudNetwork, ADownloadReplacesWhatWasThereAndFollowsNoLink) {
