@@ -2,6 +2,7 @@
 
 #include <QHostAddress>
 #include <QMutexLocker>
+#include <QSslServer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
@@ -55,14 +56,22 @@ Script filling(const QByteArray& bytes, const QByteArray& fill, qint64 fillCount
     return script;
 }
 
-ScriptedServer::ScriptedServer() {
-    server = new QTcpServer;
+ScriptedServer::ScriptedServer(const QSslConfiguration& tls)
+    : scheme(tls.localCertificate().isNull() ? "http" : "https") {
+    if (scheme == "https") {
+        auto* const secure = new QSslServer;
+        secure->setSslConfiguration(tls);
+        server = secure;
+    } else {
+        server = new QTcpServer;
+    }
     server->moveToThread(&thread);
     thread.start();
     QMetaObject::invokeMethod(
         server,
         [this] {
-            QObject::connect(server, &QTcpServer::newConnection, server, [this] { onConnection(); });
+            QObject::connect(server, &QTcpServer::pendingConnectionAvailable, server,
+                             [this] { onConnection(); });
             server->listen(QHostAddress::LocalHost);
             port = server->serverPort();
         },
@@ -76,7 +85,7 @@ ScriptedServer::~ScriptedServer() {
 }
 
 QString ScriptedServer::url(const QString& path) const {
-    return QStringLiteral("http://127.0.0.1:%1%2").arg(port).arg(path);
+    return QStringLiteral("%1://127.0.0.1:%2%3").arg(scheme).arg(port).arg(path);
 }
 
 void ScriptedServer::script(const QByteArray& path, const Script& script) {

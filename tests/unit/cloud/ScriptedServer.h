@@ -4,6 +4,7 @@
 #include <QList>
 #include <QMap>
 #include <QMutex>
+#include <QSslConfiguration>
 #include <QString>
 #include <QThread>
 
@@ -42,7 +43,8 @@ struct ReceivedRequest {
 /// Callers may be on any thread.
 class ScriptedServer {
 public:
-    ScriptedServer();
+    /// Speaks TLS where `tls` has a certificate.
+    explicit ScriptedServer(const QSslConfiguration& tls = {});
     ~ScriptedServer();
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
@@ -64,6 +66,7 @@ private:
     /// Lives on the thread.
     QTcpServer* server = nullptr;
     quint16 port = 0;
+    const QString scheme;
     mutable QMutex mutex;
     QMap<QByteArray, Script> scripts;
     QList<ReceivedRequest> received;
