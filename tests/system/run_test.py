@@ -84,7 +84,8 @@ class Run(ScriptCase):
         self.env.update(SUDO_UID="4711", SUDO_GID="4712", DISPLAY=":7")
         start = "env --as-caller tools/stage/desktop build/release/app/VexoDeck build/release/emulator m40 [:7]"
         self.assertEqual(self.last_call("m40"), start)
-        self.assertEqual(self.called(), ["env --prepare [:7]", "build release VexoDeck vexo-emulator vexo_hidapi_emulated [:7]",
+        self.assertEqual(self.called(), ["env --prepare [:7]",
+                                         "build release VexoDeck vexo-emulator vexo_hidapi_emulated vexo_cloud_line [:7]",
                                          "chown -hR 4711:4712 build", start])
         self.assertEqual(self.last_call("--real"), "env --as-caller build/release/app/VexoDeck [:7]")
         del self.env["DISPLAY"]

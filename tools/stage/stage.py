@@ -22,6 +22,7 @@ import subprocess
 import tempfile
 import time
 
+from cloud import Cloud
 from texts import texts_of
 
 # Hello intervals of about a second.
@@ -128,7 +129,8 @@ class ClientMessage(ctypes.Structure):
 
 
 class Stage:
-    def __init__(self, build, models=("r2",), plugged=False, size=(1400, 900), seed=None, environment=None):
+    def __init__(self, build, models=("r2",), plugged=False, size=(1400, 900), seed=None, environment=None, with_cloud=False):
+        """`with_cloud`: all requests of the program go to a virtual cloud service, `cloud`."""
         self.build = pathlib.Path(build).resolve()
         self.models = list(models)
         self.plugged = plugged
@@ -137,6 +139,10 @@ class Stage:
         self.scale = 1
         self.seed = seed
         self.environment = environment or {}
+        self.with_cloud = with_cloud
+        self.cloud = None
+        # The program's first start begins with a question, unless it is answered beforehand.
+        self.asks_for_consent = False
         self.processes = []
         self.programs = []
         self.texts = {}
@@ -177,6 +183,8 @@ class Stage:
         self.env.pop("WAYLAND_DISPLAY", None)
         self._start_display()
         self._start_bus()
+        if self.with_cloud:
+            self.cloud = Cloud(self.build, self.folder / "cloud")
         if self.models:
             self._start_emulator()
 
@@ -237,6 +245,13 @@ class Stage:
                 program.process.kill()
                 program.process.wait()
         self._remove_kernel_objects()
+        if self.cloud is not None:
+            self.cloud.end()
+        self._end_processes()
+        if self.folder is not None:
+            shutil.rmtree(self.folder, ignore_errors=True)
+
+    def _end_processes(self):
         for process in reversed(self.processes):
             process.terminate()
             try:
@@ -247,8 +262,6 @@ class Stage:
             for stream in (process.stdin, process.stdout):
                 if stream is not None:
                     stream.close()
-        if self.folder is not None:
-            shutil.rmtree(self.folder, ignore_errors=True)
 
     def kernel_objects(self):
         """What the kernel keeps of the stage's programs beyond their ends: pairs of kind ("shm", "sem") and id of the
@@ -297,10 +310,27 @@ class Stage:
         env = self.env | {"LANGUAGE": language} | (environment or {})
         if not real_bus:
             env["LD_LIBRARY_PATH"] = str(self.build / "emulator" / "hidapi")
-        executable = executable or self.build / "app" / "VexoDeck"
+        if self.cloud is not None:
+            env |= self.cloud.environment
+        if executable is None:
+            executable = self.build / "app" / "VexoDeck"
+            if not self.asks_for_consent:
+                self._refuse_consent()
         program = Program([str(executable)], env, self.folder / f"program-{len(self.programs)}.log")
         self.programs.append(program)
         return program
+
+    def _refuse_consent(self):
+        """Answers the question of the first start beforehand, unless the settings have an answer or are no settings."""
+        settings = self.folder / "config" / "Vexo Deck" / "Settings.conf"
+        try:
+            text = settings.read_text(encoding="utf-8") if settings.exists() else "[General]\n"
+            if text.startswith("[General]\n") and "\nshare_data=" not in text:
+                settings.parent.mkdir(parents=True, exist_ok=True)
+                settings.write_text(text.replace("\n", "\nshare_data=false\n", 1), encoding="utf-8")
+        except (OSError, UnicodeDecodeError):
+            # Whatever lies there is the test's own.
+            pass
 
     def data_file(self, name):
         """A file of the program's application data folder."""
