@@ -197,6 +197,21 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>ConsentQuestion</name>
+    <message>
+        <source>是否与VEXO分享使用数据？</source>
+        <translation>Möchten Sie Nutzungsdaten mit VEXO teilen?</translation>
+    </message>
+    <message>
+        <source>同意</source>
+        <translation>Zustimmen</translation>
+    </message>
+    <message>
+        <source>不同意</source>
+        <translation>Ablehnen</translation>
+    </message>
+</context>
+<context>
     <name>CustomColorSelect</name>
     <message>
         <source>选择颜色</source>

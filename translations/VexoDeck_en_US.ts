@@ -197,6 +197,21 @@ Gain is set to 0 dB.</translation>
     </message>
 </context>
 <context>
+    <name>ConsentQuestion</name>
+    <message>
+        <source>是否与VEXO分享使用数据？</source>
+        <translation>Share usage data with VEXO?</translation>
+    </message>
+    <message>
+        <source>同意</source>
+        <translation>Agree</translation>
+    </message>
+    <message>
+        <source>不同意</source>
+        <translation>Disagree</translation>
+    </message>
+</context>
+<context>
     <name>CustomColorSelect</name>
     <message>
         <source>选择颜色</source>

@@ -197,6 +197,21 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>ConsentQuestion</name>
+    <message>
+        <source>是否与VEXO分享使用数据？</source>
+        <translation>¿Compartir datos de uso con VEXO?</translation>
+    </message>
+    <message>
+        <source>同意</source>
+        <translation>Aceptar</translation>
+    </message>
+    <message>
+        <source>不同意</source>
+        <translation>Rechazar</translation>
+    </message>
+</context>
+<context>
     <name>CustomColorSelect</name>
     <message>
         <source>选择颜色</source>

@@ -197,6 +197,21 @@ Gain réglé sur 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>ConsentQuestion</name>
+    <message>
+        <source>是否与VEXO分享使用数据？</source>
+        <translation>Partager les données d&apos;utilisation avec VEXO ?</translation>
+    </message>
+    <message>
+        <source>同意</source>
+        <translation>Accepter</translation>
+    </message>
+    <message>
+        <source>不同意</source>
+        <translation>Refuser</translation>
+    </message>
+</context>
+<context>
     <name>CustomColorSelect</name>
     <message>
         <source>选择颜色</source>

@@ -197,6 +197,21 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>ConsentQuestion</name>
+    <message>
+        <source>是否与VEXO分享使用数据？</source>
+        <translation>Condividere i dati di utilizzo con VEXO?</translation>
+    </message>
+    <message>
+        <source>同意</source>
+        <translation>Accetto</translation>
+    </message>
+    <message>
+        <source>不同意</source>
+        <translation>Rifiuto</translation>
+    </message>
+</context>
+<context>
     <name>CustomColorSelect</name>
     <message>
         <source>选择颜色</source>

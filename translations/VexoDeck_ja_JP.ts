@@ -197,6 +197,21 @@
     </message>
 </context>
 <context>
+    <name>ConsentQuestion</name>
+    <message>
+        <source>是否与VEXO分享使用数据？</source>
+        <translation>使用状況データをVEXOと共有しますか？</translation>
+    </message>
+    <message>
+        <source>同意</source>
+        <translation>同意する</translation>
+    </message>
+    <message>
+        <source>不同意</source>
+        <translation>同意しない</translation>
+    </message>
+</context>
+<context>
     <name>CustomColorSelect</name>
     <message>
         <source>选择颜色</source>

@@ -90,6 +90,11 @@ QtObject {
         return config[key];
     }
 
+    // Whether the store has a value of the key.
+    function isStored(key: string): bool {
+        return settings.contains(key);
+    }
+
     function removeValue(key: string) {
         const value = defaultOf(key);
         config[key] = Array.isArray(value) ? Array.from(value) : value;

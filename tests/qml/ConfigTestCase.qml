@@ -48,7 +48,7 @@ LoggedTestCase {
     // Passes all calls on.
     function recordingStore() {
         const store = {};
-        for (const name of ["getValue", "setValue", "removeValue", "getColor", "setColor", "getStringList", "setStringList"]) {
+        for (const name of ["contains", "getValue", "setValue", "removeValue", "getColor", "setColor", "getStringList", "setStringList"]) {
             store[name] = function (key, value) {
                 storeCalls.push([name, key, value]);
                 return SettingsManager[name].apply(SettingsManager, arguments);

@@ -22,6 +22,9 @@ ConfigTestCase {
     // Separate from init(), for test cases that set up more.
     function initMainWindow() {
         initConfig();
+        // Asked and answered: otherwise the window begins with that question.
+        ConfigMgr.setValue("share_data", false);
+        storeCalls = [];
         HIDHotplugManager.deviceConnected({}, false);
         HIDHotplugManager.accessMissing = false;
         // Drops the pending writes of the test before.

@@ -29,6 +29,7 @@ WindowFrame {
 
     // On every page, with the drawer open or not.
     readonly property ButtonAction buttonAction: ButtonAction {}
+    readonly property ConsentQuestion consentQuestion: ConsentQuestion {}
 
     title: "Vexo Deck"
     visible: true
@@ -51,6 +52,7 @@ WindowFrame {
 
     Component.onCompleted: {
         MessageDialogMgr.setParent(windowFrame);
+        consentQuestion.ask();
         NetworkMgr.getTrackId(() => NetworkMgr.startApp());
     }
 }

@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import MediaControls
+import VexoDeckSettings // qmllint disable import
 import VexoDeckTranslation // qmllint disable import
 
 /*
@@ -141,6 +142,16 @@ FixedWindow {
                 languageBox.follows = true;
                 languageBox.currentIndex = TranslationManager.getCurrentLanguageIndex(); // qmllint disable unqualified
                 languageBox.follows = false;
+            }
+        }
+
+        Connections {
+            target: SettingsManager // qmllint disable unqualified
+
+            // The question of the first start has been answered.
+            function onValueChanged(key: string) {
+                if (key === ConfigMgr.keys.share_data)
+                    shareDataCheckBox.checked = ConfigMgr.getValue(key);
             }
         }
     }
