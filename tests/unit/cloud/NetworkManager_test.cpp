@@ -32,6 +32,18 @@ struct Completion {
     QVariantMap response;
 };
 
+/// The most memory that this process has had, in KiB.
+qint64 peakResidentKib() {
+    QFile status("/proc/self/status");
+    EXPECT_TRUE(status.open(QIODevice::ReadOnly));
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:")) {
+            return line.simplified().split(' ').value(1).toLongLong();
+        }
+    }
+    return 0;
+}
+
 class CloudNetwork : public testing::Test {
 protected:
     void SetUp() override {
@@ -302,6 +314,19 @@ TEST_F(CloudNetwork, AnAnswerWithoutEndIsGivenUp) {
     server.script("/a", filling("HTTP/1.1 200 OK\r\n\r\n", QByteArray(1024 * 1024, 'a'), 100000));
     manager->get(server.url("/a"));
     EXPECT_FALSE(ended().success);
+}
+
+TEST_F(CloudNetwork, AHeaderWithoutEndIsGivenUpBeforeItFillsTheMemory) {
+    constexpr qint64 kFills = 10240; // 10 GB
+    server.script("/a", filling("HTTP/1.1 200 OK\r\nX-Long: ", QByteArray(1 << 20, 'x'), kFills));
+    manager->setTimeout(2000);
+    const qint64 before = peakResidentKib();
+    manager->get(server.url("/a"));
+    EXPECT_FALSE(ended().success);
+    manager->downloadFile(server.url("/a"), inFolder("a"));
+    EXPECT_FALSE(ended(2).success);
+    EXPECT_FALSE(QFileInfo::exists(inFolder("a")));
+    EXPECT_LT(peakResidentKib() - before, 300 * 1024);
 }
 
 TEST_F(CloudNetwork, AThousandRequestsEndOnceEach) {
