@@ -26,6 +26,7 @@
 #include <QThread>
 #include <QtQml>
 
+#include <cstdlib>
 #include <memory>
 #include <optional>
 
@@ -79,6 +80,24 @@ void cleanUp(InstanceGuard& guard, SystemBridge* bridge) {
     qInfo() << "资源清理完成";
 }
 
+/// Ends the process with `code` where `isDue`, because a host may still be looked up: Qt would wait for that
+/// before the application object goes, as long as the resolver takes. What has been built after this object
+/// is gone by then, and so are the services, which the engine destroys.
+class EndBeforeLookups {
+public:
+    EndBeforeLookups() = default;
+    EndBeforeLookups(const EndBeforeLookups&) = delete;
+    EndBeforeLookups& operator=(const EndBeforeLookups&) = delete;
+    ~EndBeforeLookups() {
+        if (isDue) {
+            std::_Exit(code);
+        }
+    }
+
+    int code = 0;
+    bool isDue = false;
+};
+
 } // namespace
 
 /// Builds the whole process in one fixed order and runs it. Exit codes: the event loop's, which is 0 where
@@ -104,6 +123,7 @@ int main(int argc, char* argv[]) {
         return 1;
     }
     tellCrashes();
+    EndBeforeLookups end;
     const std::shared_ptr<void> endSignals =
         watchEndSignals([] { SystemBridge::instance()->quitApplication(); });
 
@@ -147,5 +167,8 @@ int main(int argc, char* argv[]) {
             cleanUp(guard, bridge);
         }
     });
-    return QGuiApplication::exec();
+    end.code = QGuiApplication::exec();
+    // The engine destroys the client.
+    end.isDue = NetworkManager::instance()->mayLookUp();
+    return end.code;
 }

@@ -381,6 +381,7 @@ QString NetworkManager::problemOf(Download::Outcome outcome, const QString& path
 bool NetworkManager::fillResponse(QNetworkReply* reply, int id, Download::Outcome outcome,
                                   QVariantMap& response) {
     if (reply->error() != QNetworkReply::NoError) {
+        hasGivenUp = hasGivenUp || reply->error() == QNetworkReply::OperationCanceledError;
         response = {{"error", reply->errorString()}, {"error_code", static_cast<int>(reply->error())}};
         qInfo().noquote() << "Request" << id << "failed:" << shownError(reply);
         return false;

@@ -69,6 +69,8 @@ public:
     static NetworkSetting systemSetting();
 
     [[nodiscard]] bool isOnline() const { return online; }
+    /// Whether the system may still look for the host of a request: one runs, or was given up.
+    [[nodiscard]] bool mayLookUp() const { return !activeReplies.isEmpty() || hasGivenUp; }
 
     /// Requests with the default timeout. `headers` go before the default ones; one without a value (null)
     /// takes the default one away. Bodies are indented JSON:
@@ -164,6 +166,7 @@ private:
     int defaultTimeout = kDefaultTimeoutMs;
     int retryCount = 3;
     int requestCounter = 0;
+    bool hasGivenUp = false;
     QMap<QNetworkReply*, int> activeReplies;
     /// Guards requestCounter and activeReplies.
     QMutex mutex;
