@@ -179,6 +179,34 @@ ScreenTestCase {
         tryVerify(() => child("successView").visible, 10000);
     }
 
+    function test_a_device_that_goes_takes_the_question_with_it() {
+        ConfigMgr.setValue("auto_gain", 7);
+        open(mixdeskR2);
+        HIDHotplugManager.deviceConnected({}, false);
+        // Another one comes while the window fades.
+        connectDevice(voxmicM40);
+        confirm();
+        tryVerify(() => !testCase.window);
+        compare([ConfigMgr.getValue("auto_gain"), written(), payloadsOf(MessageBus.messageTypes.UPDATE_CONFIG_MESSAGE)], [7, [], []]);
+        compare(HIDDeviceMgr.messageCache, {});
+    }
+
+    function test_a_device_that_goes_leaves_a_reset_that_has_begun() {
+        open(voxmicM40);
+        confirm();
+        HIDHotplugManager.deviceConnected({}, false);
+        compare(seen(), ["bar"]);
+        tryVerify(() => child("successView").visible, 10000);
+    }
+
+    function test_a_press_on_ok_right_after_cancel_resets_nothing() {
+        open(mixdeskR2);
+        mouseClick(child("cancelButton"));
+        confirm();
+        tryVerify(() => !testCase.window);
+        compare([written(), published, HIDHotplugManager.calls], [[], [], []]);
+    }
+
     function test_a_page_that_goes_takes_the_window_with_it() {
         const page = createTemporaryQmlObject("import QtQuick; Item {}", testCase);
         connectDevice(voxmicM40);

@@ -27,6 +27,8 @@ FixedWindow {
         readonly property int privateReset: 0x8004
 
         function reset() {
+            if (resetWindow.isClosing)
+                return;
             agreed = true;
             ConfigMgr.resetDeviceToDefaults();
             if (HIDDeviceMgr.isR2())
@@ -106,6 +108,16 @@ FixedWindow {
             text: qsTr("确定")
             font.pixelSize: VxTheme.fontSmall
             onClicked: resetWindow.close()
+        }
+
+        // What the user has been asked about is gone; the next device may come while this window still fades.
+        Connections {
+            target: HIDDeviceMgr
+
+            function onDeviceReadyChanged() {
+                if (!HIDDeviceMgr.deviceReady && !body.agreed)
+                    resetWindow.close();
+            }
         }
 
         NumberAnimation {
