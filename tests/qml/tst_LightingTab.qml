@@ -275,6 +275,19 @@ PageTestCase {
         compare(child("background").isClickedIndex, 0);
     }
 
+    function test_an_echo_that_never_comes_hides_no_choice_at_the_device() {
+        open(mixdeskR2, {
+            color_bg_effect: 1
+        });
+        const limit = child("echoLimit");
+        compare(limit.interval, 6000);
+        limit.interval = 20;
+        chooseEffect(1);
+        tryCompare(child("background"), "isClickedIndex", 0);
+        report("background_light_off", 3);
+        compare(child("effects").selectIndex, 2);
+    }
+
     function test_a_device_that_tells_more_of_itself_is_no_new_connection() {
         open(mixdeskR2);
         chooseEffect(0);

@@ -15,6 +15,7 @@ SettingsSection {
         // Of several clicks within a round of writes only the last one leaves, and is echoed.
         if (!HIDDeviceMgr.isPending(attribute))
             isClickedIndex++;
+        echoLimit.restart();
         ConfigMgr.setValue(ConfigMgr.keys.color_bg_effect, index);
         HIDDeviceMgr.sendMessage(attribute, [index === off ? 0 : index + 1]);
         DataTrackerMgr.storeAction(["灯光", "背景", "效果"], ["静态", "呼吸", "波浪", "关闭"][index]);
@@ -26,6 +27,15 @@ SettingsSection {
             isClickedIndex--;
         else
             effects.selectIndex = mode === 0 ? off : mode - 1;
+    }
+
+    // Longer than a write waits for its round and is repeated. What the device tells later is its own.
+    Timer {
+        id: echoLimit
+
+        objectName: "echoLimit"
+        interval: 6000
+        onTriggered: background.isClickedIndex = 0
     }
 
     objectName: "background"
