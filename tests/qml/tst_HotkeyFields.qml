@@ -77,6 +77,16 @@ PageTestCase {
         verify(field.cursorPosition <= field.text.length);
     }
 
+    function test_a_text_of_megabytes_is_cut_in_the_field() {
+        storedUrl = "http://" + "x".repeat(4000000);
+        const field = openUrlField();
+        compare(field.text.length, 16384);
+        compare(setting(urlKey).length, storedUrl.length);
+        field.clear();
+        paste(field, "https://" + "y".repeat(4000000));
+        compare(setting(urlKey).length, 16384);
+    }
+
     function test_the_user_goes_on_behind_the_scheme() {
         const field = openUrlField();
         for (const character of "wvexo.example")

@@ -15,6 +15,8 @@ T.TextField {
     rightPadding: 10
     verticalAlignment: TextInput.AlignVCenter
     selectByMouse: true
+    // More than any browser takes, and laid out within a frame.
+    maximumLength: 16384
     color: VxTheme.text
     selectionColor: VxTheme.accent
     selectedTextColor: VxTheme.text
