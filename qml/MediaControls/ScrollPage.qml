@@ -63,12 +63,28 @@ Flickable {
         acceptedDevices: PointerDevice.Mouse
     }
 
+    // A page that still moves takes the next press for itself. It seems at rest long before its movement ends.
+    Timer {
+        id: settling
+
+        objectName: "settling"
+        interval: 150
+        onTriggered: {
+            page.cancelFlick();
+            page.contentX = Math.round(page.contentX);
+            page.contentY = Math.round(page.contentY);
+        }
+    }
+
     // Looks on while the page scrolls.
     WheelHandler {
         acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
         blocking: false
         target: null
-        onWheel: WheelTurn.scrollOn(page)
+        onWheel: {
+            WheelTurn.scrollOn(page);
+            settling.restart();
+        }
     }
 
     onFocusItemChanged: {

@@ -179,6 +179,22 @@ Item {
             compare(page.contentY, 150);
         }
 
+        function test_a_page_that_a_turn_of_the_wheel_has_moved_soon_takes_clicks_again() {
+            const page = createTemporaryObject(pageComponent, root);
+            const button = findChild(page, "button0");
+            let clicks = 0;
+            button.clicked.connect(() => clicks++);
+            const settling = findChild(page, "settling");
+            // Qt moves the page for 300 ms, and the last of these by less than a point.
+            compare(settling.interval, 150);
+            mouseWheel(page, 20, 20, 0, -120);
+            compare([page.moving, settling.running], [true, true]);
+            settling.triggered();
+            compare([page.moving, page.contentY], [false, Math.round(page.contentY)]);
+            mouseClick(button);
+            compare(clicks, 1);
+        }
+
         function test_the_bar_can_be_taken_away() {
             const page = create(false);
             page.scrollBarShown = false;
