@@ -40,6 +40,21 @@ void registerService(const char* module, const char* typeName) {
         module, 1, 0, typeName, [](QQmlEngine*, QJSEngine*) -> QObject* { return Service::instance(); });
 }
 
+void registerStoresAndClient() {
+    registerService<SettingsManager>("VexoDeckSettings", "SettingsManager");
+    registerService<TranslationManager>("VexoDeckTranslation", "TranslationManager");
+    registerService<DataTrackerManager>("VexoDeckTracker", "DataTrackerManager");
+    registerService<NetworkManager>("VexoDeckNetwork", "NetworkManager");
+}
+
+/// Settings and data lie in folders of these names.
+void nameApplication() {
+    QGuiApplication::setApplicationName(QStringLiteral("Vexo Deck"));
+    QGuiApplication::setOrganizationName(QStringLiteral("VEXO"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(VEXO_VERSION));
+    QGuiApplication::setOrganizationDomain(QStringLiteral(VEXO_ORGANIZATION_DOMAIN));
+}
+
 /// Keeps other runs of the program out, or lets one in, which finds all settings on the disk.
 void holdInstance(InstanceGuard& guard, bool isHeld) {
     if (!isHeld) {
@@ -80,7 +95,7 @@ void cleanUp(InstanceGuard& guard, SystemBridge* bridge) {
     qInfo() << "资源清理完成";
 }
 
-/// Ends the process with `code` where `isDue`, because a host may still be looked up: Qt would wait for that
+/// Ends the process where a host may still be looked up when the program is over: Qt would wait for that
 /// before the application object goes, as long as the resolver takes. What has been built after this object
 /// is gone by then, and so are the services, which the engine destroys.
 class EndBeforeLookups {
@@ -94,6 +109,15 @@ public:
         }
     }
 
+    /// Runs the event loop and returns the exit code.
+    int run() {
+        code = QGuiApplication::exec();
+        // Now, since the engine destroys the client.
+        isDue = NetworkManager::instance()->mayLookUp();
+        return code;
+    }
+
+private:
     int code = 0;
     bool isDue = false;
 };
@@ -113,10 +137,7 @@ int main(int argc, char* argv[]) {
     reportCrashes({"VEXO", "Vexo Deck", VEXO_VERSION});
     collectGarbageInOneGo();
     QGuiApplication application(argc, argv);
-    QGuiApplication::setApplicationName(QStringLiteral("Vexo Deck"));
-    QGuiApplication::setOrganizationName(QStringLiteral("VEXO"));
-    QGuiApplication::setApplicationVersion(QStringLiteral(VEXO_VERSION));
-    QGuiApplication::setOrganizationDomain(QStringLiteral(VEXO_ORGANIZATION_DOMAIN));
+    nameApplication();
 
     InstanceGuard guard(QStringLiteral("VEXO_Deck_SingleInstance"));
     if (guard.decide() == InstanceDecision::AlreadyRunning) {
@@ -136,10 +157,7 @@ int main(int argc, char* argv[]) {
     QQmlApplicationEngine engine;
     // Before any document is loaded, so that the first one is translated; it also makes the settings store.
     TranslationManager::instance()->setEngine(&engine);
-    registerService<SettingsManager>("VexoDeckSettings", "SettingsManager");
-    registerService<TranslationManager>("VexoDeckTranslation", "TranslationManager");
-    registerService<DataTrackerManager>("VexoDeckTracker", "DataTrackerManager");
-    registerService<NetworkManager>("VexoDeckNetwork", "NetworkManager");
+    registerStoresAndClient();
     const QPointer<SystemBridge> bridge = SystemBridge::instance();
     bridge->setSettingsReader([](const QString& key) { return SettingsManager::instance()->getValue(key); });
     bridge->setInstanceHold([&guard](bool isHeld) { holdInstance(guard, isHeld); });
@@ -167,8 +185,5 @@ int main(int argc, char* argv[]) {
             cleanUp(guard, bridge);
         }
     });
-    end.code = QGuiApplication::exec();
-    // The engine destroys the client.
-    end.isDue = NetworkManager::instance()->mayLookUp();
-    return end.code;
+    return end.run();
 }
