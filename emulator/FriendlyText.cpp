@@ -38,7 +38,7 @@ void appendMember(std::string& text, const std::string& name, const Json& value)
 // Commands that this device takes as it stands.
 std::string examplesFor(const VirtualBus& bus, std::size_t device) {
     std::string text = bus.isPlugged(device) ? "Try " : "Try \"plug\", ";
-    switch (bus.device(device).model) {
+    switch (bus.device(device).usbModel()) {
     case Model::MixdeskR2:
         text += "\"set mic_gain 20\", \"press\", ";
         break;
@@ -81,7 +81,8 @@ std::string friendlyText(std::string_view command, const Json& answer) {
 std::string friendlyWelcome(const VirtualBus& bus, const std::string& socketPath) {
     std::string text = "This is the Vexo emulator. Its devices are:\n";
     for (std::size_t i = 0; i < bus.deviceCount(); ++i) {
-        text += "  " + bus.deviceName(i) + ", a " + std::string(modelInfo(bus.device(i).model).productName) +
+        text += "  " + bus.deviceName(i) + ", a " +
+                std::string(modelInfo(bus.device(i).usbModel()).productName) +
                 (bus.isPlugged(i) ? ", plugged in\n" : ", not plugged in\n");
     }
     text += "Programs find them at " + socketPath + ".\n";

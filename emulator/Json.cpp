@@ -42,7 +42,7 @@ std::string_view directionWord(Direction direction) {
 Json describeDevices(const VirtualBus& bus) {
     Json list = Json::array();
     for (std::size_t i = 0; i < bus.deviceCount(); ++i) {
-        const ModelInfo& info = modelInfo(bus.device(i).model);
+        const ModelInfo& info = modelInfo(bus.device(i).usbModel());
         list.push_back({{"device", bus.deviceName(i)},
                         {"model", info.word},
                         {"usb", usbId(info)},
@@ -68,7 +68,7 @@ Json describeIdentity(const VirtualBus& bus, std::size_t device) {
 
 Json describeState(const VirtualBus& bus, std::size_t device) {
     const VirtualDevice& the = bus.device(device);
-    const ModelInfo& info = modelInfo(the.model);
+    const ModelInfo& info = modelInfo(the.usbModel());
     Json hosts = Json::array();
     for (const LinkNode::Host& host : the.link.knownHosts()) {
         hosts.push_back(

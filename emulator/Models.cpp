@@ -7,8 +7,6 @@
 namespace vexo::emulator {
 namespace {
 
-constexpr std::uint8_t kReportId = 1;
-
 constexpr std::array<HidInterface, 2> kMixerInterfaces{{
     // Consumer page, consumer control.
     {.number = 3, .usagePage = 0x0C, .usage = 0x01, .isLink = true, .numbered = true},

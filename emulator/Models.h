@@ -38,6 +38,8 @@ struct ModelInfo {
     std::size_t reportHeader;
 };
 
+// The id of every report of the mixer.
+inline constexpr std::uint8_t kReportId = 1;
 inline constexpr std::string_view kManufacturer = "VEXO";
 // Every report to the host has this many bytes, the report id included where there is one.
 inline constexpr std::size_t kReportSize = 64;

@@ -16,6 +16,8 @@ struct Report {
     // Where the bytes of frames stand in it, for a fault that damages them.
     std::size_t frameBegin = 0;
     std::size_t frameEnd = 0;
+    // The interface that it travels on.
+    int interfaceNumber = 0;
 };
 
 class ReportPipe {

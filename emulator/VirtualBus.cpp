@@ -1,13 +1,12 @@
 #include "emulator/VirtualBus.h"
 
+#include "emulator/Times.h"
+
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace vexo::emulator {
 namespace {
-
-constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
 
 const HidInterface* linkInterface(Model model) {
     const auto interfaces = modelInfo(model).interfaces;
@@ -24,14 +23,17 @@ VirtualBus::VirtualBus(std::span<const Model> models, std::uint64_t seed) : faul
 }
 
 void VirtualBus::addDevice(Model model, std::uint64_t seed) {
+    const auto product = model == Model::MixdeskR2Bootloader ? Model::MixdeskR2 : model;
     const auto earlier = static_cast<std::uint8_t>(
-        std::ranges::count_if(slots, [&](const auto& other) { return other->device->model == model; }));
+        std::ranges::count_if(slots, [&](const auto& other) { return other->device->model == product; }));
+    const auto sameWord =
+        std::ranges::count_if(slots, [&](const auto& other) { return other->device->usbModel() == model; });
     slots.push_back(std::make_unique<Slot>(faults));
     Slot* const slot = slots.back().get();
     const std::size_t index = slots.size() - 1;
     slot->name = modelInfo(model).word;
-    if (earlier > 0) {
-        slot->name += "-" + std::to_string(earlier + 1);
+    if (sameWord > 0) {
+        slot->name += "-" + std::to_string(sameWord + 1);
     }
     VirtualDevice::Events events;
     events.messageToHost = [this, slot](std::vector<LinkFrame> pieces) {
@@ -46,6 +48,26 @@ void VirtualBus::addDevice(Model model, std::uint64_t seed) {
     events.attributeFromHost = [this, index](std::uint8_t id, const Bytes& value, std::uint8_t status) {
         log.add(
             WriteRecord{.timeMs = now, .device = index, .attribute = id, .value = value, .status = status});
+    };
+    events.reportToHost = [this, slot](Bytes report, int interfaceNumber) {
+        const bool isOpen = std::ranges::any_of(slot->handles, [&](const OpenHandle& handle) {
+            return handle.interface->number == interfaceNumber;
+        });
+        if (isOpen) {
+            const std::size_t size = report.size();
+            slot->toHost.push({.bytes = std::move(report),
+                               .frameBegin = 0,
+                               .frameEnd = size,
+                               .interfaceNumber = interfaceNumber},
+                              now);
+        }
+    };
+    events.cutAt = [slot](std::string_view word, bool before) {
+        const std::optional<Cut>& cut = slot->cut;
+        if (cut && !cut->word.empty() && cut->word == word && cut->before == before) {
+            slot->cutNow = true;
+        }
+        return slot->cutNow;
     };
     slot->device = std::make_unique<VirtualDevice>(model, earlier, seed + index + 1, std::move(events));
 }
@@ -86,10 +108,12 @@ bool VirtualBus::plug(std::size_t index) {
 bool VirtualBus::unplug(std::size_t index) {
     Slot& slot = *slots[index];
     slot.plugAtMs.reset();
+    slot.device->powerOff();
     if (!slot.plugged) {
         return false;
     }
     slot.plugged = false;
+    slot.cutNow = false;
     slot.toHost.clear();
     slot.toDevice.clear();
     slot.lateMessages.clear();
@@ -111,6 +135,41 @@ void VirtualBus::restart(std::size_t index, std::uint64_t awayMs) {
     slots[index]->plugAtMs = now + awayMs;
 }
 
+void VirtualBus::restartAs(Slot& slot, const BootLoader::Restart& restart) {
+    unplug(indexOf(slot));
+    if (restart.asBootloader) {
+        slot.device->loader->startAsBootloader();
+    }
+    slot.plugAtMs = now + restart.awayMs;
+}
+
+void VirtualBus::cutAtReport(std::size_t index, Direction direction, std::uint64_t count,
+                             std::optional<std::uint64_t> backMs) {
+    slots[index]->cut = Cut{.direction = direction, .reportsLeft = count, .word = {}, .backMs = backMs};
+}
+
+void VirtualBus::cutAtStep(std::size_t index, std::string_view word, bool before,
+                           std::optional<std::uint64_t> backMs) {
+    slots[index]->cut = Cut{.word = std::string(word), .before = before, .backMs = backMs};
+}
+
+bool VirtualBus::countsDown(Slot& slot, Direction direction) {
+    if (!slot.cut || !slot.cut->word.empty() || slot.cut->direction != direction) {
+        return false;
+    }
+    --slot.cut->reportsLeft;
+    return slot.cut->reportsLeft == 0;
+}
+
+void VirtualBus::cutPower(Slot& slot) {
+    const std::optional<std::uint64_t> backMs = slot.cut->backMs;
+    slot.cut.reset();
+    unplug(indexOf(slot));
+    if (backMs) {
+        slot.plugAtMs = now + *backMs;
+    }
+}
+
 void VirtualBus::setDeaf(std::size_t index, bool deaf) {
     Slot& slot = *slots[index];
     slot.deaf = deaf;
@@ -128,7 +187,7 @@ bool VirtualBus::isDeaf(HandleId handle) const {
 }
 
 InterfaceInfo VirtualBus::describe(const Slot& slot, const HidInterface& interface) const {
-    const ModelInfo& info = modelInfo(slot.device->model);
+    const ModelInfo& info = modelInfo(slot.device->usbModel());
     const auto bcd = [](std::uint8_t number) {
         return number / 10 % 10 * 16 + number % 10;
     };
@@ -149,7 +208,7 @@ InterfaceInfo VirtualBus::describe(const Slot& slot, const HidInterface& interfa
 std::vector<InterfaceInfo> VirtualBus::enumerate(std::uint16_t vendorId, std::uint16_t productId) const {
     std::vector<InterfaceInfo> found;
     for (const auto& slot : slots) {
-        const ModelInfo& info = modelInfo(slot->device->model);
+        const ModelInfo& info = modelInfo(slot->device->usbModel());
         if (!slot->plugged || (vendorId != 0 && vendorId != info.vendorId) ||
             (productId != 0 && productId != info.productId)) {
             continue;
@@ -167,7 +226,7 @@ const VirtualBus::Slot* VirtualBus::slotOfPath(const std::string& path,
         if (!slot->plugged) {
             continue;
         }
-        for (const HidInterface& each : modelInfo(slot->device->model).interfaces) {
+        for (const HidInterface& each : modelInfo(slot->device->usbModel()).interfaces) {
             if (describe(*slot, each).path == path) {
                 *interface = &each;
                 return slot.get();
@@ -209,18 +268,24 @@ bool VirtualBus::write(HandleId handle, Bytes report) {
         if (found == slot->handles.end()) {
             continue;
         }
+        if (countsDown(*slot, Direction::ToDevice)) {
+            cutPower(*slot);
+            return false;
+        }
         ++slot->counters.reportsToDevice;
         log.add(ReportRecord{.timeMs = now,
                              .device = indexOf(*slot),
                              .interfaceNumber = found->interface->number,
                              .direction = Direction::ToDevice,
                              .bytes = report});
-        if (found->interface->isLink) {
-            const std::size_t header = modelInfo(slot->device->model).reportHeader == 0 ? 1 : 2;
-            const std::size_t size = report.size();
-            slot->toDevice.push({std::move(report), std::min(header, size), size}, now);
-            stepSlot(*slot);
-        }
+        const std::size_t header = modelInfo(slot->device->usbModel()).reportHeader == 0 ? 1 : 2;
+        const std::size_t size = report.size();
+        slot->toDevice.push({.bytes = std::move(report),
+                             .frameBegin = std::min(header, size),
+                             .frameEnd = size,
+                             .interfaceNumber = found->interface->number},
+                            now);
+        stepSlot(*slot);
         return true;
     }
     return false;
@@ -260,6 +325,9 @@ void VirtualBus::sendRaw(std::size_t index, BytesView bytes) {
 }
 
 void VirtualBus::onMessageToHost(Slot& slot, std::vector<LinkFrame> pieces) {
+    if (slot.device->linkIsSilent(now)) {
+        return;
+    }
     if (pieces.back().kind == kResponse) {
         if (faults.strikes(FaultKind::Never, Direction::ToHost)) {
             return;
@@ -291,7 +359,7 @@ void VirtualBus::packMessage(Slot& slot, const std::vector<LinkFrame>& pieces) {
 // Puts bytes behind those of the open report and sends each report that is full. When split, a report counts
 // as full at a length drawn by chance.
 void VirtualBus::packBytes(Slot& slot, BytesView bytes, bool split) {
-    const std::size_t room = modelInfo(slot.device->model).bytesPerReport;
+    const std::size_t room = modelInfo(slot.device->usbModel()).bytesPerReport;
     while (!bytes.empty()) {
         const std::size_t limit = split ? 1 + faults.below(room) : room;
         const std::size_t taken =
@@ -310,13 +378,14 @@ void VirtualBus::flushChunk(Slot& slot, bool padded) {
     if (slot.openChunk.empty()) {
         return;
     }
-    const ModelInfo& info = modelInfo(slot.device->model);
+    const ModelInfo& info = modelInfo(slot.device->usbModel());
+    const HidInterface* const interface = linkInterface(slot.device->usbModel());
     Report report{.bytes = inputReport(info, slot.openChunk, padded),
                   .frameBegin = info.reportHeader,
-                  .frameEnd = info.reportHeader + slot.openChunk.size()};
+                  .frameEnd = info.reportHeader + slot.openChunk.size(),
+                  .interfaceNumber = interface == nullptr ? 0 : interface->number};
     slot.openChunk.clear();
     // A host polls a device for reports only while a program has it open.
-    const HidInterface* const interface = linkInterface(slot.device->model);
     if (std::ranges::find(slot.handles, interface, &OpenHandle::interface) != slot.handles.end()) {
         slot.toHost.push(std::move(report), now);
     }
@@ -324,23 +393,26 @@ void VirtualBus::flushChunk(Slot& slot, bool padded) {
 
 void VirtualBus::deliver(Slot& slot, const Report& report) {
     ++slot.counters.reportsToHost;
-    const HidInterface* const interface = linkInterface(slot.device->model);
     bool lost = false;
     for (const OpenHandle& handle : slot.handles) {
-        if (handle.interface == interface && listener.inputReport) {
+        if (handle.interface->number == report.interfaceNumber && listener.inputReport) {
             lost |= !listener.inputReport(handle.id, report.bytes);
         }
     }
     log.add(ReportRecord{.timeMs = now,
                          .device = indexOf(slot),
-                         .interfaceNumber = interface->number,
+                         .interfaceNumber = report.interfaceNumber,
                          .direction = Direction::ToHost,
                          .bytes = report.bytes,
                          .lost = lost});
 }
 
 void VirtualBus::receive(Slot& slot, const Report& report) {
-    const auto frameBytes = frameBytesOfOutputReport(modelInfo(slot.device->model), report.bytes);
+    if (slot.device->takeControlReport(report.bytes, report.interfaceNumber, now) ||
+        report.interfaceNumber != linkInterface(slot.device->usbModel())->number) {
+        return;
+    }
+    const auto frameBytes = frameBytesOfOutputReport(modelInfo(slot.device->usbModel()), report.bytes);
     if (!frameBytes) {
         ++slot.counters.badReports;
         return;
@@ -352,29 +424,38 @@ void VirtualBus::stepSlot(Slot& slot) {
     if (slot.plugAtMs && *slot.plugAtMs <= now) {
         plug(indexOf(slot));
     }
-    if (!slot.plugged || linkInterface(slot.device->model) == nullptr) {
+    if (!slot.plugged) {
         return;
     }
     while (const std::optional<Report> report = slot.toDevice.take(now)) {
         receive(slot, *report);
+        if (slot.cutNow) {
+            return cutPower(slot);
+        }
     }
     slot.device->advance(now);
+    if (slot.cutNow) {
+        return cutPower(slot);
+    }
     while (!slot.lateMessages.empty() && slot.lateMessages.begin()->first <= now) {
         packMessage(slot, slot.lateMessages.begin()->second);
         slot.lateMessages.erase(slot.lateMessages.begin());
     }
     flushChunk(slot, true);
     while (const std::optional<Report> report = slot.toHost.take(now)) {
+        if (countsDown(slot, Direction::ToHost)) {
+            return cutPower(slot);
+        }
         deliver(slot, *report);
+    }
+    if (const std::optional<BootLoader::Restart> restart = slot.device->takeRestart()) {
+        restartAs(slot, *restart);
     }
 }
 
 std::uint64_t VirtualBus::nextEventAtMs(const Slot& slot) const {
     if (!slot.plugged) {
         return slot.plugAtMs.value_or(kNever);
-    }
-    if (linkInterface(slot.device->model) == nullptr) {
-        return kNever;
     }
     const std::uint64_t lateAtMs = slot.lateMessages.empty() ? kNever : slot.lateMessages.begin()->first;
     return std::min(

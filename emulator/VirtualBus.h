@@ -76,6 +76,16 @@ public:
     // Bytes in reports as they stand, without a frame around them.
     void sendRaw(std::size_t index, BytesView bytes);
 
+    // Cuts the power of a device once: at the count-th report from now on that would travel in this
+    // direction, which is lost.
+    void cutAtReport(std::size_t index, Direction direction, std::uint64_t count,
+                     std::optional<std::uint64_t> backMs);
+    // Cuts the power once, when the device takes a step (before) or has taken it (after, its answer is lost).
+    void cutAtStep(std::size_t index, std::string_view word, bool before,
+                   std::optional<std::uint64_t> backMs);
+    // Whether the cut is still to come.
+    bool cutIsPending(std::size_t index) const { return slots[index]->cut.has_value(); }
+
     // The interfaces of all plugged devices; 0 stands for any id.
     std::vector<InterfaceInfo> enumerate(std::uint16_t vendorId, std::uint16_t productId) const;
     std::optional<InterfaceInfo> interfaceAt(const std::string& path) const;
@@ -97,6 +107,15 @@ private:
         const HidInterface* interface;
     };
 
+    // Where the power is cut: at a report that is counted down, or at a step.
+    struct Cut {
+        Direction direction = Direction::ToDevice;
+        std::uint64_t reportsLeft = 0;
+        std::string word;
+        bool before = false;
+        std::optional<std::uint64_t> backMs;
+    };
+
     struct Slot {
         Slot(FaultPlan& plan) : toHost(Direction::ToHost, plan), toDevice(Direction::ToDevice, plan) {}
 
@@ -116,8 +135,15 @@ private:
         std::map<std::string, std::map<std::uint8_t, Bytes>> features;
         DeviceCounters counters;
         std::uint64_t lastHostFrameMs = 0;
+        std::optional<Cut> cut;
+        // The power is to be cut as soon as the device has ended what it does.
+        bool cutNow = false;
     };
 
+    // Whether the cut that waits for a report strikes now.
+    static bool countsDown(Slot& slot, Direction direction);
+    void cutPower(Slot& slot);
+    void restartAs(Slot& slot, const BootLoader::Restart& restart);
     void addDevice(Model model, std::uint64_t seed);
     void stepSlot(Slot& slot);
     std::uint64_t nextEventAtMs(const Slot& slot) const;

@@ -18,18 +18,28 @@ constexpr std::size_t kVersionAnswerSize = 18;
 
 constexpr int kHighestLevel = 30;
 
+// After a control report the link is silent for this long.
+constexpr std::uint64_t kLinkSilentMs = 2000;
+// A microphone starts its new firmware in this time.
+constexpr std::uint64_t kMicrophoneAwayMs = 400;
+
 std::string serialOf(const ModelInfo& info, std::uint8_t ordinal) {
     const std::string number = std::to_string(ordinal + 1);
     return std::string(info.serialPrefix) + std::string(4 - std::min<std::size_t>(4, number.size()), '0') +
            number;
 }
 
+// The bootloader is a mixer too.
+Model productOf(Model model) {
+    return model == Model::MixdeskR2Bootloader ? Model::MixdeskR2 : model;
+}
+
 } // namespace
 
 VirtualDevice::VirtualDevice(Model deviceModel, std::uint8_t ordinal, std::uint64_t seed, Events deviceEvents)
-    : model(deviceModel),
+    : model(productOf(deviceModel)),
       link(
-          LinkSettings{.address = modelInfo(deviceModel).linkAddress},
+          LinkSettings{.address = modelInfo(productOf(deviceModel)).linkAddress},
           [this](std::vector<LinkFrame> pieces) { events.messageToHost(std::move(pieces)); },
           [this](std::uint64_t bound) { return random.below(bound); }),
       events(std::move(deviceEvents)), random(seed) {
@@ -40,6 +50,88 @@ VirtualDevice::VirtualDevice(Model deviceModel, std::uint8_t ordinal, std::uint6
                 .versionMajor = info.versionMajor,
                 .versionMinor = info.versionMinor};
     loseSettings();
+    if (model == Model::MixdeskR2) {
+        makeLoader(deviceModel == model);
+    } else {
+        makeUpgrade();
+    }
+}
+
+void VirtualDevice::makeLoader(bool hasFirmware) {
+    BootLoader::Events loaderEvents;
+    loaderEvents.reply = [this](Bytes report) {
+        events.reportToHost(std::move(report), controlInterface);
+    };
+    loaderEvents.confirmed = [this](const Bytes& image) {
+        adoptFirmware(image);
+    };
+    loaderEvents.cutAt = [this](std::string_view word, bool before) {
+        return events.cutAt(word, before);
+    };
+    loader.emplace(hasFirmware, std::move(loaderEvents));
+}
+
+void VirtualDevice::makeUpgrade() {
+    MicrophoneFlash::Events upgradeEvents;
+    upgradeEvents.answer = [this](const LinkFrame& request, Bytes message) {
+        link.answer(request, std::move(message));
+    };
+    upgradeEvents.send = [this](const Bytes& message) {
+        link.sendToHosts(kNotification, kUpgradeFrame, message);
+    };
+    upgradeEvents.confirmed = [this](const Bytes& image) {
+        adoptFirmware(image);
+    };
+    upgradeEvents.cutAt = [this](std::string_view word, bool before) {
+        return events.cutAt(word, before);
+    };
+    upgrade.emplace(model == Model::VoxmicM40 ? 'm' : 't', std::move(upgradeEvents));
+}
+
+void VirtualDevice::adoptFirmware(const Bytes& image) {
+    const std::optional<FirmwareInfo> info = readFirmwareInfo(image);
+    if (info && describesImage(*info, image)) {
+        identity.versionMajor = info->versionMajor;
+        identity.versionMinor = info->versionMinor;
+    } else {
+        ++identity.versionMinor;
+    }
+}
+
+Model VirtualDevice::usbModel() const {
+    return isBootloader() ? Model::MixdeskR2Bootloader : model;
+}
+
+void VirtualDevice::powerOff() {
+    if (loader) {
+        loader->powerOff();
+    }
+    if (upgrade) {
+        upgrade->powerOff();
+    }
+    linkSilentUntilMs = 0;
+}
+
+std::optional<BootLoader::Restart> VirtualDevice::takeRestart() {
+    if (upgrade && upgrade->takeRestart()) {
+        return BootLoader::Restart{.awayMs = kMicrophoneAwayMs, .asBootloader = false};
+    }
+    return loader ? loader->takeRestart() : std::nullopt;
+}
+
+bool VirtualDevice::takeControlReport(BytesView report, int interfaceNumber, std::uint64_t nowMs) {
+    // No report of the link is that long, and its third byte begins a frame or continues one.
+    constexpr std::uint8_t kCommandLength = 62;
+    const bool forLoader =
+        isBootloader() || (report.size() > 2 && report[1] == kCommandLength && report[2] == 0);
+    if (!loader || !forLoader) {
+        return false;
+    }
+    now = nowMs;
+    controlInterface = interfaceNumber;
+    linkSilentUntilMs = nowMs + kLinkSilentMs;
+    loader->receive(report, nowMs);
+    return true;
 }
 
 void VirtualDevice::powerOn(std::uint64_t nowMs) {
@@ -76,6 +168,9 @@ void VirtualDevice::dispatch(const LinkFrame& message) {
             resetToFactory();
         }
         return;
+    }
+    if (message.messageId == kUpgradeFrame && upgrade) {
+        return upgrade->receive(message, now);
     }
     if (message.kind != kRequest) {
         return;
@@ -375,7 +470,16 @@ void VirtualDevice::sendOneOfStorm() {
 
 void VirtualDevice::advance(std::uint64_t nowMs) {
     now = nowMs;
+    if (loader) {
+        loader->advance(nowMs);
+    }
+    if (isBootloader()) {
+        return;
+    }
     link.advance(nowMs);
+    if (upgrade) {
+        upgrade->advance(nowMs);
+    }
     advanceAutoGain();
     while (stormRuns() && storm.nextAtMs() <= now) {
         sendOneOfStorm();
@@ -383,7 +487,16 @@ void VirtualDevice::advance(std::uint64_t nowMs) {
 }
 
 std::uint64_t VirtualDevice::nextEventAtMs() const {
+    if (isBootloader()) {
+        return loader->nextEventAtMs();
+    }
     std::uint64_t next = link.nextEventAtMs();
+    if (loader) {
+        next = std::min(next, loader->nextEventAtMs());
+    }
+    if (upgrade) {
+        next = std::min(next, upgrade->nextEventAtMs());
+    }
     if (autoGainReports()) {
         next = std::min({next, autoGainEndsAtMs, nextLevelAtMs});
     }

@@ -5,7 +5,9 @@
 #pragma once
 
 #include "emulator/Attributes.h"
+#include "emulator/BootLoader.h"
 #include "emulator/LinkNode.h"
+#include "emulator/MicrophoneFlash.h"
 #include "emulator/Random.h"
 
 #include <map>
@@ -58,16 +60,31 @@ public:
         std::function<void(const LinkFrame& frame, const std::optional<Bytes>& whole)> frameFromHost;
         // The host wrote an attribute; status is what it was answered (0 for success).
         std::function<void(std::uint8_t id, const Bytes& value, std::uint8_t status)> attributeFromHost;
+        // A whole report to the programs that have this interface open, beside the link.
+        std::function<void(Bytes report, int interfaceNumber)> reportToHost;
+        // As BootLoader::Events::cutAt.
+        std::function<bool(std::string_view word, bool before)> cutAt;
     };
 
     // The ordinal counts the devices of one model from 0; address and serial number follow from it.
     VirtualDevice(Model deviceModel, std::uint8_t ordinal, std::uint64_t seed, Events deviceEvents);
 
+    // A mixer that is given as its bootloader has no valid firmware yet.
     void powerOn(std::uint64_t nowMs);
+    void powerOff();
+    // What the device is on the bus: a mixer is its bootloader at times.
+    Model usbModel() const;
+    // A restart under another identity or with another firmware that is due now; once. Nothing on the bus
+    // changes by it: the owner takes the device off and puts it back.
+    std::optional<BootLoader::Restart> takeRestart();
     // Restores the factory's settings without a notification.
     void loseSettings();
     void reseed(std::uint64_t seed) { random = Random(seed); }
 
+    // A report of the mixer that is not the link's: true when it was one and is taken.
+    bool takeControlReport(BytesView report, int interfaceNumber, std::uint64_t nowMs);
+    // Whether the device says nothing on the link, since it is busy with control reports.
+    bool linkIsSilent(std::uint64_t nowMs) const { return isBootloader() || nowMs < linkSilentUntilMs; }
     // Frame bytes of one report from the host.
     void receive(BytesView frameBytes, std::uint64_t nowMs);
     void advance(std::uint64_t nowMs);
@@ -92,6 +109,10 @@ public:
     // Whether a mode of the background light that the host wrote is notified, as a turned knob is.
     bool echoes = true;
     LinkNode link;
+    // Of a mixer.
+    std::optional<BootLoader> loader;
+    // Of a microphone.
+    std::optional<MicrophoneFlash> upgrade;
 
 private:
     struct Storm {
@@ -103,6 +124,11 @@ private:
         std::uint64_t nextAtMs() const { return startedAtMs + sent * 1000 / perSecond; }
     };
 
+    bool isBootloader() const { return loader && loader->isBootloader(); }
+    void makeLoader(bool hasFirmware);
+    void makeUpgrade();
+    // The version that the device reports from now on.
+    void adoptFirmware(const Bytes& image);
     void dispatch(const LinkFrame& message);
     void answerName(const LinkFrame& request);
     void answerSerial(const LinkFrame& request);
@@ -130,6 +156,9 @@ private:
     FrameReader reader;
     std::map<std::uint8_t, Bytes> attributes;
     std::uint64_t now = 0;
+    // Where the last control report came from: its answer goes there.
+    int controlInterface = 0;
+    std::uint64_t linkSilentUntilMs = 0;
 
     bool autoGainRunning = false;
     std::uint64_t autoGainEndsAtMs = 0;

@@ -363,7 +363,7 @@ TEST(VirtualDevice, TheResetAttributeOfTheMicrophonesRestoresTheFactorysValues) 
     EXPECT_EQ(toHex(reports[0].payload), "050109");
 }
 
-TEST(VirtualDevice, RecordsAnUpgradeFrameAndDoesNotAnswerIt) {
+TEST(VirtualDevice, RecordsAnUpgradeFrameWithAWrongChecksumAndDoesNotAnswerIt) {
     TestHost host(Model::VoxmicM40);
     host.login();
     EXPECT_EQ(host.ask(kUpgradeFrame, bytes("AA5500008001000000")), "none");
