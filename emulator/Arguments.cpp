@@ -120,6 +120,15 @@ std::string Arguments::text() {
     return joined;
 }
 
+bool Arguments::lastIsOn() {
+    const std::string_view last = word("on or off");
+    expectEnd();
+    if (last != "on" && last != "off") {
+        throw CommandError("the last word must be on or off");
+    }
+    return last == "on";
+}
+
 void Arguments::expectEnd() const {
     if (!atEnd()) {
         throw CommandError(quoted(words[next]) + " is one word too many");

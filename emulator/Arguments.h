@@ -34,6 +34,8 @@ public:
     Bytes values(std::size_t keptWords = 0);
     // All further words with single blanks between them.
     std::string text();
+    // The last word, on or off.
+    bool lastIsOn();
     void expectEnd() const;
 
 private:

@@ -52,6 +52,12 @@ void BootLoader::powerOff() {
     packets = 0;
 }
 
+void BootLoader::loseFirmware() {
+    imageValid = false;
+    image.clear();
+    powerOff();
+}
+
 std::size_t BootLoader::packetCount() const {
     return (size + kPacketData - 1) / kPacketData;
 }

@@ -56,6 +56,9 @@ public:
     // After a power off: the next start is that of the bootloader, with or without a valid image.
     void startAsBootloader() { step = Step::Idle; }
 
+    // As after an upgrade that was broken off: there is no valid image any more.
+    void loseFirmware();
+
     bool isBootloader() const { return step != Step::App; }
     Step currentStep() const { return step; }
     bool hasValidImage() const { return imageValid; }

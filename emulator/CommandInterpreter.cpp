@@ -48,6 +48,15 @@ constexpr std::array kStateConditions{
                        return anyHost(bus, device, [](const LinkNode::Host& host) { return host.login; });
                    }},
     StateCondition{"ready", isReady},
+    StateCondition{"flash",
+                   [](const VirtualBus& bus, std::size_t device) {
+                       return bus.device(device).firmwareIsConfirmed();
+                   }},
+    StateCondition{"boot",
+                   [](const VirtualBus& bus, std::size_t device) {
+                       return bus.isPlugged(device) &&
+                              bus.device(device).usbModel() == Model::MixdeskR2Bootloader;
+                   }},
     StateCondition{"storm",
                    [](const VirtualBus& bus, std::size_t device) {
                        return !bus.device(device).stormRuns();
@@ -83,6 +92,15 @@ std::span<const CommandInterpreter::Entry> CommandInterpreter::commands() {
          &Self::identity},
         {"answer", "answer hello|login|name|serial|version|subscribe|write|read|all on|off|fail",
          &Self::answer},
+        {"upgrade", "upgrade status|block|size|verdict|pace|stall N|auto|off", &Self::upgrade},
+        {"upgrade-ack", "upgrade-ack on|off", &Self::upgradeAcknowledge},
+        {"upgrade-request", "upgrade-request ADDRESS LENGTH PROGRESS", &Self::upgradeRequest},
+        {"loader",
+         "loader return MS|erase MS|program MS DEPTH|version A B C|"
+         "reply WORD right|silent|wrong|twice|long|boot",
+         &Self::loader},
+        {"flash", "flash [OFFSET LENGTH|save PATH]", &Self::flash},
+        {"cut", "cut to-device|to-host N [BACK_MS]|step WORD before|after [BACK_MS]|off", &Self::cut},
         {"dump", "dump [MSGID]", &Self::dump},
         {"writes", "writes [ATTR]", &Self::writes},
         {"reports", "reports [to-device|to-host|both]", &Self::reports},
@@ -90,7 +108,7 @@ std::span<const CommandInterpreter::Entry> CommandInterpreter::commands() {
         {"wait",
          "wait open|closed|login|ready|attribute ATTR|value ATTR VALUE...|message "
          "MSGID|plugged|unplugged|storm|"
-         "quiet MS [TIMEOUT_MS]",
+         "flash|boot|upgrade STEP|quiet MS [TIMEOUT_MS]",
          &Self::wait},
         {"fault", "fault KIND PROBABILITY [AMOUNT] [to-host|to-device|both]", &Self::fault},
         {"faults", "faults [off]", &Self::faults},
@@ -301,6 +319,12 @@ std::function<bool()> CommandInterpreter::condition(Arguments& arguments, std::s
         const auto messageId = static_cast<std::uint16_t>(arguments.number("MSGID", 0, 0xFFFF));
         return [&theBus, index, messageId] {
             return theBus.log.framesWith(index, messageId) > 0;
+        };
+    }
+    if (name == "upgrade") {
+        const std::string step(arguments.word("STEP"));
+        return [&theBus, index, step] {
+            return describeFirmware(theBus.device(index)).at("step") == step;
         };
     }
     if (name == "quiet") {

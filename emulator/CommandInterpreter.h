@@ -82,6 +82,16 @@ private:
     Json identity(Arguments& arguments);
     Json answer(Arguments& arguments);
 
+    // UpgradeCommands.cpp
+    Json upgrade(Arguments& arguments);
+    Json upgradeAcknowledge(Arguments& arguments);
+    Json upgradeRequest(Arguments& arguments);
+    Json loader(Arguments& arguments);
+    Json flash(Arguments& arguments);
+    Json cut(Arguments& arguments);
+    MicrophoneFlash& targetUpgrade();
+    BootLoader& targetLoader();
+
     VirtualDevice& target() { return bus.device(device); }
     // If the next word is a device name, makes that device the target.
     void takeDevice(Arguments& arguments);

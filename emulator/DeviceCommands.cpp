@@ -9,15 +9,6 @@ namespace {
 
 constexpr std::size_t kLongestValue = 255;
 
-bool lastWordIsOn(Arguments& arguments) {
-    const std::string_view word = arguments.word("on or off");
-    arguments.expectEnd();
-    if (word != "on" && word != "off") {
-        throw CommandError("the last word must be on or off");
-    }
-    return word == "on";
-}
-
 } // namespace
 
 std::uint8_t CommandInterpreter::attributeOfTarget(Arguments& arguments) {
@@ -109,13 +100,13 @@ Json CommandInterpreter::sendRaw(Arguments& arguments) {
 }
 
 Json CommandInterpreter::deaf(Arguments& arguments) {
-    const bool on = lastWordIsOn(arguments);
+    const bool on = arguments.lastIsOn();
     bus.setDeaf(device, on);
     return {{"device", bus.deviceName(device)}, {"deaf", on}};
 }
 
 Json CommandInterpreter::echo(Arguments& arguments) {
-    const bool on = lastWordIsOn(arguments);
+    const bool on = arguments.lastIsOn();
     target().echoes = on;
     return {{"device", bus.deviceName(device)}, {"echo", on}};
 }

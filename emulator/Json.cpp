@@ -102,6 +102,7 @@ Json describeState(const VirtualBus& bus, std::size_t device) {
               {"subscribe", the.answered.subscribe}}},
             {"attributes", std::move(attributes)},
             {"autoGain", {{"running", the.autoGainRuns()}}},
+            {"firmware", describeFirmware(the)},
             {"counters",
              {{"reportsToDevice", wire.reportsToDevice},
               {"reportsToHost", wire.reportsToHost},
@@ -113,6 +114,26 @@ Json describeState(const VirtualBus& bus, std::size_t device) {
               {"badLengths", reader.badLengths},
               {"badControls", reader.badControls},
               {"strayBytes", reader.strayBytes}}}};
+}
+
+Json describeFirmware(const VirtualDevice& device) {
+    Json refusals = Json::object();
+    const auto& counts = device.loader ? device.loader->refusals() : device.upgrade->refusals();
+    for (const auto& [reason, count] : counts) {
+        refusals[reason] = count;
+    }
+    Json firmware{
+        {"step",
+         device.loader ? stepWord(device.loader->currentStep()) : stepWord(device.upgrade->currentStep())},
+        {"received", device.loader ? device.loader->receivedBytes() : device.upgrade->receivedBytes()},
+        {"refusals", std::move(refusals)},
+        {"version", {device.identity.versionMajor, device.identity.versionMinor}}};
+    if (device.upgrade) {
+        const MicrophoneFlash::Turnaround times = device.upgrade->turnaround();
+        firmware["duplicates"] = device.upgrade->duplicates();
+        firmware["turnaroundMs"] = {{"p50", times.p50}, {"p99", times.p99}, {"max", times.max}};
+    }
+    return firmware;
 }
 
 Json describeAnswers(const VirtualDevice& device) {

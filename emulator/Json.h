@@ -16,6 +16,7 @@ std::string toLine(const Json& json);
 Json describeDevices(const VirtualBus& bus);
 Json describeState(const VirtualBus& bus, std::size_t device);
 Json describeIdentity(const VirtualBus& bus, std::size_t device);
+Json describeFirmware(const VirtualDevice& device);
 Json describeAnswers(const VirtualDevice& device);
 Json describeFaults(const FaultPlan& faults);
 Json describe(const VirtualBus& bus, const FrameRecord& record);

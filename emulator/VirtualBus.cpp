@@ -143,6 +143,15 @@ void VirtualBus::restartAs(Slot& slot, const BootLoader::Restart& restart) {
     slot.plugAtMs = now + restart.awayMs;
 }
 
+void VirtualBus::loseFirmware(std::size_t index) {
+    Slot& slot = *slots[index];
+    const bool wasPlugged = unplug(index);
+    slot.device->loader->loseFirmware();
+    if (wasPlugged) {
+        slot.plugAtMs = now + slot.device->loader->settings.returnMs;
+    }
+}
+
 void VirtualBus::cutAtReport(std::size_t index, Direction direction, std::uint64_t count,
                              std::optional<std::uint64_t> backMs) {
     slots[index]->cut = Cut{.direction = direction, .reportsLeft = count, .word = {}, .backMs = backMs};

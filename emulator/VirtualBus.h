@@ -70,6 +70,8 @@ public:
     void setPermission(std::size_t index, bool permitted) { slots[index]->permitted = permitted; }
     // Unplugs, loses settings, and plugs again after this time.
     void restart(std::size_t index, std::uint64_t awayMs);
+    // A mixer loses its firmware; if it is plugged, it comes back as its bootloader.
+    void loseFirmware(std::size_t index);
     // A deaf device takes no reports from the host; also a device that is not plugged can be deaf.
     void setDeaf(std::size_t index, bool deaf);
     bool isDeaf(HandleId handle) const;
@@ -83,6 +85,7 @@ public:
     // Cuts the power once, when the device takes a step (before) or has taken it (after, its answer is lost).
     void cutAtStep(std::size_t index, std::string_view word, bool before,
                    std::optional<std::uint64_t> backMs);
+    void cancelCut(std::size_t index) { slots[index]->cut.reset(); }
     // Whether the cut is still to come.
     bool cutIsPending(std::size_t index) const { return slots[index]->cut.has_value(); }
 

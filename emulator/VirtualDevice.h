@@ -98,6 +98,10 @@ public:
     bool autoGainRuns() const { return autoGainRunning; }
 
     bool hasAttribute(std::uint8_t id) const { return attributes.contains(id); }
+    // The firmware that was written last; while a mixer's is being written, what there is of it.
+    const Bytes& flash() const { return loader ? loader->flash() : upgrade->flash(); }
+    // Whether that firmware is whole and was found valid.
+    bool firmwareIsConfirmed() const { return !flash().empty() && (!loader || loader->hasValidImage()); }
     const std::map<std::uint8_t, Bytes>& values() const { return attributes; }
     const FrameReader::Counters& readerCounters() const { return reader.counters; }
 

@@ -430,5 +430,92 @@ TEST(Welcome, RecommendsOnlyWhatTheDeviceTakes) {
     }
 }
 
+TEST_F(Commands, TheLoaderTakesItsTimesAndReplies) {
+    run("loader return 10");
+    run("loader erase 20");
+    run("loader program 3 5");
+    run("loader version 9 8 7");
+    run("loader reply cm_vcrc silent");
+    const BootLoader::Settings& settings = host.device().loader->settings;
+    EXPECT_EQ(settings.returnMs, 10U);
+    EXPECT_EQ(settings.eraseMs, 20U);
+    EXPECT_EQ(settings.programMs, 3U);
+    EXPECT_EQ(settings.queueDepth, 5U);
+    EXPECT_EQ(settings.version[2], 7);
+    EXPECT_EQ(settings.replies.at("cm_vcrc"), BootLoader::Reply::Silent);
+    EXPECT_EQ(error("loader reply cm_vcrc loud"), "a reply is right, silent, wrong, twice or long");
+    EXPECT_EQ(error("loader reply vcrc long"), "the loader has no command \"vcrc\"");
+    EXPECT_EQ(error("loader eraser 1"), "the loader has no \"eraser\"");
+    EXPECT_EQ(error("upgrade status 1"), "r2 is no microphone");
+}
+
+TEST_F(Commands, AMixerWithoutFirmwareIsItsBootloader) {
+    const CommandInterpreter::Wait boot = wait("wait boot");
+    EXPECT_EQ(run("state").at("firmware").dump(),
+              R"({"step":"app","received":0,"refusals":{},"version":[1,7]})");
+    run("loader boot");
+    host.advance(399);
+    EXPECT_FALSE(boot.holds());
+    host.advance(1);
+    EXPECT_TRUE(boot.holds());
+    EXPECT_EQ(run("state").value("usb", ""), "3327:0820");
+    EXPECT_EQ(run("state").at("firmware").value("step", ""), "idle");
+    EXPECT_TRUE(wait("wait upgrade idle").holds());
+    EXPECT_FALSE(wait("wait flash").holds());
+}
+
+TEST_F(Commands, ACutUnplugsTheDeviceOnce) {
+    EXPECT_EQ(toLine(run("cut to-device 2 100")), R"({"ok":true,"device":"r2","pending":true})");
+    host.sendHello();
+    EXPECT_TRUE(host.bus.isPlugged(0));
+    EXPECT_FALSE(host.bus.write(host.handle, {1, 0}));
+    EXPECT_FALSE(host.bus.isPlugged(0));
+    host.advance(100);
+    EXPECT_TRUE(host.bus.isPlugged(0));
+    EXPECT_EQ(run("cut step cm_rest before").value("pending", false), true);
+    EXPECT_EQ(run("cut off").value("pending", true), false);
+    EXPECT_EQ(error("cut step cm_rust before"), "no device takes a step \"cm_rust\"");
+    EXPECT_EQ(error("cut step cm_rest during"), "a cut is before or after the step");
+    EXPECT_EQ(error("cut here"), "the first word must be to-device, to-host, step or off");
+    EXPECT_NE(error("cut to-device 0"), "");
+    EXPECT_FALSE(host.bus.cutIsPending(0)) << "a refused command cuts nothing";
+}
+
+TEST(MicrophoneCommands, SetTheUpgradeAndShowTheFlash) {
+    TestHost host(Model::VoxmicM40);
+    host.login();
+    CommandInterpreter interpreter(host.bus);
+    const auto run = [&](std::string_view line) {
+        return interpreter.execute(line).answer;
+    };
+    for (const std::string_view line :
+         {"upgrade status 3", "upgrade block 100", "upgrade size 3", "upgrade verdict 0", "upgrade pace 0",
+          "upgrade stall off", "upgrade-ack on"}) {
+        EXPECT_TRUE(run(line).value("ok", false)) << line;
+    }
+    const MicrophoneFlash::Settings& settings = host.device().upgrade->settings;
+    EXPECT_EQ(settings.status, 3);
+    EXPECT_EQ(settings.blockSize, 100);
+    EXPECT_EQ(settings.imageSize, 3U);
+    EXPECT_EQ(settings.verdict, std::uint8_t{0});
+    EXPECT_FALSE(run("loader boot").value("ok", true));
+    EXPECT_FALSE(run("upgrade block 0").value("ok", true));
+    EXPECT_FALSE(run("upgrade colour 1").value("ok", true));
+
+    host.clear();
+    run("upgrade-request 0x10 2 7");
+    EXPECT_EQ(toHex(BytesView(host.last(kUpgradeFrame, kNotification).payload).subspan(4)), "810700"
+                                                                                            "10000000020007");
+
+    run("upgrade status 0");
+    host.send(kRequest, kUpgradeFrame, bytes("AA55C86E80010000"), 5);
+    host.send(kRequest, kUpgradeFrame, bytes("AA5509D8810900000000000300010203"), 6);
+    EXPECT_EQ(run("flash 1 2").value("bytes", ""), "0203") << run("state").dump();
+    EXPECT_EQ(run("flash").value("size", 0), 3);
+    EXPECT_TRUE(run("flash").value("confirmed", false));
+    EXPECT_FALSE(run("flash 3 1").value("ok", true));
+    EXPECT_FALSE(run("flash save /nowhere/at/all").value("ok", true));
+}
+
 } // namespace
 } // namespace vexo::emulator
