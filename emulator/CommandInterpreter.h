@@ -89,6 +89,7 @@ private:
     Json loader(Arguments& arguments);
     Json flash(Arguments& arguments);
     Json cut(Arguments& arguments);
+    Json signalProcessor(Arguments& arguments);
     MicrophoneFlash& targetUpgrade();
     BootLoader& targetLoader();
 

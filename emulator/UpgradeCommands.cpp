@@ -18,6 +18,18 @@ constexpr std::array kReplyWords{
     ReplyWord{"wrong", BootLoader::Reply::Wrong}, ReplyWord{"twice", BootLoader::Reply::Twice},
     ReplyWord{"long", BootLoader::Reply::Long}};
 
+struct LieWord {
+    std::string_view word;
+    SignalProcessor::Answers answers;
+};
+constexpr std::array kLieWords{LieWord{"checksum", SignalProcessor::Answers::Checksum},
+                               LieWord{"length", SignalProcessor::Answers::Length},
+                               LieWord{"short", SignalProcessor::Answers::Short},
+                               LieWord{"magic", SignalProcessor::Answers::Magic},
+                               LieWord{"broken", SignalProcessor::Answers::Broken},
+                               LieWord{"talk", SignalProcessor::Answers::Talk},
+                               LieWord{"count", SignalProcessor::Answers::Count}};
+
 // What a cut can wait for, beside reports.
 constexpr std::array<std::string_view, 11> kCutWords{"cm_vsrc", "cm_rest", "cm_vcrc", "cm_code",
                                                      "erase",   "packet",  "cm_upgd", "cm_fnsh",
@@ -192,6 +204,42 @@ Json CommandInterpreter::cut(Arguments& arguments) {
         throw CommandError("the first word must be to-device, to-host, step or off");
     }
     return {{"device", bus.deviceName(device)}, {"pending", bus.cutIsPending(device)}};
+}
+
+Json CommandInterpreter::signalProcessor(Arguments& arguments) {
+    targetLoader();
+    SignalProcessor& processor = *target().processor;
+    const std::string_view what = arguments.word("WHAT");
+    if (what == "on" || what == "off") {
+        arguments.expectEnd();
+        processor.answers = what == "on" ? SignalProcessor::Answers::Right : SignalProcessor::Answers::Off;
+    } else if (what == "lie") {
+        const std::string_view how = arguments.word("HOW");
+        arguments.expectEnd();
+        const auto* const found = std::ranges::find(kLieWords, how, &LieWord::word);
+        if (found == kLieWords.end()) {
+            throw CommandError("there is no lie \"" + std::string(how) + "\"");
+        }
+        processor.answers = found->answers;
+    } else if (what == "record") {
+        const std::string_view kind = arguments.word("KIND");
+        const std::optional<ProcessorRecord> record = processorRecordByWord(kind);
+        if (!record) {
+            throw CommandError("a record is adc, dac, i2s, spk-eq, mic-eq or alg");
+        }
+        Bytes data = arguments.values();
+        if (data.size() > 0xFFFF) {
+            throw CommandError("a record has at most 65535 bytes");
+        }
+        processor.setRecord(*record, std::move(data));
+    } else if (what == "counts") {
+        const auto spk = static_cast<std::uint8_t>(arguments.number("SPK", 0, 255));
+        processor.micEqCount = static_cast<std::uint8_t>(lastNumber(arguments, "MIC", 255));
+        processor.spkEqCount = spk;
+    } else {
+        throw CommandError("the signal processor has no \"" + std::string(what) + "\"");
+    }
+    return {{"device", bus.deviceName(device)}, {"answered", processor.answeredCommands()}};
 }
 
 } // namespace vexo::emulator

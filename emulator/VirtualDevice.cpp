@@ -69,6 +69,7 @@ void VirtualDevice::makeLoader(bool hasFirmware) {
         return events.cutAt(word, before);
     };
     loader.emplace(hasFirmware, std::move(loaderEvents));
+    processor.emplace([this](Bytes report) { events.reportToHost(std::move(report), controlInterface); });
 }
 
 void VirtualDevice::makeUpgrade() {
@@ -105,6 +106,7 @@ Model VirtualDevice::usbModel() const {
 void VirtualDevice::powerOff() {
     if (loader) {
         loader->powerOff();
+        processor->powerOff();
     }
     if (upgrade) {
         upgrade->powerOff();
@@ -124,13 +126,17 @@ bool VirtualDevice::takeControlReport(BytesView report, int interfaceNumber, std
     constexpr std::uint8_t kCommandLength = 62;
     const bool forLoader =
         isBootloader() || (report.size() > 2 && report[1] == kCommandLength && report[2] == 0);
-    if (!loader || !forLoader) {
+    if (!loader || (!forLoader && !SignalProcessor::isCommand(report))) {
         return false;
     }
     now = nowMs;
     controlInterface = interfaceNumber;
     linkSilentUntilMs = nowMs + kLinkSilentMs;
-    loader->receive(report, nowMs);
+    if (forLoader) {
+        loader->receive(report, nowMs);
+    } else {
+        processor->receive(report);
+    }
     return true;
 }
 

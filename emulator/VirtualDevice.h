@@ -9,6 +9,7 @@
 #include "emulator/LinkNode.h"
 #include "emulator/MicrophoneFlash.h"
 #include "emulator/Random.h"
+#include "emulator/SignalProcessor.h"
 
 #include <map>
 
@@ -115,6 +116,7 @@ public:
     LinkNode link;
     // Of a mixer.
     std::optional<BootLoader> loader;
+    std::optional<SignalProcessor> processor;
     // Of a microphone.
     std::optional<MicrophoneFlash> upgrade;
 
