@@ -99,7 +99,7 @@ std::span<const CommandInterpreter::Entry> CommandInterpreter::commands() {
          "loader return MS|erase MS|program MS DEPTH|version A B C|"
          "reply WORD right|silent|wrong|twice|long|boot",
          &Self::loader},
-        {"flash", "flash [OFFSET LENGTH|save PATH]", &Self::flash},
+        {"flash", "flash [OFFSET LENGTH]", &Self::flash},
         {"sndc",
          "sndc on|off|lie checksum|length|short|magic|broken|talk|count|record KIND VALUE...|counts SPK MIC",
          &Self::signalProcessor},

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 
 namespace vexo::emulator {
 namespace {
@@ -162,17 +161,6 @@ Json CommandInterpreter::flash(Arguments& arguments) {
                 {"crc", crc16(image, 0)},
                 {"confirmed", target().firmwareIsConfirmed()}};
     if (arguments.atEnd()) {
-        return answer;
-    }
-    if (arguments.peek() == "save") {
-        arguments.word("save");
-        const std::string path = arguments.text();
-        std::ofstream file(path, std::ios::binary | std::ios::trunc);
-        file.write(reinterpret_cast<const char*>(image.data()), static_cast<std::streamsize>(image.size()));
-        file.close();
-        if (!file) {
-            throw CommandError("cannot write " + path);
-        }
         return answer;
     }
     const std::uint64_t offset = arguments.number("OFFSET", 0, image.size());
