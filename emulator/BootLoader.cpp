@@ -152,7 +152,7 @@ void BootLoader::packet(BytesView block) {
         return refuse(kTime);
     }
     const std::size_t number = readU16(block, 2);
-    if (step != Step::Writing || number != packets + 1) {
+    if (step != Step::Writing || number != packets + 1 || number > packetCount()) {
         return refuse(kOrder);
     }
     if (readU16(block, 4) != packetCount()) {

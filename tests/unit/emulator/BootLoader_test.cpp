@@ -279,6 +279,14 @@ TEST_F(Loader, RefusesPacketsOutOfTimeAndOrder) {
     EXPECT_EQ(refusals("order"), 5U);
 }
 
+TEST_F(Loader, RefusesAPacketBehindTheLast) {
+    flash57();
+    say(packetReport(3, 2, counting(56)));
+    EXPECT_EQ(refusals("order"), 1U);
+    EXPECT_EQ(loader().receivedBytes(), 57U);
+    EXPECT_NE(say(commandReport("cm_upgd?isok", kUpgd57)), "");
+}
+
 TEST_F(Loader, AFloodOfPacketsOverrunsItsQueue) {
     loader().settings.queueDepth = 0;
     erase57();
