@@ -3,6 +3,7 @@
 #include "device/DeviceLogs.h"
 #include "device/HIDDevice.h"
 #include "device/ReportFormat.h"
+#include "device/UpgradeFrame.h"
 #include "device/UsbIdentity.h"
 
 #include <QByteArrayList>
@@ -22,7 +23,6 @@ constexpr int kRefusedScansToTell = 2;
 
 constexpr std::uint16_t kPrivateGainLevel = 0x8002;
 constexpr std::uint16_t kPrivateButton = 0x8003;
-constexpr std::uint16_t kPrivateUpgrade = 0x8006;
 
 /// Offsets in the payload of a version answer.
 constexpr std::size_t kVersionMajorOffset = 9;
@@ -62,17 +62,6 @@ struct Callback<kMember> {
 
 QString hexId(std::uint32_t id) {
     return QStringLiteral("%1").arg(id, 4, 16, QLatin1Char('0'));
-}
-
-/// The first entry of the bus that the program knows, or null.
-const hid_device_info* firstKnownDevice(const hid_device_info* list) {
-    for (const hid_device_info* info = list; info != nullptr; info = info->next) {
-        const UsbIdentity identity{info->vendor_id, info->product_id};
-        if (std::ranges::find(kKnownDevices, identity) != kKnownDevices.end()) {
-            return info;
-        }
-    }
-    return nullptr;
 }
 
 } // namespace
@@ -148,7 +137,7 @@ void HIDHotplugManager::installLinkCallbacks() {
         qDebug() << "错误回调 id:" << code << "msgid:" << messageId;
     });
     linkInstallAttributeCallback(Callback<&HIDHotplugManager::onAttribute>::call, this);
-    for (const std::uint16_t messageId : {kPrivateGainLevel, kPrivateButton, kPrivateUpgrade}) {
+    for (const std::uint16_t messageId : {kPrivateGainLevel, kPrivateButton, kUpgradeMessageId}) {
         linkRegisterMessage(messageId, Callback<&HIDHotplugManager::onPrivateMessage>::call, nullptr, this);
     }
 }
@@ -179,6 +168,7 @@ void HIDHotplugManager::onScanTimer() {
     }
     endLastConnection();
     hid_device_info* const list = hid_enumerate(0, 0);
+    noteBootloaders(list);
     const hid_device_info* const found = firstKnownDevice(list);
     const bool present = found != nullptr;
     if (present) {
@@ -186,6 +176,8 @@ void HIDHotplugManager::onScanTimer() {
         if (identity == kMixdeskR2Bootloader) {
             // The list of this one scan is not freed: no further scan runs until the manager is started
             // again.
+            vendorId = identity.vendorId;
+            productId = identity.productId;
             stopAndDisconnectDevice();
             emit upgradeFirmwareSignal();
             return;
@@ -421,7 +413,11 @@ int HIDHotplugManager::onAttribute(const LinkInfo& info, std::uint16_t attID, co
 }
 
 void HIDHotplugManager::onPrivateMessage(const LinkFrame& frame) {
-    if (frame.messageId == kPrivateUpgrade || !isPeer(frame.source)) {
+    if (!isPeer(frame.source)) {
+        return;
+    }
+    if (frame.messageId == kUpgradeMessageId) {
+        onUpgradeMessage(QByteArray(reinterpret_cast<const char*>(frame.payload), frame.length));
         return;
     }
     emit priMsgCallback(frame.messageId, frame.length > 0 ? frame.payload[0] : std::uint8_t{0});
@@ -501,7 +497,7 @@ void HIDHotplugManager::startAndConnectDevice() {
 void HIDHotplugManager::sendPriMessage(std::uint32_t msgid, const QByteArray& byteArray) {
     if (peerAddress) {
         LinkFrame frame;
-        frame.kind = msgid == kPrivateUpgrade ? kLinkRequest : kLinkNotification;
+        frame.kind = msgid == kUpgradeMessageId ? kLinkRequest : kLinkNotification;
         frame.destination = *peerAddress;
         frame.messageId = static_cast<std::uint16_t>(msgid);
         frame.length = static_cast<std::uint16_t>(byteArray.size());

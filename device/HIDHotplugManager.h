@@ -13,7 +13,11 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <set>
+#include <string>
 #include <vector>
+
+struct hid_device_info;
 
 class HIDDevice;
 struct UsbIdentity;
@@ -35,6 +39,9 @@ class HIDHotplugManager : public QObject {
     /// to its user a moment after it has come; false when the device opens or goes, or is refused for another
     /// reason.
     Q_PROPERTY(bool accessMissing READ isAccessMissing NOTIFY accessMissingChanged)
+    /// A mixer in its bootloader was on the bus when it was looked at last, and has not been upgraded since.
+    /// The bus is not looked at while a device is open or the manager is stopped.
+    Q_PROPERTY(bool bootloaderPresent READ isBootloaderPresent NOTIFY bootloaderPresentChanged)
 
 public:
     /// The process-wide object. The first call creates it and is made on the main thread.
@@ -53,6 +60,7 @@ public:
     Q_INVOKABLE [[nodiscard]] QVariantMap getDeviceInfo() const;
 
     [[nodiscard]] bool isAccessMissing() const;
+    [[nodiscard]] bool isBootloaderPresent() const;
 
     /// Writes an attribute; the link tracks and retries the write. The link cuts the size of `byteArray` to 8
     /// bits and drops a value of more than 200 bytes. Does nothing, and logs nothing, while no device is
@@ -73,6 +81,23 @@ public:
     /// Sends a private message to the logged-in device, as a notification, or as a tracked request for
     /// 0x8006. The link drops it when no device is logged in.
     Q_INVOKABLE void sendPriMessage(std::uint32_t msgid, const QByteArray& byteArray);
+
+    /// Installs the firmware of this file on the device found last; upgradeFirmwareProgress tells all that
+    /// comes of it.
+    ///
+    /// A microphone is asked whether it may be upgraded, and the call returns; the device then fetches the
+    /// file block by block over the link and ends with its verdict. Nothing here limits the time that it
+    /// takes. A file that cannot be read is a line in the log, without a signal. A new call takes the place
+    /// of the transfer before it.
+    ///
+    /// Every other device is a mixer, in its bootloader or not, which cannot be upgraded yet: it fails at
+    /// once.
+    Q_INVOKABLE void upgradeFirmware(const QString& filePath);
+    /// The user leaves the mixers that are in their bootloader now as they are: the scan passes over them,
+    /// each until it has been unplugged or the user asks, and finds other devices.
+    Q_INVOKABLE void leaveBootloader();
+    /// The user asks for what was left: the next scan takes it up.
+    Q_INVOKABLE void askForBootloader();
 
     /// Returns when no thread of the transport runs any more, see HIDDevice; for the end of the process.
     void waitForThreads();
@@ -95,9 +120,11 @@ signals:
     void priMsgCallback(uint32_t msgid, uint8_t value);
     /// Progress of a firmware transfer, 0 to 100, and its text.
     void upgradeFirmwareProgress(int progress, const QString& message);
-    /// The scan saw a mixer in its bootloader. The manager has stopped itself.
+    /// The scan saw a mixer in its bootloader. The manager has stopped itself, and upgradeFirmware is meant
+    /// for that mixer from now on.
     void upgradeFirmwareSignal();
     void accessMissingChanged();
+    void bootloaderPresentChanged();
 
 private:
     void connectTransport();
@@ -135,7 +162,21 @@ private:
     int onVersion(const LinkInfo& info, const std::uint8_t* bytes);
     int onAttribute(const LinkInfo& info, std::uint16_t attID, const std::uint8_t* bytes);
     void onPrivateMessage(const LinkFrame& frame);
+    void onUpgradeMessage(const QByteArray& bytes);
     void emitDeviceConnected();
+
+    /// Whether the device found last is a microphone.
+    [[nodiscard]] bool isMicrophone() const;
+    void upgradeMicrophone(const QString& filePath);
+    void upgradeMixer();
+    /// Emits upgradeFirmwareProgress. One line in the log for each step, of progress in such steps.
+    void reportUpgrade(int progress, const QString& message, int stepOfLines);
+    void logUpgradeEnd(const QString& result) const;
+    /// Notes the mixers in their bootloader of a list of the bus; those that were left and have gone are
+    /// forgotten.
+    void noteBootloaders(const hid_device_info* list);
+    /// The first entry of the bus that the program knows and the user has not left, or null.
+    [[nodiscard]] const hid_device_info* firstKnownDevice(const hid_device_info* list) const;
 
     const HIDIntervals intervals;
     /// USB ids of the device found last.
@@ -165,4 +206,16 @@ private:
     std::int32_t linkChannel = 0;
     QVariantMap deviceInfo;
     HIDDevice* hidDevice = nullptr;
+
+    /// The file that a microphone fetches, header included. Kept after the transfer's end: a device may ask
+    /// again.
+    QByteArray firmwareImage;
+    /// Since the last upgrade has begun.
+    QElapsedTimer upgradeClock;
+    /// The progress of the last line in the log, -1 before the first.
+    int toldProgress = -1;
+    /// The hidapi paths of the mixers in their bootloader when the bus was looked at last, and of those that
+    /// the user has left.
+    std::set<std::string> bootloaders;
+    std::set<std::string> leftBootloaders;
 };

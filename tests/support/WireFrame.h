@@ -138,6 +138,30 @@ inline Bytes hello(const LinkAddress& source, const HelloFields& fields = {}) {
     return encode({2, 77, source, kBroadcast, 0, helloPayload(fields)});
 }
 
+/// CRC-16/CCITT-FALSE.
+inline std::uint16_t upgradeCrc(std::span<const std::uint8_t> bytes) {
+    std::uint16_t crc = 0xFFFF;
+    for (const std::uint8_t byte : bytes) {
+        for (int bit = 7; bit >= 0; --bit) {
+            const bool carries = ((crc >> 15) ^ (byte >> bit & 1)) != 0;
+            crc = static_cast<std::uint16_t>((crc << 1) ^ (carries ? 0x1021 : 0));
+        }
+    }
+    return crc;
+}
+
+/// The payload of a firmware message.
+inline Bytes upgradeFrame(std::uint8_t command, std::span<const std::uint8_t> data) {
+    Bytes bytes(7);
+    bytes[0] = 0xAA;                 // 0: magic
+    bytes[1] = 0x55;                 // 1
+    bytes[4] = command;              // 4: command
+    writeU16(bytes, 5, data.size()); // 5: data length
+    bytes.insert(bytes.end(), data.begin(), data.end());
+    writeU16(bytes, 2, upgradeCrc(std::span(bytes).subspan(4))); // 2: CRC
+    return bytes;
+}
+
 /// How the reports of a model carry a frame's bytes.
 enum class ReportForm { Mixer, Microphone };
 

@@ -48,6 +48,10 @@ void HIDHotplugManagerTest::make(const HIDIntervals& intervals) {
                      [this](uint32_t id, uint8_t value) { privates.emplace_back(id, value); });
     QObject::connect(manager.get(), &HIDHotplugManager::upgradeFirmwareSignal, manager.get(),
                      [this] { ++upgradeSignals; });
+    QObject::connect(manager.get(), &HIDHotplugManager::upgradeFirmwareProgress, manager.get(),
+                     [this](int progress, const QString& message) {
+                         upgradeReports.emplace_back(progress, message.toStdString());
+                     });
 }
 
 void HIDHotplugManagerTest::connectDevice(const scriptedHidapi::Interface& interface) {

@@ -94,4 +94,6 @@ protected:
     std::vector<std::pair<std::uint16_t, QVariantList>> attributes;
     std::vector<std::pair<std::uint32_t, std::uint8_t>> privates;
     int upgradeSignals = 0;
+    /// Progress and text of upgradeFirmwareProgress.
+    std::vector<std::pair<int, std::string>> upgradeReports;
 };
