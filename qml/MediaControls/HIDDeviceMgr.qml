@@ -26,6 +26,10 @@ QtObject {
     property var reportedDevice: null
     // The device that was found last is a mixer in its bootloader. It is not in deviceInfo.
     property bool bootloaderFound: false
+    // One is on the bus, taken up or left alone.
+    readonly property bool bootloaderPresent: manager.bootloaderPresent
+    // The upgrade view shows an installation: the end of the program would cut it.
+    property bool installing: false
     // Pending writes: attribute id to value bytes.
     property var messageCache: ({})
 
@@ -116,10 +120,27 @@ QtObject {
         return deviceInfo;
     }
 
-    // The manager has no firmware transfer yet: every upgrade fails at once, so that no caller waits.
+    // Begins when the caller has returned: the upgrade of a mixer runs until its end, and what the caller has closed has to
+    // be gone before.
     function upgradeFirmware(filePath: string) {
-        console.log("升级失败:", filePath);
-        upgradeFirmwareProgress(0, "升级失败");
+        Qt.callLater(path => manager.upgradeFirmware(path), filePath);
+    }
+
+    // The model that an upgrade would be for, 0 without one. A mixer in its bootloader is a mixer.
+    function getUpgradeModel(): int {
+        return bootloaderFound ? 0x9829 : deviceInfo.dpid || 0;
+    }
+
+    // The user leaves a mixer in its bootloader as it is, or asks for what was left.
+    function leaveBootloader() {
+        if (isR2() || bootloaderFound)
+            manager.leaveBootloader();
+        bootloaderFound = false;
+    }
+
+    function askForBootloader() {
+        manager.askForBootloader();
+        manager.startAndConnectDevice();
     }
 
     function getDeviceName(): var {
@@ -261,5 +282,8 @@ QtObject {
         DataTrackerMgr.storeEventNow(report.event[0], report.event[1], report.event[2], data[0], "hardware");
     }
 
-    Component.onCompleted: getDeviceInfo()
+    Component.onCompleted: {
+        getDeviceInfo();
+        bootloaderFound = bootloaderPresent;
+    }
 }

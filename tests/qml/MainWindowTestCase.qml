@@ -27,6 +27,7 @@ ConfigTestCase {
         storeCalls = [];
         HIDHotplugManager.deviceConnected({}, false);
         HIDHotplugManager.accessMissing = false;
+        HIDHotplugManager.bootloaderPresent = false;
         // Drops the pending writes of the test before.
         HIDDeviceMgr.messageCache = {};
         HIDHotplugManager.clearCalls();

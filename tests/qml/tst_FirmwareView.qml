@@ -60,6 +60,22 @@ MainWindowTestCase {
         page.handleDownloadDone("/tmp/firmware.bin");
     }
 
+    function storeFile(model) {
+        ConfigMgr.setValue("upgradeFirmwareFilePath", "/tmp/stored.bin");
+        ConfigMgr.setValue("upgradeFirmwareModel", model);
+    }
+
+    // The scan meets a mixer in its bootloader.
+    function findBootloader() {
+        HIDHotplugManager.bootloaderPresent = true;
+        HIDHotplugManager.upgradeFirmwareSignal();
+    }
+
+    function loseDuringUpgrade(info) {
+        TestLog.expect("ReferenceError: upgradeTimeoutTimer is not defined");
+        HIDHotplugManager.deviceConnected(info, false);
+    }
+
     function report(progress, message) {
         HIDHotplugManager.upgradeFirmwareProgress(progress, message);
     }
@@ -192,7 +208,7 @@ MainWindowTestCase {
     }
 
     function test_the_end_of_the_transfer_is_a_success_data() {
-        return ["升级成功", "升级失败,版本低", "升级失败,校验失败", "升级进度:100"].map(message => ({
+        return ["升级成功", "升级失败,版本低", "升级失败,校验失败"].map(message => ({
                     tag: message
                 }));
     }
@@ -203,6 +219,174 @@ MainWindowTestCase {
         compareView("升级成功", null, ["btn2"]);
         compare(child("btn2").text, "确定");
     }
+
+    function test_two_verdicts_show_one_view() {
+        startInstalling(voxmicM40);
+        report(100, "升级失败,版本低");
+        report(100, "升级失败,校验失败");
+        compareView("升级成功", null, ["btn2"]);
+    }
+
+    function test_progress_100_without_a_verdict_is_not_the_end() {
+        startInstalling(voxmicM40);
+        report(100, "升级进度:100");
+        compareView(installing, 1, []);
+        report(255, "升级进度:255");
+        compareView(installing, 1, []);
+        report(100, "升级成功");
+        compareView("升级成功", null, ["btn2"]);
+    }
+
+    function test_a_verdict_below_100_is_not_the_end() {
+        startInstalling(mixdeskR2);
+        report(95, "升级成功");
+        compareView(installing, 0.95, []);
+    }
+
+    function test_reports_without_an_upgrade_change_nothing_and_take_no_focus() {
+        openMainLayout(voxmicM40);
+        activateWindow();
+        const focused = window.activeFocusItem;
+        for (const [progress, message] of [[0, "升级失败"], [100, "升级失败"], [100, "升级成功"], [50, "升级进度:50"]]) {
+            report(progress, message);
+            compare(window.activeFocusItem, focused);
+            compare(page.isUpdateFirmware, false);
+        }
+        MessageBus.publishUpdateFirmware(url);
+        tryCompare(stackView, "busy", false);
+        report(100, "升级失败");
+        compareView(downloading, 0, []);
+    }
+
+    // ---- a microphone that stalls
+
+    function test_a_stalled_microphone_fails_after_30_seconds_data() {
+        return [["silent", () => {}], ["refused", () => report(0, "不可以升级电量低")], ["stopped", () => report(50, "升级进度:50")]].map(([tag, prepare]) => ({
+                    tag: tag,
+                    prepare: prepare
+                }));
+    }
+
+    function test_a_stalled_microphone_fails_after_30_seconds(row) {
+        compare(page.watch.silenceMs, 30000);
+        page.watch.silenceMs = 100;
+        startInstalling(voxmicM40);
+        row.prepare();
+        tryCompare(child("resetText"), "text", "升级失败");
+        compareView("升级失败", null, ["btn1", "btn3"]);
+        compare(HIDDeviceMgr.installing, false);
+    }
+
+    function test_each_report_winds_the_watch() {
+        page.watch.lossMs = 50;
+        startInstalling(voxmicT40);
+        compare(page.watch.timer.running, true);
+        compare(page.watch.timer.interval, 30000);
+        const started = countStarts();
+        report(1, "升级进度:1");
+        report(2, "升级进度:2");
+        compare(started.count, 2);
+    }
+
+    // How often the watch starts anew: the timer stops for a moment.
+    function countStarts() {
+        const started = {
+            count: 0
+        };
+        page.watch.timer.runningChanged.connect(() => {
+            if (page.watch.timer.running)
+                started.count++;
+        });
+        return started;
+    }
+
+    function test_the_watch_ends_with_the_verdict() {
+        startInstalling(voxmicM40);
+        report(100, "升级成功");
+        compare(page.watch.timer.running, false);
+    }
+
+    function test_a_mixer_has_no_watch() {
+        startInstalling(mixdeskR2);
+        compare(page.watch.timer.running, false);
+    }
+
+    function test_a_microphone_lost_in_its_transfer_fails_after_5_seconds() {
+        compare(page.watch.lossMs, 5000);
+        page.watch.lossMs = 100;
+        startInstalling(voxmicM40);
+        report(40, "升级进度:40");
+        loseDuringUpgrade(voxmicM40);
+        compareView(installing, 0.4, []);
+        compare(page.watch.timer.interval, 100);
+        tryCompare(child("resetText"), "text", "升级失败");
+        compareView("升级失败", null, ["btn1", "btn3"]);
+    }
+
+    function test_a_second_loss_does_not_lengthen_the_wait() {
+        startInstalling(voxmicM40);
+        loseDuringUpgrade(voxmicM40);
+        const started = countStarts();
+        loseDuringUpgrade(voxmicM40);
+        compare(started.count, 0);
+        compare(page.watch.timer.interval, 5000);
+    }
+
+    function test_after_the_failure_of_a_lost_microphone_the_page_has_a_way_out() {
+        page.watch.lossMs = 50;
+        startInstalling(voxmicM40);
+        loseDuringUpgrade(voxmicM40);
+        tryCompare(child("btn1"), "visible", true);
+        mouseClick(child("btn1"));
+        compare(page.isUpdateFirmware, false);
+        compare(callsNamed("leaveBootloader"), []);
+    }
+
+    function test_another_try_waits_for_the_microphone_to_come_back() {
+        page.watch.lossMs = 50;
+        startInstalling(voxmicM40);
+        loseDuringUpgrade(voxmicM40);
+        tryCompare(child("btn3"), "visible", true);
+        mouseClick(child("btn3"));
+        page.handleDownloadDone("/tmp/again.bin");
+        compareView(installing, 0, []);
+        compare(installedPaths, ["/tmp/firmware.bin"]);
+        compare(page.watch.timer.running, true);
+        connectDevice(voxmicM40);
+        compare(installedPaths, ["/tmp/firmware.bin", "/tmp/again.bin"]);
+        report(100, "升级成功");
+        compareView("升级成功", null, ["btn2"]);
+    }
+
+    function test_a_device_of_another_model_does_not_get_the_firmware() {
+        startUpgrade(voxmicM40);
+        HIDHotplugManager.deviceConnected(mixdeskR2, true);
+        page.handleDownloadDone("/tmp/firmware.bin");
+        compare(linesWith("升级固件文件不属于此设备").length, 1);
+        compareView("升级失败", null, ["btn1", "btn3"]);
+        compare(installedPaths, []);
+    }
+
+    function test_an_offer_while_an_upgrade_runs_changes_nothing() {
+        startInstalling(voxmicM40);
+        report(30, "升级进度:30");
+        MessageBus.publishUpdateFirmware("https://vexo.example/firmware/other.bin");
+        compareView(installing, 0.3, []);
+        compare(page.downloadUrl, url);
+        compare(installedPaths.length, 1);
+    }
+
+    function test_the_program_knows_that_an_installation_is_shown() {
+        compare(HIDDeviceMgr.installing, false);
+        startUpgrade(mixdeskR2);
+        compare(HIDDeviceMgr.installing, false);
+        page.handleDownloadDone("/tmp/firmware.bin");
+        compare(HIDDeviceMgr.installing, true);
+        report(0, "升级失败");
+        compare(HIDDeviceMgr.installing, false);
+    }
+
+    // ---- a mixer in its bootloader
 
     function test_the_very_word_is_a_failure_data() {
         return [0, 42, 100].map(progress => ({
@@ -228,8 +412,8 @@ MainWindowTestCase {
 
     function test_another_try_without_an_address_installs_the_stored_file() {
         connectDevice(mixdeskR2);
-        ConfigMgr.setValue("upgradeFirmwareFilePath", "/tmp/stored.bin");
-        HIDHotplugManager.upgradeFirmwareSignal();
+        storeFile(0x9829);
+        findBootloader();
         report(0, "升级失败");
         mouseClick(child("btn3"));
         compareView(installing, 0, []);
@@ -238,36 +422,92 @@ MainWindowTestCase {
 
     function test_a_bootloader_gets_the_stored_file() {
         connectDevice(mixdeskR2);
-        ConfigMgr.setValue("upgradeFirmwareFilePath", "/tmp/stored.bin");
-        HIDHotplugManager.upgradeFirmwareSignal();
+        storeFile(0x9829);
+        findBootloader();
         compare(page.isUpdateFirmware, true);
         compareView(installing, 0, []);
         compare(installedPaths, ["/tmp/stored.bin"]);
     }
 
-    function test_a_bootloader_whose_upgrade_nothing_carries_out_gets_the_way_back() {
-        page.installer = path => HIDDeviceMgr.upgradeFirmware(path);
-        connectDevice(mixdeskR2);
-        ConfigMgr.setValue("upgradeFirmwareFilePath", "/tmp/stored.bin");
-        HIDHotplugManager.upgradeFirmwareSignal();
-        compareView("升级失败", null, ["btn1", "btn3"]);
-        mouseClick(child("btn3"));
-        compareView("升级失败", null, ["btn1", "btn3"]);
-        mouseClick(child("btn1"));
+    function test_a_bootloader_in_a_fresh_process_gets_the_mixers_file_and_words() {
+        storeFile(0x9829);
+        findBootloader();
+        compareView(installing, 0, []);
+        compare(installedPaths, ["/tmp/stored.bin"]);
+        compare(child("progressBar").mainText, "请不要断开设备连接或关闭应用。\n升级期间监听比灯亮属于正常自检，不会修改设置。");
+    }
+
+    function test_a_bootloader_that_was_met_before_the_page_existed_is_recovered() {
+        window.destroy();
+        tryVerify(() => !window);
+        storeFile(0x9829);
+        findBootloader();
+        openWindow();
+        compare(page.isUpdateFirmware, true);
+        tryVerify(() => callsNamed("upgradeFirmware").length === 1);
+        compare(callsNamed("upgradeFirmware")[0].path, "/tmp/stored.bin");
+    }
+
+    function test_a_bootloader_takes_no_file_of_another_model_data() {
+        return [["a microphone's", 0x1396], ["an unknown one's", 0]].map(([tag, model]) => ({
+                    tag: tag,
+                    model: model
+                }));
+    }
+
+    function test_a_bootloader_takes_no_file_of_another_model(row) {
+        connectDevice(voxmicM40);
+        HIDHotplugManager.deviceConnected(voxmicM40, false);
+        storeFile(row.model);
+        findBootloader();
+        compare(installedPaths, []);
         compare(page.isUpdateFirmware, false);
+    }
+
+    function test_a_bootloader_after_a_microphone_gets_the_mixers_file_without_a_watch() {
+        connectDevice(voxmicM40);
+        HIDHotplugManager.deviceConnected(voxmicM40, false);
+        storeFile(0x9829);
+        findBootloader();
+        compare(installedPaths, ["/tmp/stored.bin"]);
+        compare(page.watch.timer.running, false);
+    }
+
+    function test_a_downloaded_file_is_stored_with_its_model() {
+        startInstalling(voxmicT40);
+        compare(ConfigMgr.getValue("upgradeFirmwareModel", 0), 0x1397);
+    }
+
+    function test_a_cancelled_recovery_leaves_the_bootloader_and_lets_others_connect() {
+        storeFile(0x9829);
+        findBootloader();
+        report(0, "升级失败");
+        mouseClick(child("btn1"));
+        compare(HIDHotplugManager.calls.map(call => call.name).slice(-2), ["startAndConnectDevice", "leaveBootloader"]);
+        compare(page.isUpdateFirmware, false);
+        connectDevice(voxmicM40);
+        tryCompare(child("startButton"), "visible", true);
+    }
+
+    function test_after_a_success_no_bootloader_is_left() {
+        storeFile(0x9829);
+        findBootloader();
+        report(100, "升级成功");
+        mouseClick(child("btn2"));
+        compare(callsNamed("leaveBootloader"), []);
         compare(callsNamed("startAndConnectDevice").length, 1);
     }
 
     function test_a_bootloader_after_a_failure_shows_the_bar_again() {
         startInstalling(mixdeskR2);
         report(0, "升级失败");
-        HIDHotplugManager.upgradeFirmwareSignal();
+        findBootloader();
         compareView(installing, 0, []);
         compare(installedPaths.length, 2);
     }
 
     function test_a_bootloader_without_a_stored_file_is_logged_only() {
-        HIDHotplugManager.upgradeFirmwareSignal();
+        findBootloader();
         compare(linesWith("升级固件文件路径为空").length, 1);
         compare(page.isUpdateFirmware, false);
         compare(child("upgradeView").visible, false);
@@ -276,8 +516,8 @@ MainWindowTestCase {
 
     function test_a_bootloader_does_not_touch_the_stack() {
         openMainLayout(mixdeskR2);
-        ConfigMgr.setValue("upgradeFirmwareFilePath", "/tmp/stored.bin");
-        HIDHotplugManager.upgradeFirmwareSignal();
+        storeFile(0x9829);
+        findBootloader();
         compare(stackView.depth, 2);
         compare(stackView.busy, false);
         compare(page.isUpdateFirmware, true);

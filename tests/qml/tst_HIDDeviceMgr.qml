@@ -379,11 +379,37 @@ LoggedTestCase {
         compare(callsOf("startAndConnectDevice").length, 1, "a microphone has not stopped it");
     }
 
-    function test_an_upgrade_that_nothing_carries_out_has_failed_at_once() {
+    function test_an_upgrade_begins_when_its_caller_has_returned() {
         HIDDeviceMgr.upgradeFirmware("/firmware/m40.bin");
-        compare(progressSpy.count, 1);
-        compare(progressSpy.signalArguments[0][0], 0);
-        compare(progressSpy.signalArguments[0][1], "升级失败");
+        compare(callsOf("upgradeFirmware"), []);
+        tryVerify(() => callsOf("upgradeFirmware").length === 1);
+        compare(callsOf("upgradeFirmware")[0].path, "/firmware/m40.bin");
+        compare(progressSpy.count, 0);
+    }
+
+    function test_an_upgrade_is_for_the_device_that_was_found_last() {
+        HIDHotplugManager.deviceConnected({}, false);
+        compare(HIDDeviceMgr.getUpgradeModel(), 0);
+        HIDHotplugManager.deviceConnected(microphone, true);
+        compare(HIDDeviceMgr.getUpgradeModel(), microphone.dpid);
+        HIDHotplugManager.deviceConnected(microphone, false);
+        HIDHotplugManager.upgradeFirmwareSignal();
+        compare(HIDDeviceMgr.getUpgradeModel(), 0x9829);
+        HIDDeviceMgr.leaveBootloader();
+        compare(callsOf("leaveBootloader").length, 1);
+        compare(HIDDeviceMgr.getUpgradeModel(), microphone.dpid);
+    }
+
+    function test_what_was_left_is_asked_for_with_the_search_running() {
+        HIDDeviceMgr.askForBootloader();
+        compare(callsOf("askForBootloader").length, 1);
+        compare(callsOf("startAndConnectDevice").length, 1);
+    }
+
+    function test_a_microphone_leaves_no_bootloader() {
+        HIDHotplugManager.deviceConnected(microphone, true);
+        HIDDeviceMgr.leaveBootloader();
+        compare(callsOf("leaveBootloader"), []);
     }
 
     function test_the_news_of_an_upgrade_come_through() {

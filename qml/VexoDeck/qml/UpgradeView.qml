@@ -101,7 +101,7 @@ Item {
                 objectName: "progressBar"
                 width: parent.width
                 spacing: 14
-                mainText: HIDDeviceMgr.isR2() ? qsTr("请不要断开设备连接或关闭应用。\n升级期间监听比灯亮属于正常自检，不会修改设置。") : qsTr("升级中，请不要断开设备连接或关闭应用")
+                mainText: HIDDeviceMgr.isR2() || HIDDeviceMgr.bootloaderFound ? qsTr("请不要断开设备连接或关闭应用。\n升级期间监听比灯亮属于正常自检，不会修改设置。") : qsTr("升级中，请不要断开设备连接或关闭应用")
             }
 
             Row {

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Templates as T
+import "UpgradeReports.js" as UpgradeReports
 import MediaControls
 import "UpdateAnswers.js" as UpdateAnswers
 
@@ -18,6 +19,12 @@ Page {
     // Installs the firmware at a path. HIDDeviceMgr reports the progress.
     property var installer: path => HIDDeviceMgr.upgradeFirmware(path)
     readonly property T.StackView stackView: T.StackView.view
+    // Ends the installation on a microphone that has stalled.
+    readonly property UpgradeWatch watch: UpgradeWatch {
+        onStalled: welcomeLayout.showFailure()
+    }
+    // The model of the stored firmware file, under a key beside the file's own.
+    readonly property string modelKey: "upgradeFirmwareModel"
 
     enum Upgrade {
         Idle,
@@ -33,6 +40,10 @@ Page {
 
         // How far the upgrade has come.
         property int upgrade: WelcomeLayout.Idle
+        // The model that the firmware is for: another one could not be brought back to life.
+        property int model: 0
+        // The file that waits for its device, which has just come back.
+        property string waitingPath: ""
 
         property bool ready: false
         property string deviceName: ""
@@ -45,8 +56,18 @@ Page {
         return Boolean(value) && value !== "N/A";
     }
 
+    // While it is under way, nothing else may be begun.
+    function isBusy(): bool {
+        return isUpdateFirmware && [WelcomeLayout.Downloading, WelcomeLayout.Installing].includes(view.upgrade);
+    }
+
     function updateFirmware(url: string) {
+        if (isBusy()) {
+            console.log("固件升级正在进行:", url);
+            return;
+        }
         isUpdateFirmware = true;
+        view.model = HIDDeviceMgr.getUpgradeModel();
         stackView.pop();
         downloadUrl = url;
         upgradeView.showBar();
@@ -83,6 +104,7 @@ Page {
     }
 
     function handleDownloadDone(path: string) {
+        ConfigMgr.setValue(modelKey, view.model);
         ConfigMgr.setValue(ConfigMgr.keys.upgradeFirmwareFilePath, path);
         install(path);
     }
@@ -92,11 +114,18 @@ Page {
         upgradeView.showButtons(false);
     }
 
-    // Installs what was downloaded last.
+    // Installs what was downloaded last, if it is for this device.
     function startUpgradeFirmware() {
+        if (isBusy())
+            return;
         const path = ConfigMgr.getValue(ConfigMgr.keys.upgradeFirmwareFilePath);
         if (!path) {
             console.log("升级固件文件路径为空");
+            return;
+        }
+        view.model = ConfigMgr.getValue(modelKey, 0);
+        if (view.model !== HIDDeviceMgr.getUpgradeModel()) {
+            console.log("升级固件文件不属于此设备:", path);
             return;
         }
         isUpdateFirmware = true;
@@ -107,26 +136,70 @@ Page {
     function install(path: string) {
         upgradeView.progress = 0;
         view.upgrade = WelcomeLayout.Installing;
-        installer(path); // qmllint disable use-proper-function
-    }
-
-    // Only this text is a failure. A refused version or checksum comes with 100 and ends as a success.
-    function handleUpgradeProgress(progress: int, message: string) {
-        if (message === "升级失败") {
-            view.upgrade = WelcomeLayout.Failed;
-            upgradeView.showButtons(false);
+        if (view.model !== HIDDeviceMgr.getUpgradeModel()) {
+            console.log("升级固件文件不属于此设备:", path);
+            showFailure();
             return;
         }
+        const isMicrophone = [0x1396, 0x1397].includes(view.model);
+        if (isMicrophone)
+            watch.begin();
+        // Before its login a microphone hears nothing.
+        if (isMicrophone && !HIDDeviceMgr.deviceReady)
+            view.waitingPath = path;
+        else
+            installer(path); // qmllint disable use-proper-function
+    }
+
+    function installWaiting() {
+        const path = view.waitingPath;
+        view.waitingPath = "";
+        if (path && isUpdateFirmware && view.upgrade === WelcomeLayout.Installing)
+            install(path);
+    }
+
+    function showFailure() {
+        watch.end();
+        view.waitingPath = "";
+        view.upgrade = WelcomeLayout.Failed;
+        upgradeView.showButtons(false);
+    }
+
+    // A device may report what nobody waits for.
+    function handleUpgradeProgress(progress: int, message: string) {
+        if (!isUpdateFirmware || view.upgrade === WelcomeLayout.Downloading)
+            return;
+        const outcome = UpgradeReports.outcomeOf(progress, message);
+        if (outcome === UpgradeReports.Failed) {
+            showFailure();
+            return;
+        }
+        watch.noteReport();
         upgradeView.progress = progress / 100;
-        if (progress === 100) {
+        if (outcome === UpgradeReports.Done) {
+            watch.end();
             view.upgrade = WelcomeLayout.Done;
             upgradeView.showButtons(true);
         }
     }
 
+    function dismissUpgrade() {
+        isUpdateFirmware = false;
+        watch.end();
+        HIDDeviceMgr.startAndConnectDevice();
+        if (view.upgrade !== WelcomeLayout.Done)
+            HIDDeviceMgr.leaveBootloader();
+    }
+
     Accessible.role: Accessible.Pane
     background: Rectangle {
         color: VxTheme.background
+    }
+
+    Binding {
+        target: HIDDeviceMgr
+        property: "installing"
+        value: welcomeLayout.isUpdateFirmware && view.upgrade === WelcomeLayout.Installing
     }
 
     MessageListener {
@@ -145,8 +218,9 @@ Page {
                 view.deviceName = deviceInfo.name;
                 view.ready = true;
             } else if (welcomeLayout.isUpdateFirmware) {
-                // Kept: no document declares this timer. The handler ends in a script error, so that the view stays as
-                // it is until the next report of progress.
+                welcomeLayout.watch.noteLoss();
+                // Kept: no document declares this timer. The handler ends in a script error, and the view stays as it
+                // is until the next report of progress or the end of the watch.
                 upgradeTimeoutTimer.stop(); // qmllint disable unqualified
             } else {
                 welcomeLayout.stackView.pop();
@@ -160,6 +234,11 @@ Page {
 
         function onUpgradeFirmwareSignal() {
             welcomeLayout.startUpgradeFirmware();
+        }
+
+        function onDeviceReadyChanged() {
+            if (HIDDeviceMgr.deviceReady)
+                welcomeLayout.installWaiting();
         }
     }
 
@@ -186,10 +265,7 @@ Page {
         title: view.deviceName
         status: welcomeLayout.upgradeText(view.upgrade)
         zoom: view.zoom
-        onDismissed: {
-            welcomeLayout.isUpdateFirmware = false;
-            HIDDeviceMgr.startAndConnectDevice();
-        }
+        onDismissed: welcomeLayout.dismissUpgrade()
         onRetried: {
             showBar();
             if (welcomeLayout.downloadUrl)
@@ -197,5 +273,11 @@ Page {
             else
                 welcomeLayout.startUpgradeFirmware();
         }
+    }
+
+    // The scan may have met a mixer in its bootloader before there was a page.
+    Component.onCompleted: {
+        if (HIDDeviceMgr.bootloaderFound && HIDDeviceMgr.bootloaderPresent)
+            startUpgradeFirmware();
     }
 }

@@ -51,6 +51,18 @@ void FakeHIDHotplugManager::sendPriMessage(uint32_t msgid, const QByteArray& byt
     record("sendPriMessage", {{"id", msgid}, {"bytes", byteArrayToVariantList(byteArray)}});
 }
 
+void FakeHIDHotplugManager::upgradeFirmware(const QString& filePath) {
+    record("upgradeFirmware", {{"path", filePath}});
+}
+
+void FakeHIDHotplugManager::leaveBootloader() {
+    record("leaveBootloader");
+}
+
+void FakeHIDHotplugManager::askForBootloader() {
+    record("askForBootloader");
+}
+
 void FakeHIDHotplugManager::record(const QString& name, const QVariantMap& arguments) {
     QVariantMap call = arguments;
     call["name"] = name;

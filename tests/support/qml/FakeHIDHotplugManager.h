@@ -9,9 +9,10 @@
 class FakeHIDHotplugManager : public QObject {
     Q_OBJECT
     // The calls since the last clearCalls(), in order: maps with "name" and, by call, "id" and "bytes" (a
-    // list of numbers 0 to 255).
+    // list of numbers 0 to 255) or "path".
     Q_PROPERTY(QVariantList calls READ calls NOTIFY callsChanged)
     Q_PROPERTY(bool accessMissing MEMBER accessMissing NOTIFY accessMissingChanged)
+    Q_PROPERTY(bool bootloaderPresent MEMBER bootloaderPresent NOTIFY bootloaderPresentChanged)
 
 public:
     using QObject::QObject;
@@ -30,10 +31,14 @@ public:
     Q_INVOKABLE void stopAndDisconnectDevice();
     Q_INVOKABLE void startAndConnectDevice();
     Q_INVOKABLE void sendPriMessage(uint32_t msgid, const QByteArray& byteArray);
+    Q_INVOKABLE void upgradeFirmware(const QString& filePath);
+    Q_INVOKABLE void leaveBootloader();
+    Q_INVOKABLE void askForBootloader();
 
 signals:
     void callsChanged();
     void accessMissingChanged();
+    void bootloaderPresentChanged();
     void deviceConnected(QVariantMap deviceInfo, bool isConnected);
     void messageReceived(uint16_t attID, QVariantList byteArray);
     void priMsgCallback(uint32_t msgid, uint8_t value);
@@ -45,6 +50,7 @@ private:
 
     QVariantMap deviceInfo;
     bool accessMissing = false;
+    bool bootloaderPresent = false;
     QVariantList recordedCalls;
 };
 
