@@ -183,6 +183,33 @@ Gain eingestellt auf 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>BootloaderNotice</name>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Download der neuen Version fehlgeschlagen. Prüfen Sie die Netzwerkverbindung oder versuchen Sie es später erneut</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成</source>
+        <translation>Das Firmware-Update des VEXO Mixdesk R2 wurde nicht abgeschlossen</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件</source>
+        <translation>Das Firmware-Update des VEXO Mixdesk R2 wurde nicht abgeschlossen, und seine Firmware-Datei fehlt</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>下载固件</source>
+        <translation>Firmware laden</translation>
+    </message>
+    <message>
+        <source>恢复</source>
+        <translation>Wiederherstellen</translation>
+    </message>
+</context>
+<context>
     <name>ColorArea</name>
     <message>
         <source>色相和饱和度</source>
@@ -989,6 +1016,13 @@ Mischen mit geringer Latenz, kristallklarer Klang und müheloser Ausdruck für j
     <message>
         <source>开启高清音质之旅</source>
         <translation>Los geht&apos;s</translation>
+    </message>
+</context>
+<context>
+    <name>WindowFrame</name>
+    <message>
+        <source>正在安装固件，现在退出会中断升级。确定要退出吗？</source>
+        <translation>Die Firmware wird installiert. Beenden unterbricht das Update. Trotzdem beenden?</translation>
     </message>
 </context>
 </TS>

@@ -183,6 +183,33 @@ Gain is set to 0 dB.</translation>
     </message>
 </context>
 <context>
+    <name>BootloaderNotice</name>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Failed to download required update.Please check your internet connection and try again.</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成</source>
+        <translation>The firmware update of the VEXO Mixdesk R2 was not completed</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件</source>
+        <translation>The firmware update of the VEXO Mixdesk R2 was not completed, and its firmware file is missing</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>下载固件</source>
+        <translation>Download Firmware</translation>
+    </message>
+    <message>
+        <source>恢复</source>
+        <translation>Restore</translation>
+    </message>
+</context>
+<context>
     <name>ColorArea</name>
     <message>
         <source>色相和饱和度</source>
@@ -988,6 +1015,13 @@ The Mic/PC Mix indicator lights up during the update as part of a self-check. Th
     <message>
         <source>开启高清音质之旅</source>
         <translation>Get Started</translation>
+    </message>
+</context>
+<context>
+    <name>WindowFrame</name>
+    <message>
+        <source>正在安装固件，现在退出会中断升级。确定要退出吗？</source>
+        <translation>Firmware is being installed, and quitting now interrupts the update. Quit anyway?</translation>
     </message>
 </context>
 </TS>

@@ -183,6 +183,33 @@ Ganancia ajustada a 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>BootloaderNotice</name>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>No se pudo descargar la nueva versión. Comprueba la conexión o inténtalo más tarde</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成</source>
+        <translation>La actualización del firmware del VEXO Mixdesk R2 no se completó</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件</source>
+        <translation>La actualización del firmware del VEXO Mixdesk R2 no se completó y falta el archivo del firmware</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancelar</translation>
+    </message>
+    <message>
+        <source>下载固件</source>
+        <translation>Descargar el firmware</translation>
+    </message>
+    <message>
+        <source>恢复</source>
+        <translation>Restaurar</translation>
+    </message>
+</context>
+<context>
     <name>ColorArea</name>
     <message>
         <source>色相和饱和度</source>
@@ -989,6 +1016,13 @@ Mezcla con baja latencia, sonido cristalino y libertad para expresarte.</transla
     <message>
         <source>开启高清音质之旅</source>
         <translation>Empezar</translation>
+    </message>
+</context>
+<context>
+    <name>WindowFrame</name>
+    <message>
+        <source>正在安装固件，现在退出会中断升级。确定要退出吗？</source>
+        <translation>Se está instalando el firmware. Si sales ahora, se interrumpirá la actualización. ¿Salir de todos modos?</translation>
     </message>
 </context>
 </TS>

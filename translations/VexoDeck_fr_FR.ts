@@ -183,6 +183,33 @@ Gain réglé sur 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>BootloaderNotice</name>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Échec du téléchargement de la nouvelle version. Vérifiez votre connexion ou réessayez plus tard</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成</source>
+        <translation>La mise à jour du firmware du VEXO Mixdesk R2 n&apos;est pas terminée</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件</source>
+        <translation>La mise à jour du firmware du VEXO Mixdesk R2 n&apos;est pas terminée : le fichier du firmware est manquant</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>下载固件</source>
+        <translation>Télécharger le firmware</translation>
+    </message>
+    <message>
+        <source>恢复</source>
+        <translation>Restaurer</translation>
+    </message>
+</context>
+<context>
     <name>ColorArea</name>
     <message>
         <source>色相和饱和度</source>
@@ -989,6 +1016,13 @@ Mixage à faible latence, son limpide&#xa0;: exprimez chaque voix sans effort.</
     <message>
         <source>开启高清音质之旅</source>
         <translation>Commencer</translation>
+    </message>
+</context>
+<context>
+    <name>WindowFrame</name>
+    <message>
+        <source>正在安装固件，现在退出会中断升级。确定要退出吗？</source>
+        <translation>Le firmware est en cours d&apos;installation. Quitter maintenant interrompt la mise à jour. Quitter quand même ?</translation>
     </message>
 </context>
 </TS>

@@ -183,6 +183,33 @@ Guadagno impostato su 0&#xa0;dB</translation>
     </message>
 </context>
 <context>
+    <name>BootloaderNotice</name>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Download della nuova versione non riuscito. Controlla la connessione o riprova più tardi</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成</source>
+        <translation>L&apos;aggiornamento del firmware del VEXO Mixdesk R2 non è stato completato</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件</source>
+        <translation>L&apos;aggiornamento del firmware del VEXO Mixdesk R2 non è stato completato e manca il file del firmware</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Annulla</translation>
+    </message>
+    <message>
+        <source>下载固件</source>
+        <translation>Scarica il firmware</translation>
+    </message>
+    <message>
+        <source>恢复</source>
+        <translation>Ripristina</translation>
+    </message>
+</context>
+<context>
     <name>ColorArea</name>
     <message>
         <source>色相和饱和度</source>
@@ -989,6 +1016,13 @@ Mix a bassa latenza, suono cristallino e piena libertà di espressione.</transla
     <message>
         <source>开启高清音质之旅</source>
         <translation>Inizia</translation>
+    </message>
+</context>
+<context>
+    <name>WindowFrame</name>
+    <message>
+        <source>正在安装固件，现在退出会中断升级。确定要退出吗？</source>
+        <translation>L&apos;installazione del firmware è in corso. Uscire ora interrompe l&apos;aggiornamento. Uscire comunque?</translation>
     </message>
 </context>
 </TS>

@@ -183,6 +183,33 @@
     </message>
 </context>
 <context>
+    <name>BootloaderNotice</name>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>新しいバージョンをダウンロードできませんでした。ネットワークを確認するか、しばらくしてからもう一度お試しください</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成</source>
+        <translation>VEXO Mixdesk R2 のファームウェアの更新が完了していません</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件</source>
+        <translation>VEXO Mixdesk R2 のファームウェアの更新が完了しておらず、ファームウェアのファイルがありません</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>キャンセル</translation>
+    </message>
+    <message>
+        <source>下载固件</source>
+        <translation>ファームウェアをダウンロード</translation>
+    </message>
+    <message>
+        <source>恢复</source>
+        <translation>復元する</translation>
+    </message>
+</context>
+<context>
     <name>ColorArea</name>
     <message>
         <source>色相和饱和度</source>
@@ -989,6 +1016,13 @@
     <message>
         <source>开启高清音质之旅</source>
         <translation>はじめる</translation>
+    </message>
+</context>
+<context>
+    <name>WindowFrame</name>
+    <message>
+        <source>正在安装固件，现在退出会中断升级。确定要退出吗？</source>
+        <translation>ファームウェアをインストールしています。今終了すると更新が中断されます。終了しますか？</translation>
     </message>
 </context>
 </TS>

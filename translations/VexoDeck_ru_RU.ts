@@ -183,6 +183,33 @@
     </message>
 </context>
 <context>
+    <name>BootloaderNotice</name>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>Не удалось загрузить новую версию. Проверьте подключение к сети или повторите попытку позже</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成</source>
+        <translation>Обновление прошивки VEXO Mixdesk R2 не завершено</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件</source>
+        <translation>Обновление прошивки VEXO Mixdesk R2 не завершено: нет файла прошивки</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Отмена</translation>
+    </message>
+    <message>
+        <source>下载固件</source>
+        <translation>Загрузить прошивку</translation>
+    </message>
+    <message>
+        <source>恢复</source>
+        <translation>Восстановить</translation>
+    </message>
+</context>
+<context>
     <name>ColorArea</name>
     <message>
         <source>色相和饱和度</source>
@@ -989,6 +1016,13 @@
     <message>
         <source>开启高清音质之旅</source>
         <translation>Начать</translation>
+    </message>
+</context>
+<context>
+    <name>WindowFrame</name>
+    <message>
+        <source>正在安装固件，现在退出会中断升级。确定要退出吗？</source>
+        <translation>Идёт установка прошивки. Выход сейчас прервёт обновление. Всё равно выйти?</translation>
     </message>
 </context>
 </TS>

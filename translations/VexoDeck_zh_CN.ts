@@ -183,6 +183,33 @@
     </message>
 </context>
 <context>
+    <name>BootloaderNotice</name>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>新版本下载失败，请检查网络环境或稍后重试</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成</source>
+        <translation>VEXO Mixdesk R2 的固件升级没有完成</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件</source>
+        <translation>VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>下载固件</source>
+        <translation>下载固件</translation>
+    </message>
+    <message>
+        <source>恢复</source>
+        <translation>恢复</translation>
+    </message>
+</context>
+<context>
     <name>ColorArea</name>
     <message>
         <source>色相和饱和度</source>
@@ -989,6 +1016,13 @@
     <message>
         <source>开启高清音质之旅</source>
         <translation>开启高清音质之旅</translation>
+    </message>
+</context>
+<context>
+    <name>WindowFrame</name>
+    <message>
+        <source>正在安装固件，现在退出会中断升级。确定要退出吗？</source>
+        <translation>正在安装固件，现在退出会中断升级。确定要退出吗？</translation>
     </message>
 </context>
 </TS>

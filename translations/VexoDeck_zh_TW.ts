@@ -183,6 +183,33 @@
     </message>
 </context>
 <context>
+    <name>BootloaderNotice</name>
+    <message>
+        <source>新版本下载失败，请检查网络环境或稍后重试</source>
+        <translation>新版本下載失敗，請檢查網路環境或稍後重試</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成</source>
+        <translation>VEXO Mixdesk R2 的韌體升級沒有完成</translation>
+    </message>
+    <message>
+        <source>VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件</source>
+        <translation>VEXO Mixdesk R2 的韌體升級沒有完成，缺少韌體檔案</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>下载固件</source>
+        <translation>下載韌體</translation>
+    </message>
+    <message>
+        <source>恢复</source>
+        <translation>復原</translation>
+    </message>
+</context>
+<context>
     <name>ColorArea</name>
     <message>
         <source>色相和饱和度</source>
@@ -989,6 +1016,13 @@
     <message>
         <source>开启高清音质之旅</source>
         <translation>開啟高音質之旅</translation>
+    </message>
+</context>
+<context>
+    <name>WindowFrame</name>
+    <message>
+        <source>正在安装固件，现在退出会中断升级。确定要退出吗？</source>
+        <translation>正在安裝韌體，現在結束會中斷升級。確定要結束嗎？</translation>
     </message>
 </context>
 </TS>

@@ -77,6 +77,21 @@ MainWindowTestCase {
                 }
             },
             {
+                tag: "mixer in its bootloader",
+                open: () => {
+                    HIDHotplugManager.bootloaderPresent = true;
+                    HIDHotplugManager.upgradeFirmwareSignal();
+                    return [stackView];
+                }
+            },
+            {
+                tag: "mixer left in its bootloader",
+                open: () => {
+                    HIDHotplugManager.bootloaderPresent = true;
+                    return [stackView];
+                }
+            },
+            {
                 tag: "ready page",
                 open: () => {
                     connectDevice(mixdeskR2);

@@ -76,6 +76,13 @@ MainWindowTestCase {
         verifyFits(stackView, longText("没有设备的访问权限：请安装 udev 规则 70-vexo-deck.rules，然后重新插拔设备"));
         verify(child("accessNotice").y > child("description").mapToItem(child("accessNotice").parent, 0, child("description").height).y);
         HIDHotplugManager.accessMissing = false;
+        HIDHotplugManager.bootloaderPresent = true;
+        verifyFits(stackView, longText("VEXO Mixdesk R2 的固件升级没有完成"));
+        verifyFits(stackView, longText("恢复"));
+        HIDHotplugManager.upgradeFirmwareSignal();
+        verifyFits(stackView, longText("VEXO Mixdesk R2 的固件升级没有完成，缺少固件文件"));
+        verifyFits(stackView, longText("下载固件"));
+        HIDHotplugManager.bootloaderPresent = false;
         connectDevice(mixdeskR2);
         verifyFits(stackView, longText("已连接"));
         verifyFits(stackView, longText("开启高清音质之旅"));

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Material
 import QtTest
+import MediaControls
 import VexoDeck
 import VexoDeckSystemBridge
 import VexoDeckTest
@@ -107,6 +108,12 @@ LoggedTestCase {
                 accepted.push(close.accepted);
             }
         }
+    }
+
+    function init() {
+        HIDDeviceMgr.installing = false;
+        MessageDialogMgr.setParent(null);
+        TestLog.begin();
     }
 
     function create(component, properties) {
@@ -247,6 +254,54 @@ LoggedTestCase {
         compare(frame.quitCount, 1);
         tryCompare(frame, "visible", false);
         tryCompare(frame, "opacity", 0);
+    }
+
+    // ---- an installation is shown
+
+    function waysToQuit() {
+        return [["close button", frame => mouseClick(child(frame, "closeButton"))], ["the system's close", frame => frame.close()]].map(([tag, quit]) => ({
+                    tag: tag,
+                    quit: quit
+                }));
+    }
+
+    function frameWhileInstalling() {
+        HIDDeviceMgr.installing = true;
+        const frame = create(mainFrameComponent);
+        tryCompare(frame, "opacity", 1);
+        MessageDialogMgr.setParent(frame);
+        return frame;
+    }
+
+    function test_the_end_of_the_program_asks_while_firmware_is_installed_data() {
+        return waysToQuit();
+    }
+
+    function test_the_end_of_the_program_asks_while_firmware_is_installed(row) {
+        const frame = frameWhileInstalling();
+        row.quit(frame);
+        row.quit(frame);
+        compare(MessageDialogMgr.shownCount, 1, "one question");
+        compare(frame.quitCount, 0);
+        compare(frame.visible, true);
+        compare(frame.opacity, 1);
+        compare(frame.quitQuestion.title, "正在安装固件，现在退出会中断升级。确定要退出吗？");
+        tryCompare(frame.quitQuestion, "opened", true);
+        mouseClick(findChild(frame.quitQuestion.contentItem, "cancelButton"));
+        compare(frame.quitCount, 0);
+        tryCompare(frame.quitQuestion, "visible", false);
+        row.quit(frame);
+        tryCompare(frame.quitQuestion, "opened", true);
+        mouseClick(findChild(frame.quitQuestion.contentItem, "confirmButton"));
+        compare(frame.quitCount, 1);
+    }
+
+    function test_other_windows_close_without_a_question() {
+        HIDDeviceMgr.installing = true;
+        const frame = create(frameComponent);
+        frame.close();
+        compare(MessageDialogMgr.shownCount, 0);
+        tryCompare(frame, "visible", false);
     }
 
     function test_the_close_button_of_the_main_window_ends_the_program_data() {

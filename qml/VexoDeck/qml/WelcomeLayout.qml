@@ -248,7 +248,15 @@ Page {
         ready: view.ready
         deviceName: view.deviceName
         accessMissing: HIDDeviceMgr.accessMissing
+        bootloaderPresent: HIDDeviceMgr.bootloaderPresent
+        bootloaderFound: HIDDeviceMgr.bootloaderFound
         zoom: view.zoom
+        onFirmwareOffered: url => welcomeLayout.updateFirmware(url)
+        onBootloaderLeft: {
+            HIDDeviceMgr.startAndConnectDevice();
+            HIDDeviceMgr.leaveBootloader();
+        }
+        onBootloaderAsked: HIDDeviceMgr.askForBootloader()
         // While the page fades away its button still takes a press.
         onStarted: {
             if (welcomeLayout.stackView.currentItem === welcomeLayout)

@@ -10,11 +10,18 @@ Item {
     required property string deviceName
     // A device is plugged in and cannot be opened.
     required property bool accessMissing
+    // A mixer waits in its bootloader; the search for devices has taken it up, or the user has left it.
+    required property bool bootloaderPresent
+    required property bool bootloaderFound
     // Scale of type and spacing.
     required property real zoom
 
     // The user wants to go on.
     signal started
+    // What the user wants of the mixer in its bootloader.
+    signal firmwareOffered(string url)
+    signal bootloaderLeft
+    signal bootloaderAsked
 
     Image {
         id: deviceImage
@@ -172,10 +179,25 @@ Item {
     AccessNotice {
         objectName: "accessNotice"
         anchors.bottom: parent.bottom
-        anchors.bottomMargin: 24 * welcomeView.zoom
+        anchors.bottomMargin: 24 * welcomeView.zoom + (bootloaderNotice.visible ? bootloaderNotice.height + 8 : 0)
         anchors.horizontalCenter: parent.horizontalCenter
         maximumWidth: parent.width - 48
         visible: welcomeView.accessMissing && !welcomeView.ready
+    }
+
+    BootloaderNotice {
+        id: bootloaderNotice
+
+        objectName: "bootloaderNotice"
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: 24 * welcomeView.zoom
+        anchors.horizontalCenter: parent.horizontalCenter
+        maximumWidth: parent.width - 48
+        visible: welcomeView.bootloaderPresent && !welcomeView.ready
+        isLeft: !welcomeView.bootloaderFound
+        onFirmwareOffered: url => welcomeView.firmwareOffered(url)
+        onDeclined: welcomeView.bootloaderLeft()
+        onAsked: welcomeView.bootloaderAsked()
     }
 
     // Last, after the bindings that the change enables.

@@ -21,6 +21,8 @@ ApplicationWindow {
     property bool macStyle: Qt.platform.os === "osx"
     // Fades out, to be hidden or destroyed.
     readonly property bool isClosing: closeTimer.running
+    // The question before the end of the program, once it has been asked.
+    property var quitQuestion: null
 
     // For windows that have something to do at the end of their completion.
     function loadView() {
@@ -30,6 +32,16 @@ ApplicationWindow {
         closeTimer.stop();
         visible = true;
         opacity = 1;
+    }
+
+    // The main window asks before it cuts an installation.
+    function askToQuit(): bool {
+        if (!HIDDeviceMgr.installing)
+            return false;
+        if (!quitQuestion?.visible)
+            quitQuestion = MessageDialogMgr.showCustomDialogNew(qsTr("正在安装固件，现在退出会中断升级。确定要退出吗？"), () => windowFrame.quitProgram(), null);
+        // Without a question there is no answer to wait for.
+        return Boolean(quitQuestion);
     }
 
     function quitProgram() {
@@ -73,7 +85,12 @@ ApplicationWindow {
             titleColor: windowFrame.titleColor
             rightView: windowFrame.rightView
             edgeThickness: resizeEdges.visible ? resizeEdges.thickness : 0
-            onCloseRequested: windowFrame.rightView ? windowFrame.quitProgram() : windowFrame.close()
+            onCloseRequested: {
+                if (!windowFrame.rightView)
+                    windowFrame.close();
+                else if (!windowFrame.askToQuit())
+                    windowFrame.quitProgram();
+            }
         }
 
         Loader {
@@ -119,6 +136,10 @@ ApplicationWindow {
             opacity = 1;
     }
     onClosing: close => {
+        if (rightView && askToQuit()) {
+            close.accepted = false;
+            return;
+        }
         close.accepted = rightView !== null;
         opacity = 0;
         closeTimer.start();
