@@ -167,18 +167,19 @@ class MixerInItsBootloader(Welcome):
 
     def setUp(self):
         super().setUp()
-        self.stage.store_setting("upgradeFirmwareFilePath", self.stage.folder / "firmware.bin")
+        self.stage.store_setting("upgradeFirmwareFilePath",
+                                 f"{self.stage.folder / 'firmware.bin'}\nupgradeFirmwareModel={0x9829}")
         self.program = self.start(environment=TYPED_LOG)
         self.stage.emulator("plug r2")
         self.wait_ready("VEXO Mixdesk R2")
 
-    def test_its_upgrade_that_nothing_carries_out_fails_and_the_mixer_comes_back(self):
+    def test_a_recovery_that_fails_can_be_tried_again_and_the_mixer_comes_back(self):
         self.stage.emulator("unplug r2")
         self.wait_waiting()
         self.stage.emulator("plug r2-bootloader")
         self.stage.wait_screen("升级失败", ("重试", "button"), ("取消", "button"))
         self.stage.click("重试", "button")
-        self.program.wait_log("升级失败:", count=2)
+        self.program.wait_log("固件升级结束", count=2)
         self.stage.wait_screen("升级失败", ("重试", "button"))
         self.stage.emulator("unplug r2-bootloader")
         self.stage.emulator("plug r2")
