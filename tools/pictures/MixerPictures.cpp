@@ -23,13 +23,13 @@ struct Application {
     const char* color;
 };
 
-constexpr std::array<Application, 8> kApplications = {{{"Firefox", "#FF7139"},
+constexpr std::array<Application, 8> kApplications = {{{"Web Browser", "#FF7139"},
                                                        {"Music", "#1DB954"},
-                                                       {"Discord", "#5865F2"},
+                                                       {"Voice Chat", "#5865F2"},
                                                        {"Meeting Rooms of the Northern Branch", "#2D8CFF"},
-                                                       {"Steam", "#66C0F4"},
-                                                       {"VLC media player", "#FF8800"},
-                                                       {"OBS", "#8A8AFF"},
+                                                       {"Game", "#66C0F4"},
+                                                       {"Video Player", "#FF8800"},
+                                                       {"Recorder", "#8A8AFF"},
                                                        {"Browser", nullptr}}};
 
 class Pictures {
