@@ -1,4 +1,5 @@
 #include "tests/support/qml/FakeHIDHotplugManager.h"
+#include "tests/support/qml/FakeNetworkManager.h"
 #include "tools/pictures/Pictures.h"
 
 #include <QQmlApplicationEngine>
@@ -14,6 +15,18 @@ struct Model {
 
 void click(QQuickWindow& window, const char* objectName) {
     QMetaObject::invokeMethod(window.findChild<QObject*>(objectName), "click");
+}
+
+// The last download arrives.
+void finishDownload(FakeNetworkManager& network) {
+    int id = 0;
+    for (const QVariant& call : network.calls()) {
+        const QVariantMap values = call.toMap();
+        if (values["name"] == "downloadFile")
+            id = values["id"].toInt();
+    }
+    emit network.requestCompleted(id, true, {{"status_code", 200}});
+    settle();
 }
 
 // The question of an update, and the answer that closes it.
@@ -37,6 +50,7 @@ bool takeDialog(QQmlApplicationEngine& engine, QQuickWindow& window, const QDir&
 bool takeUpgradePictures(QQmlApplicationEngine& engine, QQuickWindow& window, const QDir& folder) {
     auto& manager =
         *engine.singletonInstance<FakeHIDHotplugManager*>("VexoDeckHIDHotplug", "HIDHotplugManager");
+    auto& network = *engine.singletonInstance<FakeNetworkManager*>("VexoDeckNetwork", "NetworkManager");
     auto* const messageBus = engine.singletonInstance<QObject*>("MediaControls", "MessageBus");
     settle();
     bool saved = true;
@@ -60,6 +74,8 @@ bool takeUpgradePictures(QQmlApplicationEngine& engine, QQuickWindow& window, co
         }
         QMetaObject::invokeMethod(messageBus, "publishUpdateFirmware",
                                   QVariant("http://localhost/firmware.bin"));
+        settle();
+        finishDownload(network);
         emit manager.upgradeFirmwareProgress(42, "升级进度:42");
         saved = savePicture(window, folder, "upgrade-" + word) && saved;
         emit manager.upgradeFirmwareProgress(0, "升级失败");

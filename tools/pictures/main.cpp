@@ -10,6 +10,7 @@
 #include <QImage>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
+#include <QSettings>
 
 #include <cstdio>
 
@@ -62,6 +63,8 @@ int main(int argc, char** argv) {
     const QDir folder(QDir(arguments[2]).absolutePath());
     folder.mkpath(".");
     setUpFakeProgram();
+    // Asked and answered: otherwise the window begins with that question.
+    QSettings(QStringLiteral("Vexo Deck"), QStringLiteral("Settings")).setValue("share_data", false);
     QQmlApplicationEngine engine;
     const bool good =
         part == "gallery" ? takeGalleryPicture(engine, folder) : takePartOfProgram(engine, part, folder);
