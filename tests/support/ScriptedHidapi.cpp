@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
+#include <cwchar>
 #include <deque>
 #include <hidapi.h>
 #include <map>
@@ -29,6 +30,12 @@ struct Bus {
     /// With the reason, a text that lasts.
     std::map<std::string, const wchar_t*> openFails;
     const wchar_t* lastError = nullptr;
+    std::map<std::string, std::function<void(const scriptedHidapi::Report&)>> answers;
+    std::wstring deviceText;
+    scriptedHidapi::Report featureReport;
+    scriptedHidapi::Report featureSent;
+    int exits = 0;
+    int errorsAsked = 0;
     std::set<std::string> writeFails;
     std::set<std::string> writesShortened;
     int nonblockingFailures = 0;
@@ -46,6 +53,8 @@ struct Bus {
 std::mutex busMutex;
 std::condition_variable busChanged;
 Bus bus;
+/// A process does it once, so reset() leaves it.
+int initialisationCount = 0;
 
 /// Under the lock: whether the handle of a call is open.
 bool usable(const hid_device* device) {
@@ -55,9 +64,56 @@ bool usable(const hid_device* device) {
     return !device->closed && !device->gone;
 }
 
+/// The device's text, cut to the room for it.
+int textInto(hid_device* device, wchar_t* text, std::size_t room) {
+    const std::lock_guard lock(busMutex);
+    if (!usable(device) || room == 0) {
+        return -1;
+    }
+    const std::size_t count = std::min(room - 1, bus.deviceText.size());
+    std::wmemcpy(text, bus.deviceText.c_str(), count);
+    text[count] = L'\0';
+    return 0;
+}
+
 } // namespace
 
 namespace scriptedHidapi {
+
+void onWrite(const std::string& path, std::function<void(const Report&)> answer) {
+    const std::lock_guard lock(busMutex);
+    bus.answers[path] = std::move(answer);
+}
+
+void setDeviceText(const std::wstring& text) {
+    const std::lock_guard lock(busMutex);
+    bus.deviceText = text;
+}
+
+void setFeatureReport(const Report& report) {
+    const std::lock_guard lock(busMutex);
+    bus.featureReport = report;
+}
+
+int initialisations() {
+    const std::lock_guard lock(busMutex);
+    return initialisationCount;
+}
+
+int exits() {
+    const std::lock_guard lock(busMutex);
+    return bus.exits;
+}
+
+int errorsAsked() {
+    const std::lock_guard lock(busMutex);
+    return bus.errorsAsked;
+}
+
+Report lastFeatureReport() {
+    const std::lock_guard lock(busMutex);
+    return bus.featureSent;
+}
 
 void reset() {
     const std::lock_guard lock(busMutex);
@@ -237,8 +293,73 @@ hid_device* hid_open_path(const char* path) {
     return bus.handles.back().get();
 }
 
+hid_device* hid_open(unsigned short vendorId, unsigned short productId, const wchar_t*) {
+    std::string path;
+    {
+        const std::lock_guard lock(busMutex);
+        const auto found = std::ranges::find_if(bus.interfaces, [=](const auto& interface) {
+            return interface.vendorId == vendorId && interface.productId == productId;
+        });
+        if (found == bus.interfaces.end()) {
+            bus.lastError = L"No HID devices with requested VID/PID found in the system.";
+            return nullptr;
+        }
+        path = found->path;
+    }
+    return hid_open_path(path.c_str());
+}
+
+int hid_init() {
+    const std::lock_guard lock(busMutex);
+    ++initialisationCount;
+    return 0;
+}
+
+int hid_exit() {
+    const std::lock_guard lock(busMutex);
+    ++bus.exits;
+    return 0;
+}
+
+int hid_read(hid_device* device, unsigned char* data, size_t length) {
+    return hid_read_timeout(device, data, length, 0);
+}
+
+int hid_get_manufacturer_string(hid_device* device, wchar_t* text, size_t room) {
+    return textInto(device, text, room);
+}
+
+int hid_get_product_string(hid_device* device, wchar_t* text, size_t room) {
+    return textInto(device, text, room);
+}
+
+int hid_get_serial_number_string(hid_device* device, wchar_t* text, size_t room) {
+    return textInto(device, text, room);
+}
+
+int hid_get_indexed_string(hid_device* device, int, wchar_t* text, size_t room) {
+    return textInto(device, text, room);
+}
+
+int hid_send_feature_report(hid_device* device, const unsigned char* data, size_t length) {
+    const std::lock_guard lock(busMutex);
+    bus.featureSent.assign(data, data + length);
+    return usable(device) ? static_cast<int>(length) : -1;
+}
+
+int hid_get_feature_report(hid_device* device, unsigned char* data, size_t length) {
+    const std::lock_guard lock(busMutex);
+    if (!usable(device)) {
+        return -1;
+    }
+    const std::size_t count = std::min(length, bus.featureReport.size());
+    std::copy_n(bus.featureReport.begin(), count, data);
+    return static_cast<int>(count);
+}
+
 const wchar_t* hid_error(hid_device*) {
     const std::lock_guard lock(busMutex);
+    ++bus.errorsAsked;
     return bus.lastError;
 }
 
@@ -281,8 +402,17 @@ int hid_write(hid_device* device, const unsigned char* data, size_t length) {
     if (!usable(device) || bus.writeFails.contains(device->path)) {
         return -1;
     }
+    if (length == 0) {
+        return -1;
+    }
     bus.written[device->path].emplace_back(data, data + length);
     const int shortage = bus.writesShortened.contains(device->path) ? 1 : 0;
+    const auto answer = bus.answers.find(device->path);
+    if (answer != bus.answers.end()) {
+        const auto script = answer->second;
+        lock.unlock();
+        script({data, data + length});
+    }
     return static_cast<int>(length) - shortage;
 }
 

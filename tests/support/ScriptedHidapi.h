@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -29,9 +30,16 @@ void unplug(const std::string& path);
 /// Queues a report for the open handles of a path.
 void deliver(const std::string& path, const Report& report);
 
+/// Runs after each report that is written to a path, inside hid_write and free of locks: it may script the
+/// bus.
+void onWrite(const std::string& path, std::function<void(const Report&)> answer);
+/// The strings and the feature report of every interface.
+void setDeviceText(const std::wstring& text);
+void setFeatureReport(const Report& report);
+
 /// Makes the next `count` calls of hid_set_nonblocking return -1.
 void failNonblocking(int count);
-/// Whether hid_open_path of a path returns null, and what hid_error then says.
+/// Whether opening a path returns null, and what hid_error then says.
 void failOpen(const std::string& path, bool fail, const wchar_t* reason = L"Permission denied");
 /// Whether hid_write on a path returns -1.
 void failWrite(const std::string& path, bool fail);
@@ -63,6 +71,12 @@ struct ReadCall {
 [[nodiscard]] int openHandles();
 [[nodiscard]] int openedEver();
 [[nodiscard]] int listsOutstanding();
+/// Calls of hid_init, of hid_exit and of hid_error.
+[[nodiscard]] int initialisations();
+[[nodiscard]] int exits();
+[[nodiscard]] int errorsAsked();
+/// The last feature report that was sent.
+[[nodiscard]] Report lastFeatureReport();
 /// Calls of hid_enumerate.
 [[nodiscard]] int enumerations();
 /// Calls on a handle after its hid_close, double closes included: a defect of the program under test.
