@@ -1,5 +1,6 @@
 #include "dsp/hidProtocol.h"
 
+#include "dsp/frames/CommandTable.h"
 #include "dsp/frames/ControlFrame.h"
 
 #include <QDebug>
@@ -116,6 +117,18 @@ int hidProtocol::sendCommand(const std::uint8_t* payload, int length) {
     const int result = writeBuffer(frame->report.size());
     print("hid write res =%d\n", result);
     emit sigDisplay_HID_send(result);
+    return result;
+}
+
+int hidProtocol::set(std::uint8_t group, std::uint8_t command, std::uint8_t index,
+                     vexo::dsp::Bytes parameters) {
+    const auto record = vexo::dsp::sndcRecord(group, command, index, parameters);
+    const int result = record ? sendCommand(record->data(), static_cast<int>(record->size())) : -1;
+    if (result >= 0) {
+        ReplyBuffer buffer{};
+        int length = 0;
+        readReply(buffer, length);
+    }
     return result;
 }
 

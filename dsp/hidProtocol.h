@@ -77,6 +77,11 @@ public:
     /// Writes a command of the signal processor. Returns the bytes written, or -1: closed, stopped, a payload
     /// that does not fit, a failed write. Reports that wait from before are read away first.
     int sendCommand(const std::uint8_t* payload, int length);
+    /// Sets a parameter, or asks for a record: writes the command of the table with `index` and `parameters`,
+    /// and reads the reply into `replyStore`. Returns as sendCommand(); -1 and nothing sent for an unknown
+    /// command or a wrong count.
+    int set(std::uint8_t group, std::uint8_t command, std::uint8_t index = 0,
+            vexo::dsp::Bytes parameters = {});
     /// Writes a loader's command (`form` 1, `length` bytes) or data packet (`form` 2, a block of `length` + 2
     /// bytes) after 1 ms. Returns as sendCommand(); -1 also for a length over 60, another form, and where the
     /// program ends meanwhile.

@@ -184,6 +184,25 @@ TEST_F(HidProtocol, APayloadThatDoesNotFitItsLengthByteIsRefused) {
     EXPECT_EQ(scriptedHidapi::written(kPath).size(), 1U);
 }
 
+TEST_F(HidProtocol, ASetterWritesItsRecordAndReadsTheReply) {
+    ASSERT_TRUE(open());
+    scriptedHidapi::onWrite(kPath, [](const Report&) { scriptedHidapi::deliver(kPath, {1, 2, 0x5A, 0xA5}); });
+    const std::array<std::uint8_t, 4> rate{0x80, 0xBB, 0, 0};
+    EXPECT_EQ(hid.set(0x30, 0x87, 0, rate), 17);
+    EXPECT_EQ(scriptedHidapi::takeWritten(kPath),
+              (std::vector<Report>{{0x01, 0x0F, 0xAA, 0x53, 0x4E, 0x44, 0x43, 0x30, 0x00, 0x87, 0x00, 0x04,
+                                    0x80, 0xBB, 0, 0, 0x38}}));
+    EXPECT_EQ(hidProtocol::replyStore[1], 0xA5);
+}
+
+TEST_F(HidProtocol, AnUnknownCommandOrAWrongCountIsNotSent) {
+    ASSERT_TRUE(open());
+    const std::array<std::uint8_t, 1> one{1};
+    EXPECT_EQ(hid.set(0x41, 0x81), -1);
+    EXPECT_EQ(hid.set(0x30, 0x87, 0, one), -1);
+    EXPECT_TRUE(scriptedHidapi::written(kPath).empty());
+}
+
 TEST_F(HidProtocol, AFailedWriteAsksForTheError) {
     ASSERT_TRUE(open());
     scriptedHidapi::failWrite(kPath, true);
