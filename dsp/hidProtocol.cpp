@@ -161,6 +161,7 @@ int hidProtocol::sendFrame(const std::uint8_t* data, int length, int form) {
 void hidProtocol::beginCommand() {
     replyStore.fill(0);
     replyLength = 0;
+    replyBytes = 0;
     readAway();
 }
 
@@ -195,6 +196,7 @@ int hidProtocol::writeBuffer(std::size_t length) {
 int hidProtocol::readReply(ReplyBuffer& buffer, int& lengthOut) {
     buffer.fill(0);
     lengthOut = 0;
+    replyBytes = 0;
     replyStore.fill(0);
     replyLength = -1;
     if (!canTransfer()) {
@@ -219,7 +221,8 @@ int hidProtocol::readReply(ReplyBuffer& buffer, int& lengthOut) {
     std::ranges::copy(payload, buffer.begin());
     replyStore = buffer;
     replyLength = result;
-    lengthOut = static_cast<int>(payload.size());
+    replyBytes = static_cast<int>(payload.size());
+    lengthOut = replyBytes;
     emit signal_afterHidRead();
     return result;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "dsp/frames/Bytes.h"
+#include "dsp/frames/ParameterRecords.h"
+#include "dsp/frames/RecordAssembly.h"
 
 #include <QObject>
 #include <QString>
@@ -9,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <hidapi.h>
+#include <vector>
 
 /// The second path to a device's signal processor and to its FlashBoot loader: one HID handle of its own, one
 /// report written at a time, the answer read by polling. The path of the attributes is closed before this one
@@ -38,11 +41,29 @@ public:
         CmUpgdOk
     };
     enum State : std::int32_t {
-        stateClosed = 0,
-        stateOpened = 2,
-        stateFinishedFail = 20,
-        stateIdle = 21,
-        stateBusy = 22
+        stateClosed,
+        stateAttached,
+        stateOpened,
+        stateLinking,
+        stateReadDSVersion,
+        stateReadDevVersion,
+        stateLinked,
+        stateReadID,
+        stateKeepLinked,
+        stateStartGetPara,
+        stateReadAdcParam,
+        stateReadDacParam,
+        stateReadI2sParam,
+        stateGetSpkEqNums,
+        stateReadSpkEqParam,
+        stateGetMicEqNums,
+        stateReadMicEqParam,
+        stateReadAlgParam,
+        stateEndGetParam,
+        stateFinishedOK,
+        stateFinishedFail,
+        stateIdle,
+        stateBusy
     };
     static constexpr std::size_t kReplyBytes = 256;
     using ReplyBuffer = std::array<std::uint8_t, kReplyBytes>;
@@ -103,9 +124,28 @@ public:
     /// Prints the report in hexadecimal. Returns hidapi's result, -1 when closed.
     int showFeatureReport();
 
+    /// A record's bytes, for an equaliser those of its sets one after the other.
+    struct Store {
+        std::vector<std::uint8_t> data;
+        std::size_t count = 1;
+        bool isLoaded = false;
+    };
+    [[nodiscard]] Store& storeOf(vexo::dsp::RecordKind kind) {
+        return stores[static_cast<std::size_t>(kind)];
+    }
+    /// The loop form of hidUpdateStatus(), until the thread's interruption is requested. Nothing in the
+    /// program calls it.
+    void run();
+
     void hidTestProtocol();
     void hidActiveDfu();
     void hidShowEqParameter();
+
+public slots:
+    /// One step of the walk that links and then reads every parameter record into the stores: from
+    /// stateOpened to stateFinishedOK. A device that does not answer leaves default records and one set of
+    /// each equaliser.
+    void hidUpdateStatus();
 
 signals:
     void sigDisplay_HID_send(int result);
@@ -116,6 +156,12 @@ private:
     hidProtocol();
     [[nodiscard]] hid_device* openOnceAllowed(const wchar_t* serial);
     [[nodiscard]] bool canTransfer() const { return handle != nullptr && !stopRequested; }
+    bool act();
+    bool readCount(vexo::dsp::RecordKind kind, std::uint8_t command, const char* label);
+    bool readRecords(vexo::dsp::RecordKind kind, std::size_t count);
+    vexo::dsp::Report readRecord(vexo::dsp::RecordKind kind, std::uint8_t index);
+    static void logFed(vexo::dsp::RecordAssembly::Result result, std::size_t total, std::size_t had,
+                       std::size_t length);
     void beginCommand();
     void readAway();
     int writeBuffer(std::size_t length);
@@ -134,4 +180,7 @@ private:
     std::array<wchar_t, 255> textBuffer{};
     std::int32_t state = stateClosed;
     bool running = false;
+    /// The length of the payload in `replyStore`.
+    int replyBytes = 0;
+    std::array<Store, 6> stores;
 };

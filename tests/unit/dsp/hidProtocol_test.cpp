@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 #include <QTimer>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -375,6 +376,80 @@ TEST_F(HidProtocol, OnlyIdleAndBusyEmitTheirText) {
     EXPECT_EQ(changes[0][0].toString(), "Idle         ");
     EXPECT_EQ(changes[1][0].toString(), "Busy         ");
     hid.setState(hidProtocol::stateClosed);
+}
+
+TEST_F(HidProtocol, TheWalkOfAMuteDeviceEndsWithDefaults) {
+    ASSERT_TRUE(open());
+    for (int state = 2; state < 19; ++state) {
+        ASSERT_EQ(hid.currentState(), state);
+        hid.hidUpdateStatus();
+    }
+    EXPECT_EQ(hid.currentState(), 19);
+    hid.hidUpdateStatus();
+    EXPECT_EQ(hid.currentState(), 19);
+    const auto written = scriptedHidapi::written(kPath);
+    const std::vector<int> commands{0x81, 0x82, 0x83, 0x84, 0x85, 0x86, 0x80, 0x81,
+                                    0x82, 0x83, 0x84, 0x85, 0x86, 0x87, 0x88, 0x89};
+    ASSERT_EQ(written.size(), commands.size());
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+        EXPECT_EQ(written[i][9], commands[i]) << i;
+        EXPECT_EQ(written[i][7], i < 6 ? 0x00 : 0x10) << i;
+    }
+    const auto& spk = hid.storeOf(vexo::dsp::RecordKind::SpkEq);
+    EXPECT_EQ(spk.count, 1U);
+    ASSERT_EQ(spk.data.size(), 324U);
+    EXPECT_EQ(spk.data[0], 10);
+    EXPECT_TRUE(hid.storeOf(vexo::dsp::RecordKind::Alg).isLoaded);
+    hid.closeDevice();
+    EXPECT_EQ(hid.currentState(), 0);
+}
+
+TEST_F(HidProtocol, WithoutAHandleAnyStateFails) {
+    for (int state = 0; state <= 22; ++state) {
+        hid.setState(state);
+        hid.hidUpdateStatus();
+        EXPECT_EQ(hid.currentState(), 20);
+    }
+}
+
+TEST_F(HidProtocol, AFailedWriteRepeatsTheStep) {
+    ASSERT_TRUE(open());
+    hid.setState(hidProtocol::stateLinking);
+    scriptedHidapi::failWrite(kPath, true);
+    hid.hidUpdateStatus();
+    EXPECT_EQ(hid.currentState(), 3);
+    scriptedHidapi::failWrite(kPath, false);
+    hid.hidUpdateStatus();
+    EXPECT_EQ(hid.currentState(), 4);
+}
+
+TEST_F(HidProtocol, EqualizerSetsAreReadWithTheirIndex) {
+    ASSERT_TRUE(open());
+    Report count{1, 12, 0xAA, 0x53, 0x4E, 0x44, 0x43, 0x10, 0, 4, 1, 0, 2, 0x17};
+    scriptedHidapi::onWrite(kPath, [count](const Report& sent) {
+        if (sent[9] == 0x84) {
+            scriptedHidapi::deliver(kPath, count);
+            return;
+        }
+        Report record{0xAA, 0x53, 0x4E, 0x44, 0x43, 0x10, 0, 5, 0x44, 1};
+        record.resize(335, sent[8]);
+        for (auto from = record.begin(); from != record.end();) {
+            const auto size = std::min<std::ptrdiff_t>(62, record.end() - from);
+            Report part{1, static_cast<std::uint8_t>(size)};
+            part.insert(part.end(), from, from + size);
+            scriptedHidapi::deliver(kPath, part);
+            from += size;
+        }
+    });
+    hid.setState(hidProtocol::stateGetSpkEqNums);
+    hid.hidUpdateStatus();
+    hid.hidUpdateStatus();
+    EXPECT_EQ(hid.currentState(), 15);
+    const auto& spk = hid.storeOf(vexo::dsp::RecordKind::SpkEq);
+    ASSERT_EQ(spk.data.size(), 648U);
+    EXPECT_EQ(spk.data[323], 0);
+    EXPECT_EQ(spk.data[324], 1);
+    EXPECT_EQ(spk.data[647], 1);
 }
 
 } // namespace
