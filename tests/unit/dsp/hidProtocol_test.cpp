@@ -452,4 +452,24 @@ TEST_F(HidProtocol, EqualizerSetsAreReadWithTheirIndex) {
     EXPECT_EQ(spk.data[647], 1);
 }
 
+TEST_F(HidProtocol, TheWalkOfALyingDeviceEnds) {
+    const Report lies[] = {{1, 255, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9},
+                           {1, 0, 0xAA},
+                           {1, 12, 0xAA, 0x53, 0x4E, 0x44, 0x43, 0x10, 0, 4, 0, 0, 0, 0},
+                           {1, 12, 0xAA, 0x53, 0x4E, 0x44, 0x43, 0x10, 0, 4, 0xFF, 0xFF, 0, 0},
+                           {1, 5, 0xAA, 0x53, 0x4E, 0x44, 0x43}};
+    for (const Report& lie : lies) {
+        ASSERT_TRUE(open());
+        scriptedHidapi::onWrite(kPath, [&lie](const Report&) {
+            for (int i = 0; i < 80; ++i) {
+                scriptedHidapi::deliver(kPath, lie);
+            }
+        });
+        for (int step = 0; step < 17; ++step) {
+            hid.hidUpdateStatus();
+        }
+        EXPECT_EQ(hid.currentState(), 19);
+    }
+}
+
 } // namespace
