@@ -473,6 +473,7 @@ QVariantList HIDHotplugManager::byteArrayToVariantList(const QByteArray& byteArr
 
 void HIDHotplugManager::stopAndDisconnectDevice() {
     qDebug() << "HIDHotplugManager::stopAndDisconnectDevice 停止监测并断开设备";
+    startsAfterUpgrade = false;
     hidDevice->closeAll();
     online = false;
     countRefusedScan(false);
@@ -486,6 +487,10 @@ void HIDHotplugManager::stopAndDisconnectDevice() {
 
 void HIDHotplugManager::startAndConnectDevice() {
     qDebug() << "HIDHotplugManager::startAndConnectDevice 启动监测并尝试连接设备";
+    if (isUpgradingMixer) {
+        startsAfterUpgrade = true;
+        return;
+    }
     if (!timers[0]->isActive()) {
         timers[0]->start(intervals.scanMs);
     }

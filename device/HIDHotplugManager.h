@@ -75,7 +75,8 @@ public:
 
     /// Closes all interfaces and stops scan and tick: the link stands still.
     Q_INVOKABLE void stopAndDisconnectDevice();
-    /// Starts scan and tick where they are stopped. The next scan comes 2000 ms later.
+    /// Starts scan and tick where they are stopped, in the upgrade of a mixer at its end. The next scan comes
+    /// 2000 ms later.
     Q_INVOKABLE void startAndConnectDevice();
 
     /// Sends a private message to the logged-in device, as a notification, or as a tracked request for
@@ -90,8 +91,10 @@ public:
     /// takes. A file that cannot be read is a line in the log, without a signal. A new call takes the place
     /// of the transfer before it.
     ///
-    /// Every other device is a mixer, in its bootloader or not, which cannot be upgraded yet: it fails at
-    /// once.
+    /// Every other device is a mixer, in its bootloader or not. Its link is closed and stays so; the call
+    /// returns at the transfer's end, minutes later, and other events run meanwhile, but for pauses of up to
+    /// five seconds. A further call in that time is a warning in the log, and startAndConnectDevice waits for
+    /// the end.
     Q_INVOKABLE void upgradeFirmware(const QString& filePath);
     /// The user leaves the mixers that are in their bootloader now as they are: the scan passes over them,
     /// each until it has been unplugged or the user asks, and finds other devices.
@@ -168,7 +171,10 @@ private:
     /// Whether the device found last is a microphone.
     [[nodiscard]] bool isMicrophone() const;
     void upgradeMicrophone(const QString& filePath);
-    void upgradeMixer();
+    void upgradeMixer(const QString& filePath);
+    /// Returns whether the mixer has confirmed the image.
+    bool runMixerUpgrade(const QString& filePath);
+    void forgetBootloaders();
     /// Emits upgradeFirmwareProgress. One line in the log for each step, of progress in such steps.
     void reportUpgrade(int progress, const QString& message, int stepOfLines);
     void logUpgradeEnd(const QString& result) const;
@@ -212,6 +218,9 @@ private:
     QByteArray firmwareImage;
     /// Since the last upgrade has begun.
     QElapsedTimer upgradeClock;
+    bool isUpgradingMixer = false;
+    /// Scan and tick were asked for in the upgrade of a mixer.
+    bool startsAfterUpgrade = false;
     /// The progress of the last line in the log, -1 before the first.
     int toldProgress = -1;
     /// The hidapi paths of the mixers in their bootloader when the bus was looked at last, and of those that

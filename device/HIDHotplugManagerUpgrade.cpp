@@ -5,6 +5,7 @@
 #include "device/MicrophoneUpgrade.h"
 #include "device/UpgradeFrame.h"
 #include "device/UsbIdentity.h"
+#include "dsp/HidUpgradeApi.h"
 
 #include <QDebug>
 
@@ -17,6 +18,8 @@ namespace {
 
 /// Of a transfer one block in ten percent is a line in the log.
 constexpr int kBlockLineStep = 10;
+/// Packets take a mixer from 70 to 80 percent: each percent is a tenth of them.
+constexpr int kPacketLineStep = 1;
 
 } // namespace
 
@@ -25,6 +28,10 @@ bool HIDHotplugManager::isMicrophone() const {
 }
 
 void HIDHotplugManager::upgradeFirmware(const QString& filePath) {
+    if (isUpgradingMixer) {
+        qWarning() << "固件升级 正在进行，忽略:" << filePath;
+        return;
+    }
     qDebug() << "固件升级开始 型号:" << QStringLiteral("0x%1").arg(productId, 4, 16, QLatin1Char('0'))
              << "文件:" << filePath;
     upgradeClock.start();
@@ -32,7 +39,7 @@ void HIDHotplugManager::upgradeFirmware(const QString& filePath) {
     if (isMicrophone()) {
         upgradeMicrophone(filePath);
     } else {
-        upgradeMixer();
+        upgradeMixer(filePath);
     }
 }
 
@@ -68,9 +75,49 @@ void HIDHotplugManager::onUpgradeMessage(const QByteArray& bytes) {
     }
 }
 
-void HIDHotplugManager::upgradeMixer() {
-    reportUpgrade(0, QStringLiteral("升级失败"), 0);
-    logUpgradeEnd(QStringLiteral("升级失败"));
+void HIDHotplugManager::upgradeMixer(const QString& filePath) {
+    // The loader's answers go to each open handle of the device, and a scan would open another one.
+    if (hidDevice->isOpen() || timers[0]->isActive()) {
+        stopAndDisconnectDevice();
+    }
+    hidDevice->waitForReaders();
+    isUpgradingMixer = true;
+    const bool isUpgraded = runMixerUpgrade(filePath);
+    isUpgradingMixer = false;
+    if (isUpgraded) {
+        forgetBootloaders();
+    } else {
+        reportUpgrade(0, QStringLiteral("升级失败"), 0);
+    }
+    logUpgradeEnd(isUpgraded ? QStringLiteral("升级成功") : QStringLiteral("升级失败"));
+    if (std::exchange(startsAfterUpgrade, false)) {
+        startAndConnectDevice();
+    }
+}
+
+bool HIDHotplugManager::runMixerUpgrade(const QString& filePath) {
+    HidUpgradeApi api;
+    api.setProgressCallback([this](int progress, const QString& text) {
+        reportUpgrade(progress, text, text.startsWith(QStringLiteral("发送数据包")) ? kPacketLineStep : 0);
+    });
+    if (!api.deviceExists(vendorId)) {
+        qDebug().noquote() << QStringLiteral("未检测到 VID=0x") + QString::number(vendorId, 16) +
+                                  QStringLiteral(" 的 HID 设备");
+        return false;
+    }
+    if (api.upgrade(filePath, vendorId, kMixdeskR2Bootloader.productId) != HidUpgradeApi::Succeeded) {
+        qDebug().noquote() << QStringLiteral("升级失败: ") + api.lastErrorText();
+        return false;
+    }
+    qDebug() << "升级成功完成";
+    return true;
+}
+
+void HIDHotplugManager::forgetBootloaders() {
+    if (isBootloaderPresent()) {
+        bootloaders.clear();
+        emit bootloaderPresentChanged();
+    }
 }
 
 void HIDHotplugManager::reportUpgrade(int progress, const QString& message, int stepOfLines) {

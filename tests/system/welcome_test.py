@@ -3,12 +3,17 @@
 import os
 import random
 import re
+import sys
 import unittest
+from pathlib import Path
 
-from log_check import TYPED_LOG, warnings_of
-from screens import CONNECTED, START_BUTTON, WAITING_TITLE
-from stage import wait_until
-from system_case import SystemCase
+sys.path.insert(0, str(Path(__file__).parents[1] / "support"))
+
+import firmware  # noqa: E402
+from log_check import TYPED_LOG, warnings_of  # noqa: E402
+from screens import CONNECTED, START_BUTTON, WAITING_TITLE  # noqa: E402
+from stage import wait_until  # noqa: E402
+from system_case import SystemCase  # noqa: E402
 
 # Bytes of a diagnostic log.
 LOG_LIMIT = 10_000_000
@@ -185,7 +190,27 @@ class MixerInItsBootloader(Welcome):
         self.stage.emulator("plug r2")
         self.stage.click("取消", "button")
         self.wait_ready("VEXO Mixdesk R2")
-        self.assertEqual(warnings_of(self.program.log), [])
+        missing = f'warning "无法打开固件文件: {self.stage.folder}/firmware.bin"'
+        self.assertEqual(warnings_of(self.program.log), [missing] * 2)
+
+
+class MixerWithoutFirmware(Welcome):
+    models = ("r2-bootloader",)
+
+    def test_a_mixer_in_its_bootloader_at_the_start_is_recovered(self):
+        image = firmware.image("r2", (1, 13), 3000)
+        path = self.stage.folder / "firmware.bin"
+        path.write_bytes(firmware.file_for("r2", image))
+        self.stage.store_setting("upgradeFirmwareFilePath", f"{path}\nupgradeFirmwareModel={0x9829}")
+        self.stage.emulator("plug")
+        program = self.start(environment=TYPED_LOG)
+        wait_until(lambda: self.stage.find("升级成功"), "the upgrade to succeed", 30)
+        flash = self.stage.emulator("flash 0 3000")
+        self.assertEqual(bytes.fromhex(flash["bytes"]), image)
+        self.assertTrue(flash["confirmed"])
+        self.stage.click("确定", "button")
+        self.wait_ready("VEXO Mixdesk R2")
+        self.assertEqual(warnings_of(program.log), [])
 
 
 class VoxmicM40(Welcome):

@@ -100,3 +100,53 @@ TEST_F(HIDHotplugManagerTest, LeavingWithoutABootloaderChangesNothing) {
     manager->onScanTimer();
     EXPECT_EQ(upgradeSignals, 1);
 }
+
+TEST_F(HIDHotplugManagerTest, AMixerThatIsNotThereCannotBeUpgraded) {
+    std::vector<std::pair<int, std::string>> told;
+    QObject::connect(
+        manager.get(), &HIDHotplugManager::upgradeFirmwareProgress, manager.get(),
+        [&told](int progress, const QString& text) { told.emplace_back(progress, text.toStdString()); });
+    const LogCapture log;
+    manager->upgradeFirmware("/nowhere/firmware.bin");
+    EXPECT_EQ(told, (std::vector<std::pair<int, std::string>>{{0, "升级失败"}}));
+    EXPECT_EQ(log.count(QStringLiteral("未检测到 VID=0x0 的 HID 设备")), 1);
+}
+
+TEST_F(HIDHotplugManagerTest, WhatIsAskedForInTheUpgradeOfAMixerWaitsOrIsRefused) {
+    scriptedHidapi::plug(kBootloader);
+    manager->onScanTimer();
+    std::vector<std::pair<int, std::string>> told;
+    QObject::connect(manager.get(), &HIDHotplugManager::upgradeFirmwareProgress, manager.get(),
+                     [&](int progress, const QString& text) {
+                         told.emplace_back(progress, text.toStdString());
+                         if (progress == 5) {
+                             manager->upgradeFirmware("/nowhere/other.bin");
+                             manager->startAndConnectDevice();
+                             EXPECT_FALSE(timers[0]->isActive()) << "a scan would open the mixer";
+                         }
+                     });
+    const LogCapture log;
+    manager->upgradeFirmware("/nowhere/firmware.bin");
+    EXPECT_EQ(told, (std::vector<std::pair<int, std::string>>{{0, "开始HID升级..."},
+                                                              {5, "发现设备 PID: 0x0820"},
+                                                              {15, "设备已在FlashBoot模式"},
+                                                              {0, "升级失败"}}));
+    EXPECT_EQ(log.count(QStringLiteral("升级失败: 无法打开固件文件: /nowhere/firmware.bin")), 1);
+    EXPECT_EQ(log.count(QStringLiteral("正在进行")), 1);
+    EXPECT_TRUE(timers[0]->isActive()) << "the start was remembered";
+    EXPECT_TRUE(timers[1]->isActive());
+}
+
+TEST_F(HIDHotplugManagerTest, AStopInTheUpgradeOfAMixerTakesTheRememberedStartBack) {
+    scriptedHidapi::plug(kBootloader);
+    manager->onScanTimer();
+    QObject::connect(manager.get(), &HIDHotplugManager::upgradeFirmwareProgress, manager.get(),
+                     [this](int progress, const QString&) {
+                         if (progress == 5) {
+                             manager->startAndConnectDevice();
+                             manager->stopAndDisconnectDevice();
+                         }
+                     });
+    manager->upgradeFirmware("/nowhere/firmware.bin");
+    EXPECT_FALSE(timers[0]->isActive());
+}
