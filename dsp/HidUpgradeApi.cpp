@@ -68,7 +68,6 @@ void HidUpgradeApi::closeWithDelay() {
 }
 
 void HidUpgradeApi::progress(int value, const QString& text) {
-    qDebug() << "HidUpgradeApi:" << value << text;
     if (progressCallback) {
         progressCallback(value, text);
     }

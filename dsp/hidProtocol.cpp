@@ -22,9 +22,8 @@ constexpr int kOpenRetryMs = 100;
 constexpr int kOpenLimitMs = 2000;
 constexpr std::size_t kFeatureBytes = 17;
 
-template <typename... Values>
-void print(const char* format, Values... values) {
-    std::printf(format, values...);
+void print(const QString& text) {
+    std::fputs(qPrintable(text), stdout);
     std::fflush(stdout);
 }
 
@@ -62,7 +61,7 @@ void hidProtocol::setState(std::int32_t entered) {
 
 bool hidProtocol::openDevice(std::uint16_t vid, std::uint16_t pid, const wchar_t* serial) {
     closeDevice();
-    print("openDevice(vid 0x%04X, pid 0x%04X)...\n", unsigned{vid}, unsigned{pid});
+    print(QString::asprintf("openDevice(vid 0x%04X, pid 0x%04X)...\n", unsigned{vid}, unsigned{pid}));
     vendorId = vid;
     productId = pid;
     handle = openOnceAllowed(serial);
@@ -115,7 +114,7 @@ int hidProtocol::sendCommand(const std::uint8_t* payload, int length) {
     beginCommand();
     fillBuffer(frame->report, frame->checksumComputed);
     const int result = writeBuffer(frame->report.size());
-    print("hid write res =%d\n", result);
+    print(QString::asprintf("hid write res =%d\n", result));
     emit sigDisplay_HID_send(result);
     return result;
 }
@@ -214,7 +213,7 @@ int hidProtocol::readReply(ReplyBuffer& buffer, int& lengthOut) {
         ++rounds;
     }
     if (result <= 0) {
-        print("read time out=[%d]\n", rounds);
+        print(QString::asprintf("read time out=[%d]\n", rounds));
     }
     const auto count = static_cast<std::size_t>(std::max(result, 0));
     const vexo::dsp::Bytes payload = vexo::dsp::payloadOf(vexo::dsp::Bytes(report).first(count));
@@ -266,7 +265,7 @@ int hidProtocol::showFeatureReport() {
     std::array<std::uint8_t, kFeatureBytes> report{2};
     const int result = hid_get_feature_report(handle, report.data(), report.size());
     for (int i = 0; i < result; ++i) {
-        print("%02x ", unsigned{report[static_cast<std::size_t>(i)]});
+        print(QString::asprintf("%02x ", unsigned{report[static_cast<std::size_t>(i)]}));
     }
     print("\n");
     return result;

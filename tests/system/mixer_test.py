@@ -126,19 +126,18 @@ class Mixer(SoundCase):
     def place_on_curve(self, share):
         """Where the equaliser's chart has 1 kHz, from its top edge (0) to its bottom one (1); the curve is drawn
         within these margins, whose ends stand for more than the highest gain and less than the lowest."""
-        left, top, width, height = self.curve()["extents"]
-        left, top, width, height = left + 45, top + 10, width - 55, height - 35
-        return left + 10 + round((width - 20) * 5 / 11), top + 20 + round((height - 40) * share)
+        left, top, width, height = self.band()["extents"]
+        return left + width // 2, top + 20 + round((height - 40) * share)
 
-    def curve(self):
+    def band(self):
         return next(control for control in self.stage.controls()
-                    if control["role"] == "slider" and control["name"].endswith("Hz"))
+                    if (control["role"], control["name"]) == ("slider", "1kHz"))
 
     def press_curve(self, share):
         self.stage.xdotool("mousemove", *self.place_on_curve(share), "mousedown", 1)
 
     def wait_gain(self, gain):
-        wait_until(lambda: (self.curve()["name"], self.curve()["description"]) == ("1kHz", gain), f"1 kHz at {gain}")
+        wait_until(lambda: self.band()["description"] == gain, f"1 kHz at {gain}")
 
     # ---- what is heard
 

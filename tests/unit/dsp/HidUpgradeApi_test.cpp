@@ -326,7 +326,6 @@ TEST_F(HidUpgrade, ACableCutAtEachReportFailsAndASecondAttemptSucceeds) {
                 }
             };
             // The last command needs no answer.
-            // identity.
             const bool isLast = cut == 8;
             EXPECT_EQ(run(168) == 0, isLast) << cut << isBefore;
             if (!isLast) {
