@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-struct hid_device_info;
+struct hid_device_info; // NOLINT(readability-identifier-naming): the library's
 
 class HIDDevice;
 struct UsbIdentity;

@@ -19,7 +19,7 @@
 ///
 /// One object in the process, on the main thread. Waits are event loops of their own, so other events run
 /// meanwhile.
-class hidProtocol : public QObject {
+class hidProtocol : public QObject { // NOLINT(readability-identifier-naming): the name of the path in the log
     Q_OBJECT
 
 public:
@@ -40,6 +40,7 @@ public:
         CmDasd,
         CmUpgdOk
     };
+    // NOLINTBEGIN(readability-identifier-naming): the names that the log prints
     enum State : std::int32_t {
         stateClosed,
         stateAttached,
@@ -65,6 +66,7 @@ public:
         stateIdle,
         stateBusy
     };
+    // NOLINTEND(readability-identifier-naming)
     static constexpr std::size_t kReplyBytes = 256;
     using ReplyBuffer = std::array<std::uint8_t, kReplyBytes>;
 

@@ -18,29 +18,29 @@ using vexo::dsp::RecordKind;
 
 namespace {
 
-constexpr std::array<const char*, 23> stateNames{"stateClosed",
-                                                 "stateAttached",
-                                                 "stateOpened",
-                                                 "stateLinking",
-                                                 "stateReadDSVersion",
-                                                 "stateReadDevVersion",
-                                                 "stateLinked",
-                                                 "stateReadID",
-                                                 "stateKeepLinked",
-                                                 "stateStartGetPara",
-                                                 "stateReadAdcParam",
-                                                 "stateReadDacParam",
-                                                 "stateReadI2sParam",
-                                                 "stateGetSpkEqNums",
-                                                 "stateReadSpkEqParam",
-                                                 "stateGetMicEqNums",
-                                                 "stateReadMicEqParam",
-                                                 "stateReadAlgParam",
-                                                 "stateEndGetParam",
-                                                 "stateFinishedOK",
-                                                 "stateFinishedFail",
-                                                 "stateIdle",
-                                                 "stateBusy"};
+constexpr std::array<const char*, 23> kStateNames{"stateClosed",
+                                                  "stateAttached",
+                                                  "stateOpened",
+                                                  "stateLinking",
+                                                  "stateReadDSVersion",
+                                                  "stateReadDevVersion",
+                                                  "stateLinked",
+                                                  "stateReadID",
+                                                  "stateKeepLinked",
+                                                  "stateStartGetPara",
+                                                  "stateReadAdcParam",
+                                                  "stateReadDacParam",
+                                                  "stateReadI2sParam",
+                                                  "stateGetSpkEqNums",
+                                                  "stateReadSpkEqParam",
+                                                  "stateGetMicEqNums",
+                                                  "stateReadMicEqParam",
+                                                  "stateReadAlgParam",
+                                                  "stateEndGetParam",
+                                                  "stateFinishedOK",
+                                                  "stateFinishedFail",
+                                                  "stateIdle",
+                                                  "stateBusy"};
 
 constexpr std::uint8_t kLinkGroup = 0x00;
 constexpr std::uint8_t kReadGroup = 0x10;
@@ -69,7 +69,7 @@ void hidProtocol::run() {
 }
 
 void hidProtocol::hidUpdateStatus() {
-    qDebug() << (state >= 0 && state <= stateBusy ? stateNames[static_cast<std::size_t>(state)] : "");
+    qDebug() << (state >= 0 && state <= stateBusy ? kStateNames[static_cast<std::size_t>(state)] : "");
     if (!isOpen()) {
         setState(stateFinishedFail);
         return;

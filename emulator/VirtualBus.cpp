@@ -171,7 +171,7 @@ bool VirtualBus::countsDown(Slot& slot, Direction direction) {
 }
 
 void VirtualBus::cutPower(Slot& slot) {
-    const std::optional<std::uint64_t> backMs = slot.cut->backMs;
+    const std::optional<std::uint64_t> backMs = slot.cut ? slot.cut->backMs : std::nullopt;
     slot.cut.reset();
     unplug(indexOf(slot));
     if (backMs) {

@@ -68,8 +68,9 @@ void VirtualDevice::makeLoader(bool hasFirmware) {
     loaderEvents.cutAt = [this](std::string_view word, bool before) {
         return events.cutAt(word, before);
     };
-    loader.emplace(hasFirmware, std::move(loaderEvents));
-    processor.emplace([this](Bytes report) { events.reportToHost(std::move(report), controlInterface); });
+    loader = std::make_unique<BootLoader>(hasFirmware, std::move(loaderEvents));
+    processor = std::make_unique<SignalProcessor>(
+        [this](Bytes report) { events.reportToHost(std::move(report), controlInterface); });
 }
 
 void VirtualDevice::makeUpgrade() {
@@ -86,7 +87,8 @@ void VirtualDevice::makeUpgrade() {
     upgradeEvents.cutAt = [this](std::string_view word, bool before) {
         return events.cutAt(word, before);
     };
-    upgrade.emplace(model == Model::VoxmicM40 ? 'm' : 't', std::move(upgradeEvents));
+    upgrade =
+        std::make_unique<MicrophoneFlash>(model == Model::VoxmicM40 ? 'm' : 't', std::move(upgradeEvents));
 }
 
 void VirtualDevice::adoptFirmware(const Bytes& image) {

@@ -12,6 +12,7 @@
 #include "emulator/SignalProcessor.h"
 
 #include <map>
+#include <memory>
 
 namespace vexo::emulator {
 
@@ -115,10 +116,10 @@ public:
     bool echoes = true;
     LinkNode link;
     // Of a mixer.
-    std::optional<BootLoader> loader;
-    std::optional<SignalProcessor> processor;
+    std::unique_ptr<BootLoader> loader;
+    std::unique_ptr<SignalProcessor> processor;
     // Of a microphone.
-    std::optional<MicrophoneFlash> upgrade;
+    std::unique_ptr<MicrophoneFlash> upgrade;
 
 private:
     struct Storm {

@@ -26,6 +26,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr qsizetype kMegabyte = qsizetype{1024} * 1024;
+
 struct Completion {
     int id;
     bool success;
@@ -311,7 +313,7 @@ TEST_F(CloudNetwork, ADripOfBytesEndsAtTheLongestCall) {
 }
 
 TEST_F(CloudNetwork, AnAnswerWithoutEndIsGivenUp) {
-    server.script("/a", filling("HTTP/1.1 200 OK\r\n\r\n", QByteArray(1024 * 1024, 'a'), 100000));
+    server.script("/a", filling("HTTP/1.1 200 OK\r\n\r\n", QByteArray(kMegabyte, 'a'), 100000));
     manager->get(server.url("/a"));
     EXPECT_FALSE(ended().success);
 }
@@ -509,16 +511,16 @@ TEST_F(CloudNetwork, ADownloadWithAnErrorStatusIsToldOnceAndLeavesNothing) {
 TEST_F(CloudNetwork, ALongDownloadArrivesWholeAndIsNotParsed) {
     constexpr qint64 kMegabytes = 64;
     server.script("/a", filling("HTTP/1.1 200 OK\r\nContent-Length: " +
-                                    QByteArray::number(kMegabytes * 1024 * 1024) + "\r\n\r\n",
-                                QByteArray(1024 * 1024, 'a'), kMegabytes));
+                                    QByteArray::number(kMegabytes * kMegabyte) + "\r\n\r\n",
+                                QByteArray(kMegabyte, 'a'), kMegabytes));
     qint64 total = 0;
     QObject::connect(manager.get(), &NetworkManager::downloadProgress, manager.get(),
                      [&](int, qint64 received, qint64) { total = received; });
     manager->downloadFile(server.url("/a"), inFolder("a"));
     const Completion completion = ended();
     EXPECT_EQ(completion.response.keys(), (QStringList{"headers", "status_code"}));
-    EXPECT_EQ(total, kMegabytes * 1024 * 1024);
-    EXPECT_EQ(QFileInfo(inFolder("a")).size(), kMegabytes * 1024 * 1024);
+    EXPECT_EQ(total, kMegabytes * kMegabyte);
+    EXPECT_EQ(QFileInfo(inFolder("a")).size(), kMegabytes * kMegabyte);
 }
 
 TEST_F(CloudNetwork, WithoutAClientRequestsFailAndNothingLeaves) {

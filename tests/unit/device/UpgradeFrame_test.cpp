@@ -55,19 +55,21 @@ TEST(UpgradeFrame, FramesEqualTheTestsOwnOnes) {
 
 TEST(UpgradeFrame, TheReaderIgnoresMagicAndCrc) {
     const QByteArray frame = QByteArray::fromHex("0102030481020017182A");
-    const std::optional<UpgradeMessage> message = readUpgradeFrame(frame);
-    ASSERT_TRUE(message);
-    EXPECT_EQ(message->command, 0x81);
-    EXPECT_EQ(message->dataLength, 2);
-    EXPECT_EQ(hexOfFrame(message->data), "17 18") << "bytes behind the data are no part of it";
+    const std::optional<UpgradeMessage> read = readUpgradeFrame(frame);
+    ASSERT_TRUE(read);
+    const UpgradeMessage message = read.value_or(UpgradeMessage{});
+    EXPECT_EQ(message.command, 0x81);
+    EXPECT_EQ(message.dataLength, 2);
+    EXPECT_EQ(hexOfFrame(message.data), "17 18") << "bytes behind the data are no part of it";
 }
 
 TEST(UpgradeFrame, ADataLengthPastTheFrameIsCutToIt) {
     const QByteArray frame = QByteArray::fromHex("AA55000080FFFF0102");
-    const std::optional<UpgradeMessage> message = readUpgradeFrame(frame);
-    ASSERT_TRUE(message);
-    EXPECT_EQ(message->dataLength, 65535);
-    EXPECT_EQ(hexOfFrame(message->data), "01 02");
+    const std::optional<UpgradeMessage> read = readUpgradeFrame(frame);
+    ASSERT_TRUE(read);
+    const UpgradeMessage message = read.value_or(UpgradeMessage{});
+    EXPECT_EQ(message.dataLength, 65535);
+    EXPECT_EQ(hexOfFrame(message.data), "01 02");
 }
 
 TEST(UpgradeFrame, FewerThanSevenBytesAreNoFrame) {
@@ -75,10 +77,11 @@ TEST(UpgradeFrame, FewerThanSevenBytesAreNoFrame) {
         EXPECT_FALSE(readUpgradeFrame(QByteArray(size, '\x55'))) << size;
     }
     const QByteArray shortest = QByteArray::fromHex("AA550000800100");
-    const std::optional<UpgradeMessage> message = readUpgradeFrame(shortest);
-    ASSERT_TRUE(message);
-    EXPECT_EQ(message->dataLength, 1);
-    EXPECT_TRUE(message->data.isEmpty());
+    const std::optional<UpgradeMessage> read = readUpgradeFrame(shortest);
+    ASSERT_TRUE(read);
+    const UpgradeMessage message = read.value_or(UpgradeMessage{});
+    EXPECT_EQ(message.dataLength, 1);
+    EXPECT_TRUE(message.data.isEmpty());
 }
 
 } // namespace

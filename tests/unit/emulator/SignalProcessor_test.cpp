@@ -19,6 +19,11 @@ Bytes processorCommand(std::uint8_t group, std::uint8_t index, std::uint8_t comm
     return report;
 }
 
+// Hexadecimal digits of so many bytes.
+constexpr std::size_t digits(std::size_t bytes) {
+    return bytes * 2;
+}
+
 class Processor : public ::testing::Test {
 protected:
     SignalProcessor& processor() { return *host.device().processor; }
@@ -80,8 +85,8 @@ TEST_F(Processor, SendsARecordInReportsOf62Bytes) {
                                                            "01");
     EXPECT_EQ(host.reports[5][1], 25);
     EXPECT_EQ(host.reports[5].size(), 64U);
-    EXPECT_EQ(record.size(), 335U * 2);
-    EXPECT_EQ(record.substr(334 * 2), "6E");
+    EXPECT_EQ(record.size(), digits(335));
+    EXPECT_EQ(record.substr(digits(334)), "6E");
     EXPECT_EQ(say(processorCommand(0x10, 1, 0x85)).substr(20, 4), "0101");
     const std::vector<std::pair<std::uint8_t, std::size_t>> sizes{
         {0x81, 99}, {0x82, 43}, {0x83, 47}, {0x87, 335}, {0x88, 115}};
@@ -125,18 +130,18 @@ TEST_F(Processor, KeepsSilentAndLiesAsItIsTold) {
     run("sndc off");
     EXPECT_EQ(say(ask), "");
     run("sndc lie checksum");
-    EXPECT_EQ(say(ask).substr(0, 98 * 2), right.substr(0, 98 * 2));
+    EXPECT_EQ(say(ask).substr(0, digits(98)), right.substr(0, digits(98)));
     EXPECT_NE(say(ask), right);
     run("sndc lie length");
     EXPECT_EQ(say(ask).substr(16, 4), "FFFF");
     run("sndc lie short");
-    EXPECT_EQ(say(ask).size(), 55U * 2);
+    EXPECT_EQ(say(ask).size(), digits(55));
     run("sndc lie magic");
     EXPECT_EQ(say(ask).substr(0, 4), "AB53");
     run("sndc lie broken");
-    EXPECT_EQ(say(ask).size(), 62U * 2);
+    EXPECT_EQ(say(ask).size(), digits(62));
     run("sndc lie talk");
-    EXPECT_EQ(say(ask).substr(62 * 2, 6), "010203");
+    EXPECT_EQ(say(ask).substr(digits(62), 6), "010203");
     run("sndc lie count");
     EXPECT_EQ(say(processorCommand(0x10, 0, 0x84)).substr(20, 2), "FF");
     run("sndc on");
