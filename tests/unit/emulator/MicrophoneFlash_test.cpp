@@ -134,7 +134,7 @@ TEST_F(Microphone, AnswersTheStatusThatItIsGivenAndAsksForNothing) {
 
 TEST_F(Microphone, AMessageThatComesAgainIsAnsweredAgainAndWrittenOnce) {
     const Bytes image = imageFor('m');
-    EXPECT_EQ(say(kAskMessage, 5), "1/5:AA55C86E80010000");
+    EXPECT_EQ(say(kAskMessage, 5), "1/5:AA55C86E80010000 2:AA55809881070000000000100000");
     EXPECT_EQ(say(kAskMessage, 5), "1/5:AA55C86E80010000");
     const Bytes first = blockMessage(0, 16, part(image, 0, 16));
     const std::string next = say(first, 6);
