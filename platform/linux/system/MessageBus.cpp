@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <cstdlib>
 #include <poll.h>
 #include <string_view>
@@ -88,6 +89,21 @@ BusConnection openBus(const std::string& address) {
     return BusConnection(address.empty() ? nullptr : dbus_connection_open_private(address.c_str(), nullptr));
 }
 
+namespace {
+
+// A handler that runs on the calling thread would end its wait for the bus. Faults of its own are still
+// heard.
+void leaveSignalsToOtherThreads() {
+    sigset_t all;
+    sigfillset(&all);
+    for (const int fault : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP}) {
+        sigdelset(&all, fault);
+    }
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
+}
+
+} // namespace
+
 // What the conversation shares with the thread that connects, which may outlast it.
 struct BusConversation::Connecting {
     void wake() const {
@@ -113,6 +129,7 @@ std::unique_ptr<BusConversation> BusConversation::open(const std::string& addres
     conversation->greet();
     try {
         std::thread([connecting, address] {
+            leaveSignalsToOtherThreads();
             nameThisThread("Bus connection");
             BusConnection connection = openBus(address);
             {

@@ -13,8 +13,12 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <atomic>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/types.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -88,14 +92,18 @@ void emitResponse(ScriptedService& portal, dbus_uint32_t response, const char* p
 }
 
 // The threads of this process that connect to a bus.
-int connectingThreads() {
-    int count = 0;
+QStringList connectingThreads() {
+    QStringList found;
     for (const QString& thread : QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         QFile name("/proc/self/task/" + thread + "/comm");
-        count += name.open(QIODevice::ReadOnly) && name.readAll() == "Bus connection\n" ? 1 : 0;
+        if (name.open(QIODevice::ReadOnly) && name.readAll() == "Bus connection\n") {
+            found += thread;
+        }
     }
-    return count;
+    return found;
 }
+
+std::atomic<int> handledSignals = 0;
 
 // `signature` is that of the last call.
 void answerScreenshots(ScriptedService& portal, std::string& signature) {
@@ -226,9 +234,29 @@ TEST_F(LinuxScreenCapture, BusThatTakesNoMoreConnectionsLeavesItToTheDesktopsPro
     for (int press = 0; press < 2; ++press) {
         EXPECT_TRUE(takeScreenshot());
         EXPECT_EQ(noted(), "spectacle --region");
-        EXPECT_EQ(connectingThreads(), 1) << "one waits for the bus, and no second one beside it";
+        EXPECT_EQ(connectingThreads().size(), 1) << "one waits for the bus, and no second one beside it";
         QFile::remove(note);
     }
+}
+
+TEST_F(LinuxScreenCapture, SignalOfTheProcessDoesNotEndTheWaitForTheBus) {
+    SilentBus bus;
+    bus.fill();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.place()));
+    struct sigaction former{};
+    struct sigaction handler{};
+    handler.sa_handler = [](int) {
+        ++handledSignals;
+    };
+    sigaction(SIGUSR2, &handler, &former);
+    EXPECT_TRUE(takeScreenshot());
+    EXPECT_TRUE(await([] { return connectingThreads().size() == 1; }));
+    const QString thread = connectingThreads().value(0);
+    EXPECT_EQ(tgkill(getpid(), thread.toInt(), SIGUSR2), 0);
+    bus.end();
+    EXPECT_TRUE(await([&thread] { return !connectingThreads().contains(thread); }));
+    EXPECT_EQ(handledSignals, 0) << "it is another thread's";
+    sigaction(SIGUSR2, &former, nullptr);
 }
 
 TEST_F(LinuxScreenCapture, RecordingIsStartedByTheDesktopsProgramOrItsKey) {
