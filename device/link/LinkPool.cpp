@@ -13,8 +13,8 @@ void reset(Pool& pool) {
     ++pool.generation;
 }
 
-// Calls `visit(index, gapStart)` for each record in use, with the end of the record before it. False when the
-// records are corrupt: each must lie behind the one before it and inside the pool.
+// Calls `visit(index, record, gapStart)` for each record in use, with the end of the record before it. False
+// when the records are corrupt: each must lie behind the one before it and inside the pool.
 template <typename Visitor>
 bool visitRecords(const Pool& pool, Visitor&& visit) {
     if (pool.usedRecords > kPoolRecordCount) {
@@ -22,12 +22,12 @@ bool visitRecords(const Pool& pool, Visitor&& visit) {
     }
     std::uint32_t end = 0;
     for (std::uint32_t index = 0; index < pool.usedRecords; ++index) {
-        const PoolRecord& record = pool.records[index];
+        const PoolRecord record = pool.records[index];
         if (record.offset < end || record.offset > kPoolByteCount || record.byteCount == 0 ||
             record.byteCount > kPoolByteCount - record.offset) {
             return false;
         }
-        visit(index, end);
+        visit(index, record, end);
         end = record.offset + record.byteCount;
     }
     return true;
@@ -40,12 +40,13 @@ PoolBlock poolTake(Pool& pool, std::uint32_t byteCount) {
     // The place of the new block: the first gap that is wide enough, else behind the last record.
     std::uint32_t place = kPoolRecordCount;
     std::uint32_t offset = 0;
-    const bool isSound = visitRecords(pool, [&](std::uint32_t index, std::uint32_t gapStart) {
-        if (place == kPoolRecordCount && pool.records[index].offset - gapStart >= byteCount) {
-            place = index;
-            offset = gapStart;
-        }
-    });
+    const bool isSound =
+        visitRecords(pool, [&](std::uint32_t index, const PoolRecord& record, std::uint32_t gapStart) {
+            if (place == kPoolRecordCount && record.offset - gapStart >= byteCount) {
+                place = index;
+                offset = gapStart;
+            }
+        });
     if (!isSound) {
         reset(pool);
         block.error = kLinkErrorPoolCorrupt;
@@ -69,11 +70,12 @@ PoolBlock poolTake(Pool& pool, std::uint32_t byteCount) {
 
 int poolRelease(Pool& pool, const std::uint8_t* block) {
     std::uint32_t place = kPoolRecordCount;
-    const bool isSound = visitRecords(pool, [&](std::uint32_t index, std::uint32_t) {
-        if (pool.bytes.data() + pool.records[index].offset == block) {
-            place = index;
-        }
-    });
+    const bool isSound =
+        visitRecords(pool, [&](std::uint32_t index, const PoolRecord& record, std::uint32_t) {
+            if (pool.bytes.data() + record.offset == block) {
+                place = index;
+            }
+        });
     if (!isSound || place == kPoolRecordCount) {
         reset(pool);
         return isSound ? kLinkErrorUnknownBlock : kLinkErrorPoolCorrupt;
