@@ -43,16 +43,26 @@ def fuzz(target, seconds):
     return log.read_text(errors="replace")
 
 
+def sound_inputs(target, folder):
+    """Fills a folder with links to the inputs on which the target has not failed: a failure ends its run."""
+    folder.mkdir()
+    inputs = [*(CORPORA / target.removeprefix("fuzz_")).iterdir(), *(FUZZED / f"{target}-found").iterdir()]
+    for index, path in enumerate(sorted(set(inputs) - set(failures(target)))):
+        (folder / str(index)).symlink_to(path)
+    return folder
+
+
 def coverage(target):
-    """Counts the lines of the files that the target covers, and those that its inputs reach."""
+    """Counts the lines of the files that the target covers, and those that its inputs reach; nothing where it fails."""
     covered = [str(ROOT / line) for line in (COUNTED / f"{target}.covers").read_text().split()]
-    inputs = [CORPORA / target.removeprefix("fuzz_"), FUZZED / f"{target}-found"]
     with tempfile.TemporaryDirectory() as folder:
         raw, merged = Path(folder, "raw"), Path(folder, "merged")
-        subprocess.run(
-            [COUNTED / target, "-runs=0", f"-artifact_prefix={folder}/", *inputs], check=False,
-            env={**os.environ, "LLVM_PROFILE_FILE": str(raw)}, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        if not raw.exists():
+        ended = subprocess.run(
+            [COUNTED / target, "-runs=0", f"-artifact_prefix={folder}/", sound_inputs(target, Path(folder, "inputs"))],
+            check=False, env={**os.environ, "LLVM_PROFILE_FILE": str(raw)}, stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL)
+        if ended.returncode != 0:
+            print(f"fuzz: {target} ended with {ended.returncode} while its lines were counted", flush=True)
             return None
         subprocess.run(["llvm-profdata", "merge", "-sparse", raw, "-o", merged], check=True)
         summary = subprocess.run(
