@@ -172,11 +172,12 @@ private:
 
 // What a desktop under Wayland gives the keys to cannot be found out from here.
 void warnOfWayland() {
-    static bool isTold = false;
-    if (!isTold && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+    static bool isTold = false; // since the last keys that went to no such desktop
+    const bool isWayland = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (isWayland && !isTold) {
         qWarning() << "Under Wayland only programs on the X11 server hear the keys that are pressed for them";
-        isTold = true;
     }
+    isTold = isWayland;
 }
 
 bool canPressKeys(xcb_connection_t* connection) {

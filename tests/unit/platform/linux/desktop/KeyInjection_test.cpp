@@ -159,6 +159,11 @@ TEST(LinuxKeyInjection, UnderWaylandOneLineSaysWhoHearsTheKeys) {
     EXPECT_EQ(injectKeys(press({'A'})), 2U);
     qunsetenv("WAYLAND_DISPLAY");
     EXPECT_EQ(log.count(line), 1);
+    EXPECT_EQ(injectKeys(press({'A'})), 2U);
+    qputenv("WAYLAND_DISPLAY", "wayland-0");
+    EXPECT_EQ(injectKeys(press({'A'})), 2U);
+    qunsetenv("WAYLAND_DISPLAY");
+    EXPECT_EQ(log.count(line), 2) << "a desktop that comes later is told again, as on each run of this test";
 }
 
 TEST(LinuxKeyInjection, WithoutADisplayNothingIsPressedAndALineSaysSo) {
