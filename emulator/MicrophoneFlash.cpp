@@ -42,6 +42,10 @@ void MicrophoneFlash::powerOff() {
     image.clear();
     due.reset();
     restartsAtMs.reset();
+    forgetAnswers();
+}
+
+void MicrophoneFlash::forgetAnswers() {
     answeredSequence.reset();
 }
 
@@ -121,6 +125,9 @@ void MicrophoneFlash::onBlock(const LinkFrame& message, BytesView data) {
     }
     if (due || (data.size() >= kBlockHeader && readU32(data, 0) < image.size())) {
         ++duplicateBlocks;
+        if (settings.acknowledges) {
+            events.answer(message, {});
+        }
         return;
     }
     if (const std::string_view fault = faultOf(data); !fault.empty()) {
@@ -204,8 +211,9 @@ void MicrophoneFlash::judge(const LinkFrame* block) {
     }
     const std::optional<FirmwareInfo> info = readFirmwareInfo(image);
     const bool isWhole = imageSize() == image.size();
-    const bool isGood = isWhole && (info ? describesImage(*info, image) && info->model == letter
-                                         : settings.imageSize.has_value());
+    const bool isGood =
+        isWhole && (info ? describesImage(*info, image) && info->model == letter && !events.isOlder(*info)
+                         : settings.imageSize.has_value());
     const std::uint8_t verdict = settings.verdict.value_or(isGood ? kVerdictGood : kVerdictBad);
     step = Step::Finished;
     if (verdict == kVerdictGood) {

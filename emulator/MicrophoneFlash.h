@@ -6,7 +6,8 @@
 // verdict, 0x82.
 //
 // The host sends each block as a request, so its answer carries the next request or the verdict. A block that
-// is not the one that was requested is requested again, three times in a row at most.
+// is not the one that was requested is requested again, three times in a row at most. A block that the device
+// has already is answered with nothing in it: another request would double every block from there on.
 //
 // Times are milliseconds of the caller's clock and never go back. One thread.
 #pragma once
@@ -43,6 +44,8 @@ public:
         std::function<void(Bytes message)> send;
         // The image is whole and valid.
         std::function<void(const Bytes& image)> confirmed;
+        // Whether the device runs a newer version than this one.
+        std::function<bool(const FirmwareInfo& info)> isOlder;
         // As BootLoader::Events::cutAt.
         std::function<bool(std::string_view word, bool before)> cutAt;
     };
@@ -58,6 +61,8 @@ public:
 
     // Power is lost: what was begun is forgotten, the firmware stays.
     void powerOff();
+    // A host logged in. It may number its messages anew, so none of them repeats an earlier one.
+    void forgetAnswers();
     // A message 0x8006 of the host.
     void receive(const LinkFrame& message, std::uint64_t nowMs);
     void advance(std::uint64_t nowMs);

@@ -1,6 +1,8 @@
 #include "emulator/VirtualDevice.h"
 
 #include <algorithm>
+#include <array>
+#include <tuple>
 
 namespace vexo::emulator {
 namespace {
@@ -84,6 +86,10 @@ void VirtualDevice::makeUpgrade() {
     upgradeEvents.confirmed = [this](const Bytes& image) {
         adoptFirmware(image);
     };
+    upgradeEvents.isOlder = [this](const FirmwareInfo& info) {
+        return std::tie(info.versionMajor, info.versionMinor) <
+               std::tie(identity.versionMajor, identity.versionMinor);
+    };
     upgradeEvents.cutAt = [this](std::string_view word, bool before) {
         return events.cutAt(word, before);
     };
@@ -124,10 +130,12 @@ std::optional<BootLoader::Restart> VirtualDevice::takeRestart() {
 }
 
 bool VirtualDevice::takeControlReport(BytesView report, int interfaceNumber, std::uint64_t nowMs) {
-    // No report of the link is that long, and its third byte begins a frame or continues one.
-    constexpr std::uint8_t kCommandLength = 62;
+    // A frame of the link may have the same length and a zero there; only the command's text tells them
+    // apart.
+    constexpr std::array<std::uint8_t, 5> kLoaderCommand{62, 0, 'c', 'm', '_'};
     const bool forLoader =
-        isBootloader() || (report.size() > 2 && report[1] == kCommandLength && report[2] == 0);
+        isBootloader() || (report.size() > kLoaderCommand.size() &&
+                           std::ranges::equal(report.subspan(1, kLoaderCommand.size()), kLoaderCommand));
     if (!loader || (!forLoader && !SignalProcessor::isCommand(report))) {
         return false;
     }
@@ -176,6 +184,9 @@ void VirtualDevice::dispatch(const LinkFrame& message) {
             resetToFactory();
         }
         return;
+    }
+    if (message.messageId == kLoginNotice && upgrade) {
+        upgrade->forgetAnswers();
     }
     if (message.messageId == kUpgradeFrame && upgrade) {
         return upgrade->receive(message, now);

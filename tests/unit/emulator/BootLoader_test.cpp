@@ -158,6 +158,13 @@ TEST_F(NormalMixer, IsSilentOnTheLinkForTwoSecondsAfterALoaderCommand) {
     EXPECT_FALSE(host.framesOf(kHello).empty());
 }
 
+TEST_F(NormalMixer, AReportWithoutACommandsTextDoesNotSilenceTheLink) {
+    say(sealed({0x01, 0x3E, 0x00, 'c', 'm', '-'}));
+    host.clear();
+    host.advance(1999);
+    EXPECT_FALSE(host.framesOf(kHello).empty());
+}
+
 TEST_F(NormalMixer, LeavesTheBusAndComesBackAsItsBootloader) {
     say(commandReport("cm_rest?isok"));
     host.advance(99);

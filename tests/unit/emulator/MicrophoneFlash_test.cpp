@@ -139,9 +139,32 @@ TEST_F(Microphone, AMessageThatComesAgainIsAnsweredAgainAndWrittenOnce) {
     const Bytes first = blockMessage(0, 16, part(image, 0, 16));
     const std::string next = say(first, 6);
     EXPECT_EQ(say(first, 6), next);
-    EXPECT_EQ(say(first, 7), "") << "an old block under a new sequence";
+    EXPECT_EQ(say(first, 7), "1/7:") << "an old block under a new sequence";
     EXPECT_EQ(upgrade().receivedBytes(), 16U);
     EXPECT_EQ(upgrade().duplicates(), 3U);
+}
+
+TEST_F(Microphone, AHostThatLogsInAnewMayNumberItsMessagesAsBefore) {
+    upgrade().settings.status = 2;
+    EXPECT_EQ(say(kAskMessage, 5), "1/5:AA558A4E80010002");
+    upgrade().settings.status = 0;
+    host.send(kRequest, kLoginNotice, toBytes(host.deviceAddress()));
+    EXPECT_EQ(say(kAskMessage, 5), "1/5:AA55C86E80010000 2:AA55809881070000000000100000");
+    EXPECT_EQ(upgrade().currentStep(), MicrophoneFlash::Step::Transferring);
+}
+
+TEST_F(Microphone, RefusesALowerVersionAndTakesItsOwn) {
+    for (const bool isLower : {true, false}) {
+        Bytes image = imageFor('m');
+        image[11] = isLower ? 11 : 12;
+        const auto sequence = static_cast<std::uint16_t>(isLower ? 10 : 20);
+        say(kAskMessage, sequence);
+        say(blockMessage(0, 16, part(image, 0, 16)), sequence + 1);
+        const std::string verdict = isLower ? "AA55819382010001" : "AA55A08382010000";
+        EXPECT_EQ(say(blockMessage(16, 48, part(image, 16, 48)), sequence + 2),
+                  "1/" + std::to_string(sequence + 2) + ":" + verdict);
+        EXPECT_EQ(upgrade().flash().empty(), isLower);
+    }
 }
 
 TEST_F(Microphone, AsksThreeTimesForABlockThatIsWrongThenGivesUp) {
