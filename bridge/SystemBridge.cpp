@@ -6,6 +6,7 @@
 #include "bridge/AudioDeviceMaps.h"
 #include "bridge/Guarded.h"
 #include "mixer/router/AudioRouterAPI.h"
+#include "platform/IconFiles.h"
 #include "platform/SoundServerWatch.h"
 
 #include <QCoreApplication>
@@ -126,8 +127,10 @@ void SystemBridge::openSystemPreferences() const {
 }
 
 QString SystemBridge::getTempDirectory() const {
-    for (const auto location : {QStandardPaths::TempLocation, QStandardPaths::GenericCacheLocation,
-                                QStandardPaths::AppDataLocation}) {
+    if (QString folder = temporaryFolder(); !folder.isEmpty()) {
+        return folder;
+    }
+    for (const auto location : {QStandardPaths::GenericCacheLocation, QStandardPaths::AppDataLocation}) {
         const QString folder = QStandardPaths::writableLocation(location);
         if (!folder.isEmpty()) {
             return folder;

@@ -75,7 +75,8 @@ public:
     Q_INVOKABLE [[nodiscard]] bool isAppInForeground() const { return false; }
     Q_INVOKABLE void bringAppToFront() const;
     Q_INVOKABLE void openSystemPreferences() const;
-    /// The writable temporary folder, else that of caches, else that of the program's data.
+    /// The folder for temporary files of temporaryFolder(), else that of caches, else that of the program's
+    /// data. On Linux it is the user's own one, which no other user can write to.
     Q_INVOKABLE [[nodiscard]] QString getTempDirectory() const;
 
     // What the button of the device starts; see Launching.h. Nothing waits, and failures are lines of the

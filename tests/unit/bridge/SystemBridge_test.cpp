@@ -1,6 +1,7 @@
 #include "mixer/router/AudioRouterAPI.h"
 #include "tests/unit/bridge/SystemBridgeFixture.h"
 
+#include <QStandardPaths>
 #include <QSysInfo>
 
 #include <utility>
@@ -132,8 +133,10 @@ TEST_F(SystemBridgeTest, OutputStreamsAreNoneAndTheProgramIsNeverInFront) {
     EXPECT_FALSE(bridge->isWindows());
 }
 
-TEST_F(SystemBridgeTest, TemporaryFolderIsNotEmpty) {
-    EXPECT_FALSE(bridge->getTempDirectory().isEmpty());
+TEST_F(SystemBridgeTest, TheTemporaryFolderIsTheUsersOwn) {
+    EXPECT_EQ(bridge->getTempDirectory(),
+              QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation));
+    EXPECT_NE(bridge->getTempDirectory(), QStandardPaths::writableLocation(QStandardPaths::TempLocation));
 }
 
 TEST_F(SystemBridgeTest, InstalledProgramsBeginWithTheSystemsBrowser) {
