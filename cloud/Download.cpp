@@ -12,6 +12,7 @@
 #include <QThreadPool>
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -72,12 +73,20 @@ struct Download::File {
         return temporary != nullptr;
     }
 
+    /// Before the first byte.
+    void expect(const QByteArray& expected) {
+        expectedDigest = expected;
+        if (expected.size() == QCryptographicHash::hashLength(QCryptographicHash::Md5)) {
+            digest = std::make_unique<QCryptographicHash>(QCryptographicHash::Md5);
+        }
+    }
+
     void write(const QByteArray& bytes) {
         if (!open()) {
             return;
         }
         if (expectedDigest) {
-            digest.addData(bytes);
+            digest->addData(bytes);
         }
         if (temporary->write(bytes) != bytes.size()) {
             give(Outcome::NotWritten);
@@ -88,7 +97,7 @@ struct Download::File {
         if (!open()) {
             return;
         }
-        if (expectedDigest && digest.result() != *expectedDigest) {
+        if (expectedDigest && digest->result() != *expectedDigest) {
             give(Outcome::WrongDigest);
             return;
         }
@@ -117,7 +126,8 @@ struct Download::File {
     std::unique_ptr<QTemporaryFile> temporary;
     Outcome outcome = Outcome::Written;
     std::optional<QByteArray> expectedDigest;
-    QCryptographicHash digest{QCryptographicHash::Sha256};
+    std::unique_ptr<QCryptographicHash> digest =
+        std::make_unique<QCryptographicHash>(QCryptographicHash::Sha256);
 };
 
 Download::Download(QNetworkReply* source, const QString& target)
@@ -130,12 +140,11 @@ Download::~Download() {
     diskThread().start([last = std::move(file)]() mutable { last.reset(); });
 }
 
-void Download::expectSha256(const QString& hex) {
-    static const QRegularExpression digits("\\A[0-9A-Fa-f]{64}\\z");
-    const bool isDigest = digits.match(hex).hasMatch();
-    diskThread().start([shared = file, expected = isDigest
-                                                      ? QByteArray::fromHex(hex.toLatin1())
-                                                      : QByteArray()] { shared->expectedDigest = expected; });
+void Download::expectDigest(const QString& hex) {
+    static const QRegularExpression digits("\\A(?:[0-9A-Fa-f]{64}|[0-9A-Fa-f]{32})\\z");
+    const QByteArray expected =
+        digits.match(hex).hasMatch() ? QByteArray::fromHex(hex.toLatin1()) : QByteArray();
+    diskThread().start([shared = file, expected] { shared->expect(expected); });
 }
 
 void Download::take(bool isLast) {

@@ -36,9 +36,9 @@ public:
     Download(QNetworkReply* reply, const QString& target);
     ~Download() override;
 
-    /// The SHA-256 that the body has to have, in hexadecimal digits; any other text fits no body. Before the
-    /// event loop turns.
-    void expectSha256(const QString& hex);
+    /// The digest that the body has to have: 64 hexadecimal digits of SHA-256 or 32 of MD5; any other text
+    /// fits no body. Before the event loop turns.
+    void expectDigest(const QString& hex);
 
     /// After the reply has finished without an error: writes the rest and calls `done` on the main thread,
     /// never at once, unless this object is destroyed first.

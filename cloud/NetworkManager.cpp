@@ -286,14 +286,14 @@ int NetworkManager::downloadFile(const QString& url, const QString& savePath, co
     return id;
 }
 
-void NetworkManager::expectSha256(int requestId, const QString& hex) {
+void NetworkManager::expectDigest(int requestId, const QString& hex) {
     const QMutexLocker lock(&mutex);
     const QNetworkReply* const reply = activeReplies.key(requestId);
     if (reply == nullptr) {
         return;
     }
     if (auto* const download = reply->findChild<Download*>(Qt::FindDirectChildrenOnly)) {
-        download->expectSha256(hex);
+        download->expectDigest(hex);
     }
 }
 

@@ -96,9 +96,10 @@ public:
     /// twice, the second time with "Network disconnection".
     Q_INVOKABLE int downloadFile(const QString& url, const QString& savePath,
                                  const QVariantMap& headers = {});
-    /// The SHA-256 that the file of a download has to have, in hexadecimal digits, told in the turn of the
-    /// event loop that began it. A body that has another one fails, and nothing gets the name of the file.
-    Q_INVOKABLE void expectSha256(int requestId, const QString& hex);
+    /// The digest that the file of a download has to have, told in the turn of the event loop that began it:
+    /// 64 hexadecimal digits are its SHA-256, 32 are its MD5, and any other text fits no file. A body that
+    /// has another one fails, and nothing gets the name of the file.
+    Q_INVOKABLE void expectDigest(int requestId, const QString& hex);
     /// One request for each map of the list: "method" (GET), "url", "data", "headers", "timeout" (30000 ms).
     /// Entries without an address are skipped. The numbers are not told.
     Q_INVOKABLE void batchRequest(const QVariantList& requests);

@@ -192,7 +192,7 @@ QtObject {
             clientType: clientTypes[ConfigMgr.platformName] ?? "2",
             currentVersion: Application.version
         }, (ok, response) => {
-            noteDigest(response?.data?.upgradeDate, "fileUrl", "fileSha256");
+            noteDigest(response?.data?.upgradeDate, "fileUrl", ["fileSha256", "fileMd5"]);
             if (success)
                 success(ok, response);
         }, error);
@@ -207,16 +207,18 @@ QtObject {
             productSn: mayNameDevice ? HIDDeviceMgr.getDeviceSN() : "N/A",
             productVid: HIDDeviceMgr.getDeviceVID()
         }, (ok, response) => {
-            noteDigest(response?.data?.newVersion, "filePath", "firmwareSha256");
+            noteDigest(response?.data?.newVersion, "filePath", ["firmwareSha256", "firmwareMd5"]);
             if (success)
                 success(ok, response);
         }, error);
     }
 
-    // An offered file counts as what the offer says of it, or not at all.
-    function noteDigest(offer: var, addressName: string, digestName: string) {
-        if (offer && offer[addressName])
-            offeredDigests[offer[addressName]] = String(offer[digestName] ?? "");
+    // An offered file counts as what the offer says of it, or not at all. The first digest that is given holds.
+    function noteDigest(offer: var, addressName: string, digestNames: var) {
+        if (!offer || !offer[addressName])
+            return;
+        const name = digestNames.find(digestName => offer[digestName]);
+        offeredDigests[offer[addressName]] = name ? String(offer[name]) : "";
     }
 
     // Fetches a file and returns at once where it will be, or nothing where there is no place for it. It fails where the
@@ -238,7 +240,7 @@ QtObject {
         const address = parseUrl(url);
         const requestId = manager.downloadFile(address, target, headersFor(address));
         if (offeredDigests[url])
-            manager.expectSha256(requestId, offeredDigests[url]);
+            manager.expectDigest(requestId, offeredDigests[url]);
         enter(requestId, success, error, progress);
         return target;
     }

@@ -418,7 +418,7 @@ ConfigTestCase {
     }
 
     function digests() {
-        return calls().filter(call => call.name === "expectSha256").map(call => call.value);
+        return calls().filter(call => call.name === "expectDigest").map(call => call.value);
     }
 
     function test_an_offered_file_is_held_to_its_digest() {
@@ -443,6 +443,46 @@ ConfigTestCase {
             NetworkMgr.downloadFile(url, null, null, null);
             compare(digests()[0], files[url][1], url);
         }
+    }
+
+    function test_the_stronger_digest_of_firmware_holds_and_the_weaker_one_where_it_is_alone_data() {
+        return [
+            {
+                tag: "both",
+                sha256: "abc",
+                md5: "def",
+                held: ["abc"]
+            },
+            {
+                tag: "the weaker one",
+                sha256: "",
+                md5: "def",
+                held: ["def"]
+            },
+            {
+                tag: "none",
+                sha256: "",
+                md5: "",
+                held: []
+            }
+        ];
+    }
+
+    function test_the_stronger_digest_of_firmware_holds_and_the_weaker_one_where_it_is_alone(row) {
+        NetworkMgr.checkUpdateFirmware(null, null);
+        answer(last(), {
+            code: 0,
+            data: {
+                newVersion: {
+                    filePath: "/firmware",
+                    firmwareSha256: row.sha256,
+                    firmwareMd5: row.md5
+                }
+            }
+        });
+        NetworkManager.clearCalls();
+        NetworkMgr.downloadFile("/firmware", null, null, null);
+        compare(digests(), row.held);
     }
 
     function test_the_digest_of_firmware_is_read_too_and_nonsense_is_none() {

@@ -54,8 +54,8 @@ int FakeNetworkManager::downloadFile(const QString& url, const QString& savePath
     return request("downloadFile", {{"url", url}, {"path", savePath}, {"headers", headers}});
 }
 
-void FakeNetworkManager::expectSha256(int requestId, const QString& hex) {
-    record("expectSha256", {{"id", requestId}, {"value", hex}});
+void FakeNetworkManager::expectDigest(int requestId, const QString& hex) {
+    record("expectDigest", {{"id", requestId}, {"value", hex}});
 }
 
 void FakeNetworkManager::setDefaultHeaders(const QVariantMap& headers) {

@@ -30,7 +30,7 @@ public:
                                       const QVariantMap& headers, int timeoutMs);
     Q_INVOKABLE int uploadFile(const QString& url, const QString& filePath, const QVariantMap& headers);
     Q_INVOKABLE int downloadFile(const QString& url, const QString& savePath, const QVariantMap& headers);
-    Q_INVOKABLE void expectSha256(int requestId, const QString& hex);
+    Q_INVOKABLE void expectDigest(int requestId, const QString& hex);
     Q_INVOKABLE void setDefaultHeaders(const QVariantMap& headers);
     Q_INVOKABLE void setTimeout(int timeoutMs);
     Q_INVOKABLE void setRetryCount(int count);

@@ -442,7 +442,7 @@ TEST_F(CloudNetwork, ADownloadWithAnotherDigestFailsAndTheOldFileStays) {
     const std::vector<QString> wrong{QString(64, '0'), "", "x", right.left(62), right + "00"};
     for (std::size_t number = 0; number < wrong.size(); ++number) {
         writeFile("a", "old");
-        manager->expectSha256(manager->downloadFile(server.url("/a"), inFolder("a")), wrong[number]);
+        manager->expectDigest(manager->downloadFile(server.url("/a"), inFolder("a")), wrong[number]);
         const Completion end = ended(number + 1);
         EXPECT_FALSE(end.success);
         EXPECT_EQ(end.response["error"], "Wrong digest of file: " + inFolder("a"));
@@ -450,10 +450,21 @@ TEST_F(CloudNetwork, ADownloadWithAnotherDigestFailsAndTheOldFileStays) {
         EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList{"a"});
     }
     EXPECT_EQ(events.first(2), (QStringList{"error 1 -1", "completed 1 0"}));
-    manager->expectSha256(manager->downloadFile(server.url("/a"), inFolder("a")), right.toUpper());
+    manager->expectDigest(manager->downloadFile(server.url("/a"), inFolder("a")), right.toUpper());
     EXPECT_TRUE(ended(wrong.size() + 1).success);
     EXPECT_EQ(contents(inFolder("a")), "new");
-    manager->expectSha256(1000, right);
+    manager->expectDigest(1000, right);
+}
+
+TEST_F(CloudNetwork, ADownloadIsHeldToAnMd5WhereThatIsGiven) {
+    server.answer("/a", "new");
+    const QByteArray right = QCryptographicHash::hash("new", QCryptographicHash::Md5).toHex();
+    manager->expectDigest(manager->downloadFile(server.url("/a"), inFolder("a")), right);
+    EXPECT_TRUE(ended(1).success);
+    EXPECT_EQ(contents(inFolder("a")), "new");
+    manager->expectDigest(manager->downloadFile(server.url("/a"), inFolder("b")), QString(32, '0'));
+    EXPECT_EQ(ended(2).response["error"], "Wrong digest of file: " + inFolder("b"));
+    EXPECT_FALSE(QFile::exists(inFolder("b")));
 }
 
 TEST_F(CloudNetwork, ADownloadReplacesWhatWasThereAndFollowsNoLink) {
