@@ -102,6 +102,7 @@ qsizetype reportsOf(const UpgradeMessage& message) {
 
 } // namespace
 
+// NOLINTNEXTLINE(readability-identifier-naming): the fuzzer's own name
 extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*words*/) {
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     return 0;
